@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// objective.h -- the model and its chi-square over the module state, in short calls
+//
+// The long argument lists of chi_square.h are spelled out here and nowhere else.
+#pragma once
+
+#include "run/types.h"
+
+// Chi-square of parameter vector x (5 N + 2 lsf_coefs doubles; dependent values are filled in).
+// Leaves the model of x in yre/yim and x in par_copy.
+double chi_square_of(double *x);
+
+// Chi-square along the search line: of pcom + x xicom (ncom values). A vector with a value that
+// is not finite counts as infinitely bad.
+double func(const double &x);
+
+// Model of vector p into re, im (ap points each, cleared first): the curve of each entry by its
+// own parameters, links not applied.
+void ParToSignal(const double *p, double *re, double *im);
+
+// The curve of entry k (1-based) of vector p alone, as spectrum, into re, im.
+void component_of(const double *p, const int &k, double *re, double *im);
+
+// Box weights of a fit strategy step: 1 on its intervals (both ends included, clipped to the
+// points of the signal), 0 elsewhere.
+void Create_Weighting_Function(const int &ap_points, const int &step, double *w_re, double *w_im);

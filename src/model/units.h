@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// units.h -- natural units (Hz, degrees) to internal units (spectral points) and back
+#pragma once
+
+#include "run/types.h"
+
+// 2 sqrt(ln 2) = 1.665 rounded up: full width at half height over width parameter of a Gaussian.
+// Files of earlier runs hold widths made with 1.67.
+static constexpr double gauss_fwhm_per_width = 1.67;
+
+// Converts par and fixpar in place, sets npar to 5 (nLines + n_patterns) and returns it.
+//
+// Given:
+//   par      double[5N]            areas [signal], frequencies, widths [Hz], phases [degrees]
+//   fixpar   parameter_record[5N]  value, min, max likewise
+//   recip    1 / Hz_pp             points per Hz; widths are multiplied by it
+//   Hz_pp                          Hz per point; frequencies are divided by it
+// Notes:
+//   1. width1: types 1 and 3 also divided by 1.67, type 2 only by Hz_pp, patterns unchanged.
+//   2. width2 is converted for type 3 only; a Lorentzian's width2 is in points everywhere.
+int internal_freq_units(const int &nLines, const int &n_patterns, int &npar, double *par,
+                        parameter_record *fixpar, const double &recip, const double &Hz_pp);
+
+// The inverse, into separate arrays: a parameter vector, its records, and a second vector of the
+// same layout (errors). Inputs are not changed; outputs have 5N elements.
+void Natural_Frequency(const int &nLines, const int &n_patterns, const double *par,
+                       const parameter_record *fixpar, const double *second, double *o_par,
+                       parameter_record *o_fixpar, double *o_second, const double &recip,
+                       const double &Hz_pp);
