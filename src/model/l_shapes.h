@@ -12,11 +12,11 @@
 // Time-domain curve, equation 1 of docs/model.md. The first point is not halved.
 void Calculate_td_VoigtCurve(const int &entry, const int &ap, const int &td_ap_trunc,
                              const int &ref_line, const int *fit_lsf, const int &lsf_coefs,
-                             const double &A, const double &f, const double &g,
-                             const double &phi0, const double &L, const double &phi_1,
-                             double *out_re, double *out_im, const double *re_ref,
-                             const double *im_ref, const double *r_lsf, const double *i_lsf,
-                             const double &frscl, const double *lookup, const int &ignore);
+                             const double &A, const double &f, const double &g, const double &phi0,
+                             const double &L, const double &phi_1, double *out_re, double *out_im,
+                             const double *re_ref, const double *im_ref, const double *r_lsf,
+                             const double *i_lsf, const double &frscl, const double *lookup,
+                             const int &ignore);
 
 // The same line as a centred spectrum (first point halved, transformed, rotated).
 void Calculate_ifft_VoigtCurve(const int &entry, const int &ap, const int &td_ap_trunc,
@@ -32,10 +32,10 @@ void Calculate_ifft_VoigtCurve(const int &entry, const int &ap, const int &td_ap
 void Calculate_FD_Pattern(const int &p, const int &nLines, const int &ap, const int &td_ap_trunc,
                           const int &ref_line, const int *fit_lsf, const int &lsf_coefs,
                           const double *pat, const double &A, const double &f, const double &g,
-                          const double &phi0, const double &L, const double &phi_1,
-                          double *out_re, double *out_im, const double *re_ref,
-                          const double *im_ref, const double *r_lsf, const double *i_lsf,
-                          const double &frscl, const double *lookup, const int &ignore);
+                          const double &phi0, const double &L, const double &phi_1, double *out_re,
+                          double *out_im, const double *re_ref, const double *im_ref,
+                          const double *r_lsf, const double *i_lsf, const double &frscl,
+                          const double *lookup, const int &ignore);
 
 // Lineshape function (time domain, 1 at point 0) from the coefficients xt[npar ...], which are
 // renormalised in place so that they describe exactly this function.

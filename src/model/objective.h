@@ -10,15 +10,14 @@
 // Leaves the model of x in yre/yim and x in par_copy.
 double chi_square_of(double *x);
 
-// Chi-square along the search line: of pcom + x xicom (ncom values). A vector with a value that
-// is not finite counts as infinitely bad.
+// Chi-square along the search line: of pcom + x xicom (the first ncom values; the rest is 0).
 double func(const double &x);
 
 // Model of vector p into re, im (ap points each, cleared first): the curve of each entry by its
 // own parameters, links not applied.
 void ParToSignal(const double *p, double *re, double *im);
 
-// The curve of entry k (1-based) of vector p alone, as spectrum, into re, im.
+// The curve of entry k (1-based) of vector p alone, as spectrum, into re, im (ap points).
 void component_of(const double *p, const int &k, double *re, double *im);
 
 // Box weights of a fit strategy step: 1 on its intervals (both ends included, clipped to the

@@ -38,8 +38,7 @@ void Convolution(const int &n, const int &lo, const int &hi, const double *a, co
                  double *out);
 
 // Sets time-domain points from trunc on to zero; spectrum in, spectrum out.
-void Truncate_Spectrum(const int &n, const int &trunc, double *re, double *im,
-                       const double *table);
+void Truncate_Spectrum(const int &n, const int &trunc, double *re, double *im, const double *table);
 // Multiplies point i by exp(-i theta), theta = phi0 + phi1 i/n [degrees]; prints both phases
 // when print is positive.
 void Correct_Zo_Phase(const int &print, const int &n, const double &phi0, const double &phi1,
