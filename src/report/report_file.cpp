@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "report/report_file.h"
+
+#include "model/units.h"
+#include "run/state.h"
+
+#include <cmath>
+
+void close_report(std::FILE *file, const char *name) {
+    const bool failed = std::ferror(file) != 0;
+    if (std::fclose(file) != 0 || failed) std::printf("error in writing file %s\n", name);
+}
+
+void fill_natural(const natural_parameters &copies) {
+    Natural_Frequency(nLines, n_patterns, par, fixpar, errpar, copies.par, copies.fixpar,
+                      copies.errpar, T_acq, Hz_pp);
+}
+
+bool shows_lsf_area(int k) {
+    return fit_lsf[k] == 1 && lsf_coefs != 0;
+}
+
+double dead_time() {
+    return phi_1 / (ap * Hz_pp * 360.0);
+}
+
+double dead_time_corrected_area(int k, double area) {
+    const double *entry = par + pars_per_entry * (k - 1);
+    const double t = dead_time();
+    const double q4 = entry[3];
+    const double q5 = entry[4];
+    return area * std::exp(q5 * t) * std::exp(q4 * q4 * t * t);
+}
