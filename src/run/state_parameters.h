@@ -26,9 +26,9 @@ extern double *pcom;     // start of the current line search
 extern double *xicom;    // its direction
 extern int ncom;         // their length in use
 
-extern parameter_record *fixpar;          // prior knowledge
-extern int fit_lsf[max_entries + 1];      // 1-based: 1 = the entry takes the fitted lineshape
-extern double lsf_area[max_entries + 1];  // 1-based: area shown for such an entry   [signal]
+extern parameter_record *fixpar;         // prior knowledge
+extern int fit_lsf[max_entries + 1];     // 1-based: 1 = the entry takes the fitted lineshape
+extern double lsf_area[max_entries + 1]; // 1-based: area shown for such an entry   [signal]
 
 extern char (*pat_name)[pattern_name_size]; // pattern files, 1-based
 extern double *pat;          // pattern store: slot p at pattern_slot * p, real then imaginary

@@ -17,10 +17,10 @@ extern double *xre, *xim;                 // measured spectrum, carrier at ap/2 
 extern double *shifted_xre, *shifted_xim; // measured; in stage 7 shifted and phased   [signal]
 extern double *yre, *yim;                 // model of the last evaluation, scaled as xre
 extern double *w_bre, *xas, *w_bim;       // reserved, no computation uses them
-extern double *wre, *wim;                 // chi-square weights           [1]   stage 5, then per step
-extern double *re_ref, *im_ref;           // reference lineshape, an FID  [1]
-extern double *r_lsf, *i_lsf;             // fitted lineshape function, an FID, 1 at time 0   [1]
-extern double *xre_copy, *xim_copy;       // scaled, untruncated signal kept over the steps
+extern double *wre, *wim;           // chi-square weights           [1]   stage 5, then per step
+extern double *re_ref, *im_ref;     // reference lineshape, an FID  [1]
+extern double *r_lsf, *i_lsf;       // fitted lineshape function, an FID, 1 at time 0   [1]
+extern double *xre_copy, *xim_copy; // scaled, untruncated signal kept over the steps
 
 extern double lookup[256]; // FFT twiddles: a pair (sin(theta/2), sin(theta)) per stage
 

@@ -127,6 +127,7 @@ void allocate_parameter_arrays(const int &n_lines, const int &n_lsf, const int &
 
 void allocate_memory(const int &points) {
     const long long room = std::max({points, noise_stop, 0});
+    for (const array_row &row : signal_rows) release_and_clear(*row.array);
     for (const array_row &row : signal_rows) *row.array = new_doubles(room, row.text);
 }
 

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// input_spectrum.cpp -- the measured signal and its noise
+#include "run/input_spectrum.h"
+
+#include "data/ge_io.h"
+#include "model/fft.h"
+#include "model/vector_lib.h"
+#include "run/state.h"
+#include "run/storage.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+// Mean square deviation from the mean over the points first ... last - 1.
+static double variance(const double *v, int first, int last) {
+    const double points = last - first;
+    double mean = 0.0;
+    for (int i = first; i < last; ++i) mean += v[i];
+    mean /= points;
+    double squares = 0.0;
+    for (int i = first; i < last; ++i) squares += (v[i] - mean) * (v[i] - mean);
+    return squares / points;
+}
+
+static void estimate_noise(const double *re, const double *im, int points) {
+    if (ap_noise == 0) {
+        sigma = 1.0;
+        sigma_im = 0.0;
+    } else if (ap_noise == 1) {
+        // The point behind the fitted ones; where the signal ends there, the window's own point.
+        const int i = ap < points ? ap : std::clamp(noise_strt, 0, points - 1);
+        sigma = points > 0 ? std::fabs(re[i]) : 0.0;
+        sigma_im = points > 0 ? std::fabs(im[i]) : 0.0;
+    } else {
+        const int first = std::max(noise_strt, 0); // a window that starts before the signal
+        if (ap_noise >= 2 && first < noise_stop) {
+            sigma = variance(re, first, noise_stop);
+            sigma_im = variance(im, first, noise_stop);
+        }
+        sigma = std::sqrt(sigma);
+        sigma_im = std::sqrt(sigma_im);
+    }
+}
+
+void InputSpectrumToFit(double *re, double *im) {
+    const long long window = static_cast<long long>(noise_stop) - noise_strt;
+    ap_noise = static_cast<int>(std::clamp<long long>(window, INT_MIN, INT_MAX));
+    const int points = std::max({noise_stop, ap, 0});
+    if (verbose > 0) {
+        std::printf("number of complex data  points             : ");
+        std::printf("%d\n", ap);
+        std::printf("number of complex noise points             : ");
+        std::printf("%d\n", ap_noise);
+    }
+    const std::string name = std::string(path) + sdffnm;
+    const scratch<float> ge_array(2LL * points, " Memory requested to store ge_array[] in "
+                                                "InputSpectrumToFit is not available\n");
+    if (ge_array != nullptr) {
+        int count = 2 * points;
+        readge_(name.c_str(), ge_array, &count, 0);
+        for (int i = 0; i < points; ++i) {
+            re[i] = static_cast<double>(ge_array[2 * i]);
+            im[i] = static_cast<double>(ge_array[2 * i + 1]);
+        }
+    }
+    estimate_noise(re, im, points);
+    if (verbose > 0) {
+        std::printf("standard deviation absorption              : ");
+        std::printf("%g\n", sigma);
+        std::printf("standard deviation dispersion              : ");
+        std::printf("%g\n", sigma_im);
+    }
+    Copy_Vector(ap, re, shifted_xre);
+    Copy_Vector(ap, im, shifted_xim);
+    if (ignore > 0) update_spectrum(ap, ignore, re, im, lookup);
+}
+
+void update_spectrum(const int &n, const int &n_ignore, double *re, double *im,
+                     const double *table) {
+    if (n < 1) return;
+    // names another function: wording kept
+    const scratch<double> signal(
+        2LL * n, " Memory requested to store signal[] in Truncate_Spectrum() is not available\n");
+    if (signal == nullptr) return;
+    for (int i = 0; i < n; ++i) {
+        signal[2 * i] = re[i];
+        signal[2 * i + 1] = im[i];
+    }
+    four2(signal, table, n, 1);
+    for (int i = 0; i < n; ++i) {
+        re[n - 1 - i] = signal[2 * i];
+        im[n - 1 - i] = signal[2 * i + 1];
+    }
+    int right_by_one = -1;
+    Rotate_Vector(n, right_by_one, re);
+    Rotate_Vector(n, right_by_one, im);
+    for (int i = 0; i < std::min(n_ignore, n); ++i) re[i] = im[i] = 0.0;
+    for (int i = 0; i < n; ++i) {
+        signal[2 * i] = re[i];
+        signal[2 * i + 1] = im[i];
+    }
+    four2(signal, table, n, 0);
+    for (int i = 0; i < n; ++i) {
+        re[i] = signal[2 * i];
+        im[i] = signal[2 * i + 1];
+    }
+}
