@@ -78,7 +78,7 @@ void write_output_headers(const output_name *names) {
                                           res_signal, fit0_signal, nln0_signal};
     for (output_signal which : order) {
         sage_header header = *idl;
-        std::snprintf(header.data_name, sizeof header.data_name, "%s", names[which].data);
+        std::snprintf(header.data_name, sizeof header.data_name, "%.511s", names[which].data);
         if (which == nln0_signal) header.n_data_files = nLines + n_patterns;
         write_sageidl_header(names[which].header, &header);
     }
