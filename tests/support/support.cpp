@@ -121,7 +121,8 @@ void read_signal(const std::string &name, std::vector<double> &re, std::vector<d
     for (std::size_t at = 0; at + 4 <= bytes.size(); at += 4) {
         std::uint32_t bits = 0;
         for (std::size_t b = 0; b < 4; ++b)
-            bits |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + b])) << (8 * b);
+            bits |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + b]))
+                    << (8 * b);
         float single = 0;
         std::memcpy(&single, &bits, 4);
         ((at / 4) % 2 == 0 ? re : im).push_back(static_cast<double>(single));
@@ -130,15 +131,28 @@ void read_signal(const std::string &name, std::vector<double> &re, std::vector<d
 
 void reset_state() {
     free_memory(ap);
-    for (char *text : {path, fnm, strtvalfnm, command, sdffnm, shffnm, sage_idl, host, user, domain})
+    for (char *text :
+         {path, fnm, strtvalfnm, command, sdffnm, shffnm, sage_idl, host, user, domain})
         *text = '\0';
-    for (int *value :
-         {&verbose, &show_line, &sageidl, &itmax, &brent_itmax, &td_ap_trunc, &complex,
-          &weighting_type, &convolute, &error_calc, &ref_line, &single_line, &spec, &pattern_enable,
-          &file_corrupt, &fitmode, &par_ranges, &ignore, &noise_strt, &noise_stop, &amp_fit,
-          &freq_fit, &width_fit, &phase_fit, &voigt_fit, &lsf_fit_enable, &nLines, &n_patterns,
-          &npar, &lsf_coefs, &ncom, &ap, &ap_noise, &n_fit_strat_steps, &h_cur_range, &dummy1,
-          &niter, &nfitted})
+    for (int *value : {&verbose,      &show_line,
+                       &sageidl,      &itmax,
+                       &brent_itmax,  &td_ap_trunc,
+                       &complex,      &weighting_type,
+                       &convolute,    &error_calc,
+                       &ref_line,     &single_line,
+                       &spec,         &pattern_enable,
+                       &file_corrupt, &fitmode,
+                       &par_ranges,   &ignore,
+                       &noise_strt,   &noise_stop,
+                       &amp_fit,      &freq_fit,
+                       &width_fit,    &phase_fit,
+                       &voigt_fit,    &lsf_fit_enable,
+                       &nLines,       &n_patterns,
+                       &npar,         &lsf_coefs,
+                       &ncom,         &ap,
+                       &ap_noise,     &n_fit_strat_steps,
+                       &h_cur_range,  &dummy1,
+                       &niter,        &nfitted})
         *value = 0;
     for (double *value : {&T_acq, &Hz_pp, &frscl, &phi_1, &ftol, &deriv_p, &sigma, &sigma_im,
                           &scalefactor, &chi_before, &minimum, &chi_after, &true_chi})
