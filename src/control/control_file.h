@@ -16,7 +16,7 @@ void apply_fit_mode(const int &fitmode, int &ref_line, int &lsf_coefs);
 // earlier one has made current does so, too; else "sage" sets 2, "none" 3, another word nothing.
 void read_data_format(std::FILE *file, char *sage_idl, int &sageidl);
 
-// Reads lsf_coefs pairs (real, imaginary) behind the parameters of the given number of entries.
+// Reads lsf_coefs pairs (real, imaginary; none when below 1) behind the parameters of the entries.
 void read_lsf_coefficients(std::FILE *file, const int &lsf_coefs, const int &entries, double *par);
 
 // Reads a pattern file name into its slot; false, with file_corrupt set, when it is too long.

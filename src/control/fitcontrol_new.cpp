@@ -78,7 +78,7 @@ bool read_varokel_prior_knowledge(std::FILE *file, const char *name, const int &
 
 void read_varokel_line_shape_function(std::FILE *file, const int &nLines, const int &n_patterns,
                                       const int &lsf_coefs, double *par) {
-    if (lsf_coefs > 0) read_lsf_coefficients(file, lsf_coefs, nLines + n_patterns, par);
+    read_lsf_coefficients(file, lsf_coefs, nLines + n_patterns, par);
 }
 
 void read_varokel_strtval_file(const char *name, int &npar, int &ref_line, int &nLines, int &ap,

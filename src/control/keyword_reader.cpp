@@ -194,7 +194,7 @@ static void read_lsf(std::FILE *file, const keyword_format &format, const keywor
         to.file_corrupt = 1;
         return;
     }
-    if (to.lsf_coefs > 0) read_lsf_coefficients(file, to.lsf_coefs, to.entries(), to.par);
+    read_lsf_coefficients(file, to.lsf_coefs, to.entries(), to.par);
     const marker end(file, 10);
     if (!end.is("end_of_lsf")) {
         print_reading_terminated();

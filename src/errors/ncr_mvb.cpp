@@ -8,7 +8,9 @@
 #include "errors/ncr_mvb.h"
 
 #include "errors/matrix_lib.h"
+#include "model/lanes.h"
 #include "model/model_context.h"
+#include "model/model_sum.h"
 #include "run/storage.h"
 
 #include <cmath>
@@ -38,31 +40,31 @@ double pop_2d_element(const double *a, const int &n, const int &row, const int &
     return pop_2d_matrix_element(a, n, row, col);
 }
 
-static void model_derivative(const model_context &model, int index, int N, double *par, double *dre,
-                             double *dim) {
-    const int ap = model.ap;
-    const scratch<double> saved(N, " Memory requested to store y[] in "
-                                   "f_new_complex_select() is not available\n");
-    const scratch<double> y0re(ap, " Memory requested to store yr[] in "
-                                   "f_new_complex_select() is not available\n");
-    const scratch<double> y0im(
-        ap, " Memory requested to store yi[] in f_new_complex_select() is not available\n");
-    if (saved == nullptr || y0re == nullptr || y0im == nullptr) return;
-    for (int i = 0; i < N; ++i) saved[i] = par[i];
-    model.chi_square(par);
-    for (int k = 0; k < ap; ++k) {
-        y0re[k] = model.yre[k];
-        y0im[k] = model.yim[k];
+// Model of the vector par after a step of par[index], minus the model of par itself, over the step.
+// `sum` receives the spectrum of the difference of curves; trial and base hold N values.
+static bool model_derivative(const model_context &model, int index, int N, const double *par,
+                             double *trial, double *base, model_sum &sum, double &h) {
+    const curve_setting setting{
+        model.ap,        model.nLines, model.n_patterns, model.td_ap_trunc, model.ref_line,
+        model.lsf_coefs, model.ignore, model.fit_lsf,    model.frscl,       model.phi_1,
+        model.re_ref,    model.im_ref, model.r_lsf,      model.i_lsf,       model.pat};
+    if (!sum.begin(setting)) return false;
+    const int entries = N / pars_per_entry;
+    for (int i = 0; i < N; ++i) trial[i] = base[i] = par[i];
+    h = par[index] != 0.0 ? par[index] * difference_step : difference_step;
+    trial[index] += h;
+    derive_dependent_parameters(entries, base, model.fixpar);
+    derive_dependent_parameters(entries, trial, model.fixpar);
+    for (int k = 1; k <= entries; ++k) {
+        const int at = pars_per_entry * (k - 1);
+        bool changed = false;
+        for (int j = at; j < at + pars_per_entry; ++j) changed = changed || trial[j] != base[j];
+        if (!changed) continue;
+        sum.add(k, model.fixpar[at].type, trial + at, 1.0);
+        sum.add(k, model.fixpar[at].type, base + at, -1.0);
     }
-    const double p = par[index];
-    const double h = p != 0.0 ? p * difference_step : difference_step;
-    par[index] = p + h;
-    model.chi_square(par);
-    for (int k = 0; k < ap; ++k) {
-        dre[k] = (model.yre[k] - y0re[k]) / h;
-        dim[k] = (model.yim[k] - y0im[k]) / h;
-    }
-    for (int i = 0; i < N; ++i) par[i] = saved[i];
+    sum.transform();
+    return true;
 }
 
 void f_new_complex_select(const int &ap, const int &index, const int &N, double *par, double *dre,
@@ -104,7 +106,77 @@ void f_new_complex_select(const int &ap, const int &index, const int &N, double 
                               fit_lsf,
                               lookup,
                               ignore};
-    model_derivative(model, index, N, par, dre, dim);
+    const scratch<double> trial(N, " Memory requested to store y[] in "
+                                   "f_new_complex_select() is not available\n");
+    const scratch<double> base(N, " Memory requested to store yr[] in "
+                                  "f_new_complex_select() is not available\n");
+    if (trial == nullptr || base == nullptr) return;
+    model_sum sum;
+    double h = 0.0;
+    if (!model_derivative(model, index, N, par, trial, base, sum, h)) return;
+    for (int k = 0; k < ap; ++k) {
+        dre[k] = sum.re()[k] / h;
+        dim[k] = sum.im()[k] / h;
+    }
+}
+
+// Products of 2 x 2 rows at a time, so that each loaded value is used twice; the sum of a product
+// runs over eight partial sums, whatever the rows. n is a multiple of 8.
+MULTIVERSION_WIDE static void products_of_rows(long long n, const double *a0, const double *a1,
+                                               const double *b0, const double *b1, double *out) {
+    wide_lanes s00 = {}, s01 = {}, s10 = {}, s11 = {};
+    for (long long i = 0; i < n; i += 8) {
+        wide_lanes x0, x1, y0, y1;
+        load(x0, a0 + i);
+        load(x1, a1 + i);
+        load(y0, b0 + i);
+        load(y1, b1 + i);
+        s00 += x0 * y0;
+        s01 += x0 * y1;
+        s10 += x1 * y0;
+        s11 += x1 * y1;
+    }
+    out[0] = total(s00);
+    out[1] = total(s01);
+    out[2] = total(s10);
+    out[3] = total(s11);
+}
+
+// F(i, j) = sum of the products of rows i and j; the matrix is symmetric.
+static void fill_fisher_matrix(int nfree, long long row_length, const double *rows, double *covar) {
+    const auto row = [&](int i) { return rows + (i - 1) * row_length; };
+    const auto put = [&](int i, int j, double value) {
+        push_2d_element(covar, nfree, i, j, value);
+        push_2d_element(covar, nfree, j, i, value);
+    };
+    for (int i = 1; i <= nfree; i += 2) {
+        const int i2 = i < nfree ? i + 1 : i;
+        for (int j = i; j <= nfree; j += 2) {
+            const int j2 = j < nfree ? j + 1 : j;
+            double out[4];
+            products_of_rows(row_length, row(i), row(i2), row(j), row(j2), out);
+            put(i, j, out[0]);
+            put(i, j2, out[1]);
+            put(i2, j, out[2]);
+            put(i2, j2, out[3]);
+        }
+    }
+}
+
+// Values at the points that count, times per_step; returns the place behind them.
+MULTIVERSION static double *gather(int ap, const int *counts, const double *__restrict v,
+                                   double per_step, double *__restrict out) {
+    for (int k = 0; k < ap;) {
+        if (counts[k] == 0) {
+            ++k;
+            continue;
+        }
+        const int run = counts[k]; // points that count from here on
+        for (int j = 0; j < run; ++j) out[j] = v[k + j] * per_step;
+        out += run;
+        k += run;
+    }
+    return out;
 }
 
 // Error of each free parameter, in the order of the parameters, from the inverse matrix.
@@ -151,17 +223,33 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
     int nfree = 0;
     for (int i = 0; i < N; ++i) nfree += fixpar[i].fixed_to == 0 ? 1 : 0;
 
-    // All derivatives side by side: parameter q (0-based) at q * ap.
-    const scratch<double> d_re(static_cast<long long>(nfree) * ap,
-                               " Memory requested to store gr_l_re[] in cr_mvb() is not "
-                               "available\n");
-    const scratch<double> d_im(static_cast<long long>(nfree) * ap,
-                               " Memory requested to store gr_l_im[] in cr_mvb() is not "
-                               "available\n");
+    const bool real_channel = complex == 0 || complex >= 2;
+    const bool imaginary_channel = complex == 1 || complex == 2;
+    long long points = 0;
+    const scratch<int> counts(ap, " Memory requested to store gr_l_im[] in cr_mvb() is not "
+                                  "available\n"); // length of the run of points that count
+    for (int k = ap - 1; k >= 0 && counts != nullptr; --k) {
+        if (wre[k] + wim[k] == 0.0) continue;
+        counts[k] = 1 + (k + 1 < ap ? counts[k + 1] : 0);
+        ++points;
+    }
+    const long long values =
+        points * ((real_channel ? 1 : 0) + (imaginary_channel ? 1 : 0)); // of one derivative
+    const long long row_length = (values + 7) / 8 * 8;                   // rows end in zeros
+
+    // All derivatives side by side, at the points and in the channels that count.
+    const scratch<double> derivatives(nfree * row_length,
+                                      " Memory requested to store gr_l_re[] in cr_mvb() is not "
+                                      "available\n");
+    const scratch<double> trial(N, " Memory requested to store y[] in "
+                                   "f_new_complex_select() is not available\n");
+    const scratch<double> base(N, " Memory requested to store yr[] in "
+                                  "f_new_complex_select() is not available\n");
     const scratch<double> covar(static_cast<long long>(nfree) * nfree,
                                 " Memory requested to store covar[][] in cr_mvb() is not "
                                 "available\n");
-    if (d_re != nullptr && d_im != nullptr && covar != nullptr) {
+    if (counts != nullptr && derivatives != nullptr && trial != nullptr && base != nullptr &&
+        covar != nullptr) {
         const model_context model{ap,
                                   nLines,
                                   td_ap_trunc,
@@ -191,30 +279,19 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
                                   fit_lsf,
                                   lookup,
                                   ignore};
-        long long q = 0;
+        double *row = derivatives;
         for (int i = 0; i < N; ++i) {
             if (fixpar[i].fixed_to != 0) continue;
-            model_derivative(model, i, N, par, d_re + q * ap, d_im + q * ap);
-            ++q;
-        }
-        const bool real_channel = complex == 0 || complex >= 2;
-        const bool imaginary_channel = complex == 1 || complex == 2;
-        for (int row = 1; row <= nfree; ++row) {
-            for (int col = row; col <= nfree; ++col) {
-                const double *a_re = d_re + (row - 1LL) * ap;
-                const double *a_im = d_im + (row - 1LL) * ap;
-                const double *b_re = d_re + (col - 1LL) * ap;
-                const double *b_im = d_im + (col - 1LL) * ap;
-                double sum = 0.0;
-                for (int k = 0; k < ap; ++k) {
-                    if (wre[k] + wim[k] == 0.0) continue;
-                    if (real_channel) sum += a_re[k] * b_re[k];
-                    if (imaginary_channel) sum += a_im[k] * b_im[k];
-                }
-                push_2d_element(covar, nfree, row, col, sum);
-                push_2d_element(covar, nfree, col, row, sum);
+            model_sum sum;
+            double h = 0.0;
+            if (model_derivative(model, i, N, par, trial, base, sum, h)) {
+                double *next = row;
+                if (real_channel) next = gather(ap, counts, sum.re(), 1.0 / h, next);
+                if (imaginary_channel) gather(ap, counts, sum.im(), 1.0 / h, next);
             }
+            row += row_length;
         }
+        fill_fisher_matrix(nfree, row_length, derivatives, covar);
         gaussj(covar, nfree);
         spread_errors(N, nLines, nfree, sigma, covar, par, fixpar, errpar);
     }

@@ -8,6 +8,8 @@
 #include "model/chi_square.h"
 
 #include "model/l_shapes.h"
+#include "model/lanes.h"
+#include "model/model_sum.h"
 #include "model/prior_knowledge.h"
 #include "model/vector_lib.h"
 #include "run/end_run.h"
@@ -41,50 +43,27 @@ static void derive_or_end_turbo(int k, int n_entries, double *xt, const paramete
     end_run(1);
 }
 
-// Where the curve of an entry is generated, by its type and place.
-enum class shape_domain { none, time, frequency, pattern };
-
-static shape_domain domain_of(int k, int type, int n_lines, int n_pat) {
-    switch (type) {
-    case gaussian_line:
-    case voigt_line:
-        return shape_domain::time;
-    case lorentzian_line:
-        return shape_domain::frequency;
-    case pattern_line:
-        return k > n_lines && k - n_lines <= n_pat ? shape_domain::pattern : shape_domain::none;
-    default:
-        return shape_domain::none;
-    }
+void derive_dependent_parameters(const int &n_entries, double *xt, const parameter_record *fixpar) {
+    for (int k = 1; k <= n_entries; ++k)
+        if (!entry_is_free(k, n_entries, fixpar)) derive_or_end(k, n_entries, xt, fixpar);
 }
 
 void entry_spectrum(const int &k, const int &type, const double *p, const int &ap,
                     const int &nLines, const int &td_ap_trunc, const int &ref_line,
                     const int *fit_lsf, const int &lsf_coefs, const double &phi_1, double *out_re,
                     double *out_im, const double *re_ref, const double *im_ref, const double *r_lsf,
-                    const double *i_lsf, const double &frscl, const double *lookup,
-                    const int &ignore, const int &n_patterns, const double *pat) {
-    const double no_width = 0.0;
-    const double &g = type == lorentzian_line ? no_width : p[width1_par];
-    const double &L = type == gaussian_line ? no_width : p[width2_par];
-    const int pattern = k - nLines;
-    switch (domain_of(k, type, nLines, n_patterns)) {
-    case shape_domain::time:
-    case shape_domain::frequency:
-        Calculate_ifft_VoigtCurve(k, ap, td_ap_trunc, ref_line, fit_lsf, lsf_coefs, p[area_par],
-                                  p[freq_par], g, p[phase_par], L, phi_1, out_re, out_im, re_ref,
-                                  im_ref, r_lsf, i_lsf, frscl, lookup, ignore);
-        break;
-    case shape_domain::pattern:
-        Calculate_FD_Pattern(pattern, nLines, ap, td_ap_trunc, ref_line, fit_lsf, lsf_coefs, pat,
-                             p[area_par], p[freq_par], g, p[phase_par], L, phi_1, out_re, out_im,
-                             re_ref, im_ref, r_lsf, i_lsf, frscl, lookup, ignore);
-        break;
-    case shape_domain::none:
-        Zero_Vector(ap, out_re);
-        Zero_Vector(ap, out_im);
-        break;
-    }
+                    const double *i_lsf, const double &frscl, const double *, const int &ignore,
+                    const int &n_patterns, const double *pat) {
+    Zero_Vector(ap, out_re);
+    Zero_Vector(ap, out_im);
+    model_sum sum;
+    if (ap < 1 || !sum.begin({ap, nLines, n_patterns, td_ap_trunc, ref_line, lsf_coefs, ignore,
+                              fit_lsf, frscl, phi_1, re_ref, im_ref, r_lsf, i_lsf, pat}))
+        return;
+    sum.add(k, type, p, 1.0);
+    sum.transform();
+    Copy_Vector(ap, sum.re(), out_re);
+    Copy_Vector(ap, sum.im(), out_im);
 }
 
 void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, double *par_copy,
@@ -95,16 +74,6 @@ void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, dou
               const int &n_patterns, const double *pat) {
     const int entries = nLines + n_patterns;
     const int vector_length = pars_per_entry * entries + 2 * (lsf_coefs > 0 ? lsf_coefs : 0);
-    const scratch<double> dummy_re(
-        ap, " Memory requested to store dummy_re[] in spec_fnc() not available\n");
-    const scratch<double> dummy_im(ap, "Memory requested to store dummy_im[]"
-                                       " in spec_fnc() not available\n");
-    const scratch<double> t_yre(ap, "Memory requested to store t_yre[]"
-                                    " in spec_fnc() not available\n");
-    const scratch<double> t_yim(ap, "Memory requested to store t_yim[]"
-                                    " in spec_fnc() not available\n");
-    if (dummy_re == nullptr || dummy_im == nullptr || t_yre == nullptr || t_yim == nullptr) return;
-
     if (lsf_coefs != 0) ParArrayToLineShapeFunction(lsf_coefs, ap, npar, xt, r_lsf, i_lsf, lookup);
     if (single_line != 0) {
         turbo_spec_fnc(ap, nLines, xt, par_copy, fixpar, yre, yim, re_ref, im_ref, td_ap_trunc,
@@ -113,44 +82,18 @@ void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, dou
         Copy_Vector(vector_length, xt, par_copy);
         return;
     }
-
-    Zero_Vector(ap, yre);
-    Zero_Vector(ap, yim);
-    const auto add_curve = [&](int k) {
-        const double *p = xt + pars_per_entry * (k - 1);
-        const int type = fixpar[pars_per_entry * (k - 1)].type;
-        const double no_width = 0.0;
-        switch (domain_of(k, type, nLines, n_patterns)) {
-        case shape_domain::time:
-            Calculate_td_VoigtCurve(
-                k, ap, td_ap_trunc, ref_line, fit_lsf, lsf_coefs, p[area_par], p[freq_par],
-                p[width1_par], p[phase_par], type == gaussian_line ? no_width : p[width2_par],
-                phi_1, dummy_re, dummy_im, re_ref, im_ref, r_lsf, i_lsf, frscl, lookup, ignore);
-            Sum_Vector(ap, t_yre, t_yre, dummy_re);
-            Sum_Vector(ap, t_yim, t_yim, dummy_im);
-            break;
-        case shape_domain::frequency:
-        case shape_domain::pattern:
-            entry_spectrum(k, type, p, ap, nLines, td_ap_trunc, ref_line, fit_lsf, lsf_coefs, phi_1,
-                           dummy_re, dummy_im, re_ref, im_ref, r_lsf, i_lsf, frscl, lookup, ignore,
-                           n_patterns, pat);
-            Sum_Vector(ap, yre, yre, dummy_re);
-            Sum_Vector(ap, yim, yim, dummy_im);
-            break;
-        case shape_domain::none:
-            break;
-        }
-    };
-    for (int k = 1; k <= entries; ++k)
-        if (entry_is_free(k, entries, fixpar)) add_curve(k);
+    derive_dependent_parameters(entries, xt, fixpar);
+    model_sum sum;
+    if (ap < 1 || !sum.begin({ap, nLines, n_patterns, td_ap_trunc, ref_line, lsf_coefs, ignore,
+                              fit_lsf, frscl, phi_1, re_ref, im_ref, r_lsf, i_lsf, pat}))
+        return;
     for (int k = 1; k <= entries; ++k) {
-        if (entry_is_free(k, entries, fixpar)) continue;
-        derive_or_end(k, entries, xt, fixpar);
-        add_curve(k);
+        const int at = pars_per_entry * (k - 1);
+        sum.add(k, fixpar[at].type, xt + at, 1.0);
     }
-    Calculate_Spectrum(ap, t_yre, t_yim, lookup);
-    Sum_Vector(ap, yre, yre, t_yre);
-    Sum_Vector(ap, yim, yim, t_yim);
+    sum.transform();
+    Copy_Vector(ap, sum.re(), yre);
+    Copy_Vector(ap, sum.im(), yim);
     Copy_Vector(vector_length, xt, par_copy);
 }
 
@@ -159,46 +102,117 @@ void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_co
                     const double *im_ref, const int &td_ap_trunc, double *r_lsf, double *i_lsf,
                     const int &ref_line, const int *fit_lsf, const double &frscl,
                     const double &phi_1, const int &lsf_coefs, const int &single_line,
-                    const double *lookup, const int &ignore, const int &n_patterns,
-                    const double *pat) {
+                    const double *, const int &ignore, const int &n_patterns, const double *pat) {
     const int entries = nLines + n_patterns;
     const int s = single_line;
-    if (s < 1 || s > entries) return;
-    bool changed = false;
-    for (int j = 0; j < pars_per_entry; ++j) {
-        const int i = pars_per_entry * (s - 1) + j;
-        changed = changed || xt[i] != par_copy[i];
-    }
-    if (!changed) return;
-
-    const scratch<double> curve_re(ap, " Memory requested to store array xre : not available");
-    const scratch<double> curve_im(ap, " Memory requested to store array xre : not available");
-    if (curve_re == nullptr || curve_im == nullptr) return;
-    const auto curve_of = [&](int k, const double *vector) {
+    if (s < 1 || s > entries || ap < 1) return;
+    const auto changed = [&](int k) {
         const int at = pars_per_entry * (k - 1);
-        entry_spectrum(k, fixpar[at].type, vector + at, ap, nLines, td_ap_trunc, ref_line, fit_lsf,
-                       lsf_coefs, phi_1, curve_re, curve_im, re_ref, im_ref, r_lsf, i_lsf, frscl,
-                       lookup, ignore, n_patterns, pat);
+        for (int j = 0; j < pars_per_entry; ++j)
+            if (xt[at + j] != par_copy[at + j]) return true;
+        return false;
     };
+    if (!changed(s)) return;
+    model_sum sum;
+    if (!sum.begin({ap, nLines, n_patterns, td_ap_trunc, ref_line, lsf_coefs, ignore, fit_lsf,
+                    frscl, phi_1, re_ref, im_ref, r_lsf, i_lsf, pat}))
+        return;
     const auto exchange_curve = [&](int k) {
-        curve_of(k, par_copy);
-        Dif_Vector(ap, yre, yre, curve_re);
-        Dif_Vector(ap, yim, yim, curve_im);
-        curve_of(k, xt);
-        Sum_Vector(ap, yre, yre, curve_re);
-        Sum_Vector(ap, yim, yim, curve_im);
+        const int at = pars_per_entry * (k - 1);
+        sum.add(k, fixpar[at].type, xt + at, 1.0);
+        sum.add(k, fixpar[at].type, par_copy + at, -1.0);
     };
     exchange_curve(s);
     for (int k = 1; k <= entries; ++k) {
         if (k == s || !entry_follows(k, s, fixpar)) continue;
         derive_or_end_turbo(k, entries, xt, fixpar);
-        exchange_curve(k);
+        if (changed(k)) exchange_curve(k);
     }
+    sum.transform();
+    Sum_Vector(ap, yre, yre, sum.re());
+    Sum_Vector(ap, yim, yim, sum.im());
 }
 
-// (|x|^2 + 1) of a point: the divisor of weighting type 7, after which strong points count less.
-static double damped_magnitude(double re, double im) {
-    return re * re + 1.0 + im * im;
+// Eight partial sums for each channel, point i in sum i mod 8, so that every build adds in the same
+// order. Points that do not count are selected away, not multiplied by zero: they may hold
+// not-a-numbers.
+MULTIVERSION_WIDE static double squares_of_channels(int n, bool real, bool imaginary, bool damped,
+                                                    const double *xre, const double *xim,
+                                                    const double *yre, const double *yim,
+                                                    const double *wre, const double *wim) {
+    const wide_lanes zero = {};
+    wide_lanes sum_re = zero;
+    wide_lanes sum_im = zero;
+    const auto add_terms = [&](int at, const double *a, const double *b, const double *c,
+                               const double *d, const double *e, const double *f)
+        __attribute__((always_inline)) {
+        wide_lanes x_re, x_im, y_re, y_im, w_re, w_im;
+        load(x_re, a + at);
+        load(x_im, b + at);
+        load(y_re, c + at);
+        load(y_im, d + at);
+        load(w_re, e + at);
+        load(w_im, f + at);
+        const wide_lanes dr = x_re - y_re;
+        const wide_lanes di = x_im - y_im;
+        wide_lanes t_re = w_re * dr * dr;
+        wide_lanes t_im = w_im * di * di;
+        if (damped) {
+            // |x|^2 + 1: with weighting type 7 strong points count less
+            const wide_lanes divisor = x_re * x_re + 1.0 + x_im * x_im;
+            t_re /= divisor;
+            t_im /= divisor;
+        }
+        const auto counts = w_re + w_im != zero;
+        if (real) sum_re += counts ? t_re : zero;
+        if (imaginary) sum_im += counts ? t_im : zero;
+    };
+    int i = 0;
+    for (; i + 8 <= n; i += 8) add_terms(i, xre, xim, yre, yim, wre, wim);
+    if (i < n) {
+        double rest[6][8] = {};
+        const double *const sources[6] = {xre, xim, yre, yim, wre, wim};
+        for (int q = 0; q < 6; ++q)
+            for (int j = 0; i + j < n; ++j) rest[q][j] = sources[q][i + j];
+        add_terms(0, rest[0], rest[1], rest[2], rest[3], rest[4], rest[5]);
+    }
+    return total(sum_re) + total(sum_im);
+}
+
+// (|x| - |y|)^2 or (|x|^2 - |y|^2)^2 over the points that count
+static double squares_of_magnitudes(int n, bool power, const double *xre, const double *xim,
+                                    const double *yre, const double *yim, const double *wre,
+                                    const double *wim) {
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i) {
+        if (wre[i] + wim[i] == 0.0) continue;
+        const double x = xre[i] * xre[i] + xim[i] * xim[i];
+        const double y = yre[i] * yre[i] + yim[i] * yim[i];
+        const double d = power ? x - y : std::sqrt(x) - std::sqrt(y);
+        sum += d * d;
+    }
+    return sum;
+}
+
+static double weighted_squares(int n, int mode, int weighting, const double *xre, const double *xim,
+                               const double *yre, const double *yim, const double *wre,
+                               const double *wim) {
+    // Type 7 knows the real channel, and both when complex is 2; no other mode.
+    if (weighting == 7)
+        return squares_of_channels(n, true, mode == 2, true, xre, xim, yre, yim, wre, wim);
+    switch (mode) {
+    case 0:
+    case 1:
+    case 2:
+        return squares_of_channels(n, mode != 1, mode != 0, false, xre, xim, yre, yim, wre, wim);
+    case 3:
+    case 4:
+        return squares_of_magnitudes(n, mode == 4, xre, xim, yre, yim, wre, wim);
+    default:
+        for (int i = 0; i < n; ++i)
+            if (wre[i] + wim[i] != 0.0) std::printf("illegal complex value\n");
+        return 0.0;
+    }
 }
 
 double fnc(const int &ap, const int &nLines, const int &td_ap_trunc, const int &npar, double *xt,
@@ -218,45 +232,5 @@ double fnc(const int &ap, const int &nLines, const int &td_ap_trunc, const int &
         Copy_Vector(ap, yre, wre);
         Copy_Vector(ap, yim, wim);
     }
-    double sum = 0.0;
-    for (int i = 0; i < ap; ++i) {
-        if (wre[i] + wim[i] == 0.0) continue;
-        const double dr = xre[i] - yre[i];
-        const double di = xim[i] - yim[i];
-        if (weighting_type == 7) {
-            // Type 7 knows the real channel, and both when complex is 2; no other mode.
-            const double divisor = damped_magnitude(xre[i], xim[i]);
-            sum += wre[i] * dr * dr / divisor;
-            if (complex == 2) sum += wim[i] * di * di / divisor;
-            continue;
-        }
-        const double power_x = xre[i] * xre[i] + xim[i] * xim[i];
-        const double power_y = yre[i] * yre[i] + yim[i] * yim[i];
-        switch (complex) {
-        case 0:
-            sum += wre[i] * dr * dr;
-            break;
-        case 1:
-            sum += wim[i] * di * di;
-            break;
-        case 2:
-            sum += wre[i] * dr * dr + wim[i] * di * di;
-            break;
-        case 3: {
-            // In modes 3 and 4 the weights only select points.
-            const double d = std::sqrt(power_x) - std::sqrt(power_y);
-            sum += d * d;
-            break;
-        }
-        case 4: {
-            const double d = power_x - power_y;
-            sum += d * d;
-            break;
-        }
-        default:
-            std::printf("illegal complex value\n");
-            break;
-        }
-    }
-    return sum;
+    return weighted_squares(ap, complex, weighting_type, xre, xim, yre, yim, wre, wim);
 }

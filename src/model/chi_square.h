@@ -44,6 +44,9 @@ void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_co
                     const double *lookup, const int &ignore, const int &n_patterns,
                     const double *pat);
 
+// Fills all dependent parameters of xt, entries in increasing order.
+void derive_dependent_parameters(const int &n_entries, double *xt, const parameter_record *fixpar);
+
 // Centred spectrum of entry k (1-based) alone, by its five parameters p. An entry without a
 // shape (unknown type, pattern type on a line) gives zeros.
 void entry_spectrum(const int &k, const int &type, const double *p, const int &ap,

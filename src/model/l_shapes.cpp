@@ -8,6 +8,7 @@
 // spectrum (docs/model.md, equations 1 to 6).
 #include "model/l_shapes.h"
 
+#include "model/decay.h"
 #include "model/fft.h"
 #include "model/vector_lib.h"
 #include "run/storage.h"
@@ -19,56 +20,20 @@
 
 using std::numbers::pi;
 
-static double angular_frequency(int ap, double f, double frscl) {
-    return 2.0 * pi * (f * frscl + ap / 2);
-}
-
-// Phase of the whole line [rad]. The delay's own phase is taken off at half weight.
-static double line_phase(int ap, double omega, double phi0, double phi_1) {
+// The curve without lineshapes, phase included; docs/model.md, equations 1 to 4.
+static void line_curve(int ap, int td_ap_trunc, double A, double f, double g, double phi0, double L,
+                       double phi_1, double frscl, double *re, double *im) {
+    const double N = ap;
     const double d = phi_1 / 360.0;
-    return omega * d / ap + pi * phi0 / 180.0 - pi * phi_1 / 360.0;
-}
-
-// Envelope times oscillation without phase. Points 0 and 1 are never truncated.
-static void damped_oscillation(int ap, int td_ap_trunc, double A, double f, double g, double L,
-                               double phi_1, double frscl, double *re, double *im) {
-    const double d = phi_1 / 360.0;
-    const double omega = angular_frequency(ap, f, frscl);
-    const double gauss = pi * pi * g * g;
-    const double lorentz = pi * L;
-    const auto envelope = [&](int n) {
-        const double t = (n + d) / ap;
-        return A * std::exp(-gauss * t * t - lorentz * t);
-    };
-    re[0] = envelope(0);
-    im[0] = 0.0;
-    if (ap < 2) return;
-    const double c1 = std::cos(omega / ap);
-    const double s1 = std::sin(omega / ap);
-    re[1] = envelope(1) * c1;
-    im[1] = envelope(1) * s1;
-    double c = c1;
-    double s = s1;
-    const int end = std::clamp(td_ap_trunc, 2, ap);
-    for (int n = 2; n < end; ++n) {
-        const double before = c;
-        c = before * c1 - s * s1;
-        s = before * s1 + s * c1;
-        const double e = envelope(n);
-        re[n] = e * c;
-        im[n] = e * s;
-    }
-    for (int n = end; n < ap; ++n) re[n] = im[n] = 0.0;
-}
-
-static void multiply_by_phase(int ap, double psi, double *re, double *im) {
-    const double c = std::cos(psi);
-    const double s = std::sin(psi);
-    for (int n = 0; n < ap; ++n) {
-        const double real = re[n];
-        re[n] = real * c - im[n] * s;
-        im[n] = real * s + im[n] * c;
-    }
+    const double omega = 2.0 * pi * (f * frscl + ap / 2);
+    // The delay's own phase is taken off at half weight.
+    const double psi = omega * d / N + pi * phi0 / 180.0 - pi * phi_1 / 360.0;
+    Zero_Vector(ap, re);
+    Zero_Vector(ap, im);
+    // points 0 and 1 are never truncated
+    add_decay({A * std::cos(psi), A * std::sin(psi), f * frscl, pi * pi * g * g / (N * N),
+               pi * L / N, d, ap, ap > 1},
+              0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
 }
 
 static void set_leading_to_zero(int ap, int ignore, double *re, double *im) {
@@ -125,9 +90,7 @@ void Calculate_td_VoigtCurve(const int &entry, const int &ap, const int &td_ap_t
                              const double *i_lsf, const double &frscl, const double *,
                              const int &ignore) {
     if (ap < 1) return;
-    damped_oscillation(ap, td_ap_trunc, A, f, g, L, phi_1, frscl, out_re, out_im);
-    multiply_by_phase(ap, line_phase(ap, angular_frequency(ap, f, frscl), phi0, phi_1), out_re,
-                      out_im);
+    line_curve(ap, td_ap_trunc, A, f, g, phi0, L, phi_1, frscl, out_re, out_im);
     apply_lineshapes(ap, ref_line, fit_lsf[entry], lsf_coefs, out_re, out_im, re_ref, im_ref, r_lsf,
                      i_lsf);
     set_leading_to_zero(ap, ignore, out_re, out_im);
@@ -141,15 +104,13 @@ void Calculate_ifft_VoigtCurve(const int &entry, const int &ap, const int &td_ap
                                const double *im_ref, const double *r_lsf, const double *i_lsf,
                                const double &frscl, const double *lookup, const int &ignore) {
     if (ap < 1) return;
-    damped_oscillation(ap, td_ap_trunc, A, f, g, L, phi_1, frscl, out_re, out_im);
+    line_curve(ap, td_ap_trunc, A, f, g, phi0, L, phi_1, frscl, out_re, out_im);
     apply_lineshapes(ap, ref_line, fit_lsf[entry], lsf_coefs, out_re, out_im, re_ref, im_ref, r_lsf,
                      i_lsf);
     to_frequency_domain(ap, ignore, out_re, out_im, lookup);
     int half = ap / 2;
     Rotate_Vector(ap, half, out_re);
     Rotate_Vector(ap, half, out_im);
-    multiply_by_phase(ap, line_phase(ap, angular_frequency(ap, f, frscl), phi0, phi_1), out_re,
-                      out_im);
 }
 
 void Calculate_FD_Pattern(const int &p, const int &nLines, const int &ap, const int &td_ap_trunc,
@@ -160,13 +121,11 @@ void Calculate_FD_Pattern(const int &p, const int &nLines, const int &ap, const 
                           const double *r_lsf, const double *i_lsf, const double &frscl,
                           const double *lookup, const int &ignore) {
     if (ap < 1) return;
-    damped_oscillation(ap, td_ap_trunc, A, f, g, L, phi_1, frscl, out_re, out_im);
+    line_curve(ap, td_ap_trunc, A, f, g, phi0, L, phi_1, frscl, out_re, out_im);
     Complex_Pattern_Multiply(ap, p, out_re, out_im, pat);
     apply_lineshapes(ap, ref_line, fit_lsf[nLines + p], lsf_coefs, out_re, out_im, re_ref, im_ref,
                      r_lsf, i_lsf);
     to_frequency_domain(ap, ignore, out_re, out_im, lookup);
-    multiply_by_phase(ap, line_phase(ap, angular_frequency(ap, f, frscl), phi0, phi_1), out_re,
-                      out_im);
 }
 
 void ParArrayToLineShapeFunction(const int &lsf_coefs, const int &ap, const int &npar, double *xt,

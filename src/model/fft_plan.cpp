@@ -1,0 +1,421 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fft_plan.cpp -- transform of a complex vector held as two arrays, the fast one of the model
+//
+// Stockham's autosort transform, decimation in frequency, radix 4. A pass takes sequences of
+// length m with stride s (m s = n) to four times the stride:
+//
+//   y[q + s (4 p + k)] = w^(k p) sum_l i^(-k l) x[q + s (p + l m/4)],   w = exp(-2 pi i / m)
+//
+// Input and output change places from pass to pass, the order of the result comes out right by
+// itself, and the inner index q runs over neighbours, four in a vector. In the first pass s is 1:
+// there four values of p share a vector, and a 4 x 4 transposition puts the results in order. An
+// odd power of two ends with a pass of radix 8. The last pass has no factors w; it scales, and
+// exchanges the halves by where it stores.
+//
+// Method: T. G. Stockham, AFIPS Conf. Proc. 28 (1966) 229-233; C. Van Loan, Computational
+// Frameworks for the Fast Fourier Transform, SIAM 1992, section 1.7.
+#include "model/fft_plan.h"
+
+#include "model/lanes.h"
+#include "run/storage.h"
+
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+#include <utility>
+
+static constexpr int most_lengths = 25; // 2^0 ... 2^24
+static constexpr int most_passes = 12;
+static constexpr int factors_per_butterfly = 6; // w, w^2, w^3
+
+struct fft_plan {
+    int n;
+    int passes;                         // of radix 4, before the last one
+    int last_radix;                     // 1, 2, 4 or 8: of the last pass
+    const double *factors[most_passes]; // per pass; the first one in six rows of n/4
+    double *storage;
+};
+
+static fft_plan plans[most_lengths];
+
+// exp(-2 pi i k / n) in the first octant, where sine and cosine are accurate to the last place,
+// and reflected from there.
+static void unit_root(long long k, long long n, double &re, double &im) {
+    k %= n;
+    long long eighth = 8 * k / n; // octant
+    const auto angle = [n](long long m) {
+        return 2.0 * std::numbers::pi * static_cast<double>(m) / static_cast<double>(n);
+    };
+    double c = 0.0;
+    double s = 0.0;
+    switch (eighth) {
+    case 0:
+        c = std::cos(angle(k));
+        s = std::sin(angle(k));
+        break;
+    case 1:
+        c = std::sin(angle(n / 4 - k));
+        s = std::cos(angle(n / 4 - k));
+        break;
+    case 2:
+        c = -std::sin(angle(k - n / 4));
+        s = std::cos(angle(k - n / 4));
+        break;
+    case 3:
+        c = -std::cos(angle(n / 2 - k));
+        s = std::sin(angle(n / 2 - k));
+        break;
+    case 4:
+        c = -std::cos(angle(k - n / 2));
+        s = -std::sin(angle(k - n / 2));
+        break;
+    case 5:
+        c = -std::sin(angle(3 * n / 4 - k));
+        s = -std::cos(angle(3 * n / 4 - k));
+        break;
+    case 6:
+        c = std::sin(angle(k - 3 * n / 4));
+        s = -std::cos(angle(k - 3 * n / 4));
+        break;
+    default:
+        c = std::cos(angle(n - k));
+        s = -std::sin(angle(n - k));
+        break;
+    }
+    re = c;
+    im = -s;
+}
+
+static bool make_plan(fft_plan &plan, int n) {
+    int bits = 0;
+    while ((1 << bits) < n) ++bits;
+    plan.n = n;
+    plan.last_radix = bits == 0 ? 1 : bits == 1 ? 2 : bits % 2 == 0 ? 4 : 8;
+    const int last_bits = plan.last_radix == 8 ? 3 : plan.last_radix / 2;
+    plan.passes = (bits - last_bits) / 2;
+    long long count = 0;
+    for (int pass = 0, m = n; pass < plan.passes; ++pass, m /= 4)
+        count += factors_per_butterfly * (m / 4);
+    plan.storage = new_doubles(count, " Memory requested to store the factors of a transform is "
+                                      "not available\n");
+    if (plan.storage == nullptr) return false;
+    double *next = plan.storage;
+    for (int pass = 0, m = n; pass < plan.passes; ++pass, m /= 4) {
+        plan.factors[pass] = next;
+        const int quarter = m / 4;
+        for (int p = 0; p < quarter; ++p) {
+            for (int k = 1; k <= 3; ++k) {
+                double re = 0.0;
+                double im = 0.0;
+                unit_root(static_cast<long long>(k) * p, m, re, im);
+                const int row = 2 * (k - 1);
+                if (pass == 0) {
+                    next[row * quarter + p] = re;
+                    next[(row + 1) * quarter + p] = im;
+                } else {
+                    next[factors_per_butterfly * p + row] = re;
+                    next[factors_per_butterfly * p + row + 1] = im;
+                }
+            }
+        }
+        next += factors_per_butterfly * quarter;
+    }
+    return true;
+}
+
+const fft_plan *fft_plan_of(int n) {
+    if (n < 1 || (n & (n - 1)) != 0 || n > 1 << (most_lengths - 1)) return nullptr;
+    int bits = 0;
+    while ((1 << bits) < n) ++bits;
+    fft_plan &plan = plans[bits];
+    if (plan.storage == nullptr && !make_plan(plan, n)) return nullptr;
+    return &plan;
+}
+
+void release_fft_plans() {
+    for (fft_plan &plan : plans) {
+        release(plan.storage);
+        plan.storage = nullptr;
+    }
+}
+
+#define INLINE [[gnu::always_inline]] static inline
+
+// One complex value or a vector of them; T is double or lanes.
+template <class T>
+struct point {
+    T re, im;
+};
+
+// Four-point transform of a, b, c, d, before the factors.
+template <class T>
+INLINE void butterfly(point<T> &a, point<T> &b, point<T> &c, point<T> &d) {
+    const T apc_re = a.re + c.re, apc_im = a.im + c.im;
+    const T amc_re = a.re - c.re, amc_im = a.im - c.im;
+    const T bpd_re = b.re + d.re, bpd_im = b.im + d.im;
+    const T bmd_re = b.re - d.re, bmd_im = b.im - d.im;
+    a.re = apc_re + bpd_re;
+    a.im = apc_im + bpd_im;
+    b.re = amc_re + bmd_im; // minus i (b - d)
+    b.im = amc_im - bmd_re;
+    c.re = apc_re - bpd_re;
+    c.im = apc_im - bpd_im;
+    d.re = amc_re - bmd_im;
+    d.im = amc_im + bmd_re;
+}
+
+template <class T>
+INLINE void multiply(point<T> &z, const T &w_re, const T &w_im) {
+    const T re = z.re * w_re - z.im * w_im;
+    z.im = z.re * w_im + z.im * w_re;
+    z.re = re;
+}
+
+INLINE void transpose(lanes &a, lanes &b, lanes &c, lanes &d) {
+    const lanes t0 = __builtin_shufflevector(a, b, 0, 4, 2, 6);
+    const lanes t1 = __builtin_shufflevector(a, b, 1, 5, 3, 7);
+    const lanes t2 = __builtin_shufflevector(c, d, 0, 4, 2, 6);
+    const lanes t3 = __builtin_shufflevector(c, d, 1, 5, 3, 7);
+    a = __builtin_shufflevector(t0, t2, 0, 1, 4, 5);
+    b = __builtin_shufflevector(t1, t3, 0, 1, 4, 5);
+    c = __builtin_shufflevector(t0, t2, 2, 3, 6, 7);
+    d = __builtin_shufflevector(t1, t3, 2, 3, 6, 7);
+}
+
+INLINE void load_point(point<lanes> &z, const double *re, const double *im, int i) {
+    load(z.re, re + i);
+    load(z.im, im + i);
+}
+INLINE void store_point(const point<lanes> &z, double *re, double *im, int i) {
+    store(re + i, z.re);
+    store(im + i, z.im);
+}
+
+// First pass, n >= 16: four neighbouring p in a vector.
+MULTIVERSION static void first_pass(int n, const double *__restrict w, const double *__restrict xr,
+                                    const double *__restrict xi, double *__restrict yr,
+                                    double *__restrict yi) {
+    const int quarter = n / 4;
+    for (int p = 0; p < quarter; p += 4) {
+        point<lanes> a, b, c, d, f;
+        load_point(a, xr, xi, p);
+        load_point(b, xr, xi, p + quarter);
+        load_point(c, xr, xi, p + 2 * quarter);
+        load_point(d, xr, xi, p + 3 * quarter);
+        butterfly(a, b, c, d);
+        load_point(f, w, w + quarter, p);
+        multiply(b, f.re, f.im);
+        load_point(f, w + 2 * quarter, w + 3 * quarter, p);
+        multiply(c, f.re, f.im);
+        load_point(f, w + 4 * quarter, w + 5 * quarter, p);
+        multiply(d, f.re, f.im);
+        transpose(a.re, b.re, c.re, d.re);
+        transpose(a.im, b.im, c.im, d.im);
+        store_point(a, yr, yi, 4 * p);
+        store_point(b, yr, yi, 4 * p + 4);
+        store_point(c, yr, yi, 4 * p + 8);
+        store_point(d, yr, yi, 4 * p + 12);
+    }
+}
+
+// A pass in the middle, stride s a multiple of 4: four neighbouring q in a vector.
+MULTIVERSION static void middle_pass(int n, int s, const double *__restrict w,
+                                     const double *__restrict xr, const double *__restrict xi,
+                                     double *__restrict yr, double *__restrict yi) {
+    const int quarter = n / 4; // distance of the four inputs, and of the four outputs s
+    for (int p = 0; p < quarter / s; ++p, w += factors_per_butterfly) {
+        const lanes w1r = {w[0], w[0], w[0], w[0]}, w1i = {w[1], w[1], w[1], w[1]};
+        const lanes w2r = {w[2], w[2], w[2], w[2]}, w2i = {w[3], w[3], w[3], w[3]};
+        const lanes w3r = {w[4], w[4], w[4], w[4]}, w3i = {w[5], w[5], w[5], w[5]};
+        for (int q = 0; q < s; q += 4) {
+            point<lanes> a, b, c, d;
+            const int in = s * p + q;
+            const int out = 4 * s * p + q;
+            load_point(a, xr, xi, in);
+            load_point(b, xr, xi, in + quarter);
+            load_point(c, xr, xi, in + 2 * quarter);
+            load_point(d, xr, xi, in + 3 * quarter);
+            butterfly(a, b, c, d);
+            multiply(b, w1r, w1i);
+            multiply(c, w2r, w2i);
+            multiply(d, w3r, w3i);
+            store_point(a, yr, yi, out);
+            store_point(b, yr, yi, out + s);
+            store_point(c, yr, yi, out + 2 * s);
+            store_point(d, yr, yi, out + 3 * s);
+        }
+    }
+}
+
+template <class T>
+INLINE void scale(point<T> &z, const T &factor) {
+    z.re *= factor;
+    z.im *= factor;
+}
+
+// Last pass of radix 4: no factors, scaled, output k at block (k + turn) mod 4.
+MULTIVERSION static void last_pass_4(int n, double factor, int turn, const double *__restrict xr,
+                                     const double *__restrict xi, double *__restrict yr,
+                                     double *__restrict yi) {
+    const int quarter = n / 4;
+    const int o0 = turn % 4 * quarter, o1 = (1 + turn) % 4 * quarter;
+    const int o2 = (2 + turn) % 4 * quarter, o3 = (3 + turn) % 4 * quarter;
+    const lanes f = {factor, factor, factor, factor};
+    for (int q = 0; q < quarter; q += 4) {
+        point<lanes> a, b, c, d;
+        load_point(a, xr, xi, q);
+        load_point(b, xr, xi, q + quarter);
+        load_point(c, xr, xi, q + 2 * quarter);
+        load_point(d, xr, xi, q + 3 * quarter);
+        butterfly(a, b, c, d);
+        scale(a, f);
+        scale(b, f);
+        scale(c, f);
+        scale(d, f);
+        store_point(a, yr, yi, q + o0);
+        store_point(b, yr, yi, q + o1);
+        store_point(c, yr, yi, q + o2);
+        store_point(d, yr, yi, q + o3);
+    }
+}
+
+// Eight-point transform, outputs in order.
+template <class T>
+INLINE void butterfly_8(point<T> &z0, point<T> &z1, point<T> &z2, point<T> &z3, point<T> &z4,
+                        point<T> &z5, point<T> &z6, point<T> &z7, const T &half_root) {
+    butterfly(z0, z2, z4, z6);
+    butterfly(z1, z3, z5, z7);
+    // the odd ones times exp(-2 pi i k / 8), k = 1, 2, 3
+    const point<T> t1{(z3.re + z3.im) * half_root, (z3.im - z3.re) * half_root};
+    const point<T> t2{z5.im, -z5.re};
+    const point<T> t3{(z7.im - z7.re) * half_root, (z7.re + z7.im) * -half_root};
+    const point<T> e1 = z2, e2 = z4, e3 = z6, o0 = z1;
+    z4 = {z0.re - o0.re, z0.im - o0.im};
+    z0 = {z0.re + o0.re, z0.im + o0.im};
+    z1 = {e1.re + t1.re, e1.im + t1.im};
+    z5 = {e1.re - t1.re, e1.im - t1.im};
+    z2 = {e2.re + t2.re, e2.im + t2.im};
+    z6 = {e2.re - t2.re, e2.im - t2.im};
+    z3 = {e3.re + t3.re, e3.im + t3.im};
+    z7 = {e3.re - t3.re, e3.im - t3.im};
+}
+
+MULTIVERSION static void last_pass_8(int n, double factor, int turn, const double *__restrict xr,
+                                     const double *__restrict xi, double *__restrict yr,
+                                     double *__restrict yi) {
+    const int eighth = n / 8;
+    const double h = std::numbers::sqrt2 / 2.0;
+    const lanes f = {factor, factor, factor, factor};
+    const lanes half_root = {h, h, h, h};
+    const int o0 = turn * eighth, o4 = (turn ^ 4) * eighth; // turn is 0 or 4
+    for (int q = 0; q < eighth; q += 4) {
+        point<lanes> z0, z1, z2, z3, z4, z5, z6, z7;
+        load_point(z0, xr, xi, q);
+        load_point(z2, xr, xi, q + 2 * eighth);
+        load_point(z4, xr, xi, q + 4 * eighth);
+        load_point(z6, xr, xi, q + 6 * eighth);
+        load_point(z1, xr, xi, q + eighth);
+        load_point(z3, xr, xi, q + 3 * eighth);
+        load_point(z5, xr, xi, q + 5 * eighth);
+        load_point(z7, xr, xi, q + 7 * eighth);
+        butterfly_8(z0, z1, z2, z3, z4, z5, z6, z7, half_root);
+        const auto put = [&](point<lanes> & z, int to) __attribute__((always_inline)) {
+            scale(z, f);
+            store_point(z, yr, yi, q + to);
+        };
+        put(z0, o0);
+        put(z1, o0 + eighth);
+        put(z2, o0 + 2 * eighth);
+        put(z3, o0 + 3 * eighth);
+        put(z4, o4);
+        put(z5, o4 + eighth);
+        put(z6, o4 + 2 * eighth);
+        put(z7, o4 + 3 * eighth);
+    }
+}
+
+// Lengths below 32, where vectors do not fill: the same passes point by point.
+static void short_transform(const fft_plan &plan, double *&xr, double *&xi, double *&yr,
+                            double *&yi, double factor, bool centred) {
+    const int n = plan.n;
+    int s = 1;
+    for (int pass = 0; pass < plan.passes; ++pass, s *= 4) {
+        const int quarter = n / 4;
+        for (int p = 0; p < quarter / s; ++p) {
+            for (int q = 0; q < s; ++q) {
+                point<double> z[4];
+                for (int l = 0; l < 4; ++l)
+                    z[l] = {xr[s * p + q + l * quarter], xi[s * p + q + l * quarter]};
+                butterfly(z[0], z[1], z[2], z[3]);
+                for (int k = 1; k < 4; ++k) {
+                    const double *w = plan.factors[pass];
+                    const int row = 2 * (k - 1);
+                    if (pass == 0)
+                        multiply(z[k], w[row * quarter + p], w[(row + 1) * quarter + p]);
+                    else
+                        multiply(z[k], w[factors_per_butterfly * p + row],
+                                 w[factors_per_butterfly * p + row + 1]);
+                }
+                for (int k = 0; k < 4; ++k) {
+                    yr[4 * s * p + q + k * s] = z[k].re;
+                    yi[4 * s * p + q + k * s] = z[k].im;
+                }
+            }
+        }
+        std::swap(xr, yr);
+        std::swap(xi, yi);
+    }
+    const int radix = plan.last_radix;
+    const int part = n / radix;
+    const int turn = centred ? radix / 2 : 0;
+    for (int q = 0; q < part; ++q) {
+        point<double> z[8];
+        for (int l = 0; l < radix; ++l) z[l] = {xr[q + l * part], xi[q + l * part]};
+        if (radix == 2) {
+            const point<double> a = z[0];
+            z[0] = {a.re + z[1].re, a.im + z[1].im};
+            z[1] = {a.re - z[1].re, a.im - z[1].im};
+        } else if (radix == 4) {
+            butterfly(z[0], z[1], z[2], z[3]);
+        } else if (radix == 8) {
+            butterfly_8(z[0], z[1], z[2], z[3], z[4], z[5], z[6], z[7], std::numbers::sqrt2 / 2.0);
+        }
+        for (int k = 0; k < radix; ++k) {
+            const int to = q + (k + turn) % radix * part;
+            yr[to] = z[k].re * factor;
+            yi[to] = z[k].im * factor;
+        }
+    }
+    std::swap(xr, yr);
+    std::swap(xi, yi);
+}
+
+split_vector transform_split(const fft_plan &plan, double *re, double *im, double *work_re,
+                             double *work_im, double factor, bool centred) {
+    double *xr = re;
+    double *xi = im;
+    double *yr = work_re;
+    double *yi = work_im;
+    const auto exchange = [&] {
+        std::swap(xr, yr);
+        std::swap(xi, yi);
+    };
+    const int n = plan.n;
+    if (n < 32) {
+        short_transform(plan, xr, xi, yr, yi, factor, centred);
+        return {xr, xi};
+    }
+    first_pass(n, plan.factors[0], xr, xi, yr, yi);
+    exchange();
+    for (int pass = 1, s = 4; pass < plan.passes; ++pass, s *= 4) {
+        middle_pass(n, s, plan.factors[pass], xr, xi, yr, yi);
+        exchange();
+    }
+    const int turn = centred ? plan.last_radix / 2 : 0;
+    if (plan.last_radix == 8)
+        last_pass_8(n, factor, turn, xr, xi, yr, yi);
+    else
+        last_pass_4(n, factor, turn, xr, xi, yr, yi);
+    exchange();
+    return {xr, xi};
+}

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// model_sum.h -- curves of many entries, summed in the time domain and transformed once
+//
+// The transform is linear: a model needs one of them however many entries it has, and the change
+// of a model needs one for the difference of the curves that change.
+#pragma once
+
+#include "model/fft_plan.h"
+#include "run/types.h"
+
+// What the curves of a run have in common; the members mean what they mean in l_shapes.h.
+struct curve_setting {
+    int ap, nLines, n_patterns, td_ap_trunc, ref_line, lsf_coefs, ignore;
+    const int *fit_lsf;
+    double frscl, phi_1;
+    const double *re_ref, *im_ref, *r_lsf, *i_lsf, *pat;
+};
+
+// One sum at a time; its storage is kept from call to call, so that a model evaluation allocates
+// nothing.
+class model_sum {
+  public:
+    // Starts an empty sum. False when its storage cannot be had (a message
+    // says so), or when the points are no power of two.
+    bool begin(const curve_setting &setting);
+
+    // Keeps the present sum, not yet transformed, for begin_with_kept.
+    void keep();
+    // Starts a sum that is factor times the kept one. Not for sums with a lineshape still to come:
+    // false then, and when nothing was kept for this setting.
+    bool begin_with_kept(double factor);
+
+    // Adds (factor_re + i factor_im) times the curve of entry k (1-based) of a line type with the
+    // five parameters p. An entry without a shape adds nothing.
+    void add(int k, int type, const double *p, double factor_re, double factor_im = 0.0);
+
+    // Turns the sum into its centred spectrum: re(), im(), ap points each.
+    void transform();
+
+    double *re() const { return re_; }
+    double *im() const { return im_; }
+
+    static void release_storage();
+
+  private:
+    void add_line(int k, int type, const double *p, double factor_re, double factor_im);
+    void add_pattern(int k, const double *p, double factor_re, double factor_im);
+
+    curve_setting setting_{};
+    const fft_plan *plan_ = nullptr;
+    double *re_ = nullptr, *im_ = nullptr;         // sum of the curves without fitted lineshape
+    double *lsf_re_ = nullptr, *lsf_im_ = nullptr; // sum of those that take it
+    double *work_re_ = nullptr, *work_im_ = nullptr;
+    double *kept_re_ = nullptr, *kept_im_ = nullptr;
+    bool has_lsf_ = false, has_kept_ = false;
+};

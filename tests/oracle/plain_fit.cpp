@@ -1,0 +1,874 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// plain_fit.cpp -- the fit as it is defined, written down line by line
+//
+// One exponential per point of every curve, a textbook transform, an incremental model update per
+// derivative, four models per element of the Fisher matrix. Slow and easy to check; the product
+// is held against it, in its numbers and in its time. Works on the same module state.
+#include "oracle/plain_fit.h"
+
+#include "errors/matrix_lib.h"
+#include "model/l_shapes.h"
+#include "model/prior_knowledge.h"
+#include "model/vector_lib.h"
+#include "run/end_run.h"
+#include "run/state.h"
+#include "run/storage.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+#include <utility>
+
+namespace plain {
+
+using std::numbers::pi;
+
+static bool is_power_of_two(int n) {
+    return n > 0 && (n & (n - 1)) == 0;
+}
+
+void create_lookup(double *table, const int &n, const int &sign) {
+    const long long doubles = 2LL * n;
+    long long pair = 0;
+    for (long long mmax = 2; doubles > mmax && pair < 24; mmax *= 2, ++pair) {
+        const double turn = 2.0 * std::numbers::pi / static_cast<double>(mmax);
+        const double theta = sign == 1 ? -turn : turn;
+        table[2 * pair] = std::sin(0.5 * theta);
+        table[2 * pair + 1] = std::sin(theta);
+    }
+}
+
+// Puts point k of the n complex points where the bits of k are reversed.
+static void reverse_bits(double *data, long long n) {
+    long long j = 0;
+    for (long long i = 0; i < n; ++i) {
+        if (j > i) {
+            std::swap(data[2 * j], data[2 * i]);
+            std::swap(data[2 * j + 1], data[2 * i + 1]);
+        }
+        long long bit = n >> 1;
+        for (; bit >= 1 && (j & bit) != 0; bit >>= 1) j ^= bit;
+        j |= bit;
+    }
+}
+
+void four2(double *data, const double *table, const int &n, const int &scale) {
+    if (!is_power_of_two(n)) return;
+    const long long doubles = 2LL * n;
+    reverse_bits(data, n);
+    const double *stage = table;
+    for (long long mmax = 2; doubles > mmax; mmax *= 2, stage += 2) {
+        const double wpr = -2.0 * stage[0] * stage[0];
+        const double wpi = stage[1];
+        double wr = 1.0;
+        double wi = 0.0;
+        for (long long m = 0; m < mmax; m += 2) {
+            for (long long i = m; i < doubles; i += 2 * mmax) {
+                const long long j = i + mmax;
+                const double tr = wr * data[j] - wi * data[j + 1];
+                const double ti = wr * data[j + 1] + wi * data[j];
+                data[j] = data[i] - tr;
+                data[j + 1] = data[i + 1] - ti;
+                data[i] += tr;
+                data[i + 1] += ti;
+            }
+            const double before = wr;
+            wr = wr * wpr - wi * wpi + wr;
+            wi = wi * wpr + before * wpi + wi;
+        }
+    }
+    if (scale == 1) {
+        const double factor = 1.0 / n;
+        for (long long i = 0; i < doubles; ++i) data[i] *= factor;
+    }
+}
+
+static void interleave(int n, const double *re, const double *im, double *signal) {
+    for (int i = 0; i < n; ++i) {
+        signal[2 * i] = re[i];
+        signal[2 * i + 1] = im[i];
+    }
+}
+
+static void separate(int n, const double *signal, double *re, double *im) {
+    for (int i = 0; i < n; ++i) {
+        re[i] = signal[2 * i];
+        im[i] = signal[2 * i + 1];
+    }
+}
+
+void Calculate_Spectrum(const int &n, double *re, double *im, const double *table) {
+    if (n < 1) return;
+    const scratch<double> signal(
+        2LL * n, " Memory requested to store signal[] in Calculate_Spectrum() not available");
+    if (signal == nullptr) return;
+    re[0] *= 0.5;
+    im[0] *= 0.5;
+    interleave(n, re, im, signal);
+    four2(signal, table, n, 1);
+    separate(n, signal, re, im);
+    int half = n / 2;
+    Rotate_Vector(n, half, re);
+    Rotate_Vector(n, half, im);
+}
+
+static double angular_frequency(int ap, double f, double frscl) {
+    return 2.0 * pi * (f * frscl + ap / 2);
+}
+
+// Phase of the whole line [rad]. The delay's own phase is taken off at half weight.
+static double line_phase(int ap, double omega, double phi0, double phi_1) {
+    const double d = phi_1 / 360.0;
+    return omega * d / ap + pi * phi0 / 180.0 - pi * phi_1 / 360.0;
+}
+
+// Envelope times oscillation without phase. Points 0 and 1 are never truncated.
+static void damped_oscillation(int ap, int td_ap_trunc, double A, double f, double g, double L,
+                               double phi_1, double frscl, double *re, double *im) {
+    const double d = phi_1 / 360.0;
+    const double omega = angular_frequency(ap, f, frscl);
+    const double gauss = pi * pi * g * g;
+    const double lorentz = pi * L;
+    const auto envelope = [&](int n) {
+        const double t = (n + d) / ap;
+        return A * std::exp(-gauss * t * t - lorentz * t);
+    };
+    re[0] = envelope(0);
+    im[0] = 0.0;
+    if (ap < 2) return;
+    const double c1 = std::cos(omega / ap);
+    const double s1 = std::sin(omega / ap);
+    re[1] = envelope(1) * c1;
+    im[1] = envelope(1) * s1;
+    double c = c1;
+    double s = s1;
+    const int end = std::clamp(td_ap_trunc, 2, ap);
+    for (int n = 2; n < end; ++n) {
+        const double before = c;
+        c = before * c1 - s * s1;
+        s = before * s1 + s * c1;
+        const double e = envelope(n);
+        re[n] = e * c;
+        im[n] = e * s;
+    }
+    for (int n = end; n < ap; ++n) re[n] = im[n] = 0.0;
+}
+
+static void multiply_by_phase(int ap, double psi, double *re, double *im) {
+    const double c = std::cos(psi);
+    const double s = std::sin(psi);
+    for (int n = 0; n < ap; ++n) {
+        const double real = re[n];
+        re[n] = real * c - im[n] * s;
+        im[n] = real * s + im[n] * c;
+    }
+}
+
+static void set_leading_to_zero(int ap, int ignore, double *re, double *im) {
+    for (int n = 0; n < std::min(ignore, ap); ++n) re[n] = im[n] = 0.0;
+}
+
+// First point halved (a causal signal counts half at its jump), leading points removed,
+// forward transform with factor 1/N.
+static void to_frequency_domain(int ap, int ignore, double *re, double *im, const double *table) {
+    re[0] *= 0.5;
+    im[0] *= 0.5;
+    set_leading_to_zero(ap, ignore, re, im);
+    const scratch<double> signal(2LL * ap, " Memory requested to store signal[] in"
+                                           " Calculate_ifft_VoigtCurve() is not available\n");
+    if (signal == nullptr) return;
+    for (int n = 0; n < ap; ++n) {
+        signal[2 * n] = re[n];
+        signal[2 * n + 1] = im[n];
+    }
+    four2(signal, table, ap, 1);
+    for (int n = 0; n < ap; ++n) {
+        re[n] = signal[2 * n];
+        im[n] = signal[2 * n + 1];
+    }
+}
+
+// The measured and the fitted lineshape, each where it is switched on.
+static void apply_lineshapes(int ap, int ref_line, int takes_lsf, int lsf_coefs, double *re,
+                             double *im, const double *re_ref, const double *im_ref,
+                             const double *r_lsf, const double *i_lsf) {
+    if (ref_line == 1) Complex_Multiply(ap, re, im, re_ref, im_ref);
+    if (takes_lsf == 1 && lsf_coefs != 0) Complex_Multiply(ap, re, im, r_lsf, i_lsf);
+}
+
+void Calculate_td_VoigtCurve(const int &entry, const int &ap, const int &td_ap_trunc,
+                             const int &ref_line, const int *fit_lsf, const int &lsf_coefs,
+                             const double &A, const double &f, const double &g, const double &phi0,
+                             const double &L, const double &phi_1, double *out_re, double *out_im,
+                             const double *re_ref, const double *im_ref, const double *r_lsf,
+                             const double *i_lsf, const double &frscl, const double *,
+                             const int &ignore) {
+    if (ap < 1) return;
+    damped_oscillation(ap, td_ap_trunc, A, f, g, L, phi_1, frscl, out_re, out_im);
+    multiply_by_phase(ap, line_phase(ap, angular_frequency(ap, f, frscl), phi0, phi_1), out_re,
+                      out_im);
+    apply_lineshapes(ap, ref_line, fit_lsf[entry], lsf_coefs, out_re, out_im, re_ref, im_ref, r_lsf,
+                     i_lsf);
+    set_leading_to_zero(ap, ignore, out_re, out_im);
+}
+
+void Calculate_ifft_VoigtCurve(const int &entry, const int &ap, const int &td_ap_trunc,
+                               const int &ref_line, const int *fit_lsf, const int &lsf_coefs,
+                               const double &A, const double &f, const double &g,
+                               const double &phi0, const double &L, const double &phi_1,
+                               double *out_re, double *out_im, const double *re_ref,
+                               const double *im_ref, const double *r_lsf, const double *i_lsf,
+                               const double &frscl, const double *lookup, const int &ignore) {
+    if (ap < 1) return;
+    damped_oscillation(ap, td_ap_trunc, A, f, g, L, phi_1, frscl, out_re, out_im);
+    apply_lineshapes(ap, ref_line, fit_lsf[entry], lsf_coefs, out_re, out_im, re_ref, im_ref, r_lsf,
+                     i_lsf);
+    to_frequency_domain(ap, ignore, out_re, out_im, lookup);
+    int half = ap / 2;
+    Rotate_Vector(ap, half, out_re);
+    Rotate_Vector(ap, half, out_im);
+    multiply_by_phase(ap, line_phase(ap, angular_frequency(ap, f, frscl), phi0, phi_1), out_re,
+                      out_im);
+}
+
+void Calculate_FD_Pattern(const int &p, const int &nLines, const int &ap, const int &td_ap_trunc,
+                          const int &ref_line, const int *fit_lsf, const int &lsf_coefs,
+                          const double *pat, const double &A, const double &f, const double &g,
+                          const double &phi0, const double &L, const double &phi_1, double *out_re,
+                          double *out_im, const double *re_ref, const double *im_ref,
+                          const double *r_lsf, const double *i_lsf, const double &frscl,
+                          const double *lookup, const int &ignore) {
+    if (ap < 1) return;
+    damped_oscillation(ap, td_ap_trunc, A, f, g, L, phi_1, frscl, out_re, out_im);
+    Complex_Pattern_Multiply(ap, p, out_re, out_im, pat);
+    apply_lineshapes(ap, ref_line, fit_lsf[nLines + p], lsf_coefs, out_re, out_im, re_ref, im_ref,
+                     r_lsf, i_lsf);
+    to_frequency_domain(ap, ignore, out_re, out_im, lookup);
+    multiply_by_phase(ap, line_phase(ap, angular_frequency(ap, f, frscl), phi0, phi_1), out_re,
+                      out_im);
+}
+
+void ParArrayToLineShapeFunction(const int &lsf_coefs, const int &ap, const int &npar, double *xt,
+                                 double *r_lsf, double *i_lsf, const double *lookup) {
+    if (ap < 1 || lsf_coefs < 1) return;
+    Zero_Vector(ap, r_lsf);
+    Zero_Vector(ap, i_lsf);
+    const int first = ap / 2 - lsf_coefs / 2;
+    for (int j = std::max(0, -first); j < lsf_coefs && first + j < ap; ++j) {
+        r_lsf[first + j] = xt[npar + 2 * j];
+        i_lsf[first + j] = xt[npar + 2 * j + 1];
+    }
+    int half = ap / 2;
+    Rotate_Vector(ap, half, r_lsf);
+    Rotate_Vector(ap, half, i_lsf);
+    const scratch<double> signal(2LL * ap, " Memory requested to store c_lsf[] "
+                                           "in ParArrayToLineShapeFunction() is not available \n");
+    if (signal == nullptr) return;
+    for (int n = 0; n < ap; ++n) {
+        signal[2 * n] = r_lsf[n];
+        signal[2 * n + 1] = i_lsf[n];
+    }
+    four2(signal, lookup, ap, 1);
+    const double a = std::sqrt(signal[0] * signal[0] + signal[1] * signal[1]);
+    // Coefficients that add up to nothing at time 0 describe no lineshape: left as they are.
+    if (!(a > 0.0)) return;
+    const double p_re = signal[0] / a;
+    const double p_im = signal[1] / a;
+    for (int n = 0; n < ap; ++n) {
+        const double re = signal[2 * n] / a;
+        const double im = signal[2 * n + 1] / a;
+        r_lsf[n] = re * p_re + im * p_im;
+        i_lsf[n] = im * p_re - re * p_im;
+    }
+    for (int j = 0; j < lsf_coefs; ++j) {
+        double &c_re = xt[npar + 2 * j];
+        double &c_im = xt[npar + 2 * j + 1];
+        const double re = c_re / (a * ap);
+        const double im = c_im / (a * ap);
+        c_re = re * p_re + im * p_im;
+        c_im = im * p_re - re * p_im;
+    }
+}
+
+static void print_width_inconsistency(int k, int L) {
+    std::printf("program terminated due to prior knowledge inconsistency : \n");
+    std::printf("gaussian linewidth of : \n");
+    std::printf("fixed line %d < than linewidth %d \n ", k, L);
+    std::printf("it depends on. Because this  M A Y  cause prior knowledge\n");
+    std::printf("violation during minimization the fit is terminated.\n\n\n");
+}
+
+static void derive_or_end(int k, int n_entries, double *xt, const parameter_record *fixpar) {
+    const int L = apply_prior_knowledge(k, n_entries, xt, fixpar);
+    if (L == 0) return;
+    print_width_inconsistency(k, L);
+    std::printf("How to fix: \n Interchange dependent and free line prior knowledge \n\n");
+    std::printf("Good luck ... \n");
+    end_run(1);
+}
+
+static void derive_or_end_turbo(int k, int n_entries, double *xt, const parameter_record *fixpar) {
+    const int L = apply_prior_knowledge(k, n_entries, xt, fixpar);
+    if (L == 0) return;
+    print_width_inconsistency(k, L);
+    std::printf("How to fix: \n Interchange dependent and free line prior knowledge \n");
+    end_run(1);
+}
+
+// Where the curve of an entry is generated, by its type and place.
+enum class shape_domain { none, time, frequency, pattern };
+
+static shape_domain domain_of(int k, int type, int n_lines, int n_pat) {
+    switch (type) {
+    case gaussian_line:
+    case voigt_line:
+        return shape_domain::time;
+    case lorentzian_line:
+        return shape_domain::frequency;
+    case pattern_line:
+        return k > n_lines && k - n_lines <= n_pat ? shape_domain::pattern : shape_domain::none;
+    default:
+        return shape_domain::none;
+    }
+}
+
+void entry_spectrum(const int &k, const int &type, const double *p, const int &ap,
+                    const int &nLines, const int &td_ap_trunc, const int &ref_line,
+                    const int *fit_lsf, const int &lsf_coefs, const double &phi_1, double *out_re,
+                    double *out_im, const double *re_ref, const double *im_ref, const double *r_lsf,
+                    const double *i_lsf, const double &frscl, const double *lookup,
+                    const int &ignore, const int &n_patterns, const double *pat) {
+    const double no_width = 0.0;
+    const double &g = type == lorentzian_line ? no_width : p[width1_par];
+    const double &L = type == gaussian_line ? no_width : p[width2_par];
+    const int pattern = k - nLines;
+    switch (domain_of(k, type, nLines, n_patterns)) {
+    case shape_domain::time:
+    case shape_domain::frequency:
+        plain::Calculate_ifft_VoigtCurve(k, ap, td_ap_trunc, ref_line, fit_lsf, lsf_coefs,
+                                         p[area_par], p[freq_par], g, p[phase_par], L, phi_1,
+                                         out_re, out_im, re_ref, im_ref, r_lsf, i_lsf, frscl,
+                                         lookup, ignore);
+        break;
+    case shape_domain::pattern:
+        plain::Calculate_FD_Pattern(pattern, nLines, ap, td_ap_trunc, ref_line, fit_lsf, lsf_coefs,
+                                    pat, p[area_par], p[freq_par], g, p[phase_par], L, phi_1,
+                                    out_re, out_im, re_ref, im_ref, r_lsf, i_lsf, frscl, lookup,
+                                    ignore);
+        break;
+    case shape_domain::none:
+        Zero_Vector(ap, out_re);
+        Zero_Vector(ap, out_im);
+        break;
+    }
+}
+
+void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, double *par_copy,
+              const parameter_record *fixpar, double *yre, double *yim, const double *re_ref,
+              const double *im_ref, double *r_lsf, double *i_lsf, const int &td_ap_trunc,
+              const int &ref_line, const int *fit_lsf, const double &frscl, const double &phi_1,
+              const int &lsf_coefs, const int &single_line, const double *lookup, const int &ignore,
+              const int &n_patterns, const double *pat) {
+    const int entries = nLines + n_patterns;
+    const int vector_length = pars_per_entry * entries + 2 * (lsf_coefs > 0 ? lsf_coefs : 0);
+    const scratch<double> dummy_re(
+        ap, " Memory requested to store dummy_re[] in spec_fnc() not available\n");
+    const scratch<double> dummy_im(ap, "Memory requested to store dummy_im[]"
+                                       " in spec_fnc() not available\n");
+    const scratch<double> t_yre(ap, "Memory requested to store t_yre[]"
+                                    " in spec_fnc() not available\n");
+    const scratch<double> t_yim(ap, "Memory requested to store t_yim[]"
+                                    " in spec_fnc() not available\n");
+    if (dummy_re == nullptr || dummy_im == nullptr || t_yre == nullptr || t_yim == nullptr) return;
+
+    if (lsf_coefs != 0) ParArrayToLineShapeFunction(lsf_coefs, ap, npar, xt, r_lsf, i_lsf, lookup);
+    if (single_line != 0) {
+        turbo_spec_fnc(ap, nLines, xt, par_copy, fixpar, yre, yim, re_ref, im_ref, td_ap_trunc,
+                       r_lsf, i_lsf, ref_line, fit_lsf, frscl, phi_1, lsf_coefs, single_line,
+                       lookup, ignore, n_patterns, pat);
+        Copy_Vector(vector_length, xt, par_copy);
+        return;
+    }
+
+    Zero_Vector(ap, yre);
+    Zero_Vector(ap, yim);
+    const auto add_curve = [&](int k) {
+        const double *p = xt + pars_per_entry * (k - 1);
+        const int type = fixpar[pars_per_entry * (k - 1)].type;
+        const double no_width = 0.0;
+        switch (domain_of(k, type, nLines, n_patterns)) {
+        case shape_domain::time:
+            plain::Calculate_td_VoigtCurve(
+                k, ap, td_ap_trunc, ref_line, fit_lsf, lsf_coefs, p[area_par], p[freq_par],
+                p[width1_par], p[phase_par], type == gaussian_line ? no_width : p[width2_par],
+                phi_1, dummy_re, dummy_im, re_ref, im_ref, r_lsf, i_lsf, frscl, lookup, ignore);
+            Sum_Vector(ap, t_yre, t_yre, dummy_re);
+            Sum_Vector(ap, t_yim, t_yim, dummy_im);
+            break;
+        case shape_domain::frequency:
+        case shape_domain::pattern:
+            entry_spectrum(k, type, p, ap, nLines, td_ap_trunc, ref_line, fit_lsf, lsf_coefs, phi_1,
+                           dummy_re, dummy_im, re_ref, im_ref, r_lsf, i_lsf, frscl, lookup, ignore,
+                           n_patterns, pat);
+            Sum_Vector(ap, yre, yre, dummy_re);
+            Sum_Vector(ap, yim, yim, dummy_im);
+            break;
+        case shape_domain::none:
+            break;
+        }
+    };
+    for (int k = 1; k <= entries; ++k)
+        if (entry_is_free(k, entries, fixpar)) add_curve(k);
+    for (int k = 1; k <= entries; ++k) {
+        if (entry_is_free(k, entries, fixpar)) continue;
+        derive_or_end(k, entries, xt, fixpar);
+        add_curve(k);
+    }
+    plain::Calculate_Spectrum(ap, t_yre, t_yim, lookup);
+    Sum_Vector(ap, yre, yre, t_yre);
+    Sum_Vector(ap, yim, yim, t_yim);
+    Copy_Vector(vector_length, xt, par_copy);
+}
+
+void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_copy,
+                    const parameter_record *fixpar, double *yre, double *yim, const double *re_ref,
+                    const double *im_ref, const int &td_ap_trunc, double *r_lsf, double *i_lsf,
+                    const int &ref_line, const int *fit_lsf, const double &frscl,
+                    const double &phi_1, const int &lsf_coefs, const int &single_line,
+                    const double *lookup, const int &ignore, const int &n_patterns,
+                    const double *pat) {
+    const int entries = nLines + n_patterns;
+    const int s = single_line;
+    if (s < 1 || s > entries) return;
+    bool changed = false;
+    for (int j = 0; j < pars_per_entry; ++j) {
+        const int i = pars_per_entry * (s - 1) + j;
+        changed = changed || xt[i] != par_copy[i];
+    }
+    if (!changed) return;
+
+    const scratch<double> curve_re(ap, " Memory requested to store array xre : not available");
+    const scratch<double> curve_im(ap, " Memory requested to store array xre : not available");
+    if (curve_re == nullptr || curve_im == nullptr) return;
+    const auto curve_of = [&](int k, const double *vector) {
+        const int at = pars_per_entry * (k - 1);
+        entry_spectrum(k, fixpar[at].type, vector + at, ap, nLines, td_ap_trunc, ref_line, fit_lsf,
+                       lsf_coefs, phi_1, curve_re, curve_im, re_ref, im_ref, r_lsf, i_lsf, frscl,
+                       lookup, ignore, n_patterns, pat);
+    };
+    const auto exchange_curve = [&](int k) {
+        curve_of(k, par_copy);
+        Dif_Vector(ap, yre, yre, curve_re);
+        Dif_Vector(ap, yim, yim, curve_im);
+        curve_of(k, xt);
+        Sum_Vector(ap, yre, yre, curve_re);
+        Sum_Vector(ap, yim, yim, curve_im);
+    };
+    exchange_curve(s);
+    for (int k = 1; k <= entries; ++k) {
+        if (k == s || !entry_follows(k, s, fixpar)) continue;
+        derive_or_end_turbo(k, entries, xt, fixpar);
+        exchange_curve(k);
+    }
+}
+
+// (|x|^2 + 1) of a point: the divisor of weighting type 7, after which strong points count less.
+static double damped_magnitude(double re, double im) {
+    return re * re + 1.0 + im * im;
+}
+
+double fnc(const int &ap, const int &nLines, const int &td_ap_trunc, const int &npar, double *xt,
+           double *par_copy, const parameter_record *fixpar, const double *xre, const double *xim,
+           double *yre, double *yim, double *wre, double *wim, const double *re_ref,
+           const double *im_ref, double *r_lsf, double *i_lsf, const double &frscl,
+           const double &phi_1, const int &n_patterns, const double *pat, const int &spec,
+           const int &complex, const int &weighting_type, const int &single_line,
+           const int &lsf_coefs, const int &ref_line, const int *fit_lsf, const double *lookup,
+           const int &ignore) {
+    if (spec == 1) {
+        spec_fnc(ap, nLines, npar, xt, par_copy, fixpar, yre, yim, re_ref, im_ref, r_lsf, i_lsf,
+                 td_ap_trunc, ref_line, fit_lsf, frscl, phi_1, lsf_coefs, single_line, lookup,
+                 ignore, n_patterns, pat);
+    }
+    if (weighting_type == 3) {
+        Copy_Vector(ap, yre, wre);
+        Copy_Vector(ap, yim, wim);
+    }
+    double sum = 0.0;
+    for (int i = 0; i < ap; ++i) {
+        if (wre[i] + wim[i] == 0.0) continue;
+        const double dr = xre[i] - yre[i];
+        const double di = xim[i] - yim[i];
+        if (weighting_type == 7) {
+            // Type 7 knows the real channel, and both when complex is 2; no other mode.
+            const double divisor = damped_magnitude(xre[i], xim[i]);
+            sum += wre[i] * dr * dr / divisor;
+            if (complex == 2) sum += wim[i] * di * di / divisor;
+            continue;
+        }
+        const double power_x = xre[i] * xre[i] + xim[i] * xim[i];
+        const double power_y = yre[i] * yre[i] + yim[i] * yim[i];
+        switch (complex) {
+        case 0:
+            sum += wre[i] * dr * dr;
+            break;
+        case 1:
+            sum += wim[i] * di * di;
+            break;
+        case 2:
+            sum += wre[i] * dr * dr + wim[i] * di * di;
+            break;
+        case 3: {
+            // In modes 3 and 4 the weights only select points.
+            const double d = std::sqrt(power_x) - std::sqrt(power_y);
+            sum += d * d;
+            break;
+        }
+        case 4: {
+            const double d = power_x - power_y;
+            sum += d * d;
+            break;
+        }
+        default:
+            std::printf("illegal complex value\n");
+            break;
+        }
+    }
+    return sum;
+}
+
+double chi_square_of(double *x) {
+    return fnc(ap, nLines, td_ap_trunc, npar, x, par_copy, fixpar, xre, xim, yre, yim, wre, wim,
+               re_ref, im_ref, r_lsf, i_lsf, frscl, phi_1, n_patterns, pat, spec, complex,
+               weighting_type, single_line, lsf_coefs, ref_line, fit_lsf, lookup, ignore);
+}
+
+double func(const double &x) {
+    const scratch<double> xt(pars_per_entry * (nLines + n_patterns) + 2LL * lsf_coefs,
+                             " Memory requested to store xt[] in func() is not available\n");
+    if (xt == nullptr) return 0.0;
+    for (int j = 0; j < ncom; ++j) xt[j] = pcom[j] + x * xicom[j];
+    return chi_square_of(xt);
+}
+
+static bool starts_outside_intervals(int k) {
+    const double start = fixpar[pars_per_entry * (k - 1) + freq_par].value;
+    if (!(start > -1.0 && start < ap)) return true;
+    return wre[static_cast<int>(start)] != 1.0; // towards zero
+}
+
+void dfnc(const double &f0, double *x, double *g) {
+    const int line_parameters = pars_per_entry * (nLines + n_patterns);
+    const int vector_length = line_parameters + 2 * lsf_coefs;
+    const scratch<double> store(vector_length,
+                                " Memory requested to store store[] in dfnc() is not available\n");
+    const scratch<double> store_yre(ap,
+                                    "Memory requested for store_yre not available in void dfnc\n");
+    const scratch<double> store_yim(ap,
+                                    "Memory requested for store_yim not available in void dfnc\n");
+    Zero_Vector(vector_length, g);
+    const bool have_copies = store != nullptr && store_yre != nullptr && store_yim != nullptr;
+
+    if (spec == 1 && have_copies) {
+        Copy_Vector(vector_length, x, store);
+        Copy_Vector(ap, yre, store_yre);
+        Copy_Vector(ap, yim, store_yim);
+        const auto derivative = [&](int j) {
+            double slope = 0.0;
+            // g divides a difference of two sums by 1e-7 of x[j]: a change in the last digit of
+            // the sum is a change in the ninth of the gradient.
+            if (std::fabs(x[j]) > 1e-7) {
+                x[j] += x[j] / deriv_p;
+                slope = (chi_square_of(x) - f0) / (store[j] / deriv_p);
+            } else {
+                x[j] = 1.0 / deriv_p;
+                slope = (chi_square_of(x) - f0) * deriv_p;
+            }
+            Copy_Vector(vector_length, store, x);
+            Copy_Vector(vector_length, store, par_copy);
+            Copy_Vector(ap, store_yre, yre);
+            Copy_Vector(ap, store_yim, yim);
+            return slope;
+        };
+
+        const int group_switch[pars_per_entry] = {amp_fit, freq_fit, width_fit, phase_fit,
+                                                  voigt_fit};
+        for (int kind = 0; kind < pars_per_entry; ++kind) {
+            if (group_switch[kind] != 1) continue;
+            for (int j = kind; j < line_parameters; j += pars_per_entry) {
+                single_line = j / pars_per_entry + 1;
+                if (fixpar[j].fixed_to == 0) g[j] = derivative(j);
+            }
+        }
+        for (int k = 1; k <= nLines; ++k) {
+            if (!starts_outside_intervals(k)) continue;
+            for (int j = 0; j < pars_per_entry; ++j) g[pars_per_entry * (k - 1) + j] = 0.0;
+        }
+        if (lsf_coefs > 0 && lsf_fit_enable == 1) {
+            single_line = 0;
+            for (int j = line_parameters; j < vector_length; ++j) g[j] = derivative(j);
+        }
+    }
+
+    single_line = 0;
+}
+
+static constexpr double golden_ratio = 1.618034;
+static constexpr double golden_section = 0.381966;
+static constexpr double extrapolation_limit = 100.0;
+static constexpr double tiny = 1e-20;            // keeps the parabola's denominator from zero
+static constexpr double line_tolerance = 0.0002; // relative; well above sqrt of the rounding unit
+static constexpr double tolerance_floor = 1e-10;
+static constexpr double first_step = 0.01; // along the gradient, in internal units
+
+bracket bracket_minimum(line_function f) {
+    double ax = 0.0;
+    double bx = first_step;
+    double fa = f(ax);
+    double fb = f(bx);
+    if (fb > fa) {
+        std::swap(ax, bx);
+        std::swap(fa, fb);
+    }
+    double cx = bx + golden_ratio * (bx - ax);
+    double fc = f(cx);
+    // Where no point carries weight the function is 0 for every abscissa, infinite ones included.
+    while (fb >= fc && std::isfinite(cx)) {
+        const double r = (bx - ax) * (fb - fc);
+        const double q = (bx - cx) * (fb - fa);
+        const double size = std::max(std::fabs(q - r), tiny);
+        const double s = q - r > 0.0 ? size : -size;
+        double u = bx - ((bx - cx) * q - (bx - ax) * r) / (2.0 * s);
+        const double ulim = bx + extrapolation_limit * (cx - bx);
+        double fu = 0.0;
+        if ((bx - u) * (u - cx) > 0.0) {
+            fu = f(u);
+            if (fu < fc) return {bx, u, cx};
+            if (fu > fb) return {ax, bx, u};
+            u = cx + golden_ratio * (cx - bx);
+            fu = f(u);
+        } else if ((cx - u) * (u - ulim) > 0.0) {
+            fu = f(u);
+            if (fu < fc) {
+                bx = cx;
+                cx = u;
+                u = cx + golden_ratio * (cx - bx);
+                fb = fc;
+                fc = fu;
+                fu = f(u);
+            }
+        } else if ((u - ulim) * (ulim - cx) >= 0.0) {
+            u = ulim;
+            fu = f(u);
+        } else {
+            u = cx + golden_ratio * (cx - bx);
+            fu = f(u);
+        }
+        ax = bx;
+        bx = cx;
+        cx = u;
+        fa = fb;
+        fb = fc;
+        fc = fu;
+    }
+    return {ax, bx, cx};
+}
+
+double brent_minimum(line_function f, const bracket &start, const int &limit, double &f_min,
+                     bool &exhausted) {
+    double lo = std::min(start.a, start.c);
+    double hi = std::max(start.a, start.c);
+    double x = start.b;
+    double w = x;
+    double v = x;
+    double fx = f(x);
+    double fw = fx;
+    double fv = fx;
+    double d = 0.0;
+    double e = 0.0;
+    exhausted = false;
+    for (int iteration = 1; iteration <= limit; ++iteration) {
+        const double xm = (lo + hi) / 2.0;
+        const double tol1 = line_tolerance * std::fabs(x) + tolerance_floor;
+        const double tol2 = 2.0 * tol1;
+        if (std::fabs(x - xm) <= tol2 - (hi - lo) / 2.0) {
+            f_min = fx;
+            return x;
+        }
+        bool parabolic = false;
+        double u = 0.0;
+        if (std::fabs(e) > tol1) {
+            const double r = (x - w) * (fx - fv);
+            double q = (x - v) * (fx - fw);
+            double p = (x - v) * q - (x - w) * r;
+            q = 2.0 * (q - r);
+            if (q > 0.0) p = -p;
+            q = std::fabs(q);
+            const double before_last = e;
+            e = d;
+            const bool refused = std::fabs(p) >= std::fabs(q * before_last / 2.0) ||
+                                 p <= q * (lo - x) || p >= q * (hi - x);
+            if (!refused) {
+                parabolic = true;
+                d = p / q;
+                u = x + d;
+                if (u - lo < tol2 || hi - u < tol2) d = xm - x > 0.0 ? tol1 : -tol1;
+            }
+        }
+        if (!parabolic) {
+            e = x >= xm ? lo - x : hi - x;
+            d = golden_section * e;
+        }
+        if (std::fabs(d) >= tol1) {
+            u = x + d;
+        } else {
+            u = d > 0.0 ? x + tol1 : x - tol1;
+        }
+        const double fu = f(u);
+        if (fu <= fx) {
+            (u >= x ? lo : hi) = x;
+            v = w;
+            w = x;
+            x = u;
+            fv = fw;
+            fw = fx;
+            fx = fu;
+        } else {
+            (u < x ? lo : hi) = u;
+            if (fu <= fw || w == x) {
+                v = w;
+                w = u;
+                fv = fw;
+                fw = fu;
+            } else if (fu <= fv || v == x || v == w) {
+                v = u;
+                fv = fu;
+            }
+        }
+    }
+    exhausted = true;
+    f_min = fx;
+    return x;
+}
+
+static constexpr double convergence_floor = 1e-10; // of a chi-square that goes to zero
+
+void frprmn(const int &n, double *p) {
+    const long long length = pars_per_entry * (n_patterns + nLines) + 2LL * lsf_coefs;
+    // "frprnm": wording kept
+    const scratch<double> g(length,
+                            " Memory requested to store g[] in frprnm() is not available\n");
+    const scratch<double> h(length,
+                            " Memory requested to store h[] in frprmn() is not available\n");
+    const scratch<double> xi(length,
+                             " Memory requested to store xi[] in frprmn() is not available\n");
+    if (g == nullptr || h == nullptr || xi == nullptr) return;
+
+    double fp = chi_square_of(p);
+    dfnc(fp, p, xi);
+    for (int j = 0; j < n; ++j) g[j] = h[j] = xi[j] = -xi[j];
+
+    for (int its = 1; its <= itmax; ++its) {
+        niter = its;
+        ncom = n;
+        Copy_Vector(n, p, pcom);
+        Copy_Vector(n, xi, xicom);
+        const bracket valley = bracket_minimum(func);
+        bool exhausted = false;
+        const double xmin = plain::brent_minimum(func, valley, brent_itmax, minimum, exhausted);
+        for (int j = 0; j < n; ++j) {
+            const double step = xi[j] * xmin;
+            if (std::isfinite(step)) p[j] += step; // a flat direction ends at infinity
+        }
+        if (2.0 * std::fabs(minimum - fp) <=
+            ftol * (std::fabs(minimum) + std::fabs(fp) + convergence_floor))
+            return;
+
+        fp = chi_square_of(p);
+        dfnc(fp, p, xi);
+        if (n < 1) break;
+        double gg = 0.0;
+        double dgg = 0.0;
+        for (int j = 0; j < n; ++j) {
+            gg += g[j] * g[j];
+            dgg += (xi[j] + g[j]) * xi[j];
+        }
+        if (gg == 0.0) break;
+        const double gam = dgg / gg;
+        for (int j = 0; j < n; ++j) {
+            g[j] = -xi[j];
+            h[j] = g[j] + gam * h[j];
+            xi[j] = h[j];
+        }
+    }
+}
+
+// Cramer-Rao bounds by definition: both parameters of every matrix element are derived anew.
+static void derive(int index, int N, double *vector, double *dre, double *dim) {
+    const scratch<double> saved(N, nullptr);
+    const scratch<double> y0re(ap, nullptr);
+    const scratch<double> y0im(ap, nullptr);
+    Copy_Vector(N, vector, saved);
+    chi_square_of(vector);
+    Copy_Vector(ap, yre, y0re);
+    Copy_Vector(ap, yim, y0im);
+    const double p = vector[index];
+    const double h = p != 0.0 ? p / 1e7 : 1e-7;
+    vector[index] = p + h;
+    chi_square_of(vector);
+    for (int k = 0; k < ap; ++k) {
+        dre[k] = (yre[k] - y0re[k]) / h;
+        dim[k] = (yim[k] - y0im[k]) / h;
+    }
+    Copy_Vector(N, saved, vector);
+}
+
+void error_bounds(double *vector, double *errors) {
+    const int N = pars_per_entry * (nLines + n_patterns);
+    int nfree = 0;
+    for (int i = 0; i < N; ++i) nfree += fixpar[i].fixed_to == 0 ? 1 : 0;
+    const scratch<double> a_re(ap, nullptr), a_im(ap, nullptr), b_re(ap, nullptr),
+        b_im(ap, nullptr);
+    const scratch<double> covar(static_cast<long long>(nfree) * nfree, nullptr);
+    int row = 0;
+    for (int i = 0; i < N; ++i) {
+        if (fixpar[i].fixed_to != 0) continue;
+        int col = 0;
+        ++row;
+        for (int j = 0; j < N; ++j) {
+            if (fixpar[j].fixed_to != 0) continue;
+            ++col;
+            derive(i, N, vector, a_re, a_im);
+            derive(j, N, vector, b_re, b_im);
+            double sum = 0.0;
+            for (int k = 0; k < ap; ++k) {
+                if (wre[k] + wim[k] == 0.0) continue;
+                if (complex == 0 || complex >= 2) sum += a_re[k] * b_re[k];
+                if (complex == 1 || complex == 2) sum += a_im[k] * b_im[k];
+            }
+            push_2d_matrix_element(covar, nfree, row, col, sum);
+        }
+    }
+    gaussj(covar, nfree);
+    int q = 0;
+    for (int i = 0; i < N; ++i) {
+        errors[i] = 0.0;
+        if (fixpar[i].fixed_to != 0) continue;
+        ++q;
+        errors[i] = 2.0 * sigma * std::sqrt(pop_2d_matrix_element(covar, nfree, q, q));
+    }
+    for (int i = 0; i < N; ++i) {
+        const int L = fixpar[i].fixed_to;
+        if (L != 0) errors[i] = errors[pars_per_entry * (L - 1) + i % pars_per_entry];
+    }
+    for (int m = 1; m <= nLines; ++m) {
+        const int area = pars_per_entry * (m - 1);
+        const int L = fixpar[area].fixed_to;
+        if (L == 0) continue;
+        const int source = pars_per_entry * (L - 1);
+        errors[area] = L == m ? 0.0 : errors[source] * vector[area] / vector[source];
+    }
+}
+
+} // namespace plain
