@@ -1,0 +1,133 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+. "$(dirname "$0")/harness.sh"
+plot=$programs/varokel-plot
+
+common_habits varokel-plot
+
+# 16 points; the data have one spike of 4 at point 4, the fit one of 3, the residual what is left;
+# two components, spikes of 2 and 1
+spike() { awk -v h="$1" 'BEGIN { for (i = 0; i < 16; i++) print (i == 4) * h, 0 }'; }
+spike 4 | signal run.org
+spike 3 | signal run.fit
+spike 1 | signal run.res
+{ spike 2; spike 1; } | signal run.nln0
+
+status 0 "$plot" run -o plain.svg
+holds out plain.svg
+true_that 'starts as SVG' grep -q '^<svg xmlns="http://www.w3.org/2000/svg" width="800"' plain.svg
+true_that 'ends as SVG' test "$(tail -1 plain.svg)" = '</svg>'
+true_that 'three curves' test "$(grep -c '<polyline' plain.svg)" -eq 3
+holds plain.svg '>point</text>'
+# 400 pixels for 4 + 1 units in all: 80 each. Point 4 of 0 to 15 lies at 20 + 760 4/15 = 222.7,
+# the data start at 52 with their spike, the fit 80 below; the residual begins 14 below 52 + 320.
+for peak in '222.7,52 ' '222.7,132 ' '222.7,386 '; do holds plain.svg "$peak"; done
+
+# the same run gives the same picture, and nothing is overwritten unasked
+status 0 "$plot" run -o again.svg
+true_that 'deterministic' cmp -s plain.svg again.svg
+status 4 "$plot" run -o again.svg
+holds err 'again.svg: exists'
+status 0 "$plot" run -o again.svg --force
+status 4 "$plot" run -o run.fit --force
+holds err 'would overwrite its own input'
+
+# axes: ppm falls to the right, whichever way the points run
+status 0 "$plot" run -o hz.svg --hz-per-point 2
+holds hz.svg '>frequency from the carrier (Hz)</text>'
+holds hz.svg '222.7,52 '
+# the left edge is -16 Hz, 2 Hz a point: -15 Hz at 20 + 760 (1/2)/15 = 45.3
+true_that 'tick of -15 Hz' grep -q '<text x="45.3" .*>−15</text>' hz.svg
+ppm='--hz-per-point 10 --mhz 100 --ppm-at-carrier 4.5'
+# shellcheck disable=SC2086
+status 0 "$plot" run -o rising.svg $ppm
+holds rising.svg '>chemical shift (ppm)</text>'
+holds rising.svg '577.3,52 '
+# carrier, point 8, 4.5 ppm, 0.1 ppm a point: 4.6 ppm is point 9, at 780 - 760 9/15 = 324
+true_that 'tick of 4.6 ppm' grep -q '<text x="324" .*>4.6</text>' rising.svg
+# shellcheck disable=SC2086
+status 0 "$plot" run -o falling.svg $ppm --ppm-falls
+holds falling.svg '222.7,52 '
+true_that 'tick of 4.4 ppm' grep -q '<text x="476" .*>4.4</text>' falling.svg
+# shellcheck disable=SC2086
+status 0 "$plot" run -o points.svg $ppm --axis points
+holds points.svg '>point</text>'
+printf '{ "hz_per_point": 10, "spectrometer_mhz": 100, "ppm_at_carrier": 4.5, "nucleus": "31P" }' >run.json
+status 0 "$plot" run -o sidecar.svg
+holds sidecar.svg '>31P chemical shift (ppm)</text>'
+sed 's/31P chemical/chemical/' sidecar.svg >got.svg
+true_that 'sidecar and options agree' cmp -s got.svg rising.svg
+rm run.json
+status 3 "$plot" run -o no.svg --axis ppm
+holds err '--ppm-at-carrier'
+status 3 "$plot" run -o no.svg --axis hz
+printf '{ "hz_per_point": "ten" }' >run.json
+status 3 "$plot" run -o no.svg
+holds err 'run.json: item "hz_per_point" is "ten"; expected a number'
+rm run.json
+
+# intervals, view, components, phase, title
+status 0 "$plot" run -o range.svg --range 3:6 --range 10:99
+true_that 'two stretches shaded' test "$(grep -c 'fill="#eef2f7"' range.svg)" -eq 2
+holds range.svg '<rect x="172" y="46" width="152"'
+holds range.svg '<rect x="526.7" y="46" width="253.3"'
+status 0 "$plot" run -o view.svg --view 2:6
+holds view.svg '400,52 '
+status 0 "$plot" run -o components.svg --components
+true_that 'five curves' test "$(grep -c '<polyline' components.svg)" -eq 5
+true_that 'both numbered' grep -q '>2</text>' components.svg
+status 0 "$plot" run -o title.svg --title 'a < b & "c"'
+holds title.svg 'a &lt; b &amp; &quot;c&quot;'
+spike 4 | awk '{ print 0, $1 }' | signal turned.org
+spike 3 | awk '{ print 0, $1 }' | signal turned.fit
+spike 1 | awk '{ print 0, $1 }' | signal turned.res
+status 0 "$plot" turned -o turned.svg --phase 90
+true_that 'phase of 90 degrees turns the imaginary part into the real one' cmp -s turned.svg plain.svg
+# phi_1 i/n at point 4 of 16 is a quarter of it
+status 0 "$plot" turned -o turned.svg --phi-1 360 --force
+true_that 'first-order phase' cmp -s turned.svg plain.svg
+
+# a run is found under its data file's name, and with header files
+status 0 "$plot" run.bin -o bin.svg
+true_that 'x.bin is x' cmp -s bin.svg plain.svg
+for ending in org fit res; do cp run.$ending sdf.$ending.sdf; done
+status 0 "$plot" sdf -o sdf.svg
+true_that 'with header files' cmp -s sdf.svg plain.svg
+
+# 65536 points of noise stay small, and the highest point stays in sight
+awk 'BEGIN { srand(1); for (i = 0; i < 65536; i++) print (i == 40000 ? 30 : rand()), 0 }' | signal big.org
+cp big.org big.fit
+awk 'BEGIN { for (i = 0; i < 65536; i++) print 0, 0 }' | signal big.res
+status 0 "$plot" big -o big.svg
+true_that 'small picture' test "$(wc -c <big.svg)" -lt 100000
+true_that 'highest point drawn in both curves' test "$(grep -c '<polyline.*483.9,52 ' big.svg)" -eq 2
+
+# flat and empty signals
+status 0 "$plot" big -o flat.svg --view 0:9
+awk 'BEGIN { for (i = 0; i < 16; i++) print 0, 0 }' | tee >(signal zero.fit) >(signal zero.res) | signal zero.org
+sleep 0.2
+status 0 "$plot" zero -o zero.svg
+lacks zero.svg nan
+lacks zero.svg inf
+
+# what does not fit together
+status 3 "$plot" missing -o no.svg
+holds err 'missing.org: no such file'
+spike 1 | head -8 | signal half.fit
+cp run.org half.org
+cp run.res half.res
+status 3 "$plot" half -o no.svg
+holds err 'half.fit: 8 points, but half.org has 16'
+head -c 192 run.nln0 >half.nln0
+cp run.fit half.fit
+status 3 "$plot" half -o no.svg --components
+holds err 'half.nln0'
+status 2 "$plot" run -o no.svg --range 6:3
+holds err 'expected two points FIRST:LAST'
+status 2 "$plot" run -o no.svg --view 15:20
+status 2 "$plot" run -o no.svg --axis meters
+status 2 "$plot" run
+status 4 "$plot" run -o no/such/folder.svg
+true_that 'no picture where there was an error' test ! -e no.svg
+
+finish

@@ -1,0 +1,170 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+. "$(dirname "$0")/harness.sh"
+simulate=$programs/varokel-simulate
+
+common_habits varokel-simulate
+
+# start NAME POINTS NOISTP AREA: control file of a Lorentzian at 50 Hz, 2 points wide, 30 degrees, and
+# of a Voigt line of half its area at 95 Hz, 8.35 Hz (Gaussian) and 5 Hz wide, tied to it by its area
+start() {
+    half=$(awk -v a="$4" 'BEGIN { print a / 2 }')
+    cat >"$1" <<TEXT
+version_3
+n_pnts $2
+noistr 0
+noistp $3
+nLines 2
+lsfcfs 0
+phi__1 0.0
+Hz_p_p 5.0
+f__tol 1e-7
+fit_mo 1
+verbos 0
+showli 1
+clcerr 0
+sg_idl none
+ranges 2
+ignore 0
+pattrn 0
+   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max
+@ 2 $2 1 1 1 1 1 0 1 0 100 2 1 0 20
+number       area          frequency      gausswidth        phase        lorentzwidth
+1 $4 50 0 30 2
+2 $half 95 8.35 30 5
+#1
+lsffit 0
+2 0 $4
+2 0 50
+2 1 0
+2 0 30
+2 0 2
+#2
+lsffit 0
+3 1 $half
+3 0 95
+3 0 8.35
+3 1 30
+3 0 5
+lsf_coefs
+end_of_lsf
+TEXT
+}
+
+# Without noise: the sum of the two lines, summed and transformed by definition. Gaussian width
+# 8.35 Hz / 5 Hz / 1.67 = 1 point.
+start small.par 32 32 3
+status 0 "$simulate" small.par -o small.bin --noise 0 --seed 1 --truth small.json
+holds out small.bin
+holds out small.json
+awk 'BEGIN {
+    pi = 3.14159265358979312; N = 32
+    for (n = 0; n < N; n++) {
+        t = n / N
+        a = 3 * exp(-pi * 2 * t); w = 2 * pi * (10 + N / 2) * t + pi / 6
+        b = 1.5 * exp(-pi * pi * t * t - pi * 1 * t); v = 2 * pi * (19 + N / 2) * t + pi / 6
+        re[n] = a * cos(w) + b * cos(v); im[n] = a * sin(w) + b * sin(v)
+    }
+    re[0] /= 2; im[0] /= 2
+    for (i = 0; i < N; i++) {
+        j = (i + N / 2) % N; x = y = 0
+        for (n = 0; n < N; n++) {
+            p = -2 * pi * j * n / N
+            x += re[n] * cos(p) - im[n] * sin(p); y += re[n] * sin(p) + im[n] * cos(p)
+        }
+        printf "%.9e %.9e\n", x / N, y / N
+    }
+}' >wanted
+# near TOLERANCE: values of a signal against the file wanted
+near() {
+    paste - wanted | awk -v t="$1" '
+    { a = $1 - $3; b = $2 - $4; if (a * a + b * b > t * t) bad = 1 } END { exit bad || NR < 32 }'
+}
+# values up to 1; single precision of the file, and of the widths as they were read
+values small.bin | near 2e-7
+true_that 'model by definition' test $? -eq 0
+for item in '"points": 32' '"noise_sd": 0.0' '"seed": 1' '"type": "Lorentzian"' '"area": 3.0' \
+    '"frequency_hz": 95.0' '"width2_points": 2.0' '"width2_hz": 5.0' '"phase_degrees": 30.0'; do
+    holds small.json "$item"
+done
+
+# The noise of seed 42 by a second way: 64-bit integers of the shell, logarithm of awk.
+mix() {
+    local state=$1 z i
+    for i in 1 2 3 4 5 6 7 8 9 10 11 12; do
+        state=$((state + 0x9e3779b97f4a7c15))
+        z=$state
+        z=$(((z ^ ((z >> 30) & 0x3ffffffff)) * 0xbf58476d1ce4e5b9))
+        z=$(((z ^ ((z >> 27) & 0x1fffffffff)) * 0x94d049bb133111eb))
+        z=$((z ^ ((z >> 31) & 0x1ffffffff)))
+        echo $(((z >> 11) & 0x1fffffffffffff))
+    done
+}
+mix 42 | awk '
+{ u = $1 / 4503599627370496 - 1
+  if (NR % 2) { a = u; next }
+  s = a * a + u * u; if (s >= 1) next
+  f = 1000 * sqrt(-2 * log(s) / s); printf "%.9e %.9e\n", a * f, u * f }' >wanted
+start faint.par 4096 4096 1e-6
+status 0 "$simulate" faint.par -o faint.bin --noise 1000 --seed 42
+lines=$(wc -l <wanted)
+true_that 'some deviates to compare' test "$lines" -ge 3
+values faint.bin | head -"$lines" | paste - wanted | awk '
+{ a = $1 - $3; b = $2 - $4; if (a * a + b * b > 1e-6 * ($3 * $3 + $4 * $4)) bad = 1 } END { exit bad }'
+true_that 'noise of seed 42' test $? -eq 0
+
+# sd and mean of 4096 points: within five standard errors, 1/sqrt(2 4096) and 1/sqrt(4096)
+values faint.bin | awk '{ r += $1; i += $2; rr += $1 * $1; ii += $2 * $2; ri += $1 * $2 }
+function far(x, limit) { return x < -limit || x > limit }
+END { n = NR; exit n != 4096 || far(sqrt(rr / n) - 1000, 56) || far(sqrt(ii / n) - 1000, 56) ||
+    far(r / n, 79) || far(i / n, 79) || far(ri / n, 79000) }'
+true_that 'spread, mean and independence of the parts' test $? -eq 0
+status 0 "$simulate" faint.par -o again.bin --noise 1000 --seed 42
+true_that 'same seed, same bytes' cmp -s faint.bin again.bin
+status 0 "$simulate" faint.par -o other.bin --noise 1000 --seed 43
+true_that 'other seed, other bytes' test -n "$(cmp faint.bin other.bin 2>&1)"
+
+# a noise window behind the fitted points holds noise only
+start behind.par 32 64 3
+status 0 "$simulate" behind.par -o behind.bin --noise 0 --seed 1
+true_that '64 points' test "$(values behind.bin | wc -l)" -eq 64
+true_that 'nothing behind the fitted points' test "$(values behind.bin | sed -n '33,64p' | awk '$1 || $2' | wc -l)" -eq 0
+cmp -s -n 256 behind.bin small.bin
+true_that 'the fitted points as before' test $? -eq 0
+
+# nothing is overwritten unasked, no input ever, the start file stays as it is
+cp small.bin kept
+cp small.par par_kept
+status 4 "$simulate" small.par -o small.bin --noise 1 --seed 1
+status 4 "$simulate" small.par -o new.bin --truth small.json --noise 1 --seed 1
+true_that 'no half of the output' test ! -e new.bin
+status 4 "$simulate" small.par -o small.par --noise 1 --seed 1 --force
+true_that 'refused output is as it was' cmp -s kept small.bin
+status 0 "$simulate" small.par -o small.bin --noise 1 --seed 1 --force
+true_that 'start file untouched' cmp -s small.par par_kept
+status 4 "$simulate" small.par -o no/such/small.bin --noise 1 --seed 1
+
+# what is no start value file
+status 3 "$simulate" missing.par -o x.bin --noise 1 --seed 1
+holds err 'missing.par: no such file'
+sed 's/algor/Algor/' small.par >bad.par
+status 3 "$simulate" bad.par -o x.bin --noise 1 --seed 1
+holds err 'fatal error reading starting value'
+holds err 'bad.par: no valid start value file'
+true_that 'messages of the reader are no result' test ! -s out
+sed 's/n_pnts 32/n_pnts 33/' small.par >bad.par
+status 3 "$simulate" bad.par -o x.bin --noise 1 --seed 1
+sed 's/fit_mo 1/fit_mo 2/' small.par >bad.par
+status 3 "$simulate" bad.par -o x.bin --noise 1 --seed 1
+holds err 'fit_mo is 2'
+start zero.par 32 32 0
+status 3 "$simulate" zero.par -o x.bin --noise 1 --seed 1
+holds err 'entry 2 is not a finite number'
+: >empty.par
+status 3 "$simulate" empty.par -o x.bin --noise 1 --seed 1
+true_that 'no output of a bad input' test ! -e x.bin
+status 2 "$simulate" small.par -o x.bin --noise -1 --seed 1
+status 2 "$simulate" small.par -o x.bin --noise 1
+status 2 "$simulate" small.par --noise 1 --seed 1
+
+finish

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "common/command_line.h"
+
+#include "common/tool_error.h"
+
+#include <charconv>
+#include <iostream>
+
+namespace tools {
+
+void common_options(CLI::App &app, const std::string &example, const std::string &good) {
+    app.set_version_flag("--version", app.get_name() + " " VAROKEL_VERSION);
+    app.footer("\nExit status: " + good +
+               ", 2 wrong usage, 3 input unreadable or invalid,\n4 output cannot be written.\n\n"
+               "Example:\n" +
+               example);
+    app.get_formatter()->column_width(26);
+}
+
+std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv) {
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp &) {
+        std::cout << app.help();
+        return all_right;
+    } catch (const CLI::CallForVersion &version) {
+        std::cout << version.what() << '\n';
+        return all_right;
+    } catch (const CLI::ParseError &mistake) {
+        std::cerr << app.get_name() << ": " << mistake.what() << "\nTry " << app.get_name()
+                  << " --help.\n";
+        return wrong_usage;
+    }
+    return std::nullopt;
+}
+
+void parse_point_range(const std::string &text, const char *what, long long &first,
+                       long long &last) {
+    const char *const end = text.data() + text.size();
+    const auto head = std::from_chars(text.data(), end, first);
+    if (head.ec == std::errc() && head.ptr != end && *head.ptr == ':') {
+        const auto tail = std::from_chars(head.ptr + 1, end, last);
+        if (tail.ec == std::errc() && tail.ptr == end && first >= 0 && first <= last) return;
+    }
+    throw tool_error(wrong_usage, std::string(what) + " " + text +
+                                      ": expected two points FIRST:LAST, 0 <= FIRST <= LAST");
+}
+
+} // namespace tools

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// command_line.h -- options of the companion programs, with their common habits
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <optional>
+#include <string>
+
+namespace tools {
+
+// Gives app its --version; exit statuses and the example are the end of its --help. good names
+// the statuses of a run without an error.
+void common_options(CLI::App &app, const std::string &example,
+                    const std::string &good = "0 all right");
+
+// Parses the command line. Returns nothing when the program shall go on, else its exit status:
+// all_right after --help or --version (printed on standard output), wrong_usage after a mistake
+// (named on standard error).
+std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv);
+
+// "a:b" as two point numbers, a <= b, both from 0 on. what names the option in the message.
+void parse_point_range(const std::string &text, const char *what, long long &first,
+                       long long &last);
+
+} // namespace tools

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// metadata.h -- what is known about a signal beside its points, as JSON
+//
+// The fit knows points and hertz per point only. What turns its results into ppm, and where the
+// signal came from, stands in a sidecar: a JSON object beside each converted signal.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace tools {
+
+// A JSON object of a file, with lookups that name file and item when a value is of the wrong kind.
+class metadata {
+  public:
+    // Errors: bad_input when the file cannot be read or holds no JSON object.
+    explicit metadata(const std::string &file);
+
+    // The item, or nothing when it is absent or null. Errors: bad_input when it is of another kind
+    // or (positive) not above 0.
+    std::optional<double> number(const char *item) const;
+    std::optional<double> positive_number(const char *item) const;
+    std::optional<long long> positive_integer(const char *item) const;
+    std::optional<std::string> text(const char *item) const;
+    std::optional<bool> truth(const char *item) const;
+    // Two point numbers [a, b], 0 <= a <= b <= limit.
+    std::optional<std::pair<long long, long long>> point_pair(const char *item,
+                                                              long long limit) const;
+
+    const std::string &file() const { return file_; }
+
+  private:
+    const nlohmann::json *find(const char *item) const;
+    [[noreturn]] void refuse(const char *item, const std::string &expected) const;
+
+    std::string file_;
+    nlohmann::json items_;
+};
+
+// How points of a spectrum translate into hertz from the carrier and into ppm.
+struct spectrum_axis {
+    std::optional<double> hz_per_point;   // [Hz]
+    std::optional<double> mhz;            // spectrometer frequency [MHz]
+    std::optional<double> ppm_at_carrier; // [ppm], carrier at point n/2
+    bool ppm_rises_with_points = true;
+    std::string nucleus; // such as "31P"; may be empty
+};
+
+// The axis items of a sidecar: hz_per_point, spectrometer_mhz, ppm_at_carrier,
+// ppm_rises_with_points, nucleus.
+spectrum_axis axis_of_sidecar(const metadata &sidecar);
+
+} // namespace tools
