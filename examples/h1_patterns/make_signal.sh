@@ -1,0 +1,7 @@
+#!/bin/sh
+# SPDX-License-Identifier: BSD-3-Clause
+#
+# ./make_signal.sh PROGRAMS -- the spectrum that the fit reads, from the FID; PROGRAMS is the build folder
+set -eu
+"$1/varokel-import" h1_patterns.fid.f32 --json h1_patterns.fid.json -o . --force
+"$1/varokel-import" pattern creatine.fid.f32 -o creatine.bin --force
