@@ -30,9 +30,8 @@ class array_io : public ::testing::Test {
     std::string with_input(const std::string &typed, const F &f) {
         support::write_file("typed", typed);
         if (std::freopen("typed", "r", stdin) == nullptr) throw std::runtime_error("no input");
-        return support::stdout_of([&] {
-            end_status = support::end_status_of([&] { f(&n, re.data(), im.data()); });
-        });
+        return support::stdout_of(
+            [&] { end_status = support::end_status_of([&] { f(&n, re.data(), im.data()); }); });
     }
 
     support::temporary_folder folder{true};

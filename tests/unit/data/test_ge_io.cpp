@@ -19,19 +19,18 @@ class ge_io : public ::testing::Test {
     // Calls f; keeps its result, what it printed and whether it ended the run.
     template <class F>
     void run(const F &f) {
-        printed = support::stdout_of([&] {
-            end_status = support::end_status_of([&] { result = f(); });
-        });
+        printed =
+            support::stdout_of([&] { end_status = support::end_status_of([&] { result = f(); }); });
     }
 
-    void read(const std::string &name, std::vector<float> &buffer, int floats, int header = 0) {
+    void read(const std::string &file, std::vector<float> &buffer, int floats, int header = 0) {
         count = floats;
-        run([&] { return readge_(name.c_str(), buffer.data(), &count, header); });
+        run([&] { return readge_(file.c_str(), buffer.data(), &count, header); });
     }
 
-    void write(const std::string &name, const std::vector<float> &buffer, int header = 0) {
+    void write(const std::string &file, const std::vector<float> &buffer, int header = 0) {
         count = static_cast<int>(buffer.size());
-        run([&] { return writege_(name.c_str(), buffer.data(), &count, header); });
+        run([&] { return writege_(file.c_str(), buffer.data(), &count, header); });
     }
 
     void expect_quiet_success() const {
@@ -73,8 +72,12 @@ TEST_F(ge_io, reads_little_endian_single_precision) {
 
 TEST_F(ge_io, every_bit_survives_the_round_trip) {
     using limit = std::numeric_limits<float>;
-    const std::vector<float> values = {-0.0F,        limit::denorm_min(), limit::max(),
-                                       limit::min(), limit::infinity(),   -limit::infinity(),
+    const std::vector<float> values = {-0.0F,
+                                       limit::denorm_min(),
+                                       limit::max(),
+                                       limit::min(),
+                                       limit::infinity(),
+                                       -limit::infinity(),
                                        limit::quiet_NaN()};
     write(name, values);
     expect_quiet_success();

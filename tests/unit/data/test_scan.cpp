@@ -110,7 +110,7 @@ TEST_F(scan, a_word_longer_than_its_width_is_split) {
 }
 
 TEST_F(scan, the_longest_word_has_1023_characters) {
-    open(std::string(1100, 'w') + " next");
+    open(std::string(1100, 'w').append(" next"));
     char text[max_word + 1] = "";
     EXPECT_TRUE(scan_word(file, text, max_word));
     EXPECT_EQ(std::string(text), std::string(1023, 'w'));
