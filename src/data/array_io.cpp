@@ -41,7 +41,6 @@ void ComplexAsciiOut(const int *n, const double *re, const double *im) {
 void ComplexArrayOut(const int *n, const double *re, const double *im) {
     const scratch<float> ge_out(
         2LL * *n, " Memory requested to store ge_out[] in ComplexArrayOut()  not available\n");
-    if (ge_out == nullptr) return;
     std::printf("Write complex array to file :\n");
     std::printf("      1. Normal ASCII file format\n");
     std::printf("      2. SA/GE-file format\n");
@@ -54,6 +53,7 @@ void ComplexArrayOut(const int *n, const double *re, const double *im) {
         char name[max_word + 1] = "";
         std::printf("Output ge_file name ");
         scan_word(stdin, name, max_word);
+        if (ge_out == nullptr) break;
         for (int i = 0; i < *n; ++i) {
             ge_out[2 * i] = static_cast<float>(re[i]);
             ge_out[2 * i + 1] = static_cast<float>(im[i]);
@@ -88,7 +88,6 @@ void ComplexAsciiIn(const int *n, double *re, double *im) {
 void ComplexArrayIn(const int *n, double *re, double *im) {
     const scratch<float> ge_array(
         2LL * *n, " Memory requested to store ge_array[] in ComplexArrayIn()  not available\n");
-    if (ge_array == nullptr) return;
     std::printf("Read signal-file containing reals : \n");
     std::printf("      1. Complex ASCII file   \n");
     std::printf("      2. SA/GE file format (binary floats)  \n");
@@ -101,6 +100,7 @@ void ComplexArrayIn(const int *n, double *re, double *im) {
         char name[max_word + 1] = "";
         std::printf("Input ge_file name : ");
         scan_word(stdin, name, max_word);
+        if (ge_array == nullptr) break;
         int count = 2 * *n;
         readge_(name, ge_array, &count, 0);
         for (int i = 0; i < *n; ++i) {

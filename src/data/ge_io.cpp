@@ -14,6 +14,7 @@
 static_assert(sizeof(float) == 4, "signal files hold 4-byte floats");
 
 static constexpr long header_bytes = 1024;
+static constexpr std::size_t block_floats = 4096; // 16 KiB a transfer
 
 // Little-endian on every platform: on a big-endian one the bytes are turned.
 static void to_or_from_file_order(float *values, std::size_t n) {
@@ -31,6 +32,21 @@ static void to_or_from_file_order(float *values, std::size_t n) {
     }
 }
 
+// Reads through a block, so that the bytes of an incomplete last number stay out of the buffer.
+static std::size_t read_floats(std::FILE *file, float *buffer, std::size_t n) {
+    float block[block_floats];
+    std::size_t at = 0;
+    while (at < n) {
+        const std::size_t part = std::min(n - at, block_floats);
+        const std::size_t arrived = std::fread(block, 4, part, file);
+        to_or_from_file_order(block, arrived);
+        std::memcpy(buffer + at, block, 4 * arrived);
+        at += arrived;
+        if (arrived < part) break;
+    }
+    return at;
+}
+
 int readge_(const char *name, float *buffer, int *count, int header) {
     std::FILE *file = std::fopen(name, "r+b");
     if (file == nullptr) {
@@ -40,9 +56,8 @@ int readge_(const char *name, float *buffer, int *count, int header) {
     }
     if (header != 0) std::fseek(file, header_bytes, SEEK_SET);
     const std::size_t wanted = static_cast<std::size_t>(std::max(*count, 0));
-    const std::size_t arrived = std::fread(buffer, 4, wanted, file);
+    const std::size_t arrived = read_floats(file, buffer, wanted);
     std::fclose(file);
-    to_or_from_file_order(buffer, arrived);
     if (arrived < wanted) {
         std::printf("... error reading data ... exit...");
         std::printf("cnt  %d %d \n", static_cast<int>(arrived), *count);
@@ -55,9 +70,9 @@ int readge_(const char *name, float *buffer, int *count, int header) {
 static bool write_floats(std::FILE *file, const float *buffer, std::size_t n) {
     if constexpr (std::endian::native != std::endian::big)
         return std::fwrite(buffer, 4, n, file) == n;
-    float block[1024];
+    float block[block_floats];
     for (std::size_t at = 0; at < n;) {
-        const std::size_t part = std::min<std::size_t>(n - at, 1024);
+        const std::size_t part = std::min(n - at, block_floats);
         std::memcpy(block, buffer + at, 4 * part);
         to_or_from_file_order(block, part);
         if (std::fwrite(block, 4, part, file) != part) return false;

@@ -11,6 +11,7 @@
 #include "run/end_run.h"
 #include "run/storage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -30,6 +31,8 @@ static void normalise(double *slot, int ap, double &norm) {
 
 static void read_binary_pattern(const char *name, int ap, double *slot, float *floats,
                                 double *signal, double *re, double *im) {
+    // points that a short file lacks are 0, not those of the pattern before
+    std::fill(floats, floats + 2 * ap, 0.0F);
     int count = 2 * ap;
     readge_(name, floats, &count, 0);
     for (int j = 0; j < ap; ++j) {
@@ -159,9 +162,20 @@ void interpret_pattern(const int &p, const char (*pat_name)[pattern_name_size], 
                                        " interpret_pattern() is not available\n");
     const scratch<double> curve_im(ap, "Memory requested to store yim[] in void\n"
                                        " interpret_pattern() is not available\n");
+    // Stand-ins for the measured and the fitted lineshape, which a pattern does not take.
+    const scratch<double> no_ref_re(ap, "Memory requested to store dummy_ptr[] in void\n"
+                                        "interpret_pattern() is not available\n");
+    const scratch<double> no_ref_im(ap, "Memory requested to store dummy_ptr1[] in void\n"
+                                        "interpret_pattern() is not available\n");
+    const scratch<double> no_lsf_re(ap, "Memory requested to store dummy_ptr2[] in void\n"
+                                        "interpret_pattern() is not available\n");
+    const scratch<double> no_lsf_im(ap, "Memory requested to store yim3[] in void\n"
+                                        "interpret_pattern() is not available\n");
     const scratch<int> fit_lsf(2, "not enough memory to allocate int array "
                                   "fit_lsf[] in void interpret_pattern()\n");
-    if (curve_re == nullptr || curve_im == nullptr || fit_lsf == nullptr) return;
+    if (curve_re == nullptr || curve_im == nullptr || no_ref_re == nullptr ||
+        no_ref_im == nullptr || no_lsf_re == nullptr || no_lsf_im == nullptr || fit_lsf == nullptr)
+        return;
     if (ap < 1 || ap > max_pattern_points) return;
 
     std::FILE *file = std::fopen(name, "r+t");
@@ -194,8 +208,8 @@ void interpret_pattern(const int &p, const char (*pat_name)[pattern_name_size], 
         const double L = record.lorentz_width / Hz_pp;
         const double g = record.gauss_width / (Hz_pp * gauss_fwhm_per_width);
         Calculate_td_VoigtCurve(entry, ap, ap, no_ref_line, fit_lsf, no_coefs, record.area, f, g,
-                                record.zero_phase, L, phi_1, curve_re, curve_im, nullptr, nullptr,
-                                nullptr, nullptr, frscl, nullptr, ignore);
+                                record.zero_phase, L, phi_1, curve_re, curve_im, no_ref_re,
+                                no_ref_im, no_lsf_re, no_lsf_im, frscl, nullptr, ignore);
         Sum_Vector(ap, re, re, curve_re);
         Sum_Vector(ap, im, im, curve_im);
     }
