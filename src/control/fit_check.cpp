@@ -79,12 +79,12 @@ static void check_noise_and_delay(start_values &v) {
     if (v.noise_stop < 0) {
         std::printf("%s", fatal_header);
         std::printf("spectral point number end of noise interval < 0 \n ");
-        std::printf(">> enter a positiv number \n");
+        std::printf(">> enter a positiv number \n"); // wording kept
     }
     if (v.noise_strt < 0) {
         std::printf("%s", fatal_header);
         std::printf("spectral point number start of noise interval < 0 \n");
-        std::printf(">> enter a positiv number \n");
+        std::printf(">> enter a positiv number \n"); // wording kept
     }
     if (v.noise_strt > v.noise_stop) {
         v.fatal(fatal_header);
@@ -280,7 +280,7 @@ static void check_shapes(const start_values &v, int pass_before) {
 static void compare_with_prior_knowledge(const start_values &v) {
     for (int j = 0; j < v.records(); ++j) {
         if (v.par[j] == v.fixpar[j].value) continue;
-        std::printf("WARNING tsts  initial value file inconsistency in ");
+        std::printf("WARNING tsts  initial value file inconsistency in "); // wording kept
         switch (v.fixpar[j].type) {
         case lorentzian_line:
             std::printf("Lorentz line ");

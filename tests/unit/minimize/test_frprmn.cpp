@@ -27,18 +27,19 @@ static void make_fit(double noise_sd = 0.0, int lines = 2) {
     ftol = 1e-14;
 }
 
+// The one-sided difference puts the zero of the gradient half a step, 5e-8 of a parameter, beside
+// the minimum; along the valley of the two widths of a Voigt line (condition 1e4) that is 1e-3.
 TEST(frprmn, finds_the_values_behind_noise_free_data) {
     make_fit();
     const std::vector<double> truth(par, par + npar);
     for (int i = 0; i < npar; ++i)
         if (fixpar[i].fixed_to == 0) par[i] += i % 5 == freq_par ? 0.2 : 0.05 * par[i];
-    itmax = 3000; // the two widths of a Voigt line form a long valley
     frprmn(npar, par);
     for (int i = 0; i < npar; ++i)
         EXPECT_NEAR(par[i], truth[static_cast<std::size_t>(i)],
-                    1e-4 * (1.0 + std::fabs(truth[static_cast<std::size_t>(i)])))
+                    2e-3 * (1.0 + std::fabs(truth[static_cast<std::size_t>(i)])))
             << i;
-    EXPECT_LT(minimum, 1e-8);
+    EXPECT_LT(minimum, 1e-7);
     EXPECT_GT(niter, 3);
     EXPECT_EQ(ncom, npar);
 }
