@@ -1,0 +1,1 @@
+start_pattern lines 1
