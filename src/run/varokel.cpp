@@ -6,6 +6,8 @@
 #include "data/sage_io.h"
 #include "help/help.h"
 #include "model/fft.h"
+#include "model/fft_plan.h"
+#include "model/model_sum.h"
 #include "model/objective.h"
 #include "run/fit_spectrum.h"
 #include "run/input_spectrum.h"
@@ -117,6 +119,8 @@ static void run_fit() {
     create_lookup(lookup, ap, 1);
     cf_non_int_main();
     free_memory(ap);
+    model_sum::release_storage();
+    release_fft_plans();
 }
 
 static int run_with_arguments(int argc, char **argv) {

@@ -64,7 +64,8 @@ class fit_check : public ::testing::Test {
     }
 
     parameter_record &record(int k, int j) {
-        return records[static_cast<std::size_t>(pars_per_entry * (k - 1) + j)];
+        const int i = pars_per_entry * (k - 1) + j;
+        return records[static_cast<std::size_t>(i)];
     }
 
     void set_type(int k, int type) {
@@ -75,7 +76,7 @@ class fit_check : public ::testing::Test {
     // is checked here.
     std::string findings_at(int level) {
         pass = 99;
-        const std::string printed = support::stdout_of([&] {
+        std::string printed = support::stdout_of([&] {
             TestInitValueFile(ap, nLines, n_patterns, lsf_coefs, par.data(), records.data(),
                               noise_strt, noise_stop, phi_1, steps, var_ap_trunc, min_method,
                               hrange, strategy, level, pass);

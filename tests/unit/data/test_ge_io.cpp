@@ -90,8 +90,8 @@ TEST_F(ge_io, every_bit_survives_the_round_trip) {
 TEST_F(ge_io, n_points_take_8_n_bytes_at_any_length) {
     // lengths about the 4096 floats of a transfer
     for (int floats : {2, 4094, 4096, 4098, 8192, 10002}) {
-        std::vector<float> values;
-        for (int i = 0; i < floats; ++i) values.push_back(static_cast<float>(i) - 0.25F);
+        std::vector<float> values(static_cast<std::size_t>(floats), -0.25F);
+        for (std::size_t i = 0; i < values.size(); ++i) values[i] += static_cast<float>(i);
         write(name, values);
         expect_quiet_success();
         EXPECT_EQ(std::filesystem::file_size(name), static_cast<std::size_t>(4 * floats));

@@ -34,9 +34,10 @@ class patterns : public ::testing::Test {
 
     void make_store(int n) {
         n_patterns = n;
-        names.assign(static_cast<std::size_t>(n + 1) * pattern_name_size, '\0');
-        store.assign(static_cast<std::size_t>(n + 1) * pattern_slot, 0.0);
-        norms.assign(static_cast<std::size_t>(n + 1), 0.0);
+        const std::size_t slots = static_cast<std::size_t>(n) + 1;
+        names.assign(slots * pattern_name_size, '\0');
+        store.assign(slots * pattern_slot, 0.0);
+        norms.assign(slots, 0.0);
     }
 
     const char (*name_table() const)[pattern_name_size] {
@@ -51,10 +52,9 @@ class patterns : public ::testing::Test {
         return name;
     }
 
-    std::string use_text(int p, const std::string &base, const std::string &content) {
-        const std::string name = use(p, base);
+    std::string use_text(int p, const std::string &name, const std::string &content) {
         support::write_file(name, content);
-        return name;
+        return use(p, name);
     }
 
     std::string fetch() {
@@ -92,11 +92,12 @@ class patterns : public ::testing::Test {
         const long double N = ap;
         const long double d = static_cast<long double>(phi_1) / 360.0L;
         const long double hz = static_cast<long double>(Hz_pp);
+        const int half_band = ap / 2;
         for (const line &one : lines) {
             const long double f = static_cast<long double>(one.frequency) / hz; // points
             const long double g = static_cast<long double>(one.gauss_width) / (hz * 1.67L);
             const long double L = static_cast<long double>(one.lorentz_width) / hz;
-            const long double omega = 2.0L * pi * (f + ap / 2);
+            const long double omega = 2.0L * pi * (f + half_band);
             const long double psi = omega * d / N +
                                     pi * static_cast<long double>(one.zero_phase) / 180.0L -
                                     pi * static_cast<long double>(phi_1) / 360.0L;
@@ -160,6 +161,12 @@ static const std::string columns = "parameters\n"
                                    "lorentz_width\n";
 static const std::string heading_of_one = "start_pattern\nnumber_of_lines 1\n" + columns;
 static const std::string ending = "end_of_parameters\nend_of_pattern\n";
+
+// A file of one line, which is given as a file has it.
+static std::string file_of(const std::string &record) {
+    return heading_of_one + record + "\n" + ending;
+}
+
 static const std::string illegal_line = "fatal error : illegal lineshape encountered ...\n";
 
 // All numbers are exact in single precision.
@@ -196,7 +203,7 @@ TEST_F(patterns, the_frequency_scale_leaves_the_place_of_a_line) {
 }
 
 TEST_F(patterns, a_gauss_line_of_1_67_Hz_per_point_has_width_1) {
-    use_text(1, "g.pat", heading_of_one + "a gauss 1 0 3.34 0\n" + ending);
+    use_text(1, "g.pat", file_of("a gauss 1 0 3.34 0"));
     Hz_pp = 2.0;
     expect_fetched();
     // exp(-pi^2 t^2) at t = 1/2; 3.34 is read in single precision: 2^-24 of it, and twice that
@@ -206,7 +213,7 @@ TEST_F(patterns, a_gauss_line_of_1_67_Hz_per_point_has_width_1) {
 }
 
 TEST_F(patterns, every_number_of_a_text_file_carries_single_precision) {
-    use_text(1, "a.pat", heading_of_one + "a lorentz 0.1 0.3 0 0.7\n" + ending);
+    use_text(1, "a.pat", file_of("a lorentz 0.1 0.3 0 0.7"));
     expect_fetched();
     EXPECT_EQ(norms[1], static_cast<double>(0.1F));
     expect_normalised(1, signal_of({{static_cast<double>(0.1F), static_cast<double>(0.3F), 0.0, 0.0,
@@ -286,7 +293,7 @@ TEST_F(patterns, the_same_line_as_text_and_as_binary_file_gives_the_same_signal)
     for (int points : {64, 256}) {
         ap = points;
         Hz_pp = 2.5;
-        use_text(1, "line.pat", heading_of_one + "a voigt 3 50.5 4.25 30 2.5\n" + ending);
+        use_text(1, "line.pat", file_of("a voigt 3 50.5 4.25 30 2.5"));
 
         // the FID of that line: its frequency counts from the carrier, which is at point n/2
         std::vector<value> fid(static_cast<std::size_t>(ap));
@@ -335,8 +342,8 @@ TEST_F(patterns, points_that_a_binary_file_lacks_are_0_in_every_pattern) {
 TEST_F(patterns, slots_and_norms_are_counted_from_1) {
     make_store(2);
     std::fill(store.begin(), store.begin() + pattern_slot, 7.0);
-    use_text(1, "a.pat", heading_of_one + "a gauss 2 0 1 0\n" + ending);
-    use_text(2, "b.pat", heading_of_one + "a gauss 5 0 1 0\n" + ending);
+    use_text(1, "a.pat", file_of("a gauss 2 0 1 0"));
+    use_text(2, "b.pat", file_of("a gauss 5 0 1 0"));
     expect_fetched();
     EXPECT_EQ(norms, (std::vector<double>{0.0, 2.0, 5.0}));
     EXPECT_EQ(std::count(store.begin(), store.begin() + pattern_slot, 7.0), pattern_slot);
@@ -348,7 +355,7 @@ TEST_F(patterns, pattern_of_4096_points_fills_its_slot_and_no_other) {
     n_patterns = 1;
     ap = 4096;
     for (const char *base : {"a.pat", "a.bin"}) {
-        use_text(1, "a.pat", heading_of_one + "a gauss 1 11 1000 0\n" + ending);
+        use_text(1, "a.pat", file_of("a gauss 1 11 1000 0"));
         const std::string name = use(1, base);
         if (name.ends_with(".bin"))
             write_points(name, std::vector<value>(4096, value{0.5L, 0.25L}));
@@ -363,7 +370,7 @@ TEST_F(patterns, pattern_of_4096_points_fills_its_slot_and_no_other) {
 }
 
 TEST_F(patterns, more_points_than_a_slot_holds_touch_no_store) {
-    use_text(1, "a.pat", heading_of_one + "a gauss 1 0 1 0\n" + ending);
+    use_text(1, "a.pat", file_of("a gauss 1 0 1 0"));
     std::fill(store.begin(), store.end(), 7.0);
     for (int points : {4097, 8192, 0, -5}) {
         ap = points;
@@ -431,7 +438,7 @@ TEST_F(patterns, a_name_without_a_known_extension_ends_the_run) {
 }
 
 TEST_F(patterns, an_extension_counts_anywhere_in_the_name) {
-    use_text(1, "a.pattern", heading_of_one + "a gauss 2 0 1 0\n" + ending);
+    use_text(1, "a.pattern", file_of("a gauss 2 0 1 0"));
     expect_fetched();
     EXPECT_EQ(norms[1], 2.0);
     write_points(use(1, "a.binary.data"), std::vector<value>(64, value{1.0L, 0.0L}));
@@ -442,8 +449,7 @@ TEST_F(patterns, an_extension_counts_anywhere_in_the_name) {
 TEST_F(patterns, a_name_with_both_extensions_is_read_both_ways_and_text_wins) {
     // long enough to be read as 64 points without a message
     const std::string padding(1000, ' ');
-    const std::string name =
-        use_text(1, "a.bin.pat", heading_of_one + "a gauss 2 0 1 0\n" + ending + padding);
+    const std::string name = use_text(1, "a.bin.pat", file_of("a gauss 2 0 1 0") + padding);
     verbose = 3;
     EXPECT_EQ(fetch(), "opening : " + name + " \nopened : " + name + " \ncalculating gauss line " +
                            name + " a \n");
@@ -506,7 +512,7 @@ TEST_F(patterns, a_number_of_lines_that_is_none_counts_as_a_column_word) {
 
 TEST_F(patterns, an_unknown_line_type_ends_the_run) {
     for (const char *type : {"gaussian", "Voigt", "3", "pattern"})
-        expect_refused(heading_of_one + "a " + type + " 1 2 3 4 5\n" + ending, illegal_line);
+        expect_refused(file_of(std::string("a ") + type + " 1 2 3 4 5"), illegal_line);
 }
 
 TEST_F(patterns, more_lines_than_the_file_holds_end_the_run) {
@@ -535,7 +541,7 @@ TEST_F(patterns, one_word_is_skipped_before_the_end_of_the_pattern) {
 }
 
 TEST_F(patterns, fewer_lines_than_the_file_holds_end_the_run) {
-    expect_refused(heading_of_one + "a gauss 2 0 1 0\nb gauss 2 0 1 0\n" + ending,
+    expect_refused(file_of("a gauss 2 0 1 0\nb gauss 2 0 1 0"),
                    "fatal error reading pattern file : NAME\n"
                    "illegal file-terminator (end_of_pattern) ");
 }
@@ -552,10 +558,11 @@ TEST_F(patterns, a_voigt_line_of_four_numbers_takes_a_numeric_name_for_its_fifth
 
 TEST_F(patterns, gauss_and_lorentz_lines_have_four_numbers) {
     // a fifth one is taken for the next name, its name for the type
-    for (const char *type : {"gauss", "lorentz"})
-        expect_refused("start_pattern number_of_lines 2 " + columns + "a " + type +
-                           " 1 2 3 4 5\nb gauss 1 2 3 4\n" + ending,
-                       illegal_line);
+    for (const char *type : {"gauss", "lorentz"}) {
+        std::string text = "start_pattern number_of_lines 2 " + columns;
+        text.append("a ").append(type).append(" 1 2 3 4 5\nb gauss 1 2 3 4\n").append(ending);
+        expect_refused(text, illegal_line);
+    }
 }
 
 TEST_F(patterns, very_long_words_are_bounded) {
@@ -566,7 +573,7 @@ TEST_F(patterns, very_long_words_are_bounded) {
 }
 
 TEST_F(patterns, text_files_are_closed_after_reading) {
-    use_text(1, "a.pat", heading_of_one + "a gauss 2 0 1 0\n" + ending);
+    use_text(1, "a.pat", file_of("a gauss 2 0 1 0"));
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     rlimit few = before;
@@ -598,7 +605,7 @@ TEST_F(patterns, a_first_point_of_0_gives_values_that_are_not_finite) {
     // numbers that are none
     for (const char *numbers : {"nan 0 1 0", "inf 0 1 0", "1 nan 1 0", "1 inf 1 0", "1 0 inf 0",
                                 "1 0 1 nan", "1e38 1e38 -1e38 1e38"}) {
-        use_text(1, "odd.pat", heading_of_one + "a gauss " + numbers + "\n" + ending);
+        use_text(1, "odd.pat", file_of(std::string("a gauss ") + numbers));
         expect_fetched();
     }
     for (double width : {0.0, std::numeric_limits<double>::infinity(), std::nan("")}) {

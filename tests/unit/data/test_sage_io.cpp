@@ -10,8 +10,9 @@
 #include <filesystem>
 #include <string>
 
-static void set(char *target, const char *text) {
-    std::strcpy(target, text);
+template <std::size_t n>
+static void set(char (&target)[n], const char *text) {
+    std::snprintf(target, n, "%s", text);
 }
 
 static sage_header filled_header() {
@@ -224,9 +225,13 @@ class sage_io : public ::testing::Test {
         std::fclose(file);
     }
 
+    static std::string bytes_of(const sage_header &header) {
+        return std::string(reinterpret_cast<const char *>(&header), sizeof header);
+    }
+
     // Every byte behind a string's end is 0 in both, so whole records may be compared.
     void expect_record(const sage_header &wanted) const {
-        EXPECT_EQ(std::memcmp(&record, &wanted, sizeof record), 0);
+        EXPECT_TRUE(bytes_of(record) == bytes_of(wanted));
     }
 
     support::temporary_folder folder{true};

@@ -120,7 +120,7 @@ TEST(ran_minimize, start_outside_its_range_ends_the_run) {
     const std::string said =
         support::stdout_of([&] { status = support::end_status_of([] { search(5, 2); }); });
     EXPECT_EQ(status, 1);
-    char line[200];
+    char line[400];
     std::snprintf(line, sizeof line,
                   "i n d e p e n d e n t  parameter 5  not ok startvalue = %e  ; min-value =  %e "
                   "max-value = %e\n *** Corrupt initial parameter array : \n Initial parameter "
