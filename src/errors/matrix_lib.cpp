@@ -42,39 +42,67 @@ MULTIVERSION static void subtract_row(int n, double factor, const double *__rest
     for (int l = 0; l < n; ++l) target[l] -= source[l] * factor;
 }
 
+// Largest magnitude among the values of a row that are open (1.0, else 0.0); below 0 when there is
+// none. Not-a-numbers are passed over.
+MULTIVERSION static double largest_open(int n, const double *row, const double *is_open) {
+    const lanes zero = {};
+    lanes most = zero - 1.0;
+    lanes most_2 = most;
+    const auto look = [&](lanes & found, int l) __attribute__((always_inline)) {
+        lanes v, counts;
+        load(v, row + l);
+        load(counts, is_open + l);
+        v = v < zero ? -v : v;
+        found = (counts != zero) & (v > found) ? v : found;
+    };
+    int l = 0;
+    for (; l + 8 <= n; l += 8) { // two chains: each comparison waits for the one before it
+        look(most, l);
+        look(most_2, l + 4);
+    }
+    most = most_2 > most ? most_2 : most;
+    double found = most[0];
+    for (int k = 1; k < 4; ++k) found = most[k] > found ? most[k] : found;
+    for (; l < n; ++l)
+        if (is_open[l] != 0.0 && std::fabs(row[l]) > found) found = std::fabs(row[l]);
+    return found;
+}
+
 void gaussj(double *a, const int &n) {
     const scratch<int> ipiv(n + 1LL, " Memory requested to store ipiv[] in gaussj not available\n");
     const scratch<int> indxr(n + 1LL,
                              " Memory requested to store indxr[] in gaussj not available\n");
     const scratch<int> indxc(n + 1LL,
                              " Memory requested to store indxc[] in gaussj not available\n");
-    const scratch<int> open(n, " Memory requested to store indxc[] in gaussj not available\n");
+    const scratch<double> open(n, " Memory requested to store indxc[] in gaussj not available\n");
     if (ipiv == nullptr || indxr == nullptr || indxc == nullptr || open == nullptr) return;
     const auto at = [a, n](int row, int col) -> double & { return a[position(n, row, col)]; };
 
     for (int pass = 1; pass <= n; ++pass) {
+        for (int k = 1; k <= n; ++k) {
+            open[k - 1] = ipiv[k] == 0 ? 1.0 : 0.0;
+            if (ipiv[k] > 1) std::printf("pause 1 in GAUSSJ - Singular matrix \n");
+        }
+        // The last of the largest elements is the pivot.
         double largest = 0.0;
         int pivot_row = 0;
         int pivot_col = 0;
-        int n_open = 0;
         for (int k = 1; k <= n; ++k) {
-            if (ipiv[k] == 0) open[n_open++] = k;
-            if (ipiv[k] > 1) std::printf("pause 1 in GAUSSJ - Singular matrix \n");
+            if (ipiv[k] == 1) continue;
+            const double row_largest = largest_open(n, a + position(n, k, 1), open);
+            if (row_largest < largest) continue;
+            largest = row_largest;
+            pivot_row = k;
         }
-        for (int j = 1; j <= n; ++j) {
-            if (ipiv[j] == 1) continue;
-            const double *row = a + position(n, j, 1);
-            for (int m = 0; m < n_open; ++m) {
-                const double size = std::fabs(row[open[m] - 1]);
-                // A matrix of not-a-numbers has no largest element: any open one will do.
-                if (size >= largest || pivot_row == 0) {
-                    largest = size;
-                    pivot_row = j;
-                    pivot_col = open[m];
-                }
-            }
+        for (int k = n; k >= 1 && pivot_col == 0; --k) {
+            if (open[k - 1] == 0.0) continue;
+            // A matrix of not-a-numbers has no largest element: any open one will do.
+            if (pivot_row == 0)
+                pivot_row = pivot_col = k;
+            else if (std::fabs(at(pivot_row, k)) == largest)
+                pivot_col = k;
         }
-        if (pivot_row == 0) return;
+        if (pivot_col == 0) return;
         ++ipiv[pivot_col];
         if (pivot_row != pivot_col)
             for (int l = 1; l <= n; ++l) std::swap(at(pivot_row, l), at(pivot_col, l));

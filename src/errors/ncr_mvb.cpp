@@ -13,8 +13,10 @@
 #include "model/model_sum.h"
 #include "run/storage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numbers>
 
 static constexpr double difference_step = 1e-7; // relative; absolute for a parameter that is 0
 
@@ -40,31 +42,41 @@ double pop_2d_element(const double *a, const int &n, const int &row, const int &
     return pop_2d_matrix_element(a, n, row, col);
 }
 
-// Model of the vector par after a step of par[index], minus the model of par itself, over the step.
-// `sum` receives the spectrum of the difference of curves; trial and base hold N values.
-static bool model_derivative(const model_context &model, int index, int N, const double *par,
-                             double *trial, double *base, model_sum &sum, double &h) {
-    const curve_setting setting{
-        model.ap,        model.nLines, model.n_patterns, model.td_ap_trunc, model.ref_line,
-        model.lsf_coefs, model.ignore, model.fit_lsf,    model.frscl,       model.phi_1,
-        model.re_ref,    model.im_ref, model.r_lsf,      model.i_lsf,       model.pat};
-    if (!sum.begin(setting)) return false;
+static curve_setting curves_of(const model_context &model) {
+    return {model.ap,        model.nLines, model.n_patterns, model.td_ap_trunc, model.ref_line,
+            model.lsf_coefs, model.ignore, model.fit_lsf,    model.frscl,       model.phi_1,
+            model.re_ref,    model.im_ref, model.r_lsf,      model.i_lsf,       model.pat};
+}
+
+// base: par with its links applied; trial: the same after a step of par[index]. Returns the step.
+static double perturb(const model_context &model, int index, int N, const double *par,
+                      double *trial, double *base) {
     const int entries = N / pars_per_entry;
     for (int i = 0; i < N; ++i) trial[i] = base[i] = par[i];
-    h = par[index] != 0.0 ? par[index] * difference_step : difference_step;
+    const double h = par[index] != 0.0 ? par[index] * difference_step : difference_step;
     trial[index] += h;
     derive_dependent_parameters(entries, base, model.fixpar);
     derive_dependent_parameters(entries, trial, model.fixpar);
+    return h;
+}
+
+// Whether entry k (1-based) differs between two vectors.
+static bool differ(int k, const double *trial, const double *base) {
+    const int at = pars_per_entry * (k - 1);
+    for (int j = at; j < at + pars_per_entry; ++j)
+        if (trial[j] != base[j]) return true;
+    return false;
+}
+
+// Adds trial minus base of all entries that differ; of entry `own` the base is in the sum already.
+static void add_differences(const model_context &model, int entries, const double *trial,
+                            const double *base, int own, model_sum &sum) {
     for (int k = 1; k <= entries; ++k) {
         const int at = pars_per_entry * (k - 1);
-        bool changed = false;
-        for (int j = at; j < at + pars_per_entry; ++j) changed = changed || trial[j] != base[j];
-        if (!changed) continue;
+        if (k != own && !differ(k, trial, base)) continue;
         sum.add(k, model.fixpar[at].type, trial + at, 1.0);
-        sum.add(k, model.fixpar[at].type, base + at, -1.0);
+        if (k != own) sum.add(k, model.fixpar[at].type, base + at, -1.0);
     }
-    sum.transform();
-    return true;
 }
 
 void f_new_complex_select(const int &ap, const int &index, const int &N, double *par, double *dre,
@@ -112,71 +124,158 @@ void f_new_complex_select(const int &ap, const int &index, const int &N, double 
                                   "f_new_complex_select() is not available\n");
     if (trial == nullptr || base == nullptr) return;
     model_sum sum;
-    double h = 0.0;
-    if (!model_derivative(model, index, N, par, trial, base, sum, h)) return;
+    if (!sum.begin(curves_of(model))) return;
+    const double h = perturb(model, index, N, par, trial, base);
+    add_differences(model, N / pars_per_entry, trial, base, 0, sum);
+    sum.transform();
     for (int k = 0; k < ap; ++k) {
         dre[k] = sum.re()[k] / h;
         dim[k] = sum.im()[k] / h;
     }
 }
 
-// Products of 2 x 2 rows at a time, so that each loaded value is used twice; the sum of a product
-// runs over eight partial sums, whatever the rows. n is a multiple of 8.
-MULTIVERSION_WIDE static void products_of_rows(long long n, const double *a0, const double *a1,
-                                               const double *b0, const double *b1, double *out) {
-    wide_lanes s00 = {}, s01 = {}, s10 = {}, s11 = {};
-    for (long long i = 0; i < n; i += 8) {
-        wide_lanes x0, x1, y0, y1;
-        load(x0, a0 + i);
-        load(x1, a1 + i);
-        load(y0, b0 + i);
-        load(y1, b1 + i);
-        s00 += x0 * y0;
-        s01 += x0 * y1;
-        s10 += x1 * y0;
-        s11 += x1 * y1;
+static constexpr int tile = 4;    // rows times rows at a time: 16 sums fit the registers
+static constexpr int block = 512; // values of a row at a time: 8 rows of them fit the first cache
+
+// out[tile r + c] = sum over n values of row r of a times row c of b, rows `stride` apart. Each
+// loaded value is used four times. n is a multiple of 8.
+template <class V>
+[[gnu::always_inline]] inline void multiply_rows(int n, long long stride, const double *a,
+                                                 const double *b, double *out) {
+    double part[tile * tile][partial_sums];
+    for (int first = 0; first < partial_sums; first += width_of<V>) {
+        V sum[tile][tile] = {};
+        for (int i = first; i < n; i += partial_sums) {
+            V x[tile], y;
+            // unrolled, so that the sums stand in registers
+#pragma GCC unroll 4
+            for (int r = 0; r < tile; ++r) load(x[r], a + r * stride + i);
+#pragma GCC unroll 4
+            for (int c = 0; c < tile; ++c) {
+                load(y, b + c * stride + i);
+#pragma GCC unroll 4
+                for (int r = 0; r < tile; ++r) sum[r][c] += x[r] * y;
+            }
+        }
+#pragma GCC unroll 4
+        for (int r = 0; r < tile; ++r)
+#pragma GCC unroll 4
+            for (int c = 0; c < tile; ++c) store(part[tile * r + c] + first, sum[r][c]);
     }
-    out[0] = total(s00);
-    out[1] = total(s01);
-    out[2] = total(s10);
-    out[3] = total(s11);
+    for (int k = 0; k < tile * tile; ++k) out[k] = total(part[k]);
 }
 
-// F(i, j) = sum of the products of rows i and j; the matrix is symmetric.
+MULTIVERSION_SUM(static void products_of_rows(int n, long long stride, const double *a,
+                                              const double *b, double *out),
+                 multiply_rows<V>(n, stride, a, b, out))
+
+// F(i, j) = sum of the products of rows i and j; the matrix is symmetric. The rows are taken in
+// blocks, so that the values in use stay in the cache. There are rows of zeros behind the last one
+// up to a multiple of `tile`.
 static void fill_fisher_matrix(int nfree, long long row_length, const double *rows, double *covar) {
-    const auto row = [&](int i) { return rows + (i - 1) * row_length; };
-    const auto put = [&](int i, int j, double value) {
-        push_2d_element(covar, nfree, i, j, value);
-        push_2d_element(covar, nfree, j, i, value);
-    };
-    for (int i = 1; i <= nfree; i += 2) {
-        const int i2 = i < nfree ? i + 1 : i;
-        for (int j = i; j <= nfree; j += 2) {
-            const int j2 = j < nfree ? j + 1 : j;
-            double out[4];
-            products_of_rows(row_length, row(i), row(i2), row(j), row(j2), out);
-            put(i, j, out[0]);
-            put(i, j2, out[1]);
-            put(i2, j, out[2]);
-            put(i2, j2, out[3]);
+    for (long long start = 0; start < row_length; start += block) {
+        const int n = static_cast<int>(std::min<long long>(block, row_length - start));
+        for (int i = 0; i < nfree; i += tile) {
+            for (int j = i; j < nfree; j += tile) {
+                double out[tile * tile];
+                products_of_rows(n, row_length, rows + i * row_length + start,
+                                 rows + j * row_length + start, out);
+                for (int r = 0; r < tile && i + r < nfree; ++r) {
+                    double *const sums = covar + static_cast<long long>(i + r) * nfree;
+                    for (int c = 0; c < tile && j + c < nfree; ++c)
+                        sums[j + c] += out[tile * r + c];
+                }
+            }
         }
     }
+    for (int i = 1; i <= nfree; ++i)
+        for (int j = i + 1; j <= nfree; ++j)
+            push_2d_element(covar, nfree, j, i, pop_2d_element(covar, nfree, i, j));
 }
 
-// Values at the points that count, times per_step; returns the place behind them.
-MULTIVERSION static double *gather(int ap, const int *counts, const double *__restrict v,
-                                   double per_step, double *__restrict out) {
+// Values of (f_re + i f_im)(re + i im) at the points that count, the real parts if `real`, else the
+// imaginary ones; returns the place behind them.
+MULTIVERSION static double *gather(int ap, const int *counts, bool real, double f_re, double f_im,
+                                   const double *__restrict re, const double *__restrict im,
+                                   double *__restrict out) {
+    // real part f_re re - f_im im, imaginary part f_re im + f_im re
+    const double *const first = real ? re : im;
+    const double *const second = real ? im : re;
+    const double f_second = real ? -f_im : f_im;
     for (int k = 0; k < ap;) {
         if (counts[k] == 0) {
             ++k;
             continue;
         }
         const int run = counts[k]; // points that count from here on
-        for (int j = 0; j < run; ++j) out[j] = v[k + j] * per_step;
+        for (int j = 0; j < run; ++j) out[j] = f_re * first[k + j] + f_second * second[k + j];
         out += run;
         k += run;
     }
     return out;
+}
+
+// The points and channels that the Fisher matrix sums over, and the place of each derivative.
+struct derivative_rows {
+    int ap;
+    const int *counts; // length of the run of points that count, from each point on
+    bool real_channel, imaginary_channel;
+    long long row_length;
+    double *first_row;
+
+    // Row q (0-based): the spectrum of the sum times f_re + i f_im.
+    void put(int q, double f_re, double f_im, const model_sum &sum) const {
+        double *next = first_row + q * row_length;
+        if (real_channel) next = gather(ap, counts, true, f_re, f_im, sum.re(), sum.im(), next);
+        if (imaginary_channel) gather(ap, counts, false, f_re, f_im, sum.re(), sum.im(), next);
+    }
+};
+
+// Derivatives of the free parameters of entry s (1-based), the first of them in row q. Area and
+// phase are factors of the entry's curve: unless other entries follow them, one transform serves
+// both. The unperturbed curve serves all five; it is kept with its sign turned and its own area,
+// so that a parameter that its line type does not use has a derivative of exactly 0.
+static void entry_derivatives(const model_context &model, int s, int q, int N, const double *par,
+                              double *trial, double *base, const derivative_rows &rows) {
+    const int entries = N / pars_per_entry;
+    const int at = pars_per_entry * (s - 1);
+    const double *const p = base + at;
+    const curve_setting setting = curves_of(model);
+    model_sum sum;
+    bool has_own_spectrum = false;
+    int row_of[pars_per_entry];
+    for (int kind = 0; kind < pars_per_entry; ++kind)
+        row_of[kind] = model.fixpar[at + kind].fixed_to == 0 ? q++ : -1;
+
+    for (const int kind : {area_par, phase_par, freq_par, width1_par, width2_par}) {
+        if (row_of[kind] < 0) continue;
+        const double h = perturb(model, at + kind, N, par, trial, base);
+        bool alone = p[area_par] != 0.0;
+        for (int k = 1; k <= entries; ++k) alone = alone && (k == s || !differ(k, trial, base));
+        if (alone && (kind == area_par || kind == phase_par)) {
+            if (!has_own_spectrum) {
+                if (!sum.begin(setting)) return;
+                sum.add(s, model.fixpar[at].type, p, -1.0);
+                sum.keep();
+                sum.transform();
+                has_own_spectrum = true;
+            }
+            const double step = trial[at + kind] - p[kind];
+            if (kind == area_par) {
+                rows.put(row_of[kind], -step / p[area_par] / h, 0.0, sum);
+            } else { // 1 - exp(i turn)
+                const double turn = std::numbers::pi * step / 180.0;
+                const double half_sine = std::sin(0.5 * turn);
+                rows.put(row_of[kind], 2.0 * half_sine * half_sine / h, -std::sin(turn) / h, sum);
+            }
+            continue;
+        }
+        const bool has_own = sum.begin_with_kept(1.0);
+        if (!has_own && !sum.begin(setting)) return;
+        add_differences(model, entries, trial, base, has_own ? s : 0, sum);
+        sum.transform();
+        rows.put(row_of[kind], 1.0 / h, 0.0, sum);
+    }
 }
 
 // Error of each free parameter, in the order of the parameters, from the inverse matrix.
@@ -238,7 +337,8 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
     const long long row_length = (values + 7) / 8 * 8;                   // rows end in zeros
 
     // All derivatives side by side, at the points and in the channels that count.
-    const scratch<double> derivatives(nfree * row_length,
+    const long long rows = (nfree + tile - 1LL) / tile * tile;
+    const scratch<double> derivatives(rows * row_length,
                                       " Memory requested to store gr_l_re[] in cr_mvb() is not "
                                       "available\n");
     const scratch<double> trial(N, " Memory requested to store y[] in "
@@ -279,17 +379,13 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
                                   fit_lsf,
                                   lookup,
                                   ignore};
-        double *row = derivatives;
-        for (int i = 0; i < N; ++i) {
-            if (fixpar[i].fixed_to != 0) continue;
-            model_sum sum;
-            double h = 0.0;
-            if (model_derivative(model, i, N, par, trial, base, sum, h)) {
-                double *next = row;
-                if (real_channel) next = gather(ap, counts, sum.re(), 1.0 / h, next);
-                if (imaginary_channel) gather(ap, counts, sum.im(), 1.0 / h, next);
-            }
-            row += row_length;
+        const derivative_rows rows_of{ap,         counts,     real_channel, imaginary_channel,
+                                      row_length, derivatives};
+        int q = 0;
+        for (int s = 1; s <= N / pars_per_entry; ++s) {
+            entry_derivatives(model, s, q, N, par, trial, base, rows_of);
+            for (int kind = 0; kind < pars_per_entry; ++kind)
+                q += fixpar[pars_per_entry * (s - 1) + kind].fixed_to == 0 ? 1 : 0;
         }
         fill_fisher_matrix(nfree, row_length, derivatives, covar);
         gaussj(covar, nfree);

@@ -133,51 +133,65 @@ void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_co
     Sum_Vector(ap, yim, yim, sum.im());
 }
 
-// Eight partial sums for each channel, point i in sum i mod 8, so that every build adds in the same
-// order. Points that do not count are selected away, not multiplied by zero: they may hold
-// not-a-numbers.
-MULTIVERSION_WIDE static double squares_of_channels(int n, bool real, bool imaginary, bool damped,
-                                                    const double *xre, const double *xim,
-                                                    const double *yre, const double *yim,
-                                                    const double *wre, const double *wim) {
-    const wide_lanes zero = {};
-    wide_lanes sum_re = zero;
-    wide_lanes sum_im = zero;
-    const auto add_terms = [&](int at, const double *a, const double *b, const double *c,
-                               const double *d, const double *e, const double *f)
-        __attribute__((always_inline)) {
-        wide_lanes x_re, x_im, y_re, y_im, w_re, w_im;
-        load(x_re, a + at);
-        load(x_im, b + at);
-        load(y_re, c + at);
-        load(y_im, d + at);
-        load(w_re, e + at);
-        load(w_im, f + at);
-        const wide_lanes dr = x_re - y_re;
-        const wide_lanes di = x_im - y_im;
-        wide_lanes t_re = w_re * dr * dr;
-        wide_lanes t_im = w_im * di * di;
-        if (damped) {
-            // |x|^2 + 1: with weighting type 7 strong points count less
-            const wide_lanes divisor = x_re * x_re + 1.0 + x_im * x_im;
-            t_re /= divisor;
-            t_im /= divisor;
-        }
-        const auto counts = w_re + w_im != zero;
-        if (real) sum_re += counts ? t_re : zero;
-        if (imaginary) sum_im += counts ? t_im : zero;
-    };
-    int i = 0;
-    for (; i + 8 <= n; i += 8) add_terms(i, xre, xim, yre, yim, wre, wim);
-    if (i < n) {
-        double rest[6][8] = {};
-        const double *const sources[6] = {xre, xim, yre, yim, wre, wim};
-        for (int q = 0; q < 6; ++q)
-            for (int j = 0; i + j < n; ++j) rest[q][j] = sources[q][i + j];
-        add_terms(0, rest[0], rest[1], rest[2], rest[3], rest[4], rest[5]);
+// Squares of one channel over the points that count; the others are selected away, not multiplied
+// by zero: they may hold not-a-numbers.
+template <class V>
+[[gnu::always_inline]] inline void squares(int n, bool real, bool imaginary, bool damped,
+                                           const double *xre, const double *xim, const double *yre,
+                                           const double *yim, const double *wre, const double *wim,
+                                           double &result) {
+    double part_re[partial_sums] = {};
+    double part_im[partial_sums] = {};
+    const int rest = n % partial_sums;
+    double last[6][partial_sums] = {}; // points that fill no vector, and points of no weight
+    const double *const sources[6] = {xre, xim, yre, yim, wre, wim};
+    for (int q = 0; q < 6; ++q)
+        for (int j = 0; j < rest; ++j) last[q][j] = sources[q][n - rest + j];
+
+    const V zero = {};
+    for (int first = 0; first < partial_sums; first += width_of<V>) {
+        V sum_re = zero;
+        V sum_im = zero;
+        const auto add_terms = [&](int at, const double *a, const double *b, const double *c,
+                                   const double *d, const double *e, const double *f)
+            __attribute__((always_inline)) {
+            V x_re, x_im, y_re, y_im, w_re, w_im;
+            load(x_re, a + at);
+            load(x_im, b + at);
+            load(y_re, c + at);
+            load(y_im, d + at);
+            load(w_re, e + at);
+            load(w_im, f + at);
+            const V dr = x_re - y_re;
+            const V di = x_im - y_im;
+            V t_re = w_re * dr * dr;
+            V t_im = w_im * di * di;
+            if (damped) {
+                // |x|^2 + 1: with weighting type 7 strong points count less
+                const V divisor = x_re * x_re + 1.0 + x_im * x_im;
+                t_re /= divisor;
+                t_im /= divisor;
+            }
+            const auto counts = w_re + w_im != zero;
+            if (real) sum_re += counts ? t_re : zero;
+            if (imaginary) sum_im += counts ? t_im : zero;
+        };
+        for (int i = first; i < n - rest; i += partial_sums)
+            add_terms(i, xre, xim, yre, yim, wre, wim);
+        if (rest > 0) add_terms(first, last[0], last[1], last[2], last[3], last[4], last[5]);
+        store(part_re + first, sum_re);
+        store(part_im + first, sum_im);
     }
-    return total(sum_re) + total(sum_im);
+    result = total(part_re) + total(part_im);
 }
+
+MULTIVERSION_SUM(static double squares_of_channels(int n, bool real, bool imaginary, bool damped,
+                                                   const double *xre, const double *xim,
+                                                   const double *yre, const double *yim,
+                                                   const double *wre, const double *wim),
+                 double sum;
+                 squares<V>(n, real, imaginary, damped, xre, xim, yre, yim, wre, wim, sum);
+                 return sum)
 
 // (|x| - |y|)^2 or (|x|^2 - |y|^2)^2 over the points that count
 static double squares_of_magnitudes(int n, bool power, const double *xre, const double *xim,

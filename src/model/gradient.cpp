@@ -72,34 +72,48 @@ static point_range weighted_points() {
 }
 
 // sum of a_re d_re + b_re d_re^2 + a_im d_im + b_im d_im^2 with d = (f_re + i f_im)(s_re + i s_im)
-MULTIVERSION_WIDE static double quadratic_change(int n, double f_re, double f_im,
-                                                 const double *s_re, const double *s_im,
-                                                 const double *a_re, const double *b_re,
-                                                 const double *a_im, const double *b_im) {
-    wide_lanes sum_re = {};
-    wide_lanes sum_im = {};
-    int i = 0;
-    for (; i + 8 <= n; i += 8) {
-        wide_lanes x, y, a, b;
-        load(x, s_re + i);
-        load(y, s_im + i);
-        const wide_lanes d_re = f_re * x - f_im * y;
-        const wide_lanes d_im = f_re * y + f_im * x;
-        load(a, a_re + i);
-        load(b, b_re + i);
-        sum_re += (a + b * d_re) * d_re;
-        load(a, a_im + i);
-        load(b, b_im + i);
-        sum_im += (a + b * d_im) * d_im;
+template <class V>
+[[gnu::always_inline]] inline void add_changes(int n, double f_re, double f_im, const double *s_re,
+                                               const double *s_im, const double *a_re,
+                                               const double *b_re, const double *a_im,
+                                               const double *b_im, double &result) {
+    double part_re[partial_sums];
+    double part_im[partial_sums];
+    const int rest = n % partial_sums;
+    for (int first = 0; first < partial_sums; first += width_of<V>) {
+        V sum_re = {};
+        V sum_im = {};
+        for (int i = first; i < n - rest; i += partial_sums) {
+            V x, y, a, b;
+            load(x, s_re + i);
+            load(y, s_im + i);
+            const V d_re = f_re * x - f_im * y;
+            const V d_im = f_re * y + f_im * x;
+            load(a, a_re + i);
+            load(b, b_re + i);
+            sum_re += (a + b * d_re) * d_re;
+            load(a, a_im + i);
+            load(b, b_im + i);
+            sum_im += (a + b * d_im) * d_im;
+        }
+        store(part_re + first, sum_re);
+        store(part_im + first, sum_im);
     }
-    for (int j = 0; i < n; ++i, ++j) {
+    for (int i = n - rest, j = 0; i < n; ++i, ++j) {
         const double d_re = f_re * s_re[i] - f_im * s_im[i];
         const double d_im = f_re * s_im[i] + f_im * s_re[i];
-        sum_re[j] += (a_re[i] + b_re[i] * d_re) * d_re;
-        sum_im[j] += (a_im[i] + b_im[i] * d_im) * d_im;
+        part_re[j] += (a_re[i] + b_re[i] * d_re) * d_re;
+        part_im[j] += (a_im[i] + b_im[i] * d_im) * d_im;
     }
-    return total(sum_re) + total(sum_im);
+    result = total(part_re) + total(part_im);
 }
+
+MULTIVERSION_SUM(static double quadratic_change(int n, double f_re, double f_im, const double *s_re,
+                                                const double *s_im, const double *a_re,
+                                                const double *b_re, const double *a_im,
+                                                const double *b_im),
+                 double sum;
+                 add_changes<V>(n, f_re, f_im, s_re, s_im, a_re, b_re, a_im, b_im, sum); return sum)
 
 // Change of the chi-square when the model changes by a small spectrum.
 class chi_square_change {
