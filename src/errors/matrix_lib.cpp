@@ -53,7 +53,7 @@ MULTIVERSION static double largest_open(int n, const double *row, const double *
         load(v, row + l);
         load(counts, is_open + l);
         v = v < zero ? -v : v;
-        found = (counts != zero) & (v > found) ? v : found;
+        found = ((counts != zero) & (v > found)) ? v : found;
     };
     int l = 0;
     for (; l + 8 <= n; l += 8) { // two chains: each comparison waits for the one before it
