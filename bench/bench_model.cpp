@@ -14,7 +14,7 @@
 
 static void sizes(benchmark::internal::Benchmark *bench) {
     for (int entries : {5, 11, 20, 49})
-        for (int points : {1024, 2048, 4096}) bench->Args({entries, points});
+        for (int points : {256, 512, 1024, 2048, 4096}) bench->Args({entries, points});
 }
 
 static void small_sizes(benchmark::internal::Benchmark *bench) {

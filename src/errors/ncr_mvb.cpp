@@ -165,9 +165,9 @@ template <class V>
     for (int k = 0; k < tile * tile; ++k) out[k] = total(part[k]);
 }
 
-MULTIVERSION_SUM(static void products_of_rows(int n, long long stride, const double *a,
-                                              const double *b, double *out),
-                 multiply_rows<V>(n, stride, a, b, out))
+MULTIVERSION_WIDTHS(static void products_of_rows(int n, long long stride, const double *a,
+                                                 const double *b, double *out),
+                    multiply_rows<V>(n, stride, a, b, out))
 
 // F(i, j) = sum of the products of rows i and j; the matrix is symmetric. The rows are taken in
 // blocks, so that the values in use stay in the cache. There are rows of zeros behind the last one

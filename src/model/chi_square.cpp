@@ -185,13 +185,13 @@ template <class V>
     result = total(part_re) + total(part_im);
 }
 
-MULTIVERSION_SUM(static double squares_of_channels(int n, bool real, bool imaginary, bool damped,
-                                                   const double *xre, const double *xim,
-                                                   const double *yre, const double *yim,
-                                                   const double *wre, const double *wim),
-                 double sum;
-                 squares<V>(n, real, imaginary, damped, xre, xim, yre, yim, wre, wim, sum);
-                 return sum)
+MULTIVERSION_WIDTHS(static double squares_of_channels(int n, bool real, bool imaginary, bool damped,
+                                                      const double *xre, const double *xim,
+                                                      const double *yre, const double *yim,
+                                                      const double *wre, const double *wim),
+                    double sum;
+                    squares<V>(n, real, imaginary, damped, xre, xim, yre, yim, wre, wim, sum);
+                    return sum)
 
 // (|x| - |y|)^2 or (|x|^2 - |y|^2)^2 over the points that count
 static double squares_of_magnitudes(int n, bool power, const double *xre, const double *xim,

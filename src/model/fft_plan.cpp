@@ -7,8 +7,8 @@
 //   y[q + s (4 p + k)] = w^(k p) sum_l i^(-k l) x[q + s (p + l m/4)],   w = exp(-2 pi i / m)
 //
 // Input and output change places from pass to pass, the order of the result comes out right by
-// itself, and the inner index q runs over neighbours, four in a vector. In the first pass s is 1:
-// there four values of p share a vector, and a 4 x 4 transposition puts the results in order. An
+// itself, and the inner index q runs over neighbours, which share a vector. In the first pass s is
+// 1: there four values of p share a vector, and a 4 x 4 transposition puts the results in order. An
 // odd power of two ends with a pass of radix 8. The last pass has no factors w; it scales, and
 // exchanges the halves by where it stores.
 //
@@ -182,11 +182,13 @@ INLINE void transpose(lanes &a, lanes &b, lanes &c, lanes &d) {
     d = __builtin_shufflevector(t1, t3, 2, 3, 6, 7);
 }
 
-INLINE void load_point(point<lanes> &z, const double *re, const double *im, int i) {
+template <class V>
+INLINE void load_point(point<V> &z, const double *re, const double *im, int i) {
     load(z.re, re + i);
     load(z.im, im + i);
 }
-INLINE void store_point(const point<lanes> &z, double *re, double *im, int i) {
+template <class V>
+INLINE void store_point(const point<V> &z, double *re, double *im, int i) {
     store(re + i, z.re);
     store(im + i, z.im);
 }
@@ -218,17 +220,19 @@ MULTIVERSION static void first_pass(int n, const double *__restrict w, const dou
     }
 }
 
-// A pass in the middle, stride s a multiple of 4: four neighbouring q in a vector.
-MULTIVERSION static void middle_pass(int n, int s, const double *__restrict w,
-                                     const double *__restrict xr, const double *__restrict xi,
-                                     double *__restrict yr, double *__restrict yi) {
+// A pass in the middle, stride s a multiple of the width: neighbouring q in a vector.
+template <class V>
+INLINE void pass_of_stride(int n, int s, const double *__restrict w, const double *__restrict xr,
+                           const double *__restrict xi, double *__restrict yr,
+                           double *__restrict yi) {
     const int quarter = n / 4; // distance of the four inputs, and of the four outputs s
+    const V zero = {};
     for (int p = 0; p < quarter / s; ++p, w += factors_per_butterfly) {
-        const lanes w1r = {w[0], w[0], w[0], w[0]}, w1i = {w[1], w[1], w[1], w[1]};
-        const lanes w2r = {w[2], w[2], w[2], w[2]}, w2i = {w[3], w[3], w[3], w[3]};
-        const lanes w3r = {w[4], w[4], w[4], w[4]}, w3i = {w[5], w[5], w[5], w[5]};
-        for (int q = 0; q < s; q += 4) {
-            point<lanes> a, b, c, d;
+        const V w1r = zero + w[0], w1i = zero + w[1];
+        const V w2r = zero + w[2], w2i = zero + w[3];
+        const V w3r = zero + w[4], w3i = zero + w[5];
+        for (int q = 0; q < s; q += width_of<V>) {
+            point<V> a, b, c, d;
             const int in = s * p + q;
             const int out = 4 * s * p + q;
             load_point(a, xr, xi, in);
@@ -247,6 +251,11 @@ MULTIVERSION static void middle_pass(int n, int s, const double *__restrict w,
     }
 }
 
+MULTIVERSION_WIDTHS(static void middle_pass(int n, int s, const double *w, const double *xr,
+                                            const double *xi, double *yr, double *yi),
+                    if (s < width_of<V>) pass_of_stride<lanes>(n, s, w, xr, xi, yr, yi);
+                    else pass_of_stride<V>(n, s, w, xr, xi, yr, yi))
+
 template <class T>
 INLINE void scale(point<T> &z, const T &factor) {
     z.re *= factor;
@@ -254,15 +263,16 @@ INLINE void scale(point<T> &z, const T &factor) {
 }
 
 // Last pass of radix 4: no factors, scaled, output k at block (k + turn) mod 4.
-MULTIVERSION static void last_pass_4(int n, double factor, int turn, const double *__restrict xr,
-                                     const double *__restrict xi, double *__restrict yr,
-                                     double *__restrict yi) {
+template <class V>
+INLINE void end_radix_4(int n, double factor, int turn, const double *__restrict xr,
+                        const double *__restrict xi, double *__restrict yr, double *__restrict yi) {
     const int quarter = n / 4;
     const int o0 = turn % 4 * quarter, o1 = (1 + turn) % 4 * quarter;
     const int o2 = (2 + turn) % 4 * quarter, o3 = (3 + turn) % 4 * quarter;
-    const lanes f = {factor, factor, factor, factor};
-    for (int q = 0; q < quarter; q += 4) {
-        point<lanes> a, b, c, d;
+    const V zero = {};
+    const V f = zero + factor;
+    for (int q = 0; q < quarter; q += width_of<V>) {
+        point<V> a, b, c, d;
         load_point(a, xr, xi, q);
         load_point(b, xr, xi, q + quarter);
         load_point(c, xr, xi, q + 2 * quarter);
@@ -278,6 +288,11 @@ MULTIVERSION static void last_pass_4(int n, double factor, int turn, const doubl
         store_point(d, yr, yi, q + o3);
     }
 }
+
+// n >= 64
+MULTIVERSION_WIDTHS(static void last_pass_4(int n, double factor, int turn, const double *xr,
+                                            const double *xi, double *yr, double *yi),
+                    end_radix_4<V>(n, factor, turn, xr, xi, yr, yi))
 
 // Eight-point transform, outputs in order.
 template <class T>
@@ -300,16 +315,16 @@ INLINE void butterfly_8(point<T> &z0, point<T> &z1, point<T> &z2, point<T> &z3, 
     z7 = {e3.re - t3.re, e3.im - t3.im};
 }
 
-MULTIVERSION static void last_pass_8(int n, double factor, int turn, const double *__restrict xr,
-                                     const double *__restrict xi, double *__restrict yr,
-                                     double *__restrict yi) {
+template <class V>
+INLINE void end_radix_8(int n, double factor, int turn, const double *__restrict xr,
+                        const double *__restrict xi, double *__restrict yr, double *__restrict yi) {
     const int eighth = n / 8;
-    const double h = std::numbers::sqrt2 / 2.0;
-    const lanes f = {factor, factor, factor, factor};
-    const lanes half_root = {h, h, h, h};
+    const V zero = {};
+    const V f = zero + factor;
+    const V half_root = zero + std::numbers::sqrt2 / 2.0;
     const int o0 = turn * eighth, o4 = (turn ^ 4) * eighth; // turn is 0 or 4
-    for (int q = 0; q < eighth; q += 4) {
-        point<lanes> z0, z1, z2, z3, z4, z5, z6, z7;
+    for (int q = 0; q < eighth; q += width_of<V>) {
+        point<V> z0, z1, z2, z3, z4, z5, z6, z7;
         load_point(z0, xr, xi, q);
         load_point(z2, xr, xi, q + 2 * eighth);
         load_point(z4, xr, xi, q + 4 * eighth);
@@ -319,7 +334,7 @@ MULTIVERSION static void last_pass_8(int n, double factor, int turn, const doubl
         load_point(z5, xr, xi, q + 5 * eighth);
         load_point(z7, xr, xi, q + 7 * eighth);
         butterfly_8(z0, z1, z2, z3, z4, z5, z6, z7, half_root);
-        const auto put = [&](point<lanes> & z, int to) __attribute__((always_inline)) {
+        const auto put = [&](point<V> & z, int to) __attribute__((always_inline)) {
             scale(z, f);
             store_point(z, yr, yi, q + to);
         };
@@ -333,6 +348,11 @@ MULTIVERSION static void last_pass_8(int n, double factor, int turn, const doubl
         put(z7, o4 + 3 * eighth);
     }
 }
+
+MULTIVERSION_WIDTHS(static void last_pass_8(int n, double factor, int turn, const double *xr,
+                                            const double *xi, double *yr, double *yi),
+                    if (n / 8 < width_of<V>) end_radix_8<lanes>(n, factor, turn, xr, xi, yr, yi);
+                    else end_radix_8<V>(n, factor, turn, xr, xi, yr, yi))
 
 // Lengths below 32, where vectors do not fill: the same passes point by point.
 static void short_transform(const fft_plan &plan, double *&xr, double *&xi, double *&yr,

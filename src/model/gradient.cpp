@@ -108,12 +108,13 @@ template <class V>
     result = total(part_re) + total(part_im);
 }
 
-MULTIVERSION_SUM(static double quadratic_change(int n, double f_re, double f_im, const double *s_re,
-                                                const double *s_im, const double *a_re,
-                                                const double *b_re, const double *a_im,
-                                                const double *b_im),
-                 double sum;
-                 add_changes<V>(n, f_re, f_im, s_re, s_im, a_re, b_re, a_im, b_im, sum); return sum)
+MULTIVERSION_WIDTHS(static double quadratic_change(int n, double f_re, double f_im,
+                                                   const double *s_re, const double *s_im,
+                                                   const double *a_re, const double *b_re,
+                                                   const double *a_im, const double *b_im),
+                    double sum;
+                    add_changes<V>(n, f_re, f_im, s_re, s_im, a_re, b_re, a_im, b_im, sum);
+                    return sum)
 
 // Change of the chi-square when the model changes by a small spectrum.
 class chi_square_change {

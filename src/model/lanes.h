@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// lanes.h -- one body, several targets; a vector of four doubles, and one of eight for sums
+// lanes.h -- one body, several targets; vectors of four and of eight doubles
 //
 // GCC builds a MULTIVERSION function once per target and the loader picks the best that the
 // machine has. All builds do the same operations in the same order (no fused multiply-add, partial
 // sums counted by position), so they agree to the last bit.
 //
-// A sum has eight partial sums, term i in number i mod 8. With AVX-512 they fill one vector. Else
-// vectors of four go twice over the terms, first those of the partial sums 0 to 3, then those of
-// 4 to 7: GCC 12 splits a vector of eight so badly that it is five times slower there. The body is
-// a template of the vector type, and MULTIVERSION_SUM makes the functions for the targets of it.
+// Where eight values fit a register (AVX-512), vectors of eight are used, else vectors of four:
+// GCC 12 splits a vector of eight so badly that it is five times slower. The body is a template of
+// the vector type V, and MULTIVERSION_WIDTHS makes the functions for the targets of it.
+//
+// A sum has eight partial sums, term i in number i mod 8. They fill one vector of eight; vectors of
+// four go twice over the terms, first those of the partial sums 0 to 3, then those of 4 to 7.
 #pragma once
 
 #include <cstring>
@@ -16,7 +18,7 @@
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) &&                             \
     !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(VAROKEL_PORTABLE)
 #define MULTIVERSION [[gnu::target_clones("avx2", "default")]]
-#define MULTIVERSION_SUM(signature, ...)                                                           \
+#define MULTIVERSION_WIDTHS(signature, ...)                                                        \
     [[gnu::target("avx512f")]] signature {                                                         \
         using V = wide_lanes;                                                                      \
         __VA_ARGS__;                                                                               \
@@ -32,7 +34,7 @@
 #else
 // clang 14 cannot link clones across files; their resolvers run before a sanitizer is ready
 #define MULTIVERSION
-#define MULTIVERSION_SUM(signature, ...)                                                           \
+#define MULTIVERSION_WIDTHS(signature, ...)                                                        \
     signature {                                                                                    \
         using V = lanes;                                                                           \
         __VA_ARGS__;                                                                               \

@@ -84,16 +84,17 @@ TEST(fast_fit, of_up_to_five_iterations_equals_the_plain_one) {
 
 // The search stops when an iteration lowers the chi-square by less than 1e-12 of it, or when the
 // one-sided difference quotients, wrong by 1e-7 times the curvature, point nowhere. In a long
-// valley that is on its floor, not at its lowest point: within a twentieth of the error bounds.
-// There the chi-square of 128 values is higher by up to (2/20)^2 / 128 = 8e-5 of it. How often it
-// is higher by more than 1e-6 is held against the plain fit itself, started from values off by
-// their last bit.
+// valley that is on its floor, not at its lowest point: within a twentieth of the error bounds, but
+// for one problem in some hundreds, where the plain fit, started from values off by their last bit,
+// ends as far from itself. At a twentieth the chi-square of 128 values is higher by (2/20)^2 / 128
+// = 8e-5 of it. How often it is higher by more than 1e-6 is held against the plain fit one bit off,
+// too.
 TEST(fast_fit, run_to_convergence_ends_within_a_twentieth_of_each_bound) {
     support::random_numbers random(200);
     constexpr int problems = 200;
     constexpr double margin = 1e-6;
     double farthest[2] = {}, highest[2] = {};
-    int higher[2] = {};
+    int higher[2] = {}, apart_by_more[2] = {};
     long long iterations[2] = {};
     int at_limit = 0;
     for (int k = 0; k < problems; ++k) {
@@ -109,30 +110,31 @@ TEST(fast_fit, run_to_convergence_ends_within_a_twentieth_of_each_bound) {
         at_limit += others[0].iterations >= itmax ? 1 : 0;
         support::stdout_of([] { compute_error_bounds(); });
         for (int q = 0; q < 2; ++q) {
+            double apart = 0.0;
             for (int i = 0; i < npar; ++i) {
                 if (fixpar[i].fixed_to != 0) continue;
                 const std::size_t j = static_cast<std::size_t>(i);
                 ASSERT_TRUE(std::isfinite(errpar[i]) && errpar[i] > 0.0) << "fit " << k;
-                const double apart =
-                    std::fabs(others[q].parameters[j] - plain.parameters[j]) / errpar[i];
-                farthest[q] = std::max(farthest[q], apart);
-                if (q == 0) {
-                    EXPECT_LT(apart, 1.0 / 20.0) << "fit " << k << " parameter " << i;
-                }
+                apart = std::max(apart, std::fabs(others[q].parameters[j] - plain.parameters[j]) /
+                                            errpar[i]);
             }
+            farthest[q] = std::max(farthest[q], apart);
+            apart_by_more[q] += apart > 1.0 / 20.0 ? 1 : 0;
             const double excess = others[q].chi_square / plain.chi_square - 1.0;
             highest[q] = std::max(highest[q], excess);
             higher[q] += excess > margin ? 1 : 0;
         }
     }
     for (int q = 0; q < 2; ++q)
-        std::printf(
-            "%s the plain fit: largest distance %.1e bounds, chi-square higher by more than "
-            "%.0e in %d of %d, by %.1e at most\n",
-            q == 0 ? "fast fit beside" : "plain fit one bit off beside", farthest[q], margin,
-            higher[q], problems, highest[q]);
+        std::printf("%s the plain fit: %d of %d apart by more than 1/20 of a bound, largest %.1e; "
+                    "chi-square higher by more than %.0e in %d, by %.1e at most\n",
+                    q == 0 ? "fast fit beside" : "plain fit one bit off beside", apart_by_more[q],
+                    problems, farthest[q], margin, higher[q], highest[q]);
     std::printf("iterations: %lld fast, %lld plain; %d fits at the limit of 3000\n", iterations[0],
                 iterations[1], at_limit);
+    EXPECT_LE(apart_by_more[0], apart_by_more[1] + 2);
+    EXPECT_LE(apart_by_more[0], 4);
+    EXPECT_LT(farthest[0], 1.0 / 5.0);
     // two counts of rare events differ by chance by the root of their sum
     EXPECT_LE(higher[0], higher[1] + 3.0 * std::sqrt(higher[0] + higher[1] + 1.0));
     EXPECT_LT(highest[0], 4.0 * std::max(highest[1], margin));

@@ -73,6 +73,19 @@ true_that 'two differences and a count' test "$(wc -l <out)" -eq 3
 status 0 "$compare" none none
 status 1 "$compare" none wanted
 
+# parameters within a fraction of their errors; nan bounds nothing
+printf '1.0 20.0 0.5\n3.0 x\n' >a.mat
+printf '1.1 20.4 0.5\n3.0 x\n' >b.mat
+printf '1.0 4.0 nan\n1e9 x\n' >b.err
+status 0 "$compare" a.mat b.mat --errors b.err --fraction 0.1001
+status 1 "$compare" a.mat b.mat --errors b.err --fraction 0.0999
+holds out 'a.mat:1:1: got 1.0, wanted 1.1'
+printf '1.1 20.4 0.6\n3.0 x\n' >b.mat
+status 1 "$compare" a.mat b.mat --errors b.err --fraction 10
+holds out 'a.mat:1:10: got 0.5, wanted 0.6'
+status 2 "$compare" a.mat b.mat --fraction 1
+status 3 "$compare" a.mat b.mat --errors missing --fraction 1
+
 # signals: one scale for the whole signal
 printf '1000 0\n0.001 -2\n' | signal a.f32
 printf '1000 0\n0.002 -2\n' | signal b.f32

@@ -89,14 +89,14 @@ std::vector<piece> pieces_of(std::string_view line) {
     return pieces;
 }
 
-bool numbers_agree(const piece &a, const piece &b, const tolerance &allowed) {
+bool numbers_agree(const piece &a, const piece &b, const tolerance &allowed, double error) {
     if (std::isnan(a.value) || std::isnan(b.value))
         return std::isnan(a.value) == std::isnan(b.value);
     if (a.value == b.value) return true;
     if (std::isinf(a.value) || std::isinf(b.value)) return false;
     const double distance = std::fabs(a.value - b.value);
     if (a.is_whole && b.is_whole) return distance <= static_cast<double>(allowed.whole);
-    return distance <= allowed.absolute ||
+    return distance <= allowed.absolute || distance <= allowed.fraction * error ||
            distance <= allowed.relative * std::max(std::fabs(a.value), std::fabs(b.value));
 }
 
@@ -138,7 +138,8 @@ std::string_view without_colon(std::string_view text) {
 }
 
 // First difference of two lines; line 0 means none.
-difference compare_line(std::string_view got, std::string_view wanted, const tolerance &allowed) {
+difference compare_line(std::string_view got, std::string_view wanted, std::string_view errors,
+                        const tolerance &allowed) {
     const std::size_t got_stamp = stamp_position(got), wanted_stamp = stamp_position(wanted);
     if (got_stamp != std::string_view::npos && wanted_stamp != std::string_view::npos) {
         const std::string a(without_colon(got.substr(got_stamp)));
@@ -150,7 +151,10 @@ difference compare_line(std::string_view got, std::string_view wanted, const tol
         got = got.substr(0, got_stamp);
         wanted = wanted.substr(0, wanted_stamp);
     }
-    const std::vector<piece> a = pieces_of(got), b = pieces_of(wanted);
+    const std::vector<piece> a = pieces_of(got), b = pieces_of(wanted), e = pieces_of(errors);
+    const auto error_of = [&](std::size_t i) {
+        return i < e.size() && e[i].is_number ? std::fabs(e[i].value) : 0.0;
+    };
     for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
         if (i >= a.size())
             return {1, static_cast<long long>(got.size()) + 1,
@@ -160,7 +164,8 @@ difference compare_line(std::string_view got, std::string_view wanted, const tol
             return {1, column,
                     "got " + quoted(got.substr(a[i].column)) + ", wanted the end of the line"};
         if (a[i].is_number && b[i].is_number) {
-            if (!numbers_agree(a[i], b[i], allowed)) return {1, column, number_report(a[i], b[i])};
+            if (!numbers_agree(a[i], b[i], allowed, error_of(i)))
+                return {1, column, number_report(a[i], b[i])};
         } else if (a[i].is_number || b[i].is_number || a[i].text != b[i].text) {
             const auto at = std::mismatch(a[i].text.begin(), a[i].text.end(), b[i].text.begin(),
                                           b[i].text.end());
@@ -201,12 +206,14 @@ bool is_time_stamp(const std::string &text) {
 }
 
 std::vector<difference> compare_text(const std::string &got, const std::string &wanted,
-                                     const tolerance &allowed) {
+                                     const tolerance &allowed, const std::string &errors) {
     std::vector<difference> found;
     const std::vector<std::string_view> a = lines_of(got), b = lines_of(wanted);
+    std::vector<std::string_view> e = lines_of(errors);
+    e.resize(std::max(e.size(), a.size()));
     const std::size_t common = std::min(a.size(), b.size());
     for (std::size_t i = 0; i < common; ++i) {
-        difference d = compare_line(a[i], b[i], allowed);
+        difference d = compare_line(a[i], b[i], e[i], allowed);
         if (d.line == 0) continue;
         d.line = static_cast<long long>(i) + 1;
         found.push_back(d);

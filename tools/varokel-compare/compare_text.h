@@ -10,7 +10,8 @@ namespace tools {
 struct tolerance {
     double relative = 0.0; // of the larger magnitude of the two numbers
     double absolute = 0.0;
-    long long whole = 0; // between two numbers that both are written as whole numbers
+    long long whole = 0;   // between two numbers that both are written as whole numbers
+    double fraction = 0.0; // of the error that stands at the same place of a third file
 };
 
 struct difference {
@@ -26,10 +27,12 @@ struct difference {
 //      numbers, white space and line ends included, must agree to the byte.
 //   2. Two numbers agree when they are within the absolute or within the relative tolerance;
 //      two nan agree whatever their sign, infinities when they have the same sign.
+//      With `errors`, the text of a file of the same shape, also when they are within `fraction`
+//      of the number at the same place there; it does not count where that is nan.
 //   3. What follows "File created at" must be a time stamp, "14:05:59 CET Monday March 04 2024",
 //      in both files; it may be another one.
 std::vector<difference> compare_text(const std::string &got, const std::string &wanted,
-                                     const tolerance &allowed);
+                                     const tolerance &allowed, const std::string &errors = {});
 
 // True for "<hh>:<mm>:<ss> <zone> <weekday> <month> <dd> 20<yy>", blanks around it ignored. The
 // zone may be missing.

@@ -29,9 +29,11 @@ static std::string content_of(const std::string &file) {
 }
 
 static int compare_texts(const std::string &got, const std::string &wanted,
-                         const tools::tolerance &allowed, long long most) {
+                         const std::string &errors, const tools::tolerance &allowed,
+                         long long most) {
     const std::vector<tools::difference> found =
-        tools::compare_text(content_of(got), content_of(wanted), allowed);
+        tools::compare_text(content_of(got), content_of(wanted), allowed,
+                            errors.empty() ? std::string() : content_of(errors));
     for (std::size_t i = 0; i < found.size() && static_cast<long long>(i) < most; ++i)
         std::cout << got << ':' << found[i].line << ':' << found[i].column << ": " << found[i].text
                   << '\n';
@@ -79,7 +81,7 @@ static int compare_signals(const std::string &got, const std::string &wanted,
 }
 
 int main(int argc, char **argv) {
-    std::string got, wanted;
+    std::string got, wanted, errors;
     tools::tolerance allowed;
     long long most = 10;
     bool signal = false;
@@ -101,20 +103,31 @@ int main(int argc, char **argv) {
                    "absolute tolerance between whole numbers, such as counts (default 0)")
         ->type_name("N")
         ->check(CLI::NonNegativeNumber);
+    CLI::Option *of =
+        app.add_option("--errors", errors, "file of errors, the .err beside a .mat, for --fraction")
+            ->type_name("FILE");
+    app.add_option("--fraction", allowed.fraction,
+                   "tolerance as a fraction of the error at the same place of --errors")
+        ->type_name("F")
+        ->check(CLI::NonNegativeNumber)
+        ->needs(of);
     app.add_flag("--signal", signal, "both files are signals, float32 pairs");
     app.add_option("--max", most, "differences that are printed (default 10)")
         ->type_name("N")
         ->check(CLI::NonNegativeNumber);
-    tools::common_options(app,
-                          "  varokel-compare run/brain.mat expected/brain.mat --rel 1e-6\n"
-                          "  varokel-compare run/brain.fit expected/brain.fit --signal --rel "
-                          "1e-6",
-                          "0 same, 1 different");
+    tools::common_options(
+        app,
+        "  varokel-compare run/brain.mat expected/brain.mat --rel 1e-6\n"
+        "  varokel-compare run/brain.mat expected/brain.mat --errors run/brain.err "
+        "--fraction 0.05\n"
+        "  varokel-compare run/brain.fit expected/brain.fit --signal --rel "
+        "1e-6",
+        "0 same, 1 different");
 
     return tools::run_tool("varokel-compare", [&] {
         if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
             return *status;
         return signal ? compare_signals(got, wanted, allowed, most)
-                      : compare_texts(got, wanted, allowed, most);
+                      : compare_texts(got, wanted, errors, allowed, most);
     });
 }
