@@ -7,10 +7,11 @@
 
 #include <cstdio>
 
-static void print_rows(const double *o_par) {
+// One row an entry. Areas of entries with a lineshape function are marked; errors have no mark.
+static void print_rows(const double *rows, bool mark_lsf_areas) {
     for (int k = 1; k <= nLines + n_patterns; ++k) {
-        const double *entry = o_par + pars_per_entry * (k - 1);
-        if (shows_lsf_area(k)) {
+        const double *entry = rows + pars_per_entry * (k - 1);
+        if (mark_lsf_areas && shows_lsf_area(k)) {
             std::printf("lsf %1.6E  ", lsf_area[k]);
         } else {
             std::printf("%1.6E  ", entry[area_par]);
@@ -27,12 +28,12 @@ void print_parameter_table(const double *o_par, const double *o_errpar) {
     std::printf("\n values \n    area        frequency    gausswidth       phase    lorentzwidth  "
                 "\n");
     std::printf("    a.u             Hz           Hz          degrees         Hz  \n");
-    print_rows(o_par);
+    print_rows(o_par, true);
     if (error_calc != 1) return;
     std::printf("\n error values \n");
     std::printf("    Area        Frequency    Gaussian width    Phase     Lorentzian width  \n");
     std::printf("    a.u            Hz              Hz         degrees          Hz  \n");
-    print_rows(o_errpar);
+    print_rows(o_errpar, false);
 }
 
 void print_dead_time_report() {
