@@ -9,7 +9,10 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
 static std::string run_fit(const char *start = "start.par") {
     return support::stdout_of([&] { varokel("", "data.bin", start); });
@@ -154,4 +157,36 @@ TEST(written_start_file, read_and_written_again_is_the_same_to_single_precision)
     }
     EXPECT_EQ(i == a.size(), j == b.size());
     EXPECT_GT(numbers, 60);
+}
+
+// Weights are 1 everywhere when the last model is made, so the last figure of the summary counts
+// all points, without the intervals of the steps, and without the points that `ignore` left out.
+TEST(spreadsheet, last_summary_figure_is_of_all_points) {
+    support::temporary_folder folder(true);
+    support::write_small_fit({.iterations = 20});
+    run_fit();
+    std::vector<double> data_re, data_im, fit_re, fit_im;
+    support::read_signal("data.org", data_re, data_im);
+    support::read_signal("data.fit0", fit_re, fit_im);
+    double sum = 0.0;
+    for (std::size_t i = 0; i < data_re.size(); ++i)
+        sum += std::pow(data_re[i] - fit_re[i], 2) + std::pow(data_im[i] - fit_im[i], 2);
+    const std::string text = support::read_file("data.exl");
+    const std::size_t summary = text.find("fit\n") + 4;
+    double figure[10] = {};
+    const char *at = text.c_str() + summary;
+    char *end = nullptr;
+    for (double &value : figure) {
+        value = std::strtod(at, &end);
+        at = end;
+    }
+    EXPECT_NEAR(figure[5], sum, 1e-5 * sum); // files are single precision
+    // over 63 intervals between 64 points; the scale is that of the whole signal
+    double magnitude = 0.0;
+    for (std::size_t i = 0; i < data_re.size(); ++i)
+        magnitude += std::hypot(data_re[i], data_im[i]);
+    const double scale = magnitude / 4.0; // two entries, two channels
+    // `ignore` takes a little from the signal before its magnitude is summed: .org has it taken,
+    // too
+    EXPECT_NEAR(figure[9], std::sqrt(figure[5] / 126.0) * scale / figure[1], 1e-5 * figure[9]);
 }
