@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <string>
 #include <vector>
 
 static void search(int samples, int levels) {
@@ -180,4 +182,29 @@ TEST(ran_minimize, ranges_of_dependent_parameters_move_in_mode_3) {
     EXPECT_NE(said.find("Changing ranges ...\n"), std::string::npos);
     EXPECT_DOUBLE_EQ(fixpar[8].min, par[8] - half);
     EXPECT_DOUBLE_EQ(fixpar[8].max, par[8] + half);
+}
+
+// What the blind samples start from and what they end with, with one free parameter.
+static void blind_samples_of(int free, double &before, double &after) {
+    make_search();
+    for (int i = 0; i < npar; ++i) {
+        fixpar[i].fixed_to = i == free ? 0 : i / pars_per_entry + 1;
+        fixpar[i].type = 3;
+    }
+    const std::string said = support::stdout_of([] { search(200, 1); });
+    const auto number_behind = [&](const std::string &label) {
+        const std::size_t at = said.find(label);
+        EXPECT_NE(at, std::string::npos) << label;
+        return std::strtod(said.c_str() + at + label.size(), nullptr);
+    };
+    before = number_behind("Initial function value = ");
+    after = number_behind("Minimum function-value : ");
+}
+
+TEST(ran_minimize, blind_samples_never_draw_the_last_line_parameter) {
+    double before = 0.0, after = 0.0;
+    blind_samples_of(8, before, after);
+    EXPECT_LT(after, before);
+    blind_samples_of(9, before, after);
+    EXPECT_EQ(after, before);
 }
