@@ -138,10 +138,3 @@ void write_creation_time(std::FILE *file) {
     if (local != nullptr) std::strftime(text, sizeof text, "%H:%M:%S %Z %A %B %d 20%y", local);
     std::fprintf(file, "File created at :  %s \n", text);
 }
-
-int close_written(std::FILE *file, const char *name) {
-    const bool failed = std::ferror(file) != 0;
-    const int status = std::fclose(file);
-    if (status != 0 || failed) std::printf("error in writing file %s\n", name);
-    return status;
-}

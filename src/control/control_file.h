@@ -94,7 +94,3 @@ written_parameter in_file_form(parameter_kind kind, const parameter_record &reco
                                double frscl, double area_share);
 
 void write_creation_time(std::FILE *file);
-
-// Closes a written file and returns the status of the close. One that could not be written whole
-// (full disk, quota) is named.
-int close_written(std::FILE *file, const char *name);

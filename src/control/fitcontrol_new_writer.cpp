@@ -4,6 +4,7 @@
 
 #include "control/comment_lines.h"
 #include "control/control_file.h"
+#include "control/replaced_file.h"
 
 #include <algorithm>
 #include <cmath>
@@ -161,7 +162,8 @@ int write_varokel_strtval_file(
     name_verbose_file(strtvalfnm);
     const natural_copy natural(values, storage_texts);
     if (!natural.complete()) return EOF;
-    std::FILE *file = std::fopen(strtvalfnm, "w+t");
+    replaced_file output(strtvalfnm);
+    std::FILE *file = output.stream();
     if (file == nullptr) return EOF;
 
     std::fprintf(file, "varokel_begin_of_file\n\n");
@@ -178,5 +180,5 @@ int write_varokel_strtval_file(
     std::fprintf(file, "\n\nvarokel_end_of_file\n");
     std::fprintf(file, "\n\n----------------------------------------------------------\n");
     write_creation_time(file);
-    return close_written(file, strtvalfnm);
+    return output.finish();
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "control/keyword_writer.h"
 
+#include "control/replaced_file.h"
+
 #include <cmath>
 
 static constexpr char written_name[] = "compact.par";
@@ -108,7 +110,8 @@ static void write_trailer(std::FILE *file, const keyword_layout &layout) {
 int write_keyword_file(const control_values &values, const keyword_layout &layout) {
     const natural_copy natural(values, storage_texts);
     if (!natural.complete()) return EOF;
-    std::FILE *file = std::fopen(written_name, "w+t");
+    replaced_file output(written_name);
+    std::FILE *file = output.stream();
     if (file == nullptr) {
         std::printf(" error_hs : file not opened\n ");
         return EOF;
@@ -120,5 +123,5 @@ int write_keyword_file(const control_values &values, const keyword_layout &layou
     write_prior_knowledge(file, values, natural);
     write_lsf(file, values);
     write_trailer(file, layout);
-    return close_written(file, written_name);
+    return output.finish();
 }

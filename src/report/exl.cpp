@@ -81,7 +81,7 @@ static void write_row(std::FILE *file, int k, const natural_parameters &natural,
 
 void write_spreadsheet(const double &quality) {
     const std::string name = std::string(path) + fnm + ".exl";
-    std::FILE *file = std::fopen(name.c_str(), "w+t");
+    std::FILE *file = open_report(name.c_str());
     if (file == nullptr) {
         std::printf(" error in opening file %s:\n ", name.c_str());
         return;

@@ -177,7 +177,7 @@ static void write_summary(std::FILE *file, double quality) {
 
 void write_fit_result(const double &quality) {
     const std::string name = std::string(path) + fnm + ".fitres";
-    std::FILE *file = std::fopen(name.c_str(), "w+t");
+    std::FILE *file = open_report(name.c_str());
     if (file == nullptr) {
         std::printf(" error_hs : file not opened\n ");
         return;

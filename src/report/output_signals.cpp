@@ -5,6 +5,7 @@
 #include "data/ge_io.h"
 #include "data/sage_io.h"
 #include "model/objective.h"
+#include "report/report_file.h"
 #include "run/state.h"
 #include "run/storage.h"
 
@@ -33,6 +34,7 @@ void name_output_signals(output_name *names) {
 
 static void write_floats(const char *name, float *buffer, long long floats) {
     const std::string full_name = std::string(path) + name;
+    if (!may_be_written(full_name.c_str())) return;
     int count = static_cast<int>(floats);
     writege(full_name.c_str(), buffer, &count, 0);
 }

@@ -11,7 +11,7 @@
 
 void Write_Parameter_Matrix(const char *name, const double *p) {
     const std::string full_name = std::string(path) + name;
-    std::FILE *file = std::fopen(full_name.c_str(), "w+t");
+    std::FILE *file = open_report(full_name.c_str());
     if (file == nullptr) {
         std::printf("Could not open output file : %s\n", full_name.c_str());
         return;

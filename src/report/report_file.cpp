@@ -5,6 +5,27 @@
 #include "run/state.h"
 
 #include <cmath>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+bool may_be_written(const char *name) {
+    std::vector<std::string> inputs = {std::string(path) + sdffnm,
+                                       std::string(path) + sdffnm + ".ref", strtvalfnm, shffnm};
+    for (int p = 1; p <= n_patterns && pat_name != nullptr; ++p) inputs.emplace_back(pat_name[p]);
+    for (const std::string &input : inputs) {
+        std::error_code unknown; // a file that is not there is none of them
+        if (!std::filesystem::equivalent(name, input, unknown) || unknown) continue;
+        std::printf("output file %s is an input of this run : not written\n", name);
+        return false;
+    }
+    return true;
+}
+
+std::FILE *open_report(const char *name) {
+    return may_be_written(name) ? std::fopen(name, "w+t") : nullptr;
+}
 
 void close_report(std::FILE *file, const char *name) {
     const bool failed = std::ferror(file) != 0;

@@ -6,6 +6,14 @@
 
 #include <cstdio>
 
+// False, after a message, when a file that is to be written is one of those that the run reads
+// (signal, reference line, start file, pattern, header), under whatever name.
+bool may_be_written(const char *name);
+
+// Opens a report for writing. Null when it may not be written (a message says so) or cannot be
+// opened (none).
+std::FILE *open_report(const char *name);
+
 // Closes a report; one that could not be written whole (full disk, quota) is named.
 void close_report(std::FILE *file, const char *name);
 
