@@ -38,52 +38,34 @@ struct fft_plan {
 
 static fft_plan plans[most_lengths];
 
-// exp(-2 pi i k / n) in the first octant, where sine and cosine are accurate to the last place,
-// and reflected from there.
+// exp(-2 pi i k / n): from the first octant, where sine and cosine are accurate to the last place,
+// by reflection.
 static void unit_root(long long k, long long n, double &re, double &im) {
-    k %= n;
-    long long eighth = 8 * k / n; // octant
+    const bool lower_half = 2 * k > n; // of the turn: the conjugate of the upper one
+    if (lower_half) k = n - k;
     const auto angle = [n](long long m) {
         return 2.0 * std::numbers::pi * static_cast<double>(m) / static_cast<double>(n);
     };
-    double c = 0.0;
-    double s = 0.0;
-    switch (eighth) {
+    double sine = 0.0;
+    switch (8 * k / n) { // octant
     case 0:
-        c = std::cos(angle(k));
-        s = std::sin(angle(k));
+        re = std::cos(angle(k));
+        sine = std::sin(angle(k));
         break;
     case 1:
-        c = std::sin(angle(n / 4 - k));
-        s = std::cos(angle(n / 4 - k));
+        re = std::sin(angle(n / 4 - k));
+        sine = std::cos(angle(n / 4 - k));
         break;
     case 2:
-        c = -std::sin(angle(k - n / 4));
-        s = std::cos(angle(k - n / 4));
-        break;
-    case 3:
-        c = -std::cos(angle(n / 2 - k));
-        s = std::sin(angle(n / 2 - k));
-        break;
-    case 4:
-        c = -std::cos(angle(k - n / 2));
-        s = -std::sin(angle(k - n / 2));
-        break;
-    case 5:
-        c = -std::sin(angle(3 * n / 4 - k));
-        s = -std::cos(angle(3 * n / 4 - k));
-        break;
-    case 6:
-        c = std::sin(angle(k - 3 * n / 4));
-        s = -std::cos(angle(k - 3 * n / 4));
+        re = -std::sin(angle(k - n / 4));
+        sine = std::cos(angle(k - n / 4));
         break;
     default:
-        c = std::cos(angle(n - k));
-        s = -std::sin(angle(n - k));
+        re = -std::cos(angle(n / 2 - k));
+        sine = std::sin(angle(n / 2 - k));
         break;
     }
-    re = c;
-    im = -s;
+    im = lower_half ? sine : -sine;
 }
 
 static bool make_plan(fft_plan &plan, int n) {
