@@ -1,0 +1,1 @@
+ number_of_lines -5 parameters name line_type area frequency gauss_width zero_phase lorentz_width x end_of_pattern
