@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -207,4 +209,29 @@ TEST(ran_minimize, blind_samples_never_draw_the_last_line_parameter) {
     EXPECT_LT(after, before);
     blind_samples_of(9, before, after);
     EXPECT_EQ(after, before);
+}
+
+// With one free parameter the blind samples are centre + (2 rand / 2^15 - 1/2) width, one draw
+// each.
+TEST(ran_minimize, blind_samples_reach_from_the_lower_end_to_a_width_beyond_the_upper_one) {
+    double before = 0.0, after = 0.0;
+    blind_samples_of(1, before, after);
+    make_search();
+    for (int i = 0; i < npar; ++i) {
+        fixpar[i].fixed_to = i == 1 ? 0 : i / pars_per_entry + 1;
+        fixpar[i].type = 3;
+    }
+    const double centre = (fixpar[1].min + fixpar[1].max) / 2.0;
+    const double width = fixpar[1].max - fixpar[1].min;
+    double lowest = chi_square_of(par);
+    EXPECT_NEAR(before, lowest, 1e-6 * lowest); // printed with seven digits
+    std::uint32_t state = static_cast<std::uint32_t>(nLines);
+    for (int sample = 0; sample < 200; ++sample) {
+        state = state * 214013U + 2531011U;
+        const double u = 2.0 * ((state >> 16) & 0x7fffU) / 32768.0 - 0.5;
+        par[1] = centre + u * width;
+        lowest = std::min(lowest, chi_square_of(par));
+    }
+    EXPECT_NEAR(after, lowest, 1e-6 * lowest);
+    EXPECT_LT(after, before);
 }

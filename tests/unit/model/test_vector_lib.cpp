@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 typedef std::vector<double> vector;
@@ -187,4 +188,24 @@ TEST(fft, leaves_a_length_alone_that_is_no_power_of_two) {
     EXPECT_TRUE(is_power_of_two(1));
     EXPECT_TRUE(is_power_of_two(1 << 24));
     for (int n : {0, -1, -8, 3, 1000}) EXPECT_FALSE(is_power_of_two(n)) << n;
+}
+
+TEST(phase_correction, turns_a_signal_of_that_phase_into_a_real_one) {
+    for (const double phase : {-170.0, -30.0, 0.5, 45.0, 120.0}) {
+        const double theta = phase * std::numbers::pi / 180.0;
+        std::vector<double> re(8, 2.0 * std::cos(theta)), im(8, 2.0 * std::sin(theta));
+        Correct_Zo_Phase(0, 8, phase, 0.0, re.data(), im.data());
+        for (std::size_t i = 0; i < 8; ++i) {
+            EXPECT_NEAR(re[i], 2.0, 1e-14);
+            EXPECT_NEAR(im[i], 0.0, 1e-14);
+        }
+        // a first-order phase grows from 0 at point 0 to that value at the end of the band
+        for (std::size_t i = 0; i < 8; ++i) {
+            const double turn = theta * static_cast<double>(i) / 8.0;
+            re[i] = std::cos(turn);
+            im[i] = std::sin(turn);
+        }
+        Correct_Zo_Phase(0, 8, 0.0, phase, re.data(), im.data());
+        for (std::size_t i = 0; i < 8; ++i) EXPECT_NEAR(im[i], 0.0, 1e-14);
+    }
 }
