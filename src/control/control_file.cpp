@@ -23,10 +23,10 @@ void read_data_format(std::FILE *file, char *sage_idl, int &sageidl) {
         sageidl = 1;
     } else if (std::strcmp(word, "sage") == 0) {
         sageidl = 2;
-        std::strcpy(sage_idl, "sage");
+        std::memcpy(sage_idl, "sage", sizeof "sage");
     } else if (std::strcmp(word, "none") == 0) {
         sageidl = 3;
-        std::strcpy(sage_idl, "none");
+        std::memcpy(sage_idl, "none", sizeof "none");
     }
 }
 
@@ -39,7 +39,7 @@ bool read_pattern_name(std::FILE *file, const char *name, const int &slot,
     char word[max_word + 1] = "";
     if (!scan_word(file, word, max_word)) return true;
     if (!pattern_name_allowed(name, slot, word, file_corrupt)) return false;
-    std::strcpy(pat_name[slot], word);
+    std::snprintf(pat_name[slot], pattern_name_size, "%.*s", pattern_name_size - 1, word);
     return true;
 }
 

@@ -76,7 +76,8 @@ static decay decay_of(const curve_setting &s, const double *p, double g, double 
     const double N = s.ap;
     const double d = s.phi_1 / 360.0;
     const double f = p[freq_par] * s.frscl;
-    const double omega = 2.0 * pi * (f + s.ap / 2);
+    const int half = s.ap / 2;
+    const double omega = 2.0 * pi * (f + half);
     const double psi = omega * d / N + pi * p[phase_par] / 180.0 - pi * s.phi_1 / 360.0;
     const double c = p[area_par] * std::cos(psi);
     const double q = p[area_par] * std::sin(psi);

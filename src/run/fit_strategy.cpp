@@ -26,7 +26,8 @@ static void align_frequencies(int step, double *xabs, double *yabs, double *conv
     int m = 0;
     double largest = 0.0;
     Max_Vector(ap, conv, m, largest);
-    const double shift = ap / 2 - m; // points
+    const int no_lag = ap / 2;
+    const double shift = no_lag - m; // points
     for (int k = 0; k < nLines + n_patterns; ++k) {
         const int i = pars_per_entry * k + freq_par;
         par[i] += shift / frscl;
