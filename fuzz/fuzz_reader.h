@@ -14,19 +14,13 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 namespace fuzz {
 
 static constexpr std::size_t largest_input = 1 << 16;
-
-// The folder of this process, made current once. What the code under test says goes nowhere.
-inline void enter_folder() {
-    static const support::temporary_folder folder(true);
-    static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
-    (void)silent;
-}
 
 inline void write_bytes(const char *name, const std::string &before, const std::uint8_t *data,
                         std::size_t size) {
@@ -35,6 +29,25 @@ inline void write_bytes(const char *name, const std::string &before, const std::
     std::fwrite(before.data(), 1, before.size(), file);
     if (size > 0) std::fwrite(data, 1, size, file);
     std::fclose(file);
+}
+
+// Patterns that a start file may name.
+inline bool write_patterns() {
+    support::write_file("naa.pat", "start_pattern number_of_lines 1 parameters name line_type area "
+                                   "frequency gauss_width zero_phase lorentz_width\n"
+                                   "a lorentz 1.0 100.0 0.0 3.0\ncomment end_of_pattern\n");
+    support::write_signal("creatine.bin", std::vector<double>(64, 1.0),
+                          std::vector<double>(64, 0.5));
+    return true;
+}
+
+// The folder of this process, made current once. What the code under test says goes nowhere.
+inline void enter_folder() {
+    static const support::temporary_folder folder(true);
+    static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
+    static const bool has_patterns = write_patterns();
+    (void)silent;
+    (void)has_patterns;
 }
 
 // Calls f with a fresh state; the state is released whatever way f ends.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// replay_seeds.cpp -- a target without a fuzzer: every file of a folder once
+// replay_seeds.cpp -- a target without a fuzzer: every file of its folders once
 #include "fuzz_reader.h"
 
 #include <algorithm>
@@ -7,13 +7,14 @@
 #include <vector>
 
 int main(int argc, char **argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s FOLDER...\n", argv[0]);
         return 2;
     }
     std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(argv[1]))
-        names.push_back(std::filesystem::absolute(entry.path()).string());
+    for (int i = 1; i < argc; ++i)
+        for (const auto &entry : std::filesystem::directory_iterator(argv[i]))
+            names.push_back(std::filesystem::absolute(entry.path()).string());
     std::sort(names.begin(), names.end());
     for (const std::string &name : names) {
         std::fprintf(stderr, "%s\n", name.c_str()); // the last one is the one that ended it

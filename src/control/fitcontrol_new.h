@@ -68,11 +68,14 @@ bool read_varokel_prior_knowledge(std::FILE *file, const char *name, const int &
 void read_varokel_line_shape_function(std::FILE *file, const int &nLines, const int &n_patterns,
                                       const int &lsf_coefs, double *par);
 
+// Turns start.par into start_verbose.par: the last four characters are cut (if there are more) and
+// the ending is appended, within the 512 characters of a start file's name.
+void name_verbose_file(char *name);
+
 // Writes a block-format file with explanations (fitcontrol_new_writer.cpp).
 //
 // Given:
-//   strtvalfnm   char[512]  name of the start file; its last four characters are cut (if it has
-//                           more) and "_verbose.par" is appended: also the name afterwards
+//   strtvalfnm   char[512]  name of the start file; becomes that of the verbose one
 //   par, errors, fixpar     internal units; the file has natural ones, and the fitted values as
 //                           prior knowledge
 // Returned: status of the close; EOF when there is no file.

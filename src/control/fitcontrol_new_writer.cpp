@@ -19,8 +19,7 @@ static const char *const storage_texts[3] = {
     " Memory requested to store o_errpar[]\n in dfnc() is not available\n",
 };
 
-// Turns start.par into start_verbose.par.
-static void name_verbose_file(char *name) {
+void name_verbose_file(char *name) {
     static const char ending[] = "_verbose.par";
     std::size_t length = std::strlen(name);
     if (length > 4) length -= 4;

@@ -5,8 +5,6 @@
 
 #include <cmath>
 
-static constexpr char written_name[] = "compact.par";
-
 // The function that they name is the other writer's: wording kept
 static const char *const storage_texts[3] = {
     " Memory requested to store o_fixpar[]-struct in write_fitcontrol_old() is not available\n",
@@ -110,7 +108,7 @@ static void write_trailer(std::FILE *file, const keyword_layout &layout) {
 int write_keyword_file(const control_values &values, const keyword_layout &layout) {
     const natural_copy natural(values, storage_texts);
     if (!natural.complete()) return EOF;
-    replaced_file output(written_name);
+    replaced_file output(compact_name);
     std::FILE *file = output.stream();
     if (file == nullptr) {
         std::printf(" error_hs : file not opened\n ");

@@ -11,6 +11,8 @@ struct keyword_layout {
     const char *user, *host, *domain; // of the closing lines
 };
 
-// Writes "compact.par" in the working directory. Returns the status of the close; EOF, after a
+inline constexpr char compact_name[] = "compact.par";
+
+// Writes the compact file in the working directory. Returns the status of the close; EOF, after a
 // message, when storage or file cannot be had.
 int write_keyword_file(const control_values &values, const keyword_layout &layout);

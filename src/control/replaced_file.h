@@ -3,8 +3,9 @@
 //
 // A run may write the very file that it was started from. The new file is written beside the old
 // one and renamed when it is whole: whatever ends the run, there stands the old file or the new
-// one. Where nothing can be made in the folder, and where the name leads to something else than a
-// plain file (a link, a device), the file is written in place.
+// one. Behind a link it is the file that the link leads to. Where nothing can be made or renamed in
+// the folder, and where the name is not that of a plain file (a device), the file is written in
+// place.
 #pragma once
 
 #include <cstdio>
@@ -21,11 +22,12 @@ class replaced_file {
     std::FILE *stream() const { return stream_; }
 
     // Closes the file and puts it in place. Returns 0, or EOF when it is not whole: then a message
-    // names it, and an older file that was to be replaced is still there.
+    // names it, and an older file that was to be replaced in one step is still there.
     int finish();
 
   private:
     std::string name_;    // as the user knows it
+    std::string place_;   // behind links
     std::string written_; // where the bytes go until the end
     std::FILE *stream_;
 };

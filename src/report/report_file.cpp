@@ -10,10 +10,13 @@
 #include <system_error>
 #include <vector>
 
-bool may_be_written(const char *name) {
-    std::vector<std::string> inputs = {std::string(path) + sdffnm,
-                                       std::string(path) + sdffnm + ".ref", strtvalfnm, shffnm};
-    for (int p = 1; p <= n_patterns && pat_name != nullptr; ++p) inputs.emplace_back(pat_name[p]);
+static std::string start_file;
+
+void note_start_file() {
+    start_file = strtvalfnm;
+}
+
+static bool is_none_of(const std::vector<std::string> &inputs, const char *name) {
     for (const std::string &input : inputs) {
         std::error_code unknown; // a file that is not there is none of them
         if (!std::filesystem::equivalent(name, input, unknown) || unknown) continue;
@@ -21,6 +24,24 @@ bool may_be_written(const char *name) {
         return false;
     }
     return true;
+}
+
+static std::vector<std::string> inputs_without_start_file() {
+    std::vector<std::string> inputs = {std::string(path) + sdffnm,
+                                       std::string(path) + sdffnm + ".ref", shffnm};
+    for (int p = 1; p <= n_patterns && pat_name != nullptr; ++p) inputs.emplace_back(pat_name[p]);
+    return inputs;
+}
+
+bool may_be_written(const char *name) {
+    std::vector<std::string> inputs = inputs_without_start_file();
+    inputs.emplace_back(strtvalfnm);
+    inputs.push_back(start_file);
+    return is_none_of(inputs, name);
+}
+
+bool may_be_replaced(const char *name) {
+    return is_none_of(inputs_without_start_file(), name);
 }
 
 std::FILE *open_report(const char *name) {

@@ -10,6 +10,7 @@
 #include "control/fit_check.h"
 #include "control/fitcontrol_new.h"
 #include "control/fitcontrol_old.h"
+#include "control/keyword_writer.h"
 #include "data/ge_io.h"
 #include "errors/error_bounds.h"
 #include "model/l_shapes.h"
@@ -195,20 +196,29 @@ static void write_fit_without_ignore(const output_name *names, float *buffer) {
     ignore = ignore_of_fit;
 }
 
+static bool verbose_file_may_be_written() {
+    char name[sizeof strtvalfnm];
+    std::snprintf(name, sizeof name, "%s", strtvalfnm);
+    name_verbose_file(name);
+    return may_be_replaced(name);
+}
+
 static void write_start_value_files() {
     if (pattern_enable == 1) {
         divide_pattern_areas_by_norm(par, errpar, fixpar);
-        write_varokel_strtval_file(strtvalfnm, nLines, ap, noise_strt, noise_stop, lsf_coefs, phi_1,
-                                   Hz_pp, T_acq, ftol, par, errpar, fitmode, var_ap_trunc, verbose,
-                                   show_line, error_calc, sage_idl, par_ranges, n_fit_strat_steps,
-                                   min_method, user_fit_strat, n_intervals, fit_lsf, fixpar, hxmin,
-                                   hxmax, frscl, ignore, n_patterns, pat_name);
-        write_f_cntl(strtvalfnm, nLines, ap, noise_strt, noise_stop, lsf_coefs, phi_1, Hz_pp, T_acq,
-                     ftol, par, errpar, fitmode, var_ap_trunc, verbose, show_line, error_calc,
-                     sage_idl, par_ranges, n_fit_strat_steps, min_method, user_fit_strat,
-                     n_intervals, fit_lsf, fixpar, hxmin, hxmax, frscl, ignore, n_patterns,
-                     pat_name, user, host, domain);
-    } else {
+        if (verbose_file_may_be_written())
+            write_varokel_strtval_file(
+                strtvalfnm, nLines, ap, noise_strt, noise_stop, lsf_coefs, phi_1, Hz_pp, T_acq,
+                ftol, par, errpar, fitmode, var_ap_trunc, verbose, show_line, error_calc, sage_idl,
+                par_ranges, n_fit_strat_steps, min_method, user_fit_strat, n_intervals, fit_lsf,
+                fixpar, hxmin, hxmax, frscl, ignore, n_patterns, pat_name);
+        if (may_be_replaced(compact_name))
+            write_f_cntl(strtvalfnm, nLines, ap, noise_strt, noise_stop, lsf_coefs, phi_1, Hz_pp,
+                         T_acq, ftol, par, errpar, fitmode, var_ap_trunc, verbose, show_line,
+                         error_calc, sage_idl, par_ranges, n_fit_strat_steps, min_method,
+                         user_fit_strat, n_intervals, fit_lsf, fixpar, hxmin, hxmax, frscl, ignore,
+                         n_patterns, pat_name, user, host, domain);
+    } else if (may_be_replaced(compact_name)) {
         write_fitcontrol_old(nLines, ap, noise_strt, noise_stop, lsf_coefs, phi_1, Hz_pp, T_acq,
                              par, errpar, fitmode, var_ap_trunc, verbose, show_line, error_calc,
                              sage_idl, par_ranges, n_fit_strat_steps, min_method, user_fit_strat,
@@ -258,6 +268,7 @@ void FitSpectrum() {
 
     output_name names[n_output_signals];
     name_output_signals(names);
+    note_start_file();
     if (verbose > 0) {
         std::printf("Fitting will be performed on               : ");
         std::printf("%s", (std::string(path) + sdffnm).c_str());

@@ -20,7 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <string>
+#include <initializer_list>
 
 static constexpr std::size_t longest_argument = 255; // the messages say 115: wording kept
 
@@ -234,10 +234,9 @@ static void set_defaults() {
     dummy1 = niter = nfitted = 0;
 }
 
-static void print_not_fitted(const char *reason) {
+static void print_not_fitted() {
     std::printf("Program termination status : \n\n");
     std::printf("          data file: %s  not fitted due to \n", fnm);
-    std::printf("          %s\n\n\n\n", reason);
 }
 
 // The model of lines with a common area and their Lorentzian width as Gaussian width, as weights.
@@ -288,13 +287,14 @@ void cf_non_int_main() {
     MakeInitValFile();
     if (verbose > 0) print_lines(banner_lines);
     if (file_corrupt == 1) {
-        const std::string reason = std::string("errors in fit control file :  ") + strtvalfnm;
-        print_not_fitted(reason.c_str());
+        print_not_fitted();
+        std::printf("          errors in fit control file :  %s\n\n\n\n", strtvalfnm);
         return;
     }
     allocate_memory(ap);
     if (!storage_complete()) {
-        print_not_fitted("insufficient memory");
+        print_not_fitted();
+        std::printf("          insufficient memory\n\n\n\n");
         return;
     }
     create_lookup(lookup, ap, 1);

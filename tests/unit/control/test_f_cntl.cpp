@@ -332,6 +332,19 @@ TEST_F(f_cntl, a_strategy_header_word_of_more_than_five_characters_is_split) {
                                 "@  1 1024  1  1  1  1  1  0  1  0  550  2   1  470 55O\n\n");
 }
 
+TEST_F(f_cntl, every_strategy_header_word_is_five_characters_at_most) {
+    std::string file = text.version_3();
+    const std::string words = "trunc ampli frequ";
+    file.replace(file.find(words), words.size(), "truncation frequ");
+    const support::temporary_folder folder;
+    support::write_file(folder.file("a.par"), file);
+    // one word less, and one that counts twice
+    EXPECT_EQ(read_version_3(folder.file("a.par"), 1), "");
+    EXPECT_EQ(file_corrupt, 0);
+    EXPECT_EQ(n_fit_strat_steps, 1);
+    EXPECT_EQ(user_fit_strat[1][0], 1);
+}
+
 TEST_F(f_cntl, wrong_start_header_word_sets_file_corrupt) {
     text.start_word = "Number";
     EXPECT_EQ(read_version_3_text(text),
@@ -341,6 +354,18 @@ TEST_F(f_cntl, wrong_start_header_word_sets_file_corrupt) {
     EXPECT_EQ(file_corrupt, 1);
     EXPECT_EQ(n_fit_strat_steps, 1);
     EXPECT_EQ(hrange[1], 0);
+}
+
+TEST_F(f_cntl, a_start_header_word_of_more_than_six_characters_is_split) {
+    std::string file = text.version_3();
+    const std::string words = "number area";
+    file.replace(file.find(words), words.size(), "numberX");
+    const support::temporary_folder folder;
+    support::write_file(folder.file("a.par"), file);
+    // "X" stands for "area"
+    EXPECT_EQ(read_version_3(folder.file("a.par"), 1), "");
+    EXPECT_EQ(file_corrupt, 0);
+    EXPECT_EQ(par[area_par], 100.0);
 }
 
 TEST_F(f_cntl, a_letter_in_a_step_ends_the_steps) {
@@ -384,6 +409,13 @@ TEST_F(f_cntl, wrong_lineshape_head_sets_file_corrupt) {
                                              "expected string to read : lsf_coefs  \n"
                                              "string found in file    : lsf_coeff\n\n");
     EXPECT_EQ(file_corrupt, 1);
+}
+
+TEST_F(f_cntl, lineshape_words_end_at_nine_and_ten_characters) {
+    text.lsf_word = "lsf_coefsend_of_lsfX";
+    text.end_word = "";
+    EXPECT_EQ(read_version_3_text(text), "");
+    EXPECT_EQ(file_corrupt, 0);
 }
 
 TEST_F(f_cntl, wrong_end_of_lsf_sets_file_corrupt) {

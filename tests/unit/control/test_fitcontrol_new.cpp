@@ -305,6 +305,24 @@ TEST_F(fitcontrol_new, a_failed_scan_leaves_its_target) {
     EXPECT_EQ(noise_stop, 0);
 }
 
+TEST_F(fitcontrol_new, a_starting_value_that_does_not_scan_is_not_divided_either) {
+    frscl = 4.0;
+    allocate_parameter_arrays(1, 0, 0);
+    nLines = 1;
+    par[area_par] = 3.0;
+    par[freq_par] = 8.0;
+    const support::temporary_folder folder;
+    support::write_file(folder.file("a.par"), "1 5.0 x 1.0 2.0 3.0");
+    std::FILE *file = std::fopen(folder.file("a.par").c_str(), "r");
+    ASSERT_NE(file, nullptr);
+    read_varokel_starting_values(file, nLines, n_patterns, frscl, par);
+    std::fclose(file);
+    EXPECT_EQ(par[area_par], 5.0);
+    EXPECT_EQ(par[freq_par], 8.0);
+    // the next scans start at the same place
+    EXPECT_EQ(par[width1_par], 0.0);
+}
+
 TEST_F(fitcontrol_new, a_file_that_cannot_be_opened_leaves_all_but_converts) {
     const support::temporary_folder folder;
     nLines = 1;
@@ -517,6 +535,24 @@ TEST_F(fitcontrol_new_writer, stored_ranges_are_written_with_par_ranges_1) {
     EXPECT_NE(block_written("varokel_prior_knowledge\n\n")
                   .find("0\t0.000000E+00\t-1.500000E+00\t4.500000E+00\n"),
               std::string::npos);
+}
+
+TEST_F(fitcontrol_new_writer, an_empty_line_follows_each_entry_with_stored_ranges_only) {
+    text.with_entries(2);
+    for (const char *ranges : {"0", "1", "3"}) {
+        text.ranges = ranges;
+        start_from_defaults();
+        read_block_text(text.blocks(), 2);
+        const std::string written = block_written("varokel_prior_knowledge\n\n");
+        const bool stored = par_ranges == 1;
+        EXPECT_NE(written.find(stored ? "0\t1.000000E+02\t5.000000E+01\t1.500000E+02\n"
+                                      : "0\t1.000000E+02\t9.00000000E+01\t1.10000000E+02\t\n"),
+                  std::string::npos)
+            << ranges;
+        EXPECT_NE(written.find(stored ? "3.750000E+00\n\n2\n0\n3\n" : "E+00\t\n2\n0\n3\n"),
+                  std::string::npos)
+            << written;
+    }
 }
 
 TEST_F(fitcontrol_new_writer, a_file_written_after_a_fit_loads_without_steps) {

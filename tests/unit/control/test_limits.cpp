@@ -114,6 +114,9 @@ TEST_F(limits, patterns_are_not_negative) {
 TEST_F(limits, lines_and_patterns_are_4096_together) {
     text.lines = "4097";
     expect_refused_size(text.version_3(), "nLines is 4097, allowed are 0 to 4096");
+    expect_refused_size(text.blocks(),
+                        "number of lines (varokel_spectrum_information, value 4) is 4097, allowed "
+                        "are 0 to 4096");
     text.lines = "4000";
     text.patterns = "97";
     expect_refused_size(text.version_3(), "nLines + pattrn is 4097, allowed are 0 to 4096");

@@ -55,15 +55,56 @@ TEST(replaced_file, is_made_where_there_was_none) {
     EXPECT_EQ(support::read_file(name), "new");
 }
 
-TEST(replaced_file, behind_a_link_is_written_in_place) {
+TEST(replaced_file, behind_a_link_is_replaced_where_it_stands) {
     const support::temporary_folder folder;
-    support::write_file(folder.file("target"), "old");
-    files::create_symlink(folder.file("target"), folder.file("compact.par"));
+    files::create_directory(folder.file("kept"));
+    support::write_file(folder.file("kept/target"), "old");
+    files::create_symlink("kept/target", folder.file("compact.par"));
+    replaced_file output(folder.file("compact.par").c_str());
+    std::fputs("new", output.stream());
+    std::fflush(output.stream());
+    EXPECT_EQ(support::read_file(folder.file("kept/target")), "old");
+    EXPECT_EQ(output.finish(), 0);
+    EXPECT_TRUE(files::is_symlink(folder.file("compact.par")));
+    EXPECT_EQ(support::read_file(folder.file("kept/target")), "new");
+    EXPECT_EQ(files_in(folder), 2u);
+}
+
+TEST(replaced_file, behind_a_link_to_nothing_is_made_there) {
+    const support::temporary_folder folder;
+    files::create_symlink("target", folder.file("compact.par"));
     replaced_file output(folder.file("compact.par").c_str());
     std::fputs("new", output.stream());
     EXPECT_EQ(output.finish(), 0);
     EXPECT_TRUE(files::is_symlink(folder.file("compact.par")));
     EXPECT_EQ(support::read_file(folder.file("target")), "new");
+}
+
+// Runs of a batch in one folder: each has its own file until it is whole, the last one stays.
+TEST(replaced_file, of_two_at_the_same_moment_is_that_of_the_last_to_finish) {
+    const support::temporary_folder folder;
+    const std::string name = folder.file("compact.par");
+    replaced_file first(name.c_str());
+    replaced_file second(name.c_str());
+    std::fputs("first, which is longer", first.stream());
+    std::fputs("second", second.stream());
+    EXPECT_EQ(first.finish(), 0);
+    EXPECT_EQ(support::read_file(name), "first, which is longer");
+    EXPECT_EQ(second.finish(), 0);
+    EXPECT_EQ(support::read_file(name), "second");
+    EXPECT_EQ(files_in(folder), 1u);
+}
+
+TEST(replaced_file, with_the_longest_name_is_replaced_as_well) {
+    const support::temporary_folder folder;
+    const std::string name = folder.file(std::string(255, 'n'));
+    support::write_file(name, "old");
+    replaced_file output(name.c_str());
+    std::fputs("new", output.stream());
+    std::fflush(output.stream());
+    EXPECT_EQ(support::read_file(name), "old");
+    EXPECT_EQ(output.finish(), 0);
+    EXPECT_EQ(support::read_file(name), "new");
 }
 
 TEST(replaced_file, on_a_full_disk_is_named) {

@@ -632,12 +632,11 @@ TEST_F(patterns, a_model_with_such_a_pattern_is_not_finite_and_goes_on) {
 
 TEST_F(patterns, storage_that_cannot_be_had_is_named_and_the_run_goes_on) {
     use_text(1, "three.pat", text_of_three_lines);
-    const std::string in_fetch = "[] in void FitSpectrum is not available\n";
     const std::string messages[] = {
-        " Memory requested to store ge_array" + in_fetch,
-        " Memory requested to store ge_arrayd" + in_fetch,
-        " Memory requested to store dummyre" + in_fetch,
-        " Memory requested to store dummyim" + in_fetch,
+        " Memory requested to store ge_array[] in void FitSpectrum is not available\n",
+        " Memory requested to store ge_arrayd[] in void FitSpectrum is not available\n",
+        " Memory requested to store dummyre[] in void FitSpectrum is not available\n",
+        " Memory requested to store dummyim[] in void FitSpectrum is not available\n",
         "Memory requested to store yre[] in void\n interpret_pattern() is not available\n",
         "Memory requested to store yim[] in void\n interpret_pattern() is not available\n",
         "Memory requested to store dummy_ptr[] in void\ninterpret_pattern() is not available\n",

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 static std::string help(unsigned topic, int &status) {
     std::string text;
@@ -66,6 +67,46 @@ TEST(help, topic_3_explains_every_keyword_of_a_version_3_file) {
           "width",     "phase",  "voigt",  "lsfft",     "wtype",     "convo",  "niter",
           "cmplx",     "n_int",  "lsffit", "lsf_coefs", "end_of_lsf"})
         EXPECT_NE(text.find(word), std::string::npos) << word;
+}
+
+TEST(help, topic_3_explains_every_block_of_a_verbose_file) {
+    int status = 0;
+    const std::string text = help(3, status);
+    // each at the head of a line of the table of blocks, in the order in which a file has them
+    std::size_t at = text.find("\n The verbose form\n");
+    for (const char *word :
+         {"varokel_begin_of_file", "varokel_spectrum_information", "varokel_pattern_references",
+          "varokel_fit_control", "varokel_starting_values", "varokel_prior_knowledge",
+          "varokel_line_shape_function", "varokel_end_of_file"}) {
+        ASSERT_NE(at, std::string::npos);
+        at = text.find(std::string("\n   ") + word + " ", at);
+        EXPECT_NE(at, std::string::npos) << word;
+    }
+}
+
+TEST(help, topics_name_what_they_are_about) {
+    const struct {
+        unsigned topic;
+        std::vector<const char *> words;
+    } subjects[] = {
+        {0, {"version  2.4", "quantification of in vivo NMR", "frequency domain"}},
+        {1, {"no graphics", "Voigt", "Patterns", "Prior", "Fit strategy"}},
+        {2, {"no header", "single precision", "4 bytes", "n_pnts", "absorption-only"}},
+        {3, {"compact.par", "_verbose.par", "4 : pattern", "file names follow"}},
+        {4, {"compact.par", "verbose.par", "starting"}},
+        {5, {"n_lines + n_patterns rows", "19 columns", "Lorentzian, Gaussian, Voigt or Pattern"}},
+        {6,
+         {"\"varokel  .  filename   start.par\"", "filename.org ", ".cororg", "filename.fit ",
+          "filename.fit0 ", "filename.res ", "filename.nln0 ", "filename.exl ", "filename.fitres ",
+          "filename.mat ", "filename.err ", "lsf.bin ", "data minus fit", "backward extrapolated"}},
+        {7, {"M(w,p)", "S(w)", "Conjugate gradients", "Random search"}},
+        {8, {"superposition of resonance lines in non-parametric form", ".pat", ".bin"}},
+    };
+    for (const auto &[topic, words] : subjects) {
+        int status = 0;
+        const std::string text = help(topic, status);
+        for (const char *word : words) EXPECT_NE(text.find(word), std::string::npos) << word;
+    }
 }
 
 TEST(help, lines_fit_a_terminal) {
