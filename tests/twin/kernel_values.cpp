@@ -89,7 +89,8 @@ static double chi_square(int n, int mode, int weighting, std::vector<std::vector
     const int no_lsf[2] = {};
     const auto at = [&](std::size_t q) { return v[q].data() + offset; };
     return fnc(n, 0, n, 0, none, none, nullptr, at(0), at(1), at(2), at(3), at(4), at(5), none,
-               none, none, none, 1.0, 0.0, 0, none, 0, mode, weighting, 0, 0, 0, no_lsf, nullptr, 0);
+               none, none, none, 1.0, 0.0, 0, none, 0, mode, weighting, 0, 0, 0, no_lsf, nullptr,
+               0);
 }
 
 static void chi_squares(support::random_numbers &random) {

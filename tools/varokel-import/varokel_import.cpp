@@ -1,198 +1,74 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// varokel_import.cpp -- a measured FID becomes a file that varokel fits
+// varokel_import.cpp -- measured FIDs become files that varokel fits
 //
 //   spectrum  S = rotate_{n/2}( (1/n) sum_k w_k fid[k] exp(-2 pi i jk/n) ),  w_0 = 1/2, else 1
 //   pattern   P[j] = conj(S'[(n - j) mod n]),  S' as S with w_0 = 1
-#include "varokel-import/convert_fid.h"
+#include "varokel-import/convert_spectra.h"
+#include "varokel-import/import_basis.h"
 
 #include "common/command_line.h"
-#include "common/output_file.h"
-#include "common/signal_file.h"
 #include "common/tool_error.h"
 
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <filesystem>
-#include <iostream>
-
-using tools::complex_signal;
 using tools::tool_error;
 
-// Options of the spectrum that replace or add to the JSON.
-struct spectrum_options {
-    std::string folder;
-    std::optional<double> dwell_time, mhz, ppm_at_carrier, begin_time;
-    std::optional<std::string> nucleus, axis;
-};
-
-typedef std::optional<std::pair<long long, long long>> point_stretch;
-
-// A stretch of the centred spectrum of n points after the FID was conjugated (point i goes to
-// n - i) and resized to m points; nothing when little of it is left.
-static point_stretch moved(const point_stretch &stretch, bool conjugate, long long n, long long m) {
-    if (!stretch) return stretch;
-    long long first = stretch->first, last = stretch->second;
-    if (conjugate) {
-        if (first == 0) first = 1; // the point at the edge is its own mirror image
-        std::swap(first, last);
-        first = n - first;
-        last = n - last;
-    }
-    first = (first * m + n - 1) / n;
-    last = last * m / n;
-    if (last - first < 1) return std::nullopt;
-    return std::pair(first, last);
-}
-
-static std::string shortest(double value) {
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof text, value);
-    return std::string(text, end.ptr);
-}
-
-// First-order phase of the delay before the first point, 360 degrees per dwell time. Rounded to a
-// millionth of a degree: 0.0003 / 0.0001 is a hair below 3.
-static double delay_phase(double begin_time, double dwell_time) {
-    return std::round(360e6 * begin_time / dwell_time) / 1e6;
-}
-
-static int import_spectrum(const tools::import_options &options, const spectrum_options &own) {
-    tools::fid_description fid = tools::describe_fid(options);
-    if (own.dwell_time) fid.dwell_time = own.dwell_time;
-    if (own.mhz) fid.mhz = own.mhz;
-    if (own.ppm_at_carrier) fid.ppm_at_carrier = own.ppm_at_carrier;
-    if (own.begin_time) fid.begin_time = own.begin_time;
-    if (own.nucleus) fid.nucleus = own.nucleus;
-    if (own.axis) fid.ppm_rises_with_points = *own.axis == "rising";
-    if (!fid.dwell_time)
-        throw tool_error(tools::bad_input,
-                         fid.file + ": dwell time unknown; expected item \"dwell_time_s\" in a "
-                                    "JSON beside it, or --dwell SECONDS");
-
-    const complex_signal signal = tools::chosen_fid(fid, options);
-    const auto n = static_cast<long long>(signal.size());
-    const complex_signal spectrum = tools::centred_spectrum(signal, 0.5);
-    const double hz_per_point = 1.0 / (*fid.dwell_time * static_cast<double>(n));
-    const point_stretch known_noise = moved(fid.noise_points, options.conjugate, fid.points, n);
-    const point_stretch fit_points = moved(fid.fit_points, options.conjugate, fid.points, n);
-    const tools::noise_window noise =
-        known_noise ? tools::noise_of_stretch(spectrum, known_noise->first, known_noise->second + 1)
-                    : tools::quietest_stretch(spectrum);
-
-    std::string name = fid.stem;
-    if (fid.spectra > 1) name += "_" + std::to_string(*options.index);
-    const std::filesystem::path folder(own.folder);
-    const std::string signal_name = (folder / (name + ".bin")).string();
-    const std::string sidecar_name = (folder / (name + ".json")).string();
-
-    nlohmann::ordered_json sidecar;
-    sidecar["signal"] = name + ".bin";
-    sidecar["content"] = "centred spectrum, complex, little-endian float32; carrier at point n/2";
-    sidecar["points"] = n;
-    sidecar["dwell_time_s"] = *fid.dwell_time;
-    sidecar["hz_per_point"] = hz_per_point;
-    if (fid.mhz) sidecar["spectrometer_mhz"] = *fid.mhz;
-    if (fid.ppm_at_carrier) sidecar["ppm_at_carrier"] = *fid.ppm_at_carrier;
-    sidecar["ppm_rises_with_points"] = fid.ppm_rises_with_points != options.conjugate;
-    if (fid.nucleus) sidecar["nucleus"] = *fid.nucleus;
-    if (fid.begin_time) {
-        sidecar["begin_time_s"] = *fid.begin_time;
-        sidecar["phi_1_degrees"] = delay_phase(*fid.begin_time, *fid.dwell_time);
-    }
-    sidecar["noise_window"] = {{"first", noise.first},
-                               {"stop", noise.stop},
-                               {"sd_real", noise.sd_re},
-                               {"sd_imaginary", noise.sd_im},
-                               {"chosen_by", known_noise ? "metadata" : "quietest stretch"}};
-    if (fit_points) sidecar["fit_interval_points"] = {fit_points->first, fit_points->second};
-    sidecar["source"] = {{"file", std::filesystem::path(fid.file).filename().string()},
-                         {"index", options.index.value_or(0)},
-                         {"spectra", fid.spectra},
-                         {"points", fid.points},
-                         {"conjugated", options.conjugate}};
-    if (!fid.json.empty())
-        sidecar["source"]["metadata"] = std::filesystem::path(fid.json).filename().string();
-
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error)
-        throw tool_error(tools::bad_output,
-                         own.folder + ": folder cannot be made (" + error.message() + ")");
-    std::vector<std::string> inputs = {fid.file};
-    if (!fid.json.empty()) inputs.push_back(fid.json);
-    tools::write_files(
-        {{signal_name, tools::signal_bytes(spectrum)}, {sidecar_name, sidecar.dump(2) + "\n"}},
-        inputs, options.force);
-
-    if (n > fid.points)
-        std::cerr
-            << "varokel-import: filled with zeros from " << fid.points << " to " << n
-            << " points: noise of neighbouring points is no longer independent, and the error "
-               "bounds of a fit come out too small\n";
-    if (!known_noise)
-        std::cerr << "varokel-import: no noise-only points known, took the quietest stretch; look "
-                     "at it before you trust the error bounds\n";
-    std::cout << signal_name << '\n' << sidecar_name << '\n';
-    // as the keywords of a control file have them
-    std::cout << "n_pnts " << n << "\nHz_p_p " << shortest(hz_per_point) << "\nnoistr "
-              << noise.first << "\nnoistp " << noise.stop << '\n';
-    if (fid.begin_time)
-        std::cout << "phi__1 " << shortest(delay_phase(*fid.begin_time, *fid.dwell_time)) << '\n';
-    return tools::all_right;
-}
-
-static int import_pattern(const tools::import_options &options, const std::string &output) {
-    static constexpr std::size_t most_pattern_points = 4096;
-    const tools::fid_description fid = tools::describe_fid(options);
-    const complex_signal signal = tools::chosen_fid(fid, options);
-    if (signal.size() > most_pattern_points)
-        throw tool_error(tools::bad_input, fid.file + ": " + std::to_string(signal.size()) +
-                                               " points, but a pattern holds up to 4096; --resize "
-                                               "4096 cuts");
-    tools::write_files({{output, tools::signal_bytes(tools::binary_pattern(signal))}}, {fid.file},
-                       options.force);
-    std::cout << output << '\n';
-    return tools::all_right;
-}
-
-static void add_input_options(CLI::App &app, tools::import_options &options) {
-    app.add_option("INPUT", options.input,
-                   "FID: complex points as little-endian float32, real and imaginary in turn");
+static void add_input_options(CLI::App &app, tools::input_options &options) {
+    app.add_option(
+        "INPUT", options.input,
+        "NIfTI-MRS (.nii, .nii.gz), LCModel .RAW or .H2O, jMRUI .txt, .SPAR/.SDAT, .rda, "
+        "two columns of text, or complex points as little-endian float32");
+    app.add_option("--format", options.format,
+                   "nifti, raw, jmrui, sdat, rda, text or float32 (default: by the name's ending)")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
     app.add_option("--json", options.json,
-                   "what is known about INPUT (default: the .json beside it, if any)")
+                   "what is known about INPUT (default for text and float32: the .json beside it, "
+                   "if any)")
         ->type_name("FILE");
     app.add_option("--points", options.points,
-                   "points of one FID in INPUT (default: item n_points, else all)")
+                   "points of one FID, where INPUT does not say (default: item n_points, else all)")
         ->type_name("N")
         ->check(CLI::PositiveNumber);
-    app.add_option("--index", options.index, "which FID of several, counted from 0")
-        ->type_name("K")
-        ->check(CLI::NonNegativeNumber);
+    app.add_option("--index", options.choice.index,
+                   "which FID of several, counted from 0: I, DIM=I such as DIM_COIL=0, or all, "
+                   "DIM=all; may be repeated")
+        ->type_name("[DIM=]I")
+        ->allow_extra_args(false);
+    app.add_option("--average", options.choice.average,
+                   "take the mean over this dimension, such as DIM_DYN; may be repeated")
+        ->type_name("DIM")
+        ->allow_extra_args(false);
+    app.add_option("--voxel", options.choice.voxel,
+                   "one voxel of a grid, counted from 0 (default: all that are not zero)")
+        ->type_name("X,Y,Z");
     app.add_option("--resize", options.resize,
-                   "cut the FID to N points, or fill it with zeros; a power of two")
-        ->type_name("N")
-        ->check(CLI::PositiveNumber);
+                   "cut the FID to N points, or fill it with zeros; a power of two, or cut or fill "
+                   "for the next one")
+        ->type_name("N");
+    app.add_option("--phase", options.phase,
+                   "turn the FID by this phase; auto makes its first point real")
+        ->type_name("DEG");
     app.add_flag("--conjugate", options.conjugate, "reverse the sense of frequency");
     app.add_flag("--force", options.force, "replace existing output files");
 }
 
 int main(int argc, char **argv) {
-    tools::import_options options, pattern_options;
-    spectrum_options own;
+    tools::input_options options, pattern_options;
+    tools::spectrum_options own;
     std::string pattern_output;
+    tools::basis_options basis_set;
 
-    CLI::App app("Turns a measured FID into the centred spectrum that varokel fits, with a JSON "
-                 "sidecar beside it.\nThe names of the written files and the control file's "
+    CLI::App app("Turns measured FIDs into the centred spectra that varokel fits, with a JSON "
+                 "sidecar beside each.\nThe names of the written files and the control file's "
                  "keywords for them are printed.",
                  "varokel-import");
     add_input_options(app, options);
-    app.add_option("-o,--output", own.folder, "folder for the spectrum and its sidecar")
+    app.add_option("-o,--output", own.folder, "folder for the spectra and their sidecars")
         ->type_name("FOLDER");
     app.add_option("--dwell", own.dwell_time, "dwell time [s]")
         ->type_name("S")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--bandwidth", own.bandwidth, "spectral width [Hz], one over the dwell time")
+        ->type_name("HZ")
         ->check(CLI::PositiveNumber);
     app.add_option("--frequency", own.mhz, "spectrometer frequency [MHz]")
         ->type_name("MHZ")
@@ -200,13 +76,25 @@ int main(int argc, char **argv) {
     app.add_option("--ppm-at-carrier", own.ppm_at_carrier, "chemical shift of the carrier")
         ->type_name("PPM");
     app.add_option("--axis", own.axis,
-                   "ppm along the points of INPUT's spectrum, before --conjugate: rising (default) "
-                   "or falling")
+                   "ppm along the points of INPUT's spectrum, before --conjugate: rising (default "
+                   "for float32) or falling (for all others)")
         ->type_name("SENSE")
         ->check(CLI::IsMember({"rising", "falling"}));
     app.add_option("--begin-time", own.begin_time, "time of the first point [s]")->type_name("S");
     app.add_option("--nucleus", own.nucleus, "such as 31P")->type_name("NAME");
-    tools::common_options(app, "  varokel-import brain.fid.f32 -o run --dwell 0.0001\n"
+    app.add_option("--noise", own.noise, "points of the spectrum that hold noise only")
+        ->type_name("FIRST:LAST");
+    app.add_option("--reference", own.reference,
+                   "FID of a strong single line (water) of the same voxel: written as .ref, the "
+                   "measured lineshape of fit mode 2")
+        ->type_name("FILE");
+    app.add_flag("--eddy", own.eddy, "correct eddy currents with the phase of the reference");
+    app.add_option("--memory", own.memory,
+                   "storage for FIDs; a larger grid is read in several passes (default 128)")
+        ->type_name("MIB")
+        ->check(CLI::Range(1LL, 1LL << 20));
+    tools::common_options(app, "  varokel-import brain.nii.gz -o run\n"
+                               "  varokel-import brain.fid.f32 -o run --dwell 0.0001\n"
                                "  varokel-import pattern naa.fid.f32 -o run/naa.bin");
 
     CLI::App *const pattern = app.add_subcommand(
@@ -215,17 +103,57 @@ int main(int argc, char **argv) {
     pattern->add_option("-o,--output", pattern_output, "pattern file")->type_name("FILE.bin");
     pattern->footer("\nExample:\n  varokel-import pattern naa.fid.f32 -o run/naa.bin");
 
+    CLI::App *const basis = app.add_subcommand(
+        "basis", "Turns an LCModel basis set into binary patterns of varokel that match the data.");
+    basis->add_option("INPUT", basis_set.input, "basis set, .BASIS");
+    basis->add_option("-o,--output", basis_set.folder, "folder for the patterns")
+        ->type_name("FOLDER");
+    basis
+        ->add_option("--like", basis_set.like,
+                     "sidecar of the imported spectrum: points, dwell time, frequency, axis")
+        ->type_name("FILE.json");
+    basis->add_option("--points", basis_set.points, "points of the data")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber);
+    basis->add_option("--dwell", basis_set.dwell_time, "dwell time of the data [s]")
+        ->type_name("S")
+        ->check(CLI::PositiveNumber);
+    basis->add_option("--bandwidth", basis_set.bandwidth, "spectral width of the data [Hz]")
+        ->type_name("HZ")
+        ->check(CLI::PositiveNumber);
+    basis->add_option("--frequency", basis_set.mhz, "spectrometer frequency of the data [MHz]")
+        ->type_name("MHZ")
+        ->check(CLI::PositiveNumber);
+    basis->add_option("--ppm-at-carrier", basis_set.ppm_at_carrier, "chemical shift of the carrier")
+        ->type_name("PPM");
+    basis->add_option("--only", basis_set.only, "this metabolite; may be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    basis->add_flag("--rescale", basis_set.rescale,
+                    "take a basis of a field that differs by up to 5 %");
+    basis->add_flag("--force", basis_set.force, "replace existing output files");
+    basis->footer("\nExample:\n  varokel-import basis press30.BASIS -o run --like run/brain.json");
+
     return tools::run_tool("varokel-import", [&] {
         if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
             return *status;
-        const bool makes_pattern = pattern->parsed();
-        const tools::import_options &chosen = makes_pattern ? pattern_options : options;
-        const std::string &output = makes_pattern ? pattern_output : own.folder;
-        if (chosen.input.empty())
+        const std::string &input = pattern->parsed() ? pattern_options.input
+                                   : basis->parsed() ? basis_set.input
+                                                     : options.input;
+        const std::string &output = pattern->parsed() ? pattern_output
+                                    : basis->parsed() ? basis_set.folder
+                                                      : own.folder;
+        if (input.empty())
             throw tool_error(tools::wrong_usage, "no INPUT given; try varokel-import --help");
         if (output.empty())
             throw tool_error(tools::wrong_usage, std::string("no output given; expected -o ") +
-                                                     (makes_pattern ? "FILE.bin" : "FOLDER"));
-        return makes_pattern ? import_pattern(chosen, output) : import_spectrum(chosen, own);
+                                                     (pattern->parsed() ? "FILE.bin" : "FOLDER"));
+        if (pattern->parsed())
+            tools::import_pattern(pattern_options, output);
+        else if (basis->parsed())
+            tools::import_basis(basis_set);
+        else
+            tools::import_spectra(options, own);
+        return static_cast<int>(tools::all_right);
     });
 }

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_plot.cpp -- picture of a run: its .org, .fit, .res and .nln0 signals
-#include "varokel-plot/draw_spectra.h"
-
 #include "common/command_line.h"
+#include "common/draw_spectra.h"
 #include "common/metadata.h"
 #include "common/output_file.h"
 #include "common/signal_file.h"
+#include "common/spectrum_view.h"
 #include "common/tool_error.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <iostream>
 
@@ -29,29 +28,6 @@ static bool exists(const std::string &file) {
     return std::filesystem::exists(file, error);
 }
 
-// The name of an output signal: RUN.fit, or RUN.fit.sdf where the data had a header file.
-static std::string signal_of_run(const std::string &run, const char *ending) {
-    std::string plain = run + ending, with_header = plain + ".sdf";
-    if (exists(plain)) return plain;
-    if (exists(with_header)) return with_header;
-    throw tool_error(tools::bad_input, plain + ": no such file; expected the signals of a fit, " +
-                                           run + ".org, .fit and .res, in one folder");
-}
-
-// Real part after a phase of phi_0 + phi_1 i/n at point i is taken off.
-static std::vector<double> real_part(const complex_signal &x, std::size_t first, std::size_t n,
-                                     const plot_options &options) {
-    std::vector<double> re(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        const double degrees =
-            options.phase + options.phi_1 * static_cast<double>(i) / static_cast<double>(n);
-        const double angle = degrees * M_PI / 180.0;
-        const std::complex<double> &point = x[first + i];
-        re[i] = point.real() * std::cos(angle) + point.imag() * std::sin(angle);
-    }
-    return re;
-}
-
 static tools::spectrum_axis axis_items(const plot_options &options) {
     tools::spectrum_axis axis;
     std::string sidecar = options.sidecar;
@@ -64,43 +40,19 @@ static tools::spectrum_axis axis_items(const plot_options &options) {
     return axis;
 }
 
-static tools::plot_axis plot_axis_of(const plot_options &options, long long n) {
-    const tools::spectrum_axis items = axis_items(options);
-    const bool has_ppm = items.hz_per_point && items.mhz && items.ppm_at_carrier;
-    std::string kind = options.axis;
-    if (kind.empty()) kind = has_ppm ? "ppm" : items.hz_per_point ? "hz" : "points";
-    if (kind == "ppm" && !has_ppm)
-        throw tool_error(tools::bad_input,
-                         "a ppm axis needs hz_per_point, spectrometer_mhz and ppm_at_carrier; give "
-                         "them with --hz-per-point, --mhz and --ppm-at-carrier or in a sidecar");
-    if (kind == "hz" && !items.hz_per_point)
-        throw tool_error(tools::bad_input, "an axis in Hz needs hz_per_point; give it with "
-                                           "--hz-per-point or in a sidecar");
-    if (kind == "points") return {"point", 0.0, 1.0, false};
-    const long long carrier_point = n / 2;
-    const double carrier = static_cast<double>(carrier_point);
-    if (kind == "hz")
-        return {"frequency from the carrier (Hz)", -carrier * *items.hz_per_point,
-                *items.hz_per_point, false};
-    const double step =
-        *items.hz_per_point / *items.mhz * (items.ppm_rises_with_points ? 1.0 : -1.0);
-    const std::string nucleus = items.nucleus.empty() ? "" : items.nucleus + " ";
-    return {nucleus + "chemical shift (ppm)", *items.ppm_at_carrier - carrier * step, step, true};
-}
-
 static int plot_run(plot_options options) {
     if (options.run.size() > 4 && options.run.ends_with(".bin") && !exists(options.run + ".org"))
         options.run.resize(options.run.size() - 4); // as the fit names its outputs
-    const std::vector<std::string> names = {signal_of_run(options.run, ".org"),
-                                            signal_of_run(options.run, ".fit"),
-                                            signal_of_run(options.run, ".res")};
+    const std::vector<std::string> names = {tools::signal_of_run(options.run, ".org"),
+                                            tools::signal_of_run(options.run, ".fit"),
+                                            tools::signal_of_run(options.run, ".res")};
     const long long n = tools::count_points(names[0]);
     if (n < 2) throw tool_error(tools::bad_input, names[0] + ": one point; expected a spectrum");
     const auto length = static_cast<std::size_t>(n);
 
     tools::spectra_plot plot;
     plot.title = options.title;
-    plot.axis = plot_axis_of(options, n);
+    plot.axis = tools::plot_axis_of(axis_items(options), options.axis, n);
     std::vector<double> *const curves[] = {&plot.data, &plot.fit, &plot.residual};
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (tools::count_points(names[i]) != n)
@@ -108,10 +60,11 @@ static int plot_run(plot_options options) {
                                                    std::to_string(tools::count_points(names[i])) +
                                                    " points, but " + names[0] + " has " +
                                                    std::to_string(n) + "; are they of one run?");
-        *curves[i] = real_part(tools::read_points(names[i], 0, n), 0, length, options);
+        *curves[i] = tools::real_part(tools::read_points(names[i], 0, n), 0, length, options.phase,
+                                      options.phi_1);
     }
     if (options.components) {
-        const std::string file = signal_of_run(options.run, ".nln0");
+        const std::string file = tools::signal_of_run(options.run, ".nln0");
         const long long points = tools::count_points(file);
         if (points % n != 0)
             throw tool_error(tools::bad_input, file + ": " + std::to_string(points) +
@@ -119,7 +72,8 @@ static int plot_run(plot_options options) {
                                                    std::to_string(n));
         const complex_signal all = tools::read_points(file, 0, points);
         for (std::size_t first = 0; first < all.size(); first += length)
-            plot.components.push_back(real_part(all, first, length, options));
+            plot.components.push_back(
+                tools::real_part(all, first, length, options.phase, options.phi_1));
     }
 
     plot.last = n - 1;

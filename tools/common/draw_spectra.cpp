@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "varokel-plot/draw_spectra.h"
+#include "common/draw_spectra.h"
+
+#include "common/markup.h"
 
 #include <algorithm>
 #include <cmath>
@@ -44,23 +46,6 @@ std::string number(double value, const char *format = "%.1f") {
     std::string out(text);
     if (out == "-0.0") out = "0.0";
     if (out.ends_with(".0")) out.resize(out.size() - 2);
-    return out;
-}
-
-std::string escaped(const std::string &text) {
-    std::string out;
-    for (const char c : text) {
-        if (c == '&')
-            out += "&amp;";
-        else if (c == '<')
-            out += "&lt;";
-        else if (c == '>')
-            out += "&gt;";
-        else if (c == '"')
-            out += "&quot;";
-        else if (static_cast<unsigned char>(c) >= ' ')
-            out += c; // controls are no XML
-    }
     return out;
 }
 
@@ -160,7 +145,7 @@ class picture {
 
 void picture::text(double x, double y, const std::string &content, const std::string &attributes) {
     svg_ += "<text x=\"" + number(x) + "\" y=\"" + number(y) + "\" " + attributes + ">" +
-            escaped(content) + "</text>\n";
+            escaped_markup(content) + "</text>\n";
 }
 
 void picture::line(double x1, double y1, double x2, double y2, const char *colour,
@@ -306,7 +291,8 @@ std::string picture::draw() {
     svg_ = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"800\" height=\"" + number(height) +
            "\" viewBox=\"0 0 800 " + number(height) +
            "\" role=\"img\" font-family=\"Helvetica, Arial, 'Liberation Sans', sans-serif\">\n";
-    svg_ += "<title>" + escaped(plot_.title.empty() ? "data, fit and residual" : plot_.title) +
+    svg_ += "<title>" +
+            escaped_markup(plot_.title.empty() ? "data, fit and residual" : plot_.title) +
             "</title>\n";
     svg_ += "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
     shade(axis_y - top - 8.0);
