@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: BSD-3-Clause
+"""Names of array types, and of the five columns that every table of parameters has."""
+
+from __future__ import annotations
+
+from enum import IntEnum
+from typing import TypeAlias
+
+import numpy as np
+import numpy.typing as npt
+
+ComplexArray: TypeAlias = npt.NDArray[np.complex128]
+FloatArray: TypeAlias = npt.NDArray[np.float64]
+IntArray: TypeAlias = npt.NDArray[np.int64]
+BoolArray: TypeAlias = npt.NDArray[np.bool_]
+
+
+class Quantity(IntEnum):
+    """Column of a parameter in tables of shape (entries, 5)."""
+
+    AREA = 0
+    FREQUENCY = 1
+    GAUSS_WIDTH = 2
+    PHASE = 3
+    LORENTZ_WIDTH = 4
+
+
+class EntryType(IntEnum):
+    """What an entry of the model is."""
+
+    GAUSS = 1
+    LORENTZ = 2
+    VOIGT = 3
+    PATTERN = 4

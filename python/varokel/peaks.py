@@ -1,0 +1,95 @@
+# SPDX-License-Identifier: BSD-3-Clause
+"""Start values from a table of peaks, by the program varokel-start."""
+
+from __future__ import annotations
+
+import tempfile
+import warnings
+from collections.abc import Mapping, Sequence
+from dataclasses import dataclass
+from os import PathLike
+from pathlib import Path
+
+import numpy.typing as npt
+
+from .errors import ProgramFailed, VarokelWarning
+from .patterns import PatternContent, place_pattern
+from .programs import RunningPrograms, find_program
+from .sidecar import Sidecar
+from .signals import signal_bytes
+from .start_file import StartFile, read_start_file
+from .tables import read_names
+
+
+@dataclass(frozen=True)
+class PeakTable:
+    """A table of peaks for varokel-start.
+
+    text     of the table
+    folder   where the pattern files stand that it names; None when there are none, or they are
+             given as FitOptions.patterns
+    options  of varokel-start, such as ["--strategy", "quick"]
+    """
+
+    text: str
+    folder: str | PathLike[str] | None = None
+    options: Sequence[str] = ()
+
+    @classmethod
+    def read(cls, file: str | PathLike[str], options: Sequence[str] = ()) -> PeakTable:
+        """A table from a file; patterns are looked for beside it. Raises OSError."""
+        path = Path(file)
+        return cls(path.read_text(encoding="utf-8"), path.absolute().parent, tuple(options))
+
+    def pattern_files(self) -> dict[str, PatternContent]:
+        """The files in `folder` that words of the table name (".bin", ".pat"), by these words."""
+        if self.folder is None:
+            return {}
+        place = Path(self.folder).absolute()
+        words = {word for word in self.text.split() if ".bin" in word or ".pat" in word}
+        return {word: place / word for word in sorted(words) if (place / word).is_file()}
+
+
+@dataclass(frozen=True)
+class StartValues:
+    """What varokel-start made of a table: a start file and the names of its entries."""
+
+    start: StartFile
+    names: tuple[str, ...]
+
+
+def start_from_peaks(
+    table: PeakTable,
+    spectrum: npt.ArrayLike,
+    sidecar: Sidecar,
+    *,
+    patterns: Mapping[str, PatternContent] | None = None,
+    programs: str | PathLike[str] | None = None,
+) -> StartValues:
+    """Start values for a spectrum of shape (n,), from a table of peaks.
+
+    patterns  contents of pattern files, as for FitOptions; they win over the table's folder
+
+    Each line that the program warns with becomes a VarokelWarning. Raises ProgramFailed with the
+    program's message, which names line and column of the table; ProgramMissing.
+    """
+    program = find_program("varokel-start", programs)
+    with tempfile.TemporaryDirectory(prefix="varokel_start_") as private:
+        folder = Path(private)
+        (folder / "spectrum.bin").write_bytes(signal_bytes(spectrum))
+        (folder / "spectrum.json").write_text(sidecar.to_json("spectrum.bin"), encoding="utf-8")
+        (folder / "peaks.txt").write_text(table.text, encoding="utf-8")
+        for name, content in {**table.pattern_files(), **(patterns or {})}.items():
+            place_pattern(folder, name, content, sidecar.points)
+        command: list[str | PathLike[str]] = [program, "peaks.txt", *table.options]
+        command += ["-d", "spectrum.bin", "-o", "start.par"]
+        finished = RunningPrograms().run(command, folder)
+        if finished.status != 0:
+            raise ProgramFailed(
+                "varokel-start", finished.status, finished.errors or finished.output
+            )
+        for line in finished.errors.splitlines():
+            warnings.warn(line.removeprefix("varokel-start: "), VarokelWarning, stacklevel=2)
+        start = read_start_file(folder / "start.par")
+        names_file = folder / "names.txt"
+        return StartValues(start, read_names(names_file) if names_file.exists() else ())

@@ -1,0 +1,259 @@
+# SPDX-License-Identifier: BSD-3-Clause
+"""Everything that the files of one fitted spectrum say, in one object."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass, field
+from os import PathLike
+from pathlib import Path
+
+import numpy as np
+
+from .arrays import ComplexArray, EntryType, FloatArray, IntArray, Quantity
+from .errors import FitFailed, FileFormatError
+from .exl import FitSummary, read_exl
+from .fitres import is_whole_fitres
+from .reasons import reason_of_log
+from .sidecar import Sidecar, read_sidecar
+from .signals import read_components, read_signal
+from .start_file import GAUSS_FWHM_PER_WIDTH, StartFile, read_start_file
+from .tables import read_names, read_parameter_matrix
+
+COMPLETE_SET = (".mat", ".err", ".exl", ".fitres")
+"""Endings of the tables that a fit which came to its end leaves."""
+
+
+@dataclass(frozen=True)
+class FitSignals:
+    """Signals of a fit, all centred spectra of shape (points,) but for the last two.
+
+    data        as fitted: ignored leading points taken out
+    model       the fit
+    residual    data minus model
+    full_model  the model with its leading points
+    corrected   data, shifted and phased by the line that was followed; None if not written
+    components  shape (entries, points): a curve for each entry; they add up to full_model
+    lineshape   fitted lineshape of fit mode 3, a decay; else None
+    """
+
+    data: ComplexArray
+    model: ComplexArray
+    residual: ComplexArray
+    full_model: ComplexArray
+    corrected: ComplexArray | None
+    components: ComplexArray
+    lineshape: ComplexArray | None = None
+
+
+@dataclass(frozen=True)
+class Fit:
+    """A fitted spectrum.
+
+    name      of the spectrum
+    names     of the entries, as given; "line 1", "pattern 17" where none were
+    values    shape (entries, 5), columns as in Quantity, units as in start_file.Entry
+    errors    same shape, TWO standard deviations (Cramer-Rao bounds); 0 where a parameter is
+              fixed or no errors were asked for, not-a-number where they could not be had
+    summary   quality, noise, chi-square, iterations
+    final     the start file that the run left (compact.par): settings, links, fitted values
+    signals   None when they were not asked for
+    sidecar   what is known about the spectrum beside its points; None if nothing
+    log       all that the program printed; empty when it was not kept
+    """
+
+    name: str
+    names: tuple[str, ...]
+    values: FloatArray
+    errors: FloatArray
+    summary: FitSummary
+    final: StartFile
+    signals: FitSignals | None = field(repr=False)
+    sidecar: Sidecar | None = field(repr=False, default=None)
+    log: str = field(repr=False, default="")
+
+    @property
+    def types(self) -> tuple[EntryType, ...]:
+        return self.final.types
+
+    @property
+    def links(self) -> IntArray:
+        """Shape (entries, 5): 0 free, own number fixed, another entry's number tied to it."""
+        return self.final.links
+
+    @property
+    def areas(self) -> FloatArray:
+        """Amplitudes of the decays at time 0, of patterns their factors; shape (entries,)."""
+        return self.values[:, Quantity.AREA]
+
+    @property
+    def area_sd(self) -> FloatArray:
+        """ONE standard deviation of the areas (half of the program's error), shape (entries,)."""
+        sd: FloatArray = 0.5 * self.errors[:, Quantity.AREA]
+        return sd
+
+    @property
+    def frequencies_hz(self) -> FloatArray:
+        """[Hz from the left edge]; of patterns the shift [Hz]; shape (entries,)."""
+        return self.values[:, Quantity.FREQUENCY]
+
+    @property
+    def frequency_sd_hz(self) -> FloatArray:
+        """ONE standard deviation of the frequencies [Hz], shape (entries,)."""
+        sd: FloatArray = 0.5 * self.errors[:, Quantity.FREQUENCY]
+        return sd
+
+    @property
+    def ppm(self) -> FloatArray:
+        """Chemical shifts [ppm], shape (entries,); of patterns not-a-number.
+
+        Raises ValueError when the spectrum's axis is not known.
+        """
+        if self.sidecar is None:
+            raise ValueError("chemical shifts need a sidecar with frequency and reference")
+        is_line = np.array([t != EntryType.PATTERN for t in self.types])
+        return np.where(is_line, self.sidecar.ppm_of_hz(self.frequencies_hz), np.nan)
+
+    @property
+    def gauss_widths_hz(self) -> FloatArray:
+        """Gaussian full widths at half height [Hz], shape (entries,), patterns included."""
+        return self._widths_hz(Quantity.GAUSS_WIDTH)
+
+    @property
+    def lorentz_widths_hz(self) -> FloatArray:
+        """Lorentzian full widths at half height [Hz], shape (entries,), for every type."""
+        return self._widths_hz(Quantity.LORENTZ_WIDTH)
+
+    @property
+    def phases_degrees(self) -> FloatArray:
+        """Zero-order phases [degrees], shape (entries,)."""
+        return self.values[:, Quantity.PHASE]
+
+    @property
+    def hz_axis(self) -> FloatArray:
+        """Frequency of each point [Hz from the left edge], shape (points,)."""
+        return np.arange(self.final.points, dtype=np.float64) * self.final.hz_per_point
+
+    def entry(self, name: str) -> int:
+        """Row of the entry of this name. Raises KeyError."""
+        try:
+            return self.names.index(name)
+        except ValueError:
+            raise KeyError(f'no entry "{name}"; there are {", ".join(self.names)}') from None
+
+    def _widths_hz(self, quantity: Quantity) -> FloatArray:
+        units = [_hz_per_unit(quantity, t, self.final.hz_per_point) for t in self.types]
+        widths: FloatArray = self.values[:, quantity] * np.array(units)
+        return widths
+
+
+def _hz_per_unit(quantity: Quantity, entry_type: EntryType, hz_per_point: float) -> float:
+    if entry_type == EntryType.PATTERN:
+        return hz_per_point * (GAUSS_FWHM_PER_WIDTH if quantity == Quantity.GAUSS_WIDTH else 1.0)
+    if entry_type == EntryType.LORENTZ and quantity == Quantity.LORENTZ_WIDTH:
+        return hz_per_point
+    return 1.0
+
+
+def read_fit(
+    folder: str | PathLike[str],
+    name: str | None = None,
+    *,
+    start_folder: str | PathLike[str] | None = None,
+    with_signals: bool = True,
+    log: str | None = None,
+) -> Fit:
+    """Reads what a run left in a folder.
+
+    name          of the data file without ".bin"; may be left out when there is one .exl only
+    start_folder  where the run was started and left compact.par (by default `folder`)
+    with_signals  also read the signals
+    log           what the program printed (by default NAME.log or run.log, if there is one)
+
+    NAME.json is taken as sidecar and names.txt for the names of the entries, where they are.
+    Raises FitFailed when the set of results is not whole, with the reason that the log gives;
+    FileFormatError for a file that holds something else.
+    """
+    place = Path(folder)
+    if name is None:
+        found = sorted(path.stem for path in place.glob("*.exl"))
+        if len(found) != 1:
+            raise ValueError(f"{place} holds {len(found)} .exl files; say which by name=")
+        name = found[0]
+    printed = _log_of(place, name) if log is None else log
+    final_file = Path(start_folder if start_folder is not None else place) / "compact.par"
+    _refuse_incomplete(place, name, final_file, printed)
+    final = read_start_file(final_file)
+    values = read_parameter_matrix(place / f"{name}.mat")
+    errors = read_parameter_matrix(place / f"{name}.err")
+    exl = read_exl(place / f"{name}.exl")
+    entries = len(final.entries)
+    for ending, found_rows in (
+        (".mat", len(values)),
+        (".err", len(errors)),
+        (".exl", len(exl.types)),
+    ):
+        if found_rows != entries:
+            raise FileFormatError(
+                place / f"{name}{ending}",
+                0,
+                f"{found_rows} rows; compact.par has {entries} entries",
+            )
+    sidecar_file, names_file = place / f"{name}.json", place / "names.txt"
+    return Fit(
+        name=name,
+        names=entry_names(final, read_names(names_file) if names_file.exists() else ()),
+        values=values,
+        errors=errors,
+        summary=exl.summary,
+        final=final,
+        signals=_read_signals(place, name, final.points) if with_signals else None,
+        sidecar=read_sidecar(sidecar_file) if sidecar_file.exists() else None,
+        log=printed,
+    )
+
+
+def entry_names(start: StartFile, names: tuple[str, ...]) -> tuple[str, ...]:
+    """Names of the entries; made from their numbers when none are given. Raises ValueError."""
+    if not names:
+        return tuple(
+            f"{'pattern' if entry.type == EntryType.PATTERN else 'line'} {number}"
+            for number, entry in enumerate(start.entries, start=1)
+        )
+    if len(names) != len(start.entries):
+        raise ValueError(f"{len(names)} names for {len(start.entries)} entries")
+    return names
+
+
+def _log_of(place: Path, name: str) -> str:
+    for candidate in (place / f"{name}.log", place / "run.log"):
+        if candidate.exists():
+            return candidate.read_text(encoding="utf-8", errors="replace")
+    return ""
+
+
+def _refuse_incomplete(place: Path, name: str, final_file: Path, log: str) -> None:
+    missing = [
+        place / f"{name}{end}" for end in COMPLETE_SET if not (place / f"{name}{end}").exists()
+    ]
+    if not final_file.exists():
+        missing.append(final_file)
+    if missing:
+        raise FitFailed(name, reason_of_log(log) or f"there is no {missing[0].name}", log)
+    if not is_whole_fitres(place / f"{name}.fitres"):
+        raise FitFailed(name, reason_of_log(log) or f"{name}.fitres is cut short", log)
+
+
+def _read_signals(place: Path, name: str, points: int) -> FitSignals:
+    def read(ending: str) -> ComplexArray:
+        return read_signal(place / f"{name}{ending}", points)
+
+    corrected, lineshape = place / f"{name}.cor", place / "lsf.bin"
+    return FitSignals(
+        data=read(".org"),
+        model=read(".fit"),
+        residual=read(".res"),
+        full_model=read(".fit0"),
+        corrected=read_signal(corrected, points) if corrected.exists() else None,
+        components=read_components(place / f"{name}.nln0", points),
+        lineshape=read_signal(lineshape, points) if lineshape.exists() else None,
+    )

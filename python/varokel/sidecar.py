@@ -1,0 +1,162 @@
+# SPDX-License-Identifier: BSD-3-Clause
+"""What is known about a spectrum beside its points: the JSON that varokel-import writes."""
+
+from __future__ import annotations
+
+import json
+from dataclasses import dataclass, field
+from os import PathLike
+
+import numpy as np
+
+from .arrays import FloatArray
+from .errors import FileFormatError
+from .json_files import JsonObject, JsonValue, read_json_object
+
+
+@dataclass(frozen=True)
+class Sidecar:
+    """Facts about a spectrum; None where one is not known.
+
+    points              complex points n
+    hz_per_point        [Hz]
+    spectrometer_mhz    [MHz]
+    ppm_at_carrier      [ppm], the carrier is point n/2
+    ppm_rises_with_points
+    nucleus             such as "31P"; may be empty
+    phi_1_degrees       first-order phase of the acquisition delay over the whole band [degrees]
+    noise_window        first point and the one behind the last of those that hold noise only
+    fit_interval        first and last point of those that hold lines
+    items               all that the file holds, these included
+    """
+
+    points: int
+    hz_per_point: float
+    spectrometer_mhz: float | None = None
+    ppm_at_carrier: float | None = None
+    ppm_rises_with_points: bool = True
+    nucleus: str = ""
+    phi_1_degrees: float = 0.0
+    noise_window: tuple[int, int] | None = None
+    fit_interval: tuple[int, int] | None = None
+    items: JsonObject = field(default_factory=dict, compare=False, repr=False)
+
+    @property
+    def hz_axis(self) -> FloatArray:
+        """Frequency of each point [Hz], 0 at the left edge; shape (points,)."""
+        return np.arange(self.points, dtype=np.float64) * self.hz_per_point
+
+    @property
+    def ppm_axis(self) -> FloatArray:
+        """Chemical shift of each point [ppm], shape (points,). Raises ValueError if not known."""
+        return self.ppm_of_hz(self.hz_axis)
+
+    @property
+    def knows_ppm(self) -> bool:
+        return self.spectrometer_mhz is not None and self.ppm_at_carrier is not None
+
+    def ppm_of_hz(self, hz: FloatArray) -> FloatArray:
+        """Chemical shifts [ppm] of frequencies [Hz from the left edge], same shape."""
+        if self.spectrometer_mhz is None or self.ppm_at_carrier is None:
+            raise ValueError("the spectrometer frequency or the ppm at the carrier is not known")
+        from_carrier = hz - self.hz_per_point * (self.points // 2)
+        return self.ppm_at_carrier + self._sense * from_carrier / self.spectrometer_mhz
+
+    def hz_of_ppm(self, ppm: float) -> float:
+        """Frequency [Hz from the left edge] of a chemical shift [ppm]."""
+        if self.spectrometer_mhz is None or self.ppm_at_carrier is None:
+            raise ValueError("the spectrometer frequency or the ppm at the carrier is not known")
+        offset = self._sense * (ppm - self.ppm_at_carrier) * self.spectrometer_mhz
+        return offset + self.hz_per_point * (self.points // 2)
+
+    @property
+    def _sense(self) -> float:
+        return 1.0 if self.ppm_rises_with_points else -1.0
+
+    def to_json(self, signal: str) -> str:
+        """Text of a sidecar for the signal file named `signal`."""
+        items: JsonObject = dict(self.items)
+        items.update(
+            signal=signal,
+            points=self.points,
+            hz_per_point=self.hz_per_point,
+            ppm_rises_with_points=self.ppm_rises_with_points,
+        )
+        if self.spectrometer_mhz is not None:
+            items["spectrometer_mhz"] = self.spectrometer_mhz
+        if self.ppm_at_carrier is not None:
+            items["ppm_at_carrier"] = self.ppm_at_carrier
+        if self.nucleus:
+            items["nucleus"] = self.nucleus
+        if self.phi_1_degrees != 0.0:
+            items["phi_1_degrees"] = self.phi_1_degrees
+        if self.noise_window is not None:
+            known = items.get("noise_window")
+            window: JsonObject = dict(known) if isinstance(known, dict) else {}
+            window["first"], window["stop"] = self.noise_window
+            items["noise_window"] = window
+        if self.fit_interval is not None:
+            items["fit_interval_points"] = list(self.fit_interval)
+        return json.dumps(items, indent=2, ensure_ascii=False) + "\n"
+
+
+def read_sidecar(file: str | PathLike[str]) -> Sidecar:
+    """Reads the JSON beside an imported spectrum. Raises FileFormatError; OSError."""
+    items = read_json_object(file)
+
+    def refuse(item: str, expected: str) -> FileFormatError:
+        return FileFormatError(file, 0, f'item "{item}": expected {expected}')
+
+    def number(item: str) -> float | None:
+        value = items.get(item)
+        if value is None:
+            return None
+        if isinstance(value, bool) or not isinstance(value, (int, float)):
+            raise refuse(item, "a number")
+        return float(value)
+
+    points = items.get("points")
+    if isinstance(points, bool) or not isinstance(points, int) or points < 1:
+        raise refuse("points", "a number of points above 0")
+    hz_per_point = number("hz_per_point")
+    if hz_per_point is None or not hz_per_point > 0.0:
+        raise refuse("hz_per_point", "a number above 0")
+    rises = items.get("ppm_rises_with_points", True)
+    if not isinstance(rises, bool):
+        raise refuse("ppm_rises_with_points", "true or false")
+    nucleus = items.get("nucleus", "")
+    if not isinstance(nucleus, str):
+        raise refuse("nucleus", "a text")
+
+    def pair(item: str, values: list[JsonValue]) -> tuple[int, int]:
+        if len(values) != 2:
+            raise refuse(item, "two point numbers")
+        first, second = values
+        for value in (first, second):
+            if isinstance(value, bool) or not isinstance(value, int):
+                raise refuse(item, "two point numbers")
+        assert isinstance(first, int) and isinstance(second, int)
+        return first, second
+
+    noise, interval = items.get("noise_window"), items.get("fit_interval_points")
+    noise_window = fit_interval = None
+    if isinstance(noise, dict):
+        noise_window = pair("noise_window", [noise.get("first"), noise.get("stop")])
+    elif noise is not None:
+        raise refuse("noise_window", "an object with first and stop")
+    if isinstance(interval, list):
+        fit_interval = pair("fit_interval_points", interval)
+    elif interval is not None:
+        raise refuse("fit_interval_points", "two point numbers")
+    return Sidecar(
+        points=points,
+        hz_per_point=hz_per_point,
+        spectrometer_mhz=number("spectrometer_mhz"),
+        ppm_at_carrier=number("ppm_at_carrier"),
+        ppm_rises_with_points=rises,
+        nucleus=nucleus,
+        phi_1_degrees=number("phi_1_degrees") or 0.0,
+        noise_window=noise_window,
+        fit_interval=fit_interval,
+        items=items,
+    )

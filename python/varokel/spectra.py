@@ -1,0 +1,111 @@
+# SPDX-License-Identifier: BSD-3-Clause
+"""Spectra with what is known about them, and their import from measured files."""
+
+from __future__ import annotations
+
+import tempfile
+import warnings
+from collections.abc import Iterator, Sequence
+from dataclasses import dataclass, field
+from os import PathLike
+from pathlib import Path
+
+from .arrays import ComplexArray
+from .errors import ProgramFailed, VarokelWarning
+from .programs import RunningPrograms, find_program
+from .sidecar import Sidecar, read_sidecar
+from .signals import read_signal
+
+
+@dataclass(frozen=True)
+class Spectrum:
+    """A spectrum as it is fitted.
+
+    name       without ending
+    points     complex, shape (n,), centred: 0 Hz at point 0, the carrier at point n/2
+    sidecar    what is known beside its points
+    reference  decay of a measured lineshape for fit mode 2, shape (n,); None without
+    """
+
+    name: str
+    points: ComplexArray = field(repr=False)
+    sidecar: Sidecar
+    reference: ComplexArray | None = field(default=None, repr=False)
+
+
+def import_file(
+    source: str | PathLike[str],
+    folder: str | PathLike[str] | None = None,
+    *,
+    options: Sequence[str] = (),
+    programs: str | PathLike[str] | None = None,
+) -> list[Spectrum]:
+    """Runs varokel-import on a measured file and returns its spectra in the order of the file.
+
+    source    NIfTI-MRS, LCModel .RAW, jMRUI text, SPAR/SDAT, RDA, text, or float32 points
+    folder    where the spectra and their sidecars stay; by default nowhere
+    options   of varokel-import, such as ["--dwell", "0.0001"] or ["--index", "all"]
+    programs  folder of the programs, see find_program
+
+    `source` is read only. Each line that the program warns with becomes a VarokelWarning. Raises
+    ProgramFailed with the program's message; ProgramMissing. All spectra are held at once; for a
+    large grid give a folder to `run_import` and go through `read_imported`.
+    """
+    with tempfile.TemporaryDirectory(prefix="varokel_import_") as private:
+        place = private if folder is None else folder
+        files = run_import(source, place, options=options, programs=programs)
+        return [read_spectrum(file) for file in files]
+
+
+def run_import(
+    source: str | PathLike[str],
+    folder: str | PathLike[str],
+    *,
+    options: Sequence[str] = (),
+    programs: str | PathLike[str] | None = None,
+) -> list[Path]:
+    """As import_file, but leaves spectra and sidecars in `folder`; returns their .bin files."""
+    program = find_program("varokel-import", programs)
+    command: list[str | PathLike[str]] = [program, Path(source).absolute(), *options]
+    command += ["-o", Path(folder).absolute()]
+    finished = RunningPrograms().run(command, Path.cwd())
+    if finished.status != 0:
+        raise ProgramFailed("varokel-import", finished.status, finished.errors or finished.output)
+    for line in finished.errors.splitlines():
+        warnings.warn(line.removeprefix("varokel-import: "), VarokelWarning, stacklevel=3)
+    # the signals that were written stand on lines of their own, between keywords of a control file
+    names = (Path(line) for line in finished.output.splitlines())
+    return [name for name in names if name.suffix == ".bin" and name.is_absolute()]
+
+
+def read_imported(folder: str | PathLike[str]) -> Iterator[Spectrum]:
+    """The spectra of a folder of varokel-import one by one, in the order of the source."""
+    files = [file for file in Path(folder).glob("*.bin") if file.with_suffix(".json").exists()]
+    for _, file in sorted((_place_in_source(file), file) for file in files):
+        yield read_spectrum(file)
+
+
+def read_spectrum(file: str | PathLike[str]) -> Spectrum:
+    """A spectrum (.bin), the sidecar (.json) and the reference (.bin.ref) beside it.
+
+    Raises FileFormatError; OSError, also for a spectrum without sidecar.
+    """
+    path = Path(file)
+    sidecar = read_sidecar(path.with_suffix(".json"))
+    reference = Path(f"{path}.ref")
+    return Spectrum(
+        name=path.stem,
+        points=read_signal(path, sidecar.points),
+        sidecar=sidecar,
+        reference=read_signal(reference, sidecar.points) if reference.exists() else None,
+    )
+
+
+def _place_in_source(file: Path) -> tuple[int, str]:
+    source = read_sidecar(file.with_suffix(".json")).items.get("source")
+    if isinstance(source, dict):
+        for item in ("spectrum", "index"):
+            number = source.get(item)
+            if isinstance(number, int):
+                return number, file.name
+    return 0, file.name
