@@ -25,6 +25,7 @@ for file in "$programs"/varokel-*; do
         true_that "$program(1) tells of $option" grep -qE -- "$option([^a-z0-9-]|\$)" "$page"
     done
 done
+true_that "companion programs are there" test -s help
 # the fitter's own
 for word in datapath datafnm strtvalfnm compact.par .ref; do holds "$tree/docs/man/varokel.1.scd" "$word"; done
 

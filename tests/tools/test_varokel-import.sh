@@ -141,6 +141,16 @@ holds err 'bad.f32: 2 points are not a finite number (nan or inf): point 5, 6'
 true_that 'no output of a bad input' test ! -e run/bad.bin
 status 3 "$import" pair.fid.f32 -o run --index 0 --points 5
 holds err '32 complex points are no whole number of spectra of 5 points'
+# x.fid.json is of the FID; x.json may be the sidecar of the spectrum that was made from it
+mkdir near
+cp pair.fid.f32 near/
+printf '{ "n_points": 16, "dwell_time_s": 0.25 }' >near/pair.fid.json
+printf '{ "n_points": 16, "dwell_time_s": 0.5 }' >near/pair.json
+status 0 "$import" near/pair.fid.f32 -o near_read --index 0
+holds near_read/pair_0.json '"dwell_time_s": 0.25'
+rm near/pair.fid.json
+status 0 "$import" near/pair.fid.f32 -o near_read --index 0 --force
+holds near_read/pair_0.json '"dwell_time_s": 0.5'
 printf '{ "n_points": 16, "n_spectra": 3, "dwell_time_s": 1 }' >wrong.json
 status 3 "$import" pair.fid.f32 -o run --index 0 --json wrong.json
 holds err 'n_spectra 3'

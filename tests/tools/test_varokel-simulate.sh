@@ -132,6 +132,73 @@ true_that 'nothing behind the fitted points' test "$(values behind.bin | sed -n 
 cmp -s -n 256 behind.bin small.bin
 true_that 'the fitted points as before' test $? -eq 0
 
+# FIDs: NIfTI-MRS and float32, read back, are the same spectra; the seed rises by 1 from one to the next
+import=$programs/varokel-import
+about=(--frequency 120.3 --nucleus 31P)
+for seed in 7 8 9 10; do
+    status 0 "$simulate" small.par -o seed_$seed.bin --noise 0.1 --seed $seed
+done
+same() { # single precision of FID and spectrum, values up to 3
+    status 0 "$programs/varokel-compare" "$1" "$2" --signal --rel 1e-6 --abs 1e-6
+}
+status 0 "$simulate" small.par -o one.nii --noise 0.1 --seed 7 "${about[@]}" --truth one.json
+holds out one.nii
+status 0 "$import" one.nii -o read --noise 1:3
+same read/one.bin seed_7.bin
+for item in '"points": 32' '"hz_per_point": 5.0' '"spectrometer_mhz": 120.3' '"nucleus": "31P"' \
+    '"ppm_rises_with_points": false' '"conjugated": false'; do
+    holds read/one.json "$item"
+done
+lacks read/one.json begin_time
+true_that 'no guess but the carrier' test "$(grep -c '"item":' read/one.json)" -eq 1
+status 0 "$simulate" small.par -o some.nii.gz --noise 0.1 --seed 7 "${about[@]}" --count 3 --truth some.json
+holds some.json '"spectra": 3'
+status 0 "$import" some.nii.gz -o read --index DIM_DYN=all
+for k in 0 1 2; do same read/some_dyn$k.bin seed_$((7 + k)).bin; done
+status 0 "$simulate" small.par -o grid.nii --noise 0.1 --seed 7 "${about[@]}" --grid 2,1,2
+status 0 "$import" grid.nii -o read
+same read/grid_1_0_0.bin seed_8.bin
+same read/grid_0_0_1.bin seed_9.bin
+same read/grid_1_0_1.bin seed_10.bin
+status 0 "$simulate" small.par -o same.nii.gz --noise 0.1 --seed 7 "${about[@]}" --count 3
+true_that 'same seed, same bytes' cmp -s some.nii.gz same.nii.gz
+sed 's/phi__1 0.0/phi__1 720/' small.par >late.par
+status 0 "$simulate" late.par -o late.nii --noise 0.1 --seed 7 "${about[@]}"
+status 0 "$import" late.nii -o read
+# two points of 1 / (32 5 Hz)
+holds read/late.json '"begin_time_s": 0.0125'
+holds out 'phi__1 720'
+status 0 "$simulate" small.par -o plain.fid.f32 --noise 0.1 --seed 8 --count 2 --ppm-at-carrier 2.5 "${about[@]}"
+holds out plain.json
+status 0 "$import" plain.fid.f32 -o read --index 1
+same read/plain_1.bin seed_9.bin
+holds read/plain_1.json '"ppm_at_carrier": 2.5'
+holds read/plain_1.json '"ppm_rises_with_points": false'
+status 4 "$simulate" small.par -o plain.fid.f32 --noise 0.1 --seed 8
+status 4 "$simulate" small.par -o one.nii --noise 0.1 --seed 7 "${about[@]}"
+
+status 2 "$simulate" small.par -o x.nii --noise 1 --seed 1
+holds err '--frequency MHZ and --nucleus NAME'
+status 2 "$simulate" small.par -o x.bin --noise 1 --seed 1 --count 2
+status 2 "$simulate" small.par -o x.bin --noise 1 --seed 1 --nucleus 1H
+status 2 "$simulate" small.par -o x.f32 --noise 1 --seed 1 --grid 2,2,2
+# the chemical shift of the carrier goes with the points
+if "$simulate" small.par -o carrier.nii.gz --noise 0.1 --seed 8 --ppm-at-carrier 2.5 "${about[@]}" 2>err; then
+    status 0 "$programs/varokel-import" carrier.nii.gz -o carrier
+    holds carrier/carrier.json '"ppm_at_carrier": 2.5'
+    lacks err 'guess'
+fi
+status 2 "$simulate" small.par -o x.bin --noise 1 --seed 1 --format nifti "${about[@]}"
+status 2 "$simulate" small.par -o x.nii --noise 1 --seed 1 --format bin
+status 2 "$simulate" small.par -o x.nii --noise 1 --seed 1 "${about[@]}" --count 0
+for grid in 2,2 0,1,1 2,2,2,2 a,b,c 2,2,2000 2,2,-1; do
+    status 2 "$simulate" small.par -o x.nii --noise 1 --seed 1 "${about[@]}" --grid $grid
+done
+status 2 "$simulate" small.par -o x.f32 --noise 1 --seed 1 --truth x.json
+status 3 "$simulate" behind.par -o x.nii --noise 1 --seed 1 "${about[@]}"
+holds err 'expected --format bin'
+true_that 'nothing written' test ! -e x.nii -a ! -e x.f32 -a ! -e x.bin
+
 # nothing is overwritten unasked, no input ever, the start file stays as it is
 cp small.bin kept
 cp small.par par_kept

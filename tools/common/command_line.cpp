@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "common/command_line.h"
 
+#include "common/completion.h"
 #include "common/tool_error.h"
 
 #include <charconv>
 #include <iostream>
+#include <string_view>
 
 namespace tools {
 
@@ -18,6 +20,15 @@ void common_options(CLI::App &app, const std::string &example, const std::string
 }
 
 std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv) {
+    // Asked for when the program is built, so that completion never differs from the options.
+    if (argc == 3 && std::string_view(argv[1]) == "--completion") {
+        const std::string script = completion_script(app, argv[2]);
+        std::cout << script;
+        if (script.empty())
+            std::cerr << app.get_name() << ": --completion " << argv[2] << ": expected one of "
+                      << completion_shells << '\n';
+        return script.empty() ? wrong_usage : all_right;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp &) {

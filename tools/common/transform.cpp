@@ -51,4 +51,16 @@ complex_signal centred_spectrum(complex_signal fid, double first_point_weight) {
     return fid;
 }
 
+complex_signal fid_of_centred_spectrum(complex_signal spectrum, double first_point_weight) {
+    std::rotate(spectrum.begin(),
+                spectrum.begin() + static_cast<std::ptrdiff_t>(spectrum.size() / 2),
+                spectrum.end());
+    // the backward transform is the forward one of the conjugate, conjugated
+    for (std::complex<double> &point : spectrum) point = std::conj(point);
+    forward_transform(spectrum);
+    for (std::complex<double> &point : spectrum) point = std::conj(point);
+    if (!spectrum.empty()) spectrum[0] /= first_point_weight;
+    return spectrum;
+}
+
 } // namespace tools

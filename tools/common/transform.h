@@ -24,4 +24,7 @@ void forward_transform(complex_signal &x);
 //   2. Weight 1 is for patterns, whose first point the model halves itself.
 complex_signal centred_spectrum(complex_signal fid, double first_point_weight);
 
+// Undoes centred_spectrum: the FID that it turns into this spectrum.
+complex_signal fid_of_centred_spectrum(complex_signal spectrum, double first_point_weight);
+
 } // namespace tools

@@ -298,16 +298,11 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                                               std::to_string(n - 1));
         asked_noise = {first, last};
     }
-    for (const guessed_value &guess : source->guesses)
-        warn("guessed " + guess.item + " " +
-             (guess.value.is_string() ? guess.value.get<std::string>() : guess.value.dump()) +
-             ": " + guess.reason);
     if (!options.choice.average.empty())
         for (const source_axis &axis : source->axes)
             if (axis.name == "DIM_COIL" && chosen.spectra.front().averaged.contains(axis.name))
                 source->warnings.push_back("coils are averaged as they are; with unlike phases "
                                            "they cancel. Combine them first if so");
-    for (const std::string &text : source->warnings) warn(source->file + ": " + text);
 
     nlohmann::ordered_json common = common_items(*source, conjugated, rises, n);
     for (const guessed_value &guess : source->guesses)
@@ -450,6 +445,12 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                          source->file + ": all voxels are zero; expected measured points");
     batch.commit();
 
+    // Not before: a file that cannot be used has one message, why.
+    for (const guessed_value &guess : source->guesses)
+        warn("guessed " + guess.item + " " +
+             (guess.value.is_string() ? guess.value.get<std::string>() : guess.value.dump()) +
+             ": " + guess.reason);
+    for (const std::string &text : source->warnings) warn(source->file + ": " + text);
     if (n > source->points)
         warn("filled with zeros from " + std::to_string(source->points) + " to " +
              std::to_string(n) +

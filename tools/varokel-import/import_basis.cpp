@@ -64,8 +64,17 @@ complex_signal fid_on_grid(const complex_signal &spectrum, const basis_header &h
             fid[k] *=
                 std::polar(1.0, 2.0 * M_PI * offset * grid.dwell_time * static_cast<double>(k));
     } else {
-        // Halved first point: then the sum times the dwell time is the integral over the signal,
-        // which does not depend on how it was sampled.
+        // Points behind the end of the measurement would wrap around to its begin.
+        const double end = static_cast<double>(n) * grid.dwell_time * ratio / header.dwell_time;
+        std::complex<double> at_end = 0.0; // as it lies on the grid
+        if (end < static_cast<double>(fid.size()) - 1.0) {
+            fid.resize(static_cast<std::size_t>(std::llround(end)) + 1);
+            at_end = fid.back() * std::polar(1.0, 2.0 * M_PI * offset * grid.dwell_time *
+                                                      static_cast<double>(n));
+            fid.back() *= 0.5;
+        }
+        // Halved points at both ends: then the sum times the dwell time is the integral over the
+        // signal, which does not depend on how it was sampled.
         fid.front() *= 0.5;
         const double weight = header.dwell_time / grid.dwell_time / ratio;
         complex_signal on_grid(n);
@@ -79,7 +88,8 @@ complex_signal fid_on_grid(const complex_signal &spectrum, const basis_header &h
         forward_transform(on_grid);
         for (std::complex<double> &point : on_grid)
             point = std::conj(point) / static_cast<double>(n);
-        on_grid.front() *= 2.0;
+        // the mean of both sides of the jump from the end to the begin
+        on_grid.front() = 2.0 * on_grid.front() - at_end;
         fid = std::move(on_grid);
     }
     if (grid.ppm_rises_with_points) conjugate(fid);

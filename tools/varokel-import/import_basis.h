@@ -36,8 +36,8 @@ struct pattern_grid {
 //   1. With the same dwell time and field the FID is that of the basis, cut or filled with zeros,
 //      and turned so that it lies at its ppm.
 //   2. Else the spectrum is evaluated at the frequencies of the grid's points, by the sum over the
-//      basis FID. Frequencies, widths and splittings go with the ratio of the fields; areas stay.
-//      Points outside of the band of the basis are 0.
+//      basis FID up to the end of the measurement. Frequencies, widths and splittings go with the
+//      ratio of the fields; areas stay. Points outside of the band of the basis are 0.
 complex_signal fid_on_grid(const complex_signal &spectrum, const basis_header &header,
                            const pattern_grid &grid);
 

@@ -5,6 +5,7 @@
 
 #include "common/tool_error.h"
 
+#include <cmath>
 #include <map>
 
 namespace tools {
@@ -45,7 +46,7 @@ static std::optional<double> number_item(const std::string &file, const jmrui_he
     const auto at = header.items.find(lower_case(name));
     if (at == header.items.end() || at->second.value.empty()) return std::nullopt;
     const std::optional<double> value = number_of(at->second.value);
-    if (!value)
+    if (!value || !std::isfinite(*value))
         throw tool_error(bad_input, file + ", line " + std::to_string(at->second.line) + ": " +
                                         name + " is no number; expected one, such as 5E-1");
     return value;

@@ -3,11 +3,11 @@
 
 #include "varokel-import/text_items.h"
 
+#include "common/nifti_header.h"
 #include "common/tool_error.h"
 
 #ifdef VAROKEL_NIFTI
 
-#include <nifti/nifti2_io.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -20,6 +20,8 @@
 namespace tools {
 
 static constexpr int mrs_extension = 44; // code of the JSON among the header extensions
+static constexpr int seconds = 8, milliseconds = 16, microseconds = 24; // units of time
+static constexpr int complex64 = 32, complex128 = 1792;                 // types of points
 
 // Points of voxels are interleaved: x, y, z change faster than time, so the points of one FID lie
 // a whole volume apart. They are picked while the file runs by once.
@@ -139,11 +141,9 @@ static double as_written(double value) {
     return shortest;
 }
 
-static nlohmann::json extension_of(const nifti_image &image, const std::string &file) {
-    for (int i = 0; i < image.num_ext; ++i) {
-        const nifti1_extension &extension = image.ext_list[i];
-        if (extension.ecode != mrs_extension || extension.esize <= 8) continue;
-        std::string text(extension.edata, static_cast<std::size_t>(extension.esize - 8));
+static nlohmann::json extension_of(const nifti_header &header, const std::string &file) {
+    for (const nifti_extension &extension : header.extensions) {
+        std::string text = extension.bytes;
         while (!text.empty() && (text.back() == '\0' || text.back() == ' ')) text.pop_back();
         nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
         if (!json.is_object())
@@ -176,16 +176,16 @@ static std::optional<double> number_item(const nlohmann::json &meta, const char 
     return value->get<double>();
 }
 
-static void take_dwell_time(const nifti_image &image, const nlohmann::json &meta,
+static void take_dwell_time(const nifti_header &header, const nlohmann::json &meta,
                             nifti_mrs_source &source) {
     double unit = 1.0;
-    if (image.time_units == NIFTI_UNITS_MSEC)
+    if (header.time_unit == milliseconds)
         unit = 1e-3;
-    else if (image.time_units == NIFTI_UNITS_USEC)
+    else if (header.time_unit == microseconds)
         unit = 1e-6;
-    const double dwell = as_written(image.pixdim[4]) * unit;
+    const double dwell = as_written(header.pixdim_4) * unit;
     const std::optional<double> width = number_item(meta, "SpectralWidth", source.file);
-    // The library shows a dwell time of 0 as 1; no spectrum is sampled that slowly.
+    // Some writers leave 1 where they know no dwell time; no spectrum is sampled that slowly.
     if (!(dwell > 0.0) || dwell > 0.1) {
         if (!width || !(*width > 0.0)) return;
         source.facts.dwell_time = 1.0 / *width;
@@ -194,7 +194,7 @@ static void take_dwell_time(const nifti_image &image, const nlohmann::json &meta
         return;
     }
     source.facts.dwell_time = dwell;
-    if (image.time_units != NIFTI_UNITS_SEC && unit == 1.0)
+    if (header.time_unit != seconds && unit == 1.0)
         source.guesses.push_back(
             {"dwell_time_s", dwell, "the header names no unit of time, taken as seconds"});
     if (width && std::abs(*width * dwell - 1.0) > 1e-3)
@@ -203,40 +203,28 @@ static void take_dwell_time(const nifti_image &image, const nlohmann::json &meta
 }
 
 std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
-    size_of_input(file, "a NIfTI-MRS file");
-    nifti_set_debug_level(0); // else the library writes messages of its own
-    const std::unique_ptr<nifti_image, void (*)(nifti_image *)> image(
-        nifti_image_read(file.c_str(), 0), nifti_image_free);
-    if (!image)
-        throw tool_error(
-            bad_input, file + ": no readable NIfTI header; is the file cut or of another format?");
-    const std::string type = nifti_datatype_to_string(image->datatype);
-    if (image->datatype != DT_COMPLEX64 && image->datatype != DT_COMPLEX128)
-        throw tool_error(bad_input, file + ": points are of type " + type +
+    const long long size = size_of_input(file, "a NIfTI-MRS file");
+    const nifti_header header = read_nifti_header(file, mrs_extension);
+    if (header.datatype != complex64 && header.datatype != complex128)
+        throw tool_error(bad_input, file + ": points are of type " + header.datatype_name() +
                                         "; expected complex64 or complex128. Is this an image?");
     // JSON before the name: files that are images have neither
-    const nlohmann::json meta = extension_of(*image, file);
+    const nlohmann::json meta = extension_of(header, file);
 
     auto source = std::make_unique<nifti_mrs_source>();
     source->file = file;
     source->format = "NIfTI-MRS";
     source->stem = stem_of(file);
-    source->offset = image->iname_offset;
-    source->value_size = image->datatype == DT_COMPLEX64 ? 4 : 8;
-    source->swapped = image->byteorder != nifti_short_order();
-    if (!std::string_view(image->intent_name).starts_with("mrs_v"))
+    source->offset = header.offset;
+    source->value_size = header.datatype == complex64 ? 4 : 8;
+    source->swapped = header.swapped;
+    if (!header.intent_name.starts_with("mrs_v"))
         source->warnings.push_back("intent_name does not name a version of NIfTI-MRS");
 
-    double total = 1.0;
     for (int d = 1; d <= 7; ++d) {
-        const long long size = d <= image->ndim ? image->dim[d] : 1;
-        if (size < 1 || (total *= static_cast<double>(size)) > 1e15)
-            throw tool_error(bad_input, file + ": dimension " + std::to_string(d) +
-                                            " of the header "
-                                            "is not possible; expected sizes above 0 that fit "
-                                            "into a file");
+        const long long length = header.dim[static_cast<std::size_t>(d - 1)];
         if (d == 4) {
-            source->points = size;
+            source->points = length;
             continue;
         }
         std::string name = d < 4 ? std::string(1, "xyz"[d - 1]) : "dim_" + std::to_string(d);
@@ -247,12 +235,21 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
                     "ABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789") == std::string::npos)
                 name = tag->get<std::string>();
         } else {
-            source->voxels *= size;
+            source->voxels *= length;
         }
-        source->axes.push_back({name, size, d < 4});
+        source->axes.push_back({name, length, d < 4});
     }
-    if (image->ndim < 4)
-        throw tool_error(bad_input, file + ": has " + std::to_string(image->ndim) +
+    // A header that promises more than the file can hold is found before storage is asked for.
+    // Deflate packs 1032 bytes into one at most.
+    const double room = static_cast<double>(size) * (lower_case(file).ends_with(".gz") ? 1032 : 1);
+    if (static_cast<double>(source->offset) +
+            header.voxels_and_more * 2 * static_cast<double>(source->value_size) >
+        room)
+        throw tool_error(bad_input, file + ": " + std::to_string(size) +
+                                        " bytes, which is less than the dimensions of the header "
+                                        "need; is the file cut?");
+    if (header.dimensions < 4)
+        throw tool_error(bad_input, file + ": has " + std::to_string(header.dimensions) +
                                         " dimensions; expected 4 to 7, the fourth one time");
     if (const auto k_space = meta.find("kSpace"); k_space != meta.end()) {
         bool any = k_space->is_boolean() && k_space->get<bool>();
@@ -266,7 +263,7 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     }
 
     signal_facts &facts = source->facts;
-    take_dwell_time(*image, meta, *source);
+    take_dwell_time(header, meta, *source);
     facts.mhz = number_item(meta, "SpectrometerFrequency", file);
     if (facts.mhz && !(*facts.mhz > 0.0))
         throw tool_error(bad_input, file + ": item SpectrometerFrequency of the JSON is not above "
@@ -279,8 +276,14 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
         facts.nucleus = nucleus_of(nucleus->get<std::string>());
     facts.echo_time = number_item(meta, "EchoTime", file);
     facts.begin_time = number_item(meta, "AcquisitionStartTime", file);
-    if (const auto offset = number_item(meta, "TxOffset", file); offset && *offset != 0.0)
+    // our own item; items outside of the standard are objects with Value and Description
+    if (const auto own = meta.find("PpmAtCarrier"); own != meta.end() && own->is_object())
+        facts.ppm_at_carrier = number_item(*own, "Value", file);
+    if (const auto offset = number_item(meta, "TxOffset", file); offset && *offset != 0.0) {
         source->notes["tx_offset_ppm_not_applied"] = *offset;
+        source->warnings.push_back("TxOffset of the JSON is taken for the place of the pulses, not "
+                                   "added to the ppm at the carrier; --ppm-at-carrier sets it");
+    }
     return source;
 }
 

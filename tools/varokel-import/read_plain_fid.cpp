@@ -24,10 +24,15 @@ static std::complex<double> float_pair(const unsigned char *byte) {
 }
 
 std::string json_beside(const std::string &file) {
+    // x.json may be the sidecar of the spectrum made from x.fid.f32, in the folder of its FID
+    std::filesystem::path whole(file);
+    whole.replace_extension(".json");
     const std::filesystem::path beside =
         std::filesystem::path(file).parent_path() / (stem_of(file) + ".json");
     std::error_code error;
-    return std::filesystem::exists(beside, error) ? beside.string() : std::string();
+    for (const std::filesystem::path &name : {whole, beside})
+        if (name != file && std::filesystem::exists(name, error)) return name.string();
+    return "";
 }
 
 json_facts read_json_facts(const std::string &json, long long points_in_file) {

@@ -64,7 +64,7 @@ struct spar_items {
         const auto at = items.find(name);
         if (at == items.end() || at->second.value.empty()) return std::nullopt;
         const std::optional<double> value = number_of(at->second.value);
-        if (!value)
+        if (!value || !std::isfinite(*value))
             throw tool_error(bad_input, file + ", line " + std::to_string(at->second.line) +
                                             ": item " + name + " is no number; expected one");
         return value;

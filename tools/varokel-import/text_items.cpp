@@ -111,9 +111,31 @@ line_reader::line_reader(const std::string &file) : file_(file), stream_(file, s
 }
 
 bool line_reader::next() {
-    if (!std::getline(stream_, line_)) return false;
+    // A file of another kind may have no line ends: it must not be taken for one line of its size.
+    static constexpr std::size_t longest_line = 1 << 24; // a whole FID of text fits
+    line_.clear();
+    char piece[4096];
+    for (;;) {
+        stream_.getline(piece, sizeof piece);
+        const auto count = static_cast<std::size_t>(stream_.gcount());
+        bytes_ += static_cast<long long>(count);
+        if (stream_.good()) { // counts the line end, which is taken off
+            line_.append(piece, count - 1);
+            break;
+        }
+        line_.append(piece, count);
+        if (stream_.eof()) { // the last line has no end
+            if (line_.empty()) return false;
+            break;
+        }
+        if (count == 0) return false; // a reading error
+        stream_.clear();              // the line is longer than the piece
+        if (line_.size() > longest_line) {
+            ++number_;
+            refuse("longer than 16 MiB; expected lines of text. Is the file of another format?");
+        }
+    }
     ++number_;
-    bytes_ += static_cast<long long>(line_.size()) + 1;
     if (!line_.empty() && line_.back() == '\r') line_.pop_back();
     return true;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// varokel_simulate.cpp -- a spectrum from the start values of a control file, with known noise
+// varokel_simulate.cpp -- spectra from the start values of a control file, with known noise
 //
 //   spectrum[i] = model[i] + sd (a_i + i b_i),  a_i, b_i normal deviates of the seed
 //
@@ -11,6 +11,7 @@
 #include "common/output_file.h"
 #include "common/signal_file.h"
 #include "common/tool_error.h"
+#include "common/write_nifti_mrs.h"
 
 #include "run/end_run.h"
 #include "run/state.h"
@@ -130,7 +131,17 @@ static void refuse_start_file(const std::string &start, bool ended) {
                    "0?");
 }
 
-static std::string truth_of_model(double noise_sd, std::uint64_t seed) {
+struct simulate_options {
+    std::string start, output, truth_file, format, grid;
+    double noise_sd = 0.0;
+    std::uint64_t seed = 0;
+    long long count = 1;
+    std::optional<double> mhz, ppm_at_carrier;
+    std::string nucleus;
+    bool force = false;
+};
+
+static std::string truth_of_model(const simulate_options &options, long long spectra) {
     const auto count = static_cast<std::size_t>(npar);
     std::vector<double> o_par(count), none(count), o_none(count);
     std::vector<parameter_record> o_fixpar(count);
@@ -140,8 +151,9 @@ static std::string truth_of_model(double noise_sd, std::uint64_t seed) {
     truth["points"] = ap;
     truth["hz_per_point"] = Hz_pp;
     truth["phi_1_degrees"] = phi_1;
-    truth["noise_sd"] = noise_sd;
-    truth["seed"] = seed;
+    truth["noise_sd"] = options.noise_sd;
+    truth["seed"] = options.seed;
+    if (spectra > 1) truth["spectra"] = spectra; // the seed rises by 1 from one to the next
     truth["entries"] = nlohmann::ordered_json::array();
     static const char *const type_names[] = {"?", "Gaussian", "Lorentzian", "Voigt", "pattern"};
     for (int k = 1; k <= nLines + n_patterns; ++k) {
@@ -161,37 +173,210 @@ static std::string truth_of_model(double noise_sd, std::uint64_t seed) {
     return truth.dump(2) + "\n";
 }
 
+// Model and noise of one seed: points points, of which the first ap hold the model.
+static complex_signal noisy_spectrum(double noise_sd, std::uint64_t seed, std::size_t points) {
+    tools::gaussian_noise noise(seed);
+    complex_signal spectrum(points);
+    for (std::size_t i = 0; i < points; ++i) {
+        const double re = noise_sd * noise.next();
+        const double im = noise_sd * noise.next();
+        const bool fitted = i < static_cast<std::size_t>(ap);
+        spectrum[i] = {fitted ? yre[i] + re : re, fitted ? yim[i] + im : im};
+    }
+    return spectrum;
+}
+
+static std::string format_of_output(const simulate_options &options) {
+    const auto ends = [&](const char *ending) { return options.output.ends_with(ending); };
+    const bool nifti_name = ends(".nii") || ends(".nii.gz");
+    if (options.format.empty()) return nifti_name ? "nifti" : ends(".f32") ? "float32" : "bin";
+    if ((options.format == "nifti") != nifti_name)
+        throw tool_error(tools::wrong_usage, options.output + ": expected a name that ends with " +
+                                                 (nifti_name ? "neither " : "") + ".nii " +
+                                                 (nifti_name ? "nor" : "or") +
+                                                 " .nii.gz for --format " + options.format);
+    return options.format;
+}
+
+// "x,y,z", each from 1 to 1024.
+static tools::nifti_geometry geometry_of_option(const std::string &text) {
+    tools::nifti_geometry geometry;
+    if (text.empty()) return geometry;
+    int end = 0;
+    auto &size = geometry.size;
+    if (std::sscanf(text.c_str(), "%4lld,%4lld,%4lld%n", &size[0], &size[1], &size[2], &end) != 3 ||
+        static_cast<std::size_t>(end) != text.size() ||
+        std::any_of(size.begin(), size.end(), [](long long s) { return s < 1 || s > 1024; }))
+        throw tool_error(tools::wrong_usage,
+                         "--grid " + text + ": expected X,Y,Z such as 4,4,1, each from 1 to 1024");
+    if (geometry.voxels() > 1) { // any size will do, but an unlocalised grid is none
+        geometry.voxel_mm = {10.0, 10.0, 10.0};
+        for (std::size_t d = 0; d < 3; ++d) geometry.affine[d][d] = geometry.voxel_mm[d];
+        geometry.qform_code = geometry.sform_code = 1;
+    }
+    return geometry;
+}
+
+// Time of the first point that the model's first-order phase means.
+static std::optional<double> begin_time_of_model(double dwell_time) {
+    if (phi_1 == 0.0) return std::nullopt;
+    return phi_1 / 360.0 * dwell_time;
+}
+
+static std::string nifti_file(const simulate_options &options) {
+    tools::nifti_geometry geometry = geometry_of_option(options.grid);
+    std::vector<tools::nifti_mrs_dimension> dimensions;
+    if (options.count > 1)
+        dimensions = {{"DIM_DYN", options.count, "the same spectrum with other noise", {}}};
+    tools::nifti_mrs_image image(geometry, ap, dimensions);
+    image.dwell_time = 1.0 / (Hz_pp * static_cast<double>(ap));
+    image.mhz = options.mhz.value_or(0.0);
+    image.nucleus = options.nucleus;
+    image.ppm_at_carrier = options.ppm_at_carrier;
+    image.begin_time = begin_time_of_model(image.dwell_time);
+    image.description = "simulated";
+    image.more["Simulation"] = {
+        {"Value", {{"noise_sd", options.noise_sd}, {"first_seed", options.seed}}},
+        {"Description", "Gaussian noise of the real and of the imaginary part of the spectrum; the "
+                        "seed rises by 1 from voxel to voxel, x first"}};
+    std::uint64_t seed = options.seed;
+    for (long long place = 0; place < options.count; ++place)
+        for (long long voxel = 0; voxel < geometry.voxels(); ++voxel)
+            image.set_fid(
+                voxel, place,
+                tools::nifti_fid_of_spectrum(
+                    noisy_spectrum(options.noise_sd, seed++, static_cast<std::size_t>(ap)), false));
+    return tools::nifti_mrs_bytes(image, options.output.ends_with(".gz"));
+}
+
+// FIDs one behind the other, and what varokel-import needs to know about them.
+static std::string float32_file(const simulate_options &options) {
+    std::string bytes;
+    for (long long k = 0; k < options.count; ++k)
+        bytes += tools::signal_bytes(tools::nifti_fid_of_spectrum(
+            noisy_spectrum(options.noise_sd, options.seed + static_cast<std::uint64_t>(k),
+                           static_cast<std::size_t>(ap)),
+            false));
+    return bytes;
+}
+
+static std::string json_of_float32(const simulate_options &options) {
+    const double dwell_time = 1.0 / (Hz_pp * static_cast<double>(ap));
+    nlohmann::ordered_json about;
+    about["n_points"] = ap;
+    about["n_spectra"] = options.count;
+    about["dwell_time_s"] = dwell_time;
+    if (options.mhz) about["spectrometer_MHz"] = *options.mhz;
+    if (options.ppm_at_carrier) about["ppm_at_carrier"] = *options.ppm_at_carrier;
+    if (!options.nucleus.empty()) about["nucleus"] = options.nucleus;
+    if (const auto begin = begin_time_of_model(dwell_time)) about["begin_time_s"] = *begin;
+    about["ppm_rises_with_points"] = false;
+    if (noise_strt >= 0 && noise_stop <= ap && noise_stop - noise_strt >= 2)
+        about["noise_only_points"] = {noise_strt, noise_stop - 1};
+    about["simulated"] = {{"noise_sd", options.noise_sd}, {"first_seed", options.seed}};
+    return about.dump(2) + "\n";
+}
+
+// x.json for x.fid.f32 and x.anything: where varokel-import looks for it.
+static std::string json_beside(const std::string &file) {
+    const std::filesystem::path whole(file);
+    std::string name = whole.filename().string();
+    if (name.size() > 8 && name.ends_with(".fid.f32"))
+        name.erase(name.size() - 8);
+    else if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0)
+        name.erase(dot);
+    return (whole.parent_path() / (name + ".json")).string();
+}
+
+static std::vector<tools::output_file> simulated_files(const simulate_options &options,
+                                                       const std::string &format) {
+    if (format != "bin" && noise_stop > ap)
+        throw tool_error(tools::bad_input,
+                         options.start + ": noistp is " + std::to_string(noise_stop) +
+                             ", behind the " + std::to_string(ap) +
+                             " points; an FID holds no points behind them, expected --format bin");
+    if (format == "nifti") return {{options.output, nifti_file(options)}};
+    if (format == "float32")
+        return {{options.output, float32_file(options)},
+                {json_beside(options.output), json_of_float32(options)}};
+    return {{options.output, tools::signal_bytes(noisy_spectrum(
+                                 options.noise_sd, options.seed,
+                                 static_cast<std::size_t>(std::max(ap, noise_stop))))}};
+}
+
+static void check_usage(const simulate_options &options, const std::string &format) {
+    const auto refuse = [](const std::string &text) { throw tool_error(tools::wrong_usage, text); };
+    if (format == "bin" && options.count > 1)
+        refuse("--count " + std::to_string(options.count) +
+               ": the fit's own format holds one spectrum; expected --format nifti or float32");
+    if (format != "nifti" && !options.grid.empty()) refuse("--grid needs --format nifti");
+    if (format == "nifti" && (!options.mhz || options.nucleus.empty()))
+        refuse("NIfTI-MRS needs --frequency MHZ and --nucleus NAME");
+    if (format == "bin" && (options.mhz || options.ppm_at_carrier || !options.nucleus.empty()))
+        refuse("--frequency, --ppm-at-carrier and --nucleus need --format nifti or float32; the "
+               "fit's own format knows points only");
+    if (!options.truth_file.empty() && format == "float32" &&
+        options.truth_file == json_beside(options.output))
+        refuse("--truth " + options.truth_file +
+               " is the JSON that goes with the FIDs; expected another name");
+    geometry_of_option(options.grid);
+}
+
 int main(int argc, char **argv) {
-    std::string start, spectrum_file, truth_file;
-    double noise_sd = 0.0;
-    std::uint64_t seed = 0;
-    bool force = false;
+    simulate_options options;
 
     CLI::App app(
         "Simulates a spectrum from the start values of a control file, the links of "
         "dependent parameters followed,\nand adds Gaussian noise. Points behind the fitted "
         "ones, when the noise window lies there, hold noise only.",
         "varokel-simulate");
-    app.add_option("START", start, "start value / fit control file")->required();
-    app.add_option("-o,--output", spectrum_file, "spectrum, complex float32, as a fit reads it")
+    app.add_option("START", options.start, "start value / fit control file")->required();
+    app.add_option("-o,--output", options.output, "spectrum, or FIDs")
         ->type_name("FILE")
         ->required();
-    app.add_option("--noise", noise_sd, "standard deviation of the real and of the imaginary part")
+    app.add_option("--format", options.format,
+                   "bin: a spectrum as the fit reads it (default); nifti: FIDs as NIfTI-MRS "
+                   "(default for .nii and .nii.gz); float32: FIDs, with a .json beside them "
+                   "(default for .f32)")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"bin", "nifti", "float32"}));
+    app.add_option("--noise", options.noise_sd,
+                   "standard deviation of the real and of the imaginary part of the spectrum")
         ->type_name("SD")
         ->required()
         ->check(CLI::NonNegativeNumber);
-    app.add_option("--seed", seed, "the noise; the same seed gives the same numbers everywhere")
+    app.add_option("--seed", options.seed,
+                   "the noise; the same seed gives the same numbers everywhere")
         ->type_name("N")
         ->required();
-    app.add_option("--truth", truth_file, "also write the parameters of the model, as JSON")
+    app.add_option("--count", options.count,
+                   "so many spectra, with this seed and those after it (nifti, float32)")
+        ->type_name("N")
+        ->check(CLI::Range(1LL, 1LL << 20));
+    app.add_option("--grid", options.grid,
+                   "so many voxels, each with a seed of its own, x first (nifti)")
+        ->type_name("X,Y,Z");
+    app.add_option("--frequency", options.mhz, "spectrometer frequency [MHz] (nifti, float32)")
+        ->type_name("MHZ")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--nucleus", options.nucleus, "such as 31P (nifti, float32)")->type_name("NAME");
+    app.add_option("--ppm-at-carrier", options.ppm_at_carrier,
+                   "chemical shift of the carrier (nifti, float32)")
+        ->type_name("PPM");
+    app.add_option("--truth", options.truth_file, "also write the parameters of the model, as JSON")
         ->type_name("FILE");
-    app.add_flag("--force", force, "replace existing output files");
+    app.add_flag("--force", options.force, "replace existing output files");
     tools::common_options(app, "  varokel-simulate examples/single_line/start.par -o line.bin "
-                               "--noise 0.01 --seed 1");
+                               "--noise 0.01 --seed 1\n"
+                               "  varokel-simulate examples/single_line/start.par -o line.nii.gz "
+                               "--noise 0.01 --seed 1 --count 8 --frequency 123.2 --nucleus 1H");
 
     return tools::run_tool("varokel-simulate", [&] {
         if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
             return *status;
+        const std::string format = format_of_output(options);
+        check_usage(options, format);
+        const std::string &start = options.start;
         std::error_code error;
         if (!std::filesystem::is_regular_file(start, error))
             throw tool_error(tools::bad_input, start + ": no such file; expected a start value "
@@ -207,18 +392,14 @@ int main(int argc, char **argv) {
             throw;
         }
 
-        tools::gaussian_noise noise(seed);
-        complex_signal spectrum(static_cast<std::size_t>(std::max(ap, noise_stop)));
-        for (std::size_t i = 0; i < spectrum.size(); ++i) {
-            const double re = noise_sd * noise.next();
-            const double im = noise_sd * noise.next();
-            const bool fitted = i < static_cast<std::size_t>(ap);
-            spectrum[i] = {fitted ? yre[i] + re : re, fitted ? yim[i] + im : im};
-        }
-        std::vector<tools::output_file> files = {{spectrum_file, tools::signal_bytes(spectrum)}};
-        if (!truth_file.empty()) files.push_back({truth_file, truth_of_model(noise_sd, seed)});
+        std::vector<tools::output_file> files = simulated_files(options, format);
+        if (!options.truth_file.empty())
+            files.push_back(
+                {options.truth_file,
+                 truth_of_model(options,
+                                options.count * geometry_of_option(options.grid).voxels())});
         free_memory(ap);
-        tools::write_files(files, {start}, force);
+        tools::write_files(files, {start}, options.force);
         for (const tools::output_file &file : files) std::cout << file.name << '\n';
         return static_cast<int>(tools::all_right);
     });
