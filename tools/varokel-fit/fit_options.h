@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fit_options.h -- command line of varokel-fit
+#pragma once
+
+#include "varokel-import/convert_spectra.h"
+
+#include "common/command_line.h"
+
+#include <string>
+#include <vector>
+
+namespace tools {
+
+struct fit_options {
+    input_options input;
+    spectrum_options spectrum;
+    std::string peaks, output, program;
+    std::vector<std::string> derive;
+    int jobs = 1;
+    unsigned limit = 0;
+    bool report = true;
+};
+
+// Own options, and those of the import in a group of their own.
+void add_fit_options(CLI::App &app, fit_options &own);
+
+} // namespace tools

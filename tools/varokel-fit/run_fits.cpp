@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-fit/run_fits.h"
+
+#include "common/tool_error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+static volatile std::sig_atomic_t interrupted = 0;
+
+static void note_interrupt(int) {
+    interrupted = 1;
+}
+
+void watch_for_interrupts() {
+    struct sigaction action = {};
+    action.sa_handler = note_interrupt; // without SA_RESTART: waiting ends
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+std::string find_program(const std::string &name) {
+    std::error_code error;
+    const auto runs = [](const fs::path &file) {
+        std::error_code ignored;
+        return fs::is_regular_file(file, ignored) && access(file.c_str(), X_OK) == 0;
+    };
+    const fs::path own = fs::read_symlink("/proc/self/exe", error);
+    if (!error && runs(own.parent_path() / name)) return (own.parent_path() / name).string();
+    const char *const variable = std::getenv("PATH");
+    const std::string path = variable == nullptr ? "" : variable;
+    for (std::size_t at = 0; at <= path.size();) {
+        const std::size_t end = std::min(path.find(':', at), path.size());
+        const fs::path folder = path.substr(at, end - at);
+        if (!folder.empty() && runs(folder / name)) return fs::absolute(folder / name).string();
+        at = end + 1;
+    }
+    return "";
+}
+
+static pid_t start_program(const program_call &call, unsigned limit) {
+    std::vector<char *> words;
+    for (const std::string &word : call.words) words.push_back(const_cast<char *>(word.c_str()));
+    words.push_back(nullptr);
+    const pid_t child = fork();
+    if (child < 0)
+        throw tool_error(bad_output, "no process for " + call.words.front() + " (" +
+                                         std::strerror(errno) + ")");
+    if (child > 0) return child;
+    // Only calls that are safe between fork and exec.
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    const int input = open("/dev/null", O_RDONLY);
+    if (chdir(call.folder.c_str()) != 0) _exit(127);
+    const int log = open(call.log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (input < 0 || log < 0) _exit(127);
+    dup2(input, STDIN_FILENO);
+    dup2(log, STDOUT_FILENO);
+    dup2(log, STDERR_FILENO);
+    alarm(limit); // lasts over the start of the program; 0 is none
+    execv(words.front(), words.data());
+    _exit(127);
+}
+
+static int exit_status_of(int status) {
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+int run_program(const program_call &call) {
+    const pid_t child = start_program(call, 0);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return 127;
+        if (interrupted != 0) kill(child, SIGTERM);
+    }
+    return exit_status_of(status);
+}
+
+static void append(const std::string &file, const std::string &text) {
+    std::ofstream stream(file, std::ios::app);
+    stream << text << '\n';
+}
+
+static std::string log_of(const planned_fit &fit) {
+    return (fs::path(fit.folder) / "run.log").string();
+}
+
+// The last words of a log, where a run without results says why.
+static void explain_end(const planned_fit &fit, int status, unsigned limit) {
+    if (status == 0) return;
+    std::string text = "the program ended with status " + std::to_string(status);
+    if (status == 127) text = "the program could not be started";
+    if (status == 128 + SIGALRM && limit > 0)
+        text = "the fit was stopped after its limit of " + std::to_string(limit) + " s";
+    else if (status > 128 && status < 128 + 65)
+        text = "the program was ended by signal " + std::to_string(status - 128) + " (" +
+               strsignal(status - 128) + ")";
+    append(log_of(fit), text);
+}
+
+void run_fits(const std::string &program, const std::vector<planned_fit> &fits, int jobs,
+              unsigned limit,
+              void (*done)(const planned_fit &fit, std::size_t number, std::size_t of)) {
+    std::map<pid_t, std::size_t> running;
+    std::vector<bool> ended(fits.size(), false);
+    std::size_t next = 0, told = 0;
+    while (told < fits.size()) {
+        while (next < fits.size() && static_cast<int>(running.size()) < jobs && interrupted == 0) {
+            const planned_fit &fit = fits[next];
+            if (fit.why_not.empty()) {
+                const program_call call = {
+                    {program, ".", fit.name + ".bin", "start.par"}, fit.folder, "run.log"};
+                running[start_program(call, limit)] = next;
+            } else {
+                append(log_of(fit), fit.why_not);
+                ended[next] = true;
+            }
+            ++next;
+        }
+        if (!running.empty()) {
+            int status = 0;
+            const pid_t child = wait(&status);
+            if (child < 0 && errno == EINTR) {
+                for (const auto &[process, fit] : running) kill(process, SIGTERM);
+                continue;
+            }
+            const auto at = running.find(child);
+            if (at != running.end()) {
+                if (interrupted == 0) explain_end(fits[at->second], exit_status_of(status), limit);
+                ended[at->second] = true;
+                running.erase(at);
+            }
+        }
+        if (interrupted != 0 && running.empty())
+            throw tool_error(different, "interrupted; nothing was written");
+        for (; told < fits.size() && ended[told]; ++told) done(fits[told], told + 1, fits.size());
+    }
+}
+
+} // namespace tools

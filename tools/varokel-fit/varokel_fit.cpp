@@ -1,0 +1,372 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// varokel_fit.cpp -- from a measured file and a table of peaks to results, in one command
+//
+// import, start file, fit, tables and page are made in a folder of their own, whose contents
+// appear in the folder of the results when all is done.
+#include "varokel-fit/fit_options.h"
+#include "varokel-fit/run_fits.h"
+
+#include "results/judge_run.h"
+#include "results/number_text.h"
+#include "results/results_table.h"
+#include "varokel-start/make_start.h"
+#include "varokel-start/show_start.h"
+
+#include "common/command_line.h"
+#include "common/output_file.h"
+#include "common/signal_file.h"
+#include "common/tool_error.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <sstream>
+
+#include <unistd.h>
+
+using tools::fit_options;
+using tools::tool_error;
+namespace fs = std::filesystem;
+
+static void warn(const std::string &text) {
+    std::cerr << "varokel-fit: " << text << '\n';
+}
+
+// A folder that is removed with all that is in it, unless it was kept.
+class private_folder {
+  public:
+    explicit private_folder(const fs::path &name) : name_(name) {
+        std::error_code error;
+        fs::create_directories(name_.parent_path(), error);
+        if (!fs::create_directory(name_, error))
+            throw tool_error(tools::bad_output, name_.string() + ": folder cannot be made (" +
+                                                    (error ? error.message() : "it exists") + ")");
+    }
+    private_folder(const private_folder &) = delete;
+    private_folder &operator=(const private_folder &) = delete;
+    ~private_folder() {
+        std::error_code ignored;
+        fs::remove_all(name_, ignored);
+    }
+    const fs::path &name() const { return name_; }
+
+  private:
+    fs::path name_;
+};
+
+static fs::path output_folder(const fit_options &own) {
+    std::error_code error;
+    fs::path folder = fs::absolute(own.output, error).lexically_normal();
+    if (!folder.has_filename()) folder = folder.parent_path();
+    if (fs::exists(folder, error) && !fs::is_directory(folder, error))
+        throw tool_error(tools::bad_output, own.output + ": no folder; expected the name of one");
+    if (fs::exists(folder, error) && !fs::is_empty(folder, error) && !own.input.force)
+        throw tool_error(tools::bad_output,
+                         own.output + ": exists and is not empty; --force replaces files of the "
+                                      "same names in it, or choose another folder");
+    return folder;
+}
+
+// Writes spectra and sidecars; returns their names. What the import prints is no result here.
+static std::vector<std::string> import(const fit_options &own, const fs::path &folder) {
+    std::ostringstream printed;
+    std::streambuf *const kept = std::cout.rdbuf(printed.rdbuf());
+    try {
+        tools::input_options input = own.input;
+        // a fit needs a power of two, and filling loses nothing; it is warned of and recorded
+        if (input.resize.empty()) input.resize = "fill";
+        tools::spectrum_options spectrum = own.spectrum;
+        spectrum.folder = folder.string();
+        tools::import_spectra(input, spectrum);
+    } catch (...) {
+        std::cout.rdbuf(kept);
+        throw;
+    }
+    std::cout.rdbuf(kept);
+    std::vector<std::string> names;
+    std::istringstream lines(printed.str());
+    for (std::string line; std::getline(lines, line);)
+        if (line.ends_with(".bin")) names.push_back(fs::path(line).stem().string());
+    return names;
+}
+
+static void write_new(const fs::path &file, const std::string &text) {
+    std::ofstream stream(file, std::ios::binary);
+    stream << text;
+    stream.close();
+    if (!stream)
+        throw tool_error(tools::bad_output,
+                         file.string() + ": cannot be written; is the disk full?");
+}
+
+// Guesses and warnings of many spectra: the same one is said once, and of different ones the first
+// few.
+class guess_list {
+  public:
+    void add(const std::string &name, const std::vector<std::string> &list, const char *kind,
+             bool alone) {
+        for (const std::string &text : list) {
+            if (!seen_.insert(text).second) continue;
+            if (seen_.size() <= most) warn((alone ? "" : name + ": ") + kind + text);
+        }
+    }
+    void finish() const {
+        if (seen_.size() > most)
+            warn(std::to_string(seen_.size() - most) +
+                 " more warnings of start values; each start.par lists its own behind its end");
+    }
+
+  private:
+    static constexpr std::size_t most = 5;
+    std::set<std::string> seen_;
+};
+
+// Start file, names and patterns of a spectrum into its folder.
+static void prepare(const fit_options &own, tools::start_maker &maker, tools::planned_fit &fit,
+                    guess_list &guesses, bool alone) {
+    const fs::path folder(fit.folder);
+    try {
+        const tools::spectrum_facts facts =
+            tools::facts_of_sidecar(tools::metadata((folder / (fit.name + ".json")).string()));
+        const tools::start_result made = maker.make(
+            tools::read_points((folder / (fit.name + ".bin")).string(), 0, facts.points), facts);
+        guesses.add(fit.name, made.guesses, "guessed ", alone);
+        guesses.add(fit.name, made.warnings, "", alone);
+        write_new(folder / "start.par", made.text());
+        write_new(folder / "names.txt", tools::names_text(made.start));
+        for (const tools::start_entry &entry : made.start.entries) {
+            if (entry.pattern_file.empty()) continue;
+            // the fit opens patterns from its working folder, for update
+            const fs::path copy = folder / entry.pattern_file;
+            fs::create_directories(copy.parent_path());
+            for (const fs::path &source : {fs::path(own.peaks).parent_path() / entry.pattern_file,
+                                           fs::path(entry.pattern_file)})
+                if (fs::is_regular_file(source) && !fs::exists(copy)) {
+                    fs::copy_file(source, copy);
+                    fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
+                }
+        }
+    } catch (const tool_error &error) {
+        fit.why_not = error.what();
+    } catch (const fs::filesystem_error &error) {
+        fit.why_not = error.what();
+    }
+}
+
+static std::string padded(const std::string &text, std::size_t width) {
+    return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
+}
+
+static std::string with_error(const tools::fitted_parameter &parameter) {
+    if (parameter.state == tools::parameter_state::unused) return "-";
+    const std::string value = tools::with_digits_of(parameter.value, parameter.error_1sd());
+    if (!(parameter.error_2sd > 0.0)) return value;
+    return value + " +- " + tools::short_number(parameter.error_1sd());
+}
+
+// The entries of a single fit: a newcomer looks here first.
+static void print_entries(const tools::run_result &run) {
+    std::vector<std::vector<std::string>> cells = {
+        {"entry", "area", "%", "ppm", "Gauss Hz", "Lorentz Hz", "phase"}};
+    for (const tools::fitted_entry &entry : run.entries) {
+        char ppm[40] = "n/a", percent[40] = "n/a";
+        if (std::isfinite(entry.ppm)) std::snprintf(ppm, sizeof ppm, "%.4f", entry.ppm);
+        if (std::isfinite(entry.area.percent_1sd()))
+            std::snprintf(percent, sizeof percent, "%.1f", entry.area.percent_1sd());
+        cells.push_back({entry.name, with_error(entry.area), percent, ppm,
+                         with_error(entry.gauss_width), with_error(entry.lorentz_width),
+                         with_error(entry.phase)});
+    }
+    std::vector<std::size_t> widths(cells.front().size());
+    for (const auto &row : cells)
+        for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], row[c].size());
+    std::cout << '\n';
+    for (const auto &row : cells) {
+        std::string line;
+        for (std::size_t c = 0; c < row.size(); ++c) line += padded(row[c], widths[c] + 2);
+        line.erase(line.find_last_not_of(' ') + 1);
+        std::cout << line << '\n';
+    }
+    std::cout << "\nErrors are one standard deviation (Cramer-Rao bounds).\n";
+}
+
+static bool progress_is_shown() {
+    return isatty(STDERR_FILENO) != 0;
+}
+
+static void show_progress(const tools::planned_fit &, std::size_t number, std::size_t of) {
+    if (of > 1 && progress_is_shown())
+        std::cerr << '\r' << number << " of " << of << " fits" << (number == of ? "\n" : "")
+                  << std::flush;
+}
+
+// Renames all files of one folder into another, which may have some of them.
+static void move_contents(const fs::path &from, const fs::path &to,
+                          const std::vector<std::string> &inputs) {
+    std::error_code error;
+    std::vector<fs::path> files;
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(from))
+        if (!entry.is_directory()) files.push_back(entry.path().lexically_relative(from));
+    for (const fs::path &file : files) { // before the first one is moved
+        for (const std::string &input : inputs)
+            if (fs::exists(to / file, error) && fs::equivalent(to / file, input, error))
+                throw tool_error(tools::bad_output, (to / file).string() +
+                                                        ": would overwrite its own input " + input +
+                                                        "; choose another folder");
+        if (fs::is_directory(to / file, error))
+            throw tool_error(tools::bad_output,
+                             (to / file).string() + ": a folder; expected a place for a file");
+    }
+    for (const fs::path &file : files) {
+        fs::create_directories((to / file).parent_path(), error);
+        fs::rename(from / file, to / file, error);
+        if (error)
+            throw tool_error(tools::bad_output, (to / file).string() + ": cannot be written (" +
+                                                    error.message() + ")");
+    }
+}
+
+static void write_tables(const fs::path &folder, const std::string &results,
+                         const std::string &quality) {
+    write_new(folder / "results.tsv", results);
+    write_new(folder / "quality.tsv", quality);
+    write_new(folder / "results.json", tools::results_dictionary());
+    write_new(folder / "quality.json", tools::quality_dictionary());
+}
+
+static void report(const fit_options &own, const fs::path &folder) {
+    const std::string program = tools::find_program("varokel-report");
+    if (program.empty()) return warn("varokel-report is not there: no page, tables only");
+    tools::program_call call = {{program, ".", "--force"}, folder.string(), "report.log"};
+    for (const std::string &expression : own.derive) {
+        call.words.emplace_back("--derive");
+        call.words.push_back(expression);
+    }
+    const int status = tools::run_program(call);
+    std::ifstream log(folder / "report.log");
+    for (std::string line; std::getline(log, line);)
+        if (line.starts_with("varokel-report: ")) std::cerr << line << '\n';
+    if (status > 1) warn("varokel-report ended with status " + std::to_string(status));
+    fs::remove(folder / "report.log");
+}
+
+static int fit(const fit_options &own) {
+    tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
+    const std::string program =
+        own.program.empty() ? tools::find_program("varokel") : fs::absolute(own.program).string();
+    if (program.empty() || access(program.c_str(), X_OK) != 0)
+        throw tool_error(tools::bad_input,
+                         (own.program.empty() ? std::string("varokel") : own.program) +
+                             ": no such program, neither beside this one nor in PATH; expected the "
+                             "fitter, --varokel FILE names it");
+    const fs::path output = output_folder(own);
+    std::error_code error;
+    const bool was_there = fs::exists(output, error);
+    const std::string mark = ".part" + std::to_string(getpid());
+    const private_folder work(was_there ? output / mark : fs::path(output.string() + mark));
+
+    const std::vector<std::string> names = import(own, work.name());
+    tools::start_maker maker(std::move(table),
+                             {fs::absolute(own.peaks).parent_path().string(), "."});
+    std::vector<tools::planned_fit> fits;
+    guess_list guesses;
+    for (const std::string &name : names) {
+        tools::planned_fit planned = {work.name().string(), name, ""};
+        if (names.size() > 1) { // a fit writes files of fixed names: each has its own folder
+            planned.folder = (work.name() / name).string();
+            fs::create_directory(planned.folder);
+            for (const char *const ending : {".bin", ".json", ".bin.ref"})
+                fs::rename(work.name() / (name + ending),
+                           fs::path(planned.folder) / (name + ending), error);
+        }
+        prepare(own, maker, planned, guesses, names.size() == 1);
+        fits.push_back(std::move(planned));
+    }
+    guesses.finish();
+    if (std::all_of(fits.begin(), fits.end(), [&](const tools::planned_fit &f) {
+            return !f.why_not.empty() && f.why_not == fits.front().why_not;
+        })) // the table fits none of them
+        throw tool_error(tools::bad_input, fits.front().why_not);
+
+    tools::run_fits(program, fits, own.jobs, own.limit, show_progress);
+
+    std::string results = tools::results_header(), quality = tools::quality_header();
+    std::size_t width = 8, failed = 0, at_limit = 0;
+    for (const tools::planned_fit &planned : fits) width = std::max(width, planned.name.size());
+    std::cout << padded("spectrum", width + 2) << "status      quality  last step  warnings\n";
+    for (const tools::planned_fit &planned : fits) {
+        tools::run_result run;
+        try {
+            run = tools::read_run(planned.folder, planned.name, {});
+        } catch (const tool_error &unreadable) {
+            run.folder = planned.folder;
+            run.name = planned.name;
+            run.why_not = unreadable.what();
+        }
+        results += tools::results_rows(run);
+        quality += tools::quality_row(run);
+        const tools::fit_judgement judged = tools::judge_status(run);
+        const bool bad = judged.status == tools::fit_status::not_fitted;
+        std::cout << padded(run.name, width + 2) << padded(tools::status_text(judged.status), 12);
+        if (bad) {
+            ++failed;
+            std::cout << (judged.reason.empty() ? run.why_not : judged.reason) << '\n';
+            continue;
+        }
+        std::cout << padded(tools::short_number(run.quality), 9)
+                  << padded(std::to_string(run.iterations), 11) << run.warnings.size() << '\n';
+        if (judged.status == tools::fit_status::at_limit) ++at_limit;
+        if (fits.size() > 1) continue;
+        for (const std::string &text : run.warnings) warn(text);
+        print_entries(run);
+    }
+    if (own.report) report(own, work.name());
+    write_tables(work.name(), results, quality); // in the order of the file, page or not
+
+    std::vector<std::string> inputs = {own.input.input, own.peaks};
+    if (!own.input.json.empty()) inputs.push_back(own.input.json);
+    if (!own.spectrum.reference.empty()) inputs.push_back(own.spectrum.reference);
+    if (was_there) {
+        move_contents(work.name(), output, inputs);
+    } else {
+        fs::rename(work.name(), output, error);
+        if (error)
+            throw tool_error(tools::bad_output,
+                             own.output + ": cannot be written (" + error.message() + ")");
+    }
+    std::cout << '\n';
+    for (const char *const file : {"report.html", "results.tsv", "quality.tsv"})
+        if (fs::exists(output / file, error))
+            std::cout << (fs::path(own.output) / file).string() << '\n';
+    if (at_limit > 0 && fits.size() > 1)
+        warn(std::to_string(at_limit) + " of " + std::to_string(fits.size()) +
+             " ended at their number of iterations, not at the tolerance; quality.tsv names them");
+    if (failed > 0)
+        warn(std::to_string(failed) + " of " + std::to_string(fits.size()) + " not fitted");
+    return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+}
+
+int main(int argc, char **argv) {
+    fit_options own;
+    CLI::App app("Fits the spectra of a measured file with the peaks of a table: import, start "
+                 "values, fit, report.\nSeveral spectra in a file get a folder each, and rows in "
+                 "one table.",
+                 "varokel-fit");
+    tools::add_fit_options(app, own);
+    tools::common_options(app, "  varokel-fit brain.nii.gz peaks.txt -o run",
+                          "0 all right, 1 some spectra were not fitted");
+    return tools::run_tool("varokel-fit", [&] {
+        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
+            return *status;
+        tools::watch_for_interrupts();
+        try {
+            return fit(own);
+        } catch (const fs::filesystem_error &error) {
+            throw tool_error(tools::bad_output, error.what());
+        }
+    });
+}

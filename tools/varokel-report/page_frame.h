@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// page_frame.h -- an HTML page that is one file and loads nothing
+//
+// A content security policy forbids everything but the style and the scripts that stand in the page
+// itself, named by their hashes: text that came from a file can never run, even where an escape was
+// forgotten, and the page never asks a network for anything.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace tools {
+
+struct page_content {
+    std::string title;                // plain text
+    std::string style;                // all of it
+    std::vector<std::string> scripts; // run in this order at the end of the body
+    std::string body;                 // markup
+    // Files beside the page that its scripts may load as scripts; empty for a page of one file.
+    std::vector<std::string> loaded_scripts;
+};
+
+std::string html_page(const page_content &content);
+
+// Bytes as text of the alphabet of RFC 4648.
+std::string base64(const std::string &bytes);
+
+// A block of data that no browser runs: <script type="application/json" id="...">.
+std::string data_block(const std::string &id, const nlohmann::ordered_json &data);
+
+// text with everything that is no UTF-8 replaced.
+std::string valid_text(const std::string &text);
+
+// <tag attributes>text</tag>; text is escaped, attributes are markup.
+std::string element(const std::string &tag, const std::string &attributes, const std::string &text);
+
+} // namespace tools

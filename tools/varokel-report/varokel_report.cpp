@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// varokel_report.cpp -- page, tables, picture and NIfTI-MRS of the fits in a folder
+#include "varokel-report/overview_page.h"
+#include "varokel-report/report_page.h"
+
+#include "results/judge_run.h"
+#include "results/number_text.h"
+#include "results/results_table.h"
+#include "common/command_line.h"
+#include "common/output_file.h"
+#include "common/tool_error.h"
+#include "common/write_nifti_mrs.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <iostream>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using tools::reported_run;
+using tools::run_result;
+using tools::tool_error;
+
+struct report_options {
+    std::string folder, output;
+    std::vector<std::string> spectra, derive;
+    tools::result_options files;
+    bool nifti = true, force = false;
+    long long one_file_up_to = tools::default_one_file_up_to;
+};
+
+// Folders that hold the files of fits: the one given, or those in it.
+static std::vector<std::pair<std::string, std::string>> places_of(const report_options &options) {
+    std::error_code error;
+    if (!fs::is_directory(options.folder, error))
+        throw tool_error(tools::bad_input,
+                         options.folder + ": no such folder; expected the folder of a fit");
+    std::vector<std::pair<std::string, std::string>> places;
+    for (const std::string &name : tools::spectra_of_folder(options.folder))
+        places.emplace_back(options.folder, name);
+    if (places.empty()) {
+        std::vector<std::string> folders;
+        for (const fs::directory_entry &entry : fs::directory_iterator(options.folder, error))
+            if (entry.is_directory(error)) folders.push_back(entry.path().string());
+        std::sort(folders.begin(), folders.end(), tools::in_natural_order);
+        for (const std::string &folder : folders)
+            for (const std::string &name : tools::spectra_of_folder(folder))
+                places.emplace_back(folder, name);
+    }
+    if (!options.spectra.empty()) {
+        std::vector<std::pair<std::string, std::string>> chosen;
+        for (const std::string &name : options.spectra) {
+            bool found = false;
+            for (const auto &place : places) {
+                if (place.second != name) continue;
+                chosen.push_back(place);
+                found = true;
+            }
+            if (!found)
+                throw tool_error(tools::bad_input, options.folder + ": no spectrum " + name +
+                                                       "; expected " + name + ".exl");
+        }
+        return chosen;
+    }
+    if (places.empty())
+        throw tool_error(tools::bad_input, options.folder +
+                                               ": no results in it; expected the files of a fit, "
+                                               "NAME.exl, NAME.org, NAME.fit and NAME.res");
+    return places;
+}
+
+// A spectrum whose files cannot be read must not hide the others.
+static run_result read_or_say_why(const std::pair<std::string, std::string> &place,
+                                  const report_options &options, bool alone) {
+    try {
+        return tools::read_run(place.first, place.second, options.files);
+    } catch (const tool_error &error) {
+        if (alone || error.status() != tools::bad_input) throw;
+        run_result run;
+        run.folder = place.first;
+        run.name = place.second;
+        run.why_not = error.what();
+        return run;
+    }
+}
+
+static double from_sidecar(const run_result &run, const char *item) {
+    const auto found = run.sidecar.find(item);
+    return found != run.sidecar.end() && found->is_number() ? found->get<double>() : std::nan("");
+}
+
+// Fit, residual and components as FIDs; nothing when the sidecar lacks what the format requires.
+static void add_nifti(const run_result &run, const std::string &stem,
+                      std::vector<tools::output_file> &files, std::string &why_not) {
+    const double dwell_time = from_sidecar(run, "dwell_time_s");
+    if (!(dwell_time > 0.0) || !run.axis.mhz || run.axis.nucleus.empty()) {
+        why_not = "dwell_time_s, spectrometer_mhz and nucleus must stand in " + run.name + ".json";
+        return;
+    }
+    const auto n = static_cast<long long>(run.data.size());
+    const auto image_of = [&](const std::vector<const tools::complex_signal *> &spectra,
+                              const std::vector<tools::nifti_mrs_dimension> &dimensions,
+                              const char *what) {
+        tools::nifti_mrs_image image({}, n, dimensions);
+        image.dwell_time = dwell_time;
+        image.mhz = *run.axis.mhz;
+        image.nucleus = run.axis.nucleus;
+        const double begin = from_sidecar(run, "begin_time_s");
+        if (std::isfinite(begin)) image.begin_time = begin;
+        const double echo = from_sidecar(run, "echo_time_s");
+        if (std::isfinite(echo)) image.echo_time = echo;
+        image.ppm_at_carrier = run.axis.ppm_at_carrier;
+        image.description = std::string("varokel-report: ") + what;
+        for (std::size_t k = 0; k < spectra.size(); ++k)
+            image.set_fid(
+                0, static_cast<long long>(k),
+                tools::nifti_fid_of_spectrum(*spectra[k], run.axis.ppm_rises_with_points));
+        return tools::nifti_mrs_bytes(image, true);
+    };
+    files.push_back({stem + "fit.nii.gz", image_of({&run.fit}, {}, "fit")});
+    files.push_back({stem + "residual.nii.gz", image_of({&run.residual}, {}, "residual")});
+    if (run.components.empty()) return;
+    std::vector<const tools::complex_signal *> components;
+    nlohmann::ordered_json names = nlohmann::ordered_json::array();
+    for (std::size_t k = 0; k < run.components.size(); ++k) {
+        components.push_back(&run.components[k]);
+        names.push_back(run.entries[k].name);
+    }
+    tools::nifti_mrs_dimension dimension;
+    dimension.tag = "DIM_USER_0";
+    dimension.size = static_cast<long long>(components.size());
+    dimension.info = "entries of the fitted model";
+    dimension.header = {
+        {"EntryName", {{"Value", names}, {"Description", "name of the entry of the model"}}}};
+    files.push_back({stem + "components.nii.gz", image_of(components, {dimension}, "components")});
+}
+
+static std::string derived_table(const std::vector<reported_run> &runs) {
+    std::string table = "spectrum\tname\texpression\tvalue\terror_1sd\terror_2sd\t"
+                        "error_percent_1sd\n";
+    for (const reported_run &reported : runs)
+        for (const tools::derived_area &d : reported.derived)
+            table += reported.run.name + "\t" + d.name + "\t" + d.expression + "\t" +
+                     tools::table_number(d.value) + "\t" + tools::table_number(d.error_1sd) + "\t" +
+                     tools::table_number(2.0 * d.error_1sd) + "\t" +
+                     tools::table_number(d.percent_1sd()) + "\n";
+    return table;
+}
+
+static int write_batch(const report_options &options) {
+    if (!options.spectra.empty() || !options.derive.empty())
+        throw tool_error(tools::wrong_usage, options.folder + ": a batch; --spectrum and --derive "
+                                                              "are for the folders of single fits");
+    const tools::batch_view batch(options.folder);
+    std::vector<std::string> written;
+    tools::write_overview(batch, options.output.empty() ? options.folder : options.output,
+                          options.one_file_up_to, options.force, written);
+    for (const std::string &name : written) std::cout << name << '\n';
+    const auto failed =
+        std::count_if(batch.spectra.begin(), batch.spectra.end(),
+                      [](const tools::batch_spectrum &s) { return s.status == "not_fitted"; });
+    if (failed > 0)
+        std::cerr << "varokel-report: " << failed << " of " << batch.spectra.size()
+                  << " spectra not fitted\n";
+    return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+}
+
+static int write_report(const report_options &options) {
+    if (tools::is_batch(options.folder)) return write_batch(options);
+    const auto places = places_of(options);
+    std::vector<reported_run> runs;
+    std::vector<std::string> inputs;
+    std::size_t failed = 0;
+    const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
+    for (const auto &place : places) {
+        reported_run reported{read_or_say_why(place, options, places.size() == 1), {}};
+        if (reported.run.fitted)
+            for (const std::string &text : options.derive)
+                reported.derived.push_back(tools::derive_area(reported.run, text));
+        if (tools::judge_status(reported.run).status == tools::fit_status::not_fitted) ++failed;
+        inputs.insert(inputs.end(), reported.run.files_read.begin(), reported.run.files_read.end());
+        reported.run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
+        runs.push_back(std::move(reported));
+        if (progress) std::cerr << '\r' << runs.size() << " of " << places.size() << " read";
+    }
+    if (progress) std::cerr << '\n';
+
+    const std::string output = options.output.empty() ? options.folder : options.output;
+    const auto in_output = [&](const std::string &name) {
+        return (fs::path(output) / name).string();
+    };
+    std::string results = tools::results_header(), quality = tools::quality_header();
+    for (const reported_run &reported : runs) {
+        results += tools::results_rows(reported.run);
+        quality += tools::quality_row(reported.run);
+    }
+    std::vector<tools::output_file> files = {
+        {in_output("report.html"), tools::report_page(runs)},
+        {in_output("results.tsv"), results},
+        {in_output("results.json"), tools::results_dictionary()},
+        {in_output("quality.tsv"), quality},
+        {in_output("quality.json"), tools::quality_dictionary()}};
+    if (!options.derive.empty()) files.push_back({in_output("derived.tsv"), derived_table(runs)});
+    for (const reported_run &reported : runs) {
+        const run_result &run = reported.run;
+        if (!run.fitted) continue;
+        const std::string stem = in_output(runs.size() == 1 ? "" : run.name + ".");
+        files.push_back({stem + "fit.svg", tools::report_picture(run)});
+        std::string why_not;
+        if (options.nifti) add_nifti(run, stem, files, why_not);
+        if (!why_not.empty())
+            std::cerr << "varokel-report: " << run.name << ": no NIfTI-MRS: " << why_not << '\n';
+    }
+    tools::write_files(files, inputs, options.force);
+    for (const tools::output_file &file : files) std::cout << file.name << '\n';
+    if (failed > 0)
+        std::cerr << "varokel-report: " << failed << " of " << runs.size()
+                  << (runs.size() == 1 ? " spectrum" : " spectra") << " not fitted\n";
+    return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+}
+
+int main(int argc, char **argv) {
+    report_options options;
+    CLI::App app(
+        "Reports the fits in a folder: report.html (one page that loads nothing), "
+        "results.tsv and quality.tsv\nwith JSON that describes their columns, fit.svg, and "
+        "fit, residual and components as NIfTI-MRS. Of a batch: overview.html, with maps or time "
+        "courses.",
+        "varokel-report");
+    app.add_option("FOLDER", options.folder, "folder of a fit, or of folders of fits")->required();
+    app.add_option("-o,--output", options.output, "folder for the report (default: FOLDER)")
+        ->type_name("FOLDER");
+    app.add_option("--spectrum", options.spectra, "only this spectrum; may be repeated")
+        ->type_name("NAME");
+    app.add_option("--derive", options.derive,
+                   "sum, difference, product or ratio of areas with its error, as in "
+                   "\"PDE=GPE+GPC\" or \"PCr/gATP\"; may be repeated")
+        ->type_name("EXPR");
+    app.add_option("--names", options.files.names_file,
+                   "names of the entries, one a line (default: names.txt beside the results)")
+        ->type_name("FILE");
+    app.add_option("--start", options.files.start_file,
+                   "start file of the fit (default: the one that the results name)")
+        ->type_name("FILE");
+    app.add_option("--log", options.files.log_file,
+                   "what the fit printed (default: NAME.log or run.log)")
+        ->type_name("FILE");
+    app.add_flag("!--no-nifti", options.nifti, "no NIfTI-MRS files");
+    app.add_option("--one-file-up-to", options.one_file_up_to,
+                   "spectra of a batch whose overview is one file; beyond, curves stand in files "
+                   "beside the page")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    app.add_flag("--force", options.force, "replace existing files");
+    tools::common_options(app, "  varokel-report run --derive \"PCr/gATP\"",
+                          "0 all right, 1 a spectrum was not fitted");
+    return tools::run_tool("varokel-report", [&] {
+        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
+            return *status;
+        return write_report(options);
+    });
+}
