@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+#
+# slurm_array.sh PROGRAMS TREE: 1,000 spectra as an array of 10 on a Slurm of its own (one node, the
+# loopback interface only), one task killed and requeued; the table must be that of a plain run.
+# Needs slurm-wlm and munge; everything it starts is ended by its process number.
+set -euo pipefail
+export LC_ALL=C TZ=UTC
+programs=$(cd "$1" && pwd)
+tree=$(cd "$2" && pwd)
+for program in slurmctld slurmd munged; do
+    [ -x "/usr/sbin/$program" ] || { echo "no $program: left out"; exit 0; }
+done
+folder=$(mktemp -d)
+chmod 755 "$folder"
+stop() {
+    for file in slurmd.pid slurmctld.pid munge/munged.pid; do
+        [ -s "$folder/$file" ] || continue
+        pid=$(cat "$folder/$file")
+        kill "$pid" 2>/dev/null || continue
+        for ((i = 0; i < 100; ++i)); do [ -d "/proc/$pid" ] || break; sleep 0.1; done
+    done
+    rm -rf "$folder"
+}
+trap stop EXIT
+cd "$folder"
+mkdir -p state spool log munge
+chmod 755 munge
+port=${PORT:-26817}
+user=$(id -un)
+cat >slurm.conf <<TEXT
+ClusterName=trial
+SlurmctldHost=localhost(127.0.0.1)
+CommunicationParameters=NoCtldInAddrAny,NoInAddrAny
+SlurmUser=$user
+SlurmdUser=$user
+AuthType=auth/munge
+AuthInfo=socket=$folder/munge/munge.socket
+CredType=cred/munge
+SlurmctldPort=$port
+SlurmdPort=$((port + 1))
+SlurmctldPidFile=$folder/slurmctld.pid
+SlurmdPidFile=$folder/slurmd.pid
+StateSaveLocation=$folder/state
+SlurmdSpoolDir=$folder/spool
+SlurmctldLogFile=$folder/log/slurmctld.log
+SlurmdLogFile=$folder/log/slurmd.log
+ProctrackType=proctrack/linuxproc
+TaskPlugin=task/none
+JobAcctGatherType=jobacct_gather/none
+AccountingStorageType=accounting_storage/none
+JobCompType=jobcomp/filetxt
+JobCompLoc=$folder/log/jobcomp.txt
+SwitchType=switch/none
+MpiDefault=none
+ReturnToService=2
+SchedulerType=sched/backfill
+SchedulerParameters=sched_interval=1,bf_interval=1,batch_sched_delay=0,sched_min_interval=0
+SelectType=select/cons_tres
+SelectTypeParameters=CR_Core
+KillWait=2
+NodeName=localhost NodeAddr=127.0.0.1 NodeHostname=$(hostname -s) CPUs=$(nproc) RealMemory=2000 State=UNKNOWN
+PartitionName=trial Nodes=localhost Default=YES MaxTime=INFINITE State=UP
+TEXT
+export SLURM_CONF=$folder/slurm.conf
+(umask 077 && head -c 1024 /dev/urandom >munge/munge.key)
+/usr/sbin/munged --force --key-file="$folder/munge/munge.key" --socket="$folder/munge/munge.socket" \
+    --pid-file="$folder/munge/munged.pid" --log-file="$folder/munge/munged.log" --seed-file="$folder/munge/munged.seed"
+/usr/sbin/slurmctld -i -c
+for ((i = 0; i < 100; ++i)); do scontrol ping 2>/dev/null | grep -q 'is UP' && break; sleep 0.1; done
+/usr/sbin/slurmd -c -N localhost
+for ((i = 0; i < 100; ++i)); do [ "$(sinfo -h -o %T 2>/dev/null)" = idle ] && break; sleep 0.1; done
+sinfo -h
+
+# shellcheck source=tests/batch/two_lines.sh
+. "$tree/tests/batch/two_lines.sh"
+two_lines_grid grid 10 10 10 faulty
+"$programs/varokel-batch" plan grid.nii --start start.par --noise 0:31 -o run 2>/dev/null
+cp -r run plain
+"$programs/varokel-batch" run plain -j "$(nproc)"
+"$programs/varokel-batch" merge plain >/dev/null
+"$programs/varokel-batch" slurm run --shards 10 --mem 200M --time 00:10:00 >submit.sh
+read -r _ shards _ merge <<<"$(bash submit.sh)"
+echo "array $shards, merge $merge"
+# the first task that has begun its journal is killed as a machine that fails would, and queued again
+killed=
+for ((i = 0; i < 600; ++i)); do
+    for journal in run/shards/*.journal; do
+        [ -s "$journal" ] || continue
+        task=$((10#$(basename "$journal" | cut -c1-4)))
+        size=$(stat -c %s "$journal" 2>/dev/null || echo 0)
+        [ "$size" -gt 5000 ] || continue
+        scontrol requeue "${shards}_$task" && killed=$task
+        break 2
+    done
+    sleep 0.05
+done
+[ -n "$killed" ] || { echo "no task could be caught at work"; exit 1; }
+sleep 0.3
+# a requeued task waits for minutes by default
+for ((i = 0; i < 50; ++i)); do
+    scontrol update JobId="${shards}_$killed" StartTime=now 2>/dev/null && break
+    sleep 0.2
+done
+"$programs/varokel-batch" status run | grep -E '^(fitted|unfinished)' || true
+for ((i = 0; i < 1200; ++i)); do
+    [ -n "$(squeue -h -o %i 2>/dev/null)" ] || break
+    sleep 0.1
+done
+echo "task $killed was requeued; states of the tasks:"
+grep -o 'JobState=[A-Z]*' log/jobcomp.txt | sort | uniq -c
+cat run/logs/shard_"$killed".out
+tail -1 run/logs/merge.out
+grep -c JobState=COMPLETED log/jobcomp.txt | grep -qx 11 || { echo "not all tasks are complete"; cat log/jobcomp.txt; exit 1; }
+for file in results.tsv quality.tsv pictures.f32; do cmp "plain/$file" "run/$file"; done
+for map in plain/maps/*; do cmp "$map" "run/maps/${map##*/}"; done
+echo "the same bytes as of a plain run"

@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+. "$(dirname "$0")/harness.sh"
+. "$tree/tests/batch/two_lines.sh"
+bids=$programs/varokel-bids
+
+common_habits varokel-bids
+two_lines_grid grid 3 2 1
+"$programs/varokel-import" grid.nii --voxel 2,1,0 -o one >out 2>err
+if grep -q 'without the NIfTI' err; then
+    echo "no NIfTI in this build: left out"
+    exit 0
+fi
+mv grid.nii a.nii
+two_lines_grid single 1 1 1
+mkdir -p data/sub-01/ses-1/mrs data/sub-02/mrs data/sub-03/anat
+printf '{"Name": "trial", "BIDSVersion": "1.10.0", "DatasetDOI": "doi:10.0/trial"}' >data/dataset_description.json
+gzip -c a.nii >data/sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_mrsi.nii.gz
+cp single.nii data/sub-02/mrs/sub-02_svs.nii
+gzip -nc single.nii >data/sub-02/mrs/sub-02_run-2_svs.nii.gz
+echo '{"PatientName": "Mustermann"}' >data/sub-02/mrs/sub-02_svs.json
+chmod -R a-w data
+before=$(find data -type f -exec cksum {} + | sort)
+
+status 0 "$bids" data made participant --start start.par
+true_that "the data set is as it was" test "$(find data -type f -exec cksum {} + | sort)" = "$before"
+for file in dataset_description.json \
+    sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_desc-fit_mrsi.tsv sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_desc-fit_mrsi.json \
+    sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_desc-quality_mrsi.tsv \
+    sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_desc-rightArea_mrsi.nii.gz \
+    sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_desc-rightArea_mrsi.json \
+    sub-02/mrs/sub-02_desc-fit_svs.tsv sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv; do
+    true_that "$file" test -s "made/$file"
+done
+holds made/dataset_description.json '"GeneratedBy"'
+holds made/dataset_description.json '"DatasetType": "derivative"'
+holds made/dataset_description.json '"DOI": "doi:10.0/trial"'
+holds made/sub-02/mrs/sub-02_desc-fit_svs.json '"bids:raw:sub-02/mrs/sub-02_svs.nii"'
+true_that "twelve rows and a heading for the grid" test "$(wc -l <made/sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_desc-fit_mrsi.tsv)" -eq 13
+true_that "the same signal packed gives the same numbers" cmp \
+    <(cut -f2- made/sub-02/mrs/sub-02_desc-fit_svs.tsv) <(cut -f2- made/sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv)
+true_that "no name of a person" test -z "$(grep -rl Mustermann made)"
+true_that "no maps of one voxel" test ! -e made/sub-02/mrs/sub-02_desc-rightArea_svs.nii.gz
+
+status 4 "$bids" data made participant --start start.par --participant-label 02
+holds err "--force replaces it"
+status 0 "$bids" data made participant --start start.par --participant-label sub-02 --force -j 2
+status 3 "$bids" data made participant --start start.par --participant_label 09
+holds err "no sub-09"
+status 3 "$bids" one made participant --start start.par
+holds err "no dataset_description.json"
+status 2 "$bids" data made group --start start.par
+chmod -R u+w data
+# one file that cannot be read: the others go on
+printf 'x' >data/sub-02/mrs/sub-02_svs.nii
+status 1 "$bids" data made2 participant --start start.par
+holds err "sub-02_svs.nii"
+true_that "the others are there" test -s made2/sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv
+finish

@@ -1,0 +1,146 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+. "$(dirname "$0")/harness.sh"
+. "$tree/tests/batch/two_lines.sh"
+batch=$programs/varokel-batch
+
+two_lines_grid grid 4 3 1
+"$programs/varokel-import" grid.nii --voxel 2,1,0 -o one >out 2>err
+if grep -q 'without the NIfTI' err; then
+    echo "no NIfTI in this build: left out"
+    exit 0
+fi
+bad=$PWD/one/grid_2_1_0.bin
+status 0 "$batch" plan grid.nii --start start.par -o plan
+cp -r plan good
+status 0 "$batch" run good
+status 0 "$batch" merge good
+
+# a program that does as varokel, but for one spectrum does what the second argument says
+faulty() {
+    printf '#!/bin/sh\nif cmp -s spectrum.bin %s; then\n%s\nfi\nexec %s "$@"\n' \
+        "$bad" "$2" "$programs/varokel" >"$1"
+    chmod +x "$1"
+}
+# recorded NAME REASON: the batch ends with status 1, the reason stands in the table, all others are
+# as they should be, and --again repairs it
+recorded() {
+    holds out "11 fitted, 1 failed"
+    status 1 "$batch" merge "$1"
+    holds err "1 fits failed; quality.tsv says why"
+    holds "$1/quality.tsv" "grid_2_1_0	2	1	0	not_fitted	$2"
+    true_that "$1: the other voxels" cmp <(grep -v grid_2_1_0 good/results.tsv) <(grep -v grid_2_1_0 "$1/results.tsv")
+    status 1 "$batch" run "$1" --resume
+    status 0 "$batch" run "$1" --resume --again
+    status 0 "$batch" merge "$1" --force
+    true_that "$1: whole after --again" cmp good/results.tsv "$1/results.tsv"
+}
+try() { # NAME SHELL-TEXT REASON OPTIONS...
+    local name=$1 reason=$3
+    faulty "fake_$name" "$2"
+    shift 3
+    cp -r plan "$name"
+    status 1 "$batch" run "$name" --varokel "./fake_$name" -j 2 "$@"
+    recorded "$name" "$reason"
+}
+try silent 'exit 0' 'its .mat is missing or not whole: it printed nothing'
+try refusing 'echo "* Spectrum is not fitted *"; exit 0' 'not fitted: Spectrum is not fitted'
+try dying 'kill -SEGV $$' 'died of signal 11'
+try failing 'echo "no such luck"; exit 255' 'ended with exit status 255: no such luck'
+try hanging 'sleep 60; exit 0' 'no end within the limit of 0.5 s' --limit 0.5
+try cut "$programs/varokel \"\$@\"; head -c 60 spectrum.mat >m; mv m spectrum.mat; exit 0" \
+    'its .mat is missing or not whole'
+try unfinished "$programs/varokel \"\$@\"; head -n 20 spectrum.fitres >m; mv m spectrum.fitres; exit 0" \
+    'its .fitres is missing or not whole'
+try infinite "$programs/varokel \"\$@\"; sed 's/^[^\\t]*/NAN/' spectrum.mat >m; mv m spectrum.mat; exit 0" \
+    'its results are no finite numbers'
+
+# goes_on NAME: after a fault of the place, nothing is lost and --resume ends it
+goes_on() {
+    status 0 "$batch" run "$1" --resume
+    status 0 "$batch" merge "$1"
+    true_that "$1: whole in the end" cmp good/results.tsv "$1/results.tsv"
+}
+cp -r plan missing
+status 3 "$batch" run missing --varokel ./nothing_here
+holds err "./nothing_here: no program that can be started"
+printf '#!/no/such/interpreter\n' >broken && chmod +x broken
+status 4 "$batch" run missing --varokel ./broken
+holds err "cannot be started"
+holds err "--resume goes on"
+goes_on missing
+cp -r plan unwritable
+status 4 "$batch" run unwritable --scratch ./no_such_place
+holds err "--scratch DIR names a place for the fits"
+goes_on unwritable
+# fits that cannot write, as on a full disk
+faulty full 'echo "error in writing file ./spectrum.fit"; exit 0'
+cp -r plan writeless
+status 4 "$batch" run writeless --varokel ./full
+holds err "the fit could not write its results"
+goes_on writeless
+# a place that is really full, where a user may mount one
+if unshare -rm true 2>/dev/null; then
+    cp -r plan disk
+    status 4 unshare -rm sh -c 'mkdir -p small && mount -t tmpfs -o size=64k none small && exec "$@"' - \
+        "$batch" run disk -j 2 --scratch small
+    holds err "is there room"
+    goes_on disk
+fi
+
+# what was planned must be what is fitted
+cp -r plan changed
+{ timeout -s INT 0.05 "$batch" run changed >/dev/null 2>&1; } 2>/dev/null
+cp grid.nii kept.nii
+printf 'x' | dd of=grid.nii bs=1 seek=900 conv=notrunc 2>/dev/null
+status 3 "$batch" run changed --resume
+holds err "grid.nii: was changed since the plan was made; put the file of then back"
+cp kept.nii grid.nii
+touch grid.nii
+goes_on changed
+cp -r plan moved
+mv grid.nii away.nii
+status 0 "$batch" run moved
+holds err "grid.nii: is not there any more"
+mv away.nii grid.nii
+cp -r plan edited
+echo >>edited/start.par
+status 3 "$batch" run edited
+holds err "edited/start.par: was changed"
+cp -r plan spoilt
+printf 'x' | dd of=spoilt/spectra.f32 bs=1 seek=5000 conv=notrunc 2>/dev/null
+status 3 "$batch" run spoilt
+holds err "grid_0_1_0 was changed since the plan was made"
+cp plan/spectra.f32 spoilt/
+goes_on spoilt
+cp -r plan torn
+sed -i 's/"number":5,/"number":x,/' torn/manifest.json
+status 3 "$batch" run torn
+holds err "spectrum 5 does not stand where it should"
+status 3 "$batch" run nowhere
+holds err "expected the folder of a plan"
+# parts of one plan do not go into another
+status 0 "$batch" plan grid.nii --start start.par --select 0:11 --keep none -o other
+cp -r good/shards other/
+status 3 "$batch" merge other
+holds err "the marker of another plan"
+# damage to a part is found
+cp -r good hurt
+printf 'x' | dd of=hurt/shards/0000_of_0001.part bs=1 seek=700 conv=notrunc 2>/dev/null
+status 3 "$batch" merge hurt --force
+holds err "0000_of_0001.part: damaged; remove"
+
+# ctrl-C ends with what is there; two at one shard is one too many
+faulty slow 'sleep 1'
+sed -i 's/if cmp.*; then/if :; then/' slow
+cp -r plan stopped
+"$batch" run stopped --varokel ./slow -j 2 >out 2>err &
+process=$!
+sleep 0.3
+status 4 "$batch" run stopped --resume
+holds err "another process works on this shard"
+kill -INT $process
+wait $process
+true_that "status 130" test $? -eq 130
+goes_on stopped
+finish

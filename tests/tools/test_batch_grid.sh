@@ -1,0 +1,162 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+. "$(dirname "$0")/harness.sh"
+. "$tree/tests/batch/two_lines.sh"
+batch=$programs/varokel-batch
+
+common_habits varokel-batch
+if ! "$programs/varokel-import" --help >/dev/null; then exit 1; fi
+two_lines_grid grid 6 4 2 faulty
+if ! "$programs/varokel-import" grid.nii --voxel 2,1,1 -o one >out 2>err && grep -q 'without the NIfTI' err; then
+    echo "no NIfTI in this build: left out"
+    exit 0
+fi
+
+# plan: what is in the input, and nothing twice
+status 0 "$batch" plan grid.nii --start start.par -o run --noise 0:31
+holds out "spectra 48"
+holds out "to fit 46"
+holds out "all zero 1"
+holds out "not finite 1"
+status 4 "$batch" plan grid.nii --start start.par -o run
+holds err "--force replaces it"
+status 4 "$batch" plan grid.nii --start start.par -o one
+holds err "is not empty"
+status 2 "$batch" plan grid.nii -o new
+holds err "--start FILE or --peaks TABLE"
+status 3 "$batch" merge run
+holds err "lines 0 to 47 of the manifest"
+true_that "the manifest is one JSON document with a line for each spectrum" \
+    perl -MJSON::PP -e 'local $/; my $j = decode_json(<STDIN>); exit !(@{$j->{spectra}} == 48 && $j->{spectra}[47]{name} eq "grid_5_3_1")' <run/manifest.json
+
+# run, status, merge
+status 0 "$batch" run run
+holds out "46 fitted, 0 failed, 2 not tried"
+true_that "quiet where there is no terminal" test ! -s err
+status 0 "$batch" status run
+holds out "complete"
+status 4 "$batch" run run
+holds err "--resume goes on with what is missing"
+status 0 "$batch" merge run
+holds out run/results.tsv
+holds out run/maps/right_area.nii.gz
+status 4 "$batch" merge run
+true_that "two rows a voxel and a heading" test "$(wc -l <run/results.tsv)" -eq 97
+holds run/quality.tsv "grid_1_1_0	1	1	0	not_fitted	holds points that are no finite numbers"
+holds run/quality.tsv "grid_0_1_0	0	1	0	not_fitted	all its points are zero"
+holds run/results.json '"area_error_2sd"'
+
+# a voxel that goes the way of single spectra has the same numbers: value and two sigma of the area
+cp start.par one/
+(cd one && "$programs/varokel" . grid_2_1_1.bin start.par >log)
+expected=$(awk 'NR == 2 { printf "%.9g", $1 }' one/grid_2_1_1.mat)
+bound=$(awk 'NR == 2 { printf "%.9g", $1 }' one/grid_2_1_1.err)
+true_that "area $expected and bound $bound of the left line in the table" awk -F'\t' -v a="$expected" -v e="$bound" '
+    NR == 1 { for (i = 1; i <= NF; i++) column[$i] = i }
+    $1 == "grid_2_1_1" && $column["name"] == "left" { found = $column["area"] == a && $column["area_error_2sd"] == e }
+    END { exit !found }' run/results.tsv
+# areas as drawn, each within five of its own standard deviations
+true_that "areas near 1 + x/4 + y/8" awk -F'\t' '
+    NR == 1 { for (i = 1; i <= NF; i++) column[$i] = i; next }
+    $column["name"] == "right" && $column["status"] == "converged" {
+        n++; d = $column["area"] - 1 - $column["x"] / 4 - $column["y"] / 8; e = $column["area_error_1sd"]
+        if (d > 5 * e || d < -5 * e) bad++
+    }
+    END { exit !(n > 40 && bad == 0) }' run/results.tsv
+# the curve that is kept is the .fit of the program
+row=$(awk -F'\t' '$3 == "grid_2_1_1" { print $1 }' run/pictures.tsv)
+true_that "curve of grid_2_1_1" cmp <(tail -c +$((row * 1024 + 1)) run/pictures.f32 | head -c 1024) one/grid_2_1_1.fit
+
+# the same bytes however it is divided
+same() {
+    status 0 "$batch" merge "$1"
+    for file in results.tsv quality.tsv pictures.f32 pictures.tsv maps/left_area.nii.gz maps/fit_quality.nii.gz; do
+        true_that "$1: $file as of one run" cmp "${2:-run}/$file" "$1/$file"
+    done
+}
+cp -r run plan && rm -rf plan/{shards,maps,results.*,quality.*,pictures.*}
+cp -r plan two && status 0 "$batch" run two -j 2
+same two
+for n in 5 11; do
+    cp -r plan "s$n"
+    for ((i = n - 1; i >= 0; --i)); do
+        [ "$i" -eq 2 ] || "$batch" run "s$n" --shard "$i/$n" >/dev/null
+    done
+    status 3 "$batch" merge "s$n"
+    holds err "shards 2/$n"
+    status 1 "$batch" status "s$n"
+    holds out "missing: shard 2/$n"
+    status 0 "$batch" run "s$n" --shard "2/$n" --resume
+    same "s$n"
+done
+status 2 "$batch" run plan --shard 5/5
+status 2 "$batch" run plan --shard 0/49
+
+# killed, then resumed
+cp -r plan killed
+mkdir scratch
+for pause in 0.05 0.11 0.17; do
+    { timeout -s KILL "$pause" "$batch" run killed -j 2 --resume --scratch scratch; } >/dev/null 2>&1
+done 2>/dev/null
+true_that "something was begun and not ended" test -s killed/shards/0000_of_0001.journal
+printf 'torn' >>killed/shards/0000_of_0001.journal
+status 0 "$batch" run killed --resume --scratch scratch
+same killed
+true_that "nothing left of the killed ones" test -z "$(ls scratch)"
+
+# values of the nearest neighbour: waves within blocks, so no difference either
+status 0 "$batch" plan grid.nii --start start.par --values neighbour -o near --noise 0:31
+holds out "blocks 2"
+cp -r near near2
+status 0 "$batch" run near
+status 0 "$batch" merge near
+status 0 "$batch" run near2 --shard 1/2
+status 0 "$batch" run near2 --shard 0/2 -j 3
+same near2 near
+true_that "iterations differ from those of common start values" test "$(cut -f1-4,14 near/quality.tsv | cmp - <(cut -f1-4,14 run/quality.tsv) | wc -l)" -eq 1
+
+# each start is the result of another fit of the block, as the program itself writes it down
+cat >keeping <<TEXT
+#!/bin/sh
+"$programs/varokel" "\$@" || exit
+values() { sed -n '/^number/,/^#1/p' "\$1" | awk 'NF == 6 && \$1 ~ /^[0-9]/ { printf "%.6e %.6e %.6e %.6e\n", \$2, \$3, \$5, \$6 }'; }
+line=\${PWD##*/}
+values start.par >"$folder/values/\$line.start"
+values compact.par >"$folder/values/\$line.result"
+TEXT
+chmod +x keeping
+mkdir values
+cp -r plan/start.par common.par
+status 0 "$batch" run near2 --force --varokel ./keeping
+handed_on=0
+strange=0
+for start in values/*.start; do
+    if cmp -s "$start" values/0.start; then continue; fi
+    match=$(for result in values/*.result; do cmp -s "$start" "$result" && echo "$result"; done)
+    if [ -n "$match" ]; then handed_on=$((handed_on + 1)); else strange=$((strange + 1)); fi
+done
+true_that "$handed_on starts are results of others, $strange are not" test "$handed_on" -eq 40 -a "$strange" -eq 0 # three begin each of the two blocks
+
+# a mask, a list, worst curves only
+perl "$tree/tests/batch/mask_file.pl" 6 4 2 >mask.nii
+status 0 "$batch" plan grid.nii --start start.par --mask mask.nii --keep worst:3 -o masked
+holds out "spectra 4"
+status 0 "$batch" run masked
+status 0 "$batch" merge masked
+true_that "three curves" test "$(wc -l <masked/pictures.tsv)" -eq 4
+perl "$tree/tests/batch/mask_file.pl" 6 4 3 >wrong.nii
+status 3 "$batch" plan grid.nii --start start.par --mask wrong.nii -o other
+holds err "expected the grid of the measurement, 6 x 4 x 2"
+status 0 "$batch" plan grid.nii --start start.par --select 3:5,40 -o some
+holds out "spectra 4"
+status 2 "$batch" plan grid.nii --start start.par --select 48 -o none
+holds err "from 0 to 47"
+
+# the folder of varokel-import: the same fits
+"$programs/varokel-import" grid.nii --voxel 3,2,1 -o imported >/dev/null 2>&1
+"$programs/varokel-import" grid.nii --voxel 2,1,1 -o imported >/dev/null 2>&1
+status 0 "$batch" plan imported --start start.par -o from_folder
+status 0 "$batch" run from_folder
+status 0 "$batch" merge from_folder
+true_that "rows as of the grid" cmp <(grep grid_2_1_1 run/results.tsv) <(grep grid_2_1_1 from_folder/results.tsv)
+finish

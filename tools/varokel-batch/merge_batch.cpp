@@ -1,0 +1,268 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-batch/merge_batch.h"
+
+#include "varokel-batch/batch_table.h"
+#include "varokel-batch/grid_maps.h"
+#include "varokel-batch/shard_files.h"
+
+#include "common/output_file.h"
+#include "common/tool_error.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <limits>
+#include <memory>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+// A table that is written while it grows, and appears as a whole.
+class growing_file {
+  public:
+    explicit growing_file(const std::string &name)
+        : name_(name), written_(name + ".part" + std::to_string(getpid())),
+          file_(std::fopen(written_.c_str(), "wb")) {
+        if (file_ == nullptr) refuse();
+    }
+    growing_file(const growing_file &) = delete;
+    growing_file &operator=(const growing_file &) = delete;
+    ~growing_file() {
+        if (file_ != nullptr) std::fclose(file_);
+        if (!done_) unlink(written_.c_str());
+    }
+    void add(const std::string &bytes) {
+        if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) refuse();
+    }
+    void finish() {
+        std::FILE *const file = file_;
+        file_ = nullptr;
+        const bool good = std::fflush(file) == 0 && fsync(fileno(file)) == 0;
+        if (std::fclose(file) != 0 || !good || std::rename(written_.c_str(), name_.c_str()) != 0)
+            refuse();
+        done_ = true;
+    }
+
+  private:
+    [[noreturn]] void refuse() const {
+        throw tool_error(bad_output, name_ + ": cannot be written; is the folder yours, is the "
+                                             "disk full? Merge again then");
+    }
+    std::string name_, written_;
+    std::FILE *file_;
+    bool done_ = false;
+};
+
+// The records of all parts by their line in the manifest.
+class all_parts {
+  public:
+    explicit all_parts(const batch_plan &plan) : plan_(plan) {
+        long long reached = 0, shards = 0;
+        std::string missing;
+        const std::vector<finished_shard> found = finished_shards(plan);
+        for (const finished_shard &each : found) shards = std::max(shards, each.shards);
+        const auto miss = [&](long long first, long long stop) {
+            if (first < stop)
+                missing += (missing.empty() ? "" : ", ") + std::to_string(first) + " to " +
+                           std::to_string(stop - 1);
+        };
+        for (const finished_shard &each : found) {
+            if (each.stop <= reached) continue; // fitted with another number of shards, too
+            miss(reached, each.first);
+            shards_.push_back(each);
+            reached = each.stop;
+        }
+        miss(reached, plan.spectra);
+        if (missing.empty()) return;
+        std::string names;
+        std::error_code error;
+        for (long long shard = 0; shard < shards; ++shard)
+            if (!fs::exists(shard_stem(plan, shard, shards) + ".done", error))
+                names += (names.empty() ? "" : ", ") + std::to_string(shard) + "/" +
+                         std::to_string(shards);
+        throw tool_error(bad_input, plan.folder + ": not all spectra are fitted; missing: " +
+                                        (names.empty() ? "" : "shards " + names + "; ") + "lines " +
+                                        missing +
+                                        " of the manifest. varokel-batch run --resume does them");
+    }
+    const fit_record &read(long long line) {
+        while (line < first() || line >= stop()) {
+            at_ = line < first() ? at_ - 1 : at_ + 1;
+            reader_.reset();
+        }
+        if (!reader_) reader_ = std::make_unique<part_reader>(plan_, shards_[at_]);
+        return reader_->read(line);
+    }
+    const std::vector<finished_shard> &shards() const { return shards_; }
+
+  private:
+    // where shards of two partitions overlap the later one begins at the end of the one before
+    long long first() const {
+        return at_ == 0 ? shards_[0].first : std::max(shards_[at_].first, shards_[at_ - 1].stop);
+    }
+    long long stop() const { return shards_[at_].stop; }
+    const batch_plan &plan_;
+    std::vector<finished_shard> shards_;
+    std::size_t at_ = 0;
+    std::unique_ptr<part_reader> reader_;
+};
+
+static void write_tables(const batch_plan &plan, plan_lines &lines, all_parts &parts,
+                         const std::vector<long long> &line_of_number, long long &failed) {
+    growing_file results(plan.file("results.tsv")), quality(plan.file("quality.tsv"));
+    const batch_table table(plan);
+    results.add(table.results_header());
+    quality.add(table.quality_header());
+    for (long long number = 0; number < plan.spectra; ++number) {
+        const long long line =
+            line_of_number.empty() ? number : line_of_number[static_cast<std::size_t>(number)];
+        const planned_spectrum spectrum = lines.read(line);
+        const fit_record &record = parts.read(line);
+        if (record.state == fit_state::failed) ++failed;
+        results.add(table.results_rows(spectrum, record));
+        quality.add(table.quality_row(spectrum, record));
+    }
+    write_files({{plan.file("results.json"), table.results_dictionary()},
+                 {plan.file("quality.json"), table.quality_dictionary()}},
+                {}, true);
+    results.finish();
+    quality.finish();
+}
+
+// A name of an entry as part of a file name.
+static std::string safe_name(const std::string &name) {
+    std::string safe;
+    for (const char c : name)
+        safe += std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '+' ? c : '_';
+    return safe;
+}
+
+// One map after the other: storage for one entry's maps only.
+static void write_maps(const batch_plan &plan, plan_lines &lines, all_parts &parts,
+                       std::vector<std::string> &names) {
+    std::vector<long long> sizes, stride;
+    long long voxels = 1;
+    std::vector<std::string> used;
+    for (const plan_axis &axis : plan.axes) {
+        stride.push_back(voxels);
+        if (axis.spatial || axis.size > 1) sizes.push_back(axis.size);
+        voxels *= axis.size;
+    }
+    std::error_code error;
+    fs::create_directory(plan.file("maps"), error);
+    const float none = std::numeric_limits<float>::quiet_NaN();
+    const batch_table table(plan);
+    const auto write_group = [&](const std::vector<map_quantity> &group, std::size_t entry,
+                                 const std::string &stem, const std::string &title) {
+        std::vector<std::vector<float>> maps(
+            group.size(), std::vector<float>(static_cast<std::size_t>(voxels), none));
+        for (long long line = 0; line < plan.spectra; ++line) {
+            const planned_spectrum spectrum = lines.read(line);
+            const fit_record &record = parts.read(line);
+            if (record.state != fit_state::fitted) continue;
+            long long place = 0;
+            for (std::size_t a = 0; a < stride.size(); ++a) place += spectrum.at[a] * stride[a];
+            for (std::size_t m = 0; m < group.size(); ++m)
+                maps[m][static_cast<std::size_t>(place)] =
+                    static_cast<float>(table.value_of(group[m], record, entry));
+        }
+        for (std::size_t m = 0; m < group.size(); ++m) {
+            const std::string name = plan.file("maps/") + stem + map_name(group[m]) + ".nii.gz";
+            write_map(name, plan.file("voxels.nii"), sizes, maps[m],
+                      title + std::string(map_name(group[m])) + " " + map_unit(group[m]));
+            names.push_back(name);
+        }
+    };
+    for (std::size_t k = 0; k < plan.entry_names.size(); ++k) {
+        std::string stem = safe_name(plan.entry_names[k]);
+        if (std::count(used.begin(), used.end(), stem) > 0) stem += "_" + std::to_string(k + 1);
+        used.push_back(stem);
+        write_group(table.entry_maps(k), k, stem + "_", plan.entry_names[k] + " ");
+    }
+    write_group(table.fit_maps(), 0, "fit_", "fit ");
+}
+
+// Curves of the fits that are kept: of all shards' worst the worst.
+static void write_curves(const batch_plan &plan, plan_lines &lines,
+                         const std::vector<finished_shard> &shards) {
+    struct kept {
+        curve_head head;
+        std::size_t shard;
+        long long offset;
+    };
+    std::vector<kept> all;
+    const long long size = static_cast<long long>(sizeof(curve_head)) + 8 * plan.points;
+    std::vector<int> files;
+    long long reached = 0;
+    for (std::size_t s = 0; s < shards.size(); ++s) {
+        const int file = open((shards[s].stem + ".curves").c_str(), O_RDONLY | O_CLOEXEC);
+        files.push_back(file);
+        curve_head head{};
+        for (long long at = 0; file >= 0 && pread(file, &head, sizeof head, at) == sizeof head;
+             at += size)
+            if (head.line >= reached) all.push_back({head, s, at});
+        reached = shards[s].stop;
+    }
+    std::sort(all.begin(), all.end(), [](const kept &a, const kept &b) {
+        return a.head.quality != b.head.quality ? a.head.quality > b.head.quality
+                                                : a.head.line < b.head.line;
+    });
+    if (static_cast<long long>(all.size()) > plan.keep)
+        all.resize(static_cast<std::size_t>(plan.keep));
+    growing_file curves(plan.file("pictures.f32"));
+    std::string list = "row\tnumber\tspectrum\tfit_quality\n";
+    std::string bytes(static_cast<std::size_t>(8 * plan.points), '\0');
+    std::size_t row = 0;
+    for (const kept &each : all) {
+        if (pread(files[each.shard], bytes.data(), bytes.size(),
+                  each.offset + static_cast<long long>(sizeof(curve_head))) !=
+            static_cast<ssize_t>(bytes.size()))
+            throw tool_error(bad_input, shards[each.shard].stem + ".curves: is cut; remove " +
+                                            shards[each.shard].stem +
+                                            ".done and run the shard again");
+        curves.add(bytes);
+        const planned_spectrum spectrum = lines.read(each.head.line);
+        list += std::to_string(row++) + "\t" + std::to_string(spectrum.number) + "\t" +
+                spectrum.name + "\t" + table_text(each.head.quality) + "\n";
+    }
+    for (const int file : files)
+        if (file >= 0) close(file);
+    write_files({{plan.file("pictures.tsv"), list}}, {}, true);
+    curves.finish();
+}
+
+int merge_batch(const std::string &folder, bool force) {
+    const batch_plan plan = read_plan(folder);
+    std::vector<std::string> names = {plan.file("results.tsv"), plan.file("results.json"),
+                                      plan.file("quality.tsv"), plan.file("quality.json")};
+    if (plan.keep > 0) {
+        names.push_back(plan.file("pictures.f32"));
+        names.push_back(plan.file("pictures.tsv"));
+    }
+    const output_batch check({}, force);
+    for (const std::string &name : names) check.refuse_overwriting(name);
+    all_parts parts(plan);
+    plan_lines lines(plan);
+    std::vector<long long> line_of_number;
+    if (plan.blocks != plan.spectra) {
+        line_of_number.resize(static_cast<std::size_t>(plan.spectra));
+        for (long long line = 0; line < plan.spectra; ++line)
+            line_of_number[static_cast<std::size_t>(lines.read(line).number)] = line;
+    }
+    long long failed = 0;
+    write_tables(plan, lines, parts, line_of_number, failed);
+    if (plan.grid) write_maps(plan, lines, parts, names);
+    if (plan.keep > 0) write_curves(plan, lines, parts.shards());
+    for (const std::string &name : names) std::cout << name << '\n';
+    if (failed > 0)
+        std::cerr << "varokel-batch: " << failed << " fits failed; quality.tsv says why\n";
+    return failed > 0 ? different : all_right;
+}
+
+} // namespace tools

@@ -1,0 +1,622 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-batch/plan_batch.h"
+
+#include "varokel-batch/batch_plan.h"
+#include "varokel-batch/grid_maps.h"
+#include "varokel-batch/spectrum_blocks.h"
+#include "varokel-batch/start_choice.h"
+
+#include "varokel-import/condition_fid.h"
+#include "varokel-import/open_source.h"
+#include "varokel-import/text_items.h"
+
+#include "common/output_file.h"
+#include "common/sha256.h"
+#include "common/signal_file.h"
+#include "common/tool_error.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <sstream>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+static void warn_of_plan(const std::string &text) {
+    std::cerr << "varokel-batch: " << text << '\n';
+}
+
+// Everything that becomes the head of the manifest, and where the points come from.
+struct planned_batch {
+    std::vector<planned_spectrum> spectra;
+    std::vector<plan_axis> axes;
+    std::vector<std::string> inputs;
+    nlohmann::ordered_json scale, source;
+    long long points = 0;
+    bool grid = false;
+};
+
+// spectra.f32, written as it grows.
+class spectra_file {
+  public:
+    explicit spectra_file(const std::string &name)
+        : name_(name), file_(std::fopen(name.c_str(), "wb")) {
+        if (file_ == nullptr) refuse();
+    }
+    spectra_file(const spectra_file &) = delete;
+    spectra_file &operator=(const spectra_file &) = delete;
+    ~spectra_file() {
+        if (file_ != nullptr) std::fclose(file_);
+    }
+    void add(const std::string &bytes) {
+        if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) refuse();
+    }
+    void finish() {
+        const bool good = std::fflush(file_) == 0 && fsync(fileno(file_)) == 0;
+        std::fclose(file_);
+        file_ = nullptr;
+        if (!good) refuse();
+    }
+
+  private:
+    [[noreturn]] void refuse() const {
+        throw tool_error(bad_output, name_ + ": cannot be written; does the folder exist, is it "
+                                             "yours, is the disk full?");
+    }
+    std::string name_;
+    std::FILE *file_;
+};
+
+static void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, spectra_file &file) {
+    sha256 hash;
+    hash.add(bytes.data(), bytes.size());
+    spectrum.sha256 = hash.digits();
+    file.add(bytes);
+}
+
+// Numbers from 0 on: "0:99,200".
+static std::set<long long> numbers_of(const std::string &text, long long count) {
+    std::set<long long> numbers;
+    std::istringstream words(text);
+    for (std::string word; std::getline(words, word, ',');) {
+        const std::size_t colon = word.find(':');
+        const auto first = whole_number_of(word.substr(0, colon));
+        const auto last = colon == word.npos ? first : whole_number_of(word.substr(colon + 1));
+        if (!first || !last || *first < 0 || *last < *first || *last >= count)
+            throw tool_error(wrong_usage,
+                             "--select " + text +
+                                 ": expected numbers and ranges FIRST:LAST from 0 to " +
+                                 std::to_string(count - 1) + ", commas between");
+        for (long long n = *first; n <= *last; ++n) numbers.insert(n);
+    }
+    if (numbers.empty()) throw tool_error(wrong_usage, "--select is empty");
+    return numbers;
+}
+
+static void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
+                          const plan_options &options) {
+    if (options.select.empty()) return;
+    const std::set<long long> wanted =
+        numbers_of(options.select, static_cast<long long>(batch.spectra.size()));
+    std::vector<planned_spectrum> kept;
+    std::vector<std::size_t> kept_origin;
+    for (std::size_t s = 0; s < batch.spectra.size(); ++s)
+        if (wanted.contains(static_cast<long long>(s))) {
+            kept.push_back(std::move(batch.spectra[s]));
+            kept_origin.push_back(origin[s]);
+        }
+    batch.spectra = std::move(kept);
+    origin = std::move(kept_origin);
+}
+
+// A spectrum of the input is converted by the program that does it for one, in a folder that is
+// removed: what it finds out about the axis, the guesses it makes and its warnings hold for all.
+static nlohmann::ordered_json sidecar_of_one(const plan_options &options,
+                                             const spectrum_source &source, long long spectrum,
+                                             const std::string &work) {
+    input_options input = options.input;
+    spectrum_options own = options.spectrum;
+    own.folder = work + "/probe";
+    const std::vector<long long> at = source.position(spectrum);
+    input.choice.index.clear();
+    input.choice.voxel.clear();
+    std::string voxel;
+    for (std::size_t a = 0; a < source.axes.size(); ++a) {
+        const source_axis &axis = source.axes[a];
+        if (axis.spatial) {
+            voxel += (voxel.empty() ? "" : ",") + std::to_string(at[a]);
+            continue;
+        }
+        bool averaged = false;
+        for (const std::string &name : options.input.choice.average) {
+            const std::string wanted = lower_case(name), full = lower_case(axis.name);
+            averaged = averaged || wanted == full || "dim_" + wanted == full;
+        }
+        if (!averaged && axis.size > 1)
+            input.choice.index.push_back(axis.name + "=" + std::to_string(at[a]));
+    }
+    if (!voxel.empty()) input.choice.voxel = voxel;
+    std::ostringstream names;
+    std::streambuf *const shown = std::cout.rdbuf(names.rdbuf());
+    try {
+        import_spectra(input, own);
+    } catch (...) {
+        std::cout.rdbuf(shown);
+        throw;
+    }
+    std::cout.rdbuf(shown);
+    for (const fs::directory_entry &file : fs::directory_iterator(own.folder))
+        if (file.path().extension() == ".json") {
+            std::ifstream stream(file.path());
+            nlohmann::ordered_json sidecar = nlohmann::ordered_json::parse(stream);
+            fs::remove_all(own.folder);
+            return sidecar;
+        }
+    throw tool_error(bad_output, own.folder + ": the sidecar is not there");
+}
+
+static void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidecar) {
+    for (const char *const item :
+         {"hz_per_point", "dwell_time_s", "spectrometer_mhz", "ppm_at_carrier",
+          "ppm_rises_with_points", "nucleus", "begin_time_s", "phi_1_degrees", "noise_window",
+          "fit_interval_points", "resized"})
+        if (sidecar.contains(item)) batch.scale[item] = sidecar[item];
+}
+
+// A point that the reader did not add is still -0: adding +0 to it gives +0.
+static bool was_not_added(std::complex<double> value) {
+    return value.real() == 0.0 && std::signbit(value.real()) && value.imag() == 0.0 &&
+           std::signbit(value.imag());
+}
+
+// Reads the FIDs of a pass. A reader refuses a file in which a point is no finite number, at its
+// end, when all others are there. Only spectra that hold such points are left out then.
+//
+// Returns: not zero for those.
+static std::vector<char> read_pass(spectrum_source &source,
+                                   const std::vector<chosen_spectrum> &chosen,
+                                   const std::vector<std::size_t> &origin, std::size_t first,
+                                   std::size_t stop, std::vector<complex_signal> &fids,
+                                   std::size_t points) {
+    std::vector<signal_share> shares;
+    bool means = false;
+    for (std::size_t s = first; s < stop; ++s)
+        for (const long long spectrum : chosen[origin[s]].spectra) {
+            shares.push_back({spectrum, s - first});
+            means = means || chosen[origin[s]].spectra.size() > 1;
+        }
+    std::sort(shares.begin(), shares.end(),
+              [](const signal_share &a, const signal_share &b) { return a.spectrum < b.spectrum; });
+    const std::complex<double> untouched(-0.0, -0.0);
+    fids.assign(stop - first, complex_signal(points, untouched));
+    std::vector<char> faulty(stop - first, 0);
+    try {
+        source.add_to(shares, fids);
+    } catch (const tool_error &error) {
+        if (std::string(error.what()).find("not a finite number") == std::string::npos) throw;
+        for (std::size_t s = first; s < stop; ++s) {
+            const complex_signal &fid = fids[s - first];
+            const bool suspect = means || std::any_of(fid.begin(), fid.end(), was_not_added);
+            if (!suspect) continue;
+            // read alone: the file may hold -0 itself
+            std::vector<signal_share> own;
+            for (const long long spectrum : chosen[origin[s]].spectra) own.push_back({spectrum, 0});
+            std::vector<complex_signal> again(1, complex_signal(points, untouched));
+            const bool all_untouched = std::all_of(fid.begin(), fid.end(), was_not_added);
+            if (!means && !all_untouched &&
+                std::count_if(fid.begin(), fid.end(), was_not_added) > 0) {
+                faulty[s - first] = 1;
+                continue;
+            }
+            try {
+                source.add_to(own, again);
+            } catch (const tool_error &) {
+                faulty[s - first] = 1;
+            }
+        }
+    }
+    return faulty;
+}
+
+static void convert_input(const plan_options &options, const std::string &work,
+                          planned_batch &batch) {
+    input_options input = options.input;
+    const std::unique_ptr<spectrum_source> source =
+        open_source(input.input, input.format, input.json, input.points);
+    // in a batch, what is not chosen is wanted as a whole
+    choice chosen;
+    {
+        choice_options wanted = input.choice;
+        for (std::size_t a = 0; a < source->axes.size(); ++a) {
+            const source_axis &axis = source->axes[a];
+            if (axis.spatial || axis.size == 1) continue;
+            choice_options with_all = wanted;
+            with_all.index.push_back(axis.name + "=all");
+            const auto names_axis = [&](const std::string &text) {
+                const std::string name = lower_case(text.substr(0, text.find('=')));
+                const std::string own = lower_case(axis.name);
+                return name == own || "dim_" + name == own ||
+                       name == "dim_" + std::to_string(a + 2) || name == std::to_string(a + 2);
+            };
+            const bool given =
+                std::any_of(wanted.average.begin(), wanted.average.end(), names_axis) ||
+                std::any_of(wanted.index.begin(), wanted.index.end(), [&](const std::string &text) {
+                    return text.find('=') == text.npos || names_axis(text);
+                });
+            if (!given) wanted = with_all;
+        }
+        chosen = choose_spectra(*source, wanted);
+    }
+    batch.inputs.push_back(source->file);
+    for (const std::string &companion : source->companions) batch.inputs.push_back(companion);
+    for (const source_axis &axis : source->axes)
+        if (axis.spatial || axis.size > 1) // the column "spectrum" has the names
+            batch.axes.push_back(
+                {axis.name == "spectrum" ? "index" : axis.name, axis.size, axis.spatial});
+    std::vector<long long> sizes;
+    for (const plan_axis &axis : batch.axes)
+        if (axis.spatial) sizes.push_back(axis.size);
+    const bool has_voxels =
+        std::any_of(sizes.begin(), sizes.end(), [](long long n) { return n > 1; });
+    batch.grid = source->format == "NIfTI-MRS" && sizes.size() == 3 && has_voxels && has_images();
+    if (!has_voxels) std::erase_if(batch.axes, [](const plan_axis &axis) { return axis.spatial; });
+
+    std::vector<bool> inside;
+    if (!options.mask.empty()) {
+        if (sizes.size() != 3 || !has_voxels)
+            throw tool_error(wrong_usage, "--mask " + options.mask + ": " + source->file +
+                                              " has no grid of voxels");
+        bool moved = false;
+        inside = read_mask(options.mask, sizes, source->file, moved);
+        if (moved)
+            warn_of_plan(options.mask + ": lies elsewhere in space than " + source->file +
+                         " as their headers say; voxels are taken by their number");
+        batch.inputs.push_back(options.mask);
+    }
+    std::vector<std::size_t> origin;
+    for (std::size_t c = 0; c < chosen.spectra.size(); ++c) {
+        const chosen_spectrum &each = chosen.spectra[c];
+        const std::vector<long long> at = source->position(each.spectra.front());
+        planned_spectrum spectrum;
+        long long voxel = 0, stride = 1;
+        for (std::size_t a = 0; a < source->axes.size(); ++a) {
+            const source_axis &axis = source->axes[a];
+            if (axis.spatial) {
+                voxel += at[a] * stride;
+                stride *= axis.size;
+            }
+            if (axis.spatial ? has_voxels : axis.size > 1) spectrum.at.push_back(at[a]);
+        }
+        if (!inside.empty() && !inside[static_cast<std::size_t>(voxel)]) continue;
+        spectrum.name = source->stem + each.suffix;
+        batch.spectra.push_back(std::move(spectrum));
+        origin.push_back(c);
+    }
+    keep_selected(batch, origin, options);
+    if (batch.spectra.empty())
+        throw tool_error(bad_input, options.mask + ": no voxel above 0; expected some to fit");
+
+    const long long n = length_for_fit(source->file, source->points, input.resize);
+    const auto used = static_cast<std::size_t>(std::min(n, source->points));
+    batch.points = n;
+    const std::size_t step =
+        std::max<std::size_t>(1, (static_cast<std::size_t>(options.spectrum.memory) << 20) /
+                                     (used * sizeof(std::complex<double>)));
+    spectra_file file(work + "/spectra.f32");
+    std::vector<complex_signal> fids;
+    bool probed = false, conjugated = false;
+    std::optional<double> degrees = number_of(input.phase);
+    for (std::size_t first = 0; first < batch.spectra.size(); first += step) {
+        const std::size_t stop = std::min(first + step, batch.spectra.size());
+        const std::vector<char> faulty =
+            read_pass(*source, chosen.spectra, origin, first, stop, fids, used);
+        for (std::size_t s = first; s < stop; ++s) {
+            planned_spectrum &spectrum = batch.spectra[s];
+            spectrum.number = static_cast<long long>(s);
+            complex_signal &fid = fids[s - first];
+            const bool zero = std::all_of(fid.begin(), fid.end(), [](auto v) { return v == 0.0; });
+            if (faulty[s - first] != 0) {
+                spectrum.state = signal_state::not_finite;
+            } else if (zero) {
+                spectrum.state = signal_state::all_zero;
+            }
+            if (spectrum.state != signal_state::fit) {
+                add_spectrum(spectrum, std::string(static_cast<std::size_t>(8 * n), '\0'), file);
+                continue;
+            }
+            const chosen_spectrum &from = chosen.spectra[origin[s]];
+            if (!probed) {
+                const nlohmann::ordered_json sidecar =
+                    sidecar_of_one(options, *source, from.spectra.front(), work);
+                probed = true;
+                take_scale(batch, sidecar);
+                batch.source = sidecar.at("source");
+                for (const char *const item : {"index", "voxel", "averaged"})
+                    batch.source.erase(item);
+                for (const source_axis &axis : source->axes) batch.source.erase(axis.name);
+                for (const char *const item : {"guessed", "warnings"})
+                    if (sidecar.contains(item)) batch.source[item] = sidecar[item];
+                conjugated = batch.source.at("conjugated").get<bool>();
+            }
+            if (from.spectra.size() > 1)
+                for (std::complex<double> &point : fid)
+                    point /= static_cast<double>(from.spectra.size());
+            if (conjugated) conjugate(fid);
+            if (input.phase == "auto")
+                turn_phase(fid, phase_of_first_point(fid));
+            else if (degrees)
+                turn_phase(fid, *degrees);
+            fid.resize(static_cast<std::size_t>(n));
+            add_spectrum(spectrum, signal_bytes(centred_spectrum(std::move(fid), 0.5)), file);
+        }
+        if (step < batch.spectra.size() && isatty(STDERR_FILENO) != 0)
+            std::cerr << '\r' << stop << " of " << batch.spectra.size() << " spectra"
+                      << (stop == batch.spectra.size() ? "\n" : "") << std::flush;
+    }
+    file.finish();
+    if (!probed)
+        throw tool_error(bad_input, source->file + ": no spectrum with finite points that are not "
+                                                   "all zero; expected measured points");
+}
+
+// The folder that varokel-import filled: NAME.bin with NAME.json.
+static void take_folder(const plan_options &options, const std::string &work,
+                        planned_batch &batch) {
+    const std::string &folder = options.input.input;
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const fs::directory_entry &file : fs::directory_iterator(folder, error))
+        if (file.path().extension() == ".bin" &&
+            fs::exists(fs::path(file.path()).replace_extension(".json"), error))
+            names.push_back(file.path().stem().string());
+    if (names.empty())
+        throw tool_error(bad_input, folder + ": no NAME.bin with NAME.json; expected the folder "
+                                             "that varokel-import filled");
+    // 2 before 10
+    std::sort(names.begin(), names.end(), [](const std::string &a, const std::string &b) {
+        return strverscmp(a.c_str(), b.c_str()) < 0;
+    });
+    std::vector<std::size_t> origin(names.size());
+    bool all_voxels = true, all_indices = true;
+    std::vector<std::vector<long long>> voxels, indices;
+    for (std::size_t s = 0; s < names.size(); ++s) {
+        origin[s] = s;
+        const metadata sidecar(folder + "/" + names[s] + ".json");
+        std::ifstream stream(sidecar.file());
+        const nlohmann::ordered_json items = nlohmann::ordered_json::parse(stream);
+        const nlohmann::ordered_json from = items.value("source", nlohmann::ordered_json::object());
+        const auto n = sidecar.positive_integer("points");
+        const auto hz = sidecar.positive_number("hz_per_point");
+        if (!n || !hz)
+            throw tool_error(bad_input, sidecar.file() + ": item points or hz_per_point is "
+                                                         "missing; convert the signal again");
+        if (s == 0) {
+            batch.points = *n;
+            take_scale(batch, items);
+            batch.source = {{"folder", fs::path(folder).filename().string()}};
+        }
+        if (*n != batch.points || *hz != batch.scale["hz_per_point"].get<double>())
+            throw tool_error(bad_input, sidecar.file() +
+                                            ": another number of points or other "
+                                            "hertz per point than " +
+                                            names.front() +
+                                            "; expected one kind of spectra in a "
+                                            "batch. Fit them apart");
+        all_voxels = all_voxels && from.contains("voxel") && from["voxel"].is_array() &&
+                     from["voxel"].size() == 3;
+        all_indices = all_indices && from.contains("index") && from["index"].is_number_integer();
+        if (all_voxels) voxels.push_back(from["voxel"].get<std::vector<long long>>());
+        if (all_indices) indices.push_back({from["index"].get<long long>()});
+        planned_spectrum spectrum;
+        spectrum.name = names[s];
+        batch.spectra.push_back(spectrum);
+        batch.inputs.push_back(folder + "/" + names[s] + ".bin");
+    }
+    const std::vector<std::vector<long long>> *places = nullptr;
+    if (all_voxels) {
+        batch.axes = {{"x", 1, true}, {"y", 1, true}, {"z", 1, true}};
+        places = &voxels;
+    } else if (all_indices) {
+        batch.axes = {{"index", 1, false}};
+        places = &indices;
+    }
+    for (std::size_t s = 0; places != nullptr && s < names.size(); ++s) {
+        batch.spectra[s].at = (*places)[s];
+        for (std::size_t a = 0; a < batch.axes.size(); ++a)
+            batch.axes[a].size = std::max(batch.axes[a].size, (*places)[s][a] + 1);
+    }
+    keep_selected(batch, origin, options);
+    spectra_file file(work + "/spectra.f32");
+    batch.inputs.clear();
+    for (std::size_t s = 0; s < batch.spectra.size(); ++s) {
+        planned_spectrum &spectrum = batch.spectra[s];
+        const std::string name = folder + "/" + spectrum.name + ".bin";
+        batch.inputs.push_back(name);
+        spectrum.number = static_cast<long long>(s);
+        std::string bytes(static_cast<std::size_t>(8 * batch.points), '\0');
+        try {
+            const complex_signal points = read_points(name, 0, batch.points);
+            bytes = signal_bytes(points);
+            if (std::all_of(points.begin(), points.end(), [](auto v) { return v == 0.0; }))
+                spectrum.state = signal_state::all_zero;
+        } catch (const tool_error &fault) {
+            if (std::string(fault.what()).find("not a finite number") == std::string::npos) throw;
+            spectrum.state = signal_state::not_finite;
+        }
+        add_spectrum(spectrum, bytes, file);
+    }
+    file.finish();
+}
+
+static long long fits_kept(const std::string &keep, long long spectra) {
+    static constexpr long long all_up_to = 1000, worst_beyond = 100;
+    if (keep.empty()) return spectra <= all_up_to ? spectra : worst_beyond;
+    if (keep == "all") return spectra;
+    if (keep == "none") return 0;
+    const auto count = keep.starts_with("worst:") ? whole_number_of(keep.substr(6)) : std::nullopt;
+    if (!count || *count < 1)
+        throw tool_error(wrong_usage, "--keep " + keep + ": expected all, none or worst:N");
+    return std::min(*count, spectra);
+}
+
+static void write_manifest(const plan_options &options, const planned_batch &batch,
+                           const start_choice &start, long long blocks, const std::string &work) {
+    std::vector<std::string> lines;
+    std::size_t longest = 0;
+    for (const planned_spectrum &spectrum : batch.spectra)
+        longest = std::max(longest, line_of(spectrum).size());
+    nlohmann::ordered_json head;
+    head["format"] = 1;
+    head["program"] = "varokel-batch " VAROKEL_VERSION;
+    head["command"] = options.command;
+    head["source"] = batch.source;
+    head["scale"] = batch.scale;
+    head["points"] = batch.points;
+    head["axes"] = nlohmann::ordered_json::array();
+    for (const plan_axis &axis : batch.axes)
+        head["axes"].push_back(
+            {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}});
+    head["grid"] = batch.grid;
+    head["values"] = options.values;
+    head["entries"] = start.names;
+    head["start_sha256"] = sha256_of_file(work + "/start.par");
+    if (!options.peaks.empty()) head["peaks_sha256"] = sha256_of_file(work + "/peaks.txt");
+    head["sidecar_sha256"] = sha256_of_file(work + "/sidecar.json");
+    head["guessed"] = start.guesses;
+    head["patterns"] = nlohmann::ordered_json::array();
+    for (const std::string &name : start.pattern_files)
+        head["patterns"].push_back(
+            {{"file", name}, {"sha256", sha256_of_file(work + "/patterns/" + name)}});
+    head["inputs"] = nlohmann::ordered_json::array();
+    std::vector<std::string> inputs = batch.inputs;
+    for (const std::string &each : start.inputs) inputs.push_back(each);
+    for (const std::string &each : inputs)
+        head["inputs"].push_back({{"file", fs::absolute(each).lexically_normal().string()},
+                                  {"sha256", sha256_of_file(each)},
+                                  {"stamp", stamp_of(each)}});
+    head["keep"] = fits_kept(options.keep, static_cast<long long>(batch.spectra.size()));
+    head["blocks"] = blocks;
+    head["line_bytes"] = longest + 2;
+    const std::string name = work + "/manifest.json";
+    std::ofstream stream(name, std::ios::binary | std::ios::trunc);
+    head["count"] = batch.spectra.size();
+    std::string text = head.dump(1);
+    text.resize(text.rfind('\n')); // the closing brace comes behind the list
+    text += ",\n";
+    sha256 list;
+    for (const planned_spectrum &spectrum : batch.spectra) {
+        std::string line = line_of(spectrum);
+        list.add(line.data(), line.size());
+    }
+    text += " \"list_sha256\": \"" + list.digits() + "\",\n";
+    stream << text << " \"spectra\": [\n";
+    for (std::size_t s = 0; s < batch.spectra.size(); ++s) {
+        std::string line = line_of(batch.spectra[s]);
+        line += s + 1 < batch.spectra.size() ? "," : " ";
+        line.resize(longest + 1, ' ');
+        stream << line << '\n';
+    }
+    stream << " ]\n}\n";
+    stream.close();
+    if (!stream) throw tool_error(bad_output, name + ": cannot be written; is the disk full?");
+}
+
+void plan_batch(const plan_options &options) {
+    if (options.start.empty() == options.peaks.empty())
+        throw tool_error(wrong_usage, "start values are needed: --start FILE or --peaks TABLE");
+    if (options.folder.empty()) throw tool_error(wrong_usage, "-o FOLDER is needed");
+    if (!options.spectrum.reference.empty() || options.spectrum.eddy)
+        throw tool_error(wrong_usage, "reference lines are for varokel-import; plan its folder");
+    const fs::path folder(options.folder);
+    std::error_code error;
+    if (fs::exists(folder, error) && !fs::is_directory(folder, error))
+        throw tool_error(bad_output, options.folder + ": no folder; expected the name of one");
+    const bool replaces = fs::exists(folder / "manifest.json", error);
+    if (replaces && !options.input.force)
+        throw tool_error(bad_output, options.folder + ": holds a plan; --force replaces it and "
+                                                      "removes its results, or choose another "
+                                                      "folder");
+    if (!replaces && fs::exists(folder, error) && !fs::is_empty(folder, error))
+        throw tool_error(bad_output, options.folder + ": is not empty and holds no plan; choose "
+                                                      "another folder");
+    make_folder(options.folder);
+    std::string work = (folder / "plan.XXXXXX").string();
+    if (mkdtemp(work.data()) == nullptr)
+        throw tool_error(bad_output, options.folder + ": cannot be written; is it yours?");
+    struct removed {
+        std::string name;
+        ~removed() {
+            std::error_code ignored;
+            fs::remove_all(name, ignored);
+        }
+    } const cleaner{work};
+
+    planned_batch batch;
+    if (fs::is_directory(options.input.input, error)) {
+        if (!options.mask.empty())
+            throw tool_error(wrong_usage, "--mask needs an input with a grid, not a folder");
+        take_folder(options, work, batch);
+    } else {
+        convert_input(options, work, batch);
+    }
+    nlohmann::ordered_json sidecar = {{"points", batch.points}};
+    sidecar.update(batch.scale);
+    std::ofstream items(work + "/sidecar.json");
+    items << sidecar.dump(2) << '\n';
+    items.close();
+    if (!items)
+        throw tool_error(bad_output, work + "/sidecar.json: cannot be written; is the disk full?");
+    const start_choice start =
+        choose_start(options, batch.scale, batch.points, work, batch.spectra);
+    const long long blocks =
+        arrange_blocks(batch.spectra, batch.axes, options.values == "neighbour");
+    if (batch.grid) {
+        std::vector<long long> sizes;
+        std::size_t voxels = 1;
+        for (const plan_axis &axis : batch.axes) {
+            if (!axis.spatial) continue;
+            sizes.push_back(axis.size);
+            voxels *= static_cast<std::size_t>(axis.size);
+        }
+        std::vector<float> planned(voxels, 0.0f);
+        for (const planned_spectrum &each : batch.spectra)
+            planned[static_cast<std::size_t>(each.at[0] +
+                                             sizes[0] * (each.at[1] + sizes[1] * each.at[2]))] =
+                each.state == signal_state::fit ? 1.0f : 0.0f;
+        write_map(work + "/voxels.nii", options.input.input, sizes, planned, "voxels to be fitted");
+    }
+    write_manifest(options, batch, start, blocks, work);
+
+    if (replaces)
+        for (const char *const old :
+             {"manifest.json", "shards", "maps", "results.tsv", "results.json", "quality.tsv",
+              "quality.json", "pictures.f32", "pictures.tsv", "spectra.f32", "start.par",
+              "names.txt", "patterns", "voxels.nii", "sidecar.json", "peaks.txt"})
+            fs::remove_all(folder / old, error);
+    for (const char *const part : {"spectra.f32", "start.par", "names.txt", "patterns", "peaks.txt",
+                                   "sidecar.json", "voxels.nii", "manifest.json"}) {
+        if (!fs::exists(fs::path(work) / part, error)) continue;
+        fs::rename(fs::path(work) / part, folder / part, error);
+        if (error)
+            throw tool_error(bad_output, (folder / part).string() + ": cannot be written (" +
+                                             error.message() + ")");
+    }
+    long long counts[3] = {};
+    for (const planned_spectrum &each : batch.spectra) ++counts[static_cast<int>(each.state)];
+    std::cout << (folder / "manifest.json").string() << '\n'
+              << "spectra " << batch.spectra.size() << "\nto fit " << counts[0] << "\nall zero "
+              << counts[1] << "\nnot finite " << counts[2] << "\nentries " << start.names.size()
+              << "\nblocks " << blocks << '\n';
+}
+
+} // namespace tools

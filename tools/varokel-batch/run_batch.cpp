@@ -1,0 +1,646 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-batch/run_batch.h"
+
+#include "varokel-batch/private_fit.h"
+#include "varokel-batch/shard_files.h"
+#include "varokel-batch/spectrum_blocks.h"
+#include "varokel-batch/start_choice.h"
+
+#include "common/sha256.h"
+#include "common/tool_error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstring>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern "C" {
+#include <sys/pidfd.h> // glibc 2.36 does not say itself that its functions are C
+}
+
+namespace tools {
+
+namespace fs = std::filesystem;
+typedef std::chrono::steady_clock steady;
+
+static volatile std::sig_atomic_t asked_to_end = 0;
+
+static void note_signal(int number) {
+    asked_to_end = number;
+}
+
+static double seconds_since(steady::time_point then) {
+    return std::chrono::duration<double>(steady::now() - then).count();
+}
+
+void parse_shard(const std::string &text, long long &shard, long long &shards) {
+    const char *const end = text.data() + text.size();
+    const auto head = std::from_chars(text.data(), end, shard);
+    if (head.ec == std::errc() && head.ptr != end && *head.ptr == '/') {
+        const auto tail = std::from_chars(head.ptr + 1, end, shards);
+        if (tail.ec == std::errc() && tail.ptr == end && shard >= 0 && shard < shards) return;
+    }
+    throw tool_error(wrong_usage, "--shard " + text + ": expected I/N with I from 0 to N - 1");
+}
+
+std::string find_varokel(const std::string &given) {
+    std::error_code error;
+    const auto runs = [&](const fs::path &file) {
+        return fs::is_regular_file(file, error) && access(file.c_str(), X_OK) == 0;
+    };
+    if (!given.empty()) {
+        if (!runs(given))
+            throw tool_error(bad_input, given + ": no program that can be started; expected "
+                                                "varokel");
+        return fs::absolute(given).string();
+    }
+    const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path() / "varokel";
+    if (!error && runs(own)) return own.string();
+    const char *const path = std::getenv("PATH");
+    const std::string places = path == nullptr ? "" : path;
+    for (std::size_t begin = 0; begin < places.size();) {
+        const std::size_t end = std::min(places.find(':', begin), places.size());
+        const fs::path file = fs::path(places.substr(begin, end - begin)) / "varokel";
+        if (end > begin && runs(file)) return fs::absolute(file).string();
+        begin = end + 1;
+    }
+    throw tool_error(bad_input, "the program varokel is neither beside this one nor in PATH; give "
+                                "it with --varokel FILE, --resume goes on");
+}
+
+// Signals are let in only while the pool waits, so that none is missed between look and wait.
+class signals_held {
+  public:
+    signals_held() {
+        asked_to_end = 0;
+        struct sigaction action = {};
+        action.sa_handler = note_signal;
+        sigemptyset(&action.sa_mask);
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int number : numbers) {
+            sigaction(number, &action, &before_[count_++]);
+            sigaddset(&held, number);
+        }
+        sigprocmask(SIG_BLOCK, &held, &open_);
+        for (const int number : numbers) sigdelset(&open_, number);
+    }
+    signals_held(const signals_held &) = delete;
+    signals_held &operator=(const signals_held &) = delete;
+    ~signals_held() {
+        sigprocmask(SIG_SETMASK, &open_, nullptr);
+        count_ = 0;
+        for (const int number : numbers) sigaction(number, &before_[count_++], nullptr);
+    }
+    const sigset_t *open() const { return &open_; }
+
+  private:
+    static constexpr int numbers[] = {SIGINT, SIGTERM, SIGHUP};
+    struct sigaction before_[3] = {};
+    std::size_t count_ = 0;
+    sigset_t open_;
+};
+
+// A folder of this run in the scratch place, with writable patterns. The note beside the journal
+// tells a later run what a killed one left behind.
+class scratch_folder {
+  public:
+    scratch_folder(const batch_plan &plan, const std::string &stem, const std::string &place,
+                   const std::vector<std::string> &patterns)
+        : note_(stem + ".scratch") {
+        remove_leftover();
+        name_ = place + "/varokel-batch.XXXXXX";
+        if (mkdtemp(name_.data()) == nullptr)
+            throw tool_error(bad_output, place + ": cannot be written (" + std::strerror(errno) +
+                                             "); --scratch DIR names a place for the fits, "
+                                             "--resume goes on");
+        name_ = fs::absolute(name_).string();
+        std::ofstream(note_) << name_ << '\n';
+        std::error_code error;
+        if (patterns.empty()) return;
+        fs::create_directory(name_ + "/patterns", error);
+        for (const std::string &pattern : patterns) {
+            fs::copy_file(plan.file("patterns/" + pattern), name_ + "/patterns/" + pattern, error);
+            if (error)
+                throw tool_error(bad_output,
+                                 name_ + "/patterns: cannot be written (" + error.message() + ")");
+        }
+    }
+    scratch_folder(const scratch_folder &) = delete;
+    scratch_folder &operator=(const scratch_folder &) = delete;
+    ~scratch_folder() {
+        std::error_code ignored;
+        fs::remove_all(name_, ignored);
+        fs::remove(note_, ignored);
+    }
+    const std::string &name() const { return name_; }
+
+  private:
+    void remove_leftover() const {
+        std::ifstream stream(note_);
+        std::string left;
+        std::error_code ignored;
+        // only what such a folder is called; the journal's lock says that nobody works in it
+        if (std::getline(stream, left) && left.rfind("/varokel-batch.") == left.size() - 21)
+            fs::remove_all(left, ignored);
+    }
+    std::string note_, name_;
+};
+
+// spectra.f32, each spectrum compared with its fingerprint.
+class spectra_reader {
+  public:
+    explicit spectra_reader(const batch_plan &plan)
+        : plan_(plan), file_(std::fopen(plan.file("spectra.f32").c_str(), "rb")),
+          bytes_(static_cast<std::size_t>(8 * plan.points), '\0') {
+        if (file_ == nullptr)
+            throw tool_error(bad_input, plan.file("spectra.f32") + ": cannot be read");
+    }
+    spectra_reader(const spectra_reader &) = delete;
+    spectra_reader &operator=(const spectra_reader &) = delete;
+    ~spectra_reader() { std::fclose(file_); }
+
+    const std::string &read(const planned_spectrum &spectrum) {
+        const ssize_t got =
+            pread(fileno(file_), bytes_.data(), bytes_.size(), spectrum.number * 8 * plan_.points);
+        sha256 hash;
+        hash.add(bytes_.data(), bytes_.size());
+        if (got != static_cast<ssize_t>(bytes_.size()) || hash.digits() != spectrum.sha256)
+            throw tool_error(bad_input, plan_.file("spectra.f32") + ": " + spectrum.name +
+                                            " was changed since the plan was made; put the file "
+                                            "of then back, or plan again. What is fitted stays");
+        return bytes_;
+    }
+
+  private:
+    const batch_plan &plan_;
+    std::FILE *file_;
+    std::string bytes_;
+};
+
+enum class task_state : char { waiting, running, done };
+
+// The spectra of a block, some of them at work.
+struct active_block {
+    std::vector<planned_spectrum> spectra;
+    std::vector<long long> lines;
+    std::vector<task_state> states;
+    std::vector<fit_record> records; // only where neighbours are wanted
+    std::size_t left = 0;
+};
+
+struct running_fit {
+    pid_t process = -1;
+    int log = -1;
+    int handle = -1; // becomes readable at its end
+    active_block *block = nullptr;
+    std::size_t task = 0;
+    std::string folder;
+    steady::time_point begun;
+    bool killed = false;
+};
+
+class fit_pool {
+  public:
+    fit_pool(const run_options &options, const batch_plan &plan, plan_lines &lines,
+             shard_journal &journal, const fit_setting &setting, const std::string &scratch,
+             long long first, long long stop);
+    fit_pool(const fit_pool &) = delete;
+    fit_pool &operator=(const fit_pool &) = delete;
+    ~fit_pool() { end_all(); }
+
+    // true when all are done, false when a signal came.
+    bool run();
+    long long failed = 0, fitted_now = 0;
+
+  private:
+    bool next_task(active_block *&block, std::size_t &task);
+    bool load_block();
+    void start(active_block &block, std::size_t task);
+    void wait_for_one(const sigset_t *open);
+    void take(running_fit &fit, int wait_status);
+    void finish(active_block &block, std::size_t task, const fit_record &record);
+    std::string start_text(const active_block &block, std::size_t task,
+                           const std::string &spectrum);
+    void show_progress(bool last);
+    void end_all();
+
+    const run_options &options_;
+    const batch_plan &plan_;
+    plan_lines &lines_;
+    shard_journal &journal_;
+    const fit_setting &setting_;
+    const std::string &scratch_;
+    long long next_line_, stop_, total_;
+    bool neighbours_, terminal_;
+    std::string common_start_;
+    spectra_reader spectra_;
+    std::unique_ptr<spectrum_starts> starts_; // from a table, one for each spectrum
+    std::deque<std::unique_ptr<active_block>> blocks_;
+    std::vector<running_fit> running_;
+    steady::time_point begun_ = steady::now(), shown_ = begun_;
+};
+
+static std::string text_of_file(const std::string &name) {
+    std::ifstream stream(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+fit_pool::fit_pool(const run_options &options, const batch_plan &plan, plan_lines &lines,
+                   shard_journal &journal, const fit_setting &setting, const std::string &scratch,
+                   long long first, long long stop)
+    : options_(options), plan_(plan), lines_(lines), journal_(journal), setting_(setting),
+      scratch_(scratch), next_line_(first), stop_(stop), total_(stop - first),
+      neighbours_(plan.values == "neighbour"), terminal_(isatty(STDERR_FILENO) != 0),
+      common_start_(text_of_file(plan.file("start.par"))), spectra_(plan) {
+    if (plan.values == "estimate") starts_ = std::make_unique<spectrum_starts>(plan);
+}
+
+// Takes the next block that has something to do. false when there is none.
+bool fit_pool::load_block() {
+    while (next_line_ < stop_) {
+        auto block = std::make_unique<active_block>();
+        long long number = -1;
+        for (; next_line_ < stop_; ++next_line_) {
+            // without neighbours a line is a block, and what is done needs no look
+            if (!neighbours_ && journal_.has(next_line_)) {
+                if (block->lines.empty()) continue;
+                break;
+            }
+            planned_spectrum spectrum = lines_.read(next_line_);
+            if (!block->lines.empty() && spectrum.block != number) break;
+            number = spectrum.block;
+            const bool done = journal_.has(next_line_);
+            fit_record record;
+            if (done && neighbours_) record = journal_.read(next_line_);
+            if (!done && spectrum.state != signal_state::fit) {
+                record = record_without_fit(next_line_, fit_state::not_tried,
+                                            spectrum.state == signal_state::all_zero
+                                                ? "all its points are zero"
+                                                : "holds points that are no finite numbers",
+                                            setting_.entries);
+                journal_.add(record, {});
+            }
+            const bool waits = !done && spectrum.state == signal_state::fit;
+            block->states.push_back(waits ? task_state::waiting : task_state::done);
+            block->left += waits ? 1 : 0;
+            block->lines.push_back(next_line_);
+            block->spectra.push_back(std::move(spectrum));
+            if (neighbours_) block->records.push_back(std::move(record));
+        }
+        if (block->left > 0) {
+            blocks_.push_back(std::move(block));
+            return true;
+        }
+    }
+    return false;
+}
+
+// The first spectrum that waits for nothing: all of earlier waves of its block are done.
+bool fit_pool::next_task(active_block *&block, std::size_t &task) {
+    for (std::size_t b = 0;; ++b) {
+        if (b == blocks_.size() && !load_block()) return false;
+        active_block &own = *blocks_[b];
+        int wave = -1; // of the first that is not done; lines are in the order of waves
+        for (std::size_t t = 0; t < own.states.size(); ++t) {
+            if (own.states[t] == task_state::done) continue;
+            if (wave < 0) wave = own.spectra[t].wave;
+            if (own.spectra[t].wave != wave) break;
+            if (own.states[t] != task_state::waiting) continue;
+            block = &own;
+            task = t;
+            return true;
+        }
+    }
+}
+
+std::string fit_pool::start_text(const active_block &block, std::size_t task,
+                                 const std::string &spectrum) {
+    if (starts_) return starts_->text(spectrum);
+    if (!neighbours_) return common_start_;
+    const planned_spectrum &own = block.spectra[task];
+    const fit_record *nearest = nullptr;
+    long long least = 0;
+    for (std::size_t t = 0; t < task && block.spectra[t].wave < own.wave; ++t) {
+        const long long distance = distance_between(own, block.spectra[t]);
+        if ((nearest != nullptr && distance >= least) || !is_good_neighbour(block.records[t]))
+            continue;
+        nearest = &block.records[t];
+        least = distance;
+    }
+    return nearest == nullptr ? common_start_ : start_text_from(plan_.start, *nearest);
+}
+
+void fit_pool::start(active_block &block, std::size_t task) {
+    running_fit fit;
+    fit.block = &block;
+    fit.task = task;
+    fit.folder = scratch_ + "/" + std::to_string(block.lines[task]);
+    const std::string &spectrum = spectra_.read(block.spectra[task]);
+    std::string start;
+    try {
+        start = start_text(block, task, spectrum);
+    } catch (const tool_error &error) { // of this spectrum only: the table was good for another
+        // without the folder, which may be called otherwise on another machine
+        std::string reason = error.what();
+        if (const std::size_t at = reason.find(plan_.folder + "/"); at != reason.npos)
+            reason.erase(at, plan_.folder.size() + 1);
+        const fit_record record = record_without_fit(
+            block.lines[task], fit_state::failed, "no start values: " + reason, setting_.entries);
+        journal_.add(record, {});
+        ++failed;
+        finish(block, task, record);
+        return;
+    }
+    try {
+        prepare_fit(setting_, fit.folder, spectrum, start);
+        fit.begun = steady::now();
+        const started_fit started = start_fit(setting_, fit.folder);
+        fit.process = started.process;
+        fit.log = started.log;
+    } catch (const tool_error &) {
+        remove_fit(fit.folder);
+        throw;
+    }
+    fit.handle = pidfd_open(fit.process, 0);
+    if (fit.handle < 0) {
+        kill(fit.process, SIGKILL);
+        waitpid(fit.process, nullptr, 0);
+        close(fit.log);
+        remove_fit(fit.folder);
+        throw tool_error(bad_output, std::string("a fit cannot be watched (") +
+                                         std::strerror(errno) + "); fewer workers (-j) may help");
+    }
+    block.states[task] = task_state::running;
+    running_.push_back(std::move(fit));
+}
+
+void fit_pool::finish(active_block &block, std::size_t task, const fit_record &record) {
+    block.states[task] = task_state::done;
+    if (neighbours_) block.records[task] = record;
+    if (--block.left > 0) return;
+    std::erase_if(blocks_, [&](const auto &each) { return each.get() == &block; });
+}
+
+void fit_pool::take(running_fit &fit, int wait_status) {
+    harvest found = harvest_fit(setting_, fit.folder, fit.log, fit.block->lines[fit.task],
+                                wait_status, fit.killed ? options_.limit : 0.0, plan_.keep > 0);
+    remove_fit(fit.folder);
+    if (!found.no_place.empty())
+        throw tool_error(bad_output, found.no_place +
+                                         "; is there room in the scratch place, is the program "
+                                         "whole? What is fitted stays, --resume goes on");
+    journal_.add(found.record, found.fit);
+    if (found.record.state == fit_state::failed) ++failed;
+    ++fitted_now;
+    finish(*fit.block, fit.task, found.record);
+}
+
+void fit_pool::wait_for_one(const sigset_t *open) {
+    std::vector<pollfd> handles;
+    double patience = terminal_ ? 0.5 : 3600.0;
+    for (const running_fit &fit : running_) {
+        handles.push_back({fit.handle, POLLIN, 0});
+        if (options_.limit > 0.0 && !fit.killed)
+            patience = std::min(patience, options_.limit - seconds_since(fit.begun));
+    }
+    patience = std::max(patience, 0.0);
+    const timespec wait = {static_cast<time_t>(patience),
+                           static_cast<long>(1e9 * (patience - std::floor(patience)))};
+    ppoll(handles.data(), handles.size(), &wait, open);
+    if (asked_to_end != 0) return;
+    for (std::size_t i = handles.size(); i-- > 0;) {
+        running_fit &fit = running_[i];
+        if (handles[i].revents == 0) {
+            if (options_.limit > 0.0 && !fit.killed && seconds_since(fit.begun) >= options_.limit) {
+                fit.killed = true;
+                kill(-fit.process, SIGKILL);
+            }
+            continue;
+        }
+        int wait_status = 0;
+        waitpid(fit.process, &wait_status, 0);
+        close(fit.handle);
+        running_fit ended = std::move(fit);
+        running_.erase(running_.begin() + static_cast<std::ptrdiff_t>(i));
+        take(ended, wait_status);
+    }
+}
+
+void fit_pool::end_all() {
+    for (const running_fit &fit : running_) {
+        kill(-fit.process, SIGKILL);
+        kill(fit.process, SIGKILL); // its group may not be there yet
+        waitpid(fit.process, nullptr, 0);
+        close(fit.handle);
+        close(fit.log);
+        remove_fit(fit.folder);
+    }
+    running_.clear();
+}
+
+void fit_pool::show_progress(bool last) {
+    if (!terminal_ || (!last && seconds_since(shown_) < 0.5)) return;
+    shown_ = steady::now();
+    const double rate = static_cast<double>(fitted_now) / std::max(seconds_since(begun_), 1e-3);
+    char text[160];
+    std::snprintf(text, sizeof text, "\r%lld of %lld spectra, %.1f fits/s, ", journal_.finished(),
+                  total_, rate);
+    std::cerr << text;
+    const auto left = static_cast<long long>(
+        rate > 0.0 ? static_cast<double>(total_ - journal_.finished()) / rate : 0.0);
+    if (last)
+        std::snprintf(text, sizeof text, "%.1f s", seconds_since(begun_));
+    else if (left >= 3600)
+        std::snprintf(text, sizeof text, "%lld h %02lld min left", left / 3600, left / 60 % 60);
+    else
+        std::snprintf(text, sizeof text, "%lld min %02lld s left", left / 60, left % 60);
+    std::cerr << text << (failed > 0 ? ", " + std::to_string(failed) + " failed" : "") << "\x1b[K"
+              << (last ? "\n" : "") << std::flush;
+}
+
+bool fit_pool::run() {
+    const signals_held signals;
+    for (;;) {
+        while (asked_to_end == 0 && running_.size() < static_cast<std::size_t>(options_.workers)) {
+            active_block *block = nullptr;
+            std::size_t task = 0;
+            if (!next_task(block, task)) break;
+            start(*block, task);
+        }
+        if (running_.empty() || asked_to_end != 0) break;
+        wait_for_one(signals.open());
+        if (asked_to_end != 0) break;
+        show_progress(false);
+    }
+    end_all();
+    show_progress(true);
+    return asked_to_end == 0;
+}
+
+static double cpu_seconds(int who) {
+    struct rusage usage = {};
+    getrusage(who, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           1e-6 * static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+static void show_times(long long fits, double wall) {
+    struct rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    char text[240];
+    const double count = static_cast<double>(std::max(fits, 1LL));
+    std::snprintf(text, sizeof text,
+                  "varokel-batch: %lld fits in %.2f s; CPU of the fits %.2f s (%.3f ms each), own "
+                  "%.2f s (%.3f ms a fit); own peak memory %ld kB\n",
+                  fits, wall, cpu_seconds(RUSAGE_CHILDREN),
+                  1e3 * cpu_seconds(RUSAGE_CHILDREN) / count, cpu_seconds(RUSAGE_SELF),
+                  1e3 * cpu_seconds(RUSAGE_SELF) / count, usage.ru_maxrss);
+    std::cerr << text;
+}
+
+int run_batch(const run_options &options) {
+    const steady::time_point begun = steady::now();
+    long long shard = 0, shards = 1;
+    if (!options.shard.empty()) parse_shard(options.shard, shard, shards);
+    const batch_plan plan = read_plan(options.folder);
+    for (const std::string &gone : check_inputs(plan))
+        std::cerr << "varokel-batch: " << gone
+                  << ": is not there any more; going on with what the plan holds of it\n";
+    plan_lines lines(plan);
+    if (shards > plan.blocks)
+        throw tool_error(wrong_usage, "--shard " + options.shard + ": the plan has " +
+                                          std::to_string(plan.blocks) +
+                                          " blocks; expected up to so many shards");
+    const auto [first, stop] = lines_of_shard(plan, lines, shard, shards);
+    const std::string stem = shard_stem(plan, shard, shards);
+    std::error_code error;
+    fs::create_directory(plan.file("shards"), error);
+    if (!fs::is_directory(plan.file("shards"), error))
+        throw tool_error(bad_output, plan.file("shards") + ": cannot be made; is the folder "
+                                                           "yours?");
+    const auto summary = [&](const finished_shard &done) {
+        std::cout << "shard " << shard << "/" << shards << ": " << done.fitted << " fitted, "
+                  << done.failed << " failed, " << done.not_tried << " not tried\n";
+        return done.failed > 0 ? static_cast<int>(different) : static_cast<int>(all_right);
+    };
+    const auto own_shard = [&] {
+        finished_shard found;
+        for (const finished_shard &each : finished_shards(plan))
+            if (each.stem == stem) found = each;
+        return found;
+    };
+    const bool is_done = fs::exists(stem + ".done", error);
+    const bool begun_before = is_done || fs::exists(stem + ".journal", error);
+    if (begun_before && !options.resume && !options.force)
+        throw tool_error(bad_output, stem + (is_done ? ".done" : ".journal") + ": this shard was " +
+                                         (is_done ? "done" : "begun") +
+                                         " before; --resume goes on with what is missing, --force "
+                                         "begins anew");
+    if (is_done && options.resume && !options.again) return summary(own_shard());
+
+    const fit_setting bare = {
+        find_varokel(options.program), "", {}, plan.start.entries.size(), plan.points};
+    if (options.force && !options.resume)
+        for (const char *const ending : {".done", ".part", ".curves", ".journal", ".fitted"})
+            fs::remove(stem + ending, error);
+    if (is_done && options.again && options.resume) {
+        // the records of the part become a journal again
+        shard_journal journal(plan, stem, first, stop);
+        const finished_shard done = own_shard();
+        part_reader part(plan, done);
+        for (long long line = first; line < stop; ++line)
+            if (!journal.has(line)) journal.add(part.read(line), {});
+        fs::remove(stem + ".done", error);
+    }
+    shard_journal journal(plan, stem, first, stop);
+    if (options.again) journal.drop_failed();
+    std::string place = options.scratch;
+    if (place.empty()) {
+        const char *const set = std::getenv("TMPDIR");
+        place = set != nullptr && *set != '\0' ? set : "/tmp";
+    }
+    fit_setting setting = bare;
+    for (const auto &pattern : plan.head.at("patterns"))
+        setting.pattern_files.push_back(pattern.at("file").get<std::string>());
+    const scratch_folder scratch(plan, stem, place, setting.pattern_files);
+    setting.patterns = scratch.name() + "/patterns";
+
+    bool whole = false;
+    long long fits = 0;
+    {
+        fit_pool pool(options, plan, lines, journal, setting, scratch.name(), first, stop);
+        whole = pool.run();
+        fits = pool.fitted_now;
+    }
+    if (!whole) {
+        std::cerr << "varokel-batch: interrupted after " << journal.finished() << " of "
+                  << stop - first << " spectra; --resume goes on\n";
+        return 128 + asked_to_end;
+    }
+    journal.finish();
+    if (options.times) show_times(fits, seconds_since(begun));
+    return summary(own_shard());
+}
+
+int show_status(const std::string &folder) {
+    const batch_plan plan = read_plan(folder);
+    const std::vector<finished_shard> done = finished_shards(plan);
+    long long fitted = 0, failed = 0, not_tried = 0, reached = 0;
+    std::string missing;
+    const auto miss = [&](long long first, long long stop) {
+        if (first < stop)
+            missing += "missing: spectra " + std::to_string(first) + " to " +
+                       std::to_string(stop - 1) + " of the manifest\n";
+    };
+    for (const finished_shard &each : done) {
+        if (each.first < reached) continue; // fitted with another number of shards, too
+        miss(reached, each.first);
+        reached = each.stop;
+        fitted += each.fitted;
+        failed += each.failed;
+        not_tried += each.not_tried;
+    }
+    miss(reached, plan.spectra);
+    std::cout << "spectra " << plan.spectra << "\nfitted " << fitted << "\nfailed " << failed
+              << "\nnot tried " << not_tried << '\n';
+    long long of = 0;
+    std::error_code error;
+    std::vector<std::string> open;
+    for (const fs::directory_entry &file : fs::directory_iterator(plan.file("shards"), error)) {
+        long long shard = 0, shards = 0;
+        if (std::sscanf(file.path().filename().c_str(), "%lld_of_%lld", &shard, &shards) == 2)
+            of = std::max(of, shards);
+        if (file.path().extension() != ".journal") continue;
+        const long long size = static_cast<long long>(record_size(plan.start.entries.size()));
+        const auto bytes = static_cast<long long>(fs::file_size(file.path(), error));
+        open.push_back("unfinished: shard " + std::to_string(shard) + "/" + std::to_string(shards) +
+                       ", " + std::to_string((bytes - 64) / size) + " spectra so far\n");
+    }
+    std::sort(open.begin(), open.end());
+    for (const std::string &line : open) std::cout << line;
+    if (missing.empty()) {
+        std::cout << "complete\n";
+        return failed > 0 ? different : all_right;
+    }
+    for (long long shard = 0; shard < of; ++shard)
+        if (!fs::exists(shard_stem(plan, shard, of) + ".done", error))
+            std::cout << "missing: shard " << shard << "/" << of << '\n';
+    std::cout << missing;
+    return different;
+}
+
+} // namespace tools

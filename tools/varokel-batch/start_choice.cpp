@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-batch/start_choice.h"
+
+#include "varokel-start/read_start_file.h"
+
+#include "common/tool_error.h"
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <set>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+static std::vector<std::string> read_names(const std::string &file) {
+    std::ifstream stream(file);
+    if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected names");
+    std::vector<std::string> names;
+    std::set<std::string> different;
+    for (std::string line; std::getline(stream, line);) {
+        const std::size_t begin = line.find_first_not_of(" \t\r");
+        if (begin == line.npos || line[begin] == '#') continue;
+        const std::string name = line.substr(begin, line.find_first_of(" \t\r,", begin) - begin);
+        if (!different.insert(name).second)
+            throw tool_error(bad_input, file + ": name " + name +
+                                            " stands there twice; expected "
+                                            "different ones");
+        names.push_back(name);
+    }
+    return names;
+}
+
+static void copy_patterns(start_file &start, const std::string &beside, const std::string &work,
+                          start_choice &chosen) {
+    std::error_code error;
+    fs::create_directory(work + "/patterns", error);
+    for (start_entry &entry : start.entries) {
+        if (entry.type != pattern_entry) continue;
+        std::string found = (fs::path(beside).parent_path() / entry.pattern_file).string();
+        if (!fs::is_regular_file(found, error)) found = entry.pattern_file;
+        const std::string name = fs::path(entry.pattern_file).filename().string();
+        if (!fs::is_regular_file(found, error))
+            throw tool_error(bad_input, beside + ": pattern " + entry.pattern_file +
+                                            " is not there; expected it beside the start file");
+        const std::string target = work + "/patterns/" + name;
+        if (fs::exists(target, error)) {
+            if (entry.pattern_file != name)
+                throw tool_error(bad_input, beside + ": two patterns are called " + name +
+                                                "; give them different names");
+            continue;
+        }
+        fs::copy_file(found, target, error);
+        if (error) throw tool_error(bad_output, target + ": cannot be written");
+        fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write,
+                        fs::perm_options::add, error);
+        entry.pattern_file = name;
+        chosen.pattern_files.push_back(name);
+        chosen.inputs.push_back(found);
+    }
+}
+
+static void refuse_other_kind(const start_file &start, const std::string &source,
+                              const nlohmann::ordered_json &scale, long long points) {
+    if (start.points != points)
+        throw tool_error(bad_input, source + ": n_pnts is " + std::to_string(start.points) +
+                                        ", but the spectra have " + std::to_string(points) +
+                                        " points");
+    if (scale.contains("hz_per_point")) {
+        const double hz = scale["hz_per_point"].get<double>();
+        // the file is read in single precision
+        if (std::fabs(start.hz_per_point / hz - 1.0) > 1e-5)
+            throw tool_error(
+                bad_input, source + ": Hz_p_p is " + std::to_string(start.hz_per_point) +
+                               ", but the spectra have " + std::to_string(hz) + " hertz per point");
+    }
+    if (start.fit_mode == 2)
+        throw tool_error(bad_input, source + ": fit_mo is 2, which needs a measured lineshape "
+                                             "beside each spectrum; expected 1 or 3 in a batch");
+}
+
+static complex_signal signal_of(const std::string &bytes) {
+    complex_signal signal(bytes.size() / 8);
+    for (std::size_t i = 0; i < signal.size(); ++i) {
+        float parts[2];
+        std::memcpy(parts, bytes.data() + 8 * i, sizeof parts);
+        signal[i] = {static_cast<double>(parts[0]), static_cast<double>(parts[1])};
+    }
+    return signal;
+}
+
+// The spectrum with the largest sum of squares.
+static complex_signal strongest(const std::string &file, long long points,
+                                const std::vector<planned_spectrum> &spectra) {
+    std::ifstream stream(file, std::ios::binary);
+    std::string bytes(static_cast<std::size_t>(8 * points), '\0');
+    complex_signal most;
+    double largest = -1.0;
+    for (const planned_spectrum &spectrum : spectra) {
+        stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        if (!stream) break;
+        if (spectrum.state != signal_state::fit) continue;
+        const complex_signal signal = signal_of(bytes);
+        double sum = 0.0;
+        for (const std::complex<double> &point : signal) sum += std::norm(point);
+        if (sum <= largest) continue;
+        largest = sum;
+        most = signal;
+    }
+    return most;
+}
+
+// Start file and names from a table of peaks.
+static start_file start_of_table(const plan_options &options, long long points,
+                                 const std::string &work,
+                                 const std::vector<planned_spectrum> &spectra,
+                                 start_choice &chosen) {
+    const peak_table table = read_peak_table(options.peaks);
+    for (const table_row &row : table.rows)
+        if (row.pattern_file.find('/') != row.pattern_file.npos)
+            refuse_at(table, row.place,
+                      row.name + ": pattern " + row.pattern_file +
+                          " stands in another folder; put it beside the table for a batch");
+    const std::string folder = fs::path(options.peaks).parent_path().string();
+    start_maker maker(table, {folder.empty() ? "." : folder, "."});
+    const spectrum_facts facts = facts_of_sidecar(metadata(work + "/sidecar.json"));
+    const complex_signal signal =
+        maker.estimates() ? strongest(work + "/spectra.f32", points, spectra) : complex_signal();
+    const start_result made = maker.make(signal, facts);
+    chosen.guesses = made.guesses;
+    for (const std::string &guess : made.guesses)
+        std::cerr << "varokel-batch: guessed " << guess << '\n';
+    for (const start_entry &entry : made.start.entries) chosen.names.push_back(entry.name);
+    std::error_code error;
+    fs::copy_file(options.peaks, work + "/peaks.txt", error);
+    if (error) throw tool_error(bad_output, work + "/peaks.txt: cannot be written");
+    return made.start;
+}
+
+start_choice choose_start(const plan_options &options, const nlohmann::ordered_json &scale,
+                          long long points, const std::string &work,
+                          const std::vector<planned_spectrum> &spectra) {
+    start_choice chosen;
+    const bool with_table = !options.peaks.empty();
+    if (options.values == "estimate" && !with_table)
+        throw tool_error(wrong_usage, "--values estimate needs a table: --peaks TABLE");
+    if (with_table && !options.names.empty())
+        throw tool_error(wrong_usage, "--names: the table of --peaks has names already");
+    const std::string &source = with_table ? options.peaks : options.start;
+    start_file start = with_table ? start_of_table(options, points, work, spectra, chosen)
+                                  : read_start_file(options.start);
+    refuse_what_fails(start, source);
+    refuse_other_kind(start, source, scale, points);
+    chosen.inputs.push_back(source);
+    copy_patterns(start, source, work, chosen);
+    std::string names_file = options.names;
+    std::error_code error;
+    if (names_file.empty() && !with_table) {
+        names_file = (fs::path(options.start).parent_path() / "names.txt").string();
+        if (!fs::is_regular_file(names_file, error)) names_file.clear();
+    }
+    if (!names_file.empty()) {
+        chosen.names = read_names(names_file);
+        chosen.inputs.push_back(names_file);
+        if (chosen.names.size() != start.entries.size())
+            throw tool_error(bad_input, names_file + ": " + std::to_string(chosen.names.size()) +
+                                            " names for " + std::to_string(start.entries.size()) +
+                                            " entries; expected one a line");
+    } else if (!with_table) {
+        for (std::size_t k = 0; k < start.entries.size(); ++k) {
+            const start_entry &entry = start.entries[k];
+            std::string name = entry.name;
+            if (name.empty() && entry.type == pattern_entry)
+                name = fs::path(entry.pattern_file).stem().string();
+            chosen.names.push_back(name.empty() ? "#" + std::to_string(k + 1) : name);
+        }
+    }
+    std::ofstream text(work + "/start.par", std::ios::binary);
+    text << version_3_text(start, {});
+    std::ofstream list(work + "/names.txt", std::ios::binary);
+    // a '#' would begin a remark
+    for (const std::string &name : chosen.names)
+        list << (name[0] == '#' ? "entry" + name.substr(1) : name) << '\n';
+    text.close();
+    list.close();
+    if (!text || !list)
+        throw tool_error(bad_output, work + ": cannot be written; is the disk full?");
+    return chosen;
+}
+
+spectrum_starts::spectrum_starts(const batch_plan &plan)
+    : maker_(read_peak_table(plan.file("peaks.txt")), {plan.file("patterns")}),
+      facts_(facts_of_sidecar(metadata(plan.file("sidecar.json")))) {}
+
+std::string spectrum_starts::text(const std::string &bytes) {
+    return version_3_text(maker_.make(signal_of(bytes), facts_).start, {});
+}
+
+bool is_good_neighbour(const fit_record &record) {
+    if (record.state != fit_state::fitted) return false;
+    const double quality = record.figures[0];
+    if (!(quality > 0.0 && quality <= 2.0)) return false;
+    for (const double value : record.values)
+        if (!std::isfinite(value)) return false;
+    return true;
+}
+
+std::string start_text_from(const start_file &start, const fit_record &neighbour) {
+    start_file own = start;
+    for (std::size_t k = 0; k < own.entries.size(); ++k)
+        for (int q = 0; q < quantities; ++q) {
+            start_parameter &parameter = own.entries[k].parameters[static_cast<std::size_t>(q)];
+            const double value = neighbour.values[5 * k + static_cast<std::size_t>(q)];
+            if (parameter.link == static_cast<int>(k) + 1) continue;
+            if (q == area_of && value == 0.0) continue;
+            parameter.value = value;
+        }
+    return version_3_text(own, {});
+}
+
+} // namespace tools

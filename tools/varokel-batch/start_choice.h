@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// start_choice.h -- the start values of a batch, and of each of its fits
+#pragma once
+
+#include "varokel-batch/fit_record.h"
+#include "varokel-batch/plan_batch.h"
+
+#include "varokel-start/make_start.h"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+struct start_choice {
+    std::vector<std::string> names;         // of the entries
+    std::vector<std::string> pattern_files; // in patterns/
+    std::vector<std::string> inputs;        // files that were read
+    std::vector<std::string> guesses;       // values that neither table nor spectrum states
+};
+
+// Writes start.par, names.txt, patterns/ and, with a table, peaks.txt into work, where spectra.f32
+// and sidecar.json are. With a table, what it leaves to estimates comes from the spectrum with the
+// most signal. Errors: wrong_usage, bad_input when the start
+// file is not for such spectra.
+start_choice choose_start(const plan_options &options, const nlohmann::ordered_json &scale,
+                          long long points, const std::string &work,
+                          const std::vector<planned_spectrum> &spectra);
+
+// A fit that may hand on its result: fitted, finite, and with a residual of up to twice the noise.
+bool is_good_neighbour(const fit_record &record);
+
+// The text of the start file with the values of a fit. Fixed parameters keep their own; an entry
+// whose area is 0 keeps its own area, because others may be tied to it by a ratio.
+std::string start_text_from(const start_file &start, const fit_record &neighbour);
+
+// Start files from the table of a plan, one for each spectrum.
+class spectrum_starts {
+  public:
+    // Errors: bad_input.
+    explicit spectrum_starts(const batch_plan &plan);
+    // bytes: complex float32. Errors: bad_input when nothing can be estimated.
+    std::string text(const std::string &bytes);
+
+  private:
+    start_maker maker_;
+    spectrum_facts facts_;
+};
+
+} // namespace tools

@@ -1,0 +1,333 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// varokel_bids.cpp -- fits the NIfTI-MRS files of a BIDS data set, results as BIDS derivatives
+//
+//   varokel-bids bids_dir output_dir participant [--participant-label 01 02]
+//
+// Reads sub-*/[ses-*/]mrs/*_svs.nii.gz and *_mrsi.nii.gz (or .nii). The data set is never written
+// to: it may be mounted read-only.
+#include "varokel-batch/merge_batch.h"
+#include "varokel-batch/plan_batch.h"
+#include "varokel-batch/run_batch.h"
+
+#include "common/command_line.h"
+#include "common/sha256.h"
+#include "common/tool_error.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <sstream>
+
+#include <unistd.h>
+
+using tools::tool_error;
+namespace fs = std::filesystem;
+
+struct bids_options {
+    std::string data_set, output, level, start, peaks, names, values = "same", scratch, program;
+    std::vector<std::string> labels, sessions, average, index;
+    int workers = 1;
+    double limit = 0.0;
+    bool force = false;
+};
+
+// Ending of the measured file, or an empty text.
+static std::string ending_of(const std::string &name) {
+    for (const char *const ending : {"_svs.nii.gz", "_mrsi.nii.gz", "_svs.nii", "_mrsi.nii"})
+        if (name.ends_with(ending)) return ending;
+    return "";
+}
+
+// "sub-01" and "01" are both understood.
+static std::string without(const std::string &label, const std::string &prefix) {
+    return label.starts_with(prefix) ? label.substr(prefix.size()) : label;
+}
+
+static std::vector<fs::path> folders_in(const fs::path &place, const std::string &prefix) {
+    std::vector<fs::path> found;
+    std::error_code error;
+    for (const fs::directory_entry &each : fs::directory_iterator(place, error))
+        if (each.is_directory(error) && each.path().filename().string().starts_with(prefix))
+            found.push_back(each.path());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+static std::vector<fs::path> measurements(const bids_options &own) {
+    std::error_code error;
+    if (!fs::is_regular_file(fs::path(own.data_set) / "dataset_description.json", error))
+        throw tool_error(tools::bad_input, own.data_set +
+                                               ": no dataset_description.json; expected the top "
+                                               "folder of a BIDS data set");
+    std::set<std::string> wanted, sessions, seen;
+    for (const std::string &label : own.labels) wanted.insert(without(label, "sub-"));
+    for (const std::string &label : own.sessions) sessions.insert(without(label, "ses-"));
+    std::vector<fs::path> files;
+    for (const fs::path &subject : folders_in(own.data_set, "sub-")) {
+        const std::string label = without(subject.filename().string(), "sub-");
+        if (!wanted.empty() && !wanted.contains(label)) continue;
+        seen.insert(label);
+        std::vector<fs::path> places;
+        if (sessions.empty()) places.push_back(subject);
+        for (const fs::path &session : folders_in(subject, "ses-"))
+            if (sessions.empty() || sessions.contains(without(session.filename().string(), "ses-")))
+                places.push_back(session);
+        for (const fs::path &place : places) {
+            std::vector<fs::path> here;
+            for (const fs::directory_entry &file : fs::directory_iterator(place / "mrs", error))
+                if (!ending_of(file.path().filename().string()).empty()) here.push_back(file);
+            std::sort(here.begin(), here.end());
+            files.insert(files.end(), here.begin(), here.end());
+        }
+    }
+    for (const std::string &label : wanted)
+        if (!seen.contains(label))
+            throw tool_error(tools::bad_input, own.data_set + ": no sub-" + label +
+                                                   "; expected a participant of the data set");
+    if (files.empty())
+        throw tool_error(tools::bad_input, own.data_set +
+                                               ": no sub-*/[ses-*/]mrs/*_svs.nii[.gz] or "
+                                               "*_mrsi.nii[.gz]; expected NIfTI-MRS files");
+    return files;
+}
+
+static void write_json(const fs::path &name, const nlohmann::ordered_json &items) {
+    const fs::path written = name.string() + ".part" + std::to_string(getpid());
+    std::ofstream stream(written);
+    stream << items.dump(2) << '\n';
+    stream.close();
+    std::error_code error;
+    if (stream) fs::rename(written, name, error);
+    if (!stream || error)
+        throw tool_error(tools::bad_output, name.string() + ": cannot be written; is the folder "
+                                                            "yours, is the disk full?");
+}
+
+static void move_result(const fs::path &from, const fs::path &to) {
+    std::error_code error;
+    if (!fs::exists(from, error)) return;
+    const fs::path written = to.string() + ".part" + std::to_string(getpid());
+    fs::copy_file(from, written, fs::copy_options::overwrite_existing, error);
+    if (!error) fs::rename(written, to, error);
+    if (error)
+        throw tool_error(tools::bad_output,
+                         to.string() + ": cannot be written (" + error.message() + ")");
+}
+
+static void describe_output(const bids_options &own) {
+    nlohmann::ordered_json items;
+    items["Name"] = "varokel: areas, frequencies, widths and phases of fitted lines";
+    items["BIDSVersion"] = "1.10.0"; // the first with the mrs data type
+    items["DatasetType"] = "derivative";
+    nlohmann::ordered_json program = {{"Name", "varokel"}, {"Version", VAROKEL_VERSION}};
+    if (const char *const image = std::getenv("VAROKEL_CONTAINER"); image != nullptr)
+        program["Container"] = {{"Type", "oci"}, {"Tag", image}};
+    items["GeneratedBy"] = nlohmann::ordered_json::array({program});
+    // where the data set lies on this machine is nobody's business
+    items["SourceDatasets"] = nlohmann::ordered_json::array();
+    std::ifstream stream(fs::path(own.data_set) / "dataset_description.json");
+    const nlohmann::json source = nlohmann::json::parse(stream, nullptr, false);
+    if (source.is_object() && source.contains("DatasetDOI") && source["DatasetDOI"].is_string())
+        items["SourceDatasets"].push_back({{"DOI", source["DatasetDOI"]}});
+    if (items["SourceDatasets"].empty()) items.erase("SourceDatasets");
+    write_json(fs::path(own.output) / "dataset_description.json", items);
+}
+
+// What a map holds, from its file name in maps/.
+static std::string label_of_map(const std::string &stem) {
+    // entities of BIDS are letters and digits only
+    std::string label;
+    bool upper = false;
+    for (const char c : stem) {
+        if (std::isalnum(static_cast<unsigned char>(c)) == 0) {
+            upper = true;
+            continue;
+        }
+        label += upper ? static_cast<char>(std::toupper(static_cast<unsigned char>(c))) : c;
+        upper = false;
+    }
+    return label;
+}
+
+static int fit_one(const bids_options &own, const fs::path &file) {
+    const std::string name = file.filename().string(), ending = ending_of(name);
+    const std::string base = name.substr(0, name.size() - ending.size());
+    const fs::path relative = fs::relative(file.parent_path(), own.data_set);
+    const fs::path target = fs::path(own.output) / relative;
+    std::error_code error;
+    const std::string suffix = ending.starts_with("_svs") ? "svs" : "mrsi";
+    const fs::path table = target / (base + "_desc-fit_" + suffix + ".tsv");
+    if (fs::exists(table, error) && !own.force)
+        throw tool_error(tools::bad_output, table.string() + ": exists; --force replaces it");
+    fs::create_directories(target, error);
+    if (error)
+        throw tool_error(tools::bad_output,
+                         target.string() + ": cannot be made (" + error.message() + ")");
+
+    const char *const set = std::getenv("TMPDIR");
+    std::string place =
+        own.scratch.empty() ? (set != nullptr && *set != '\0' ? set : "/tmp") : own.scratch;
+    std::string work = place + "/varokel-bids.XXXXXX";
+    if (mkdtemp(work.data()) == nullptr)
+        throw tool_error(tools::bad_output, place + ": cannot be written; --scratch DIR names a "
+                                                    "place for the fits");
+    struct removed {
+        std::string folder;
+        ~removed() {
+            std::error_code ignored;
+            fs::remove_all(folder, ignored);
+        }
+    } const cleaner{work};
+
+    // The copy is ours: the data set may be mounted read-only.
+    const std::string copy = work + "/" + name;
+    fs::copy_file(file, copy, error);
+    if (error)
+        throw tool_error(tools::bad_input,
+                         file.string() + ": cannot be read (" + error.message() + ")");
+    fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add, error);
+
+    tools::plan_options plan;
+    plan.input.input = copy;
+    plan.input.choice.average = own.average;
+    plan.input.choice.index = own.index;
+    plan.spectrum.memory = 32;
+    plan.folder = work + "/run";
+    plan.start = own.start;
+    plan.peaks = own.peaks;
+    plan.names = own.names;
+    plan.values = own.values;
+    plan.keep = "none";
+    std::ostringstream said;
+    std::streambuf *const shown = std::cout.rdbuf(said.rdbuf());
+    int status = tools::all_right;
+    try {
+        tools::plan_batch(plan);
+        tools::run_options run;
+        run.folder = plan.folder;
+        run.workers = own.workers;
+        run.scratch = work;
+        run.program = own.program;
+        run.limit = own.limit;
+        status = tools::run_batch(run);
+        if (status <= tools::different)
+            status = std::max(status, tools::merge_batch(plan.folder, false));
+    } catch (...) {
+        std::cout.rdbuf(shown);
+        throw;
+    }
+    std::cout.rdbuf(shown);
+    if (status > tools::different) return status; // a signal
+
+    const fs::path run(plan.folder);
+    nlohmann::ordered_json about;
+    about["Description"] = "Lines and patterns fitted to " + name;
+    about["Sources"] = {"bids:raw:" + (relative / name).generic_string()};
+    about["SourceSHA256"] = tools::sha256_of_file(copy);
+    about["StartValues"] = own.values;
+    const auto put = [&](const fs::path &from, const std::string &description,
+                         const std::string &extension) {
+        if (!fs::exists(from, error)) return;
+        const fs::path to = target / (base + "_desc-" + description + "_" + suffix + extension);
+        move_result(from, to);
+        std::cout << to.string() << '\n';
+    };
+    // columns of the table, and what it was made of
+    std::ifstream stream(run / "results.json");
+    nlohmann::ordered_json columns = nlohmann::ordered_json::parse(stream);
+    nlohmann::ordered_json with_source = about;
+    with_source.update(columns);
+    write_json(run / "results.json", with_source);
+    put(run / "quality.tsv", "quality", ".tsv");
+    put(run / "quality.json", "quality", ".json");
+    put(run / "start.par", "start", ".par");
+    for (const fs::directory_entry &map : fs::directory_iterator(run / "maps", error)) {
+        const std::string map_name = map.path().filename().string();
+        const std::string stem = map_name.substr(0, map_name.find(".nii"));
+        nlohmann::ordered_json items = about;
+        items["Description"] = stem + " of the fit of " + name;
+        put(map.path(), label_of_map(stem), ".nii.gz");
+        const fs::path sidecar =
+            target / (base + "_desc-" + label_of_map(stem) + "_" + suffix + ".json");
+        write_json(sidecar, items);
+    }
+    put(run / "results.json", "fit", ".json");
+    put(run / "results.tsv", "fit", ".tsv"); // last: it says that all are there
+    return status;
+}
+
+int main(int argc, char **argv) {
+    bids_options own;
+    CLI::App app("Fits the NIfTI-MRS files of a BIDS data set, one start file or table of peaks "
+                 "for all, and writes the\nresults as BIDS derivatives.",
+                 "varokel-bids");
+    app.add_option("bids_dir", own.data_set, "top folder of the data set; never written to")
+        ->required();
+    app.add_option("output_dir", own.output, "folder for the derivatives")->required();
+    app.add_option("analysis_level", own.level, "participant")
+        ->required()
+        ->check(CLI::IsMember({"participant"}));
+    app.add_option("--participant-label,--participant_label", own.labels,
+                   "participants, with or without sub- (default: all)")
+        ->type_name("LABEL");
+    app.add_option("--session-label,--session_label", own.sessions,
+                   "sessions, with or without ses- (default: all)")
+        ->type_name("LABEL");
+    app.add_option("--start", own.start, "start file")->type_name("FILE");
+    app.add_option("--peaks", own.peaks, "table of peaks, as varokel-start reads it")
+        ->type_name("TABLE");
+    app.add_option("--names", own.names, "names of the entries, one a line")->type_name("FILE");
+    app.add_option("--values", own.values, "start values: same, estimate or neighbour")
+        ->type_name("FROM")
+        ->check(CLI::IsMember({"same", "estimate", "neighbour"}));
+    app.add_option("--average", own.average, "take the mean over this dimension")
+        ->type_name("DIM")
+        ->allow_extra_args(false);
+    app.add_option("--index", own.index, "which FID of several, DIM=I (default: all)")
+        ->type_name("DIM=I")
+        ->allow_extra_args(false);
+    app.add_option("-j,--workers,--n_cpus", own.workers, "fits at a time (default 1)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1024));
+    app.add_option("--limit", own.limit, "a fit that takes longer has failed")
+        ->type_name("SECONDS")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--scratch", own.scratch,
+                   "place for copies and fits (default TMPDIR, else /tmp)")
+        ->type_name("DIR");
+    app.add_option("--varokel", own.program, "the program that fits")->type_name("FILE");
+    app.add_flag("--force", own.force, "replace derivatives that are there");
+    tools::common_options(app,
+                          "  varokel-bids /data /data/derivatives/varokel participant "
+                          "--start start.par \\\n      --participant-label 01",
+                          "0 all right, 1 some fits failed");
+    return tools::run_tool("varokel-bids", [&] {
+        if (const std::optional<int> end = tools::parse_command_line(app, argc, argv)) return *end;
+        const std::vector<fs::path> files = measurements(own);
+        std::error_code error;
+        fs::create_directories(own.output, error);
+        if (!fs::is_directory(own.output, error))
+            throw tool_error(tools::bad_output, own.output + ": cannot be made; is its folder "
+                                                             "yours?");
+        describe_output(own);
+        int status = tools::all_right;
+        for (const fs::path &file : files) {
+            int own_status = tools::all_right;
+            try {
+                own_status = fit_one(own, file);
+            } catch (const tool_error &fault) { // the others of the data set go on
+                if (fault.status() != tools::bad_input || files.size() == 1) throw;
+                std::cerr << "varokel-bids: " << file.string() << ": " << fault.what() << '\n';
+                own_status = tools::different;
+            }
+            if (own_status > tools::different) return own_status;
+            status = std::max(status, own_status);
+        }
+        return status;
+    });
+}
