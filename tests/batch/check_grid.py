@@ -24,11 +24,11 @@ def expect(text, good):
 
 def read_map(name):
     raw = gzip.open(name).read()
-    assert np.frombuffer(raw, "<i4", 1)[0] == 348, name
-    dim = np.frombuffer(raw, "<i2", 8, 40)
-    assert np.frombuffer(raw, "<i2", 1, 70)[0] == 16, "float32"
+    assert np.frombuffer(raw, "<i4", 1)[0] == 540, name
+    dim = np.frombuffer(raw, "<i8", 8, 16)
+    assert np.frombuffer(raw, "<i2", 1, 12)[0] == 16, "float32"
     sizes = tuple(int(n) for n in dim[1 : dim[0] + 1])
-    return np.frombuffer(raw, "<f4", int(np.prod(sizes)), 352).reshape(sizes, order="F"), raw
+    return np.frombuffer(raw, "<f4", int(np.prod(sizes)), 544).reshape(sizes, order="F"), raw
 
 
 def main():
@@ -57,9 +57,9 @@ def main():
         expect(f"{name}: map of {area.shape}", area.shape == sizes)
         if k == 0:
             source = (folder / "grid.nii").read_bytes()
-            here = np.frombuffer(raw, "<f4", 12, 280).astype(float)
+            here = np.frombuffer(raw, "<f8", 12, 400)
             there = np.concatenate([np.frombuffer(source, "<f8", 4, at) for at in (400, 432, 464)])
-            expect("the geometry of the input", np.allclose(here, there, rtol=1e-6))
+            expect("the geometry of the input", np.array_equal(here, there))
         column = columns["area"]
         table = np.full(sizes, np.nan)
         for place in np.ndindex(sizes):
@@ -74,20 +74,35 @@ def main():
 
         z = (area - truth["areas"][k])[signal] / error[signal]
         n = z.size
-        # The bounds are of a linearised problem: at 2 to 6 % error the second order is a few per
-        # cent of a standard deviation, so the mean is compared with 0.1, and the spread with 7 %.
+        # Limits: four standard deviations of what a sample of n shows, and what bounds of a
+        # linearised problem leave out, which is of the size of the relative error itself.
+        second = float(np.median(error[signal] / np.abs(area[signal])))
         inside = float(np.mean(np.abs(z) <= 2.0))
+        expected = 0.9545  # of a normal distribution
+        mean_limit = 4 / np.sqrt(n) + second
+        spread_limit = 4 / np.sqrt(2 * n) + second
+        # widening by a small part e moves 4 phi(2) e = 0.216 e across two standard deviations
+        inside_limit = 4 * np.sqrt(expected * (1 - expected) / n) + 0.216 * second
         print(
             f"     {name}: area error/bound: mean {z.mean():+.3f}, sd {z.std():.3f}, within 2 sd "
             f"{100 * inside:.1f} % of {n}; median bound {100 * np.median(error[signal] / truth['areas'][k][signal]):.1f} %"
         )
-        expect(f"{name}: bias below a tenth of the bound", abs(z.mean()) < 0.1)
-        expect(f"{name}: spread as the bound says", 0.9 < z.std() < 1.1)
-        expect(f"{name}: 95.4 % within two standard deviations", 0.93 < inside < 0.975)
+        expect(f"{name}: no bias, to {mean_limit:.3f} of the bound", abs(z.mean()) < mean_limit)
+        expect(f"{name}: spread as the bound says, to {spread_limit:.3f}", abs(z.std() - 1) < spread_limit)
+        expect(
+            f"{name}: 95.4 % within two standard deviations, to {100 * inside_limit:.1f}",
+            abs(inside - expected) < inside_limit,
+        )
         points = truth["shift_hz"][signal]
         print(f"     {name}: sd of frequency {np.std(shift[signal] - points):.3f} Hz")
         w = width[signal] / truth["widths_hz"][k][signal]
-        expect(f"{name}: width right in the median to 2 %", abs(np.median(w) - 1.0) < 0.02)
+        # a median spreads 1.2533 times as a mean; 1.4826 turns the middle distance into an sd
+        sd = 1.4826 * float(np.median(np.abs(w - np.median(w))))
+        width_limit = 4 * 1.2533 * sd / np.sqrt(n) + sd**2
+        expect(
+            f"{name}: width right in the median, {100 * (np.median(w) - 1):+.2f} % to {100 * width_limit:.2f} %",
+            abs(np.median(w) - 1.0) < width_limit,
+        )
 
     # voxels without signal: areas that are not known, and said so
     percent, _ = read_map(run / "maps" / f"{names[0]}_area_error_percent_1sd.nii.gz")

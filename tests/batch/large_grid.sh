@@ -6,7 +6,8 @@
 # A simulated grid (default 32,32,10: 10,240 voxels) is fitted with 1 and 2 workers, in 1, 7 and 50
 # shards, and while being killed KILLS times (default 20) at random moments and resumed. Prints wall
 # times, CPU beside that of bare fits, storage, and the areas against their truth; the tables must be
-# the same to the byte. Needs /usr/bin/python3 with numpy. About seven minutes on two cores.
+# the same to the byte. Needs /usr/bin/python3 with numpy. Seven minutes on two cores, twice that on
+# two that others use as well.
 set -euo pipefail
 export LC_ALL=C TZ=UTC
 programs=$(cd "$1" && pwd)

@@ -9,7 +9,7 @@ export LC_ALL=C TZ=UTC
 programs=$(cd "$1" && pwd)
 tree=$(cd "$2" && pwd)
 for program in slurmctld slurmd munged; do
-    [ -x "/usr/sbin/$program" ] || { echo "no $program: left out"; exit 0; }
+    [ -x "/usr/sbin/$program" ] || { echo "no $program: left out"; exit 77; }
 done
 folder=$(mktemp -d)
 chmod 755 "$folder"
@@ -26,7 +26,11 @@ trap stop EXIT
 cd "$folder"
 mkdir -p state spool log munge
 chmod 755 munge
-port=${PORT:-26817}
+# two ports that nobody listens to
+port=${PORT:-$((20000 + $$ % 10000 * 2))}
+while (exec 3<>"/dev/tcp/127.0.0.1/$port" || exec 3<>"/dev/tcp/127.0.0.1/$((port + 1))") 2>/dev/null; do
+    port=$((port + 2))
+done
 user=$(id -un)
 cat >slurm.conf <<TEXT
 ClusterName=trial

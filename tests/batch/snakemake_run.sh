@@ -7,7 +7,7 @@ set -euo pipefail
 export LC_ALL=C.UTF-8 TZ=UTC
 programs=$(cd "$1" && pwd)
 tree=$(cd "$2" && pwd)
-command -v snakemake >/dev/null || { echo "no snakemake: left out"; exit 0; }
+command -v snakemake >/dev/null || { echo "no snakemake: left out"; exit 77; }
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"

@@ -34,6 +34,7 @@ recorded() {
     status 0 "$batch" run "$1" --resume --again
     status 0 "$batch" merge "$1" --force
     true_that "$1: whole after --again" cmp good/results.tsv "$1/results.tsv"
+    true_that "$1: no curve is lost" cmp good/pictures.f32 "$1/pictures.f32"
 }
 try() { # NAME SHELL-TEXT REASON OPTIONS...
     local name=$1 reason=$3
@@ -54,6 +55,23 @@ try unfinished "$programs/varokel \"\$@\"; head -n 20 spectrum.fitres >m; mv m s
     'its .fitres is missing or not whole'
 try infinite "$programs/varokel \"\$@\"; sed 's/^[^\\t]*/NAN/' spectrum.mat >m; mv m spectrum.mat; exit 0" \
     'its results are no finite numbers'
+
+# --force begins anew, but not under the feet of a run
+printf '#!/bin/sh\nwhile [ ! -e %s ]; do sleep 0.05; done\nexec %s "$@"\n' "$PWD/go_on" "$programs/varokel" >waiting
+chmod +x waiting
+cp -r plan busy
+"$batch" run busy --varokel ./waiting >first_out 2>first_err &
+until [ -s busy/shards/0000_of_0001.journal ]; do sleep 0.02; done
+status 4 "$batch" run busy --force
+holds err "another process works on this shard"
+: >go_on
+wait $!
+holds first_out "12 fitted, 0 failed"
+status 0 "$batch" merge busy
+true_that "the first run is whole" cmp good/results.tsv busy/results.tsv
+status 0 "$batch" run busy --force
+status 0 "$batch" merge busy --force
+true_that "and the one begun anew" cmp good/results.tsv busy/results.tsv
 
 # goes_on NAME: after a fault of the place, nothing is lost and --resume ends it
 goes_on() {

@@ -119,7 +119,7 @@ status 0 "$batch" merge near
 status 0 "$batch" run near2 --shard 1/2
 status 0 "$batch" run near2 --shard 0/2 -j 3
 same near2 near
-true_that "iterations differ from those of common start values" test "$(cut -f1-4,14 near/quality.tsv | cmp - <(cut -f1-4,14 run/quality.tsv) | wc -l)" -eq 1
+true_that "iterations differ from those of common start values" test "$(cut -f1-4,16 near/quality.tsv | cmp - <(cut -f1-4,16 run/quality.tsv) | wc -l)" -eq 1
 
 # each start is the result of another fit of the block, as the program itself writes it down
 cat >keeping <<TEXT
@@ -150,6 +150,28 @@ holds out "spectra 4"
 status 0 "$batch" run masked
 status 0 "$batch" merge masked
 true_that "three curves" test "$(wc -l <masked/pictures.tsv)" -eq 4
+true_that "those of the mask" test "$(cut -f2,3 masked/quality.tsv | sort -u | tr '\t\n' ', ')" = "2,1 3,1 x,y "
+perl "$tree/tests/batch/mask_file.pl" 6 4 2 scaled | gzip >scaled.nii.gz
+status 0 "$batch" plan grid.nii --start start.par --mask scaled.nii.gz --keep worst:3 -o scaled
+holds out "spectra 4"
+true_that "the same voxels" cmp masked/spectra.f32 scaled/spectra.f32
+# A grid whose rows say where it lies, and a mask whose quaternion says the same: a quarter turn about
+# z, 8 x 8 x 12 mm, slices downwards. One of them moved by 5 mm is told.
+perl -e 'local $/; my $b = <STDIN>; substr($b, 348, 4) = pack("l<", 1);
+    substr($b, 400, 96) = pack("d<12", 0, -8, 0, -110, 8, 0, 0, -95, 0, 0, -12, -30); print $b' <grid.nii >placed.nii
+for x in -110 -105; do
+    perl -e 'local $/; my $b = <STDIN>; substr($b, 76, 16) = pack("f<4", -1, 8, 8, 12); substr($b, 252, 2) = pack("s<", 1);
+        substr($b, 256, 24) = pack("f<6", 0, 0, sqrt(0.5), $ARGV[0], -95, -30); print $b' -- "$x" <mask.nii >"mask$x.nii"
+    status 0 "$batch" plan placed.nii --start start.par --mask "mask$x.nii" -o "placed$x"
+    [ "$x" = -110 ] && lacks err "lies elsewhere in space"
+done
+holds err "mask-105.nii: lies elsewhere in space than placed.nii"
+true_that "a map has the rows of the input" cmp <(tail -c +401 placed.nii | head -c 96) <(tail -c +401 placed-110/voxels.nii | head -c 96)
+head -c 380 mask.nii >cut.nii
+status 3 "$batch" plan grid.nii --start start.par --mask cut.nii -o other
+holds err "cut.nii: ends, or is damaged, within its values"
+status 3 "$batch" plan grid.nii --start start.par --mask grid.nii -o other
+holds err "grid.nii: 6 x 4 x 2 voxels, 6144 values; expected the grid"
 perl "$tree/tests/batch/mask_file.pl" 6 4 3 >wrong.nii
 status 3 "$batch" plan grid.nii --start start.par --mask wrong.nii -o other
 holds err "expected the grid of the measurement, 6 x 4 x 2"

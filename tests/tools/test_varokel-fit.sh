@@ -131,6 +131,15 @@ holds err 'interrupted; nothing was written'
 true_that 'no folder, no rest' test "$(find . -name 'interrupted*' | wc -l)" -eq 0
 
 # ---- mistakes ----
+# a name that no row has is refused before the first fit
+status 2 "$fit" "$c13/c13_kidney.fid.f32" --json "$c13/c13_kidney.fid.json" "$c13/peaks.txt" -o x \
+    --varokel ./hangs --derive 'Lac/Pyruvate'
+holds err '--derive "Lac/Pyruvate", character 5: no entry "Pyruvate" in '
+holds err 'peaks.txt, which has Pyr Ala PyrH Lac;'
+status 2 "$fit" "${one[@]}" "$c13/peaks.txt" -o x --varokel ./hangs --derive Lac/Pyr
+holds err '--derive is for the report'
+status 2 "$fit" "${one[@]}" "$c13/peaks.txt" -o x --format sdta
+holds err '--format: sdta not in'
 status 2 "$fit" "${one[@]}" -o x
 status 2 "$fit" "${one[@]}" "$c13/peaks.txt"
 status 3 "$fit" "${one[@]}" missing.txt -o x

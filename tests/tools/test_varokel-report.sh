@@ -226,6 +226,48 @@ true_that 'a row for each entry, one for none' test "$(wc -l <both/results.tsv)"
 page_holds both/report.html '2 spectra'
 true_that 'its picture' test -s both/pair.fit.svg
 
+# The page of a spectrum alone has all points in single precision, that of several the fitted range
+# (256 to 767) and a tenth of it on both sides (51), in steps of 1/32767 of each curve's highest.
+perl -0ne 'print $1 if /application\/json" id="spectrum-1-data">(.*?)<\/script>/s' both/report.html >short.json
+true_that 'rounded curves are those of the page alone' perl -MJSON::PP -MMIME::Base64 -e '
+    sub page { local (@ARGV, $/) = ($_[0]); decode_json(<>) }
+    my ($whole, $short) = (page("curves.json"), page("short.json"));
+    sub lists { my $p = shift; ($p->{data}, $p->{fit}, $p->{residual}, map { $_->{values} } @{$p->{components}}) }
+    my ($first, @w, @s) = (256 - 51);
+    @w = lists($whole);
+    @s = lists($short);
+    die "curves" unless @w == 5 && @s == 5;
+    for my $c (0 .. 4) {
+        my @full = unpack "f<*", decode_base64($w[$c]);
+        my @steps = unpack "s<*", decode_base64($s[$c]{values});
+        die "points" unless @full == 1024 && @steps == 614;
+        my ($unit, $most) = ($s[$c]{unit}, 0);
+        for my $i (0 .. $#steps) {
+            my $size = abs $full[$first + $i];
+            $most = $size if $size > $most;
+            # half a step, and what single precision leaves away
+            die "curve $c, point $i" if abs($steps[$i] * $unit - $full[$first + $i]) > 0.501 * $unit;
+        }
+        die "unit of $c" if abs($unit * 32767 / $most - 1) > 1e-6;
+    }
+    my $a = $short->{axis}{zero} - $short->{axis}{step} * $first;
+    die "axis" if abs($a - $whole->{axis}{zero}) > 1e-9 * abs $a;
+    die "places" unless $short->{intervals}[0][0] == 51 && $whole->{intervals}[0][0] == 256
+        && $short->{view}[0] + $first == $whole->{view}[0]'
+
+# What a spectrum is read from is never replaced, whatever its name is.
+mkdir named
+for ending in bin json org fit res exl mat err; do
+    [ ! -e "run/pair.$ending" ] || cp "run/pair.$ending" "named/results.$ending"
+done
+cp run/start.par run/compact.par named
+cksum named/results.json >before
+status 4 "$report" named --force --start named/start.par
+holds err 'results.json: would overwrite its own input'
+cksum named/results.json >after
+true_that 'the sidecar is whole' cmp before after
+true_that 'nothing was begun' test "$(find named -name '*.part*' | wc -l)" -eq 0
+
 # series_2 comes before series_10, and 007 where 7 does
 mkdir many
 for name in series_10 series_2 series_007; do
@@ -360,6 +402,11 @@ holds err 'spectrum z is not in manifest.json'
 cut -f 1-5 kept.tsv >batch/quality.tsv
 status 3 "$report" batch --force
 holds err 'no column fit_quality'
+# a fit that ran away has no quality: it is worse than all others, and was fitted all the same
+awk -F '\t' -v OFS='\t' '$1 == "b" { $4 = "at_limit"; $6 = "n/a" } { print }' kept.tsv >batch/quality.tsv
+status 1 "$report" batch --force
+true_that 'without a quality: the worst' sh -c "grep -o '<tr data-number=\"[0-9]*' batch/overview.html | head -1 | grep -q '\"1'"
+true_that 'one reason for not fitted' test "$(grep -c 'button type="button" class="pick"' batch/overview.html)" -eq 1
 cp kept.tsv batch/quality.tsv
 head -c 100 batch/spectra.f32 >x && mv x batch/spectra.f32
 status 3 "$report" batch --force
@@ -381,5 +428,18 @@ if [ -x "$programs/varokel-batch" ]; then
     status 0 "$programs/varokel-batch" merge three
     status 0 "$report" three
     true_that 'three curves with fits' test "$(grep -o '"fit":{' three/overview.html | wc -l)" -eq 3
+    # the pictures of the documentation are made from such tables
+    if /usr/bin/python3 -c 'import matplotlib' 2>python.err; then
+        export PYTHONPATH=$tree/python PYTHONDONTWRITEBYTECODE=1 MPLCONFIGDIR=$folder
+        pictures=$tree/python/examples/batch_pictures.py
+        for picture in three.svg again.svg; do
+            status 0 /usr/bin/python3 "$pictures" series three $picture --step 2 --unit s
+        done
+        true_that 'the same picture again' cmp three.svg again.svg
+        holds three.svg '>time (s)<'
+        holds three.svg '>second<'
+        status 1 /usr/bin/python3 "$pictures" table three table.svg
+        holds err 'three: directions index; a table has two'
+    fi
 fi
 finish

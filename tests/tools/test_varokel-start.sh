@@ -252,4 +252,14 @@ refused 'step 2: a random search behind a gradient step' \
 refused 'step 1: 300 time-domain points; expected 1 to 256' 'A  lorentz  1  0.1  -  4  0\nstep: gradient all points=300'
 refused 'entry 1 (A), area: starts outside of its search range' \
     'A  lorentz  1 [2, 3]  0.1  -  4  0\nstep: random all'
+# a folder, and widths that no line begins with
+status 3 "$start" . -d spectrum.bin -o x.par
+holds err 'a folder; expected a table of peaks'
+status 3 "$start" --from .
+holds err 'a folder; expected a start value file'
+printf 'name  type  frequency[Hz]  lorentz[Hz]\nA  lorentz  10  -15\n' >negative.txt
+status 3 "$start" negative.txt -d spectrum.bin -o x.par
+holds err 'negative.txt:2:'
+holds err 'expected one above 0'
+
 finish

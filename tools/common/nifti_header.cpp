@@ -26,6 +26,26 @@ std::string nifti_header::datatype_name() const {
     return "code " + std::to_string(datatype);
 }
 
+std::array<std::array<double, 4>, 3> scanner_place(const nifti_geometry &geometry) {
+    if (geometry.sform_code > 0) return geometry.affine;
+    std::array<std::array<double, 4>, 3> place{};
+    const auto &[b, c, d] = geometry.quaternion;
+    const double a = std::sqrt(std::max(0.0, 1.0 - b * b - c * c - d * d));
+    // rotation of the unit quaternion (a, b, c, d); none without a qform
+    std::array<std::array<double, 3>, 3> turn = {
+        {{a * a + b * b - c * c - d * d, 2 * (b * c - a * d), 2 * (b * d + a * c)},
+         {2 * (b * c + a * d), a * a + c * c - b * b - d * d, 2 * (c * d - a * b)},
+         {2 * (b * d - a * c), 2 * (c * d + a * b), a * a + d * d - b * b - c * c}}};
+    if (geometry.qform_code <= 0) turn = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+    for (std::size_t r = 0; r < 3; ++r) {
+        for (std::size_t k = 0; k < 3; ++k)
+            place[r][k] = turn[r][k] * geometry.voxel_mm[k] *
+                          (k == 2 && geometry.qform_code > 0 ? geometry.qfac : 1.0);
+        if (geometry.qform_code > 0) place[r][3] = geometry.origin_mm[r];
+    }
+    return place;
+}
+
 #ifdef VAROKEL_NIFTI
 
 static constexpr long long largest_extension = 1LL << 26; // bytes; real ones have thousands
@@ -33,8 +53,8 @@ static constexpr long long largest_extension = 1LL << 26; // bytes; real ones ha
 // A .gz file, or one that is not compressed.
 class packed_file {
   public:
-    explicit packed_file(const std::string &file)
-        : file_(file), stream_(gzopen(file.c_str(), "rb")) {
+    explicit packed_file(const std::string &file, const char *part = "header")
+        : file_(file), part_(part), stream_(gzopen(file.c_str(), "rb")) {
         if (stream_ == nullptr)
             throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
     }
@@ -51,10 +71,10 @@ class packed_file {
 
   private:
     [[noreturn]] void cut() const {
-        throw tool_error(bad_input, file_ + ": ends, or is damaged, within its header; is the file "
-                                            "cut?");
+        throw tool_error(bad_input, file_ + ": ends, or is damaged, within its " + part_ +
+                                        "; is the file cut?");
     }
-    std::string file_;
+    std::string file_, part_;
     gzFile stream_;
 };
 
@@ -162,6 +182,8 @@ nifti_header read_nifti_header(const std::string &file, int extension_code) {
         if (magic != "n+1") no_nifti();
         header.datatype = values.at<std::int16_t>(70);
         offset = static_cast<double>(values.at<float>(108));
+        header.slope = static_cast<double>(values.at<float>(112));
+        header.intercept = static_cast<double>(values.at<float>(116));
         header.time_unit = bytes[123] & 0x38;
         header.intent_name = values.text(328, 16);
         take_values<std::int16_t, std::int16_t, float>(values, header, 40, 76, 252, 256, sizes);
@@ -170,6 +192,8 @@ nifti_header read_nifti_header(const std::string &file, int extension_code) {
         if (std::memcmp(bytes.data() + 4, "n+2\0\r\n\032\n", 8) != 0) no_nifti();
         header.datatype = values.at<std::int16_t>(12);
         offset = static_cast<double>(values.at<std::int64_t>(168));
+        header.slope = values.at<double>(176);
+        header.intercept = values.at<double>(184);
         header.time_unit = values.at<std::int32_t>(500) & 0x38;
         header.intent_name = values.text(508, 16);
         take_values<std::int64_t, std::int32_t, double>(values, header, 16, 104, 344, 352, sizes);
@@ -199,7 +223,65 @@ nifti_header read_nifti_header(const std::string &file, int extension_code) {
     return header;
 }
 
+template <typename T>
+static void take_stored(packed_file &stream, bool swapped, std::vector<double> &values) {
+    static constexpr std::size_t piece = 65536;
+    std::vector<unsigned char> bytes;
+    for (std::size_t first = 0; first < values.size(); first += piece) {
+        const std::size_t stop = std::min(first + piece, values.size());
+        bytes.resize((stop - first) * sizeof(T));
+        stream.read(bytes.data(), bytes.size());
+        const header_bytes stored(bytes, swapped);
+        for (std::size_t i = first; i < stop; ++i)
+            values[i] = static_cast<double>(stored.at<T>((i - first) * sizeof(T)));
+    }
+}
+
+std::vector<double> read_nifti_values(const std::string &file, const nifti_header &header) {
+    std::vector<double> values(static_cast<std::size_t>(header.voxels_and_more));
+    packed_file stream(file, "values");
+    stream.seek(header.offset);
+    const bool swapped = header.swapped;
+    switch (header.datatype) {
+    case 2:
+        take_stored<std::uint8_t>(stream, swapped, values);
+        break;
+    case 4:
+        take_stored<std::int16_t>(stream, swapped, values);
+        break;
+    case 8:
+        take_stored<std::int32_t>(stream, swapped, values);
+        break;
+    case 16:
+        take_stored<float>(stream, swapped, values);
+        break;
+    case 64:
+        take_stored<double>(stream, swapped, values);
+        break;
+    case 256:
+        take_stored<std::int8_t>(stream, swapped, values);
+        break;
+    case 512:
+        take_stored<std::uint16_t>(stream, swapped, values);
+        break;
+    case 768:
+        take_stored<std::uint32_t>(stream, swapped, values);
+        break;
+    default:
+        throw tool_error(bad_input, file + ": values of type " + header.datatype_name() +
+                                        "; expected whole numbers of up to 32 bits, or floats");
+    }
+    if (header.slope != 0.0 && std::isfinite(header.slope) && std::isfinite(header.intercept))
+        for (double &value : values) value = header.slope * value + header.intercept;
+    return values;
+}
+
 #else
+
+std::vector<double> read_nifti_values(const std::string &file, const nifti_header &) {
+    throw tool_error(bad_input, file + ": this program was built without the NIfTI library; build "
+                                       "it again with libnifti2-dev and zlib1g-dev installed");
+}
 
 nifti_header read_nifti_header(const std::string &file, int) {
     throw tool_error(bad_input, file + ": this program was built without the NIfTI library; build "

@@ -26,21 +26,26 @@ struct nifti_geometry {
     long long voxels() const { return size[0] * size[1] * size[2]; }
 };
 
+// What turns (x, y, z, 1) into millimetres of scanner space: the sform, else the quaternion, else
+// the size of the voxels alone.
+std::array<std::array<double, 4>, 3> scanner_place(const nifti_geometry &geometry);
+
 struct nifti_extension {
     int code = 0;
     std::string bytes;
 };
 
 struct nifti_header {
-    int version = 0;                // 1 or 2
-    bool swapped = false;           // byte order is not that of this machine
-    int dimensions = 0;             // 1 to 7
-    std::array<long long, 7> dim{}; // sizes, 1 behind the last dimension
-    double voxels_and_more = 1.0;   // product of the sizes, 1e15 at most
-    int datatype = 0;               // 32 complex64, 1792 complex128
-    long long offset = 0;           // of the first point [bytes]
-    double pixdim_4 = 0.0;          // step of the fourth dimension, in units of time_unit
-    int time_unit = 0;              // 8 s, 16 ms, 24 us; 0 not stated
+    int version = 0;                     // 1 or 2
+    bool swapped = false;                // byte order is not that of this machine
+    int dimensions = 0;                  // 1 to 7
+    std::array<long long, 7> dim{};      // sizes, 1 behind the last dimension
+    double voxels_and_more = 1.0;        // product of the sizes, 1e15 at most
+    int datatype = 0;                    // 32 complex64, 1792 complex128
+    long long offset = 0;                // of the first point [bytes]
+    double slope = 0.0, intercept = 0.0; // value = slope x stored + intercept; slope 0: as stored
+    double pixdim_4 = 0.0;               // step of the fourth dimension, in units of time_unit
+    int time_unit = 0;                   // 8 s, 16 ms, 24 us; 0 not stated
     std::string intent_name;
     nifti_geometry geometry;
     std::vector<nifti_extension> extensions; // of the code that was asked for
@@ -56,5 +61,10 @@ struct nifti_header {
 // Errors: bad_input when it is no NIfTI file of one piece, and for values that are not possible;
 //         bad_input, too, when the program was built without the NIfTI library.
 nifti_header read_nifti_header(const std::string &file, int extension_code);
+
+// All values of an image of real numbers, the first dimension fastest, scaled as its header says.
+// The header must be that of the file; its sizes should be looked at before, for they ask for the
+// storage. Errors: bad_input for values of another type, and for a file that ends before.
+std::vector<double> read_nifti_values(const std::string &file, const nifti_header &header);
 
 } // namespace tools

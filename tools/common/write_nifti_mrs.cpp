@@ -201,14 +201,21 @@ std::string nifti_mrs_bytes(const nifti_mrs_image &image, bool compressed) {
 }
 
 std::string nifti_map_bytes(const nifti_geometry &geometry, const std::vector<double> &values,
-                            const std::string &description, bool compressed) {
-    if (static_cast<long long>(values.size()) != geometry.voxels())
-        throw tool_error(bad_input, "a map of " + std::to_string(geometry.voxels()) +
-                                        " voxels cannot take " + std::to_string(values.size()) +
-                                        " values");
-    const std::int64_t dims[8] = {3, geometry.size[0], geometry.size[1], geometry.size[2], 1, 1, 1,
-                                  1};
-    const nifti_2_header header = header_of(geometry, dims, DT_FLOAT32, description);
+                            const std::string &description, bool compressed,
+                            const std::vector<long long> &behind) {
+    std::int64_t dims[8] = {3, geometry.size[0], geometry.size[1], geometry.size[2], 1, 1, 1, 1};
+    if (behind.size() > 4) throw tool_error(bad_input, "a map has seven dimensions at most");
+    long long count = geometry.voxels();
+    for (std::size_t d = 0; d < behind.size(); ++d) {
+        dims[d + 4] = behind[d];
+        if (behind[d] > 1) dims[0] = static_cast<std::int64_t>(d + 4);
+        count *= behind[d];
+    }
+    if (static_cast<long long>(values.size()) != count)
+        throw tool_error(bad_input, "a map of " + std::to_string(count) + " voxels cannot take " +
+                                        std::to_string(values.size()) + " values");
+    nifti_2_header header = header_of(geometry, dims, DT_FLOAT32, description);
+    header.xyzt_units = NIFTI_UNITS_MM; // no time
     const std::vector<float> singles(values.begin(), values.end());
     return file_of(header, "", singles.data(), singles.size() * sizeof(float), compressed);
 }
@@ -234,7 +241,7 @@ std::string nifti_mrs_bytes(const nifti_mrs_image &, bool) {
 }
 
 std::string nifti_map_bytes(const nifti_geometry &, const std::vector<double> &,
-                            const std::string &, bool) {
+                            const std::string &, bool, const std::vector<long long> &) {
     refuse_nifti();
 }
 

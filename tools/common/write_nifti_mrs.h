@@ -80,9 +80,11 @@ complex_signal nifti_fid_of_spectrum(const complex_signal &spectrum, bool ppm_ri
 // Errors: bad_input when dwell time, frequency or nucleus are missing: the standard requires them.
 std::string nifti_mrs_bytes(const nifti_mrs_image &image, bool compressed);
 
-// A map: one float32 number per voxel, not a number where there is none. Errors: bad_input when
-// values are not as many as voxels.
+// A map: one float32 number per voxel, not a number where there is none. behind: sizes of up to
+// four dimensions behind the grid, for several maps in a file. Errors: bad_input when values are
+// not as many as voxels.
 std::string nifti_map_bytes(const nifti_geometry &geometry, const std::vector<double> &values,
-                            const std::string &description, bool compressed);
+                            const std::string &description, bool compressed,
+                            const std::vector<long long> &behind = {});
 
 } // namespace tools

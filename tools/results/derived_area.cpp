@@ -22,7 +22,8 @@ struct dual {
 
 bool is_name_character(char c) {
     const auto u = static_cast<unsigned char>(c);
-    return std::isalnum(u) != 0 || c == '_' || c == '.' || u >= 0x80; // UTF-8 as it comes
+    return std::isalnum(u) != 0 || c == '_' || c == '.' || c == '\'' ||
+           u >= 0x80; // UTF-8 as it comes
 }
 
 bool is_number_of(const std::string &name, const std::string &stem) {
@@ -31,9 +32,16 @@ bool is_number_of(const std::string &name, const std::string &stem) {
                        [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
+// What an expression may name.
+struct named_areas {
+    std::string place; // that has them
+    std::vector<std::string> names;
+    std::vector<double> values;
+};
+
 class expression {
   public:
-    expression(const run_result &run, const std::string &text) : run_(run), text_(text) {}
+    expression(const named_areas &areas, const std::string &text) : areas_(areas), text_(text) {}
 
     dual evaluate() {
         dual result = sum();
@@ -61,11 +69,11 @@ class expression {
     }
 
     dual constant(double value) const {
-        return {value, std::vector<double>(run_.entries.size(), 0.0)};
+        return {value, std::vector<double>(areas_.names.size(), 0.0)};
     }
 
     dual area(std::size_t k) const {
-        dual result = constant(run_.entries[k].area.value);
+        dual result = constant(areas_.values[k]);
         result.by_area[k] = 1.0;
         return result;
     }
@@ -140,8 +148,8 @@ class expression {
         double value = 0.0;
         const auto number = std::from_chars(text_.data() + at_, last, value);
         const auto length = static_cast<std::size_t>(number.ptr - (text_.data() + at_));
-        const bool is_entry = std::any_of(run_.entries.begin(), run_.entries.end(),
-                                          [&](const fitted_entry &e) { return e.name == word; });
+        const bool is_entry =
+            std::find(areas_.names.begin(), areas_.names.end(), word) != areas_.names.end();
         const bool starts_like_number =
             std::isdigit(static_cast<unsigned char>(c)) != 0 || c == '.';
         if (!is_entry && starts_like_number && number.ec == std::errc() && length >= word.size()) {
@@ -156,24 +164,23 @@ class expression {
     }
 
     dual named(const std::string &name) const {
-        const std::size_t count = run_.entries.size();
+        const std::size_t count = areas_.names.size();
         for (std::size_t k = 0; k < count; ++k)
-            if (run_.entries[k].name == name || "#" + std::to_string(k + 1) == name) return area(k);
+            if (areas_.names[k] == name || "#" + std::to_string(k + 1) == name) return area(k);
         dual result = constant(0.0);
         bool found = false;
         for (std::size_t k = 0; k < count && !name.empty(); ++k) {
-            if (name[0] == '#' || !is_number_of(run_.entries[k].name, name)) continue;
+            if (name[0] == '#' || !is_number_of(areas_.names[k], name)) continue;
             add(result, area(k), 1.0);
             found = true;
         }
         if (found) return result;
         std::string known;
-        for (const fitted_entry &entry : run_.entries)
-            known += (known.empty() ? "" : " ") + entry.name;
-        refuse("no entry \"" + name + "\" in " + run_.name + ", which has " + known);
+        for (const std::string &entry : areas_.names) known += (known.empty() ? "" : " ") + entry;
+        refuse("no entry \"" + name + "\" in " + areas_.place + ", which has " + known);
     }
 
-    const run_result &run_;
+    const named_areas &areas_;
     std::string text_;
     std::size_t at_ = 0;
     int depth_ = 0;
@@ -188,15 +195,33 @@ double derived_area::percent_1sd() const {
     return like.percent_1sd();
 }
 
-derived_area derive_area(const run_result &run, const std::string &text) {
-    derived_area result;
+// Takes text apart into name and expression, and evaluates that.
+static dual value_of(const named_areas &areas, const std::string &text, derived_area &result) {
     const std::size_t equals = text.find('=');
     result.expression = equals == std::string::npos ? text : text.substr(equals + 1);
     result.name = equals == std::string::npos ? text : text.substr(0, equals);
     while (!result.name.empty() && result.name.back() == ' ') result.name.pop_back();
     if (result.name.empty())
         throw tool_error(wrong_usage, "--derive \"" + text + "\": no name before the \"=\"");
-    const dual f = expression(run, result.expression).evaluate();
+    return expression(areas, result.expression).evaluate();
+}
+
+void check_derived_area(const std::vector<std::string> &names, const std::string &place,
+                        const std::string &text) {
+    const named_areas areas = {place, names, std::vector<double>(names.size(), 1.0)};
+    derived_area ignored;
+    value_of(areas, text, ignored);
+}
+
+derived_area derive_area(const run_result &run, const std::string &text) {
+    named_areas areas;
+    areas.place = run.name;
+    for (const fitted_entry &entry : run.entries) {
+        areas.names.push_back(entry.name);
+        areas.values.push_back(entry.area.value);
+    }
+    derived_area result;
+    const dual f = value_of(areas, text, result);
     result.value = f.value;
     result.error_1sd = std::numeric_limits<double>::quiet_NaN();
     if (!run.covariance_agrees) return result;

@@ -10,6 +10,7 @@
 #include "results/run_result.h"
 
 #include <string>
+#include <vector>
 
 namespace tools {
 
@@ -27,5 +28,10 @@ struct derived_area {
 //
 // Errors: wrong_usage for what is no expression, naming the place, and for unknown names.
 derived_area derive_area(const run_result &run, const std::string &text);
+
+// Whether text is such an expression of entries with these names, before there are any areas.
+// place: what has the names, for messages. Errors: as above.
+void check_derived_area(const std::vector<std::string> &names, const std::string &place,
+                        const std::string &text);
 
 } // namespace tools

@@ -105,11 +105,16 @@ static void judge_noise(run_result &run) {
 
 static void judge_entries(run_result &run) {
     std::string red, negative, narrow, outside;
+    std::size_t free_areas = 0, unknown_areas = 0;
     const auto add = [](std::string &list, const fitted_entry &entry) {
         list += (list.empty() ? "" : ", ") + named(entry);
     };
     for (const fitted_entry &entry : run.entries) {
         if (entry.area.percent_1sd() > red_percent) add(red, entry);
+        if (entry.area.state == parameter_state::free) {
+            ++free_areas;
+            unknown_areas += entry.area.percent_1sd() > 100.0;
+        }
         if (entry.area.value < 0.0) add(negative, entry);
         if (entry.lorentz_width.value < 0.0) add(narrow, entry);
         if (entry.type == 4 || !run.control.read) continue;
@@ -123,6 +128,10 @@ static void judge_entries(run_result &run) {
     const auto warn = [&](const std::string &list, const std::string &text) {
         if (!list.empty()) run.warnings.push_back(text + ": " + list);
     };
+    if (2 * unknown_areas > free_areas && free_areas > 0)
+        run.warnings.insert(run.warnings.begin(),
+                            "most areas are smaller than their errors: these data do not "
+                            "determine this model, whatever the fit's end");
     warn(red, "area known to no better than 50 % (one standard deviation)");
     warn(negative, "negative area");
     warn(narrow, "negative Lorentzian width: the line grows in time");

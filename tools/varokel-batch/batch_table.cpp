@@ -3,13 +3,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 namespace tools {
 
-static const double not_known = std::numeric_limits<double>::quiet_NaN();
+static constexpr double not_known = not_measured;
 static constexpr double gauss_fwhm_per_width = 1.67; // as the fit has it
 static constexpr double most_percent = 999.0;
 
@@ -46,13 +46,12 @@ static std::string one_cell(const std::string &text) {
 batch_table::batch_table(const batch_plan &plan)
     : plan_(plan), hz_per_point_(plan.scale.hz_per_point.value_or(plan.start.hz_per_point)),
       carrier_hz_(static_cast<double>(plan.points / 2) * hz_per_point_) {
+    judged_.fitted = true;
     for (const start_step &step : plan.start.steps) {
-        bool fits = false;
-        for (int s = fit_areas; s <= fit_lineshape; ++s)
-            fits = fits || step.switches[static_cast<std::size_t>(s)] != 0;
-        if (!fits) continue;
-        last_limit_ = step.switches[iterations];
-        last_algorithm_ = step.algorithm;
+        rebuilt_step own;
+        own.method = step.algorithm;
+        std::copy(step.switches.begin(), step.switches.end(), own.row.begin());
+        judged_.control.steps.push_back(own);
     }
 }
 
@@ -111,9 +110,21 @@ std::string batch_table::link(const fit_record &record, std::size_t entry, int q
     return name + (distance < 0.0 ? " - " : " + ") + printed("%.6g", std::fabs(distance));
 }
 
-const char *batch_table::status(const fit_record &record) const {
-    if (record.state != fit_state::fitted) return "not_fitted";
-    return last_algorithm_ == 1 || record.iterations >= last_limit_ ? "at_limit" : "converged";
+static fit_judgement judgement_of(run_result judged, const fit_record &record) {
+    judged.iterations = record.iterations;
+    if (record.gradients > 0) judged.log_steps.push_back({record.gradients, 0.0});
+    return judge_status(judged);
+}
+
+std::string batch_table::status(const fit_record &record) const {
+    return status_text(record.state == fit_state::fitted ? judgement_of(judged_, record).status
+                                                         : fit_status::not_fitted);
+}
+
+std::string batch_table::reason(const fit_record &record) const {
+    if (record.state != fit_state::fitted) return record.reason;
+    const std::string judged = judgement_of(judged_, record).reason;
+    return judged + (judged.empty() || record.reason.empty() ? "" : "; ") + record.reason;
 }
 
 struct column_text {
@@ -152,6 +163,7 @@ static const column_text results_columns[] = {
     {"phase_error_1sd_degrees", "degrees", "Cramer-Rao bound, one standard deviation"},
     {"phase_error_2sd_degrees", "degrees", "Cramer-Rao bound, two standard deviations"},
     {"phase_link", "", "as area_link"},
+    {"snr", "1", "highest magnitude of the entry's own spectrum over the noise standard deviation"},
 };
 
 static const column_text quality_columns[] = {
@@ -161,11 +173,14 @@ static const column_text quality_columns[] = {
     {"free_parameters", "1", "parameters that were fitted"},
     {"fit_quality", "1",
      "root mean square of the residual in the fitted points over the noise standard deviation"},
+    {"fit_quality_before", "1", "the same with the start values, over the same points"},
     {"chi_square_before", "signal^2", "weighted sum of squares with the start values"},
     {"chi_square_after", "signal^2", "weighted sum of squares of the fit"},
     {"noise_sd_real", "signal", "standard deviation of the real part in the noise window"},
     {"noise_sd_imaginary", "signal",
      "standard deviation of the imaginary part in the noise window"},
+    {"snr", "1",
+     "highest magnitude of the model in the fitted points over the noise standard deviation"},
     {"last_step_iterations", "1", "iterations of the last step"},
 };
 
@@ -189,10 +204,9 @@ static std::string dictionary(const batch_plan &plan, const columns &table) {
         all[name]["Description"] = column.description;
         if (*column.unit != '\0') all[name]["Units"] = column.unit;
         if (name == "status")
-            all[name]["Levels"] = {
-                {"converged", "ended at its tolerance"},
-                {"at_limit", "ended at its limit of iterations, or with a random search"},
-                {"not_fitted", "without results"}};
+            for (const fit_status status : {fit_status::converged, fit_status::at_limit,
+                                            fit_status::fitted, fit_status::not_fitted})
+                all[name]["Levels"][status_text(status)] = status_meaning(status);
         if (name == "type")
             all[name]["Levels"] = {{"gaussian", "line of that shape"},
                                    {"lorentzian", "line of that shape"},
@@ -225,9 +239,10 @@ std::string batch_table::results_rows(const planned_spectrum &spectrum,
                                       const fit_record &record) const {
     static const char *const types[] = {"unknown", "gaussian", "lorentzian", "voigt", "pattern"};
     std::string rows;
+    const std::string ended = status(record);
     for (std::size_t k = 0; k < plan_.entry_names.size(); ++k) {
         const int type = plan_.start.entries[k].type;
-        rows += place(spectrum) + "\t" + status(record) + "\t" + std::to_string(k + 1) + "\t" +
+        rows += place(spectrum) + "\t" + ended + "\t" + std::to_string(k + 1) + "\t" +
                 one_cell(plan_.entry_names[k]) + "\t" + types[type >= 1 && type <= 4 ? type : 0];
         const auto add = [&](double value) { rows += "\t" + table_text(value); };
         const auto add_errors = [&](double error_2sd) {
@@ -253,6 +268,7 @@ std::string batch_table::results_rows(const planned_spectrum &spectrum,
             add_errors(each.error_2sd);
             rows += "\t" + link(record, k, quantity);
         }
+        add(record.entry_snr[k]);
         rows += "\n";
     }
     return rows;
@@ -264,11 +280,13 @@ std::string batch_table::quality_row(const planned_spectrum &spectrum,
     const auto count = [&](long long value) {
         return "\t" + (fitted ? std::to_string(value) : std::string("n/a"));
     };
-    std::string row = place(spectrum) + "\t" + status(record) + "\t" + one_cell(record.reason);
+    std::string row = place(spectrum) + "\t" + status(record) + "\t" + one_cell(reason(record));
     row += count(static_cast<long long>(plan_.entry_names.size()));
     row += count(record.free_parameters);
-    for (const std::size_t figure : {0U, 3U, 4U, 1U, 2U})
-        row += "\t" + table_text(record.figures[figure]);
+    for (const double figure :
+         {record.figures[0], record.quality_before, record.figures[3], record.figures[4],
+          record.figures[1], record.figures[2], record.snr})
+        row += "\t" + table_text(figure);
     return row + count(record.iterations) + "\n";
 }
 

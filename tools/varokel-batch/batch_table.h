@@ -7,6 +7,8 @@
 
 #include "varokel-batch/fit_record.h"
 
+#include "results/judge_run.h"
+
 #include <string>
 #include <vector>
 
@@ -53,12 +55,14 @@ class batch_table {
     shown parameter(const fit_record &record, std::size_t entry, int quantity) const;
     double ppm(std::size_t entry, double hz) const;
     std::string link(const fit_record &record, std::size_t entry, int quantity) const;
-    const char *status(const fit_record &record) const;
+    // In the words of the report of single fits.
+    std::string status(const fit_record &record) const;
+    std::string reason(const fit_record &record) const;
     std::string place(const planned_spectrum &spectrum) const;
 
     const batch_plan &plan_;
     double hz_per_point_, carrier_hz_;
-    int last_limit_ = 0, last_algorithm_ = 2;
+    run_result judged_; // with the steps of the plan
 };
 
 } // namespace tools

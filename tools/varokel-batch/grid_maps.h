@@ -7,19 +7,19 @@
 
 namespace tools {
 
-// Writes an image of 32-bit floats. Geometry and units are those of `like` (a measurement or
-// an earlier image); names, texts and extensions are not taken over, they may tell who was
-// measured.
+// Writes an image of 32-bit floats (NIfTI, version 2). Geometry and units are those of `like` (a
+// measurement or an earlier image); names, texts and extensions are not taken over, they may tell
+// who was measured.
 //
 // Given:
 //   file     .nii or .nii.gz
 //   sizes    3 to 7 numbers of points; the first three are those of `like`
 //   values   as many; the first dimension changes fastest
 //   what     up to 79 characters for the header
-// Errors: bad_input when `like` is no image, bad_output when the file is not there afterwards with
-//         the values it should have. The file appears as a whole.
+// Errors: bad_input when `like` is no image of these sizes, bad_output when the file cannot be
+//         written. It appears as a whole.
 void write_map(const std::string &file, const std::string &like,
-               const std::vector<long long> &sizes, const std::vector<float> &values,
+               const std::vector<long long> &sizes, const std::vector<double> &values,
                const std::string &what);
 
 // true for voxels above 0, x fastest. Errors: bad_input when it cannot be read or is not of these

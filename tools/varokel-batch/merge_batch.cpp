@@ -156,12 +156,12 @@ static void write_maps(const batch_plan &plan, plan_lines &lines, all_parts &par
     }
     std::error_code error;
     fs::create_directory(plan.file("maps"), error);
-    const float none = std::numeric_limits<float>::quiet_NaN();
+    const double none = std::numeric_limits<double>::quiet_NaN();
     const batch_table table(plan);
     const auto write_group = [&](const std::vector<map_quantity> &group, std::size_t entry,
                                  const std::string &stem, const std::string &title) {
-        std::vector<std::vector<float>> maps(
-            group.size(), std::vector<float>(static_cast<std::size_t>(voxels), none));
+        std::vector<std::vector<double>> maps(
+            group.size(), std::vector<double>(static_cast<std::size_t>(voxels), none));
         for (long long line = 0; line < plan.spectra; ++line) {
             const planned_spectrum spectrum = lines.read(line);
             const fit_record &record = parts.read(line);
@@ -169,8 +169,7 @@ static void write_maps(const batch_plan &plan, plan_lines &lines, all_parts &par
             long long place = 0;
             for (std::size_t a = 0; a < stride.size(); ++a) place += spectrum.at[a] * stride[a];
             for (std::size_t m = 0; m < group.size(); ++m)
-                maps[m][static_cast<std::size_t>(place)] =
-                    static_cast<float>(table.value_of(group[m], record, entry));
+                maps[m][static_cast<std::size_t>(place)] = table.value_of(group[m], record, entry);
         }
         for (std::size_t m = 0; m < group.size(); ++m) {
             const std::string name = plan.file("maps/") + stem + map_name(group[m]) + ".nii.gz";

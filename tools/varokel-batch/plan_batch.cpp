@@ -6,7 +6,6 @@
 #include "varokel-batch/spectrum_blocks.h"
 #include "varokel-batch/start_choice.h"
 
-#include "varokel-import/condition_fid.h"
 #include "varokel-import/open_source.h"
 #include "varokel-import/text_items.h"
 
@@ -19,6 +18,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -119,52 +119,6 @@ static void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin
     origin = std::move(kept_origin);
 }
 
-// A spectrum of the input is converted by the program that does it for one, in a folder that is
-// removed: what it finds out about the axis, the guesses it makes and its warnings hold for all.
-static nlohmann::ordered_json sidecar_of_one(const plan_options &options,
-                                             const spectrum_source &source, long long spectrum,
-                                             const std::string &work) {
-    input_options input = options.input;
-    spectrum_options own = options.spectrum;
-    own.folder = work + "/probe";
-    const std::vector<long long> at = source.position(spectrum);
-    input.choice.index.clear();
-    input.choice.voxel.clear();
-    std::string voxel;
-    for (std::size_t a = 0; a < source.axes.size(); ++a) {
-        const source_axis &axis = source.axes[a];
-        if (axis.spatial) {
-            voxel += (voxel.empty() ? "" : ",") + std::to_string(at[a]);
-            continue;
-        }
-        bool averaged = false;
-        for (const std::string &name : options.input.choice.average) {
-            const std::string wanted = lower_case(name), full = lower_case(axis.name);
-            averaged = averaged || wanted == full || "dim_" + wanted == full;
-        }
-        if (!averaged && axis.size > 1)
-            input.choice.index.push_back(axis.name + "=" + std::to_string(at[a]));
-    }
-    if (!voxel.empty()) input.choice.voxel = voxel;
-    std::ostringstream names;
-    std::streambuf *const shown = std::cout.rdbuf(names.rdbuf());
-    try {
-        import_spectra(input, own);
-    } catch (...) {
-        std::cout.rdbuf(shown);
-        throw;
-    }
-    std::cout.rdbuf(shown);
-    for (const fs::directory_entry &file : fs::directory_iterator(own.folder))
-        if (file.path().extension() == ".json") {
-            std::ifstream stream(file.path());
-            nlohmann::ordered_json sidecar = nlohmann::ordered_json::parse(stream);
-            fs::remove_all(own.folder);
-            return sidecar;
-        }
-    throw tool_error(bad_output, own.folder + ": the sidecar is not there");
-}
-
 static void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidecar) {
     for (const char *const item :
          {"hz_per_point", "dwell_time_s", "spectrometer_mhz", "ppm_at_carrier",
@@ -173,58 +127,32 @@ static void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidec
         if (sidecar.contains(item)) batch.scale[item] = sidecar[item];
 }
 
-// A point that the reader did not add is still -0: adding +0 to it gives +0.
-static bool was_not_added(std::complex<double> value) {
-    return value.real() == 0.0 && std::signbit(value.real()) && value.imag() == 0.0 &&
-           std::signbit(value.imag());
-}
-
-// Reads the FIDs of a pass. A reader refuses a file in which a point is no finite number, at its
-// end, when all others are there. Only spectra that hold such points are left out then.
+// Reads the FIDs of a pass, means where they are wanted.
 //
-// Returns: not zero for those.
+// Returns: not zero for those with points that are no finite numbers.
 static std::vector<char> read_pass(spectrum_source &source,
                                    const std::vector<chosen_spectrum> &chosen,
                                    const std::vector<std::size_t> &origin, std::size_t first,
                                    std::size_t stop, std::vector<complex_signal> &fids,
                                    std::size_t points) {
     std::vector<signal_share> shares;
-    bool means = false;
     for (std::size_t s = first; s < stop; ++s)
-        for (const long long spectrum : chosen[origin[s]].spectra) {
+        for (const long long spectrum : chosen[origin[s]].spectra)
             shares.push_back({spectrum, s - first});
-            means = means || chosen[origin[s]].spectra.size() > 1;
-        }
     std::sort(shares.begin(), shares.end(),
               [](const signal_share &a, const signal_share &b) { return a.spectrum < b.spectrum; });
-    const std::complex<double> untouched(-0.0, -0.0);
-    fids.assign(stop - first, complex_signal(points, untouched));
+    fids.assign(stop - first, complex_signal(points));
+    std::set<long long> found;
+    source.faulty = &found;
+    source.add_to(shares, fids);
+    source.faulty = nullptr;
     std::vector<char> faulty(stop - first, 0);
-    try {
-        source.add_to(shares, fids);
-    } catch (const tool_error &error) {
-        if (std::string(error.what()).find("not a finite number") == std::string::npos) throw;
-        for (std::size_t s = first; s < stop; ++s) {
-            const complex_signal &fid = fids[s - first];
-            const bool suspect = means || std::any_of(fid.begin(), fid.end(), was_not_added);
-            if (!suspect) continue;
-            // read alone: the file may hold -0 itself
-            std::vector<signal_share> own;
-            for (const long long spectrum : chosen[origin[s]].spectra) own.push_back({spectrum, 0});
-            std::vector<complex_signal> again(1, complex_signal(points, untouched));
-            const bool all_untouched = std::all_of(fid.begin(), fid.end(), was_not_added);
-            if (!means && !all_untouched &&
-                std::count_if(fid.begin(), fid.end(), was_not_added) > 0) {
-                faulty[s - first] = 1;
-                continue;
-            }
-            try {
-                source.add_to(own, again);
-            } catch (const tool_error &) {
-                faulty[s - first] = 1;
-            }
-        }
-    }
+    for (const signal_share &share : shares)
+        if (found.contains(share.spectrum)) faulty[share.sum] = 1;
+    for (std::size_t s = first; s < stop; ++s)
+        if (const std::size_t members = chosen[origin[s]].spectra.size(); members > 1)
+            for (std::complex<double> &point : fids[s - first])
+                point /= static_cast<double>(members);
     return faulty;
 }
 
@@ -306,16 +234,15 @@ static void convert_input(const plan_options &options, const std::string &work,
     if (batch.spectra.empty())
         throw tool_error(bad_input, options.mask + ": no voxel above 0; expected some to fit");
 
-    const long long n = length_for_fit(source->file, source->points, input.resize);
-    const auto used = static_cast<std::size_t>(std::min(n, source->points));
-    batch.points = n;
+    spectrum_conversion conversion(*source, chosen, input, options.spectrum);
+    const std::size_t used = conversion.used();
+    batch.points = conversion.points();
     const std::size_t step =
         std::max<std::size_t>(1, (static_cast<std::size_t>(options.spectrum.memory) << 20) /
                                      (used * sizeof(std::complex<double>)));
     spectra_file file(work + "/spectra.f32");
     std::vector<complex_signal> fids;
-    bool probed = false, conjugated = false;
-    std::optional<double> degrees = number_of(input.phase);
+    bool described = false;
     for (std::size_t first = 0; first < batch.spectra.size(); first += step) {
         const std::size_t stop = std::min(first + step, batch.spectra.size());
         const std::vector<char> faulty =
@@ -331,42 +258,31 @@ static void convert_input(const plan_options &options, const std::string &work,
                 spectrum.state = signal_state::all_zero;
             }
             if (spectrum.state != signal_state::fit) {
-                add_spectrum(spectrum, std::string(static_cast<std::size_t>(8 * n), '\0'), file);
+                add_spectrum(spectrum,
+                             std::string(static_cast<std::size_t>(8 * batch.points), '\0'), file);
                 continue;
             }
-            const chosen_spectrum &from = chosen.spectra[origin[s]];
-            if (!probed) {
-                const nlohmann::ordered_json sidecar =
-                    sidecar_of_one(options, *source, from.spectra.front(), work);
-                probed = true;
+            const complex_signal points = conversion.spectrum_of(std::move(fid), nullptr, nullptr);
+            if (!described) { // noise window and axis of the first hold for all
+                nlohmann::ordered_json sidecar = conversion.items();
+                conversion.describe(points, sidecar);
+                described = true;
                 take_scale(batch, sidecar);
                 batch.source = sidecar.at("source");
-                for (const char *const item : {"index", "voxel", "averaged"})
-                    batch.source.erase(item);
-                for (const source_axis &axis : source->axes) batch.source.erase(axis.name);
                 for (const char *const item : {"guessed", "warnings"})
                     if (sidecar.contains(item)) batch.source[item] = sidecar[item];
-                conjugated = batch.source.at("conjugated").get<bool>();
             }
-            if (from.spectra.size() > 1)
-                for (std::complex<double> &point : fid)
-                    point /= static_cast<double>(from.spectra.size());
-            if (conjugated) conjugate(fid);
-            if (input.phase == "auto")
-                turn_phase(fid, phase_of_first_point(fid));
-            else if (degrees)
-                turn_phase(fid, *degrees);
-            fid.resize(static_cast<std::size_t>(n));
-            add_spectrum(spectrum, signal_bytes(centred_spectrum(std::move(fid), 0.5)), file);
+            add_spectrum(spectrum, signal_bytes(points), file);
         }
         if (step < batch.spectra.size() && isatty(STDERR_FILENO) != 0)
             std::cerr << '\r' << stop << " of " << batch.spectra.size() << " spectra"
                       << (stop == batch.spectra.size() ? "\n" : "") << std::flush;
     }
     file.finish();
-    if (!probed)
+    if (!described)
         throw tool_error(bad_input, source->file + ": no spectrum with finite points that are not "
                                                    "all zero; expected measured points");
+    for (const std::string &text : conversion.remarks()) warn_of_plan(text);
 }
 
 // The folder that varokel-import filled: NAME.bin with NAME.json.
@@ -443,16 +359,21 @@ static void take_folder(const plan_options &options, const std::string &work,
         const std::string name = folder + "/" + spectrum.name + ".bin";
         batch.inputs.push_back(name);
         spectrum.number = static_cast<long long>(s);
+        if (count_points(name) != batch.points)
+            throw tool_error(bad_input, name + ": holds " + std::to_string(count_points(name)) +
+                                            " points; expected the " +
+                                            std::to_string(batch.points) + " of its sidecar");
         std::string bytes(static_cast<std::size_t>(8 * batch.points), '\0');
-        try {
-            const complex_signal points = read_points(name, 0, batch.points);
-            bytes = signal_bytes(points);
-            if (std::all_of(points.begin(), points.end(), [](auto v) { return v == 0.0; }))
-                spectrum.state = signal_state::all_zero;
-        } catch (const tool_error &fault) {
-            if (std::string(fault.what()).find("not a finite number") == std::string::npos) throw;
+        std::ifstream stream(name, std::ios::binary);
+        if (!stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
+            throw tool_error(bad_input, name + ": cannot be read; is it yours to read?");
+        std::vector<float> parts(bytes.size() / sizeof(float));
+        std::memcpy(parts.data(), bytes.data(), bytes.size());
+        if (!std::all_of(parts.begin(), parts.end(), [](float v) { return std::isfinite(v); }))
             spectrum.state = signal_state::not_finite;
-        }
+        else if (std::all_of(parts.begin(), parts.end(), [](float v) { return v == 0.0F; }))
+            spectrum.state = signal_state::all_zero;
+        if (spectrum.state != signal_state::fit) bytes.assign(bytes.size(), '\0');
         add_spectrum(spectrum, bytes, file);
     }
     file.finish();
@@ -588,11 +509,11 @@ void plan_batch(const plan_options &options) {
             sizes.push_back(axis.size);
             voxels *= static_cast<std::size_t>(axis.size);
         }
-        std::vector<float> planned(voxels, 0.0f);
+        std::vector<double> planned(voxels, 0.0);
         for (const planned_spectrum &each : batch.spectra)
             planned[static_cast<std::size_t>(each.at[0] +
                                              sizes[0] * (each.at[1] + sizes[1] * each.at[2]))] =
-                each.state == signal_state::fit ? 1.0f : 0.0f;
+                each.state == signal_state::fit ? 1.0 : 0.0;
         write_map(work + "/voxels.nii", options.input.input, sizes, planned, "voxels to be fitted");
     }
     write_manifest(options, batch, start, blocks, work);

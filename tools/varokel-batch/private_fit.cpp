@@ -3,6 +3,7 @@
 
 #include "common/tool_error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -113,6 +114,7 @@ static bool read_rest(int file, std::string &bytes) {
 }
 
 static bool read_whole(const std::string &name, std::string &bytes) {
+    bytes.clear();
     const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
     return file >= 0 && read_rest(file, bytes);
 }
@@ -202,6 +204,23 @@ static std::string last_words(const std::string &log) {
     return words.empty() ? "it printed nothing" : words;
 }
 
+// The log has a line for each gradient, and one at the end of a step.
+static std::int32_t gradients_of_last_step(std::string_view log) {
+    std::int32_t gradients = 0, of_last = 0;
+    for (std::size_t begin = 0; begin < log.size();) {
+        const std::size_t end = std::min(log.find('\n', begin), log.size());
+        const std::string_view line = log.substr(begin, end - begin);
+        if (line.starts_with("scaled chi-sqr")) {
+            ++gradients;
+        } else if (line.starts_with("Fit step performed")) {
+            of_last = gradients;
+            gradients = 0;
+        }
+        begin = end + 1;
+    }
+    return of_last;
+}
+
 static std::string how_it_ended(int wait_status) {
     if (WIFSIGNALED(wait_status)) {
         const int number = WTERMSIG(wait_status);
@@ -213,8 +232,9 @@ static std::string how_it_ended(int wait_status) {
 harvest harvest_fit(const fit_setting &setting, const std::string &folder, int log_file,
                     long long line, int wait_status, double killed_after, bool with_fit) {
     harvest found;
+    const std::size_t entries = setting.measure.entries;
     const auto failed = [&](const std::string &reason) {
-        found.record = record_without_fit(line, fit_state::failed, reason, setting.entries);
+        found.record = record_without_fit(line, fit_state::failed, reason, entries);
         return found;
     };
     std::string log, text;
@@ -245,16 +265,16 @@ harvest harvest_fit(const fit_setting &setting, const std::string &folder, int l
     record.line = line;
     record.state = fit_state::fitted;
     const auto incomplete = [&](const char *ending) {
-        if (!has_room(folder, setting.points, setting.entries))
+        if (!has_room(folder, setting.measure.points, entries))
             found.no_place = folder + ": full while a fit wrote its results";
         return failed(std::string("its ") + ending +
                       " is missing or not whole: " + last_words(log));
     };
-    if (!read_whole(base + ".mat", text) || !read_matrix(text, setting.entries, record.values))
+    if (!read_whole(base + ".mat", text) || !read_matrix(text, entries, record.values))
         return incomplete(".mat");
-    if (!read_whole(base + ".err", text) || !read_matrix(text, setting.entries, record.errors))
+    if (!read_whole(base + ".err", text) || !read_matrix(text, entries, record.errors))
         return incomplete(".err");
-    if (!read_whole(base + ".exl", text) || !read_figures(text, setting.entries, record))
+    if (!read_whole(base + ".exl", text) || !read_figures(text, entries, record))
         return incomplete(".exl");
     // its last line
     if (!read_whole(base + ".fitres", text) ||
@@ -266,8 +286,12 @@ harvest harvest_fit(const fit_setting &setting, const std::string &folder, int l
         if (!std::isfinite(value)) return failed("its results are no finite numbers");
     if (log.find("Singular matrix") != log.npos)
         record.reason = "singular matrix: its errors mean nothing";
-    if (with_fit && (!read_whole(base + ".fit", found.fit) ||
-                     found.fit.size() != static_cast<std::size_t>(8 * setting.points)))
+    record.gradients = gradients_of_last_step(log);
+    read_whole(base + ".fit", found.fit);
+    read_whole(base + ".nln0", text);
+    measure_snr(setting.measure, found.fit, text, record);
+    record.quality_before = quality_before_fit(setting.measure, folder, record.figures[1]);
+    if (!with_fit || found.fit.size() != static_cast<std::size_t>(8 * setting.measure.points))
         found.fit.clear();
     return found;
 }

@@ -2,7 +2,7 @@
 // private_fit.h -- one fit in a folder of its own: prepared, started, harvested, removed
 #pragma once
 
-#include "varokel-batch/fit_record.h"
+#include "varokel-batch/measure_curves.h"
 
 #include <string>
 #include <vector>
@@ -16,8 +16,7 @@ struct fit_setting {
     std::string program;                    // varokel, absolute
     std::string patterns;                   // folder with writable copies, absolute
     std::vector<std::string> pattern_files; // their names
-    std::size_t entries = 0;
-    long long points = 0;
+    curve_measure measure;                  // of the start file of the plan
 };
 
 // Makes the folder and fills it. Errors: bad_output, when there is no place, or no right to write.

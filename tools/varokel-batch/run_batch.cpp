@@ -21,9 +21,11 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <random>
 
 #include <poll.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -122,14 +124,25 @@ class scratch_folder {
                    const std::vector<std::string> &patterns)
         : note_(stem + ".scratch") {
         remove_leftover();
-        name_ = place + "/varokel-batch.XXXXXX";
-        if (mkdtemp(name_.data()) == nullptr)
-            throw tool_error(bad_output, place + ": cannot be written (" + std::strerror(errno) +
+        // The note comes first: a process that is killed in between leaves nothing unknown.
+        std::random_device random;
+        bool made = false;
+        int fault = EEXIST;
+        while (!made && fault == EEXIST) {
+            char letters[random_letters + 1];
+            std::snprintf(letters, sizeof letters, "%08x%08x", random(), random());
+            name_ = fs::absolute(place).string() + folder_prefix + letters;
+            std::ofstream(note_, std::ios::trunc) << name_ << '\n';
+            made = mkdir(name_.c_str(), 0700) == 0;
+            fault = errno;
+        }
+        std::error_code error;
+        if (!made) {
+            fs::remove(note_, error);
+            throw tool_error(bad_output, place + ": cannot be written (" + std::strerror(fault) +
                                              "); --scratch DIR names a place for the fits, "
                                              "--resume goes on");
-        name_ = fs::absolute(name_).string();
-        std::ofstream(note_) << name_ << '\n';
-        std::error_code error;
+        }
         if (patterns.empty()) return;
         fs::create_directory(name_ + "/patterns", error);
         for (const std::string &pattern : patterns) {
@@ -149,13 +162,23 @@ class scratch_folder {
     const std::string &name() const { return name_; }
 
   private:
+    static constexpr const char *folder_prefix = "/varokel-batch.";
+    static constexpr std::size_t random_letters = 16;
+
     void remove_leftover() const {
         std::ifstream stream(note_);
         std::string left;
         std::error_code ignored;
         // only what such a folder is called; the journal's lock says that nobody works in it
-        if (std::getline(stream, left) && left.rfind("/varokel-batch.") == left.size() - 21)
+        const std::size_t ending = std::strlen(folder_prefix) + random_letters;
+        if (!std::getline(stream, left) || left.size() < ending ||
+            left.compare(left.size() - ending, std::strlen(folder_prefix), folder_prefix) != 0)
+            return;
+        // a fit of the killed process may still be on its way out, and writing
+        for (int tries = 0; tries < 20 && fs::exists(left, ignored); ++tries) {
+            if (tries > 0) usleep(50000);
             fs::remove_all(left, ignored);
+        }
     }
     std::string note_, name_;
 };
@@ -291,7 +314,7 @@ bool fit_pool::load_block() {
                                             spectrum.state == signal_state::all_zero
                                                 ? "all its points are zero"
                                                 : "holds points that are no finite numbers",
-                                            setting_.entries);
+                                            setting_.measure.entries);
                 journal_.add(record, {});
             }
             const bool waits = !done && spectrum.state == signal_state::fit;
@@ -358,8 +381,9 @@ void fit_pool::start(active_block &block, std::size_t task) {
         std::string reason = error.what();
         if (const std::size_t at = reason.find(plan_.folder + "/"); at != reason.npos)
             reason.erase(at, plan_.folder.size() + 1);
-        const fit_record record = record_without_fit(
-            block.lines[task], fit_state::failed, "no start values: " + reason, setting_.entries);
+        const fit_record record =
+            record_without_fit(block.lines[task], fit_state::failed, "no start values: " + reason,
+                               setting_.measure.entries);
         journal_.add(record, {});
         ++failed;
         finish(block, task, record);
@@ -552,18 +576,12 @@ int run_batch(const run_options &options) {
                                          "begins anew");
     if (is_done && options.resume && !options.again) return summary(own_shard());
 
-    const fit_setting bare = {
-        find_varokel(options.program), "", {}, plan.start.entries.size(), plan.points};
-    if (options.force && !options.resume)
-        for (const char *const ending : {".done", ".part", ".curves", ".journal", ".fitted"})
-            fs::remove(stem + ending, error);
+    const fit_setting bare = {find_varokel(options.program), "", {}, curve_measure(plan.start)};
+    if (options.force && !options.resume) discard_shard(stem);
     if (is_done && options.again && options.resume) {
         // the records of the part become a journal again
         shard_journal journal(plan, stem, first, stop);
-        const finished_shard done = own_shard();
-        part_reader part(plan, done);
-        for (long long line = first; line < stop; ++line)
-            if (!journal.has(line)) journal.add(part.read(line), {});
+        journal.take_part(own_shard());
         fs::remove(stem + ".done", error);
     }
     shard_journal journal(plan, stem, first, stop);
@@ -578,6 +596,9 @@ int run_batch(const run_options &options) {
         setting.pattern_files.push_back(pattern.at("file").get<std::string>());
     const scratch_folder scratch(plan, stem, place, setting.pattern_files);
     setting.patterns = scratch.name() + "/patterns";
+    if (plan.values == "same")
+        setting.measure.common_model =
+            model_of_start(setting.measure, plan.start, setting.patterns);
 
     bool whole = false;
     long long fits = 0;

@@ -51,6 +51,34 @@ static void append(int file, long long &end, const std::string &bytes, const std
     end += static_cast<long long>(bytes.size());
 }
 
+// A process that was just killed, and a fit of it that has not begun, may hold the lock for a
+// moment.
+static bool has_lock(int file) {
+    static constexpr int tries = 20;
+    for (int i = 0; i < tries; ++i) {
+        if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return true;
+        usleep(50000);
+    }
+    return false;
+}
+
+static void lock_or_refuse(int file, const std::string &name) {
+    if (has_lock(file)) return;
+    close(file);
+    throw tool_error(bad_output, name + ": another process works on this shard; wait for it, or "
+                                        "end it first");
+}
+
+void discard_shard(const std::string &stem) {
+    const std::string name = stem + ".journal";
+    const int file = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (file < 0) refuse_writing(name);
+    lock_or_refuse(file, name);
+    for (const char *const ending : {".done", ".part", ".curves", ".fitted", ".journal"})
+        unlink((stem + ending).c_str());
+    close(file);
+}
+
 shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, long long first,
                              long long stop)
     : plan_(plan), stem_(stem), first_(first), stop_(stop),
@@ -58,11 +86,7 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
     const std::string name = stem + ".journal";
     file_ = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (file_ < 0) refuse_writing(name);
-    if (flock(file_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        close(file_);
-        throw tool_error(bad_output, name + ": another process works on this shard; wait for it, "
-                                            "or end it first");
-    }
+    lock_or_refuse(file_, name);
     const std::size_t size = record_size(plan.start.entries.size());
     char head[head_size];
     const ssize_t got = pread(file_, head, head_size, 0);
@@ -147,6 +171,28 @@ void shard_journal::add(const fit_record &record, const std::string &curve) {
     append(file_, end_, record_bytes(record, plan_.start.entries.size()), stem_ + ".journal");
     if (!has(record.line)) ++finished_;
     offset_[at(record.line)] = begin;
+}
+
+void shard_journal::take_part(const finished_shard &done) {
+    part_reader part(plan_, done);
+    // of the same lines in the same order, for some of them
+    std::FILE *const curves = std::fopen((stem_ + ".curves").c_str(), "rb");
+    curve_head head{};
+    const auto next_head = [&] {
+        if (curves == nullptr || std::fread(&head, sizeof head, 1, curves) != 1) head.line = -1;
+    };
+    next_head();
+    std::string curve;
+    for (long long line = done.first; line < done.stop; ++line) {
+        curve.clear();
+        if (head.line == line) {
+            curve.resize(static_cast<std::size_t>(8 * plan_.points));
+            if (std::fread(curve.data(), 1, curve.size(), curves) != curve.size()) curve.clear();
+            next_head();
+        }
+        if (!has(line)) add(part.read(line), curve);
+    }
+    if (curves != nullptr) std::fclose(curves);
 }
 
 void shard_journal::drop_failed() {

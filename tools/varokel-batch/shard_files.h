@@ -21,6 +21,12 @@ namespace tools {
 // Stem of the files of shard i of n, without ending.
 std::string shard_stem(const batch_plan &plan, long long shard, long long shards);
 
+// A shard that is done.
+struct finished_shard {
+    std::string stem;
+    long long shard = 0, shards = 1, first = 0, stop = 0, fitted = 0, failed = 0, not_tried = 0;
+};
+
 class shard_journal {
   public:
     // Opens, or goes on with, the journal of the lines first to stop - 1. A torn end is cut off.
@@ -38,6 +44,8 @@ class shard_journal {
     bool wants_curve(double quality) const;
     // Errors: bad_output; the journal then ends with the record before.
     void add(const fit_record &record, const std::string &curve);
+    // Takes over what a finished shard holds, curves included. Errors: bad_input, bad_output.
+    void take_part(const finished_shard &done);
     // Forgets the fits that failed, so that they are tried again.
     void drop_failed();
     // Part, curves and marker; then the journal is removed. Errors: bad_output.
@@ -62,15 +70,12 @@ class shard_journal {
     std::set<kept_curve> kept_; // the best of them first: it is the next to go
 };
 
-// A shard that is done.
-struct finished_shard {
-    std::string stem;
-    long long shard = 0, shards = 1, first = 0, stop = 0, fitted = 0, failed = 0, not_tried = 0;
-};
-
 // Those of the plan, by their first line. Errors: bad_input for a marker that cannot be read, and
 // for one of another plan.
 std::vector<finished_shard> finished_shards(const batch_plan &plan);
+
+// Removes all files of a shard. Errors: bad_output when another process works on it.
+void discard_shard(const std::string &stem);
 
 // Records of a part, one after the other. Errors: bad_input when one is damaged.
 class part_reader {

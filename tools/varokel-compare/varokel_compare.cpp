@@ -4,28 +4,18 @@
 
 #include "common/command_line.h"
 #include "common/signal_file.h"
+#include "common/text_file.h"
 #include "common/tool_error.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
 using tools::tool_error;
 
 static std::string content_of(const std::string &file) {
-    std::error_code error;
-    if (std::filesystem::is_directory(file, error))
-        throw tool_error(tools::bad_input, file + ": a folder; expected a result file");
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
-        throw tool_error(tools::bad_input, file + ": cannot be opened; expected a result file");
-    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (stream.bad()) throw tool_error(tools::bad_input, file + ": cannot be read");
-    return text;
+    return tools::read_text_file(file, "a result file");
 }
 
 static int compare_texts(const std::string &got, const std::string &wanted,

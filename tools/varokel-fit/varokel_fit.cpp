@@ -6,6 +6,7 @@
 #include "varokel-fit/fit_options.h"
 #include "varokel-fit/run_fits.h"
 
+#include "results/derived_area.h"
 #include "results/judge_run.h"
 #include "results/number_text.h"
 #include "results/results_table.h"
@@ -254,8 +255,25 @@ static void report(const fit_options &own, const fs::path &folder) {
     fs::remove(folder / "report.log");
 }
 
+// What the report would refuse after all fits is refused before the first.
+static void check_derived(const fit_options &own, const tools::peak_table &table) {
+    if (!own.report && !own.derive.empty())
+        throw tool_error(tools::wrong_usage,
+                         "--derive is for the report; leave --no-report away, or call "
+                         "varokel-report --derive later");
+    std::vector<std::string> names;
+    for (const tools::table_row &row : table.rows) names.push_back(row.name);
+    for (const std::string &expression : own.derive)
+        tools::check_derived_area(names, own.peaks, expression);
+}
+
 static int fit(const fit_options &own) {
     tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
+    check_derived(own, table);
+    if (table.fit_mode == 2 && own.spectrum.reference.empty())
+        throw tool_error(tools::bad_input,
+                         own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
+                                     "measured; expected --reference FILE");
     const std::string program =
         own.program.empty() ? tools::find_program("varokel") : fs::absolute(own.program).string();
     if (program.empty() || access(program.c_str(), X_OK) != 0)

@@ -269,8 +269,95 @@ static noise_choice choose_noise(const complex_signal &spectrum, const point_str
         return {noise_of_stretch(spectrum, known->first, known->second + 1), "metadata",
                 "stretch named in the JSON"};
     return {quietest_stretch(spectrum), "quietest stretch",
-            "least spread about a straight line of all stretches of n/8 points, without the "
+            "least spread about the mean of all stretches of n/8 points, without the "
             "outermost n/8 at each side unless all others hold lines"};
+}
+
+spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &chosen,
+                                         const input_options &options, const spectrum_options &own)
+    : source_(source), options_(options), conjugated_(source.opposite_sense != options.conjugate) {
+    settle_facts(source, own);
+    const signal_facts &facts = source.facts;
+    rises_ = facts.ppm_rises_with_points != options.conjugate;
+    points_ = length_for_fit(source.file, source.points, options.resize);
+    used_ = static_cast<std::size_t>(std::min(points_, source.points));
+    known_noise_ = moved(facts.noise_points, options.conjugate, source.points, points_);
+    fit_points_ = moved(facts.fit_points, options.conjugate, source.points, points_);
+    if (!own.noise.empty()) {
+        long long first = 0, last = 0;
+        parse_point_range(own.noise, "--noise", first, last);
+        if (last >= points_ || first == last)
+            throw tool_error(wrong_usage, "--noise " + own.noise +
+                                              ": expected at least two points up to " +
+                                              std::to_string(points_ - 1));
+        asked_noise_ = {first, last};
+    }
+    if (!options.choice.average.empty())
+        for (const source_axis &axis : source.axes)
+            if (axis.name == "DIM_COIL" && chosen.spectra.front().averaged.contains(axis.name))
+                source.warnings.push_back("coils are averaged as they are; with unlike phases "
+                                          "they cancel. Combine them first if so");
+    items_ = common_items(source, conjugated_, rises_, points_);
+    for (const guessed_value &guess : source.guesses)
+        items_["guessed"].push_back(
+            {{"item", guess.item}, {"value", guess.value}, {"reason", guess.reason}});
+}
+
+complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measured_lineshape *eddy,
+                                                nlohmann::ordered_json *sidecar) const {
+    if (conjugated_) conjugate(fid);
+    if (eddy != nullptr) correct_eddy_currents(fid, *eddy);
+    apply_phase(fid, options_.phase, sidecar);
+    fid.resize(static_cast<std::size_t>(points_));
+    return centred_spectrum(std::move(fid), 0.5);
+}
+
+noise_window spectrum_conversion::describe(const complex_signal &spectrum,
+                                           nlohmann::ordered_json &sidecar) {
+    const noise_choice noise = choose_noise(spectrum, asked_noise_, known_noise_);
+    if (!asked_noise_ && !known_noise_) ++unknown_noise_;
+    sidecar["noise_window"] = {
+        {"first", noise.window.first},   {"stop", noise.window.stop},
+        {"sd_real", noise.window.sd_re}, {"sd_imaginary", noise.window.sd_im},
+        {"chosen_by", noise.chosen_by},  {"method", noise.method}};
+    if (fit_points_) sidecar["fit_interval_points"] = {fit_points_->first, fit_points_->second};
+    std::vector<std::string> warnings = source_.warnings;
+    if (source_.format == "LCModel RAW" &&
+        looks_mirrored(spectrum, source_.facts, rises_, items_["hz_per_point"].get<double>())) {
+        ++mirrored_;
+        warnings.push_back("the peaks fit the mirrored axis better; try --axis " + other_axis());
+    }
+    if (!warnings.empty()) sidecar["warnings"] = warnings;
+    return noise.window;
+}
+
+// --conjugate would turn points and axis together.
+std::string spectrum_conversion::other_axis() const {
+    return source_.facts.ppm_rises_with_points ? "falling" : "rising";
+}
+
+std::vector<std::string> spectrum_conversion::remarks() const {
+    std::vector<std::string> said;
+    for (const guessed_value &guess : source_.guesses)
+        said.push_back(
+            "guessed " + guess.item + " " +
+            (guess.value.is_string() ? guess.value.get<std::string>() : guess.value.dump()) + ": " +
+            guess.reason);
+    for (const std::string &text : source_.warnings) said.push_back(source_.file + ": " + text);
+    if (points_ > source_.points)
+        said.push_back("filled with zeros from " + std::to_string(source_.points) + " to " +
+                       std::to_string(points_) +
+                       " points: noise of neighbouring points is no longer independent, and the "
+                       "error bounds of a fit come out too small");
+    if (unknown_noise_ > 0)
+        said.emplace_back("no noise-only points known, took the quietest stretch; look at it "
+                          "before you trust the error bounds");
+    if (mirrored_ > 0)
+        said.push_back(std::to_string(mirrored_) +
+                       " of the spectra fit the mirrored axis better (NAA, creatine, choline); "
+                       "files of this format exist in both senses, try --axis " +
+                       other_axis());
+    return said;
 }
 
 void import_spectra(const input_options &options, const spectrum_options &own) {
@@ -279,36 +366,10 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
     const std::unique_ptr<spectrum_source> source =
         open_source(options.input, options.format, options.json, options.points);
     const choice chosen = choose_spectra(*source, options.choice);
-    settle_facts(*source, own);
-    signal_facts &facts = source->facts;
-    const bool conjugated = source->opposite_sense != options.conjugate;
-    const bool rises = facts.ppm_rises_with_points != options.conjugate;
-    const long long n = length_for_fit(source->file, source->points, options.resize);
-    const auto used = static_cast<std::size_t>(std::min(n, source->points));
-    const point_stretch known_noise =
-        moved(facts.noise_points, options.conjugate, source->points, n);
-    const point_stretch fit_points = moved(facts.fit_points, options.conjugate, source->points, n);
-    point_stretch asked_noise;
-    if (!own.noise.empty()) {
-        long long first = 0, last = 0;
-        parse_point_range(own.noise, "--noise", first, last);
-        if (last >= n || first == last)
-            throw tool_error(wrong_usage, "--noise " + own.noise +
-                                              ": expected at least two points up to " +
-                                              std::to_string(n - 1));
-        asked_noise = {first, last};
-    }
-    if (!options.choice.average.empty())
-        for (const source_axis &axis : source->axes)
-            if (axis.name == "DIM_COIL" && chosen.spectra.front().averaged.contains(axis.name))
-                source->warnings.push_back("coils are averaged as they are; with unlike phases "
-                                           "they cancel. Combine them first if so");
-
-    nlohmann::ordered_json common = common_items(*source, conjugated, rises, n);
-    for (const guessed_value &guess : source->guesses)
-        common["guessed"].push_back(
-            {{"item", guess.item}, {"value", guess.value}, {"reason", guess.reason}});
-    const double hz_per_point = common["hz_per_point"].get<double>();
+    spectrum_conversion conversion(*source, chosen, options, own);
+    const signal_facts &facts = source->facts;
+    const long long n = conversion.points();
+    const std::size_t used = conversion.used();
 
     std::vector<std::string> inputs = {source->file};
     inputs.insert(inputs.end(), source->companions.begin(), source->companions.end());
@@ -333,7 +394,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
     }
 
     std::string report;
-    long long empty_voxels = 0, mirrored = 0, unknown_noise = 0;
+    long long empty_voxels = 0;
     const std::size_t step = outputs_per_pass(own.memory, used);
     const bool shows_progress = chosen.spectra.size() > step && isatty(STDERR_FILENO) != 0;
     std::map<std::size_t, measured_lineshape> shapes; // of this pass
@@ -367,14 +428,13 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
             const std::string name = source->stem + output.suffix;
             nlohmann::ordered_json sidecar;
             sidecar["signal"] = name + ".bin";
-            sidecar.update(common);
+            sidecar.update(conversion.items());
             nlohmann::ordered_json &from = sidecar["source"];
             if (output.index || !output.place.contains("voxel"))
                 from["index"] = output.index.value_or(0);
             for (const auto &[item, value] : output.place.items()) from[item] = value;
             if (!output.averaged.empty()) from["averaged"] = output.averaged;
 
-            if (conjugated) conjugate(fid);
             const measured_lineshape *shape = nullptr;
             if (lines.source) {
                 const auto at = shapes.find(lines.of_output(s));
@@ -383,7 +443,6 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                                                     source->label(output.spectra.front()) +
                                                     " is all zeros; expected the FID of a line");
                 shape = &at->second;
-                if (own.eddy) correct_eddy_currents(fid, *shape);
                 sidecar["reference"] = {{"signal", name + ".bin.ref"},
                                         {"file", file_name(lines.source->file)},
                                         {"sha256", lines.hash},
@@ -391,25 +450,9 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                                         {"points_above_the_noise", shape->reliable},
                                         {"eddy_currents_corrected", own.eddy}};
             }
-            apply_phase(fid, options.phase, &sidecar);
-            fid.resize(static_cast<std::size_t>(n));
-            const complex_signal spectrum = centred_spectrum(std::move(fid), 0.5);
-
-            const noise_choice noise = choose_noise(spectrum, asked_noise, known_noise);
-            if (!asked_noise && !known_noise) ++unknown_noise;
-            sidecar["noise_window"] = {
-                {"first", noise.window.first},   {"stop", noise.window.stop},
-                {"sd_real", noise.window.sd_re}, {"sd_imaginary", noise.window.sd_im},
-                {"chosen_by", noise.chosen_by},  {"method", noise.method}};
-            if (fit_points)
-                sidecar["fit_interval_points"] = {fit_points->first, fit_points->second};
-            std::vector<std::string> warnings = source->warnings;
-            if (source->format == "LCModel RAW" &&
-                looks_mirrored(spectrum, facts, rises, hz_per_point)) {
-                ++mirrored;
-                warnings.push_back("the peaks fit the mirrored axis better; try --conjugate");
-            }
-            if (!warnings.empty()) sidecar["warnings"] = warnings;
+            const complex_signal spectrum =
+                conversion.spectrum_of(std::move(fid), own.eddy ? shape : nullptr, &sidecar);
+            const noise_window noise = conversion.describe(spectrum, sidecar);
 
             if (!folder_was_there) make_folder(own.folder);
             const std::string signal_name = (folder / (name + ".bin")).string();
@@ -429,9 +472,9 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                 report += signal_name + ".ref\n";
             }
             // as the keywords of a control file have them
-            report += "n_pnts " + std::to_string(n) + "\nHz_p_p " + shortest(hz_per_point) +
-                      "\nnoistr " + std::to_string(noise.window.first) + "\nnoistp " +
-                      std::to_string(noise.window.stop) + "\n";
+            report += "n_pnts " + std::to_string(n) + "\nHz_p_p " +
+                      shortest(conversion.items()["hz_per_point"].get<double>()) + "\nnoistr " +
+                      std::to_string(noise.first) + "\nnoistp " + std::to_string(noise.stop) + "\n";
             if (facts.begin_time)
                 report +=
                     "phi__1 " + shortest(delay_phase(*facts.begin_time, *facts.dwell_time)) + "\n";
@@ -446,23 +489,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
     batch.commit();
 
     // Not before: a file that cannot be used has one message, why.
-    for (const guessed_value &guess : source->guesses)
-        warn("guessed " + guess.item + " " +
-             (guess.value.is_string() ? guess.value.get<std::string>() : guess.value.dump()) +
-             ": " + guess.reason);
-    for (const std::string &text : source->warnings) warn(source->file + ": " + text);
-    if (n > source->points)
-        warn("filled with zeros from " + std::to_string(source->points) + " to " +
-             std::to_string(n) +
-             " points: noise of neighbouring points is no longer independent, and the error "
-             "bounds of a fit come out too small");
-    if (unknown_noise > 0)
-        warn("no noise-only points known, took the quietest stretch; look at it before you trust "
-             "the error bounds");
-    if (mirrored > 0)
-        warn(std::to_string(mirrored) + " of the spectra fit the mirrored axis better (NAA, "
-                                        "creatine, choline); files of this format exist in both "
-                                        "senses, try --conjugate");
+    for (const std::string &text : conversion.remarks()) warn(text);
     if (empty_voxels > 0)
         warn("passed over " + std::to_string(empty_voxels) + " voxels that are all zero");
     std::cout << report;

@@ -3,9 +3,12 @@
 #pragma once
 
 #include "varokel-import/choose_spectra.h"
+#include "varokel-import/condition_fid.h"
+#include "varokel-import/noise_window.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tools {
 
@@ -30,6 +33,43 @@ struct spectrum_options {
     std::string reference; // file of the FID of a single strong line
     bool eddy = false;
     long long memory = 128; // for the FIDs of one pass over the file [MiB]
+};
+
+// How the FIDs of a source become spectra, and what is known about all of them.
+class spectrum_conversion {
+  public:
+    // Settles what options and source say. Guesses and warnings are added to those of the source,
+    // which must outlive this. Errors: bad_input, wrong_usage.
+    spectrum_conversion(spectrum_source &source, const choice &chosen, const input_options &options,
+                        const spectrum_options &own);
+
+    // Sense, correction, phase, length, transform of an FID as the source hands it out.
+    //
+    // Given:
+    //   fid       complex[used()]
+    //   eddy      line of a reference that takes eddy currents out; may be null
+    //   sidecar   gets the phase that was applied; may be null
+    complex_signal spectrum_of(complex_signal fid, const measured_lineshape *eddy,
+                               nlohmann::ordered_json *sidecar) const;
+    // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
+    noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
+    // What a user should know about the conversion, a sentence each.
+    std::vector<std::string> remarks() const;
+
+    long long points() const { return points_; }                   // of a spectrum
+    std::size_t used() const { return used_; }                     // points of an FID
+    const nlohmann::ordered_json &items() const { return items_; } // of every sidecar
+
+  private:
+    std::string other_axis() const; // what --axis would have to be for the other sense
+    spectrum_source &source_;
+    const input_options &options_;
+    bool conjugated_, rises_;
+    long long points_;
+    std::size_t used_;
+    point_stretch known_noise_, fit_points_, asked_noise_;
+    nlohmann::ordered_json items_;
+    long long mirrored_ = 0, unknown_noise_ = 0;
 };
 
 // Writes a spectrum and its sidecar for each FID that is chosen, prints their names and the control

@@ -21,39 +21,18 @@ noise_window noise_of_stretch(const complex_signal &spectrum, long long first, l
     return {first, stop, std::sqrt(re / count), std::sqrt(im / count)};
 }
 
-// Sum of squares, both channels, about the straight line of least squares.
-static double spread_about_line(const complex_signal &spectrum, long long first, long long stop) {
-    const double count = static_cast<double>(stop - first);
-    const double middle = 0.5 * static_cast<double>(first + stop - 1);
-    std::complex<double> mean = 0.0, slope = 0.0;
-    double squares = 0.0, leverage = 0.0;
-    for (long long i = first; i < stop; ++i) {
-        const double u = static_cast<double>(i) - middle;
-        const std::complex<double> v = spectrum[static_cast<std::size_t>(i)];
-        mean += v;
-        slope += u * v;
-        leverage += u * u;
-    }
-    mean /= count;
-    slope /= leverage;
-    for (long long i = first; i < stop; ++i) {
-        const double u = static_cast<double>(i) - middle;
-        squares += std::norm(spectrum[static_cast<std::size_t>(i)] - mean - u * slope);
-    }
-    return squares;
-}
-
 noise_window quietest_stretch(const complex_signal &spectrum) {
     const auto n = static_cast<long long>(spectrum.size());
     const long long length = n / 8;
     if (length < 4) return noise_of_stretch(spectrum, 0, n); // no room for a choice
     struct {
-        double spread = std::numeric_limits<double>::infinity(); // sum of squares
+        double spread = std::numeric_limits<double>::infinity(); // variance, both channels
         long long first = 0;
     } inner, edge;
     for (long long first = 0; first + length <= n; first += length / 2) {
         auto &best = first < length || first + length > n - length ? edge : inner;
-        const double spread = spread_about_line(spectrum, first, first + length);
+        const noise_window window = noise_of_stretch(spectrum, first, first + length);
+        const double spread = window.sd_re * window.sd_re + window.sd_im * window.sd_im;
         if (spread < best.spread) best = {spread, first};
     }
     const bool lines_inside = inner.spread > 9.0 * edge.spread;

@@ -14,7 +14,8 @@ struct noise_window {
 
 noise_window noise_of_stretch(const complex_signal &spectrum, long long first, long long stop);
 
-// The stretch of n/8 points (stepped by n/16) with the smallest spread about a straight line.
+// The stretch of n/8 points (stepped by n/16) with the smallest spread about its mean, which is
+// what the fit will take for the noise: the slope of a line's tail counts there, so it counts here.
 //
 // Notes:
 //   1. Receivers suppress the edges of the band, where the noise is smaller than under the lines.

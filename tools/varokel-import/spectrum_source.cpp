@@ -42,6 +42,10 @@ std::string spectrum_source::label(long long spectrum) const {
 
 bool finite_check::operator()(std::complex<double> value, long long spectrum, long long point) {
     if (std::isfinite(value.real()) && std::isfinite(value.imag())) return true;
+    if (source_.faulty != nullptr) {
+        source_.faulty->insert(spectrum);
+        return false;
+    }
     if (++found_ <= 5) {
         const std::string label = source_.label(spectrum);
         places_ += found_ == 1 ? "" : ", ";

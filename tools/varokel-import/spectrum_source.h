@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,7 +60,8 @@ class spectrum_source {
 
     // Adds points 0 to sums[k].size() - 1 of each spectrum to its sum. shares are in rising order
     // of the spectrum. One pass over the file; storage does not grow with the file.
-    // Errors: bad_input for a short file, and for points that are not finite, which are named.
+    // Errors: bad_input for a short file, and for points that are not finite, which are named,
+    // unless faulty is set. Such points are not added.
     virtual void add_to(const std::vector<signal_share> &shares,
                         std::vector<complex_signal> &sums) = 0;
 
@@ -79,6 +81,8 @@ class spectrum_source {
     std::vector<guessed_value> guesses;
     std::vector<std::string> warnings;
     nlohmann::ordered_json notes; // of the format, for the sidecar
+    // Not null: spectra with points that are no finite numbers are noted here, and are no error.
+    std::set<long long> *faulty = nullptr;
 };
 
 // Collects points that are not finite numbers, and names the first few.
@@ -87,7 +91,7 @@ class finite_check {
     explicit finite_check(const spectrum_source &source) : source_(source) {}
     // true for a finite value; else it is noted
     bool operator()(std::complex<double> value, long long spectrum, long long point);
-    // Errors: bad_input when there was one.
+    // Errors: bad_input when there was one, and the source has no list for it.
     void finish() const;
 
   private:

@@ -5,49 +5,20 @@
 //   pattern   P[j] = conj(S'[(n - j) mod n]),  S' as S with w_0 = 1
 #include "varokel-import/convert_spectra.h"
 #include "varokel-import/import_basis.h"
+#include "varokel-import/import_options.h"
 
 #include "common/command_line.h"
 #include "common/tool_error.h"
 
 using tools::tool_error;
 
-static void add_input_options(CLI::App &app, tools::input_options &options) {
+// The file, and --force: of INPUT into whatever is made of it.
+static void add_source(CLI::App &app, tools::input_options &options) {
     app.add_option(
         "INPUT", options.input,
         "NIfTI-MRS (.nii, .nii.gz), LCModel .RAW or .H2O, jMRUI .txt, .SPAR/.SDAT, .rda, "
         "two columns of text, or complex points as little-endian float32");
-    app.add_option("--format", options.format,
-                   "nifti, raw, jmrui, sdat, rda, text or float32 (default: by the name's ending)")
-        ->type_name("NAME")
-        ->check(CLI::IsMember({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
-    app.add_option("--json", options.json,
-                   "what is known about INPUT (default for text and float32: the .json beside it, "
-                   "if any)")
-        ->type_name("FILE");
-    app.add_option("--points", options.points,
-                   "points of one FID, where INPUT does not say (default: item n_points, else all)")
-        ->type_name("N")
-        ->check(CLI::PositiveNumber);
-    app.add_option("--index", options.choice.index,
-                   "which FID of several, counted from 0: I, DIM=I such as DIM_COIL=0, or all, "
-                   "DIM=all; may be repeated")
-        ->type_name("[DIM=]I")
-        ->allow_extra_args(false);
-    app.add_option("--average", options.choice.average,
-                   "take the mean over this dimension, such as DIM_DYN; may be repeated")
-        ->type_name("DIM")
-        ->allow_extra_args(false);
-    app.add_option("--voxel", options.choice.voxel,
-                   "one voxel of a grid, counted from 0 (default: all that are not zero)")
-        ->type_name("X,Y,Z");
-    app.add_option("--resize", options.resize,
-                   "cut the FID to N points, or fill it with zeros; a power of two, or cut or fill "
-                   "for the next one")
-        ->type_name("N");
-    app.add_option("--phase", options.phase,
-                   "turn the FID by this phase; auto makes its first point real")
-        ->type_name("DEG");
-    app.add_flag("--conjugate", options.conjugate, "reverse the sense of frequency");
+    tools::add_input_options(app, options);
     app.add_flag("--force", options.force, "replace existing output files");
 }
 
@@ -61,34 +32,10 @@ int main(int argc, char **argv) {
                  "sidecar beside each.\nThe names of the written files and the control file's "
                  "keywords for them are printed.",
                  "varokel-import");
-    add_input_options(app, options);
+    add_source(app, options);
     app.add_option("-o,--output", own.folder, "folder for the spectra and their sidecars")
         ->type_name("FOLDER");
-    app.add_option("--dwell", own.dwell_time, "dwell time [s]")
-        ->type_name("S")
-        ->check(CLI::PositiveNumber);
-    app.add_option("--bandwidth", own.bandwidth, "spectral width [Hz], one over the dwell time")
-        ->type_name("HZ")
-        ->check(CLI::PositiveNumber);
-    app.add_option("--frequency", own.mhz, "spectrometer frequency [MHz]")
-        ->type_name("MHZ")
-        ->check(CLI::PositiveNumber);
-    app.add_option("--ppm-at-carrier", own.ppm_at_carrier, "chemical shift of the carrier")
-        ->type_name("PPM");
-    app.add_option("--axis", own.axis,
-                   "ppm along the points of INPUT's spectrum, before --conjugate: rising (default "
-                   "for float32) or falling (for all others)")
-        ->type_name("SENSE")
-        ->check(CLI::IsMember({"rising", "falling"}));
-    app.add_option("--begin-time", own.begin_time, "time of the first point [s]")->type_name("S");
-    app.add_option("--nucleus", own.nucleus, "such as 31P")->type_name("NAME");
-    app.add_option("--noise", own.noise, "points of the spectrum that hold noise only")
-        ->type_name("FIRST:LAST");
-    app.add_option("--reference", own.reference,
-                   "FID of a strong single line (water) of the same voxel: written as .ref, the "
-                   "measured lineshape of fit mode 2")
-        ->type_name("FILE");
-    app.add_flag("--eddy", own.eddy, "correct eddy currents with the phase of the reference");
+    tools::add_spectrum_options(app, own);
     app.add_option("--memory", own.memory,
                    "storage for FIDs; a larger grid is read in several passes (default 128)")
         ->type_name("MIB")
@@ -99,7 +46,7 @@ int main(int argc, char **argv) {
 
     CLI::App *const pattern = app.add_subcommand(
         "pattern", "Turns the FID of a whole metabolite into a binary pattern of varokel.");
-    add_input_options(*pattern, pattern_options);
+    add_source(*pattern, pattern_options);
     pattern->add_option("-o,--output", pattern_output, "pattern file")->type_name("FILE.bin");
     pattern->footer("\nExample:\n  varokel-import pattern naa.fid.f32 -o run/naa.bin");
 

@@ -27,6 +27,9 @@ const varokelCharts = (() => {
     return out;
   }
 
+  // text of floats, or {unit, values} of 16 bits a point
+  const curveOf = (curve) => typeof curve === "string" ? floatsOf(curve) : shortsOf(curve.values, curve.unit);
+
   const made = (tag, className, text) => {
     const element = document.createElement(tag);
     if (className) element.className = className;
@@ -34,10 +37,10 @@ const varokelCharts = (() => {
     return element;
   };
 
-  // range of an axis: some room on both sides, more above for the numbers of components
-  const roomAround = (low, high) => {
+  // range of an axis: some room on both sides, more where numbers of components stand
+  const roomAround = (low, high, below = 0.06) => {
     if (low === null || high === null || !(high > low)) return [(low || 0) - 1, (high || 0) + 1];
-    return [low - 0.06 * (high - low), high + 0.09 * (high - low)];
+    return [low - below * (high - low), high + 0.09 * (high - low)];
   };
 
   const decimalsFor = (step) => Math.max(0, Math.min(6, Math.ceil(-Math.log10(Math.abs(step)))));
@@ -118,7 +121,10 @@ const varokelCharts = (() => {
 
     // Numbers at the highest points of the components in sight; later ones step up, not over others.
     function nameComponents(u) {
-      const ratio = devicePixelRatio, first = u.valToIdx(range[0]), last = u.valToIdx(range[1]);
+      const ratio = devicePixelRatio;
+      let first = u.valToIdx(range[0]), last = u.valToIdx(range[1]);
+      while (first < last && x[first] < range[0]) first++; // the nearest point may be out of sight
+      while (first < last && x[last] > range[1]) last--;
       const taken = [];
       u.ctx.save();
       u.ctx.font = 11 * ratio + "px system-ui, sans-serif";
@@ -169,7 +175,8 @@ const varokelCharts = (() => {
       const options = {
         width, height: height + (withAxis ? 50 : 0),
         legend: { show: false },
-        padding: [10, 14, 0, narrow ? 14 : 0], // the same for all, so that the axes stand in line
+        // left and right the same for all, so that the axes stand in line; below, room for the lowest number
+        padding: [10, 14, withAxis ? 0 : 8, narrow ? 14 : 0],
         cursor: {
           sync: { key, setSeries: false },
           drag: { x: true, y: false, setScale: false },
@@ -183,7 +190,7 @@ const varokelCharts = (() => {
         },
         scales: {
           x: { time: false, min: range[0], max: range[1], dir: axis.falls ? -1 : 1, range: (u, low, high) => [low, high] },
-          y: { range: (u, low, high) => roomAround(low, high) },
+          y: { range: (u, low, high) => roomAround(low, high, draw && low < 0 ? 0.15 : 0.06) },
         },
         axes: [
           { show: withAxis, stroke: ink, label: withAxis ? axis.label : undefined, labelSize: 22, size: 30,
@@ -285,5 +292,5 @@ const varokelCharts = (() => {
       },
     };
   }
-  return { show, floatsOf, shortsOf, made, styleOf, colourOf, numberText, roomAround };
+  return { show, floatsOf, curveOf, made, styleOf, colourOf, numberText, roomAround };
 })();

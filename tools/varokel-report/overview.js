@@ -2,7 +2,7 @@
 // overview.js -- the page of a batch: maps or time courses, and each spectrum at a click
 "use strict";
 {
-  const { made, styleOf, colourOf, numberText, roomAround, floatsOf, shortsOf } = varokelCharts;
+  const { made, styleOf, colourOf, numberText, roomAround, floatsOf, curveOf } = varokelCharts;
   const batch = JSON.parse(document.getElementById("values").textContent);
   const count = batch.names.length;
   const quality = floatsOf(batch.quality), snr = floatsOf(batch.snr);
@@ -30,7 +30,7 @@
   const inSpace = batch.axes.map((a, i) => i).filter((i) => batch.axes[i].spatial);
   const hasMap = inSpace.some((i) => size[i] > 1);
   const others = batch.axes.map((a, i) => i).filter((i) => size[i] > 1 && !(hasMap && batch.axes[i].spatial));
-  const courseAxis = others.length > 0 ? others[0] : -1;
+  const courseAxis = others.reduce((longest, i) => (longest < 0 || size[i] > size[longest] ? i : longest), -1);
   const numberAt = new Map();
   batch.at.forEach((at, n) => numberAt.set(at.join(","), n));
 
@@ -75,8 +75,8 @@
       draw();
     }).id = "quantity";
   const places = new Map(); // of the axes that are looked at one place at a time
-  for (const i of hasMap ? others : others.slice(1))
-    places.set(i, choice(batch.axes[i].name, Array.from({ length: size[i] }, (_, k) => [String(k), String(k + 1)]), state.at[i], (v) => {
+  for (const i of hasMap ? others : others.filter((a) => a !== courseAxis))
+    places.set(i, choice(batch.axes[i].name, Array.from({ length: size[i] }, (_, k) => [String(k), String(k)]), state.at[i], (v) => {
       state.at[i] = Number(v);
       draw();
     }));
@@ -177,7 +177,7 @@
     for (let z = 0; z < nz; z++) {
       const canvas = canvases[z];
       canvas.setAttribute("aria-label", quantity.name + (quantity.whole ? "" : " of " + batch.entries[state.entry]) +
-        (nz > 1 ? ", slice " + (z + 1) : "") + "; arrow keys move, Enter shows the spectrum");
+        (nz > 1 ? ", slice " + z : "") + "; arrow keys move, Enter shows the spectrum");
       canvas.width = nx * cell * ratio;
       canvas.height = ny * cell * ratio;
       canvas.style.width = nx * cell + "px";
@@ -300,7 +300,7 @@
         u.ctx.lineWidth = devicePixelRatio;
         row.forEach((v, i) => {
           if (v === null || errors[s][i] === null) return;
-          const x = u.valToPos(i + 1, "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
+          const x = u.valToPos(i, "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
           u.ctx.beginPath();
           u.ctx.moveTo(x, a);
           u.ctx.lineTo(x, b);
@@ -309,7 +309,7 @@
       });
       const i = numbers.indexOf(state.chosen);
       if (i >= 0) {
-        const x = u.valToPos(i + 1, "x", true);
+        const x = u.valToPos(i, "x", true);
         u.ctx.strokeStyle = "#ff2d55";
         u.ctx.lineWidth = 1.5 * devicePixelRatio;
         u.ctx.beginPath();
@@ -325,9 +325,9 @@
       legend: { show: false },
       padding: [10, 14, 0, 0],
       cursor: { y: false, drag: { x: false, y: false } },
-      scales: { x: { time: false, range: () => [0.5, n + 0.5] }, y: { range: extent } },
+      scales: { x: { time: false, range: () => [-0.5, n - 0.5] }, y: { range: extent } },
       axes: [
-        { stroke: ink, label: batch.axes[courseAxis].name + " (number)", labelSize: 22, size: 30, labelFont: "13px system-ui, sans-serif",
+        { stroke: ink, label: batch.axes[courseAxis].name + " (from 0)", labelSize: 22, size: 30, labelFont: "13px system-ui, sans-serif",
           grid: { stroke: grid, width: 0.5 }, incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000] },
         { stroke: ink, size: 62, grid: { stroke: grid, width: 0.5 },
           values: (u, splits) => splits.map((v) => (v === 0 ? "0" : Math.abs(v) >= 1e4 || Math.abs(v) < 1e-3 ? v.toExponential(1) : String(+v.toPrecision(4)))) },
@@ -340,7 +340,7 @@
           readout.textContent = m < 0 ? "" : batch.names[m] + ": " + shown.map((k) => (quantity.whole ? quantity.name : batch.entries[k]) + " " + numberText(quantity.of(k)[m])).join(", ");
         }],
       },
-    }, [numbers.map((_, i) => i + 1), ...rows], course);
+    }, [numbers.map((_, i) => i), ...rows], course);
     coursePlot.over.addEventListener("click", () => {
       const i = coursePlot.cursor.idx;
       if (i !== null && i !== undefined && numbers[i] >= 0) choose(numbers[i]);
@@ -392,8 +392,14 @@
 
   function tableOf(n) {
     const wide = made("div", "wide"), table = made("table"), head = made("thead"), body = made("tbody");
-    const names = [["Entry", ""], ["Area", "signal, \u00b1 1 SD"], ["Area error", "1 SD, %"], ["Shift", "ppm"], ["Gaussian", "FWHM, Hz"], ["Lorentzian", "FWHM, Hz"], ["Phase", "degrees"]];
-    if (some(columns.entrySnr[0])) names.push(["SNR", ""]);
+    const names = [["Entry", ""], ["Area", "signal, \u00b1 1 SD"], ["Area error", "1 SD, %"]];
+    // what no entry has (Gaussian widths of Lorentzians) takes no room
+    const pairs = [["Shift", "ppm", columns.ppm, columns.ppmSd], ["Gaussian", "FWHM, Hz", columns.gauss, columns.gaussSd],
+      ["Lorentzian", "FWHM, Hz", columns.lorentz, columns.lorentzSd], ["Phase", "degrees", columns.phase, columns.phaseSd]]
+      .filter(([, , values]) => values.some(some));
+    for (const [name, unit] of pairs) names.push([name, unit]);
+    const withSnr = columns.entrySnr.some(some);
+    if (withSnr) names.push(["SNR", ""]);
     const row = made("tr");
     for (const [name, unit] of names) {
       const cell = made("th", "", name);
@@ -415,11 +421,8 @@
       const percent = columns.areaPercent[k][n];
       line.append(made("td", percent > 50 ? "red" : percent > 20 ? "amber" : "",
         Number.isFinite(percent) ? percent.toPrecision(3) + " %" + (percent > 50 ? " !!" : percent > 20 ? " !" : "") : "n/a"));
-      line.append(made("td", "", withError(columns.ppm[k][n], columns.ppmSd[k][n])));
-      line.append(made("td", "", withError(columns.gauss[k][n], columns.gaussSd[k][n])));
-      line.append(made("td", "", withError(columns.lorentz[k][n], columns.lorentzSd[k][n])));
-      line.append(made("td", "", withError(columns.phase[k][n], columns.phaseSd[k][n])));
-      if (some(columns.entrySnr[0])) line.append(made("td", "", numberText(columns.entrySnr[k][n])));
+      for (const [, , values, sds] of pairs) line.append(made("td", "", withError(values[k][n], sds[k][n])));
+      if (withSnr) line.append(made("td", "", numberText(columns.entrySnr[k][n])));
       body.append(line);
     });
     table.append(head, body);
@@ -454,8 +457,8 @@
         place.append(made("p", "muted", "The curves of this fit were not kept."));
         return;
       }
-      const data = shortsOf(curves.data.values, curves.data.unit);
-      const fit = curves.fit ? shortsOf(curves.fit.values, curves.fit.unit) : null;
+      const data = curveOf(curves.data);
+      const fit = curves.fit ? curveOf(curves.fit) : null;
       if (!fit && batch.status[n] !== "not_fitted") detail.append(made("p", "muted", "The fit itself was not kept."));
       chart = varokelCharts.show(place, { axis: batch.axis, intervals: batch.intervals, view: [0, batch.points - 1], components: [],
         data, fit, residual: fit ? data.map((v, i) => v - fit[i]) : null });
@@ -467,15 +470,20 @@
     drawCourse();
   }
   draw();
+  // the tables stand below what they show
+  const chooseInTable = (element) => {
+    choose(Number(element.dataset.number));
+    detail.scrollIntoView();
+  };
   for (const row of document.querySelectorAll("tr[data-number]")) {
     row.tabIndex = 0;
-    row.addEventListener("click", () => choose(Number(row.dataset.number)));
+    row.addEventListener("click", () => chooseInTable(row));
     row.addEventListener("keydown", (event) => {
-      if (event.key === "Enter") choose(Number(row.dataset.number));
+      if (event.key === "Enter") chooseInTable(row);
     });
   }
   for (const button of document.querySelectorAll("button[data-number]"))
-    button.addEventListener("click", () => choose(Number(button.dataset.number)));
+    button.addEventListener("click", () => chooseInTable(button));
   const first = document.querySelector("[data-number]");
   if (first) choose(Number(first.dataset.number));
   let width = maps.clientWidth;

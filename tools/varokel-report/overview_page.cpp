@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-report/overview_page.h"
 
+#include "varokel-report/curve_text.h"
 #include "varokel-report/page_frame.h"
 #include "varokel-report/page_texts.h"
 
@@ -10,10 +11,9 @@
 #include "common/tool_error.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstdint>
 #include <filesystem>
+#include <limits>
 
 namespace tools {
 
@@ -21,31 +21,6 @@ namespace fs = std::filesystem;
 using nlohmann::ordered_json;
 
 static constexpr std::size_t curves_per_file = 100;
-
-static std::string float_text(const std::vector<double> &values) {
-    std::string bytes;
-    for (const double value : values) {
-        const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(value));
-        for (int b = 0; b < 4; ++b) bytes += static_cast<char>(bits >> (8 * b) & 0xffU);
-    }
-    return base64(bytes);
-}
-
-// A curve in 16 bits a point, and what one step of them is worth.
-static ordered_json short_curve(const std::vector<double> &curve) {
-    double most = 0.0;
-    for (const double value : curve)
-        if (std::isfinite(value)) most = std::max(most, std::fabs(value));
-    const double unit = most > 0.0 ? most / 32767.0 : 1.0;
-    std::string bytes;
-    for (const double value : curve) {
-        const double step = std::isfinite(value) ? std::round(value / unit) : 0.0;
-        const auto bits = static_cast<std::uint16_t>(static_cast<std::int16_t>(step));
-        bytes += static_cast<char>(bits & 0xffU);
-        bytes += static_cast<char>(bits >> 8);
-    }
-    return {{"unit", unit}, {"values", base64(bytes)}};
-}
 
 static std::vector<std::pair<long long, long long>> fitted_intervals(const batch_view &batch) {
     std::vector<std::pair<long long, long long>> found;
@@ -60,15 +35,8 @@ static std::vector<std::pair<long long, long long>> fitted_intervals(const batch
     return found;
 }
 
-// Points that are shown: the fitted ones and a tenth of their number to both sides.
 static std::pair<long long, long long> shown_points(const batch_view &batch) {
-    long long first = batch.points - 1, last = 0;
-    for (const auto &[a, b] : fitted_intervals(batch)) {
-        first = std::min(first, a);
-        last = std::max(last, b);
-    }
-    const long long margin = std::max(2LL, (last - first) / 10);
-    return {std::max(0LL, first - margin), std::min(batch.points - 1, last + margin)};
+    return points_with_margin(fitted_intervals(batch), batch.points);
 }
 
 static ordered_json curves_of(const batch_view &batch, std::size_t spectrum) {
@@ -76,8 +44,8 @@ static ordered_json curves_of(const batch_view &batch, std::size_t spectrum) {
     const double phase = batch.phase_of(spectrum);
     const double phi_1 = batch.start.read ? batch.start.phi_1 : 0.0;
     const auto shown = [&](const complex_signal &signal) {
-        const std::vector<double> all = real_part(signal, 0, signal.size(), phase, phi_1);
-        return short_curve({all.begin() + range.first, all.begin() + range.second + 1});
+        return short_curve(real_part(signal, 0, signal.size(), phase, phi_1), range.first,
+                           range.second);
     };
     ordered_json curves;
     curves["data"] = shown(batch.data_of(spectrum));
@@ -87,17 +55,20 @@ static ordered_json curves_of(const batch_view &batch, std::size_t spectrum) {
 }
 
 static bool is_fitted(const batch_spectrum &spectrum) {
-    return spectrum.status != "not_fitted" && std::isfinite(spectrum.quality);
+    return spectrum.status != "not_fitted";
 }
 
-// Those with results, by falling quality number.
+// Those with results, by falling quality number. One that ran away has none: nothing is worse.
 static std::vector<std::size_t> worst_first(const batch_view &batch) {
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < batch.spectra.size(); ++i)
         if (is_fitted(batch.spectra[i])) order.push_back(i);
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        return batch.spectra[a].quality > batch.spectra[b].quality;
-    });
+    const auto badness = [&](std::size_t i) {
+        const double quality = batch.spectra[i].quality;
+        return std::isfinite(quality) ? quality : std::numeric_limits<double>::infinity();
+    };
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return badness(a) > badness(b); });
     return order;
 }
 
@@ -173,11 +144,8 @@ static ordered_json values_of(const batch_view &batch) {
     }
     const plot_axis axis = plot_axis_of(batch.scale, "", batch.points);
     const auto [first, last] = shown_points(batch);
-    const char *const unit = axis.label.find("ppm") != std::string::npos  ? "ppm"
-                             : axis.label.find("Hz") != std::string::npos ? "Hz"
-                                                                          : "(point)";
     all["axis"] = {{"label", axis.label},
-                   {"unit", unit},
+                   {"unit", unit_of_axis(axis.label)},
                    {"zero", axis.at_zero + axis.per_point * static_cast<double>(first)},
                    {"step", axis.per_point},
                    {"falls", axis.falls_to_the_right}};

@@ -4,11 +4,10 @@
 {
   const charts = [];
   const replace = (figure) => {
-    const text = document.getElementById(figure.dataset.spectrum).textContent;
-    const from = JSON.parse(text);
-    const data = varokelCharts.floatsOf(from.data), fit = varokelCharts.floatsOf(from.fit);
-    const residual = varokelCharts.floatsOf(from.residual);
-    const components = from.components.map((c) => ({ name: c.name, number: c.number, values: varokelCharts.floatsOf(c.values) }));
+    const from = JSON.parse(document.getElementById(figure.dataset.spectrum).textContent);
+    const curve = varokelCharts.curveOf;
+    const data = curve(from.data), fit = curve(from.fit), residual = curve(from.residual);
+    const components = from.components.map((c) => ({ name: c.name, number: c.number, values: curve(c.values) }));
     const place = figure.querySelector(".picture");
     charts.push(varokelCharts.show(place, { axis: from.axis, intervals: from.intervals, view: from.view, data, fit, residual, components }));
     figure.dataset.live = "1";

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-report/report_page.h"
 
+#include "varokel-report/curve_text.h"
 #include "varokel-report/page_frame.h"
 #include "varokel-report/page_texts.h"
 
@@ -11,9 +12,7 @@
 #include "common/markup.h"
 #include "common/spectrum_view.h"
 
-#include <bit>
 #include <cmath>
-#include <cstdint>
 
 namespace tools {
 
@@ -44,44 +43,40 @@ std::string report_picture(const run_result &run) {
     return draw_spectra(plot);
 }
 
-static std::string float_text(const std::vector<double> &curve) {
-    std::string bytes;
-    for (const double value : curve) {
-        const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(value));
-        for (int b = 0; b < 4; ++b) bytes += static_cast<char>(bits >> (8 * b) & 0xffU);
-    }
-    return base64(bytes);
-}
-
 static std::string chip_name(const fitted_entry &entry) {
     const std::string number = std::to_string(entry.number);
     return entry.name == "#" + number ? entry.name : number + " " + entry.name;
 }
 
-static nlohmann::ordered_json curves_of(const run_result &run) {
-    const plot_axis axis = plot_axis_of(run.axis, "", static_cast<long long>(run.data.size()));
-    const std::string &label = axis.label;
-    const char *const unit = label.find("ppm") != std::string::npos  ? "ppm"
-                             : label.find("Hz") != std::string::npos ? "Hz"
-                                                                     : "(point)";
+// Curves of the charts. An alone one can be zoomed at will: all points, each in single precision.
+static nlohmann::ordered_json curves_of(const run_result &run, bool alone) {
+    const auto points = static_cast<long long>(run.data.size());
+    const plot_axis axis = plot_axis_of(run.axis, "", points);
+    const auto [begin, end] = alone ? std::pair<long long, long long>(0, points - 1)
+                                    : points_with_margin(run.intervals(), points);
+    const long long from = begin, to = end;
+    const auto text_of = [&](const complex_signal &signal) {
+        const std::vector<double> curve = shown_curve(run, signal);
+        return alone ? nlohmann::ordered_json(float_text(curve)) : short_curve(curve, from, to);
+    };
     nlohmann::ordered_json data;
-    data["axis"] = {{"label", label},
-                    {"unit", unit},
-                    {"zero", axis.at_zero},
+    data["axis"] = {{"label", axis.label},
+                    {"unit", unit_of_axis(axis.label)},
+                    {"zero", axis.at_zero + axis.per_point * static_cast<double>(from)},
                     {"step", axis.per_point},
                     {"falls", axis.falls_to_the_right}};
     const auto [first, last] = run.view();
-    data["view"] = {first, last};
+    data["view"] = {first - from, last - from};
     data["intervals"] = nlohmann::ordered_json::array();
-    for (const auto &[a, b] : run.intervals()) data["intervals"].push_back({a, b});
-    data["data"] = float_text(shown_curve(run, run.data));
-    data["fit"] = float_text(shown_curve(run, run.fit));
-    data["residual"] = float_text(shown_curve(run, run.residual));
+    for (const auto &[a, b] : run.intervals()) data["intervals"].push_back({a - from, b - from});
+    data["data"] = text_of(run.data);
+    data["fit"] = text_of(run.fit);
+    data["residual"] = text_of(run.residual);
     data["components"] = nlohmann::ordered_json::array();
     for (std::size_t k = 0; k < run.components.size(); ++k)
         data["components"].push_back({{"number", std::to_string(run.entries[k].number)},
                                       {"name", chip_name(run.entries[k])},
-                                      {"values", float_text(shown_curve(run, run.components[k]))}});
+                                      {"values", text_of(run.components[k])}});
     return data;
 }
 
@@ -298,45 +293,47 @@ static std::string section_of(const reported_run &reported, std::size_t number, 
                 report_picture(run) +
                 "</div>\n<figcaption>Real part, phases taken off; the fitted intervals are shaded. "
                 "Numbers at the components are those of the entries.</figcaption>\n</figure>\n" +
-                data_block(id + "-data", curves_of(run));
+                data_block(id + "-data", curves_of(run, alone));
     }
     html += figures_of(run) + entries_of(run) + derived_of(reported) + steps_of(run) +
             provenance_of(run);
     return html + "</section>\n";
 }
 
-static std::string contents_of(const std::vector<reported_run> &runs) {
-    std::string html =
-        "<h1>" + std::to_string(runs.size()) +
-        " spectra</h1>\n<div class=\"wide\"><table class=\"contents\">\n<thead><tr>"
-        "<th scope=\"col\" class=\"text\">Spectrum</th><th scope=\"col\" "
-        "class=\"text\">Status</th><th scope=\"col\">Fit quality</th><th "
-        "scope=\"col\">SNR</th><th scope=\"col\">Warnings</th></tr></thead>\n<tbody>\n";
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        const run_result &run = runs[i].run;
-        const char *const status = status_text(judge_status(run).status);
-        html += "<tr><th scope=\"row\">" +
-                element("a", "href=\"#spectrum-" + std::to_string(i + 1) + "\"", run.name) +
-                "</th><td class=\"text\">" +
-                element("span", "class=\"badge " + std::string(status) + "\"", status) +
-                "</td><td>" + short_number(run.quality) + "</td><td>" + short_number(run.snr) +
-                "</td><td>" + std::to_string(run.warnings.size()) + "</td></tr>\n";
-    }
-    return html + "</tbody></table></div>\n";
+void report_page::add(const reported_run &reported) {
+    const run_result &run = reported.run;
+    ++added_;
+    title_ = "Fit of " + run.name;
+    sections_ += section_of(reported, added_, spectra_ == 1);
+    const char *const status = status_text(judge_status(run).status);
+    contents_ += "<tr><th scope=\"row\">" +
+                 element("a", "href=\"#spectrum-" + std::to_string(added_) + "\"", run.name) +
+                 "</th><td class=\"text\">" +
+                 element("span", "class=\"badge " + std::string(status) + "\"", status) +
+                 "</td><td>" + short_number(run.quality) + "</td><td>" + short_number(run.snr) +
+                 "</td><td>" + std::to_string(run.warnings.size()) + "</td></tr>\n";
 }
 
-std::string report_page(const std::vector<reported_run> &runs) {
+std::string report_page::text() const {
     page_content page;
-    page.title = runs.size() == 1 ? "Fit of " + runs[0].run.name
-                                  : "Fits of " + std::to_string(runs.size()) + " spectra";
+    const std::string count = std::to_string(spectra_) + " spectra";
+    page.title = spectra_ == 1 ? title_ : "Fits of " + count;
     page.style = std::string(uplot_style()) + std::string(report_style());
     page.scripts = {std::string(uplot_script()), std::string(charts_script()),
                     std::string(report_script())};
     page.body = "<main>\n";
-    if (runs.size() > 1) page.body += contents_of(runs);
-    for (std::size_t i = 0; i < runs.size(); ++i)
-        page.body += section_of(runs[i], i + 1, runs.size() == 1);
-    page.body += "</main>\n";
+    if (spectra_ > 1)
+        page.body +=
+            element("h1", "", count) +
+            "\n<div class=\"wide\"><table class=\"contents\">\n<thead><tr><th scope=\"col\" "
+            "class=\"text\">Spectrum</th><th scope=\"col\" class=\"text\">Status</th><th "
+            "scope=\"col\">Fit quality</th><th scope=\"col\">SNR</th><th scope=\"col\">Warnings"
+            "</th></tr></thead>\n<tbody>\n" +
+            contents_ +
+            "</tbody></table></div>\n<p class=\"muted\">Curves are kept over the fitted range with "
+            "a margin. The page of a spectrum alone has all its points: varokel-report FOLDER "
+            "--spectrum NAME -o OTHER.</p>\n";
+    page.body += sections_ + "</main>\n";
     return html_page(page);
 }
 

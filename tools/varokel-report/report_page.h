@@ -15,8 +15,22 @@ struct reported_run {
     std::vector<derived_area> derived;
 };
 
-// Errors: none for a run without results, which gets a section that says why.
-std::string report_page(const std::vector<reported_run> &runs);
+// The page of one or more spectra. What is added becomes text at once, so that the signals of many
+// need not be held together.
+class report_page {
+  public:
+    // spectra: how many will be added. One alone gets all its points; of several the fitted range
+    // and a margin are kept, in 16 bits a point.
+    explicit report_page(std::size_t spectra) : spectra_(spectra) {}
+
+    // A run without results gets a section that says why.
+    void add(const reported_run &reported);
+    std::string text() const;
+
+  private:
+    std::size_t spectra_, added_ = 0;
+    std::string title_, contents_, sections_;
+};
 
 // Data, fit, components and residual in the fitted range, phases taken off.
 std::string report_picture(const run_result &run);

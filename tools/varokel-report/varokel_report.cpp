@@ -137,15 +137,13 @@ static void add_nifti(const run_result &run, const std::string &stem,
     files.push_back({stem + "components.nii.gz", image_of(components, {dimension}, "components")});
 }
 
-static std::string derived_table(const std::vector<reported_run> &runs) {
-    std::string table = "spectrum\tname\texpression\tvalue\terror_1sd\terror_2sd\t"
-                        "error_percent_1sd\n";
-    for (const reported_run &reported : runs)
-        for (const tools::derived_area &d : reported.derived)
-            table += reported.run.name + "\t" + d.name + "\t" + d.expression + "\t" +
-                     tools::table_number(d.value) + "\t" + tools::table_number(d.error_1sd) + "\t" +
-                     tools::table_number(2.0 * d.error_1sd) + "\t" +
-                     tools::table_number(d.percent_1sd()) + "\n";
+static std::string derived_rows(const reported_run &reported) {
+    std::string table;
+    for (const tools::derived_area &d : reported.derived)
+        table += reported.run.name + "\t" + d.name + "\t" + d.expression + "\t" +
+                 tools::table_number(d.value) + "\t" + tools::table_number(d.error_1sd) + "\t" +
+                 tools::table_number(2.0 * d.error_1sd) + "\t" +
+                 tools::table_number(d.percent_1sd()) + "\n";
     return table;
 }
 
@@ -167,57 +165,91 @@ static int write_batch(const report_options &options) {
     return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
 }
 
+// Files of a spectrum that may be read for its report: none of them may be overwritten.
+static void add_inputs(const std::pair<std::string, std::string> &place,
+                       std::vector<std::string> &inputs) {
+    static const char *const own[] = {".html", ".tsv", ".svg", ".nii.gz"};
+    std::error_code error;
+    for (const fs::directory_entry &file : fs::directory_iterator(place.first, error)) {
+        const std::string name = file.path().filename().string();
+        if (name.starts_with(place.second + ".") &&
+            std::none_of(std::begin(own), std::end(own),
+                         [&](const char *ending) { return name.ends_with(ending); }))
+            inputs.push_back(file.path().string());
+    }
+}
+
 static int write_report(const report_options &options) {
     if (tools::is_batch(options.folder)) return write_batch(options);
     const auto places = places_of(options);
-    std::vector<reported_run> runs;
-    std::vector<std::string> inputs;
-    std::size_t failed = 0;
-    const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
-    for (const auto &place : places) {
-        reported_run reported{read_or_say_why(place, options, places.size() == 1), {}};
-        if (reported.run.fitted)
-            for (const std::string &text : options.derive)
-                reported.derived.push_back(tools::derive_area(reported.run, text));
-        if (tools::judge_status(reported.run).status == tools::fit_status::not_fitted) ++failed;
-        inputs.insert(inputs.end(), reported.run.files_read.begin(), reported.run.files_read.end());
-        reported.run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
-        runs.push_back(std::move(reported));
-        if (progress) std::cerr << '\r' << runs.size() << " of " << places.size() << " read";
-    }
-    if (progress) std::cerr << '\n';
-
+    const bool alone = places.size() == 1;
     const std::string output = options.output.empty() ? options.folder : options.output;
     const auto in_output = [&](const std::string &name) {
         return (fs::path(output) / name).string();
     };
+    std::vector<std::string> inputs = {options.files.names_file, options.files.start_file,
+                                       options.files.log_file};
+    for (const auto &place : places) add_inputs(place, inputs);
+    tools::output_batch files(inputs, options.force);
+    std::vector<std::string> written;
+    const auto write = [&](const tools::output_file &file) {
+        files.add(file);
+        written.push_back(file.name);
+    };
+    for (const char *const name :
+         {"report.html", "results.tsv", "results.json", "quality.tsv", "quality.json"})
+        files.refuse_overwriting(in_output(name)); // before the long work
+
+    tools::report_page page(places.size());
     std::string results = tools::results_header(), quality = tools::quality_header();
-    for (const reported_run &reported : runs) {
-        results += tools::results_rows(reported.run);
-        quality += tools::quality_row(reported.run);
+    std::string derived = "spectrum\tname\texpression\tvalue\terror_1sd\terror_2sd\t"
+                          "error_percent_1sd\n";
+    std::size_t failed = 0, done = 0;
+    const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
+    for (const auto &place : places) { // one at a time: the signals of many need much storage
+        reported_run reported{read_or_say_why(place, options, alone), {}};
+        run_result &run = reported.run;
+        if (run.fitted)
+            for (const std::string &text : options.derive)
+                reported.derived.push_back(tools::derive_area(run, text));
+        if (tools::judge_status(run).status == tools::fit_status::not_fitted) ++failed;
+        inputs.insert(inputs.end(), run.files_read.begin(), run.files_read.end());
+        run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
+        page.add(reported);
+        results += tools::results_rows(run);
+        quality += tools::quality_row(run);
+        derived += derived_rows(reported);
+        if (run.fitted) {
+            const std::string stem = in_output(alone ? "" : run.name + ".");
+            write({stem + "fit.svg", tools::report_picture(run)});
+            if (options.nifti) {
+                std::vector<tools::output_file> images;
+                std::string why_not;
+                add_nifti(run, stem, images, why_not);
+                for (const tools::output_file &image : images) write(image);
+                if (!why_not.empty())
+                    std::cerr << "varokel-report: " << run.name << ": no NIfTI-MRS: " << why_not
+                              << '\n';
+            }
+        }
+        if (progress) std::cerr << '\r' << ++done << " of " << places.size() << " read";
     }
-    std::vector<tools::output_file> files = {
-        {in_output("report.html"), tools::report_page(runs)},
-        {in_output("results.tsv"), results},
-        {in_output("results.json"), tools::results_dictionary()},
-        {in_output("quality.tsv"), quality},
-        {in_output("quality.json"), tools::quality_dictionary()}};
-    if (!options.derive.empty()) files.push_back({in_output("derived.tsv"), derived_table(runs)});
-    for (const reported_run &reported : runs) {
-        const run_result &run = reported.run;
-        if (!run.fitted) continue;
-        const std::string stem = in_output(runs.size() == 1 ? "" : run.name + ".");
-        files.push_back({stem + "fit.svg", tools::report_picture(run)});
-        std::string why_not;
-        if (options.nifti) add_nifti(run, stem, files, why_not);
-        if (!why_not.empty())
-            std::cerr << "varokel-report: " << run.name << ": no NIfTI-MRS: " << why_not << '\n';
-    }
-    tools::write_files(files, inputs, options.force);
-    for (const tools::output_file &file : files) std::cout << file.name << '\n';
+    if (progress) std::cerr << '\n';
+
+    write({in_output("results.tsv"), results});
+    write({in_output("results.json"), tools::results_dictionary()});
+    write({in_output("quality.tsv"), quality});
+    write({in_output("quality.json"), tools::quality_dictionary()});
+    if (!options.derive.empty()) write({in_output("derived.tsv"), derived});
+    write({in_output("report.html"), page.text()});
+    const tools::output_batch all_inputs(inputs, true);
+    for (const std::string &name : written) all_inputs.refuse_overwriting(name);
+    files.commit();
+    std::rotate(written.begin(), written.end() - 1, written.end()); // what is opened first
+    for (const std::string &name : written) std::cout << name << '\n';
     if (failed > 0)
-        std::cerr << "varokel-report: " << failed << " of " << runs.size()
-                  << (runs.size() == 1 ? " spectrum" : " spectra") << " not fitted\n";
+        std::cerr << "varokel-report: " << failed << " of " << places.size()
+                  << (alone ? " spectrum" : " spectra") << " not fitted\n";
     return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
 }
 

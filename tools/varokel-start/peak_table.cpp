@@ -5,11 +5,10 @@
 #include "varokel-start/table_rows.h"
 #include "varokel-start/table_scanner.h"
 
+#include "common/text_file.h"
 #include "common/tool_error.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 namespace tools {
@@ -61,6 +60,14 @@ static void check_widths(const peak_table &table) {
                 refuse_at(table, cell.place,
                           row.name + ": a " + type_name(row.type) + " line has no " + name_of(q) +
                               " width; expected \"-\"");
+        }
+        for (const int q : {gauss_of, lorentz_of}) {
+            const table_cell &cell = row.cells[static_cast<std::size_t>(q)];
+            if (row.type != pattern_entry && cell.kind == cell_kind::number && cell.value < 0.0)
+                refuse_at(table, cell.place,
+                          row.name + ": a " + name_of(q) + " width of " +
+                              std::to_string(cell.value) +
+                              "; expected one above 0 (a negative one grows in time)");
         }
         if (row.cells[frequency_of].kind == cell_kind::unused)
             refuse_at(table, row.cells[frequency_of].place,
@@ -137,14 +144,7 @@ peak_table parse_peak_table(const std::string &text, const std::string &file) {
 }
 
 peak_table read_peak_table(const std::string &file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
-        throw tool_error(bad_input, file + ": cannot be opened; expected a table of peaks");
-    std::string text;
-    text.assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-    if (stream.bad())
-        throw tool_error(bad_input, file + ": cannot be read; expected a table of peaks");
-    return parse_peak_table(text, file);
+    return parse_peak_table(read_text_file(file, "a table of peaks"), file);
 }
 
 } // namespace tools

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-start/read_start_file.h"
 
+#include "common/text_file.h"
 #include "common/tool_error.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 
 namespace tools {
 
@@ -17,11 +16,8 @@ static constexpr int most_coefficients = 4096;
 // Blank-separated words with their lines.
 class word_reader {
   public:
-    explicit word_reader(const std::string &file) : file_(file) {
-        std::ifstream stream(file, std::ios::binary);
-        if (!stream)
-            throw tool_error(bad_input, file + ": cannot be opened; expected a start value file");
-        text_.assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+    explicit word_reader(const std::string &file)
+        : file_(file), text_(read_text_file(file, "a start value file")) {
         if (text_.find('\0') != std::string::npos)
             throw tool_error(bad_input, file + ": not a text file; expected a start value file");
     }

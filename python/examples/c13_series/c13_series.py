@@ -98,7 +98,7 @@ def draw(
                     capsize=2.0,
                     color=colour,
                     markerfacecolor=face,
-                    label=name if face == colour else None,
+                    label=name.replace("_", " ") if face == colour else None,
                 )
         plot.axhline(0.0, color="0.6", linewidth=0.6)
         plot.set_ylabel("area (signal)")

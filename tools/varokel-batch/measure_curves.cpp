@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-batch/measure_curves.h"
+
+#include "varokel-start/read_start_file.h"
+#include "varokel-start/unit_curves.h"
+
+#include "common/signal_file.h"
+#include "common/tool_error.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace tools {
+
+static bool fits_something(const start_step &step) {
+    return std::any_of(step.switches.begin() + fit_areas, step.switches.begin() + fit_lineshape + 1,
+                       [](int on) { return on != 0; });
+}
+
+curve_measure::curve_measure(const start_file &start)
+    : entries(start.entries.size()), points(start.points) {
+    if (start.steps.empty()) return;
+    const start_step &first = start.steps.front();
+    const start_step *last = nullptr;
+    for (const start_step &step : start.steps)
+        if (fits_something(step)) last = &step;
+    for (const auto &[begin, end] : first.intervals) width += end - begin;
+    if (last != nullptr) {
+        kept = last->points;
+        for (const auto &[begin, end] : last->intervals)
+            if (begin < points && end >= 0 && begin <= end)
+                intervals.emplace_back(std::max<long long>(0, begin),
+                                       std::min<long long>(points - 1, end));
+    }
+    if (intervals.empty()) intervals.emplace_back(0, points - 1);
+    has_lineshape = start.fit_mode != 1;
+}
+
+// Highest magnitude of the points first to last of a complex float32 signal.
+static double highest(const std::string &bytes, long long first, long long last) {
+    double most = 0.0; // its square
+    for (long long i = first; i <= last; ++i) {
+        float parts[2];
+        std::memcpy(parts, bytes.data() + 8 * i, sizeof parts);
+        const double re = static_cast<double>(parts[0]), im = static_cast<double>(parts[1]);
+        most = std::max(most, re * re + im * im);
+    }
+    return std::sqrt(most);
+}
+
+void measure_snr(const curve_measure &measure, const std::string &fit,
+                 const std::string &components, fit_record &record) {
+    const double noise = record.figures[1];
+    record.snr = not_measured;
+    record.entry_snr.assign(measure.entries, not_measured);
+    if (fit.size() == static_cast<std::size_t>(8 * measure.points)) {
+        double most = 0.0;
+        for (const auto &[first, last] : measure.intervals)
+            most = std::max(most, highest(fit, first, last));
+        record.snr = most / noise;
+    }
+    if (components.size() != static_cast<std::size_t>(8 * measure.points) * measure.entries) return;
+    for (std::size_t k = 0; k < measure.entries; ++k) {
+        const long long begin = static_cast<long long>(k) * measure.points;
+        record.entry_snr[k] = highest(components, begin, begin + measure.points - 1) / noise;
+    }
+}
+
+complex_signal model_of_start(const curve_measure &measure, const start_file &start,
+                              const std::string &patterns) {
+    if (measure.has_lineshape) return {};
+    const curve_settings settings = {start.points, measure.kept, start.ignored, start.hz_per_point,
+                                     start.phi_1};
+    complex_signal sum(static_cast<std::size_t>(start.points));
+    try {
+        for (const start_entry &entry : start.entries) {
+            const complex_signal pattern =
+                entry.type == pattern_entry
+                    ? read_pattern(patterns + "/" + entry.pattern_file, settings)
+                    : complex_signal();
+            const complex_signal curve = unit_curve(entry, pattern, settings);
+            const std::complex<double> factor =
+                entry.parameters[area_of].value *
+                std::polar(1.0, entry.parameters[phase_of].value * M_PI / 180.0);
+            for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += factor * curve[i];
+        }
+    } catch (const tool_error &) { // the fit itself is good: the figure is left out
+        return {};
+    }
+    return sum;
+}
+
+double quality_before_fit(const curve_measure &measure, const std::string &folder, double noise) {
+    if (measure.width < 1 || !(noise > 0.0) || measure.has_lineshape) return not_measured;
+    complex_signal data, own;
+    try {
+        data = read_points(folder + "/spectrum.org", 0, measure.points);
+        if (measure.common_model.empty())
+            own = model_of_start(measure, read_start_file(folder + "/start.par"), folder);
+    } catch (const tool_error &) {
+        return not_measured;
+    }
+    const complex_signal &model = measure.common_model.empty() ? own : measure.common_model;
+    if (model.size() != data.size()) return not_measured;
+    std::vector<char> counts(data.size(), 0); // intervals may overlap
+    for (const auto &[first, last] : measure.intervals)
+        std::fill(counts.begin() + first, counts.begin() + last + 1, char{1});
+    double chi = 0.0;
+    for (std::size_t i = 0; i < data.size(); ++i)
+        if (counts[i] != 0) chi += std::norm(data[i] - model[i]);
+    return std::sqrt(chi / (2.0 * static_cast<double>(measure.width))) / noise;
+}
+
+} // namespace tools
