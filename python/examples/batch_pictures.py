@@ -50,7 +50,12 @@ class Areas:
         return values[0], values[1]
 
 
-def draw_series(run: Path, step: float, unit: str) -> Figure:
+def metadata_of(picture: Path) -> dict[str, str | None] | None:
+    """An SVG without its date."""
+    return {"Date": None} if picture.suffix == ".svg" else None
+
+
+def draw_series(run: Path, step: float, unit: str, picture: Path) -> None:
     areas = Areas(run)
     if len(areas.axes) != 1:
         raise SystemExit(f"{run}: directions {', '.join(areas.axes)}; a series has one")
@@ -76,10 +81,10 @@ def draw_series(run: Path, step: float, unit: str) -> Figure:
     plot.set_ylabel("area (signal)")
     plot.grid(alpha=0.25)
     plot.legend(frameon=False)
-    return figure
+    figure.savefig(picture, dpi=110, metadata=metadata_of(picture))
 
 
-def draw_table(run: Path, entries: list[str]) -> Figure:
+def draw_table(run: Path, entries: list[str], picture: Path) -> None:
     areas = Areas(run)
     if len(areas.axes) != 2:
         raise SystemExit(f"{run}: directions {', '.join(areas.axes)}; a table has two")
@@ -109,7 +114,7 @@ def draw_table(run: Path, entries: list[str]) -> Figure:
         plot.tick_params(labelsize=7.5, length=2)
         plot.set_xlabel(across, fontsize=8, labelpad=24)
         plot.set_ylabel(down, fontsize=8)
-    return figure
+    figure.savefig(picture, dpi=110, metadata=metadata_of(picture))
 
 
 def main() -> None:
@@ -124,11 +129,9 @@ def main() -> None:
     # text stays text, and the same numbers give the same bytes
     mpl.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "varokel"})
     if own.kind == "series":
-        figure = draw_series(own.run, own.step, own.unit)
+        draw_series(own.run, own.step, own.unit, own.picture)
     else:
-        figure = draw_table(own.run, own.entries)
-    metadata = {"Date": None} if own.picture.suffix == ".svg" else None
-    figure.savefig(own.picture, dpi=110, metadata=metadata)
+        draw_table(own.run, own.entries, own.picture)
     print(f"picture: {own.picture}")
 
 
