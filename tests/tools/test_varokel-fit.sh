@@ -159,4 +159,18 @@ true_that 'none of them made the folder' test ! -e x
 echo text >plain
 status 4 "$fit" "${one[@]}" "$c13/peaks.txt" -o plain
 holds err 'plain: no folder'
+# what cannot work is refused before any fit
+{ cat "$c13/peaks.txt"; echo 'lineshape: measured'; } >measured.txt
+status 3 "$fit" "${one[@]}" measured.txt -o without
+holds err 'measured.txt: "lineshape: measured" needs the FID of the line that was measured; expected --reference FILE'
+true_that 'nothing is made' test ! -e without
+# a name may hold a prime, in the table and in a sum
+sed "s/\\bLac\\b/H1'/g" "$c13/peaks.txt" >prime.txt
+with_report=("$c13/c13_kidney.fid.f32" --json "$c13/c13_kidney.fid.json")
+status 2 "$fit" "${with_report[@]}" prime.txt -o prime --derive "H1'/Lac"
+holds err 'Lac'
+true_that 'nothing is made of a wrong name' test ! -e prime
+status 0 "$fit" "${with_report[@]}" prime.txt -o prime --derive "H1'/Pyr"
+holds prime/derived.tsv "H1'/Pyr"
+
 finish
