@@ -2,9 +2,8 @@
 // bench_kernels.cpp -- the kernels of a model evaluation, the transform beside FFTW
 //
 // FFTW is a yardstick in this program only; the product does not link it.
-#include "model/decay.h"
+#include "kernel/transform_plan.h"
 #include "model/fft.h"
-#include "model/fft_plan.h"
 #include "model/l_shapes.h"
 #include "model/objective.h"
 #include "model/vector_lib.h"
@@ -38,10 +37,10 @@ static void lengths(benchmark::internal::Benchmark *bench) {
 static void transform(benchmark::State &state) {
     const int n = static_cast<int>(state.range(0));
     vector re(static_cast<std::size_t>(n)), im(re), work_re(re), work_im(re);
-    const fft_plan *plan = fft_plan_of(n);
+    const kernel::transform_plan plan(n);
     for (auto _ : state)
-        benchmark::DoNotOptimize(transform_split(*plan, re.data(), im.data(), work_re.data(),
-                                                 work_im.data(), 1.0 / n, true));
+        benchmark::DoNotOptimize(
+            plan.transform(re.data(), im.data(), work_re.data(), work_im.data(), 1.0 / n, true));
 }
 
 // Both directions of placing the result; the faster one counts.

@@ -2,12 +2,15 @@
 // matrix_lib.cpp -- square matrices of double, stored row by row
 #include "errors/matrix_lib.h"
 
-#include "model/lanes.h"
+#include "kernel/lanes.h"
 #include "run/storage.h"
 
 #include <cmath>
 #include <cstdio>
 #include <utility>
+
+using kernel::lanes;
+using kernel::load;
 
 static bool inside(int n, int row, int col) {
     return row >= 1 && col >= 1 && row <= n && col <= n;

@@ -7,8 +7,8 @@
 // triangle.
 #include "errors/ncr_mvb.h"
 
+#include "kernel/lanes.h"
 #include "errors/matrix_lib.h"
-#include "model/lanes.h"
 #include "model/model_context.h"
 #include "model/model_sum.h"
 #include "run/storage.h"
@@ -17,6 +17,12 @@
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+
+using kernel::load;
+using kernel::partial_sums;
+using kernel::store;
+using kernel::total;
+using kernel::width_of;
 
 static constexpr double difference_step = 1e-7; // relative; absolute for a parameter that is 0
 

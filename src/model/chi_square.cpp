@@ -7,8 +7,8 @@
 // Model and channels: docs/model.md, equations 7 to 12.
 #include "model/chi_square.h"
 
+#include "kernel/lanes.h"
 #include "model/l_shapes.h"
-#include "model/lanes.h"
 #include "model/model_sum.h"
 #include "model/prior_knowledge.h"
 #include "model/vector_lib.h"
@@ -17,6 +17,12 @@
 
 #include <cmath>
 #include <cstdio>
+
+using kernel::load;
+using kernel::partial_sums;
+using kernel::store;
+using kernel::total;
+using kernel::width_of;
 
 static void print_width_inconsistency(int k, int L) {
     std::printf("program terminated due to prior knowledge inconsistency : \n");

@@ -11,7 +11,7 @@
 // area and phase of an entry that no other follows are multiples of the same spectrum.
 #include "model/gradient.h"
 
-#include "model/lanes.h"
+#include "kernel/lanes.h"
 #include "model/model_sum.h"
 #include "model/objective.h"
 #include "model/prior_knowledge.h"
@@ -24,6 +24,12 @@
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+
+using kernel::load;
+using kernel::partial_sums;
+using kernel::store;
+using kernel::total;
+using kernel::width_of;
 
 // True when the start frequency of line k (1-based) lies at a point that does not carry weight 1.
 static bool starts_outside_intervals(int k) {

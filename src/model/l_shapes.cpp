@@ -8,7 +8,7 @@
 // spectrum (docs/model.md, equations 1 to 6).
 #include "model/l_shapes.h"
 
-#include "model/decay.h"
+#include "kernel/decay.h"
 #include "model/fft.h"
 #include "model/vector_lib.h"
 #include "run/storage.h"
@@ -32,9 +32,9 @@ static void line_curve(int ap, int td_ap_trunc, double A, double f, double g, do
     Zero_Vector(ap, re);
     Zero_Vector(ap, im);
     // points 0 and 1 are never truncated
-    add_decay({A * std::cos(psi), A * std::sin(psi), f * frscl, pi * pi * g * g / (N * N),
-               pi * L / N, d, ap, ap > 1},
-              0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
+    kernel::add_decay({A * std::cos(psi), A * std::sin(psi), f * frscl, pi * pi * g * g / (N * N),
+                       pi * L / N, d, ap, ap > 1},
+                      0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
 }
 
 static void set_leading_to_zero(int ap, int ignore, double *re, double *im) {

@@ -7,7 +7,7 @@
 // which undoes the half band of its oscillation.
 #include "model/model_sum.h"
 
-#include "model/decay.h"
+#include "kernel/decay.h"
 #include "model/fft_plan.h"
 #include "model/l_shapes.h"
 #include "run/storage.h"
@@ -70,8 +70,8 @@ bool model_sum::begin_with_kept(double factor) {
 }
 
 // Decay constants and complex amplitude of an entry; docs/model.md, equations 1 to 4.
-static decay decay_of(const curve_setting &s, const double *p, double g, double L, double factor_re,
-                      double factor_im, bool half_band) {
+static kernel::decay decay_of(const curve_setting &s, const double *p, double g, double L,
+                              double factor_re, double factor_im, bool half_band) {
     using std::numbers::pi;
     const double N = s.ap;
     const double d = s.phi_1 / 360.0;
@@ -81,7 +81,7 @@ static decay decay_of(const curve_setting &s, const double *p, double g, double 
     const double psi = omega * d / N + pi * p[phase_par] / 180.0 - pi * s.phi_1 / 360.0;
     const double c = p[area_par] * std::cos(psi);
     const double q = p[area_par] * std::sin(psi);
-    decay curve;
+    kernel::decay curve;
     curve.re = c * factor_re - q * factor_im;
     curve.im = c * factor_im + q * factor_re;
     curve.frequency = f;
@@ -152,8 +152,8 @@ void model_sum::transform() {
     if (s.ref_line == 1) Complex_Multiply(s.ap, re_, im_, s.re_ref, s.im_ref);
     re_[0] *= 0.5;
     im_[0] *= 0.5;
-    const split_vector result =
-        transform_split(*plan_, re_, im_, work_re_, work_im_, 1.0 / s.ap, true);
+    const kernel::split_vector result =
+        plan_->transform(re_, im_, work_re_, work_im_, 1.0 / s.ap, true);
     if (result.re == re_) return;
     std::swap(re_, work_re_);
     std::swap(im_, work_im_);

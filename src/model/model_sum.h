@@ -47,7 +47,7 @@ class model_sum {
     void add_pattern(int k, const double *p, double factor_re, double factor_im);
 
     curve_setting setting_{};
-    const fft_plan *plan_ = nullptr;
+    const kernel::transform_plan *plan_ = nullptr;
     double *re_ = nullptr, *im_ = nullptr;         // sum of the curves without fitted lineshape
     double *lsf_re_ = nullptr, *lsf_im_ = nullptr; // sum of those that take it
     double *work_re_ = nullptr, *work_im_ = nullptr;

@@ -2,8 +2,8 @@
 //
 // Both transforms of the product, the table-driven one on interleaved points and the split one of
 // the model, against the definition and against the laws of Fourier transforms.
+#include "kernel/transform_plan.h"
 #include "model/fft.h"
-#include "model/fft_plan.h"
 #include "model/vector_lib.h"
 #include "oracle/definition.h"
 #include "support/support.h"
@@ -25,8 +25,9 @@ static vector noise(support::random_numbers &random, std::size_t n) {
 static void split(vector &re, vector &im, bool centred = false) {
     const int n = static_cast<int>(re.size());
     vector work_re(re.size()), work_im(re.size());
-    const split_vector y = transform_split(*fft_plan_of(n), re.data(), im.data(), work_re.data(),
-                                           work_im.data(), 1.0 / n, centred);
+    const kernel::transform_plan plan(n);
+    const kernel::split_vector y =
+        plan.transform(re.data(), im.data(), work_re.data(), work_im.data(), 1.0 / n, centred);
     if (y.re == re.data()) return;
     re = work_re;
     im = work_im;

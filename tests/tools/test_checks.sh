@@ -6,13 +6,14 @@
 checks=$tree/tools/checks
 
 fresh_tree() {
-    rm -rf src
-    mkdir -p src/run src/model src/report src/control src/data src/help
+    rm -rf src kernel
+    mkdir -p kernel src/run src/model src/report src/control src/data src/help
     printf '#pragma once\n' | tee src/run/types.h src/run/varokel.h src/run/storage.h \
         src/report/fit_quality.h src/data/scan.h src/model/fft.h src/help/help.h >src/control/f_cntl.h
+    printf '#pragma once\n' >kernel/lanes.h
     printf '#include "run/types.h"\nextern int ap;\n' >src/run/state_signals.h
     printf '#include "run/state_signals.h"\n' >src/run/state.h
-    printf '#include "model/fft.h"\n#include "run/state.h"\n#include <cmath>\n' >src/model/fft.cpp
+    printf '#include "model/fft.h"\n#include "kernel/lanes.h"\n#include "run/state.h"\n#include <cmath>\n' >src/model/fft.cpp
     printf '#include "report/fit_quality.h"\n' >src/model/gradient.cpp
     printf '#include "run/varokel.h"\n#include "control/f_cntl.h"\n#include "help/help.h"\n' >src/run/varokel.cpp
     printf '#include "control/f_cntl.h"\n#include "data/scan.h"\n#include "model/fft.h"\n' >src/control/f_cntl.cpp
@@ -20,7 +21,8 @@ fresh_tree() {
 # broken RULE FILE LINE TEXT: with LINE at the end of FILE the rule fails and says TEXT
 broken() {
     fresh_tree
-    printf '%b\n' "$3" >>"src/$2"
+    case $2 in kernel/*) file=$2 ;; *) file=src/$2 ;; esac
+    printf '%b\n' "$3" >>"$file"
     status 1 "$checks/$1.sh" .
     holds out "$4"
 }
@@ -30,15 +32,18 @@ status 0 "$checks/includes.sh" .
 status 0 "$checks/externs.sh" .
 
 broken includes run/types.h '#include "model/fft.h"' 'run/types.h:2: run_floor may not include model'
+broken includes run/types.h '#include "kernel/lanes.h"' 'run_floor may not include kernel'
+broken includes kernel/lanes.h '#include "run/types.h"' 'kernel/lanes.h:2: kernel may not include run_floor'
+broken includes kernel/lanes.h '#include "kernel/none.h"' 'is not there'
 broken includes run/storage.h '#include "run/varokel.h"' 'run_floor may not include run_roof'
 broken includes model/fft.h '#include "data/scan.h"' 'model may not include data'
 broken includes model/fft.h '#include "report/fit_quality.h"' 'model may not include report'
-broken includes model/gradient.cpp '#include "report/../data/scan.h"' 'not written from src/'
+broken includes model/gradient.cpp '#include "report/../data/scan.h"' 'not written from the root'
 broken includes help/help.h '#include "model/fft.h"' 'help may not include model'
 broken includes data/scan.h '#include "control/f_cntl.h"' 'data may not include control'
 broken includes report/fit_quality.h '#include "control/f_cntl.h"' 'report may not include control'
 broken includes control/f_cntl.h '#include "run/varokel.h"' 'control may not include run_roof'
-broken includes model/fft.h '#include "fft.h"' 'not written from src/'
+broken includes model/fft.h '#include "fft.h"' 'not written from the root'
 broken includes model/fft.h '#include "run/stat.h"' 'is not there'
 broken includes model/fft.h '#  include "data/scan.h"' 'model may not include data'
 broken includes model/fft.h '#include FFT_TABLE' 'cannot read'
@@ -53,7 +58,7 @@ mkdir src/extra && printf '\n' >src/extra/new.h
 status 1 "$checks/includes.sh" .
 holds out 'folder extra/ is not in the table'
 
-broken externs model/fft.cpp 'extern int nLines;' 'model/fft.cpp:4: extern belongs into'
+broken externs model/fft.cpp 'extern int nLines;' 'model/fft.cpp:5: extern belongs into'
 broken externs run/state.h 'extern "C" int f();' 'run/state.h:2: extern belongs into'
 broken externs run/types.h 'int a; extern double b; // comment' 'run/types.h:2'
 broken externs model/fft.h '/* comment */ extern int a;' 'model/fft.h:2'
@@ -64,7 +69,7 @@ status 0 "$checks/externs.sh" .
 printf '\n' >src/run/state_signals.h
 status 1 "$checks/externs.sh" .
 holds out 'no extern at all'
-rm -rf src && mkdir src
+rm -rf src kernel && mkdir src kernel
 status 1 "$checks/includes.sh" .
 
 finish

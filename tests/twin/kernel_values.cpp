@@ -5,11 +5,11 @@
 // test compares the outputs byte by byte. Values are written as hexadecimal fractions, which
 // lose nothing. Not-a-numbers are written alike: which of two operands passes on its bits is the
 // compiler's choice.
+#include "kernel/transform_plan.h"
+
 #include "errors/error_bounds.h"
 #include "errors/matrix_lib.h"
 #include "model/chi_square.h"
-#include "model/decay.h"
-#include "model/fft_plan.h"
 #include "model/gradient.h"
 #include "model/l_shapes.h"
 #include "model/objective.h"
@@ -19,7 +19,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <string>
 #include <vector>
@@ -52,10 +51,9 @@ static void transforms(support::random_numbers &random) {
                 std::vector<double> re = noise(random, n), im = noise(random, n);
                 if (special != 0.0) re[re.size() / 3] = special;
                 std::vector<double> work_re(re.size()), work_im(re.size());
-                const fft_plan *plan = fft_plan_of(n);
-                if (plan == nullptr) std::abort();
-                const split_vector y = transform_split(*plan, re.data(), im.data(), work_re.data(),
-                                                       work_im.data(), 1.0 / n, centred);
+                const kernel::transform_plan plan(n);
+                const kernel::split_vector y = plan.transform(re.data(), im.data(), work_re.data(),
+                                                              work_im.data(), 1.0 / n, centred);
                 put("transform re", {y.re, y.re + n});
                 put("transform im", {y.im, y.im + n});
             }

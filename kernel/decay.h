@@ -2,6 +2,8 @@
 // decay.h -- damped oscillation, added to a complex vector
 #pragma once
 
+namespace kernel {
+
 // z(n) = (re + i im) exp(-gauss (n + d)^2 - lorentz (n + d) + 2 pi i frequency n / points
 //                        + pi i n, when half_band)
 struct decay {
@@ -17,3 +19,5 @@ struct decay {
 // Adds z(n) for begin <= n < end to re[n], im[n]. Values below exp(-100) of the amplitude are
 // taken as 0.
 void add_decay(const decay &curve, int begin, int end, double *re, double *im);
+
+} // namespace kernel

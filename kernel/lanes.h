@@ -20,15 +20,15 @@
 #define MULTIVERSION [[gnu::target_clones("avx2", "default")]]
 #define MULTIVERSION_WIDTHS(signature, ...)                                                        \
     [[gnu::target("avx512f")]] signature {                                                         \
-        using V = wide_lanes;                                                                      \
+        using V = ::kernel::wide_lanes;                                                            \
         __VA_ARGS__;                                                                               \
     }                                                                                              \
     [[gnu::target("avx2")]] signature {                                                            \
-        using V = lanes;                                                                           \
+        using V = ::kernel::lanes;                                                                 \
         __VA_ARGS__;                                                                               \
     }                                                                                              \
     [[gnu::target("default")]] signature {                                                         \
-        using V = lanes;                                                                           \
+        using V = ::kernel::lanes;                                                                 \
         __VA_ARGS__;                                                                               \
     }
 #else
@@ -36,10 +36,12 @@
 #define MULTIVERSION
 #define MULTIVERSION_WIDTHS(signature, ...)                                                        \
     signature {                                                                                    \
-        using V = lanes;                                                                           \
+        using V = ::kernel::lanes;                                                                 \
         __VA_ARGS__;                                                                               \
     }
 #endif
+
+namespace kernel {
 
 typedef double lanes __attribute__((vector_size(32)));
 typedef double wide_lanes __attribute__((vector_size(64)));
@@ -66,3 +68,5 @@ inline constexpr int width_of = static_cast<int>(sizeof(V) / sizeof(double));
 [[gnu::always_inline]] inline double total(const double *p) {
     return ((p[0] + p[1]) + (p[2] + p[3])) + ((p[4] + p[5]) + (p[6] + p[7]));
 }
+
+} // namespace kernel

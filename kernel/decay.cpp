@@ -10,13 +10,15 @@
 // exponential; the vectors that hold them do not wait for each other. Each block of 512 points
 // starts from library values again: R gathers 1 rounding error a step, z their sum, 32^2/2 units in
 // the last place (6e-14) at the end of a block with a Gaussian decay and 32 (4e-15) without.
-#include "model/decay.h"
+#include "kernel/decay.h"
 
-#include "model/lanes.h"
+#include "kernel/lanes.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+
+namespace kernel {
 
 static constexpr int step = 16;
 static constexpr int block = 512;
@@ -227,3 +229,5 @@ void add_decay(const decay &curve, int begin, int end, double *re, double *im) {
     for (int n = begin; n < end; n += block)
         add_block(curve, s, n, std::min(end, n + block), re, im);
 }
+
+} // namespace kernel
