@@ -8,21 +8,15 @@
 #include "errors/ncr_mvb.h"
 
 #include "kernel/lanes.h"
+#include "kernel/sums.h"
 #include "errors/matrix_lib.h"
 #include "model/model_context.h"
 #include "model/model_sum.h"
 #include "run/storage.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <numbers>
-
-using kernel::load;
-using kernel::partial_sums;
-using kernel::store;
-using kernel::total;
-using kernel::width_of;
 
 static constexpr double difference_step = 1e-7; // relative; absolute for a parameter that is 0
 
@@ -138,65 +132,6 @@ void f_new_complex_select(const int &ap, const int &index, const int &N, double 
         dre[k] = sum.re()[k] / h;
         dim[k] = sum.im()[k] / h;
     }
-}
-
-static constexpr int tile = 4;    // rows times rows at a time: 16 sums fit the registers
-static constexpr int block = 512; // values of a row at a time: 8 rows of them fit the first cache
-
-// out[tile r + c] = sum over n values of row r of a times row c of b, rows `stride` apart. Each
-// loaded value is used four times. n is a multiple of 8.
-template <class V>
-[[gnu::always_inline]] inline void multiply_rows(int n, long long stride, const double *a,
-                                                 const double *b, double *out) {
-    double part[tile * tile][partial_sums];
-    for (int first = 0; first < partial_sums; first += width_of<V>) {
-        V sum[tile][tile] = {};
-        for (int i = first; i < n; i += partial_sums) {
-            V x[tile], y;
-            // unrolled, so that the sums stand in registers
-#pragma GCC unroll 4
-            for (int r = 0; r < tile; ++r) load(x[r], a + r * stride + i);
-#pragma GCC unroll 4
-            for (int c = 0; c < tile; ++c) {
-                load(y, b + c * stride + i);
-#pragma GCC unroll 4
-                for (int r = 0; r < tile; ++r) sum[r][c] += x[r] * y;
-            }
-        }
-#pragma GCC unroll 4
-        for (int r = 0; r < tile; ++r)
-#pragma GCC unroll 4
-            for (int c = 0; c < tile; ++c) store(part[tile * r + c] + first, sum[r][c]);
-    }
-    for (int k = 0; k < tile * tile; ++k) out[k] = total(part[k]);
-}
-
-MULTIVERSION_WIDTHS(static void products_of_rows(int n, long long stride, const double *a,
-                                                 const double *b, double *out),
-                    multiply_rows<V>(n, stride, a, b, out))
-
-// F(i, j) = sum of the products of rows i and j; the matrix is symmetric. The rows are taken in
-// blocks, so that the values in use stay in the cache. There are rows of zeros behind the last one
-// up to a multiple of `tile`.
-static void fill_fisher_matrix(int nfree, long long row_length, const double *rows, double *covar) {
-    for (long long start = 0; start < row_length; start += block) {
-        const int n = static_cast<int>(std::min<long long>(block, row_length - start));
-        for (int i = 0; i < nfree; i += tile) {
-            for (int j = i; j < nfree; j += tile) {
-                double out[tile * tile];
-                products_of_rows(n, row_length, rows + i * row_length + start,
-                                 rows + j * row_length + start, out);
-                for (int r = 0; r < tile && i + r < nfree; ++r) {
-                    double *const sums = covar + static_cast<long long>(i + r) * nfree;
-                    for (int c = 0; c < tile && j + c < nfree; ++c)
-                        sums[j + c] += out[tile * r + c];
-                }
-            }
-        }
-    }
-    for (int i = 1; i <= nfree; ++i)
-        for (int j = i + 1; j <= nfree; ++j)
-            push_2d_element(covar, nfree, j, i, pop_2d_element(covar, nfree, i, j));
 }
 
 // Values of (f_re + i f_im)(re + i im) at the points that count, the real parts if `real`, else the
@@ -340,10 +275,10 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
     }
     const long long values =
         points * ((real_channel ? 1 : 0) + (imaginary_channel ? 1 : 0)); // of one derivative
-    const long long row_length = (values + 7) / 8 * 8;                   // rows end in zeros
+    const long long row_length = kernel::padded_values(values);          // rows end in zeros
 
     // All derivatives side by side, at the points and in the channels that count.
-    const long long rows = (nfree + tile - 1LL) / tile * tile;
+    const long long rows = kernel::padded_rows(nfree);
     const scratch<double> derivatives(rows * row_length,
                                       " Memory requested to store gr_l_re[] in cr_mvb() is not "
                                       "available\n");
@@ -393,7 +328,7 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
             for (int kind = 0; kind < pars_per_entry; ++kind)
                 q += fixpar[pars_per_entry * (s - 1) + kind].fixed_to == 0 ? 1 : 0;
         }
-        fill_fisher_matrix(nfree, row_length, derivatives, covar);
+        kernel::add_products(nfree, row_length, derivatives, covar);
         gaussj(covar, nfree);
         spread_errors(N, nLines, nfree, sigma, covar, par, fixpar, errpar);
     }
