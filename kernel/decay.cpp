@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace kernel {
@@ -49,13 +50,23 @@ static double turns_at(const decay &curve, int n) {
     return whole_turns + fraction * n / N + half_band;
 }
 
-static void add_plainly(const decay &curve, int begin, int end, double *re, double *im) {
+// The rows that a curve is added to: row k takes t^k z.
+template <int highest>
+struct rows_of {
+    complex_row row[highest + 1];
+};
+
+template <int highest>
+static void add_plainly(const decay &curve, int begin, int end, const rows_of<highest> &out) {
     for (int n = begin; n < end; ++n) {
         const double t = n + curve.d;
         const double e = std::exp(-curve.gauss * t * t - curve.lorentz * t);
-        const complex_value z = product({e * curve.re, e * curve.im}, turned(turns_at(curve, n)));
-        re[n] += z.re;
-        im[n] += z.im;
+        complex_value z = product({e * curve.re, e * curve.im}, turned(turns_at(curve, n)));
+        for (int k = 0; k <= highest; ++k) {
+            out.row[k].re[n] += z.re;
+            out.row[k].im[n] += z.im;
+            z = {z.re * t, z.im * t};
+        }
     }
 }
 
@@ -94,85 +105,102 @@ static stepping stepping_of(const decay &curve) {
     return s;
 }
 
-template <class V>
-[[gnu::always_inline]] static inline void
-add_lorentzian(const double *z0_re, const double *z0_im, complex_value r, int n,
-               double *__restrict re, double *__restrict im) {
+// Adds a vector of z to the places from `at` on, and t z and t^2 z to those of their rows.
+template <class V, int highest>
+[[gnu::always_inline]] static inline void add_vector(V z_re, V z_im, V t, int at,
+                                                     const rows_of<highest> &out) {
+#pragma GCC unroll 3
+    for (int k = 0; k <= highest; ++k) {
+        V v;
+        load(v, out.row[k].re + at);
+        store(out.row[k].re + at, v + z_re);
+        load(v, out.row[k].im + at);
+        store(out.row[k].im + at, v + z_im);
+        z_re *= t;
+        z_im *= t;
+    }
+}
+
+// Sixteen values of z, from which the steps start, and the factors that they advance with.
+struct block_start {
+    double z_re[step], z_im[step];
+    double g[step];  // Gaussian part of R at each of them
+    complex_value r; // the rest of R
+    double change;   // of the Gaussian part, per step
+    double d;
+};
+
+// Adds the n points (a multiple of 16) from `begin` on.
+template <class V, bool gaussian, int highest>
+[[gnu::always_inline]] static inline void advance(const block_start &b, int begin, int n,
+                                                  const rows_of<highest> &out) {
     constexpr int vectors = step / width_of<V>;
     const V zero = {};
-    const V r_re = zero + r.re;
-    const V r_im = zero + r.im;
-    V z_re[vectors], z_im[vectors];
+    const V all_re = zero + b.r.re;
+    const V all_im = zero + b.r.im;
+    V z_re[vectors], z_im[vectors], r_re[vectors], r_im[vectors], place[vectors];
 #pragma GCC unroll 4
     for (int k = 0; k < vectors; ++k) {
-        load(z_re[k], z0_re + k * width_of<V>);
-        load(z_im[k], z0_im + k * width_of<V>);
+        load(z_re[k], b.z_re + k * width_of<V>);
+        load(z_im[k], b.z_im + k * width_of<V>);
+        if constexpr (gaussian) {
+            V g;
+            load(g, b.g + k * width_of<V>);
+            r_re[k] = g * b.r.re;
+            r_im[k] = g * b.r.im;
+        }
+        if constexpr (highest > 0)
+            for (int j = 0; j < width_of<V>; ++j) place[k][j] = begin + k * width_of<V> + j;
     }
-    for (int i = 0; i < n; i += step) {
+    for (int i = begin; i < begin + n; i += step) {
 #pragma GCC unroll 4
         for (int k = 0; k < vectors; ++k) {
-            V v;
             const int at = i + k * width_of<V>;
-            load(v, re + at);
-            store(re + at, v + z_re[k]);
-            load(v, im + at);
-            store(im + at, v + z_im[k]);
-            const V product = z_re[k] * r_re - z_im[k] * r_im;
-            z_im[k] = z_re[k] * r_im + z_im[k] * r_re;
+            if constexpr (highest > 0) {
+                add_vector<V, highest>(z_re[k], z_im[k], place[k] + b.d, at, out);
+                place[k] += static_cast<double>(step);
+            } else {
+                add_vector<V, highest>(z_re[k], z_im[k], zero, at, out);
+            }
+            const V f_re = gaussian ? r_re[k] : all_re;
+            const V f_im = gaussian ? r_im[k] : all_im;
+            const V product = z_re[k] * f_re - z_im[k] * f_im;
+            z_im[k] = z_re[k] * f_im + z_im[k] * f_re;
             z_re[k] = product;
+            if constexpr (gaussian) {
+                r_re[k] *= b.change;
+                r_im[k] *= b.change;
+            }
         }
     }
 }
 
-MULTIVERSION_WIDTHS(static void run_lorentzian(const double *z0_re, const double *z0_im,
-                                               complex_value r, int n, double *re, double *im),
-                    add_lorentzian<V>(z0_re, z0_im, r, n, re, im))
+MULTIVERSION_WIDTHS(static void run_lorentzian(const block_start &b, int begin, int n,
+                                               const rows_of<0> &out),
+                    advance<V, false, 0>(b, begin, n, out))
+MULTIVERSION_WIDTHS(static void run_gaussian(const block_start &b, int begin, int n,
+                                             const rows_of<0> &out),
+                    advance<V, true, 0>(b, begin, n, out))
+MULTIVERSION_WIDTHS(static void run_lorentzian(const block_start &b, int begin, int n,
+                                               const rows_of<1> &out),
+                    advance<V, false, 1>(b, begin, n, out))
+MULTIVERSION_WIDTHS(static void run_gaussian(const block_start &b, int begin, int n,
+                                             const rows_of<1> &out),
+                    advance<V, true, 1>(b, begin, n, out))
+MULTIVERSION_WIDTHS(static void run_lorentzian(const block_start &b, int begin, int n,
+                                               const rows_of<2> &out),
+                    advance<V, false, 2>(b, begin, n, out))
+MULTIVERSION_WIDTHS(static void run_gaussian(const block_start &b, int begin, int n,
+                                             const rows_of<2> &out),
+                    advance<V, true, 2>(b, begin, n, out))
 
-template <class V>
-[[gnu::always_inline]] static inline void
-add_gaussian(const double *z0_re, const double *z0_im, const double *g0, complex_value r,
-             double change, int n, double *__restrict re, double *__restrict im) {
-    constexpr int vectors = step / width_of<V>;
-    V z_re[vectors], z_im[vectors], r_re[vectors], r_im[vectors];
-#pragma GCC unroll 4
-    for (int k = 0; k < vectors; ++k) {
-        V g;
-        load(z_re[k], z0_re + k * width_of<V>);
-        load(z_im[k], z0_im + k * width_of<V>);
-        load(g, g0 + k * width_of<V>);
-        r_re[k] = g * r.re;
-        r_im[k] = g * r.im;
-    }
-    for (int i = 0; i < n; i += step) {
-#pragma GCC unroll 4
-        for (int k = 0; k < vectors; ++k) {
-            V v;
-            const int at = i + k * width_of<V>;
-            load(v, re + at);
-            store(re + at, v + z_re[k]);
-            load(v, im + at);
-            store(im + at, v + z_im[k]);
-            const V product = z_re[k] * r_re[k] - z_im[k] * r_im[k];
-            z_im[k] = z_re[k] * r_im[k] + z_im[k] * r_re[k];
-            z_re[k] = product;
-            r_re[k] *= change;
-            r_im[k] *= change;
-        }
-    }
-}
-
-MULTIVERSION_WIDTHS(static void run_gaussian(const double *z0_re, const double *z0_im,
-                                             const double *g0, complex_value r, double change,
-                                             int n, double *re, double *im),
-                    add_gaussian<V>(z0_re, z0_im, g0, r, change, n, re, im))
-
-static void add_block(const decay &curve, const stepping &s, int begin, int end, double *re,
-                      double *im) {
+template <int highest>
+static void add_block(const decay &curve, const stepping &s, int begin, int end,
+                      const rows_of<highest> &out) {
     const double t = begin + curve.d;
     const double e = std::exp(-curve.gauss * t * t - curve.lorentz * t);
     const complex_value turn = turned(turns_at(curve, begin));
     const complex_value start = product({e * curve.re, e * curve.im}, turn);
-    double z_re[step], z_im[step], g[step];
     double cross = 1.0; // exp(-2 gauss t): the slope of the Gaussian where the block begins
     if (s.gaussian) cross = std::exp(-2.0 * curve.gauss * t);
     const complex_value w = {s.one.re * cross, s.one.im * cross};
@@ -185,23 +213,38 @@ static void add_block(const decay &curve, const stepping &s, int begin, int end,
     for (int j = 0; j < 2; ++j) z[j + 2] = product(z[j], w2);
     for (int j = 0; j < 4; ++j) z[j + 4] = product(z[j], w4);
     for (int j = 0; j < 8; ++j) z[j + 8] = product(z[j], w8);
+    block_start b;
+    b.r = s.all;
+    b.d = curve.d;
     for (int j = 0; j < step; ++j) {
         const double q = s.gaussian ? s.gauss_square[j] : 1.0;
-        z_re[j] = z[j].re * q;
-        z_im[j] = z[j].im * q;
+        b.z_re[j] = z[j].re * q;
+        b.z_im[j] = z[j].im * q;
     }
     const int whole = (end - begin) / step * step;
     if (s.gaussian) {
-        g[0] = std::exp(-2.0 * curve.gauss * step * t) * s.gauss_ss;
-        for (int j = 1; j < step; ++j) g[j] = g[j - 1] * s.gauss_2s;
-        run_gaussian(z_re, z_im, g, s.all, s.change, whole, re + begin, im + begin);
+        b.change = s.change;
+        b.g[0] = std::exp(-2.0 * curve.gauss * step * t) * s.gauss_ss;
+        for (int j = 1; j < step; ++j) b.g[j] = b.g[j - 1] * s.gauss_2s;
+        run_gaussian(b, begin, whole, out);
     } else {
-        run_lorentzian(z_re, z_im, s.all, whole, re + begin, im + begin);
+        run_lorentzian(b, begin, whole, out);
     }
-    add_plainly(curve, begin + whole, end, re, im);
+    add_plainly(curve, begin + whole, end, out);
 }
 
-void add_decay(const decay &curve, int begin, int end, double *re, double *im) {
+double time_of_exponent(double gauss, double lorentz, double exponent) {
+    const double root = std::sqrt(lorentz * lorentz + 4.0 * gauss * exponent);
+    // Of the two forms of the larger solution, the one whose sum does not cancel. The decays may
+    // be twenty powers of ten apart: then root and lorentz are equal.
+    if (lorentz >= 0.0) return 2.0 * exponent / (lorentz + root);
+    if (!(gauss > 0.0)) return std::numeric_limits<double>::infinity();
+    if (std::isinf(root)) return std::sqrt(exponent / gauss) - lorentz / gauss;
+    return 0.5 * (root - lorentz) / gauss;
+}
+
+template <int highest>
+static void add(const decay &curve, int begin, int end, const rows_of<highest> &out) {
     if (end <= begin) return;
     const double a = curve.gauss;
     const double b = curve.lorentz;
@@ -214,20 +257,29 @@ void add_decay(const decay &curve, int begin, int end, double *re, double *im) {
                       (first >= 0.0 || a * first * first < negligible) && std::isfinite(a) &&
                       std::fabs(curve.frequency) < 1e9;
     if (!tame) {
-        add_plainly(curve, begin, end, re, im);
+        add_plainly(curve, begin, end, out);
         return;
     }
     // where the decay has fallen below what a double can tell from nothing
-    double reach = last;
-    if (a > 0.0) {
-        reach = (-b + std::sqrt(b * b + 4.0 * a * negligible)) / (2.0 * a);
-    } else if (b > 0.0) {
-        reach = negligible / b;
+    const double reach = time_of_exponent(a, b, negligible);
+    if (reach < last) {
+        const double stop = std::ceil(reach - curve.d) + 1.0;
+        end = stop > begin ? static_cast<int>(stop) : begin;
     }
-    if (reach < last) end = std::max(begin, static_cast<int>(std::ceil(reach - curve.d)) + 1);
     const stepping s = stepping_of(curve);
-    for (int n = begin; n < end; n += block)
-        add_block(curve, s, n, std::min(end, n + block), re, im);
+    for (int n = begin; n < end; n += block) add_block(curve, s, n, std::min(end, n + block), out);
+}
+
+void add_decay(const decay &curve, int begin, int end, double *re, double *im) {
+    add<0>(curve, begin, end, {{{re, im}}});
+}
+
+void add_decay_moments(const decay &curve, int begin, int end, int highest,
+                       const complex_row *row) {
+    if (highest == 1)
+        add<1>(curve, begin, end, {{row[0], row[1]}});
+    else
+        add<2>(curve, begin, end, {{row[0], row[1], row[2]}});
 }
 
 } // namespace kernel
