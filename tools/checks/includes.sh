@@ -1,18 +1,19 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: BSD-3-Clause
 #
-# includes.sh [ROOT] -- who may include whom in kernel/ and src/
+# includes.sh [ROOT] -- who may include whom in kernel/, engine/ and src/
 #
 # Prints every line that breaks the table below and ends with status 1 when there is one.
 set -eu
 root=${1:-$(dirname "$0")/../..}
 cd "$root"
 
-find kernel src -name '*.h' -o -name '*.cpp' | LC_ALL=C sort | xargs awk '
+find kernel engine src -name '*.h' -o -name '*.cpp' | LC_ALL=C sort | xargs awk '
 BEGIN {
     # the folders that a folder may include besides itself; those of src/ by their own names, and
     # run/ has a floor and a roof
     allowed["kernel"] = ""
+    allowed["engine"] = "kernel"
     allowed["run_floor"] = ""
     allowed["model"] = "kernel run_floor"
     allowed["minimize"] = allowed["errors"] = allowed["data"] = "kernel model run_floor"
@@ -47,7 +48,7 @@ FNR == 1 {
     if (!match($0, /"[^"]*"/)) { complain("include that this check cannot read: " $0); next }
     name = substr($0, RSTART + 1, RLENGTH - 2)
     if (name !~ /^[a-z]+\/[a-z0-9_]+\.h$/) { complain("\"" name "\" is not written from the root or from src/, as folder/file.h"); next }
-    where = name ~ /^kernel\// ? name : "src/" name
+    where = name ~ /^(kernel|engine)\// ? name : "src/" name
     if ((getline unused < where) < 0) { complain("\"" name "\" is not there"); next }
     close(where)
     if (file ~ /\.cpp$/ && name == own && quoted) complain("own header comes first")
@@ -60,7 +61,7 @@ FNR == 1 {
 }
 
 END {
-    if (files < 1) { print "no files in kernel/ and src/"; exit 1 }
+    if (files < 1) { print "no files in kernel/, engine/ and src/"; exit 1 }
     if (!bad) printf "%d files include downwards only\n", files
     exit bad
 }' || exit 1

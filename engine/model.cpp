@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// model.cpp -- what a fit evaluates again and again, checked and sorted once
+#include "engine/model.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace engine {
+
+static std::string number(double value) {
+    std::string text = std::to_string(value);
+    return text;
+}
+
+static std::string fault_of_axis(const fit_problem &p) {
+    const int n = p.when.points;
+    if (n < 2 || !kernel::transform_plan::exists_for(n))
+        return "the number of points is no power of two between 2 and 2^24";
+    if (p.spectrum.size() != static_cast<std::size_t>(n))
+        return "the spectrum has " + std::to_string(p.spectrum.size()) + " points, not " +
+               std::to_string(n);
+    if (!(p.noise_sd > 0.0) || !std::isfinite(p.noise_sd))
+        return "the noise standard deviation is " + number(p.noise_sd) +
+               "; expected a positive number";
+    if (p.when.ignored < 0 || p.when.kept < 0 || p.when.kept > n || p.when.ignored >= n)
+        return "the decay has no points from " + std::to_string(p.when.ignored) + " to " +
+               std::to_string(p.when.kept);
+    if (!std::isfinite(p.when.first_order_phase)) return "the first-order phase is not finite";
+    for (std::size_t i = 0; i < p.spectrum.size(); ++i)
+        if (!std::isfinite(p.spectrum[i].real()) || !std::isfinite(p.spectrum[i].imag()))
+            return "point " + std::to_string(i) + " of the spectrum is not finite";
+    return "";
+}
+
+static std::string fault_of_shapes(const fit_problem &p) {
+    const std::size_t n = static_cast<std::size_t>(p.when.points);
+    if (!p.measured_lineshape.empty() && p.measured_lineshape.size() != n)
+        return "the measured lineshape has " + std::to_string(p.measured_lineshape.size()) +
+               " points, not " + std::to_string(n);
+    for (const complex_signal &pattern : p.patterns)
+        if (pattern.size() != n)
+            return "a pattern has " + std::to_string(pattern.size()) + " points, not " +
+                   std::to_string(n);
+    if (p.lineshape.empty()) return "";
+    if (p.lineshape.size() > n) return "the lineshape has more coefficients than there are points";
+    std::complex<double> sum = 0.0;
+    for (const std::complex<double> c : p.lineshape) sum += c;
+    if (!(std::abs(sum) > 0.0) || !std::isfinite(std::abs(sum)))
+        return "the coefficients of the lineshape sum up to 0, so that it is nothing at time 0";
+    return "";
+}
+
+// Intervals in order, those that touch or overlap as one.
+static result<std::vector<interval>> merged(const fit_problem &p) {
+    std::vector<interval> runs = p.intervals;
+    if (runs.empty()) runs.push_back({0, p.when.points - 1});
+    for (const interval &i : runs)
+        if (i.first < 0 || i.first > i.last || i.last >= p.when.points)
+            return failure{-1, "the interval from point " + std::to_string(i.first) + " to " +
+                                   std::to_string(i.last) + " is not in the spectrum"};
+    std::sort(runs.begin(), runs.end(),
+              [](const interval &a, const interval &b) { return a.first < b.first; });
+    std::vector<interval> out;
+    for (const interval &i : runs) {
+        if (!out.empty() && i.first <= out.back().last + 1)
+            out.back().last = std::max(out.back().last, i.last);
+        else
+            out.push_back(i);
+    }
+    return out;
+}
+
+// Whether entries a and b differ by constants alone: one column of their transforms serves both.
+bool model::together(const std::vector<entry> &entries, int a, int b) const {
+    const entry &first = entries[static_cast<std::size_t>(a)];
+    const entry &second = entries[static_cast<std::size_t>(b)];
+    if (first.type == line_type::pattern || second.type == line_type::pattern) return false;
+    if (first.takes_lineshape != second.takes_lineshape) return false;
+    for (int i = 0; i < quantities; ++i) {
+        const quantity q = static_cast<quantity>(i);
+        const affine &x = map_.of(a, q), &y = map_.of(b, q);
+        if (x.column != y.column) return false;
+        if (q == area) {
+            if (x.column >= 0 && (x.offset != 0.0 || y.offset != 0.0)) return false;
+            if ((x.column >= 0 ? x.factor : x.offset) == 0.0) return false;
+            continue;
+        }
+        if (x.column >= 0 && x.factor != y.factor) return false;
+        if (q == gauss_width && x.column >= 0 && x.offset != y.offset) return false;
+    }
+    return true;
+}
+
+void model::make_groups(const std::vector<entry> &entries) {
+    for (int k = 0; k < map_.entries(); ++k) {
+        const entry &e = entries[static_cast<std::size_t>(k)];
+        auto at = std::find_if(groups_.begin(), groups_.end(), [&](const group &g) {
+            return together(entries, g.entries.front(), k);
+        });
+        if (at == groups_.end()) {
+            at = groups_.insert(groups_.end(), group());
+            if (e.type == line_type::pattern) at->pattern = e.pattern;
+            at->takes_lineshape = e.takes_lineshape && !lineshape_.empty();
+        }
+        const affine &own = map_.of(k, area);
+        const affine &first = map_.of(at->entries.empty() ? k : at->entries.front(), area);
+        at->entries.push_back(k);
+        at->ratios.push_back(&own == &first    ? 1.0
+                             : own.column >= 0 ? own.factor / first.factor
+                                               : own.offset / first.offset);
+        const auto moves = [&](quantity q) { return map_.of(k, q).column >= 0; };
+        at->moves[0] = at->moves[0] || moves(area) || moves(phase);
+        at->moves[1] = at->moves[1] || moves(frequency) || moves(lorentz_width);
+        at->moves[2] = at->moves[2] || moves(gauss_width);
+    }
+}
+
+result<model> model::make(const fit_problem &problem) {
+    for (const std::string &fault : {fault_of_axis(problem), fault_of_shapes(problem)})
+        if (!fault.empty()) return failure{-1, fault};
+    if (problem.entries.empty()) return failure{-1, "there are no entries"};
+    for (std::size_t k = 0; k < problem.entries.size(); ++k) {
+        const entry &e = problem.entries[k];
+        const int type = static_cast<int>(e.type);
+        if (type < 1 || type > 4) return failure{static_cast<int>(k), "is of no known line type"};
+        if (e.type == line_type::pattern &&
+            (e.pattern < 0 || static_cast<std::size_t>(e.pattern) >= problem.patterns.size()))
+            return failure{static_cast<int>(k), "names a pattern that is not there"};
+    }
+    result<std::vector<interval>> runs = merged(problem);
+    if (!runs) return runs.why();
+    result<parameter_map> map = parameter_map::make(problem.entries);
+    if (!map) return map.why();
+
+    model m;
+    m.when_ = problem.when;
+    if (m.when_.kept == 0) m.when_.kept = m.when_.points;
+    m.when_.kept = std::max(m.when_.kept, 2);
+    m.map_ = std::move(*map);
+    m.runs_ = std::move(*runs);
+    m.part_ = problem.part;
+    m.noise_sd_ = problem.noise_sd;
+    for (const entry &e : problem.entries) m.types_.push_back(e.type);
+    m.patterns_ = problem.patterns;
+    m.measured_lineshape_ = problem.measured_lineshape;
+    m.lineshape_ = problem.lineshape;
+    if (problem.lineshape_free && !m.lineshape_.empty()) {
+        const auto largest = std::max_element(m.lineshape_.begin(), m.lineshape_.end(),
+                                              [](std::complex<double> a, std::complex<double> b) {
+                                                  return std::norm(a) < std::norm(b);
+                                              });
+        m.held_coefficient_ = static_cast<int>(largest - m.lineshape_.begin());
+        m.lineshape_columns_ = 2 * (static_cast<int>(m.lineshape_.size()) - 1);
+    }
+    m.make_groups(problem.entries);
+    for (const interval &i : m.runs_) m.rows_ += i.last - i.first + 1;
+    if (m.part_ == channel::both) m.rows_ *= 2;
+    m.plan_ = std::make_shared<const kernel::transform_plan>(m.when_.points);
+    m.take_data(problem.spectrum);
+    return m;
+}
+
+// The decay of a centred spectrum: conj(forward(conj)) is the transform backward.
+void model::take_data(const complex_signal &spectrum) {
+    const std::size_t n = spectrum.size();
+    std::vector<double> storage(4 * n);
+    double *const re = storage.data(), *const im = re + n, *const work = im + n;
+    for (std::size_t i = 0; i < n; ++i) { // half a band off, so that the carrier comes first
+        re[i] = spectrum[(i + n / 2) % n].real();
+        im[i] = -spectrum[(i + n / 2) % n].imag();
+    }
+    const kernel::split_vector decay = plan_->transform(re, im, work, work + n, 1.0, false);
+    decay_of_data_.assign(n, 0.0);
+    const std::size_t begin = static_cast<std::size_t>(when_.ignored);
+    const std::size_t end = static_cast<std::size_t>(when_.kept);
+    for (std::size_t i = begin; i < end; ++i) decay_of_data_[i] = {decay.re[i], -decay.im[i]};
+    cut_ = begin > 0 || end < n;
+    spectrum_ = spectrum;
+}
+
+std::vector<std::complex<double>> model::lineshape_of(std::span<const double> x) const {
+    std::vector<std::complex<double>> out = lineshape_;
+    if (lineshape_columns_ == 0) return out;
+    std::size_t next = static_cast<std::size_t>(map_.columns());
+    for (std::size_t j = 0; j < out.size(); ++j) {
+        if (static_cast<int>(j) == held_coefficient_) continue;
+        out[j] = {x[next], x[next + 1]};
+        next += 2;
+    }
+    return out;
+}
+
+std::vector<double> model::starts() const {
+    std::vector<double> x = map_.starts();
+    for (int j = 0; j < static_cast<int>(lineshape_.size()) && lineshape_columns_ > 0; ++j) {
+        if (j == held_coefficient_) continue;
+        x.push_back(lineshape_[static_cast<std::size_t>(j)].real());
+        x.push_back(lineshape_[static_cast<std::size_t>(j)].imag());
+    }
+    return x;
+}
+
+} // namespace engine

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// model.h -- the model of a problem, its residual and its Jacobian
+//
+// A curve is A e(t) with e(t) = exp(i psi) exp(2 pi i f t - pi L t - pi^2 g^2 t^2), t = (n + d) /
+// N. Its derivatives are the curve itself times a power of the time:
+//
+//   d/dA = e     d/dphi = i c     d/df = 2 pi i t c     d/dL = -pi t c     d/d(g^2) = -pi^2 t^2 c
+//
+// so area and phase share the transform of e, frequency and Lorentzian width that of t e. Entries
+// that move together in all five parameters (the lines of a multiplet) are one group: their sum is
+// transformed, not each of them.
+//
+// Everything is in units of the noise standard deviation, per fitted value: a row of the Jacobian
+// holds the real parts of the fitted points, then the imaginary ones.
+#pragma once
+
+#include "engine/parameter_map.h"
+
+#include "kernel/transform_plan.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace engine {
+
+// What a fit evaluates again and again, checked and sorted once. Constant, so that many threads may
+// share one, each with a workspace of its own.
+class model {
+  public:
+    // Errors: what parameter_map refuses; points, intervals, noise and data that no fit can have.
+    static result<model> make(const fit_problem &problem);
+
+    const parameter_map &map() const { return map_; }
+    int columns() const { return map_.columns() + lineshape_columns_; }
+    int lineshape_columns() const { return lineshape_columns_; }
+    int points() const { return when_.points; }
+    const acquisition &when() const { return when_; }
+    int rows() const { return rows_; } // fitted values: points, twice for both channels
+    std::span<const interval> intervals() const { return runs_; }
+    channel part() const { return part_; }
+    double noise_sd() const { return noise_sd_; }
+    std::vector<double> starts() const; // of the columns, lineshape included
+    bool is_pattern(int entry) const {
+        return types_[static_cast<std::size_t>(entry)] == line_type::pattern;
+    }
+    // Entries that move together, the first of a group, and how many groups there are.
+    int groups() const { return static_cast<int>(groups_.size()); }
+    const std::vector<int> &entries_of_group(int g) const {
+        return groups_[static_cast<std::size_t>(g)].entries;
+    }
+    // Coefficients of the fitted lineshape, from the columns or as they are.
+    std::vector<std::complex<double>> lineshape_of(std::span<const double> x) const;
+
+  private:
+    friend class model_workspace;
+
+    // Lines that follow one another in everything, or one pattern.
+    struct group {
+        std::vector<int> entries;
+        std::vector<double> ratios; // of the areas, to the first entry's
+        int pattern = -1;
+        bool takes_lineshape = false;
+        bool moves[3] = {false, false, false}; // whether a column needs e, t e, t^2 e
+    };
+    void make_groups(const std::vector<entry> &entries);
+    void take_data(const complex_signal &spectrum);
+    bool together(const std::vector<entry> &entries, int a, int b) const;
+
+    acquisition when_;
+    parameter_map map_;
+    std::vector<line_type> types_;
+    std::vector<group> groups_;
+    std::vector<interval> runs_; // merged and in order
+    channel part_ = channel::both;
+    double noise_sd_ = 1.0;
+    int rows_ = 0, lineshape_columns_ = 0;
+    complex_signal spectrum_;      // as measured
+    complex_signal decay_of_data_; // its decay, cut as the curves are
+    bool cut_ = false;             // whether that took anything away
+    std::vector<complex_signal> patterns_;
+    complex_signal measured_lineshape_;
+    std::vector<std::complex<double>> lineshape_;
+    int held_coefficient_ = -1; // of the lineshape, whose scale the areas have already
+    std::shared_ptr<const kernel::transform_plan> plan_;
+};
+
+// The numbers of one evaluation after another. One per thread; its storage is kept from problem to
+// problem, so that nothing is allocated while a fit runs.
+class model_workspace {
+  public:
+    // Room for a model, whose data it takes. Errors: std::bad_alloc.
+    void prepare(const model &of);
+    // From here on data and model are broadened by a Lorentzian of this FWHM [points]; 0: as
+    // measured. A broad model sees lines from farther away.
+    void broaden(const model &of, double fwhm);
+
+    // Sum of the squared residual over the fitted values [noise_sd^2]; the residual stays.
+    // Not finite when the model is not.
+    double chi_square(const model &of, std::span<const double> x);
+    // Residual and Jacobian at x, and from them
+    //   products()   double[(n + 1)^2], n columns; row-major: J^T J in the first n rows and
+    //                columns, J^T residual in the last row, the sum of squares in its corner
+    // Returned: the sum of squares.
+    // Notes:
+    //   1. curvature: curvature() is filled, too. The residual has to be that at x then, from a
+    //      chi_square(x) just before.
+    double linearize(const model &of, std::span<const double> x, bool curvature = false);
+
+    std::span<const double> residual() const { return residual_; }
+    std::span<const double> products() const { return products_; }
+    // sum over the fitted values of residual times second derivative, double[n^2]: J^T J less this
+    // is half the matrix of second derivatives of the sum of squares. Without the parts of a fitted
+    // lineshape.
+    std::span<const double> curvature() const { return curvature_; }
+    // Row c of the Jacobian of the last linearize.
+    std::span<const double> jacobian(int c) const;
+
+    // sum_i conj(model[i - lag]) data[i] over the fitted points, up to a factor; lag modulo points.
+    complex_signal correlation(const model &of, std::span<const double> x);
+    // Residual plus the curves of a group, times its curve with area 1 moved by every lag:
+    // sum over the fitted values, lag modulo points. After linearize.
+    complex_signal matches(const model &of, int group);
+    // Sum of squares of that curve at the fitted values.
+    double size_of(const model &of, int group);
+    // The model as a centred spectrum over all points [signal]; of one entry alone when it is not
+    // -1.
+    complex_signal spectrum(const model &of, std::span<const double> x, int entry = -1);
+
+  private:
+    struct pair_of {
+        double *re, *im;
+    };
+    void take_values(const model &of, std::span<const double> x);
+    void make_lineshape(const model &of, std::span<const double> x);
+    void add_curve(const model &of, int k, double re, double im, pair_of to) const;
+    void add_model(const model &of, int only);
+    pair_of to_spectrum(const model &of, pair_of decay);
+    void put_row(const model &of, pair_of spectrum, std::complex<double> factor, double *row) const;
+    void stage(const model &of, pair_of spectrum, double *to) const;
+    void add_staged(const model &of, const double *from, std::complex<double> factor,
+                    double *row) const;
+    void take_back(const model &of, std::span<const double> rows);
+    void curve_of_group(const model &of, std::size_t group);
+    void transforms_of_groups(const model &of, bool with_moments);
+    void add_curvature(const model &of);
+    void columns_from_transforms(const model &of);
+    void lineshape_derivatives(const model &of);
+    double *staged(std::size_t group, int power);
+
+    std::vector<values_of_entry> values_;
+    std::vector<double> storage_; // the arrays of one transform each, below
+    pair_of sum_{}, shaped_{}, work_{}, copy_{}, backward_{};
+    std::vector<double> staged_;   // transforms of the groups at the fitted points
+    std::vector<double> residual_; // padded with zeros, as rows of the Jacobian are
+    std::vector<double> data_;
+    std::vector<double> jacobian_, products_, curvature_;
+    std::vector<std::array<double, 10>> moments_; // of each group with the residual
+    std::vector<std::complex<double>> lineshape_; // its decay
+    std::complex<double> lineshape_start_;
+    long long stride_ = 0;
+    int fitted_points_ = 0;
+    double extra_decay_ = 0.0; // per point
+};
+
+} // namespace engine

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// parameter_map.cpp -- from the links of a problem to the columns of its Jacobian
+#include "engine/parameter_map.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace engine {
+
+bool is_used(quantity q, line_type type) {
+    if (q == gauss_width) return type != line_type::lorentzian;
+    if (q == lorentz_width) return type != line_type::gaussian;
+    return true;
+}
+
+const char *name_of(quantity q) {
+    static const char *const names[] = {"area", "frequency", "Gaussian width", "phase",
+                                        "Lorentzian width"};
+    return names[q];
+}
+
+static bool is_width(quantity q) {
+    return q == gauss_width || q == lorentz_width;
+}
+
+static failure refuse(int entry, quantity q, const std::string &what) {
+    return {entry, std::string(name_of(q)) + " " + what};
+}
+
+// The checks of one parameter that need no other.
+static std::string fault_of(const parameter &p, int self, int entries) {
+    if (!std::isfinite(p.start)) return "starts at a value that is not finite";
+    if (std::isnan(p.lower) || std::isnan(p.upper) || p.lower > p.upper)
+        return "has an empty window";
+    if (p.how != link::tied) return "";
+    if (p.source < 0 || p.source >= entries) return "follows an entry that is not there";
+    if (p.source == self) return "follows itself";
+    if (!std::isfinite(p.factor) || !std::isfinite(p.offset))
+        return "follows at a distance or with a factor that is not finite";
+    return "";
+}
+
+// Where the chain of links of a parameter ends: factor and offset of what the free or fixed one
+// there has. False when it never ends.
+static bool follow(const std::vector<entry> &entries, int k, quantity q, int &root, double &factor,
+                   double &offset) {
+    root = k;
+    factor = 1.0;
+    offset = 0.0;
+    for (std::size_t steps = 0; steps <= entries.size(); ++steps) {
+        const parameter &p = entries[static_cast<std::size_t>(root)].of[q];
+        if (p.how != link::tied) return true;
+        offset += factor * p.offset;
+        factor *= p.factor;
+        root = p.source;
+    }
+    return false;
+}
+
+// The window of y that keeps factor y + offset within [lower, upper].
+static void narrow(column &c, double factor, double offset, double lower, double upper) {
+    if (factor == 0.0) return;
+    double a = (lower - offset) / factor;
+    double b = (upper - offset) / factor;
+    if (factor < 0.0) std::swap(a, b);
+    c.lower = std::max(c.lower, a);
+    c.upper = std::min(c.upper, b);
+}
+
+result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
+    parameter_map map;
+    const int n = static_cast<int>(entries.size());
+    map.of_.resize(entries.size());
+    for (int k = 0; k < n; ++k) {
+        const entry &e = entries[static_cast<std::size_t>(k)];
+        for (int i = 0; i < quantities; ++i) {
+            const quantity q = static_cast<quantity>(i);
+            if (!is_used(q, e.type)) continue;
+            const std::string fault = fault_of(e.of[i], k, n);
+            if (!fault.empty()) return refuse(k, q, fault);
+            if (e.of[i].how != link::free) continue;
+            double lower = e.of[i].lower, start = e.of[i].start;
+            if (is_width(q)) lower = std::max(lower, 0.0);
+            if (q == gauss_width) start = std::fabs(start); // only its square is seen
+            map.of_[static_cast<std::size_t>(k)][i] = {map.columns(), 1.0, 0.0};
+            map.columns_.push_back({k, q, q == gauss_width, start, lower, e.of[i].upper});
+        }
+    }
+    for (int k = 0; k < n; ++k) {
+        const entry &e = entries[static_cast<std::size_t>(k)];
+        for (int i = 0; i < quantities; ++i) {
+            const quantity q = static_cast<quantity>(i);
+            if (!is_used(q, e.type) || e.of[i].how == link::free) continue;
+            int root = k;
+            double factor = 1.0, offset = 0.0;
+            if (!follow(entries, k, q, root, factor, offset))
+                return refuse(k, q, "follows itself in a circle");
+            const entry &source = entries[static_cast<std::size_t>(root)];
+            if (!is_used(q, source.type))
+                return refuse(k, q, "follows a width that the other line type has not");
+            affine &own = map.of_[static_cast<std::size_t>(k)][i];
+            if (source.of[i].how == link::fixed) {
+                own = {-1, 0.0, factor * source.of[i].start + offset};
+                if (q == gauss_width) own.offset = std::fabs(own.offset);
+                if (q == lorentz_width && own.offset < 0.0 && e.of[i].how == link::tied)
+                    return refuse(k, q, "would be negative");
+                continue;
+            }
+            own = {map.of_[static_cast<std::size_t>(root)][i].column, factor, offset};
+            column &c = map.columns_[static_cast<std::size_t>(own.column)];
+            if (offset != 0.0) c.squared = false;
+            const double lower = is_width(q) ? std::max(e.of[i].lower, 0.0) : e.of[i].lower;
+            narrow(c, factor, offset, lower, e.of[i].upper);
+        }
+    }
+    for (column &c : map.columns_) {
+        if (c.lower > c.upper)
+            return refuse(c.entry, c.of,
+                          "has a window that leaves nothing to those that follow it");
+        c.start = std::clamp(c.start, c.lower, c.upper);
+        if (c.squared) {
+            c.start *= c.start;
+            c.lower *= c.lower;
+            c.upper *= c.upper;
+        } else if (c.of == gauss_width && c.start == 0.0) {
+            c.start = std::min(c.upper, 0.1); // points; off the place where nothing pulls
+        }
+    }
+    return map;
+}
+
+double parameter_map::value(int entry, quantity q, std::span<const double> x) const {
+    const affine &a = of(entry, q);
+    if (a.column < 0) return a.offset;
+    const double own = x[static_cast<std::size_t>(a.column)];
+    return a.factor * (at(a.column).squared ? std::sqrt(own) : own) + a.offset;
+}
+
+double parameter_map::slope(int c, std::span<const double> x) const {
+    if (!at(c).squared) return 1.0;
+    return 0.5 / std::sqrt(x[static_cast<std::size_t>(c)]);
+}
+
+double parameter_map::inside(int c, double x) const {
+    return std::clamp(x, at(c).lower, at(c).upper);
+}
+
+std::vector<double>
+parameter_map::columns_of(std::span<const std::array<double, quantities>> values) const {
+    std::vector<double> x(columns_.size());
+    for (int c = 0; c < columns(); ++c) {
+        double y = values[static_cast<std::size_t>(at(c).entry)][at(c).of];
+        if (at(c).squared)
+            y *= y;
+        else if (at(c).of == gauss_width)
+            y = std::fabs(y);
+        x[static_cast<std::size_t>(c)] = inside(c, y);
+    }
+    return x;
+}
+
+std::vector<double> parameter_map::starts() const {
+    std::vector<double> x;
+    for (const column &c : columns_) x.push_back(c.start);
+    return x;
+}
+
+} // namespace engine
