@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// search.h -- from a start to the minimum of its basin
+#pragma once
+
+#include "engine/model.h"
+#include "engine/normal_matrix.h"
+
+#include <span>
+#include <vector>
+
+namespace engine {
+
+struct search_options {
+    int most_linearizations = 200;
+    double expected_decrease = 1e-6; // of the sum of squares [noise_sd^2], at which a search ends
+};
+
+enum class search_end {
+    at_minimum,  // no step is expected to gain more than that
+    at_rounding, // steps are too small for the numbers of a double to move
+    limit,       // of linearizations
+    not_finite   // the model is not, where the search began
+};
+
+struct minimum {
+    search_end end = search_end::not_finite;
+    std::vector<double> x;          // columns
+    double sum_of_squares = 0.0;    // of the residual [noise_sd^2]
+    double expected_decrease = 0.0; // still to be had, g^T H^-1 g [noise_sd^2]
+    int linearizations = 0, evaluations = 0;
+    std::vector<signed char>
+        at_bound; // of a column: -1 lower, 1 upper edge, where the fit presses on
+};
+
+// Levenberg-Marquardt with Marquardt's scaling of the damping and an active set of the windows.
+// Leaves the workspace linearized at the minimum.
+//
+// Given:
+//   start  double[columns], moved into the windows
+// Notes:
+//   1. Columns that cannot be told apart get no step; the search ends all the same.
+//   2. The sum of squares of the end is never above that of the start.
+// Source: D. W. Marquardt, J. Soc. Indust. Appl. Math. 11 (1963) 431-441; J. J. More, Lecture Notes
+//   in Mathematics 630 (1978) 105-116; J. Nocedal, S. J. Wright, Numerical Optimization, Springer
+//   2006, sections 10.3 and 16.7; the change of the damping: H. B. Nielsen, IMM-REP-1999-05.
+class searcher {
+  public:
+    minimum run(const model &of, model_workspace &ws, std::vector<double> start,
+                const search_options &options);
+
+  private:
+    struct step_result {
+        double predicted; // decrease of the sum of squares by the step
+        bool positive;    // whether the matrix was positive definite
+    };
+    void hold_pressed(const model &of, std::span<const double> x, std::span<const double> products);
+    step_result bounded_step(const model &of, std::span<const double> x,
+                             std::span<const double> products, std::span<const double> curvature,
+                             double damping);
+
+    ranked_cholesky cholesky_;
+    std::vector<double> damped_, undamped_, scale_, right_, solved_, step_;
+    std::vector<int> chosen_;
+    std::vector<signed char> pressed_; // columns held at an edge by the gradient
+    std::vector<signed char> reached_; // columns that the step would carry over an edge
+};
+
+} // namespace engine
