@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// starts.cpp -- other places to begin a fit from
+#include "engine/starts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace engine {
+
+static bool is_frequency(const model &of, int c) {
+    return of.map().at(c).of == frequency;
+}
+
+// FWHM of the line that a column belongs to [points].
+static double width_of(const model &of, int k, std::span<const double> x) {
+    return of.map().value(k, lorentz_width, x) + 1.67 * of.map().value(k, gauss_width, x);
+}
+
+static double median_width(const model &of, std::span<const double> x) {
+    std::vector<double> widths;
+    for (int k = 0; k < of.map().entries(); ++k)
+        if (!of.is_pattern(k)) widths.push_back(width_of(of, k, x));
+    if (widths.empty()) return 1.0;
+    const auto middle = widths.begin() + static_cast<std::ptrdiff_t>(widths.size() / 2);
+    std::nth_element(widths.begin(), middle, widths.end());
+    return *middle;
+}
+
+std::vector<double> shifted(const model &of, std::span<const double> x, double shift) {
+    std::vector<double> out(x.begin(), x.end());
+    for (int c = 0; c < of.map().columns(); ++c)
+        if (is_frequency(of, c))
+            out[static_cast<std::size_t>(c)] =
+                of.map().inside(c, out[static_cast<std::size_t>(c)] + shift);
+    return out;
+}
+
+double common_shift(const model &of, model_workspace &ws, std::span<const double> x) {
+    const complex_signal correlation = ws.correlation(of, x);
+    const int n = of.points(), reach = std::max(1, n / 16);
+    int best = 0;
+    double largest = -1.0;
+    for (int lag = -reach; lag <= reach; ++lag) {
+        const double size = std::norm(correlation[static_cast<std::size_t>((lag + n) % n)]);
+        if (size > largest) {
+            largest = size;
+            best = lag;
+        }
+    }
+    return best;
+}
+
+std::vector<double> through_broad_lines(const model &of, model_workspace &ws, searcher &search,
+                                        std::vector<double> x, int &linearizations,
+                                        int &evaluations) {
+    const double width = std::max(median_width(of, x), 1.0);
+    // a rough end is enough: the next search begins there
+    const search_options rough = {30, 1.0};
+    for (const double times : {4.0, 1.0}) {
+        ws.broaden(of, times * width);
+        minimum found = search.run(of, ws, x, rough);
+        linearizations += found.linearizations;
+        evaluations += found.evaluations;
+        if (found.end != search_end::not_finite) x = std::move(found.x);
+    }
+    ws.broaden(of, 0.0);
+    return x;
+}
+
+// Columns by which a group's lines move along the axis and turn; -1 when they do not.
+static int column_of_group(const model &of, int g, quantity q) {
+    return of.map().of(of.entries_of_group(g).front(), q).column;
+}
+
+static int groups_with(const model &of, int c, quantity q) {
+    int count = 0;
+    for (int g = 0; g < of.groups(); ++g) count += column_of_group(of, g, q) == c ? 1 : 0;
+    return count;
+}
+
+std::vector<relocation> relocations(const model &of, model_workspace &ws, std::span<const double> x,
+                                    std::span<const double> start, double least) {
+    std::vector<relocation> out;
+    const int n = of.points();
+    for (int g = 0; g < of.groups(); ++g) {
+        const int k = of.entries_of_group(g).front();
+        const int c = column_of_group(of, g, frequency), a = column_of_group(of, g, area);
+        if (c < 0 || a < 0 || of.is_pattern(k) || groups_with(of, c, frequency) > 1) continue;
+        const int p = column_of_group(of, g, phase);
+        const bool turns = p >= 0 && groups_with(of, p, phase) == 1;
+        const double width = std::max(width_of(of, k, x), 1.0);
+        const double size = ws.size_of(of, g);
+        if (!(size > 0.0) || width > 0.25 * n) continue;
+        const double sign = of.map().value(k, area, x) < 0.0 ? -1.0 : 1.0;
+        const complex_signal match = ws.matches(of, g);
+        const auto gain_at = [&](int lag) {
+            const std::complex<double> m = match[static_cast<std::size_t>((lag % n + n) % n)];
+            if (turns) return std::norm(m) / size;
+            const double along = std::max(sign * m.real(), 0.0);
+            return along * along / size;
+        };
+        const double here = gain_at(0);
+        const double now = x[static_cast<std::size_t>(c)],
+                     from = start[static_cast<std::size_t>(c)];
+        const int reach = static_cast<int>(std::ceil(4.0 * width)) + 1;
+        const int off = static_cast<int>(std::nearbyint(from - now));
+        for (int lag = off - reach; lag <= off + reach; ++lag) {
+            const double gain = gain_at(lag) - here;
+            if (std::abs(lag) <= width || gain <= least || gain_at(lag - 1) > gain_at(lag) ||
+                gain_at(lag + 1) >= gain_at(lag))
+                continue;
+            const double to = of.map().inside(c, now + lag);
+            if (to == now + lag) out.push_back({c, to, gain});
+        }
+    }
+    std::stable_sort(out.begin(), out.end(),
+                     [](const relocation &i, const relocation &j) { return i.gain > j.gain; });
+    return out;
+}
+
+namespace {
+// G. L. Steele, D. Lea, C. H. Flood, OOPSLA 2014, 453-472: 64 bits from a counter.
+class counter_generator {
+  public:
+    explicit counter_generator(std::uint64_t seed) : state_(seed) {}
+    double uniform() { // in [0, 1)
+        state_ += 0x9e3779b97f4a7c15u;
+        std::uint64_t z = state_;
+        z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
+        z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;
+        z ^= z >> 31;
+        return static_cast<double>(z >> 11) * 0x1p-53;
+    }
+    // Of standard deviation 1 and within 3 of them: three uniform numbers.
+    double bell() { return 2.0 * (uniform() + uniform() + uniform() - 1.5); }
+
+  private:
+    std::uint64_t state_;
+};
+} // namespace
+
+std::vector<double> perturbed(const model &of, std::span<const double> x, unsigned number) {
+    counter_generator random(0x7661726f6b656cu + number);
+    std::vector<double> out(x.begin(), x.end());
+    for (int c = 0; c < of.map().columns(); ++c) {
+        const column &col = of.map().at(c);
+        double &value = out[static_cast<std::size_t>(c)];
+        const double by = random.bell();
+        const double factor = by >= 0.0 ? 1.0 + 0.5 * by : 1.0 / (1.0 - 0.5 * by);
+        if (col.of == frequency)
+            value += by * std::max(width_of(of, col.entry, x), 0.5);
+        else if (col.of == phase)
+            value += 15.0 * by;
+        else if (col.squared)
+            value = value * factor * factor + 0.01;
+        else
+            value *= factor;
+        value = of.map().inside(c, value);
+    }
+    return out;
+}
+
+} // namespace engine

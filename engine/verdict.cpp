@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// verdict.cpp -- what may be said of a fit, and why
+#include "engine/verdict.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace engine {
+
+const char *name_of(finding what) {
+    static const char *const names[] = {"not_finished", "degenerate",  "several_minima", "moved",
+                                        "misfit",       "noise_wrong", "at_bound",       "optimum"};
+    return names[static_cast<int>(what)];
+}
+
+// Spectral points per independent one: a decay that was cut interpolates between them.
+static int spacing(const model &of) {
+    const int measured = of.when().kept - of.when().ignored;
+    return std::max(1, (of.points() + measured - 1) / measured);
+}
+
+namespace {
+struct run_counter {
+    long long positive = 0, negative = 0, runs = 0, pairs = 0;
+    double products = 0.0, squares = 0.0, last = 0.0;
+    void begin() { last = 0.0; }
+    void add(double r) {
+        (r > 0.0 ? positive : negative) += 1;
+        if (last == 0.0 || (r > 0.0) != (last > 0.0)) ++runs;
+        squares += r * r;
+        if (last != 0.0) {
+            products += r * last;
+            ++pairs;
+        }
+        last = r;
+    }
+};
+} // namespace
+
+whiteness whiteness_of(const model &of, std::span<const double> residual) {
+    run_counter count;
+    long long stretches = 0; // each begins a run of its own
+    const int channels = of.part() == channel::both ? 2 : 1;
+    const int step = spacing(of);
+    std::size_t at = 0;
+    for (int c = 0; c < channels; ++c) {
+        for (const interval &run : of.intervals()) {
+            count.begin();
+            ++stretches;
+            for (int p = run.first; p <= run.last; ++p, ++at)
+                if ((p - run.first) % step == 0 && residual[at] != 0.0) count.add(residual[at]);
+        }
+    }
+    const double a = static_cast<double>(count.positive), b = static_cast<double>(count.negative);
+    const double n = a + b;
+    whiteness out = {0.0, 0.0};
+    if (n < 20.0 || count.squares == 0.0) return out;
+    const double expected = 2.0 * a * b / n + static_cast<double>(stretches);
+    const double variance = 2.0 * a * b * (2.0 * a * b - n) / (n * n * (n - 1.0));
+    if (variance > 0.0)
+        out.runs = (expected - static_cast<double>(count.runs)) / std::sqrt(variance);
+    const double pairs = static_cast<double>(count.pairs);
+    if (pairs > 0.0) out.lag_1 = count.products / count.squares * n / std::sqrt(pairs);
+    return out;
+}
+
+double quality_of(const model &of, double sum_of_squares) {
+    const double part = static_cast<double>(of.when().kept - of.when().ignored) / of.points();
+    const double degrees = std::max(1.0, part * of.rows() - of.columns());
+    return std::sqrt(sum_of_squares / degrees);
+}
+
+static void add(verdict &to, finding what, double number, std::vector<int> entries,
+                std::string text) {
+    to.reasons.push_back({what, number, std::move(entries), std::move(text)});
+    to.what = std::min(to.what, what);
+}
+
+static std::vector<int> entries_of(const model &of, const std::vector<int> &columns) {
+    std::vector<int> out;
+    for (const int c : columns)
+        if (c < of.map().columns()) out.push_back(of.map().at(c).entry);
+    std::sort(out.begin(), out.end());
+    out.erase(std::unique(out.begin(), out.end()), out.end());
+    return out;
+}
+
+static std::vector<int> pressed(const minimum &found) {
+    std::vector<int> out;
+    for (std::size_t c = 0; c < found.at_bound.size(); ++c)
+        if (found.at_bound[c] != 0) out.push_back(static_cast<int>(c));
+    return out;
+}
+
+// Pairs of lines whose order along the axis turned around, by more than their errors.
+static std::vector<int> exchanged(const model &of, const minimum &found,
+                                  const entry_covariance &covariance,
+                                  std::span<const double> start) {
+    std::vector<int> columns;
+    const parameter_map &map = of.map();
+    for (int a = 0; a < map.columns(); ++a) {
+        if (map.at(a).of != frequency || of.is_pattern(map.at(a).entry)) continue;
+        for (int b = a + 1; b < map.columns(); ++b) {
+            if (map.at(b).of != frequency || of.is_pattern(map.at(b).entry)) continue;
+            const std::size_t i = static_cast<std::size_t>(a), j = static_cast<std::size_t>(b);
+            const double before = start[i] - start[j], after = found.x[i] - found.x[j];
+            if (before * after >= 0.0) continue;
+            const double variance = covariance.of_columns(a, a) + covariance.of_columns(b, b) -
+                                    2.0 * covariance.of_columns(a, b);
+            if (after * after > 4.0 * variance) columns.insert(columns.end(), {a, b});
+        }
+    }
+    return columns;
+}
+
+// Lines that stand where nothing is fitted, by more than their width.
+static std::vector<int> outside(const model &of, std::span<const double> x) {
+    std::vector<int> columns;
+    for (int c = 0; c < of.map().columns(); ++c) {
+        const column &col = of.map().at(c);
+        if (col.of != frequency || of.is_pattern(col.entry)) continue;
+        const double f = x[static_cast<std::size_t>(c)];
+        const double width =
+            of.map().value(col.entry, lorentz_width, x) + of.map().value(col.entry, gauss_width, x);
+        bool near_any = false;
+        for (const interval &run : of.intervals())
+            near_any = near_any || (f >= run.first - width && f <= run.last + width);
+        if (!near_any) columns.push_back(c);
+    }
+    return columns;
+}
+
+verdict judge(const model &of, const minimum &found, const entry_covariance &covariance,
+              std::span<const double> residual, std::span<const double> start) {
+    verdict out;
+    // below the rounding of the sum itself there is nothing to be had
+    const double allowed =
+        found.end == search_end::at_rounding
+            ? std::max(verdict_limits::expected_decrease, 1e-11 * found.sum_of_squares)
+            : verdict_limits::expected_decrease;
+    if (!(found.expected_decrease <= allowed))
+        add(out, finding::not_finished, found.expected_decrease, {},
+            "the search ended before the minimum");
+    if (!covariance.dependent().empty()) {
+        const std::vector<int> entries = entries_of(of, covariance.dependent());
+        add(out, finding::degenerate, static_cast<double>(entries.size()), entries,
+            "parameters that cannot be told apart, or of lines without area");
+    }
+    const std::vector<int> swapped = entries_of(of, exchanged(of, found, covariance, start));
+    if (!swapped.empty())
+        add(out, finding::moved, static_cast<double>(swapped.size()), swapped,
+            "lines that changed places");
+    const std::vector<int> lost = entries_of(of, outside(of, found.x));
+    if (!lost.empty())
+        add(out, finding::moved, static_cast<double>(lost.size()), lost,
+            "lines that left the fitted points");
+    const double quality = quality_of(of, found.sum_of_squares);
+    const whiteness white = whiteness_of(of, residual);
+    if (!(quality <= verdict_limits::misfit_quality))
+        add(out, finding::misfit, quality, {}, "the residual is larger than the noise");
+    else if (std::max(white.runs, white.lag_1) > verdict_limits::whiteness)
+        add(out, finding::misfit, std::max(white.runs, white.lag_1), {},
+            "the residual is not white");
+    if (quality < verdict_limits::noise_quality)
+        add(out, finding::noise_wrong, quality, {},
+            "the residual is smaller than the noise that was given");
+    const std::vector<int> edge = entries_of(of, pressed(found));
+    if (!edge.empty())
+        add(out, finding::at_bound, static_cast<double>(edge.size()), edge,
+            "parameters at the edge of their window");
+    return out;
+}
+
+void add_minimum(verdict &to, double difference, std::vector<int> entries) {
+    for (reason &known : to.reasons) {
+        if (known.what != finding::several_minima) continue;
+        known.number = std::min(known.number, difference);
+        known.entries.insert(known.entries.end(), entries.begin(), entries.end());
+        std::sort(known.entries.begin(), known.entries.end());
+        known.entries.erase(std::unique(known.entries.begin(), known.entries.end()),
+                            known.entries.end());
+        return;
+    }
+    add(to, finding::several_minima, difference, std::move(entries),
+        "another minimum is as good, with other areas");
+}
+
+} // namespace engine
