@@ -2,7 +2,7 @@
 // fuzz_import_basis.cpp -- any bytes as an LCModel basis set, put on a grid of its own and another
 #include "import_reader.h"
 
-#include "varokel-import/import_basis.h"
+#include "files/measured/import_basis.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     if (size > fuzz::largest_input) return 0;

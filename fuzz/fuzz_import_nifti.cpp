@@ -3,7 +3,7 @@
 // was
 #include "import_reader.h"
 
-#include "common/write_nifti_mrs.h"
+#include "files/nifti/write_nifti_mrs.h"
 
 static constexpr long long most_voxels = 4096;
 

@@ -4,9 +4,9 @@
 // A start file that comes out is read back: varokel-start must read what varokel-start writes.
 #include "fuzz_reader.h"
 
-#include "common/tool_error.h"
-#include "varokel-start/make_start.h"
-#include "varokel-start/read_start_file.h"
+#include "files/base/tool_error.h"
+#include "files/start/make_start.h"
+#include "files/start/read_start_file.h"
 
 #include <complex>
 #include <cstdlib>

@@ -6,10 +6,10 @@
 // so that one may be refused, but not in another way.
 #include "fuzz_reader.h"
 
-#include "common/tool_error.h"
-#include "varokel-start/peak_table.h"
-#include "varokel-start/read_start_file.h"
-#include "varokel-start/show_start.h"
+#include "files/base/tool_error.h"
+#include "files/start/peak_table.h"
+#include "files/start/read_start_file.h"
+#include "files/start/show_start.h"
 
 #include <cstdlib>
 

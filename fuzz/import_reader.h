@@ -4,9 +4,9 @@
 
 #include "fuzz_reader.h"
 
-#include "common/tool_error.h"
-#include "varokel-import/choose_spectra.h"
-#include "varokel-import/open_source.h"
+#include "files/base/tool_error.h"
+#include "files/measured/choose_spectra.h"
+#include "files/measured/open_source.h"
 
 #include <cmath>
 #include <cstdlib>

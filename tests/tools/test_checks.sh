@@ -6,22 +6,31 @@
 checks=$tree/tools/checks
 
 fresh_tree() {
-    rm -rf src kernel
-    mkdir -p kernel src/run src/model src/report src/control src/data src/help
+    rm -rf src
+    mkdir -p src/run src/model src/report src/control src/data src/help
     printf '#pragma once\n' | tee src/run/types.h src/run/varokel.h src/run/storage.h \
         src/report/fit_quality.h src/data/scan.h src/model/fft.h src/help/help.h >src/control/f_cntl.h
-    printf '#pragma once\n' >kernel/lanes.h
     printf '#include "run/types.h"\nextern int ap;\n' >src/run/state_signals.h
     printf '#include "run/state_signals.h"\n' >src/run/state.h
-    printf '#include "model/fft.h"\n#include "kernel/lanes.h"\n#include "run/state.h"\n#include <cmath>\n' >src/model/fft.cpp
+    printf '#include "model/fft.h"\n#include "kernel/decay.h"\n#include "run/state.h"\n#include <cmath>\n' >src/model/fft.cpp
     printf '#include "report/fit_quality.h"\n' >src/model/gradient.cpp
     printf '#include "run/varokel.h"\n#include "control/f_cntl.h"\n#include "help/help.h"\n' >src/run/varokel.cpp
     printf '#include "control/f_cntl.h"\n#include "data/scan.h"\n#include "model/fft.h"\n' >src/control/f_cntl.cpp
+    rm -rf kernel engine files tools
+    mkdir -p kernel engine files/base files/spectra files/results files/pages tools/common tools/varokel-fit tools/varokel-plot
+    printf '#pragma once\n' | tee kernel/decay.h engine/optimum.h files/base/text_file.h files/spectra/metadata.h \
+        files/results/run_result.h files/pages/report_page.h tools/common/command_line.h >tools/varokel-plot/plot_options.h
+    printf '#include "kernel/decay.h"\n#include <vector>\n' >>engine/optimum.h
+    printf '#include "files/base/text_file.h"\n#include <nlohmann/json.hpp>\n' >>files/spectra/metadata.h
+    printf '#include "engine/optimum.h"\n#include "files/pages/report_page.h"\n#include "common/command_line.h"\n' >tools/varokel-fit/varokel_fit.cpp
+    printf '#include "files/results/rebuilt_model.h"\n#include "model/fft.h"\n' >files/results/rebuilt_model.cpp
+    printf '#pragma once\n' >files/results/rebuilt_model.h
 }
 # broken RULE FILE LINE TEXT: with LINE at the end of FILE the rule fails and says TEXT
 broken() {
     fresh_tree
-    case $2 in kernel/*) file=$2 ;; *) file=src/$2 ;; esac
+    local file=src/$2
+    [ ! -f "$2" ] || file=$2
     printf '%b\n' "$3" >>"$file"
     status 1 "$checks/$1.sh" .
     holds out "$4"
@@ -32,18 +41,15 @@ status 0 "$checks/includes.sh" .
 status 0 "$checks/externs.sh" .
 
 broken includes run/types.h '#include "model/fft.h"' 'run/types.h:2: run_floor may not include model'
-broken includes run/types.h '#include "kernel/lanes.h"' 'run_floor may not include kernel'
-broken includes kernel/lanes.h '#include "run/types.h"' 'kernel/lanes.h:2: kernel may not include run_floor'
-broken includes kernel/lanes.h '#include "kernel/none.h"' 'is not there'
 broken includes run/storage.h '#include "run/varokel.h"' 'run_floor may not include run_roof'
 broken includes model/fft.h '#include "data/scan.h"' 'model may not include data'
 broken includes model/fft.h '#include "report/fit_quality.h"' 'model may not include report'
-broken includes model/gradient.cpp '#include "report/../data/scan.h"' 'not written from the root'
+broken includes model/gradient.cpp '#include "report/../data/scan.h"' 'not written from a root'
 broken includes help/help.h '#include "model/fft.h"' 'help may not include model'
 broken includes data/scan.h '#include "control/f_cntl.h"' 'data may not include control'
 broken includes report/fit_quality.h '#include "control/f_cntl.h"' 'report may not include control'
 broken includes control/f_cntl.h '#include "run/varokel.h"' 'control may not include run_roof'
-broken includes model/fft.h '#include "fft.h"' 'not written from the root'
+broken includes model/fft.h '#include "fft.h"' 'not written from a root'
 broken includes model/fft.h '#include "run/stat.h"' 'is not there'
 broken includes model/fft.h '#  include "data/scan.h"' 'model may not include data'
 broken includes model/fft.h '#include FFT_TABLE' 'cannot read'
@@ -58,6 +64,30 @@ mkdir src/extra && printf '\n' >src/extra/new.h
 status 1 "$checks/includes.sh" .
 holds out 'folder extra/ is not in the table'
 
+broken includes kernel/decay.h '#include "run/types.h"' 'kernel/decay.h:2: kernel may not include run_floor'
+broken includes kernel/decay.h '#include <nlohmann/json.hpp>' 'kernel needs the standard library only'
+broken includes engine/optimum.h '#include "files/base/text_file.h"' 'comes behind an include in <>'
+broken includes engine/optimum.h '#include <CLI/CLI.hpp>' 'engine needs the standard library only'
+broken includes run/types.h '#include "kernel/decay.h"' 'run_floor may not include kernel'
+broken includes kernel/decay.h '#include "kernel/none.h"' 'is not there'
+broken includes run/types.h '#include "engine/optimum.h"' 'run_floor may not include engine'
+broken includes model/fft.h '#include "files/base/text_file.h"' 'model may not include files/base'
+broken includes files/base/text_file.h '#include "files/spectra/metadata.h"' 'files/base may not include files/spectra'
+broken includes files/results/run_result.h '#include "files/pages/report_page.h"' 'files/results may not include files/pages'
+broken includes files/results/run_result.h '#include "model/fft.h"' 'files/results may not include model'
+broken includes files/results/run_result.h '#include "common/command_line.h"' 'is not there'
+broken includes tools/common/command_line.h '#include "varokel-plot/plot_options.h"' 'tools/common may not include program'
+broken includes tools/varokel-fit/varokel_fit.cpp '#include "varokel-plot/plot_options.h"' 'program may not include program'
+broken includes tools/varokel-fit/varokel_fit.cpp '#include "model/fft.h"' 'program may not include model'
+fresh_tree
+printf '\n' >files/base/decay.h
+status 1 "$checks/includes.sh" .
+holds out 'kernel/decay.h:1: a file of this name is also files/base/decay.h'
+fresh_tree
+mkdir files/extra && printf '\n' >files/extra/new.h
+status 1 "$checks/includes.sh" .
+holds out 'folder files/extra/ is not in the table'
+
 broken externs model/fft.cpp 'extern int nLines;' 'model/fft.cpp:5: extern belongs into'
 broken externs run/state.h 'extern "C" int f();' 'run/state.h:2: extern belongs into'
 broken externs run/types.h 'int a; extern double b; // comment' 'run/types.h:2'
@@ -69,7 +99,7 @@ status 0 "$checks/externs.sh" .
 printf '\n' >src/run/state_signals.h
 status 1 "$checks/externs.sh" .
 holds out 'no extern at all'
-rm -rf src kernel && mkdir src kernel
+rm -rf src kernel engine files tools && mkdir src
 status 1 "$checks/includes.sh" .
 
 finish

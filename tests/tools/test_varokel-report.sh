@@ -165,7 +165,7 @@ perl -0ne 'print $1 if /application\/json" id="spectrum-1-data">(.*?)<\/script>/
 true_that 'curves of the page are JSON' perl -MJSON::PP -0ne 'exit(@{decode_json($_)->{components}} == 2 ? 0 : 1)' curves.json
 if command -v node >node.path; then
     for script in charts report overview; do
-        true_that "$script.js has no mistake" node --check "$tree/tools/varokel-report/$script.js"
+        true_that "$script.js has no mistake" node --check "$tree/files/pages/$script.js"
     done
 fi
 

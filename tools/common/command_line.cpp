@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "common/command_line.h"
 
+#include "files/base/tool_error.h"
 #include "common/completion.h"
-#include "common/tool_error.h"
 
-#include <charconv>
 #include <iostream>
 #include <string_view>
 
@@ -43,18 +42,6 @@ std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const
         return wrong_usage;
     }
     return std::nullopt;
-}
-
-void parse_point_range(const std::string &text, const char *what, long long &first,
-                       long long &last) {
-    const char *const end = text.data() + text.size();
-    const auto head = std::from_chars(text.data(), end, first);
-    if (head.ec == std::errc() && head.ptr != end && *head.ptr == ':') {
-        const auto tail = std::from_chars(head.ptr + 1, end, last);
-        if (tail.ec == std::errc() && tail.ptr == end && first >= 0 && first <= last) return;
-    }
-    throw tool_error(wrong_usage, std::string(what) + " " + text +
-                                      ": expected two points FIRST:LAST, 0 <= FIRST <= LAST");
 }
 
 } // namespace tools

@@ -19,8 +19,4 @@ void common_options(CLI::App &app, const std::string &example,
 // (named on standard error).
 std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv);
 
-// "a:b" as two point numbers, a <= b, both from 0 on. what names the option in the message.
-void parse_point_range(const std::string &text, const char *what, long long &first,
-                       long long &last);
-
 } // namespace tools

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/engine_scripts.h"
 
-#include "varokel-batch/batch_plan.h"
-
-#include "common/tool_error.h"
+#include "files/base/tool_error.h"
+#include "files/batch/batch_plan.h"
 
 #include <algorithm>
 #include <filesystem>

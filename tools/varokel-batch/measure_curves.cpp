@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/measure_curves.h"
 
-#include "varokel-start/read_start_file.h"
-#include "varokel-start/unit_curves.h"
-
-#include "common/signal_file.h"
-#include "common/tool_error.h"
+#include "files/base/tool_error.h"
+#include "files/spectra/signal_file.h"
+#include "files/start/read_start_file.h"
+#include "files/start/unit_curves.h"
 
 #include <algorithm>
 #include <cmath>

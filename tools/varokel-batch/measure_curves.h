@@ -2,9 +2,8 @@
 // measure_curves.h -- figures of a fit that its curves tell: signal to noise, quality before it
 #pragma once
 
-#include "varokel-batch/fit_record.h"
-
-#include "common/transform.h"
+#include "files/spectra/transform.h"
+#include "files/batch/fit_record.h"
 
 #include <string>
 #include <utility>

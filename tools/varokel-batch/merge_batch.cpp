@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/merge_batch.h"
 
-#include "varokel-batch/batch_table.h"
-#include "varokel-batch/grid_maps.h"
-#include "varokel-batch/shard_files.h"
-
-#include "common/output_file.h"
-#include "common/tool_error.h"
+#include "files/base/output_file.h"
+#include "files/base/tool_error.h"
+#include "files/nifti/grid_maps.h"
+#include "files/batch/batch_table.h"
+#include "files/batch/shard_files.h"
 
 #include <algorithm>
 #include <cmath>

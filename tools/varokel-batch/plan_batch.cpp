@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/plan_batch.h"
 
-#include "varokel-batch/batch_plan.h"
-#include "varokel-batch/grid_maps.h"
+#include "files/base/output_file.h"
+#include "files/base/sha256.h"
+#include "files/base/tool_error.h"
+#include "files/spectra/signal_file.h"
+#include "files/nifti/grid_maps.h"
+#include "files/measured/open_source.h"
+#include "files/measured/text_items.h"
+#include "files/batch/batch_plan.h"
 #include "varokel-batch/spectrum_blocks.h"
 #include "varokel-batch/start_choice.h"
-
-#include "varokel-import/open_source.h"
-#include "varokel-import/text_items.h"
-
-#include "common/output_file.h"
-#include "common/sha256.h"
-#include "common/signal_file.h"
-#include "common/tool_error.h"
 
 #include <algorithm>
 #include <bit>

@@ -2,7 +2,7 @@
 // plan_batch.h -- from an input with many spectra to the folder that a batch works on
 #pragma once
 
-#include "varokel-import/convert_spectra.h"
+#include "files/measured/convert_spectra.h"
 
 #include <optional>
 #include <string>

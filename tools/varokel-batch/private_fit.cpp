@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/private_fit.h"
 
-#include "common/tool_error.h"
+#include "files/base/tool_error.h"
 
 #include <algorithm>
 #include <cerrno>

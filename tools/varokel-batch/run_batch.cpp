@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/run_batch.h"
 
+#include "files/base/sha256.h"
+#include "files/base/tool_error.h"
+#include "files/batch/shard_files.h"
 #include "varokel-batch/private_fit.h"
-#include "varokel-batch/shard_files.h"
 #include "varokel-batch/spectrum_blocks.h"
 #include "varokel-batch/start_choice.h"
-
-#include "common/sha256.h"
-#include "common/tool_error.h"
 
 #include <algorithm>
 #include <cerrno>

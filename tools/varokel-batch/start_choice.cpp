@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/start_choice.h"
 
-#include "varokel-start/read_start_file.h"
-
-#include "common/tool_error.h"
+#include "files/base/tool_error.h"
+#include "files/start/read_start_file.h"
 
 #include <cmath>
 #include <cstring>

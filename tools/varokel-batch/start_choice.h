@@ -2,10 +2,9 @@
 // start_choice.h -- the start values of a batch, and of each of its fits
 #pragma once
 
-#include "varokel-batch/fit_record.h"
+#include "files/start/make_start.h"
+#include "files/batch/fit_record.h"
 #include "varokel-batch/plan_batch.h"
-
-#include "varokel-start/make_start.h"
 
 #include <nlohmann/json.hpp>
 

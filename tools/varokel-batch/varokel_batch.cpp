@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_batch.cpp -- fits grids and series: plan, run, status, merge, and scripts for engines
+#include "files/base/tool_error.h"
+#include "common/command_line.h"
+#include "common/run_tool.h"
 #include "varokel-batch/engine_scripts.h"
 #include "varokel-batch/merge_batch.h"
 #include "varokel-batch/plan_batch.h"
 #include "varokel-batch/run_batch.h"
-
-#include "common/command_line.h"
-#include "common/tool_error.h"
 
 #include <iostream>
 

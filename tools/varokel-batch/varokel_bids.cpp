@@ -5,13 +5,13 @@
 //
 // Reads sub-*/[ses-*/]mrs/*_svs.nii.gz and *_mrsi.nii.gz (or .nii). The data set is never written
 // to: it may be mounted read-only.
+#include "files/base/sha256.h"
+#include "files/base/tool_error.h"
+#include "common/command_line.h"
+#include "common/run_tool.h"
 #include "varokel-batch/merge_batch.h"
 #include "varokel-batch/plan_batch.h"
 #include "varokel-batch/run_batch.h"
-
-#include "common/command_line.h"
-#include "common/sha256.h"
-#include "common/tool_error.h"
 
 #include <nlohmann/json.hpp>
 

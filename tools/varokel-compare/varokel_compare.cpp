@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_compare.cpp -- are two results of a fit the same?
-#include "varokel-compare/compare_text.h"
-
+#include "files/base/text_file.h"
+#include "files/base/tool_error.h"
+#include "files/spectra/signal_file.h"
 #include "common/command_line.h"
-#include "common/signal_file.h"
-#include "common/text_file.h"
-#include "common/tool_error.h"
+#include "common/run_tool.h"
+#include "varokel-compare/compare_text.h"
 
 #include <algorithm>
 #include <cmath>

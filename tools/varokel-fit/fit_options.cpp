@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-fit/fit_options.h"
 
-#include "varokel-import/import_options.h"
+#include "common/import_options.h"
 
 namespace tools {
 

@@ -2,8 +2,7 @@
 // fit_options.h -- command line of varokel-fit
 #pragma once
 
-#include "varokel-import/convert_spectra.h"
-
+#include "files/measured/convert_spectra.h"
 #include "common/command_line.h"
 
 #include <string>

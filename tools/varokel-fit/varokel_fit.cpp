@@ -3,20 +3,19 @@
 //
 // import, start file, fit, tables and page are made in a folder of their own, whose contents
 // appear in the folder of the results when all is done.
+#include "files/base/output_file.h"
+#include "files/base/tool_error.h"
+#include "files/spectra/signal_file.h"
+#include "files/start/make_start.h"
+#include "files/start/show_start.h"
+#include "files/results/derived_area.h"
+#include "files/results/judge_run.h"
+#include "files/results/number_text.h"
+#include "files/results/results_table.h"
+#include "common/command_line.h"
+#include "common/run_tool.h"
 #include "varokel-fit/fit_options.h"
 #include "varokel-fit/run_fits.h"
-
-#include "results/derived_area.h"
-#include "results/judge_run.h"
-#include "results/number_text.h"
-#include "results/results_table.h"
-#include "varokel-start/make_start.h"
-#include "varokel-start/show_start.h"
-
-#include "common/command_line.h"
-#include "common/output_file.h"
-#include "common/signal_file.h"
-#include "common/tool_error.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,12 +3,12 @@
 //
 //   spectrum  S = rotate_{n/2}( (1/n) sum_k w_k fid[k] exp(-2 pi i jk/n) ),  w_0 = 1/2, else 1
 //   pattern   P[j] = conj(S'[(n - j) mod n]),  S' as S with w_0 = 1
-#include "varokel-import/convert_spectra.h"
-#include "varokel-import/import_basis.h"
-#include "varokel-import/import_options.h"
-
+#include "files/base/tool_error.h"
+#include "files/measured/convert_spectra.h"
+#include "files/measured/import_basis.h"
 #include "common/command_line.h"
-#include "common/tool_error.h"
+#include "common/import_options.h"
+#include "common/run_tool.h"
 
 using tools::tool_error;
 

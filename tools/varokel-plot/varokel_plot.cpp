@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_plot.cpp -- picture of a run: its .org, .fit, .res and .nln0 signals
+#include "files/base/output_file.h"
+#include "files/base/tool_error.h"
+#include "files/spectra/metadata.h"
+#include "files/spectra/point_range.h"
+#include "files/spectra/signal_file.h"
+#include "files/pictures/draw_spectra.h"
+#include "files/pictures/spectrum_view.h"
 #include "common/command_line.h"
-#include "common/draw_spectra.h"
-#include "common/metadata.h"
-#include "common/output_file.h"
-#include "common/signal_file.h"
-#include "common/spectrum_view.h"
-#include "common/tool_error.h"
+#include "common/run_tool.h"
 
 #include <algorithm>
 #include <filesystem>

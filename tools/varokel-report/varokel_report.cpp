@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_report.cpp -- page, tables, picture and NIfTI-MRS of the fits in a folder
-#include "varokel-report/overview_page.h"
-#include "varokel-report/report_page.h"
-
-#include "results/judge_run.h"
-#include "results/number_text.h"
-#include "results/results_table.h"
+#include "files/base/output_file.h"
+#include "files/base/tool_error.h"
+#include "files/nifti/write_nifti_mrs.h"
+#include "files/results/judge_run.h"
+#include "files/results/number_text.h"
+#include "files/results/results_table.h"
+#include "files/pages/overview_page.h"
+#include "files/pages/report_page.h"
 #include "common/command_line.h"
-#include "common/output_file.h"
-#include "common/tool_error.h"
-#include "common/write_nifti_mrs.h"
+#include "common/run_tool.h"
 
 #include <algorithm>
 #include <cmath>

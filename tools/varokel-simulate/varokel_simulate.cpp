@@ -5,14 +5,6 @@
 //
 // The model is the one that a fit compares with its data, so a simulated spectrum that is fitted
 // gives its own start values back, but for the noise.
-#include "varokel-simulate/gaussian_noise.h"
-
-#include "common/command_line.h"
-#include "common/output_file.h"
-#include "common/signal_file.h"
-#include "common/tool_error.h"
-#include "common/write_nifti_mrs.h"
-
 #include "run/end_run.h"
 #include "run/state.h"
 #include "run/storage.h"
@@ -20,6 +12,14 @@
 #include "model/objective.h"
 #include "model/units.h"
 #include "control/start_value_file.h"
+
+#include "files/base/output_file.h"
+#include "files/base/tool_error.h"
+#include "files/spectra/signal_file.h"
+#include "files/nifti/write_nifti_mrs.h"
+#include "common/command_line.h"
+#include "common/run_tool.h"
+#include "varokel-simulate/gaussian_noise.h"
 
 #include <nlohmann/json.hpp>
 

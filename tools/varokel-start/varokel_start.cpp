@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_start.cpp -- start files from tables of peaks, and tables from start files
-#include "varokel-start/make_start.h"
-#include "varokel-start/read_start_file.h"
-#include "varokel-start/show_start.h"
-
+#include "files/base/output_file.h"
+#include "files/base/tool_error.h"
+#include "files/spectra/signal_file.h"
+#include "files/start/make_start.h"
+#include "files/start/read_start_file.h"
+#include "files/start/show_start.h"
 #include "common/command_line.h"
-#include "common/output_file.h"
-#include "common/signal_file.h"
-#include "common/tool_error.h"
+#include "common/run_tool.h"
 
 #include <cmath>
 #include <filesystem>

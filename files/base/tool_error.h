@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// tool_error.h -- what went wrong, for whom it has to be mended
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace tools {
+
+// Exit statuses of every companion program. Only varokel-compare uses different.
+enum exit_status : int {
+    all_right = 0,
+    different = 1,
+    wrong_usage = 2,
+    bad_input = 3, // unreadable or invalid
+    bad_output = 4 // cannot be written
+};
+
+// An error that ends the program. The text names the file and the item, says what was expected,
+// and what the user can do.
+class tool_error : public std::runtime_error {
+  public:
+    tool_error(exit_status status, const std::string &text)
+        : std::runtime_error(text), status_(status) {}
+    exit_status status() const { return status_; }
+
+  private:
+    exit_status status_;
+};
+
+} // namespace tools

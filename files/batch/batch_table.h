@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// batch_table.h -- records of fits as rows of tables, and as values of maps
+//
+// Columns, units and rounding are those of the results table of single fits, with a column for each
+// direction of the input behind the name of the spectrum.
+#pragma once
+
+#include "files/results/judge_run.h"
+#include "files/batch/fit_record.h"
+
+#include <string>
+#include <vector>
+
+namespace tools {
+
+enum class map_quantity {
+    area,
+    area_error,
+    area_percent,
+    frequency,
+    frequency_ppm,
+    gauss_width,
+    lorentz_width,
+    phase,
+    quality,
+    noise,
+    iterations
+};
+const char *map_name(map_quantity quantity);
+const char *map_unit(map_quantity quantity);
+
+// Nine digits, enough for what the result files hold; "n/a" for what is no finite number.
+std::string table_text(double value);
+
+class batch_table {
+  public:
+    explicit batch_table(const batch_plan &plan);
+    std::string results_header() const;
+    std::string quality_header() const;
+    std::string results_rows(const planned_spectrum &spectrum, const fit_record &record) const;
+    std::string quality_row(const planned_spectrum &spectrum, const fit_record &record) const;
+    std::string results_dictionary() const;
+    std::string quality_dictionary() const;
+
+    std::vector<map_quantity> entry_maps(std::size_t entry) const;
+    std::vector<map_quantity> fit_maps() const;
+    // Not a number where there is none.
+    double value_of(map_quantity quantity, const fit_record &record, std::size_t entry) const;
+
+  private:
+    struct shown {
+        double value, error_2sd; // shown unit
+    };
+    shown parameter(const fit_record &record, std::size_t entry, int quantity) const;
+    double ppm(std::size_t entry, double hz) const;
+    std::string link(const fit_record &record, std::size_t entry, int quantity) const;
+    // In the words of the report of single fits.
+    std::string status(const fit_record &record) const;
+    std::string reason(const fit_record &record) const;
+    std::string place(const planned_spectrum &spectrum) const;
+
+    const batch_plan &plan_;
+    double hz_per_point_, carrier_hz_;
+    run_result judged_; // with the steps of the plan
+};
+
+} // namespace tools

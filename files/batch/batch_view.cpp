@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/batch/batch_view.h"
+
+#include "files/base/tool_error.h"
+#include "files/spectra/signal_file.h"
+
+#include <nlohmann/json.hpp>
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+static const double not_known = std::numeric_limits<double>::quiet_NaN();
+
+bool is_batch(const std::string &folder) {
+    std::error_code error;
+    return fs::is_regular_file(fs::path(folder) / "manifest.json", error);
+}
+
+// A table with named columns, a row at a time.
+class table_reader {
+  public:
+    explicit table_reader(const std::string &file) : file_(file), stream_(file, std::ios::binary) {
+        if (!stream_)
+            throw tool_error(bad_input, file + ": cannot be opened; merge the batch first "
+                                               "(varokel-batch merge)");
+        std::string line;
+        std::getline(stream_, line);
+        cut(line);
+        for (std::size_t c = 0; c < cells_.size(); ++c) columns_.emplace(cells_[c], c);
+        width_ = cells_.size();
+    }
+
+    bool next() {
+        if (!std::getline(stream_, line_)) return false;
+        ++number_;
+        cut(line_);
+        if (cells_.size() != width_)
+            throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": " +
+                                            std::to_string(cells_.size()) + " columns; expected " +
+                                            std::to_string(width_) + ". Merge the batch again");
+        return true;
+    }
+
+    std::size_t column(const char *name) const {
+        const auto found = columns_.find(name);
+        if (found == columns_.end())
+            throw tool_error(bad_input, file_ + ": no column " + name +
+                                            "; expected the table of this version of the "
+                                            "programs. Merge the batch again");
+        return found->second;
+    }
+    bool has(const char *name) const { return columns_.contains(name); }
+    std::string text(std::size_t column) const { return std::string(cells_[column]); }
+    double number(std::size_t column) const {
+        const std::string_view cell = cells_[column];
+        if (cell == "n/a") return not_known;
+        double value = 0.0;
+        const auto read = std::from_chars(cell.data(), cell.data() + cell.size(), value);
+        if (read.ec != std::errc() || read.ptr != cell.data() + cell.size())
+            throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": \"" +
+                                            std::string(cell) +
+                                            "\" where a number or n/a was expected");
+        return value;
+    }
+
+  private:
+    void cut(const std::string &line) {
+        cells_.clear();
+        std::size_t begin = 0;
+        for (;;) {
+            const std::size_t tab = line.find('\t', begin);
+            cells_.emplace_back(std::string_view(line).substr(
+                begin, tab == std::string::npos ? std::string::npos : tab - begin));
+            if (tab == std::string::npos) return;
+            begin = tab + 1;
+        }
+    }
+
+    std::string file_;
+    std::ifstream stream_;
+    std::string line_;
+    std::vector<std::string_view> cells_;
+    std::map<std::string, std::size_t> columns_;
+    std::size_t width_ = 0;
+    long long number_ = 1;
+};
+
+batch_view::batch_view(const std::string &run_folder) : folder(run_folder) {
+    read_manifest();
+    read_quality();
+    read_results();
+    find_curves();
+    // Patterns are found from the folder in which they stand.
+    const fs::path patterns = fs::path(folder) / "patterns";
+    std::error_code error;
+    const std::string from = fs::is_directory(patterns, error) && !fs::is_empty(patterns, error)
+                                 ? patterns.string()
+                                 : folder;
+    const std::string control = fs::absolute(fs::path(folder) / "start.par").string();
+    if (fs::is_regular_file(control, error)) start = rebuild_model(from, control, {}, "", 0.0);
+}
+
+void batch_view::read_manifest() {
+    const std::string file = (fs::path(folder) / "manifest.json").string();
+    std::ifstream stream(file, std::ios::binary);
+    const nlohmann::json all = nlohmann::json::parse(stream, nullptr, false);
+    try {
+        if (all.is_discarded()) throw tool_error(bad_input, file + ": no valid JSON");
+        points = all.at("points").get<long long>();
+        for (const auto &axis : all.at("axes"))
+            axes.push_back({axis.at("name").get<std::string>(), axis.at("size").get<long long>(),
+                            axis.at("spatial").get<bool>()});
+        entries = all.at("entries").get<std::vector<std::string>>();
+        const nlohmann::json &items = all.at("scale");
+        const auto number = [&](const char *item) {
+            return items.contains(item) && items[item].is_number()
+                       ? std::optional<double>(items[item].get<double>())
+                       : std::nullopt;
+        };
+        scale.hz_per_point = number("hz_per_point");
+        scale.mhz = number("spectrometer_mhz");
+        scale.ppm_at_carrier = number("ppm_at_carrier");
+        scale.ppm_rises_with_points = items.value("ppm_rises_with_points", true);
+        if (items.contains("nucleus") && items["nucleus"].is_string())
+            scale.nucleus = items["nucleus"].get<std::string>();
+        const nlohmann::json &list = all.at("spectra");
+        spectra.resize(list.size());
+        for (const auto &item : list) {
+            const auto n = item.at("number").get<std::size_t>();
+            if (n >= spectra.size() || !spectra[n].name.empty())
+                throw tool_error(bad_input, file + ": spectrum " + std::to_string(n) +
+                                                " stands there twice or is none of it");
+            spectra[n].name = item.at("name").get<std::string>();
+            spectra[n].at = item.at("at").get<std::vector<long long>>();
+            spectra[n].status = "not_fitted";
+            spectra[n].quality = spectra[n].snr = not_known;
+            if (spectra[n].at.size() != axes.size())
+                throw tool_error(bad_input,
+                                 file + ": spectrum " + spectra[n].name + " is not on the axes");
+            if (!by_name_.emplace(spectra[n].name, n).second)
+                throw tool_error(bad_input, file + ": two spectra are named " + spectra[n].name);
+        }
+    } catch (const nlohmann::json::exception &error) {
+        throw tool_error(bad_input, file + ": " + error.what() +
+                                        "; expected the manifest that varokel-batch plan wrote");
+    }
+    if (spectra.empty() || entries.empty() || points < 2)
+        throw tool_error(bad_input, file + ": no spectra or no entries");
+    files_read.push_back(file);
+}
+
+void batch_view::read_quality() {
+    const std::string file = (fs::path(folder) / "quality.tsv").string();
+    table_reader table(file);
+    const std::size_t name = table.column("spectrum"), status = table.column("status");
+    const std::size_t reason = table.column("reason"), quality = table.column("fit_quality");
+    const bool has_snr = table.has("snr");
+    const std::size_t snr = has_snr ? table.column("snr") : 0;
+    while (table.next()) {
+        const auto found = by_name_.find(table.text(name));
+        if (found == by_name_.end())
+            throw tool_error(bad_input, file + ": spectrum " + table.text(name) +
+                                            " is not in manifest.json; merge the batch again");
+        batch_spectrum &spectrum = spectra[found->second];
+        spectrum.status = table.text(status);
+        spectrum.reason = table.text(reason) == "n/a" ? "" : table.text(reason);
+        spectrum.quality = table.number(quality);
+        if (has_snr) spectrum.snr = table.number(snr);
+    }
+    files_read.push_back(file);
+}
+
+void batch_view::read_results() {
+    const std::string file = (fs::path(folder) / "results.tsv").string();
+    table_reader table(file);
+    static const char *const names[batch_quantities] = {"area",
+                                                        "area_error_1sd",
+                                                        "area_error_percent_1sd",
+                                                        "shift_ppm",
+                                                        "shift_error_1sd_ppm",
+                                                        "gauss_fwhm_hz",
+                                                        "gauss_fwhm_error_1sd_hz",
+                                                        "lorentz_fwhm_hz",
+                                                        "lorentz_fwhm_error_1sd_hz",
+                                                        "phase_degrees",
+                                                        "phase_error_1sd_degrees",
+                                                        "snr"};
+    std::optional<std::size_t> columns[batch_quantities];
+    for (std::size_t q = 0; q < batch_quantities; ++q)
+        if (q != batch_snr || table.has(names[q])) columns[q] = table.column(names[q]);
+    const std::size_t name = table.column("spectrum"), entry = table.column("entry");
+    values_.assign(spectra.size() * entries.size() * batch_quantities, not_known);
+    while (table.next()) {
+        const auto found = by_name_.find(table.text(name));
+        if (found == by_name_.end())
+            throw tool_error(bad_input, file + ": spectrum " + table.text(name) +
+                                            " is not in manifest.json; merge the batch again");
+        const double number = table.number(entry);
+        if (std::isnan(number)) continue; // a spectrum without results
+        if (!(number >= 1.0 && number <= static_cast<double>(entries.size())))
+            throw tool_error(bad_input, file + ": entry " + table.text(entry) + "; expected 1 to " +
+                                            std::to_string(entries.size()));
+        const std::size_t first =
+            (found->second * entries.size() + static_cast<std::size_t>(number) - 1) *
+            batch_quantities;
+        for (std::size_t q = 0; q < batch_quantities; ++q)
+            if (columns[q]) values_[first + q] = table.number(*columns[q]);
+    }
+    files_read.push_back(file);
+}
+
+void batch_view::find_curves() {
+    const std::string file = (fs::path(folder) / "pictures.tsv").string();
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) return; // no fits were kept
+    table_reader table(file);
+    const std::size_t row = table.column("row"), number = table.column("number");
+    while (table.next()) {
+        const double place = table.number(row), spectrum = table.number(number);
+        if (!(place >= 0.0) || !(spectrum >= 0.0) ||
+            !(spectrum < static_cast<double>(spectra.size())))
+            throw tool_error(bad_input, file + ": spectrum " + table.text(number) +
+                                            " is not one of this batch; merge it again");
+        curves_[static_cast<std::size_t>(spectrum)] = static_cast<long long>(place);
+    }
+    files_read.push_back(file);
+}
+
+// Signal `place` of a file of signals that stand one behind the other; none when it is not there.
+// Its points may be no finite numbers: what was measured is shown as it is.
+static std::optional<complex_signal> signal_of(const std::string &file, long long place,
+                                               long long points) {
+    std::ifstream stream(file, std::ios::binary);
+    std::string bytes(static_cast<std::size_t>(8 * points), '\0');
+    stream.seekg(place * points * 8);
+    stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!stream) return std::nullopt;
+    complex_signal signal(static_cast<std::size_t>(points));
+    const auto float_at = [&](std::size_t at) {
+        std::uint32_t bits = 0;
+        for (std::size_t b = 0; b < 4; ++b)
+            bits |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + b]))
+                    << (8 * b);
+        return static_cast<double>(std::bit_cast<float>(bits));
+    };
+    for (std::size_t i = 0; i < signal.size(); ++i)
+        signal[i] = {float_at(8 * i), float_at(8 * i + 4)};
+    return signal;
+}
+
+complex_signal batch_view::data_of(std::size_t spectrum) const {
+    const std::string file = (fs::path(folder) / "spectra.f32").string();
+    std::optional<complex_signal> data = signal_of(file, static_cast<long long>(spectrum), points);
+    if (!data)
+        throw tool_error(bad_input, file + ": holds less than was planned; is it that of this "
+                                           "batch?");
+    return *data;
+}
+
+std::optional<complex_signal> batch_view::fit_of(std::size_t spectrum) const {
+    const auto found = curves_.find(spectrum);
+    if (found == curves_.end()) return std::nullopt;
+    return signal_of((fs::path(folder) / "pictures.f32").string(), found->second, points);
+}
+
+double batch_view::phase_of(std::size_t spectrum) const {
+    std::complex<double> sum = 0.0;
+    for (std::size_t k = 0; k < entries.size(); ++k) {
+        const double height = std::fabs(value(spectrum, k, batch_area));
+        const double phase = value(spectrum, k, batch_phase);
+        if (std::isfinite(height) && std::isfinite(phase))
+            sum += std::polar(height, phase * M_PI / 180.0);
+    }
+    return sum == 0.0 ? 0.0 : std::arg(sum) * 180.0 / M_PI;
+}
+
+} // namespace tools

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// batch_view.h -- what a merged batch left: its spectra, their results, and the curves that were
+// kept
+#pragma once
+
+#include "files/spectra/metadata.h"
+#include "files/spectra/transform.h"
+#include "files/results/rebuilt_model.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+struct batch_axis {
+    std::string name;
+    long long size = 1;
+    bool spatial = false;
+};
+
+struct batch_spectrum {
+    std::string name, status, reason;
+    std::vector<long long> at; // along the axes
+    double quality = 0.0, snr = 0.0;
+};
+
+// Columns of results.tsv that the overview shows, in this order.
+enum batch_quantity : int {
+    batch_area,
+    batch_area_sd,
+    batch_area_percent,
+    batch_ppm,
+    batch_ppm_sd,
+    batch_gauss,
+    batch_gauss_sd,
+    batch_lorentz,
+    batch_lorentz_sd,
+    batch_phase,
+    batch_phase_sd,
+    batch_snr,
+    batch_quantities
+};
+
+class batch_view {
+  public:
+    // Errors: bad_input when the folder holds no merged batch, or its tables are damaged.
+    explicit batch_view(const std::string &folder);
+
+    // Value of an entry (from 0) of a spectrum; not a number where the table has n/a.
+    double value(std::size_t spectrum, std::size_t entry, batch_quantity quantity) const {
+        return values_[(spectrum * entries.size() + entry) * batch_quantities + quantity];
+    }
+    // The spectrum as it was fitted. Errors: bad_input.
+    complex_signal data_of(std::size_t spectrum) const;
+    // Its fit, when it was kept.
+    std::optional<complex_signal> fit_of(std::size_t spectrum) const;
+    // Phase that turns most of the spectrum into absorption [degrees].
+    double phase_of(std::size_t spectrum) const;
+
+    std::string folder;
+    std::vector<batch_axis> axes;
+    std::vector<batch_spectrum> spectra; // by their number
+    std::vector<std::string> entries;
+    long long points = 0;
+    spectrum_axis scale;
+    rebuilt_model start; // intervals and first-order phase; read is false when they are not known
+    std::vector<std::string> files_read;
+    std::size_t fits_kept() const { return curves_.size(); }
+
+  private:
+    void read_manifest();
+    void read_quality();
+    void read_results();
+    void find_curves();
+
+    std::vector<double> values_;
+    std::map<std::string, std::size_t> by_name_;
+    std::map<std::size_t, long long> curves_; // place in pictures.f32
+};
+
+// Whether a folder is that of a batch.
+bool is_batch(const std::string &folder);
+
+} // namespace tools

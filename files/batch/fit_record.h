@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fit_record.h -- what is kept of a fit: a record of fixed size, with a check sum
+//
+// A shard appends records to its journal as fits end. A process that is killed leaves at most one
+// torn record at the end, which its check sum or its length gives away. At the end of the shard the
+// records go into its part file, in the order of the manifest.
+#pragma once
+
+#include "files/batch/batch_plan.h"
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+enum class fit_state : std::int32_t { fitted = 1, failed = 2, not_tried = 3 };
+
+static constexpr double not_measured = std::numeric_limits<double>::quiet_NaN();
+
+struct fit_record {
+    long long line = 0; // of the manifest
+    fit_state state = fit_state::failed;
+    std::int32_t iterations = 0, weighting = 0, free_parameters = 0;
+    std::int32_t gradients = 0; // of the last step, as the log has them; 0 when it is silent
+    // quality, noise real, noise imaginary, chi before, chi after, chi unweighted, quality from the
+    // unweighted sum; as the .exl has them
+    std::array<double, 7> figures{};
+    double quality_before = not_measured; // residual of the start values over the noise
+    double snr = not_measured;            // highest magnitude of the model over the noise
+    std::string reason;                   // of a fit that failed, or was not tried
+    // per entry: area, frequency, Gaussian width, phase, Lorentzian width as .mat and .err have
+    // them; not numbers for a fit that failed
+    std::vector<double> values, errors;
+    std::vector<double>
+        entry_snr; // per entry: highest magnitude of its own spectrum over the noise
+};
+
+// Bytes of a record with this many entries.
+std::size_t record_size(std::size_t entries);
+std::string record_bytes(const fit_record &record, std::size_t entries);
+// false when the bytes are torn or damaged
+bool read_record(const char *bytes, std::size_t entries, fit_record &record);
+
+// A record without results.
+fit_record record_without_fit(long long line, fit_state state, const std::string &reason,
+                              std::size_t entries);
+
+} // namespace tools

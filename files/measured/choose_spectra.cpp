@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/choose_spectra.h"
+
+#include "files/base/tool_error.h"
+#include "files/measured/text_items.h"
+
+#include <algorithm>
+
+namespace tools {
+
+// What is done along one axis.
+struct axis_choice {
+    enum { open, one, all, mean } what = open;
+    long long place = 0;
+};
+
+static bool same_axis(const source_axis &axis, std::size_t number, const std::string &name) {
+    std::string wanted = lower_case(name), own = lower_case(axis.name);
+    if (wanted == own || wanted + "s" == own || wanted == own + "s") return true;
+    if (own.starts_with("dim_") && wanted == own.substr(4)) return true;
+    // x y z are dimensions 1 to 3 of such files, time is 4
+    return number >= 3 &&
+           (wanted == "dim_" + std::to_string(number + 2) || wanted == std::to_string(number + 2));
+}
+
+static std::optional<std::size_t> axis_named(const spectrum_source &source, const std::string &name,
+                                             const char *option, bool pass_over_missing) {
+    std::string names;
+    for (std::size_t a = 0; a < source.axes.size(); ++a) {
+        if (same_axis(source.axes[a], a, name)) return a;
+        if (source.axes[a].size > 1) names += (names.empty() ? "" : ", ") + source.axes[a].name;
+    }
+    if (pass_over_missing) return std::nullopt;
+    throw tool_error(wrong_usage,
+                     source.file + ": " + option + " " + name + ": no such dimension; " +
+                         (names.empty() ? "the file holds one spectrum" : "the file has " + names));
+}
+
+static void take_voxel(const spectrum_source &source, const std::string &text,
+                       std::vector<axis_choice> &choices) {
+    const std::vector<std::string_view> words = words_of(text);
+    std::size_t at = 0;
+    for (std::size_t a = 0; a < source.axes.size(); ++a) {
+        if (!source.axes[a].spatial) continue;
+        const std::optional<long long> place =
+            at < words.size() ? whole_number_of(words[at++]) : std::nullopt;
+        if (!place || *place < 0 || *place >= source.axes[a].size)
+            throw tool_error(wrong_usage, source.file + ": --voxel " + text + ": expected " +
+                                              source.axes[a].name + " from 0 to " +
+                                              std::to_string(source.axes[a].size - 1));
+        choices[a] = {axis_choice::one, *place};
+    }
+    if (at == 0)
+        throw tool_error(wrong_usage, source.file + ": --voxel " + text +
+                                          ": the file has no grid; --index chooses a spectrum");
+    if (words.size() != 3)
+        throw tool_error(wrong_usage, "--voxel " + text + ": expected three numbers, X,Y,Z");
+}
+
+static std::vector<axis_choice> choices_of(const spectrum_source &source,
+                                           const choice_options &options, bool pass_over_missing) {
+    std::vector<axis_choice> choices(source.axes.size());
+    if (!options.voxel.empty()) take_voxel(source, options.voxel, choices);
+    for (const std::string &text : options.index) {
+        const std::size_t equals = text.find('=');
+        std::optional<std::size_t> axis;
+        if (equals == text.npos) { // the only axis, or the only one with several spectra
+            for (std::size_t a = 0; a < source.axes.size(); ++a) {
+                if (source.axes[a].spatial) continue;
+                if (source.axes[a].size > 1 && axis && source.axes[*axis].size > 1)
+                    throw tool_error(wrong_usage, source.file + ": --index " + text +
+                                                      ": the file has several dimensions; name "
+                                                      "one, --index " +
+                                                      source.axes[a].name + "=" + text);
+                if (!axis || source.axes[a].size > 1) axis = a;
+            }
+            if (!axis && text != "all" && text != "0" && !pass_over_missing)
+                throw tool_error(wrong_usage, source.file + ": --index " + text +
+                                                  ": the file holds one spectrum for each voxel");
+        } else {
+            axis = axis_named(source, text.substr(0, equals), "--index", pass_over_missing);
+        }
+        if (!axis) continue;
+        const std::string value = equals == text.npos ? text : text.substr(equals + 1);
+        if (value == "all") {
+            choices[*axis] = {axis_choice::all, 0};
+            continue;
+        }
+        const std::optional<long long> place = whole_number_of(value);
+        if (!place || *place < 0)
+            throw tool_error(wrong_usage,
+                             "--index " + text + ": expected a number from 0 on, DIM=I, or all");
+        if (pass_over_missing && source.axes[*axis].size == 1) continue;
+        if (*place >= source.axes[*axis].size)
+            throw tool_error(wrong_usage,
+                             source.file + ": --index " + text + ", but the last of its " +
+                                 std::to_string(source.axes[*axis].size) + " spectra has index " +
+                                 std::to_string(source.axes[*axis].size - 1));
+        choices[*axis] = {axis_choice::one, *place};
+    }
+    for (const std::string &name : options.average)
+        if (const auto axis = axis_named(source, name, "--average", pass_over_missing)) {
+            if (choices[*axis].what != axis_choice::open)
+                throw tool_error(wrong_usage, "--average " + name +
+                                                  " and a choice of one in the same direction");
+            choices[*axis] = {axis_choice::mean, 0};
+        }
+    return choices;
+}
+
+// Files with one axis and no grid keep the plain wording.
+static void refuse_open_axis(const spectrum_source &source, const source_axis &axis) {
+    const std::string last = std::to_string(axis.size - 1), count = std::to_string(axis.size);
+    if (source.axes.size() == 1)
+        throw tool_error(wrong_usage, source.file + ": holds " + count +
+                                          " spectra; choose one with --index 0 to " + last +
+                                          ", or --index all, or --average " + axis.name);
+    throw tool_error(wrong_usage, source.file + ": " + axis.name + " holds " + count +
+                                      " spectra; choose one with --index " + axis.name + "=0 to " +
+                                      last + ", all of them with --index " + axis.name +
+                                      "=all, or their mean with --average " + axis.name);
+}
+
+choice choose_spectra(const spectrum_source &source, const choice_options &options,
+                      bool pass_over_missing) {
+    std::vector<axis_choice> choices = choices_of(source, options, pass_over_missing);
+    choice chosen;
+    bool has_grid = false;
+    for (std::size_t a = 0; a < choices.size(); ++a) {
+        const source_axis &axis = source.axes[a];
+        has_grid = has_grid || (axis.spatial && axis.size > 1);
+        if (choices[a].what != axis_choice::open) continue;
+        if (axis.spatial) {
+            choices[a].what = axis_choice::all;
+            chosen.grid = chosen.grid || axis.size > 1;
+        } else if (axis.size > 1) {
+            refuse_open_axis(source, axis);
+        } else {
+            choices[a] = {axis_choice::one, 0};
+        }
+    }
+
+    // All places along the axes that stay, first axis fastest; for each the FIDs of its mean.
+    long long outputs = 1, members = 1;
+    std::vector<long long> stride(choices.size());
+    long long step = 1;
+    for (std::size_t a = 0; a < choices.size(); ++a) {
+        stride[a] = step;
+        step *= source.axes[a].size;
+        if (choices[a].what == axis_choice::all) outputs *= source.axes[a].size;
+        if (choices[a].what == axis_choice::mean) members *= source.axes[a].size;
+    }
+    for (long long output = 0; output < outputs; ++output) {
+        chosen_spectrum spectrum;
+        spectrum.place = nlohmann::ordered_json::object();
+        spectrum.averaged = nlohmann::ordered_json::object();
+        long long rest = output, base = 0;
+        nlohmann::ordered_json voxel = nlohmann::ordered_json::array();
+        std::string grid_suffix, suffix;
+        for (std::size_t a = 0; a < choices.size(); ++a) {
+            const source_axis &axis = source.axes[a];
+            if (choices[a].what == axis_choice::mean) {
+                if (axis.size > 1) spectrum.averaged[axis.name] = axis.size;
+                continue;
+            }
+            long long place = choices[a].place;
+            if (choices[a].what == axis_choice::all) {
+                place = rest % axis.size;
+                rest /= axis.size;
+            }
+            base += place * stride[a];
+            if (axis.spatial) {
+                voxel.push_back(place);
+                grid_suffix += "_" + std::to_string(place);
+            } else if (axis.size > 1) {
+                spectrum.place[axis.name] = place;
+                std::string name = lower_case(axis.name);
+                if (name.starts_with("dim_")) name.erase(0, 4);
+                suffix += (source.axes.size() == 1 ? "_" : "_" + name) + std::to_string(place);
+            }
+            if (source.axes.size() == 1) spectrum.index = place;
+        }
+        if (has_grid) {
+            spectrum.place["voxel"] = voxel;
+            suffix = grid_suffix + suffix;
+        }
+        spectrum.suffix = suffix;
+        spectrum.spectra.reserve(static_cast<std::size_t>(members));
+        for (long long member = 0; member < members; ++member) {
+            long long left = member, at = base;
+            for (std::size_t a = 0; a < choices.size(); ++a) {
+                if (choices[a].what != axis_choice::mean) continue;
+                at += left % source.axes[a].size * stride[a];
+                left /= source.axes[a].size;
+            }
+            spectrum.spectra.push_back(at);
+        }
+        std::sort(spectrum.spectra.begin(), spectrum.spectra.end());
+        chosen.spectra.push_back(std::move(spectrum));
+    }
+    return chosen;
+}
+
+} // namespace tools

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// choose_spectra.h -- which FIDs of an input are converted, and which of them are averaged
+#pragma once
+
+#include "files/measured/spectrum_source.h"
+
+namespace tools {
+
+// As the options have them. An axis is named by its name in the file (DIM_COIL), in any case, with
+// or without "DIM_", or by its number (dim_5).
+struct choice_options {
+    std::string voxel;                // "x,y,z" from 0; empty: all
+    std::vector<std::string> index;   // "AXIS=i", "AXIS=all", or "i", "all" for the only axis
+    std::vector<std::string> average; // "AXIS"
+};
+
+// One output: the mean of one or more FIDs of the input.
+struct chosen_spectrum {
+    std::string suffix;              // of the output's name: "_3_4_0_coil2"; empty for the only one
+    std::vector<long long> spectra;  // of the input, rising
+    nlohmann::ordered_json place;    // {"voxel": [3, 4, 0], "DIM_COIL": 2}
+    nlohmann::ordered_json averaged; // {"DIM_DYN": 16}
+    std::optional<long long> index;  // along the only axis
+};
+
+struct choice {
+    std::vector<chosen_spectrum> spectra;
+    bool grid = false; // all voxels of more than one, not one that was asked for
+};
+
+// Errors: wrong_usage when an axis with several FIDs is neither chosen from nor averaged, for an
+//         axis that the input does not have, and for places outside of it.
+// pass_over_missing: an axis named in the options may be absent (for a second input).
+choice choose_spectra(const spectrum_source &source, const choice_options &options,
+                      bool pass_over_missing = false);
+
+} // namespace tools

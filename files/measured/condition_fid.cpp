@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/condition_fid.h"
+
+#include "files/base/tool_error.h"
+#include "files/measured/text_items.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tools {
+
+static constexpr long long most_points = 1LL << 24; // of a signal that a fit takes
+
+long long length_for_fit(const std::string &file, long long points, const std::string &resize) {
+    long long below = 1;
+    while (2 * below <= points) below *= 2;
+    const long long above = below == points ? points : 2 * below;
+    long long length = points;
+    if (resize == "fill")
+        length = above;
+    else if (resize == "cut")
+        length = below;
+    else if (!resize.empty()) {
+        const std::optional<long long> asked = whole_number_of(resize);
+        if (!asked || *asked < 1)
+            throw tool_error(wrong_usage,
+                             "--resize " + resize + ": expected a power of two, fill or cut");
+        length = *asked;
+    }
+    if (length > most_points)
+        throw tool_error(bad_input, file + ": " + std::to_string(length) +
+                                        " points; a fit takes up to " +
+                                        std::to_string(most_points));
+    if (!is_power_of_two(length)) {
+        long long lower = 1;
+        while (2 * lower < length) lower *= 2;
+        throw tool_error(resize.empty() ? bad_input : wrong_usage,
+                         file + ": " + std::to_string(length) +
+                             " points, but a fit needs a power of two. --resize " +
+                             std::to_string(2 * lower) + " fills with zeros, --resize " +
+                             std::to_string(lower) + " cuts.");
+    }
+    return length;
+}
+
+void conjugate(complex_signal &fid) {
+    for (std::complex<double> &point : fid) point = std::conj(point);
+}
+
+void turn_phase(complex_signal &fid, double degrees) {
+    const std::complex<double> turn = std::polar(1.0, degrees * M_PI / 180.0);
+    for (std::complex<double> &point : fid) point *= turn;
+}
+
+double phase_of_first_point(const complex_signal &fid) {
+    return fid.empty() ? 0.0 : -std::arg(fid.front()) * 180.0 / M_PI;
+}
+
+complex_signal binary_pattern(const complex_signal &fid) {
+    const complex_signal spectrum = centred_spectrum(fid, 1.0);
+    const std::size_t n = spectrum.size();
+    complex_signal pattern(n);
+    for (std::size_t j = 0; j < n; ++j) pattern[j] = std::conj(spectrum[(n - j) % n]);
+    return pattern;
+}
+
+// Frequency [cycles per point] of the strongest point of the magnitude spectrum, with the parabola
+// through it and its neighbours. Filled to four times the length, which keeps the bias of the
+// parabola below a hundredth of a point of the spectrum itself.
+static double strongest_frequency(const complex_signal &fid) {
+    std::size_t n = 1;
+    while (n < fid.size()) n *= 2;
+    n *= 4;
+    complex_signal spectrum = fid;
+    spectrum.resize(n);
+    forward_transform(spectrum);
+    std::size_t top = 0;
+    for (std::size_t i = 1; i < n; ++i)
+        if (std::norm(spectrum[i]) > std::norm(spectrum[top])) top = i;
+    const double below = std::abs(spectrum[(top + n - 1) % n]), here = std::abs(spectrum[top]),
+                 above = std::abs(spectrum[(top + 1) % n]);
+    const double bend = below - 2.0 * here + above;
+    const double shift = bend < 0.0 ? 0.5 * (below - above) / bend : 0.0;
+    double place = (static_cast<double>(top) + shift) / static_cast<double>(n);
+    if (place >= 0.5) place -= 1.0;
+    return place;
+}
+
+measured_lineshape lineshape_of(const complex_signal &water, const std::string &file) {
+    if (water.empty() || water.front() == 0.0)
+        throw tool_error(bad_input, file + ": the first point of the reference is 0; expected the "
+                                           "FID of a strong line from its start");
+    measured_lineshape shape;
+    shape.frequency = strongest_frequency(water);
+    const std::size_t n = water.size();
+
+    // noise per channel, from the last eighth; its points about their mean
+    const std::size_t tail = n / 8;
+    double noise = 0.0;
+    if (tail >= 8) {
+        std::complex<double> mean = 0.0;
+        for (std::size_t k = n - tail; k < n; ++k) mean += water[k];
+        mean /= static_cast<double>(tail);
+        for (std::size_t k = n - tail; k < n; ++k) noise += std::norm(water[k] - mean);
+        noise = std::sqrt(noise / (2.0 * static_cast<double>(tail)));
+    }
+
+    // The phase of a point with five times the noise is uncertain by 0.2 radians; where the line
+    // is smaller the correction would put more noise into the data than it takes out.
+    shape.phase.resize(n);
+    shape.line.resize(n);
+    bool reliable = true;
+    double unsteady = 0.0, previous = 0.0;
+    for (std::size_t k = 0; k < n; ++k) {
+        const double steady = 2.0 * M_PI * shape.frequency * static_cast<double>(k);
+        const std::complex<double> still = water[k] * std::polar(1.0, -steady);
+        shape.line[k] = still / water.front();
+        if (reliable && std::abs(water[k]) <= 5.0 * noise) reliable = false;
+        if (reliable) {
+            const double angle = std::arg(still);
+            unsteady = k == 0 ? angle : unsteady + std::remainder(angle - previous, 2.0 * M_PI);
+            previous = angle;
+            shape.reliable = static_cast<long long>(k) + 1;
+        }
+        shape.phase[k] = steady + unsteady;
+    }
+    if (shape.reliable < 2)
+        throw tool_error(bad_input, file + ": nothing stands above the noise in the reference; "
+                                           "expected the FID of a strong line");
+    return shape;
+}
+
+void correct_eddy_currents(complex_signal &fid, const measured_lineshape &reference) {
+    for (std::size_t k = 0; k < fid.size() && k < reference.phase.size(); ++k)
+        fid[k] *= std::polar(1.0, -reference.phase[k]);
+}
+
+} // namespace tools

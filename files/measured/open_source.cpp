@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/open_source.h"
+
+#include "files/base/tool_error.h"
+#include "files/measured/read_jmrui.h"
+#include "files/measured/read_lcmodel_raw.h"
+#include "files/measured/read_nifti_mrs.h"
+#include "files/measured/read_plain_fid.h"
+#include "files/measured/read_rda.h"
+#include "files/measured/read_sdat.h"
+#include "files/measured/read_text_columns.h"
+#include "files/measured/text_items.h"
+
+#include <array>
+#include <fstream>
+
+namespace tools {
+
+static std::string first_bytes(const std::string &file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::array<char, 256> bytes{};
+    stream.read(bytes.data(), bytes.size());
+    return std::string(bytes.data(), static_cast<std::size_t>(stream.gcount()));
+}
+
+static std::string format_of(const std::string &file) {
+    const std::string name = lower_case(file);
+    const auto ends = [&](std::initializer_list<const char *> endings) {
+        for (const char *ending : endings)
+            if (name.ends_with(ending)) return true;
+        return false;
+    };
+    if (ends({".nii", ".nii.gz"})) return "nifti";
+    if (ends({".raw", ".h2o"})) return "raw";
+    if (ends({".sdat", ".spar"})) return "sdat";
+    if (ends({".rda"})) return "rda";
+    if (ends({".txt", ".csv", ".tsv", ".asc"})) {
+        const std::string head = lower_case(first_bytes(file));
+        return head.find("jmrui data textfile") == head.npos ? "text" : "jmrui";
+    }
+    size_of_input(file, "complex points as float32");
+    if (ends({".basis"}))
+        throw tool_error(wrong_usage, file + ": a basis set; varokel-import basis turns it into "
+                                             "patterns");
+    if (ends({".dat", ".ima", ".dcm", ".7", ".mrui", ".data", ".list"}))
+        throw tool_error(bad_input, file + ": a format that is not read here; spec2nii converts "
+                                           "files of scanners to NIfTI-MRS, which is. --format "
+                                           "names the format of a file with an unusual ending");
+    return "float32";
+}
+
+std::unique_ptr<spectrum_source> open_source(const std::string &file, const std::string &format,
+                                             const std::string &json,
+                                             const std::optional<long long> &points) {
+    const std::string kind = format.empty() ? format_of(file) : format;
+    if (kind == "float32" || kind == "text") {
+        const std::string about = json.empty() ? json_beside(file) : json;
+        return kind == "text" ? read_text_columns(file, about, points)
+                              : read_plain_fid(file, about, points);
+    }
+    std::unique_ptr<spectrum_source> source;
+    if (kind == "nifti") source = read_nifti_mrs(file);
+    if (kind == "raw") source = read_lcmodel_raw(file, points);
+    if (kind == "jmrui") source = read_jmrui(file);
+    if (kind == "sdat") source = read_sdat(file);
+    if (kind == "rda") source = read_rda(file);
+    if (!source) throw tool_error(wrong_usage, "--format " + kind + ": no such format");
+    if (points && *points != source->points)
+        throw tool_error(wrong_usage, file + ": --points " + std::to_string(*points) +
+                                          ", but the file says " + std::to_string(source->points) +
+                                          " points; --resize cuts or fills");
+    if (!json.empty()) { // what the file does not state itself
+        const signal_facts more = read_json_facts(json, source->points).facts;
+        signal_facts &facts = source->facts;
+        const auto fill = [](auto &item, const auto &other) {
+            if (!item) item = other;
+        };
+        fill(facts.dwell_time, more.dwell_time);
+        fill(facts.mhz, more.mhz);
+        fill(facts.ppm_at_carrier, more.ppm_at_carrier);
+        fill(facts.begin_time, more.begin_time);
+        fill(facts.nucleus, more.nucleus);
+        source->companions.push_back(json);
+    }
+    return source;
+}
+
+} // namespace tools

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/read_jmrui.h"
+
+#include "files/base/tool_error.h"
+#include "files/measured/text_items.h"
+
+#include <cmath>
+#include <map>
+
+namespace tools {
+
+struct jmrui_header {
+    struct item {
+        std::string value;
+        long long line;
+    };
+    std::map<std::string, item> items; // by name in lower case
+    long long points = 0, datasets = 1;
+};
+
+// Header lines up to the first row of numbers, which is left in text.
+static jmrui_header header_of(line_reader &text) {
+    jmrui_header header;
+    bool in_signals = false;
+    while (text.next()) {
+        const std::string_view line = trimmed(text.line());
+        if (line.empty()) continue;
+        const std::vector<std::string_view> words = words_of(line);
+        if (in_signals && !words.empty() && number_of(words.front())) return header;
+        const std::string low = lower_case(std::string(line));
+        if (low.starts_with("signal") || low.starts_with("sig(")) {
+            in_signals = true;
+            continue;
+        }
+        const std::size_t colon = line.find(':');
+        if (!in_signals && colon != line.npos)
+            header.items[lower_case(std::string(trimmed(line.substr(0, colon))))] = {
+                std::string(trimmed(line.substr(colon + 1))), text.number()};
+    }
+    text.refuse("ends before the first point; expected rows of numbers behind \"Signal and FFT\"");
+}
+
+static std::optional<double> number_item(const std::string &file, const jmrui_header &header,
+                                         const char *name) {
+    const auto at = header.items.find(lower_case(name));
+    if (at == header.items.end() || at->second.value.empty()) return std::nullopt;
+    const std::optional<double> value = number_of(at->second.value);
+    if (!value || !std::isfinite(*value))
+        throw tool_error(bad_input, file + ", line " + std::to_string(at->second.line) + ": " +
+                                        name + " is no number; expected one, such as 5E-1");
+    return value;
+}
+
+static void each_row(const std::string &file, long long points, long long datasets,
+                     const std::function<bool(std::complex<double>)> &take) {
+    line_reader text(file);
+    header_of(text);
+    long long in_signal = 0, signals = 0;
+    do {
+        const std::string_view line = trimmed(text.line());
+        if (line.empty()) continue;
+        const std::vector<std::string_view> words = words_of(line);
+        std::optional<double> re, im;
+        if (words.size() == 2 || words.size() == 4) {
+            re = number_of(words[0]);
+            im = number_of(words[1]);
+        }
+        if (!re || !im) {
+            if (lower_case(std::string(line)).starts_with("sig")) {
+                if (in_signal != 0)
+                    text.refuse("this signal ends after " + std::to_string(in_signal) +
+                                " points; expected " + std::to_string(points) +
+                                " (PointsInDataset). Is the file cut?");
+                continue;
+            }
+            text.refuse("expected a row of 2 or 4 numbers, the first two a point of the FID");
+        }
+        if (signals == datasets)
+            text.refuse("more points than PointsInDataset and DatasetsInFile say; is the header "
+                        "right?");
+        if (++in_signal == points) {
+            in_signal = 0;
+            ++signals;
+        }
+        if (!take({*re, *im})) return;
+    } while (text.next());
+    if (signals != datasets)
+        text.refuse("the file ends after " + std::to_string(signals * points + in_signal) +
+                    " points; expected " + std::to_string(points * datasets) +
+                    " (PointsInDataset times DatasetsInFile). Is it cut?");
+}
+
+std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
+    size_of_input(file, "a jMRUI text file");
+    line_reader text(file);
+    const jmrui_header header = header_of(text);
+
+    auto source = std::make_unique<text_source>();
+    source->file = file;
+    source->format = "jMRUI text";
+    source->stem = stem_of(file);
+    source->opposite_sense = true;
+    const auto number = [&](const char *name) { return number_item(file, header, name); };
+    const auto count = [&](const char *name) {
+        const std::optional<double> value = number(name);
+        if (value && !(*value >= 1.0 && *value <= 1e9 && whole_number_of(std::to_string(*value))))
+            throw tool_error(bad_input, file + ": " + name + " is no whole number above 0");
+        return value ? std::optional(static_cast<long long>(*value)) : std::nullopt;
+    };
+    const std::optional<long long> points = count("PointsInDataset");
+    if (!points)
+        throw tool_error(bad_input, file + ": PointsInDataset is missing; expected the points of "
+                                           "one signal. Is this a jMRUI text file?");
+    source->points = *points;
+    const long long datasets = count("DatasetsInFile").value_or(1);
+    source->axes = {{"spectrum", datasets, false}};
+
+    signal_facts &facts = source->facts;
+    if (const std::optional<double> interval = number("SamplingInterval")) {
+        if (!(*interval > 0.0))
+            throw tool_error(bad_input, file + ": SamplingInterval is not above 0 [ms]");
+        facts.dwell_time = *interval / 1e3;
+    }
+    if (const std::optional<double> begin = number("BeginTime")) facts.begin_time = *begin / 1e3;
+    if (const std::optional<double> frequency = number("TransmitterFrequency");
+        frequency && *frequency > 0.0) {
+        // no spectrometer works below 0.1 MHz, so a small number is in MHz
+        const bool in_mhz = *frequency < 1e5;
+        facts.mhz = in_mhz ? *frequency : *frequency / 1e6;
+        if (in_mhz)
+            source->guesses.push_back(
+                {"spectrometer_mhz", *facts.mhz,
+                 "TransmitterFrequency is too small for hertz, taken as MHz"});
+    }
+    const auto named = header.items.find("typeofnucleus");
+    if (named != header.items.end()) facts.nucleus = nucleus_of(named->second.value);
+    const std::optional<double> tesla = number("MagneticField");
+    if (!facts.nucleus && facts.mhz && tesla && *tesla > 0.0) {
+        facts.nucleus = nucleus_of_field(*facts.mhz, *tesla);
+        if (facts.nucleus)
+            source->guesses.push_back(
+                {"nucleus", *facts.nucleus, "taken from TransmitterFrequency and MagneticField"});
+    }
+    if (const std::optional<double> phase = number("ZeroOrderPhase"); phase && *phase != 0.0)
+        source->notes["zero_order_phase_of_the_header_degrees"] = *phase; // not applied
+    const long long n = *points;
+    source->for_each_point = [file, n, datasets](const auto &take) {
+        each_row(file, n, datasets, take);
+    };
+    source->count_points_of_text(); // finds a mistake in any line now
+    return source;
+}
+
+} // namespace tools

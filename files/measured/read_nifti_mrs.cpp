@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/read_nifti_mrs.h"
+
+#include "files/base/tool_error.h"
+#include "files/nifti/nifti_header.h"
+#include "files/measured/text_items.h"
+
+#ifdef VAROKEL_NIFTI
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+namespace tools {
+
+static constexpr int mrs_extension = 44; // code of the JSON among the header extensions
+static constexpr int seconds = 8, milliseconds = 16, microseconds = 24; // units of time
+static constexpr int complex64 = 32, complex128 = 1792;                 // types of points
+
+// Points of voxels are interleaved: x, y, z change faster than time, so the points of one FID lie
+// a whole volume apart. They are picked while the file runs by once.
+class nifti_mrs_source : public spectrum_source {
+  public:
+    void add_to(const std::vector<signal_share> &shares,
+                std::vector<complex_signal> &sums) override;
+
+    long long offset = 0;       // of the first point [bytes]
+    std::size_t value_size = 4; // of a real or imaginary part [bytes]
+    bool swapped = false;       // byte order is not that of this machine
+    long long voxels = 1;
+
+  private:
+    double value_at(const unsigned char *byte) const;
+};
+
+double nifti_mrs_source::value_at(const unsigned char *byte) const {
+    unsigned char own[8] = {};
+    for (std::size_t b = 0; b < value_size; ++b) own[b] = byte[swapped ? value_size - 1 - b : b];
+    if (value_size == 4) {
+        float single;
+        std::memcpy(&single, own, 4);
+        return static_cast<double>(single);
+    }
+    double value;
+    std::memcpy(&value, own, 8);
+    return value;
+}
+
+struct open_gz {
+    gzFile stream;
+    explicit open_gz(const char *name) : stream(gzopen(name, "rb")) {}
+    ~open_gz() {
+        if (stream != nullptr) gzclose_r(stream);
+    }
+    open_gz(const open_gz &) = delete;
+    open_gz &operator=(const open_gz &) = delete;
+};
+
+void nifti_mrs_source::add_to(const std::vector<signal_share> &shares,
+                              std::vector<complex_signal> &sums) {
+    const auto cut = [this](long long row) {
+        const long long volumes = points * (spectra() / voxels);
+        throw tool_error(bad_input, file + ": ends, or is damaged, within point " +
+                                        std::to_string(row % points) + " of volume " +
+                                        std::to_string(row / points) + "; expected " +
+                                        std::to_string(volumes) + " volumes of " +
+                                        std::to_string(voxels) + " points. Is the file cut?");
+    };
+    open_gz gz(file.c_str()); // reads files that are not compressed, too
+    if (gz.stream == nullptr)
+        throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
+    gzbuffer(gz.stream, 1 << 18);
+    finite_check finite(*this);
+    const std::size_t point_size = 2 * value_size;
+    std::vector<unsigned char> bytes;
+    for (std::size_t s = 0; s < shares.size();) {
+        // shares of one place along the higher dimensions
+        const long long volume = shares[s].spectrum / voxels;
+        std::size_t stop = s;
+        std::size_t most = 0; // points
+        while (stop < shares.size() && shares[stop].spectrum / voxels == volume)
+            most = std::max(most, sums[shares[stop++].sum].size());
+        const long long first = shares[s].spectrum % voxels;
+        const long long last = shares[stop - 1].spectrum % voxels;
+        // Rows of many voxels are read one by one, from the first to the last voxel that is wanted;
+        // short ones in blocks.
+        const auto wanted = static_cast<std::size_t>(last - first + 1);
+        const std::size_t row_size = static_cast<std::size_t>(voxels) * point_size;
+        const std::size_t block = std::clamp<std::size_t>((std::size_t{1} << 18) / row_size, 1,
+                                                          std::max<std::size_t>(most, 1));
+        for (std::size_t k = 0; k < most; k += block) {
+            const std::size_t rows = std::min(block, most - k);
+            const std::size_t needed =
+                (rows - 1) * row_size + wanted * point_size; // up to the last voxel of the last row
+            const long long row = volume * points + static_cast<long long>(k);
+            bytes.resize(needed);
+            const long long at = offset + row * static_cast<long long>(row_size) +
+                                 first * static_cast<long long>(point_size);
+            if (gzseek(gz.stream, static_cast<z_off_t>(at), SEEK_SET) < 0) cut(row);
+            for (std::size_t done = 0; done < needed;) {
+                const auto piece =
+                    static_cast<unsigned>(std::min<std::size_t>(needed - done, 1 << 30));
+                const int got = gzread(gz.stream, bytes.data() + done, piece);
+                if (got <= 0) cut(row + static_cast<long long>(done / row_size));
+                done += static_cast<std::size_t>(got);
+            }
+            for (std::size_t r = 0; r < rows; ++r) {
+                for (std::size_t share = s; share < stop; ++share) {
+                    complex_signal &sum = sums[shares[share].sum];
+                    if (k + r >= sum.size()) continue;
+                    const auto voxel =
+                        static_cast<std::size_t>(shares[share].spectrum % voxels - first);
+                    const unsigned char *const point =
+                        bytes.data() + r * row_size + voxel * point_size;
+                    const std::complex<double> value(value_at(point), value_at(point + value_size));
+                    if (finite(value, shares[share].spectrum, static_cast<long long>(k + r)))
+                        sum[k + r] += value;
+                }
+            }
+        }
+        s = stop;
+    }
+    finite.finish();
+}
+
+// A dwell time of 0.0005 s is 0.000500000024 in the float32 of a version 1 header: the shortest
+// decimal with the same float32 is what was meant.
+static double as_written(double value) {
+    const auto single = static_cast<float>(value);
+    if (static_cast<double>(single) != value) return value; // a version 2 header holds doubles
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, single);
+    double shortest = value;
+    std::from_chars(text, end.ptr, shortest);
+    return shortest;
+}
+
+static nlohmann::json extension_of(const nifti_header &header, const std::string &file) {
+    for (const nifti_extension &extension : header.extensions) {
+        std::string text = extension.bytes;
+        while (!text.empty() && (text.back() == '\0' || text.back() == ' ')) text.pop_back();
+        nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
+        if (!json.is_object())
+            throw tool_error(bad_input, file + ": the header extension with code 44 holds no valid "
+                                               "JSON object; convert the measurement again");
+        return json;
+    }
+    throw tool_error(bad_input, file +
+                                    ": no header extension with code 44 (the JSON of NIfTI-MRS); "
+                                    "is this an image, or was it saved by a program that drops "
+                                    "extensions?");
+}
+
+// First element of an array, or the value itself: both are found in files.
+static const nlohmann::json *first_value(const nlohmann::json &meta, const char *item) {
+    const auto at = meta.find(item);
+    if (at == meta.end() || at->is_null()) return nullptr;
+    if (!at->is_array()) return &*at;
+    return at->empty() ? nullptr : &at->front();
+}
+
+static std::optional<double> number_item(const nlohmann::json &meta, const char *item,
+                                         const std::string &file) {
+    const nlohmann::json *const value = first_value(meta, item);
+    if (value == nullptr) return std::nullopt;
+    if (!value->is_number() || !std::isfinite(value->get<double>()))
+        throw tool_error(bad_input, file + ": item " + item +
+                                        " of the JSON is no number; expected "
+                                        "one");
+    return value->get<double>();
+}
+
+static void take_dwell_time(const nifti_header &header, const nlohmann::json &meta,
+                            nifti_mrs_source &source) {
+    double unit = 1.0;
+    if (header.time_unit == milliseconds)
+        unit = 1e-3;
+    else if (header.time_unit == microseconds)
+        unit = 1e-6;
+    const double dwell = as_written(header.pixdim_4) * unit;
+    const std::optional<double> width = number_item(meta, "SpectralWidth", source.file);
+    // Some writers leave 1 where they know no dwell time; no spectrum is sampled that slowly.
+    if (!(dwell > 0.0) || dwell > 0.1) {
+        if (!width || !(*width > 0.0)) return;
+        source.facts.dwell_time = 1.0 / *width;
+        source.guesses.push_back({"dwell_time_s", *source.facts.dwell_time,
+                                  "pixdim[4] holds no dwell time, taken from SpectralWidth"});
+        return;
+    }
+    source.facts.dwell_time = dwell;
+    if (header.time_unit != seconds && unit == 1.0)
+        source.guesses.push_back(
+            {"dwell_time_s", dwell, "the header names no unit of time, taken as seconds"});
+    if (width && std::abs(*width * dwell - 1.0) > 1e-3)
+        source.warnings.push_back("SpectralWidth of the JSON does not fit pixdim[4], which is "
+                                  "used; is the file of one piece?");
+}
+
+std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
+    const long long size = size_of_input(file, "a NIfTI-MRS file");
+    const nifti_header header = read_nifti_header(file, mrs_extension);
+    if (header.datatype != complex64 && header.datatype != complex128)
+        throw tool_error(bad_input, file + ": points are of type " + header.datatype_name() +
+                                        "; expected complex64 or complex128. Is this an image?");
+    // JSON before the name: files that are images have neither
+    const nlohmann::json meta = extension_of(header, file);
+
+    auto source = std::make_unique<nifti_mrs_source>();
+    source->file = file;
+    source->format = "NIfTI-MRS";
+    source->stem = stem_of(file);
+    source->offset = header.offset;
+    source->value_size = header.datatype == complex64 ? 4 : 8;
+    source->swapped = header.swapped;
+    if (!header.intent_name.starts_with("mrs_v"))
+        source->warnings.push_back("intent_name does not name a version of NIfTI-MRS");
+
+    for (int d = 1; d <= 7; ++d) {
+        const long long length = header.dim[static_cast<std::size_t>(d - 1)];
+        if (d == 4) {
+            source->points = length;
+            continue;
+        }
+        std::string name = d < 4 ? std::string(1, "xyz"[d - 1]) : "dim_" + std::to_string(d);
+        if (d > 4) {
+            const auto tag = meta.find(name);
+            if (tag != meta.end() && tag->is_string() && !tag->get<std::string>().empty() &&
+                tag->get<std::string>().find_first_not_of(
+                    "ABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789") == std::string::npos)
+                name = tag->get<std::string>();
+        } else {
+            source->voxels *= length;
+        }
+        source->axes.push_back({name, length, d < 4});
+    }
+    // A header that promises more than the file can hold is found before storage is asked for.
+    // Deflate packs 1032 bytes into one at most.
+    const double room = static_cast<double>(size) * (lower_case(file).ends_with(".gz") ? 1032 : 1);
+    if (static_cast<double>(source->offset) +
+            header.voxels_and_more * 2 * static_cast<double>(source->value_size) >
+        room)
+        throw tool_error(bad_input, file + ": " + std::to_string(size) +
+                                        " bytes, which is less than the dimensions of the header "
+                                        "need; is the file cut?");
+    if (header.dimensions < 4)
+        throw tool_error(bad_input, file + ": has " + std::to_string(header.dimensions) +
+                                        " dimensions; expected 4 to 7, the fourth one time");
+    if (const auto k_space = meta.find("kSpace"); k_space != meta.end()) {
+        bool any = k_space->is_boolean() && k_space->get<bool>();
+        if (k_space->is_array())
+            for (const nlohmann::json &each : *k_space)
+                any = any || (each.is_boolean() && each.get<bool>());
+        if (any)
+            throw tool_error(bad_input, file + ": item kSpace of the JSON is true: the voxels are "
+                                               "not transformed yet; expected them in space. "
+                                               "Reconstruct the measurement first");
+    }
+
+    signal_facts &facts = source->facts;
+    take_dwell_time(header, meta, *source);
+    facts.mhz = number_item(meta, "SpectrometerFrequency", file);
+    if (facts.mhz && !(*facts.mhz > 0.0))
+        throw tool_error(bad_input, file + ": item SpectrometerFrequency of the JSON is not above "
+                                           "0; expected it in MHz");
+    if (!facts.mhz)
+        source->warnings.push_back("item SpectrometerFrequency is missing in the JSON; give "
+                                   "--frequency to have ppm");
+    if (const nlohmann::json *const nucleus = first_value(meta, "ResonantNucleus");
+        nucleus != nullptr && nucleus->is_string())
+        facts.nucleus = nucleus_of(nucleus->get<std::string>());
+    facts.echo_time = number_item(meta, "EchoTime", file);
+    facts.begin_time = number_item(meta, "AcquisitionStartTime", file);
+    // our own item; items outside of the standard are objects with Value and Description
+    if (const auto own = meta.find("PpmAtCarrier"); own != meta.end() && own->is_object())
+        facts.ppm_at_carrier = number_item(*own, "Value", file);
+    if (const auto offset = number_item(meta, "TxOffset", file); offset && *offset != 0.0) {
+        source->notes["tx_offset_ppm_not_applied"] = *offset;
+        source->warnings.push_back("TxOffset of the JSON is taken for the place of the pulses, not "
+                                   "added to the ppm at the carrier; --ppm-at-carrier sets it");
+    }
+    return source;
+}
+
+} // namespace tools
+
+#else
+
+namespace tools {
+
+std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
+    throw tool_error(bad_input, file + ": this program was built without the NIfTI library; build "
+                                       "it again with libnifti2-dev and zlib1g-dev installed");
+}
+
+} // namespace tools
+
+#endif

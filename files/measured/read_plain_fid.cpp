@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/read_plain_fid.h"
+
+#include "files/base/tool_error.h"
+#include "files/spectra/metadata.h"
+#include "files/spectra/signal_file.h"
+#include "files/measured/text_items.h"
+
+#include <bit>
+#include <cstdint>
+#include <filesystem>
+
+namespace tools {
+
+static double float_at(const unsigned char *byte) {
+    std::uint32_t bits = 0;
+    for (int b = 0; b < 4; ++b) bits |= static_cast<std::uint32_t>(byte[b]) << (8 * b);
+    return static_cast<double>(std::bit_cast<float>(bits));
+}
+
+static std::complex<double> float_pair(const unsigned char *byte) {
+    return {float_at(byte), float_at(byte + 4)};
+}
+
+std::string json_beside(const std::string &file) {
+    // x.json may be the sidecar of the spectrum made from x.fid.f32, in the folder of its FID
+    std::filesystem::path whole(file);
+    whole.replace_extension(".json");
+    const std::filesystem::path beside =
+        std::filesystem::path(file).parent_path() / (stem_of(file) + ".json");
+    std::error_code error;
+    for (const std::filesystem::path &name : {whole, beside})
+        if (name != file && std::filesystem::exists(name, error)) return name.string();
+    return "";
+}
+
+json_facts read_json_facts(const std::string &json, long long points_in_file) {
+    const metadata about(json);
+    json_facts read;
+    read.points = about.positive_integer("n_points");
+    read.spectra = about.positive_integer("n_spectra");
+    signal_facts &facts = read.facts;
+    facts.dwell_time = about.positive_number("dwell_time_s");
+    facts.mhz = about.positive_number("spectrometer_MHz");
+    facts.ppm_at_carrier = about.number("ppm_at_carrier");
+    facts.begin_time = about.number("begin_time_s");
+    if (!facts.begin_time) facts.begin_time = about.number("dead_time_s");
+    facts.nucleus = about.text("nucleus");
+    facts.ppm_rises_with_points = about.truth("ppm_rises_with_points").value_or(true);
+    const long long last = read.points.value_or(points_in_file) - 1;
+    facts.noise_points = about.point_pair("noise_only_points", last);
+    facts.fit_points = about.point_pair("metabolite_interval_points", last);
+    return read;
+}
+
+void apply_json(spectrum_source &source, const std::string &json, long long points_in_file,
+                const std::optional<long long> &points) {
+    const json_facts about = read_json_facts(json, points_in_file);
+    source.facts = about.facts;
+    source.companions.push_back(json);
+    if (points && points != about.points) { // the stretches are of another spectrum
+        source.facts.noise_points.reset();
+        source.facts.fit_points.reset();
+    }
+    split_into_spectra(source, points_in_file, points ? points : about.points, "spectrum");
+    if (!points && about.spectra && *about.spectra != source.spectra())
+        throw tool_error(bad_input, source.file + ": holds " + std::to_string(source.spectra()) +
+                                        " spectra of " + std::to_string(source.points) +
+                                        " points, but " + json + " says n_spectra " +
+                                        std::to_string(*about.spectra));
+}
+
+std::unique_ptr<spectrum_source> read_plain_fid(const std::string &file, const std::string &json,
+                                                const std::optional<long long> &points) {
+    auto source = std::make_unique<contiguous_source>();
+    source->file = file;
+    source->format = "float32";
+    source->stem = stem_of(file);
+    source->decode = float_pair;
+    source->facts.ppm_rises_with_points = true;
+    const long long in_file = count_points(file);
+    if (json.empty())
+        split_into_spectra(*source, in_file, points, "spectrum");
+    else
+        apply_json(*source, json, in_file, points);
+    return source;
+}
+
+} // namespace tools

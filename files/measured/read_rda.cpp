@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/read_rda.h"
+
+#include "files/base/tool_error.h"
+#include "files/measured/text_items.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <map>
+
+namespace tools {
+
+static double double_at(const unsigned char *byte) {
+    std::uint64_t bits = 0;
+    for (int b = 0; b < 8; ++b) bits |= static_cast<std::uint64_t>(byte[b]) << (8 * b);
+    return std::bit_cast<double>(bits);
+}
+
+static std::complex<double> double_pair(const unsigned char *byte) {
+    return {double_at(byte), double_at(byte + 8)};
+}
+
+struct rda_header {
+    std::string file;
+    struct item {
+        std::string value;
+        long long line;
+    };
+    std::map<std::string, item> items; // by name in lower case
+    long long size = 0;                // bytes
+
+    std::optional<double> positive(const char *name) const {
+        const auto at = items.find(lower_case(name));
+        if (at == items.end() || at->second.value.empty()) return std::nullopt;
+        const std::optional<double> value = number_with_comma(at->second.value);
+        if (!value || !(*value > 0.0) || !std::isfinite(*value))
+            throw tool_error(bad_input, file + ", line " + std::to_string(at->second.line) + ": " +
+                                            name + " is " + (value ? "not above 0" : "no number") +
+                                            "; expected a number above 0");
+        return value;
+    }
+    long long count(const char *name, long long absent) const {
+        const std::optional<double> value = positive(name);
+        if (value && (*value != std::floor(*value) || *value > 1e6))
+            throw tool_error(bad_input, file + ", line " +
+                                            std::to_string(items.at(lower_case(name)).line) + ": " +
+                                            name + " is no whole number up to 1000000");
+        return value ? static_cast<long long>(*value) : absent;
+    }
+};
+
+static rda_header header_of(const std::string &file) {
+    rda_header header{file, {}, 0};
+    line_reader text(file);
+    // Points have no line ends: a file without the end mark must not be read to its end as a line.
+    while (text.number() < 10000 && text.next()) {
+        const std::string_view line = trimmed(text.line());
+        if (text.number() == 1) {
+            if (line.find("Begin of header") == line.npos)
+                text.refuse("expected \">>> Begin of header <<<\"; is this an RDA file?");
+            continue;
+        }
+        if (line.find("End of header") != line.npos) {
+            header.size = text.bytes_read();
+            return header;
+        }
+        const std::size_t colon = line.find(':');
+        if (colon == line.npos) continue;
+        header.items.try_emplace(
+            lower_case(std::string(trimmed(line.substr(0, colon)))),
+            rda_header::item{std::string(trimmed(line.substr(colon + 1))), text.number()});
+    }
+    throw tool_error(bad_input, file + ": no \">>> End of header <<<\"; is the file cut?");
+}
+
+std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
+    const long long size = size_of_input(file, "an RDA file");
+    const rda_header header = header_of(file);
+    auto source = std::make_unique<contiguous_source>();
+    source->file = file;
+    source->format = "RDA";
+    source->stem = stem_of(file);
+    source->decode = double_pair;
+    source->point_size = 16;
+    source->offset = header.size;
+    source->points = header.count("VectorSize", 0);
+    if (source->points == 0)
+        throw tool_error(bad_input,
+                         file + ": VectorSize is missing; expected the points of an FID");
+    source->axes = {{"x", header.count("CSIMatrixSize[0]", 1), true},
+                    {"y", header.count("CSIMatrixSize[1]", 1), true},
+                    {"z", header.count("CSIMatrixSize[2]", 1), true}};
+    const double expected =
+        16.0 * static_cast<double>(source->points) * static_cast<double>(source->axes[0].size) *
+        static_cast<double>(source->axes[1].size) * static_cast<double>(source->axes[2].size);
+    if (static_cast<double>(size - header.size) < expected)
+        throw tool_error(bad_input, file + ": " + std::to_string(size - header.size) +
+                                        " bytes behind the header; expected 16 times " +
+                                        std::to_string(source->points) + " points times " +
+                                        std::to_string(source->axes[0].size) + " x " +
+                                        std::to_string(source->axes[1].size) + " x " +
+                                        std::to_string(source->axes[2].size) +
+                                        " voxels. Is the file cut?");
+    signal_facts &facts = source->facts;
+    if (const auto microseconds = header.positive("DwellTime"))
+        facts.dwell_time = *microseconds / 1e6;
+    facts.mhz = header.positive("MRFrequency");
+    if (const auto milliseconds = header.positive("TE")) facts.echo_time = *milliseconds / 1e3;
+    if (const auto at = header.items.find("nucleus"); at != header.items.end())
+        facts.nucleus = nucleus_of(at->second.value);
+    return source;
+}
+
+} // namespace tools

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/read_text_columns.h"
+
+#include "files/measured/read_plain_fid.h"
+#include "files/measured/text_items.h"
+
+namespace tools {
+
+static void each_row(const std::string &file,
+                     const std::function<bool(std::complex<double>)> &take) {
+    line_reader text(file);
+    bool heading_allowed = true;
+    while (text.next()) {
+        const std::string_view line = trimmed(text.line());
+        if (line.empty() || line[0] == '#' || line[0] == '%' || line[0] == '!') continue;
+        const std::vector<std::string_view> words = words_of(line);
+        const std::optional<double> first = words.empty() ? std::nullopt : number_of(words.front());
+        if (heading_allowed && !first) {
+            heading_allowed = false;
+            continue;
+        }
+        heading_allowed = false;
+        const std::optional<double> second =
+            words.size() == 2 ? number_of(words.back()) : std::nullopt;
+        if (!first || !second)
+            text.refuse("expected two numbers, the real and the imaginary part of a point; found " +
+                        std::to_string(words.size()) + (words.size() == 1 ? " word" : " words") +
+                        (words.size() == 2 ? " that are no two numbers" : "") +
+                        ". Write one point on a line, with decimal points");
+        if (!take({*first, *second})) return;
+    }
+}
+
+std::unique_ptr<spectrum_source> read_text_columns(const std::string &file, const std::string &json,
+                                                   const std::optional<long long> &points) {
+    size_of_input(file, "two columns of numbers");
+    auto source = std::make_unique<text_source>();
+    source->file = file;
+    source->format = "text columns";
+    source->stem = stem_of(file);
+    source->for_each_point = [file](const std::function<bool(std::complex<double>)> &take) {
+        each_row(file, take);
+    };
+    const long long in_file = source->count_points_of_text();
+    if (json.empty())
+        split_into_spectra(*source, in_file, points, "spectrum");
+    else
+        apply_json(*source, json, in_file, points);
+    return source;
+}
+
+} // namespace tools

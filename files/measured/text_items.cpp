@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/text_items.h"
+
+#include "files/base/tool_error.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+
+namespace tools {
+
+static bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+static bool is_letter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+std::string lower_case(std::string text) {
+    for (char &c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
+
+std::string_view trimmed(std::string_view text) {
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\0'; };
+    while (!text.empty() && blank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && blank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+std::optional<double> number_of(std::string_view text) {
+    std::string plain(trimmed(text));
+    for (char &c : plain)
+        if (c == 'D' || c == 'd') c = 'E';
+    const char *first = plain.data();
+    const char *const last = first + plain.size();
+    if (plain.size() > 1 && *first == '+' && plain[1] != '-') ++first;
+    double value = 0.0;
+    const auto end = std::from_chars(first, last, value);
+    if (end.ec == std::errc::result_out_of_range && end.ptr == last) {
+        // too large becomes infinite, which is refused as a point; too small is 0
+        const std::size_t e = plain.find_first_of("eE");
+        const bool small = e != std::string::npos && e + 1 < plain.size() && plain[e + 1] == '-';
+        return small ? 0.0 : HUGE_VAL;
+    }
+    if (end.ec != std::errc() || end.ptr != last) return std::nullopt;
+    return value;
+}
+
+std::optional<double> number_with_comma(std::string_view text) {
+    std::string plain(text);
+    std::replace(plain.begin(), plain.end(), ',', '.');
+    return number_of(plain);
+}
+
+std::optional<long long> whole_number_of(std::string_view text) {
+    const std::optional<double> value = number_of(text);
+    if (!value || !(std::abs(*value) < 1e15) || *value != std::floor(*value)) return std::nullopt;
+    return static_cast<long long>(*value);
+}
+
+std::vector<std::string_view> words_of(std::string_view line) {
+    static constexpr std::string_view between = " \t,;\r";
+    std::vector<std::string_view> words;
+    for (std::size_t at = 0; (at = line.find_first_not_of(between, at)) != line.npos;) {
+        const std::size_t end = std::min(line.find_first_of(between, at), line.size());
+        words.push_back(line.substr(at, end - at));
+        at = end;
+    }
+    return words;
+}
+
+std::optional<std::string> nucleus_of(std::string_view text) {
+    std::string digits, letters;
+    char before = ' ';
+    for (const char c : trimmed(text)) {
+        if (c == '<' || c == '>' || c == '"' || c == '\'' || c == '-' || c == '^') continue;
+        std::string &part = is_digit(c) ? digits : letters;
+        const bool goes_on = is_digit(c) == is_digit(before) && before != ' ';
+        if ((!is_digit(c) && !is_letter(c)) || (!part.empty() && !goes_on)) return std::nullopt;
+        part += c;
+        before = c;
+    }
+    if (digits.empty() || digits.size() > 3 || digits[0] == '0' || letters.empty() ||
+        letters.size() > 2)
+        return std::nullopt;
+    letters = lower_case(letters);
+    letters[0] = static_cast<char>(letters[0] - 'a' + 'A');
+    return digits + letters;
+}
+
+std::optional<std::string> nucleus_of_field(double mhz, double tesla) {
+    // magnitude of the gyromagnetic ratio over 2 pi [MHz/T]
+    static constexpr struct {
+        const char *name;
+        double mhz_per_tesla;
+    } nuclei[] = {{"1H", 42.577},   {"2H", 6.536},   {"3He", 32.434},
+                  {"7Li", 16.546},  {"13C", 10.708}, {"19F", 40.078},
+                  {"23Na", 11.262}, {"31P", 17.235}, {"129Xe", 11.777}};
+    for (const auto &nucleus : nuclei)
+        if (std::abs(mhz / tesla - nucleus.mhz_per_tesla) < 0.01 * nucleus.mhz_per_tesla)
+            return nucleus.name;
+    return std::nullopt;
+}
+
+line_reader::line_reader(const std::string &file) : file_(file), stream_(file, std::ios::binary) {
+    if (!stream_) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
+}
+
+bool line_reader::next() {
+    // A file of another kind may have no line ends: it must not be taken for one line of its size.
+    static constexpr std::size_t longest_line = 1 << 24; // a whole FID of text fits
+    line_.clear();
+    char piece[4096];
+    for (;;) {
+        stream_.getline(piece, sizeof piece);
+        const auto count = static_cast<std::size_t>(stream_.gcount());
+        bytes_ += static_cast<long long>(count);
+        if (stream_.good()) { // counts the line end, which is taken off
+            line_.append(piece, count - 1);
+            break;
+        }
+        line_.append(piece, count);
+        if (stream_.eof()) { // the last line has no end
+            if (line_.empty()) return false;
+            break;
+        }
+        if (count == 0) return false; // a reading error
+        stream_.clear();              // the line is longer than the piece
+        if (line_.size() > longest_line) {
+            ++number_;
+            refuse("longer than 16 MiB; expected lines of text. Is the file of another format?");
+        }
+    }
+    ++number_;
+    if (!line_.empty() && line_.back() == '\r') line_.pop_back();
+    return true;
+}
+
+void line_reader::refuse(const std::string &text) const {
+    throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": " + text);
+}
+
+} // namespace tools

@@ -1,0 +1,27 @@
+# SPDX-License-Identifier: BSD-3-Clause
+#
+# cmake -DOUTPUT=file.cpp -DFOLDER=folder -DUPLOT=folder -P embed.cmake: texts of the pages as
+# constants of the program, as escaped bytes in pieces that the compiler joins.
+set(code "// made from the files beside embed.cmake\n#include \"files/pages/page_texts.h\"\n\nnamespace tools {\n\n")
+function(add_text name file)
+  file(READ ${file} text HEX)
+  string(LENGTH "${text}" digits)
+  set(pieces "")
+  set(at 0)
+  while(at LESS digits)
+    string(SUBSTRING "${text}" ${at} 64 piece)
+    string(REGEX REPLACE "(..)" "\\\\x\\1" piece "${piece}")
+    string(APPEND pieces "    \"${piece}\"\n")
+    math(EXPR at "${at} + 64")
+  endwhile()
+  set(code "${code}std::string_view ${name}() {\n    return\n${pieces}    \"\";\n}\n\n" PARENT_SCOPE)
+endfunction()
+add_text(report_style ${FOLDER}/report.css)
+add_text(overview_style ${FOLDER}/overview.css)
+add_text(charts_script ${FOLDER}/charts.js)
+add_text(report_script ${FOLDER}/report.js)
+add_text(overview_script ${FOLDER}/overview.js)
+add_text(uplot_script ${UPLOT}/uPlot.iife.min.js)
+add_text(uplot_style ${UPLOT}/uPlot.min.css)
+add_text(uplot_licence ${UPLOT}/LICENSE)
+file(WRITE ${OUTPUT} "${code}} // namespace tools\n")

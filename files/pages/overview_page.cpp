@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/pages/overview_page.h"
+
+#include "files/base/tool_error.h"
+#include "files/pictures/markup.h"
+#include "files/pictures/spectrum_view.h"
+#include "files/results/number_text.h"
+#include "files/pages/curve_text.h"
+#include "files/pages/page_frame.h"
+#include "files/pages/page_texts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <limits>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+using nlohmann::ordered_json;
+
+static constexpr std::size_t curves_per_file = 100;
+
+static std::vector<std::pair<long long, long long>> fitted_intervals(const batch_view &batch) {
+    std::vector<std::pair<long long, long long>> found;
+    for (auto step = batch.start.steps.rbegin(); step != batch.start.steps.rend(); ++step) {
+        if (!step->fits_something()) continue;
+        for (const auto &[first, last] : step->intervals)
+            if (first <= last && last >= 0 && first < batch.points)
+                found.emplace_back(std::max(0LL, first), std::min(batch.points - 1, last));
+        break;
+    }
+    if (found.empty()) found.emplace_back(0, batch.points - 1);
+    return found;
+}
+
+static std::pair<long long, long long> shown_points(const batch_view &batch) {
+    return points_with_margin(fitted_intervals(batch), batch.points);
+}
+
+static ordered_json curves_of(const batch_view &batch, std::size_t spectrum) {
+    const std::pair<long long, long long> range = shown_points(batch);
+    const double phase = batch.phase_of(spectrum);
+    const double phi_1 = batch.start.read ? batch.start.phi_1 : 0.0;
+    const auto shown = [&](const complex_signal &signal) {
+        return short_curve(real_part(signal, 0, signal.size(), phase, phi_1), range.first,
+                           range.second);
+    };
+    ordered_json curves;
+    curves["data"] = shown(batch.data_of(spectrum));
+    if (const std::optional<complex_signal> fit = batch.fit_of(spectrum))
+        curves["fit"] = shown(*fit);
+    return curves;
+}
+
+static bool is_fitted(const batch_spectrum &spectrum) {
+    return spectrum.status != "not_fitted";
+}
+
+// Those with results, by falling quality number. One that ran away has none: nothing is worse.
+static std::vector<std::size_t> worst_first(const batch_view &batch) {
+    std::vector<std::size_t> order;
+    for (std::size_t i = 0; i < batch.spectra.size(); ++i)
+        if (is_fitted(batch.spectra[i])) order.push_back(i);
+    const auto badness = [&](std::size_t i) {
+        const double quality = batch.spectra[i].quality;
+        return std::isfinite(quality) ? quality : std::numeric_limits<double>::infinity();
+    };
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return badness(a) > badness(b); });
+    return order;
+}
+
+static std::string with_blanks(std::string status) {
+    std::replace(status.begin(), status.end(), '_', ' ');
+    return status;
+}
+
+// Spectra without results, put together by their reason: there may be thousands of one kind.
+static std::string not_fitted_table(const batch_view &batch) {
+    static constexpr std::size_t named = 12;
+    std::map<std::string, std::vector<std::size_t>> by_reason;
+    for (std::size_t i = 0; i < batch.spectra.size(); ++i)
+        if (!is_fitted(batch.spectra[i])) by_reason[batch.spectra[i].reason].push_back(i);
+    if (by_reason.empty()) return "";
+    std::string html =
+        "<h2>Not fitted</h2>\n<div class=\"wide\"><table class=\"lost\">\n<thead><tr>"
+        "<th scope=\"col\" class=\"text\">Reason</th><th scope=\"col\">Spectra</th>"
+        "<th scope=\"col\" class=\"text\">Which</th></tr></thead>\n<tbody>\n";
+    for (const auto &[reason, numbers] : by_reason) {
+        html += "<tr>" + element("td", "class=\"wrap\"", reason.empty() ? "n/a" : reason) + "<td>" +
+                std::to_string(numbers.size()) + "</td><td class=\"wrap\">";
+        for (std::size_t i = 0; i < std::min(numbers.size(), named); ++i)
+            html += element("button",
+                            "type=\"button\" class=\"pick\" data-number=\"" +
+                                std::to_string(numbers[i]) + "\"",
+                            batch.spectra[numbers[i]].name) +
+                    " ";
+        if (numbers.size() > named)
+            html += "and " + std::to_string(numbers.size() - named) + " more";
+        html += "</td></tr>\n";
+    }
+    return html + "</tbody></table></div>\n";
+}
+
+static ordered_json values_of(const batch_view &batch) {
+    ordered_json all;
+    all["axes"] = ordered_json::array();
+    for (const batch_axis &axis : batch.axes)
+        all["axes"].push_back(
+            {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}});
+    all["entries"] = batch.entries;
+    ordered_json names = ordered_json::array(), places = ordered_json::array();
+    ordered_json status = ordered_json::array(), reasons = ordered_json::object();
+    std::vector<double> quality, snr;
+    for (std::size_t i = 0; i < batch.spectra.size(); ++i) {
+        const batch_spectrum &spectrum = batch.spectra[i];
+        names.push_back(spectrum.name);
+        places.push_back(spectrum.at);
+        status.push_back(spectrum.status);
+        if (!spectrum.reason.empty()) reasons[std::to_string(i)] = spectrum.reason;
+        quality.push_back(spectrum.quality);
+        snr.push_back(spectrum.snr);
+    }
+    all["names"] = std::move(names);
+    all["at"] = std::move(places);
+    all["status"] = std::move(status);
+    all["reasons"] = std::move(reasons);
+    all["quality"] = float_text(quality);
+    all["snr"] = float_text(snr);
+    static const char *const keys[batch_quantities] = {
+        "area",    "areaSd",  "areaPercent", "ppm",   "ppmSd",   "gauss",
+        "gaussSd", "lorentz", "lorentzSd",   "phase", "phaseSd", "entrySnr"};
+    for (std::size_t q = 0; q < batch_quantities; ++q) {
+        ordered_json columns = ordered_json::array();
+        for (std::size_t k = 0; k < batch.entries.size(); ++k) {
+            std::vector<double> column;
+            for (std::size_t i = 0; i < batch.spectra.size(); ++i)
+                column.push_back(batch.value(i, k, static_cast<batch_quantity>(q)));
+            columns.push_back(float_text(column));
+        }
+        all["values"][keys[q]] = std::move(columns);
+    }
+    const plot_axis axis = plot_axis_of(batch.scale, "", batch.points);
+    const auto [first, last] = shown_points(batch);
+    all["axis"] = {{"label", axis.label},
+                   {"unit", unit_of_axis(axis.label)},
+                   {"zero", axis.at_zero + axis.per_point * static_cast<double>(first)},
+                   {"step", axis.per_point},
+                   {"falls", axis.falls_to_the_right}};
+    all["intervals"] = ordered_json::array();
+    for (const auto &[a, b] : fitted_intervals(batch))
+        all["intervals"].push_back({a - first, b - first});
+    all["points"] = last - first + 1;
+    return all;
+}
+
+static std::string worst_table(const batch_view &batch, const std::vector<std::size_t> &order) {
+    static constexpr std::size_t longest = 100;
+    const bool with_snr = std::any_of(batch.spectra.begin(), batch.spectra.end(),
+                                      [](const batch_spectrum &s) { return std::isfinite(s.snr); });
+    std::string html =
+        "<h2>Worst fits first</h2>\n<div class=\"wide tall\" tabindex=\"0\" role=\"region\" "
+        "aria-label=\"worst fits\"><table class=\"worst\">\n<thead><tr><th scope=\"col\" "
+        "class=\"text\">Spectrum</th><th scope=\"col\" class=\"text\">Status</th><th "
+        "scope=\"col\">Fit quality</th>";
+    if (with_snr) html += "<th scope=\"col\">SNR</th>";
+    html += "<th scope=\"col\" class=\"text\">Reason</th></tr></thead>\n<tbody>\n";
+    for (std::size_t i = 0; i < std::min(order.size(), longest); ++i) {
+        const batch_spectrum &spectrum = batch.spectra[order[i]];
+        html += "<tr data-number=\"" + std::to_string(order[i]) + "\">" +
+                element("th", "scope=\"row\"", spectrum.name) + "<td class=\"text\">" +
+                element("span", "class=\"badge " + escaped_markup(spectrum.status) + "\"",
+                        with_blanks(spectrum.status)) +
+                "</td><td>" + short_number(spectrum.quality) + "</td>";
+        if (with_snr) html += "<td>" + short_number(spectrum.snr) + "</td>";
+        html += element("td", "class=\"wrap\"", spectrum.reason) + "</tr>\n";
+    }
+    html += "</tbody></table></div>\n";
+    if (order.size() > longest)
+        html += "<p class=\"muted\">The first " + std::to_string(longest) + " of " +
+                std::to_string(order.size()) + "; quality.tsv has all.</p>\n";
+    return html;
+}
+
+static std::string body_of(const batch_view &batch, const std::vector<std::size_t> &order,
+                           const std::string &title) {
+    std::map<std::string, std::size_t> counts;
+    for (const batch_spectrum &spectrum : batch.spectra) ++counts[spectrum.status];
+    std::string html = "<main id=\"overview\">\n" + element("h1", "", title) +
+                       "\n<p class=\"sub\">" + std::to_string(batch.spectra.size()) + " spectra";
+    for (const auto &[status, count] : counts)
+        html += " \u00b7 " + element("span", "class=\"badge " + escaped_markup(status) + "\"",
+                                     std::to_string(count) + " " + with_blanks(status));
+    html +=
+        "</p>\n<noscript><p class=\"warnings\">Maps, time courses and curves need scripts; the "
+        "tables results.tsv and quality.tsv hold all numbers.</p></noscript>\n"
+        "<div id=\"controls\" class=\"tools\"></div>\n"
+        "<div class=\"columns\"><div id=\"maps\"></div><div id=\"detail\"></div></div>\n" +
+        worst_table(batch, order) + not_fitted_table(batch) +
+        "<p class=\"muted\">Errors are Cram\u00e9r-Rao bounds of one standard deviation (1 SD); "
+        "the program\u2019s own files hold two. Fit quality 1 means that the residual is "
+        "noise.</p>\n</main>\n";
+    return html;
+}
+
+void write_overview(const batch_view &batch, const std::string &output, long long one_file_up_to,
+                    bool force, std::vector<std::string> &written) {
+    const bool one_file = static_cast<long long>(batch.spectra.size()) <= one_file_up_to;
+    const std::vector<std::size_t> order = worst_first(batch);
+    page_content page;
+    fs::path path = fs::absolute(batch.folder).lexically_normal();
+    if (!path.has_filename()) path = path.parent_path();
+    page.title = "Batch " + path.filename().string();
+    page.style =
+        std::string(uplot_style()) + std::string(report_style()) + std::string(overview_style());
+    page.scripts = {std::string(uplot_script()), std::string(charts_script()),
+                    std::string(overview_script())};
+    page.body = body_of(batch, order, page.title);
+    ordered_json values = values_of(batch);
+    output_batch files(batch.files_read, force);
+    if (one_file) {
+        const std::string name = (fs::path(output) / "overview.html").string();
+        files.refuse_overwriting(name);
+        ordered_json curves = ordered_json::array();
+        for (std::size_t i = 0; i < batch.spectra.size(); ++i)
+            curves.push_back(curves_of(batch, i));
+        page.body += data_block("values", values) + data_block("curves", curves);
+        files.add({name, html_page(page)});
+        files.commit();
+        written.push_back(name);
+        return;
+    }
+    const fs::path beside = fs::path(output) / "overview";
+    const std::string name = (beside / "index.html").string();
+    files.refuse_overwriting(name);
+    std::error_code error;
+    fs::create_directories(beside, error);
+    if (error)
+        throw tool_error(bad_output,
+                         beside.string() + ": cannot be made (" + error.message() + ")");
+    const bool all_data = batch.spectra.size() <= all_data_up_to;
+    for (std::size_t first = 0; first < batch.spectra.size(); first += curves_per_file) {
+        ordered_json curves = ordered_json::array();
+        const std::size_t stop = std::min(first + curves_per_file, batch.spectra.size());
+        for (std::size_t i = first; i < stop; ++i)
+            curves.push_back(all_data || batch.fit_of(i) ? curves_of(batch, i) : ordered_json());
+        const std::string part = std::to_string(first / curves_per_file);
+        const std::string file = (beside / ("curves_" + part + ".js")).string();
+        files.add({file, "varokelCurves(" + part + "," + curves.dump() + ");\n"});
+    }
+    values["curvesPerFile"] = curves_per_file;
+    page.loaded_scripts = {"curves_*.js"};
+    page.body += data_block("values", values);
+    files.add({name, html_page(page)});
+    files.commit();
+    written.push_back(name);
+}
+
+} // namespace tools

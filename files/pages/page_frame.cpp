@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/pages/page_frame.h"
+
+#include "files/base/sha256.h"
+#include "files/pictures/markup.h"
+#include "files/pages/page_texts.h"
+
+namespace tools {
+
+std::string base64(const std::string &bytes) {
+    static constexpr char digits[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        unsigned block = 0;
+        for (std::size_t b = 0; b < 3; ++b)
+            block =
+                block << 8 | (i + b < bytes.size() ? static_cast<unsigned char>(bytes[i + b]) : 0U);
+        for (std::size_t d = 0; d < 4; ++d)
+            text += i + d > bytes.size() ? '=' : digits[block >> (18 - 6 * d) & 63U];
+    }
+    return text;
+}
+
+static std::string hash_source(const std::string &text) {
+    sha256 hash;
+    hash.add(text.data(), text.size());
+    const std::string hexadecimal = hash.digits();
+    std::string bytes;
+    for (std::size_t i = 0; i < hexadecimal.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hexadecimal.substr(i, 2), nullptr, 16));
+    return "'sha256-" + base64(bytes) + "'";
+}
+
+std::string html_page(const page_content &content) {
+    std::string sources;
+    for (const std::string &script : content.scripts) sources += " " + hash_source(script);
+    if (!content.loaded_scripts.empty()) sources += " 'self' file:";
+    std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+                       "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
+                       "script-src" +
+                       sources + "; style-src " + hash_source(content.style) +
+                       "; base-uri 'none'; form-action 'none'\">\n"
+                       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+                       "<meta name=\"referrer\" content=\"no-referrer\">\n";
+    page += element("title", "", content.title) + "\n<style>" + content.style + "</style>\n";
+    page += "<!-- The charts are drawn by uPlot, under this licence:\n\n" +
+            std::string(uplot_licence()) + "-->\n</head>\n<body>\n" + content.body;
+    for (const std::string &script : content.scripts) page += "<script>" + script + "</script>\n";
+    return page + "</body>\n</html>\n";
+}
+
+std::string data_block(const std::string &id, const nlohmann::ordered_json &data) {
+    const std::string json =
+        data.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    std::string text;
+    for (const char c : json) { // "</script>" inside a name would end the block
+        if (c == '<')
+            text += "\\u003c";
+        else
+            text += c;
+    }
+    return "<script type=\"application/json\" id=\"" + id + "\">" + text + "</script>\n";
+}
+
+std::string valid_text(const std::string &text) {
+    const nlohmann::json value = text;
+    return nlohmann::json::parse(
+               value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace))
+        .get<std::string>();
+}
+
+std::string element(const std::string &tag, const std::string &attributes,
+                    const std::string &text) {
+    return "<" + tag + (attributes.empty() ? "" : " " + attributes) + ">" +
+           escaped_markup(valid_text(text)) + "</" + tag + ">";
+}
+
+} // namespace tools

@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/results/results_table.h"
+
+#include "files/results/judge_run.h"
+#include "files/results/number_text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <vector>
+
+namespace tools {
+
+namespace {
+
+typedef std::string (*entry_cell)(const run_result &run, const fitted_entry &entry);
+typedef std::string (*spectrum_cell)(const run_result &run);
+
+struct entry_column {
+    const char *name, *unit, *description;
+    entry_cell cell;
+};
+
+struct spectrum_column {
+    const char *name, *unit, *description;
+    spectrum_cell cell;
+};
+
+// A cell must not end a column or a row.
+std::string one_cell(const std::string &text) {
+    std::string out;
+    for (const char c : text) out += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    return out.empty() ? "n/a" : out;
+}
+
+std::string count_text(long long value) {
+    return std::to_string(value);
+}
+
+#define VALUE(expression)                                                                          \
+    [](const run_result &, const fitted_entry &e) { return table_number(expression); }
+#define LINK(parameter, is_area)                                                                   \
+    [](const run_result &run, const fitted_entry &e) { return link_text(run, parameter, is_area); }
+
+constexpr const char *link_description =
+    "free, fixed, unused, or the entry that it follows with ratio or distance";
+
+const entry_column entry_columns[] = {
+    {"spectrum", "", "name of the spectrum",
+     [](const run_result &run, const fitted_entry &) { return one_cell(run.name); }},
+    {"status", "", "how the fit ended",
+     [](const run_result &run, const fitted_entry &) {
+         return std::string(status_text(judge_status(run).status));
+     }},
+    {"entry", "", "number of the entry in the control file, from 1; lines first, then patterns",
+     [](const run_result &, const fitted_entry &e) { return count_text(e.number); }},
+    {"name", "", "name of the entry",
+     [](const run_result &, const fitted_entry &e) { return one_cell(e.name); }},
+    {"type", "", "type of the entry",
+     [](const run_result &, const fitted_entry &e) { return std::string(type_text(e.type)); }},
+    {"area", "signal", "amplitude of the FID at time 0", VALUE(e.area.value)},
+    {"area_error_1sd", "signal", "Cramer-Rao bound, one standard deviation",
+     VALUE(e.area.error_1sd())},
+    {"area_error_2sd", "signal", "Cramer-Rao bound, two standard deviations",
+     VALUE(e.area.error_2sd)},
+    {"area_error_percent_1sd", "%",
+     "Cramer-Rao bound, one standard deviation, of the magnitude of the area, 999 at most",
+     VALUE(e.area.percent_1sd())},
+    {"area_link", "", link_description, LINK(e.area, true)},
+    {"frequency_hz", "Hz", "from the left edge of the spectrum; the shift of a pattern",
+     VALUE(e.frequency.value)},
+    {"frequency_error_1sd_hz", "Hz", "Cramer-Rao bound, one standard deviation",
+     VALUE(e.frequency.error_1sd())},
+    {"frequency_error_2sd_hz", "Hz", "Cramer-Rao bound, two standard deviations",
+     VALUE(e.frequency.error_2sd)},
+    {"frequency_link", "", link_description, LINK(e.frequency, false)},
+    {"frequency_from_carrier_hz", "Hz", "from the carrier; the shift of a pattern",
+     VALUE(e.hz_from_carrier)},
+    {"shift_ppm", "ppm", "chemical shift; of a pattern, its displacement", VALUE(e.ppm)},
+    {"shift_error_1sd_ppm", "ppm", "Cramer-Rao bound, one standard deviation",
+     VALUE(0.5 * e.ppm_2sd)},
+    {"shift_error_2sd_ppm", "ppm", "Cramer-Rao bound, two standard deviations", VALUE(e.ppm_2sd)},
+    {"gauss_fwhm_hz", "Hz",
+     "full width at half height of the Gaussian part, with 1.67 for 2 sqrt(ln 2)",
+     VALUE(e.gauss_width.value)},
+    {"gauss_fwhm_error_1sd_hz", "Hz", "Cramer-Rao bound, one standard deviation",
+     VALUE(e.gauss_width.error_1sd())},
+    {"gauss_fwhm_error_2sd_hz", "Hz", "Cramer-Rao bound, two standard deviations",
+     VALUE(e.gauss_width.error_2sd)},
+    {"gauss_fwhm_link", "", link_description, LINK(e.gauss_width, false)},
+    {"lorentz_fwhm_hz", "Hz", "full width at half height of the Lorentzian part",
+     VALUE(e.lorentz_width.value)},
+    {"lorentz_fwhm_error_1sd_hz", "Hz", "Cramer-Rao bound, one standard deviation",
+     VALUE(e.lorentz_width.error_1sd())},
+    {"lorentz_fwhm_error_2sd_hz", "Hz", "Cramer-Rao bound, two standard deviations",
+     VALUE(e.lorentz_width.error_2sd)},
+    {"lorentz_fwhm_link", "", link_description, LINK(e.lorentz_width, false)},
+    {"phase_degrees", "degrees", "zero-order phase", VALUE(e.phase.value)},
+    {"phase_error_1sd_degrees", "degrees", "Cramer-Rao bound, one standard deviation",
+     VALUE(e.phase.error_1sd())},
+    {"phase_error_2sd_degrees", "degrees", "Cramer-Rao bound, two standard deviations",
+     VALUE(e.phase.error_2sd)},
+    {"phase_link", "", link_description, LINK(e.phase, false)},
+    {"snr", "1", "highest magnitude of the entry's own spectrum over the noise standard deviation",
+     VALUE(e.snr)},
+};
+
+#undef VALUE
+#undef LINK
+
+#define FIGURE(expression) [](const run_result &run) { return table_number(expression); }
+
+const spectrum_column spectrum_columns[] = {
+    {"spectrum", "", "name of the spectrum",
+     [](const run_result &run) { return one_cell(run.name); }},
+    {"status", "", "how the fit ended",
+     [](const run_result &run) { return std::string(status_text(judge_status(run).status)); }},
+    {"reason", "", "why there are no results, or why it counts as at_limit",
+     [](const run_result &run) { return one_cell(judge_status(run).reason); }},
+    {"entries", "1", "lines and patterns of the model",
+     [](const run_result &run) {
+         return run.fitted ? count_text(static_cast<long long>(run.entries.size()))
+                           : std::string("n/a");
+     }},
+    {"free_parameters", "1", "parameters that were fitted",
+     [](const run_result &run) {
+         return run.fitted ? count_text(run.free_parameters) : std::string("n/a");
+     }},
+    {"fit_quality", "1",
+     "root mean square of the residual in the fitted points over the noise standard deviation",
+     FIGURE(run.quality)},
+    {"fit_quality_before", "1", "the same with the start values", FIGURE(run.quality_before)},
+    {"chi_square_before", "signal^2", "weighted sum of squares with the start values",
+     FIGURE(run.chi_before)},
+    {"chi_square_after", "signal^2", "weighted sum of squares of the fit", FIGURE(run.chi_after)},
+    {"noise_sd_real", "signal", "standard deviation of the real part in the noise window",
+     FIGURE(run.noise_re)},
+    {"noise_sd_imaginary", "signal", "standard deviation of the imaginary part in the noise window",
+     FIGURE(run.noise_im)},
+    {"snr", "1", "highest magnitude of the model in the fitted points over noise_sd_real",
+     FIGURE(run.snr)},
+    {"last_step_iterations", "1", "iterations of the last step",
+     [](const run_result &run) {
+         return run.fitted ? count_text(run.iterations) : std::string("n/a");
+     }},
+    {"warnings", "1", "number of warnings in the report",
+     [](const run_result &run) { return count_text(static_cast<long long>(run.warnings.size())); }},
+};
+
+#undef FIGURE
+
+template <class columns>
+std::string header_of(const columns &table) {
+    std::string line;
+    for (const auto &column : table) line += (line.empty() ? "" : "\t") + std::string(column.name);
+    return line + "\n";
+}
+
+template <class columns>
+std::string dictionary_of(const columns &table) {
+    nlohmann::ordered_json all;
+    for (const auto &column : table) {
+        const std::string name = column.name;
+        nlohmann::ordered_json &item = all[name];
+        item["Description"] = column.description;
+        if (*column.unit != '\0') item["Units"] = column.unit;
+        if (name == "status")
+            for (const fit_status status : {fit_status::converged, fit_status::at_limit,
+                                            fit_status::fitted, fit_status::not_fitted})
+                item["Levels"][status_text(status)] = status_meaning(status);
+        if (name == "type")
+            for (int type = 1; type <= 4; ++type)
+                item["Levels"][type_text(type)] =
+                    type == 4 ? "stored signal, shifted and broadened" : "line of that shape";
+    }
+    return all.dump(2) + "\n";
+}
+
+} // namespace
+
+std::string results_header() {
+    return header_of(entry_columns);
+}
+
+std::string quality_header() {
+    return header_of(spectrum_columns);
+}
+
+std::string results_rows(const run_result &run) {
+    if (!run.fitted) {
+        std::string line = one_cell(run.name) + "\t" + status_text(fit_status::not_fitted);
+        for (std::size_t c = 2; c < std::size(entry_columns); ++c) line += "\tn/a";
+        return line + "\n";
+    }
+    std::string rows;
+    for (const fitted_entry &entry : run.entries) {
+        std::string line;
+        for (const entry_column &column : entry_columns)
+            line += (line.empty() ? "" : "\t") + column.cell(run, entry);
+        rows += line + "\n";
+    }
+    return rows;
+}
+
+std::string quality_row(const run_result &run) {
+    std::string line;
+    for (const spectrum_column &column : spectrum_columns)
+        line += (line.empty() ? "" : "\t") + column.cell(run);
+    return line + "\n";
+}
+
+std::string results_dictionary() {
+    return dictionary_of(entry_columns);
+}
+
+std::string quality_dictionary() {
+    return dictionary_of(spectrum_columns);
+}
+
+std::string link_text(const run_result &run, const fitted_parameter &parameter, bool is_area) {
+    switch (parameter.state) {
+    case parameter_state::free:
+        return "free";
+    case parameter_state::fixed:
+        return "fixed";
+    case parameter_state::unused:
+        return "unused";
+    case parameter_state::linked:
+        break;
+    }
+    std::string other = one_cell(run.entries[static_cast<std::size_t>(parameter.source - 1)].name);
+    const double constant = parameter.link_constant;
+    if (!std::isfinite(constant)) return other;
+    if (is_area) {
+        const std::string ratio = short_link_number(constant);
+        return ratio == "1" ? other : other + " * " + ratio;
+    }
+    const std::string distance = difference_number(std::fabs(constant), parameter.value);
+    if (distance == "0") return other;
+    return other + (constant < 0.0 ? " - " : " + ") + distance;
+}
+
+const char *type_text(int type) {
+    static const char *const names[] = {"gaussian", "lorentzian", "voigt", "pattern"};
+    return type >= 1 && type <= 4 ? names[type - 1] : "unknown";
+}
+
+} // namespace tools

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// run_result.h -- everything that the files of one fitted spectrum say
+#pragma once
+
+#include "files/spectra/metadata.h"
+#include "files/spectra/transform.h"
+#include "files/pictures/draw_spectra.h"
+#include "files/results/rebuilt_model.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+// Where a parameter's value comes from. unused: the line type has no such parameter.
+enum class parameter_state { free, fixed, linked, unused };
+
+struct fitted_parameter {
+    parameter_state state = parameter_state::free;
+    int source = 0;             // entry (1-based) that a linked one follows
+    double link_constant = 0.0; // area: ratio to the source; else difference, shown unit
+    bool is_finite_in_file = true;
+    double value = 0.0;     // shown unit; not a number when it is not known in that unit
+    double error_2sd = 0.0; // the program's figure; not a number when there is none
+    double error_1sd() const { return 0.5 * error_2sd; }
+    // of the magnitude of the value, one standard deviation, 999 at most; not a number without
+    // error
+    double percent_1sd() const;
+};
+
+struct fitted_entry {
+    int number = 0; // from 1
+    int type = 0;   // line type code
+    std::string name, pattern_file;
+    fitted_parameter area;          // [signal]
+    fitted_parameter frequency;     // [Hz] from the left edge; a shift for patterns
+    fitted_parameter gauss_width;   // FWHM [Hz]
+    fitted_parameter phase;         // [degrees]
+    fitted_parameter lorentz_width; // FWHM [Hz]
+    double hz_from_carrier = 0.0;   // of a line; the shift of a pattern
+    double ppm = 0.0;               // of a line; the shift of a pattern; not a number if unknown
+    double ppm_2sd = 0.0;
+    double snr = 0.0; // highest magnitude of the component over the noise sd
+};
+
+// What the log says about a step of the strategy.
+struct step_log {
+    int gradients = 0;       // one before each iteration, one more when the limit stopped it
+    double scaled_chi = 0.0; // after it
+};
+
+struct provenance_item {
+    std::string what, value;
+};
+
+struct run_result {
+    static constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+
+    std::string folder, name; // of the spectrum, without ending
+    bool fitted = false;
+    std::string why_not; // for a run without results
+    std::vector<std::string> files_read;
+
+    complex_signal data, fit, residual;
+    std::vector<complex_signal> components;
+    spectrum_axis axis;
+    nlohmann::json sidecar; // object; empty without one
+    rebuilt_model control;  // of the result
+    rebuilt_model start;    // of the start values; read is false without them
+
+    std::string command, mode;
+    // figures that no file states are not a number
+    double quality = unknown, quality_before = unknown;
+    double noise_re = unknown, noise_im = unknown;
+    double chi_before = unknown, chi_after = unknown, chi_unweighted = unknown;
+    int iterations = 0, weighting = 0, free_parameters = 0;
+    double snr = unknown;
+    bool has_errors = false, covariance_agrees = false;
+
+    std::vector<fitted_entry> entries;
+    std::vector<step_log> log_steps;
+    std::string log_file, program_version;
+    std::vector<std::string> log_remarks;            // lines of the log that warn
+    double display_phase = 0.0, display_phi_1 = 0.0; // [degrees] taken off in the pictures
+    std::vector<std::string> warnings;
+    std::vector<provenance_item> provenance;
+
+    // Intervals of the last step that fits something, and the points from the first to the last of
+    // them with a margin; all points when they are not known.
+    std::vector<std::pair<long long, long long>> intervals() const;
+    std::pair<long long, long long> view() const;
+};
+
+struct result_options {
+    std::string names_file, start_file, log_file; // empty: looked for in the folder
+    bool quality_before = true;                   // evaluates the start values, too
+    bool hashes = true;                           // of the files, for the provenance
+};
+
+// Orders names so that series_2 comes before series_10.
+bool in_natural_order(const std::string &a, const std::string &b);
+
+// The spectra of a folder, in natural order: every NAME with a NAME.exl; without one, every
+// NAME.bin.
+std::vector<std::string> spectra_of_folder(const std::string &folder);
+
+// Reads the files of spectrum `name` in `folder`. Errors: bad_input for files that are there and
+// hold something else.
+run_result read_run(const std::string &folder, const std::string &name,
+                    const result_options &options);
+
+} // namespace tools

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/spectra/metadata.h"
+
+#include "files/base/tool_error.h"
+
+#include <cmath>
+#include <fstream>
+
+namespace tools {
+
+metadata::metadata(const std::string &file) : file_(file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected a JSON file");
+    try {
+        items_ = nlohmann::json::parse(stream);
+    } catch (const nlohmann::json::exception &error) {
+        throw tool_error(bad_input, file + ": no valid JSON (" + error.what() + ")");
+    }
+    if (!items_.is_object())
+        throw tool_error(bad_input, file + ": expected a JSON object, { \"item\": value, ... }");
+}
+
+const nlohmann::json *metadata::find(const char *item) const {
+    const auto at = items_.find(item);
+    return at == items_.end() || at->is_null() ? nullptr : &*at;
+}
+
+void metadata::refuse(const char *item, const std::string &expected) const {
+    throw tool_error(bad_input, file_ + ": item \"" + item + "\" is " + items_.at(item).dump() +
+                                    "; expected " + expected);
+}
+
+std::optional<double> metadata::number(const char *item) const {
+    const nlohmann::json *const value = find(item);
+    if (value == nullptr) return std::nullopt;
+    if (!value->is_number() || !std::isfinite(value->get<double>())) refuse(item, "a number");
+    return value->get<double>();
+}
+
+std::optional<double> metadata::positive_number(const char *item) const {
+    const std::optional<double> value = number(item);
+    if (value && *value <= 0.0) refuse(item, "a number above 0");
+    return value;
+}
+
+std::optional<long long> metadata::positive_integer(const char *item) const {
+    const nlohmann::json *const value = find(item);
+    if (value == nullptr) return std::nullopt;
+    if (!value->is_number_integer() || value->get<long long>() < 1)
+        refuse(item, "a whole number above 0");
+    return value->get<long long>();
+}
+
+std::optional<std::string> metadata::text(const char *item) const {
+    const nlohmann::json *const value = find(item);
+    if (value == nullptr) return std::nullopt;
+    if (!value->is_string()) refuse(item, "a text");
+    return value->get<std::string>();
+}
+
+std::optional<bool> metadata::truth(const char *item) const {
+    const nlohmann::json *const value = find(item);
+    if (value == nullptr) return std::nullopt;
+    if (!value->is_boolean()) refuse(item, "true or false");
+    return value->get<bool>();
+}
+
+std::optional<std::pair<long long, long long>> metadata::point_pair(const char *item,
+                                                                    long long limit) const {
+    const nlohmann::json *const value = find(item);
+    if (value == nullptr) return std::nullopt;
+    const bool whole = value->is_array() && value->size() == 2 && (*value)[0].is_number_integer() &&
+                       (*value)[1].is_number_integer();
+    const std::pair<long long, long long> points =
+        whole ? std::pair((*value)[0].get<long long>(), (*value)[1].get<long long>())
+              : std::pair(-1LL, -1LL);
+    if (points.first < 0 || points.first > points.second || points.second > limit)
+        refuse(item, "two points [first, last] within 0 to " + std::to_string(limit));
+    return points;
+}
+
+spectrum_axis axis_of_sidecar(const metadata &sidecar) {
+    spectrum_axis axis;
+    axis.hz_per_point = sidecar.positive_number("hz_per_point");
+    axis.mhz = sidecar.positive_number("spectrometer_mhz");
+    axis.ppm_at_carrier = sidecar.number("ppm_at_carrier");
+    axis.ppm_rises_with_points = sidecar.truth("ppm_rises_with_points").value_or(true);
+    axis.nucleus = sidecar.text("nucleus").value_or("");
+    return axis;
+}
+
+} // namespace tools

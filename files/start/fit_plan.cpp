@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/start/fit_plan.h"
+
+#include "files/base/tool_error.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace tools {
+
+static constexpr int margin_in_widths = 8; // of intervals that were not given
+
+static int point_of(const table_axis &axis, double value, table_unit unit, double hz_per_point) {
+    return static_cast<int>(std::lround(axis.position_hz(value, unit) / hz_per_point));
+}
+
+std::pair<int, int> interval_points(const peak_table &table, const table_axis &axis,
+                                    const table_interval &interval, const spectrum_facts &facts,
+                                    const char *what) {
+    double first = 0.0, last = 0.0;
+    try {
+        first = point_of(axis, interval.first, interval.unit, facts.hz_per_point);
+        last = point_of(axis, interval.last, interval.unit, facts.hz_per_point);
+    } catch (const tool_error &error) {
+        refuse_at(table, interval.place, error.what());
+    }
+    if (first > last) std::swap(first, last);
+    if (first < 0.0 || last > facts.points - 1.0) {
+        std::string band;
+        if (axis.knows_ppm()) {
+            char text[80];
+            std::snprintf(text, sizeof text, " (%.2f to %.2f ppm)", axis.ppm_of(0.0),
+                          axis.ppm_of((facts.points - 1.0) * facts.hz_per_point));
+            band = text;
+        }
+        refuse_at(table, interval.place,
+                  std::string(what) + " of points " + std::to_string(static_cast<int>(first)) +
+                      " to " + std::to_string(static_cast<int>(last)) +
+                      "; expected within the points 0 to " + std::to_string(facts.points - 1) +
+                      " of the spectrum" + band);
+    }
+    return {static_cast<int>(first), static_cast<int>(last)};
+}
+
+// Full width at half height of a line, roughly: enough for margins.
+static double rough_fwhm(const start_entry &entry, double hz_per_point) {
+    return std::fabs(entry.parameters[gauss_of].value) *
+               width_unit(gauss_of, entry.type, hz_per_point) +
+           std::fabs(entry.parameters[lorentz_of].value) *
+               width_unit(lorentz_of, entry.type, hz_per_point);
+}
+
+std::vector<std::pair<int, int>> intervals_of(const peak_table &table, const table_axis &axis,
+                                              const spectrum_facts &facts, start_result &result) {
+    std::vector<std::pair<int, int>> intervals;
+    for (const table_interval &interval : table.intervals)
+        intervals.push_back(interval_points(table, axis, interval, facts, "interval"));
+    if (!intervals.empty()) return intervals;
+    const bool steps_have_theirs =
+        !table.steps.empty() &&
+        std::all_of(table.steps.begin(), table.steps.end(),
+                    [](const table_step &s) { return !s.step.intervals.empty(); });
+    if (steps_have_theirs) return intervals;
+    std::string reason;
+    if (facts.fit_points) {
+        intervals = {*facts.fit_points};
+        reason = "named beside the spectrum";
+    } else {
+        double least = facts.points - 1.0, most = 0.0;
+        for (const start_entry &entry : result.start.entries) {
+            if (entry.type == pattern_entry) { // its extent is not looked at
+                least = 0.0;
+                most = facts.points - 1.0;
+                continue;
+            }
+            const double point = entry.parameters[frequency_of].value / facts.hz_per_point;
+            const double margin =
+                std::max(10.0, margin_in_widths * rough_fwhm(entry, facts.hz_per_point) /
+                                   facts.hz_per_point);
+            least = std::min(least, point - margin);
+            most = std::max(most, point + margin);
+        }
+        intervals = {{static_cast<int>(std::max(0.0, least)),
+                      static_cast<int>(std::min(facts.points - 1.0, most))}};
+        reason = "all entries with a margin";
+    }
+    char text[160];
+    const auto [first, last] = intervals.front();
+    std::snprintf(text, sizeof text, "points %d to %d", first, last);
+    std::string where = text;
+    if (axis.knows_ppm()) {
+        std::snprintf(text, sizeof text, " (%.3f to %.3f ppm)",
+                      axis.ppm_of(first * facts.hz_per_point),
+                      axis.ppm_of(last * facts.hz_per_point));
+        where += text;
+    }
+    result.guesses.push_back("interval " + where + ": " + reason + "; \"interval:\" sets another");
+    return intervals;
+}
+
+void check_places(const peak_table &table, const table_axis &axis,
+                  const std::vector<std::size_t> &row_of, start_result &result) {
+    const start_file &start = result.start;
+    std::string outside;
+    for (std::size_t k = 0; k < start.entries.size(); ++k) {
+        const start_entry &entry = start.entries[k];
+        if (entry.type == pattern_entry) continue;
+        const start_parameter &own = entry.parameters[frequency_of];
+        const double hz = own.value, point = hz / start.hz_per_point;
+        const table_cell &cell = table.rows[row_of[k]].cells[frequency_of];
+        const double last = (start.points - 1.0) * start.hz_per_point;
+        if (point < 0.0 || point > start.points - 1.0) {
+            char text[160];
+            if (axis.knows_ppm())
+                std::snprintf(text, sizeof text,
+                              "%.6g ppm is outside of the spectrum, %.2f to %.2f ppm",
+                              axis.ppm_of(hz), std::min(axis.ppm_of(0.0), axis.ppm_of(last)),
+                              std::max(axis.ppm_of(0.0), axis.ppm_of(last)));
+            else
+                std::snprintf(text, sizeof text,
+                              "%.6g Hz is outside of the spectrum, %.6g to %.6g Hz from the "
+                              "carrier",
+                              hz - axis.carrier_hz(), -axis.carrier_hz(), last - axis.carrier_hz());
+            refuse_at(table, cell.place, entry.name + ": " + text);
+        }
+        bool inside = own.link != 0;
+        for (const start_step &step : start.steps)
+            for (const auto &[first, end] : step.intervals)
+                inside = inside || (std::lround(point) >= first && std::lround(point) <= end);
+        if (!inside) outside += (outside.empty() ? "" : ", ") + entry.name;
+    }
+    if (!outside.empty())
+        result.warnings.push_back(outside + " starts outside of all fitted intervals: its "
+                                            "frequency will not be moved");
+}
+
+std::vector<start_step> steps_of(const peak_table &table, const start_file &start,
+                                 const std::vector<std::pair<int, int>> &intervals, int measured) {
+    const bool preset = table.steps.empty();
+    const std::vector<table_step> wanted =
+        !preset ? table.steps : preset_steps(table.preset.empty() ? "standard" : table.preset);
+    std::array<bool, quantities> free{};
+    for (const start_entry &entry : start.entries)
+        for (std::size_t q = 0; q < quantities; ++q)
+            free[q] = free[q] || entry.parameters[q].link == 0;
+    static constexpr int group[quantities] = {fit_areas, fit_frequencies, fit_gauss, fit_phases,
+                                              fit_lorentz};
+    std::vector<start_step> steps;
+    for (const table_step &each : wanted) {
+        start_step step = each.step;
+        if (step.points == 0) step.points = measured;
+        if (step.intervals.empty()) step.intervals = intervals;
+        if (preset) {
+            for (std::size_t q = 0; q < quantities; ++q)
+                if (!free[q]) step.switches[static_cast<std::size_t>(group[q])] = 0;
+            if (start.lineshape.empty()) step.switches[fit_lineshape] = 0;
+            bool frees = false;
+            for (int s = fit_areas; s <= fit_lineshape; ++s)
+                frees = frees || step.switches[static_cast<std::size_t>(s)] != 0;
+            if (!frees) continue;
+        }
+        steps.push_back(step);
+    }
+    return steps;
+}
+
+void add_default_ranges(start_file &start) {
+    for (start_entry &entry : start.entries) {
+        const double fwhm = rough_fwhm(entry, start.hz_per_point);
+        for (int q = 0; q < quantities; ++q) {
+            start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
+            if (own.link != 0 || own.range) continue;
+            const double v = own.value;
+            double low = 0.5 * v, high = 2.0 * v;
+            if (q == area_of) {
+                low = 0.2 * v;
+                high = 3.0 * v;
+            } else if (q == frequency_of) {
+                const double reach = std::max(0.5 * fwhm, 2.0 * start.hz_per_point);
+                low = v - reach;
+                high = v + reach;
+            } else if (q == phase_of) {
+                low = v - 60.0;
+                high = v + 60.0;
+            }
+            own.range = {std::min(low, high), std::max(low, high)};
+        }
+    }
+}
+
+} // namespace tools

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fit_plan.h -- where a table's fit looks, and in which steps
+#pragma once
+
+#include "files/start/make_start.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tools {
+
+// First and last point. what names the interval in the message. Errors: bad_input for one that is
+// not within the spectrum.
+std::pair<int, int> interval_points(const peak_table &table, const table_axis &axis,
+                                    const table_interval &interval, const spectrum_facts &facts,
+                                    const char *what);
+
+// Those of the table; else the one beside the spectrum; else all entries with a margin. The latter
+// two are guesses. Empty where every step of the table has its own.
+std::vector<std::pair<int, int>> intervals_of(const peak_table &table, const table_axis &axis,
+                                              const spectrum_facts &facts, start_result &result);
+
+// Steps of a preset free only what the model has; those that free nothing are left out.
+std::vector<start_step> steps_of(const peak_table &table, const start_file &start,
+                                 const std::vector<std::pair<int, int>> &intervals, int measured);
+
+// Lines must lie in the spectrum. Outside of all intervals nothing tells where they are, and the
+// fit leaves them there, which is warned of. row_of: of an entry.
+void check_places(const peak_table &table, const table_axis &axis,
+                  const std::vector<std::size_t> &row_of, start_result &result);
+
+// Search ranges of free parameters without their own: wide enough for a start value that was read
+// off a picture.
+void add_default_ranges(start_file &start);
+
+} // namespace tools

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// make_start.h -- from a table of peaks and a spectrum to the contents of a start file
+//
+// A table is parsed once; a start_maker then makes a start file for each of many spectra. What
+// depends on table and axis only (positions, unit curves, their inner products) is kept from one
+// spectrum to the next.
+#pragma once
+
+#include "files/spectra/transform.h"
+#include "files/start/peak_table.h"
+#include "files/start/spectrum_facts.h"
+#include "files/start/unit_curves.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tools {
+
+// guesses: values that neither table nor spectrum states; warnings: what may go wrong. Both are
+// said, and remarks in the start file. notes: what was asked for and found, remarks only.
+struct start_result {
+    start_file start;
+    std::vector<std::string> guesses, warnings, notes;
+    std::string text() const; // of the version 3 file, names and guesses behind its end
+};
+
+class start_maker {
+  public:
+    // pattern_folders: where pattern files are looked for, in this order.
+    explicit start_maker(peak_table table, std::vector<std::string> pattern_folders = {"."});
+    ~start_maker();
+    start_maker(const start_maker &) = delete;
+    start_maker &operator=(const start_maker &) = delete;
+
+    // spectrum has facts.points points; empty: nothing can be estimated.
+    // Errors: bad_input, naming line and column of the table; for what the fit would refuse, too,
+    //         and for estimates without a spectrum.
+    start_result make(const complex_signal &spectrum, const spectrum_facts &facts);
+
+    void look_for_patterns_in(std::vector<std::string> folders);
+    // Whether make needs the spectrum.
+    bool estimates() const;
+    const peak_table &table() const { return table_; }
+
+  private:
+    struct prepared;
+    void prepare(const spectrum_facts &facts);
+    void estimate(const complex_signal &spectrum, start_result &result);
+
+    peak_table table_;
+    std::vector<std::string> pattern_folders_;
+    std::unique_ptr<prepared> prepared_;
+};
+
+} // namespace tools

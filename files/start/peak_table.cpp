@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/start/peak_table.h"
+
+#include "files/base/text_file.h"
+#include "files/base/tool_error.h"
+#include "files/start/table_keys.h"
+#include "files/start/table_rows.h"
+#include "files/start/table_scanner.h"
+
+#include <algorithm>
+#include <map>
+
+namespace tools {
+
+static constexpr std::size_t most_rows = 4096; // the check of the fit's limit names the number
+
+const char *unit_name(table_unit unit) {
+    static const char *const names[] = {"", "ppm", "Hz", "points", "degrees"};
+    return names[static_cast<int>(unit)];
+}
+
+void refuse_at(const peak_table &table, const table_place &place, const std::string &text) {
+    std::string where = table.file;
+    if (place.line > 0) where += ":" + std::to_string(place.line);
+    if (place.line > 0 && place.column > 0) where += ":" + std::to_string(place.column);
+    throw tool_error(bad_input, where + ": " + text);
+}
+
+static void check_names(const peak_table &table) {
+    std::map<std::string, int> seen;
+    for (const table_row &row : table.rows) {
+        const auto [at, is_new] = seen.emplace(row.name, row.place.line);
+        if (!is_new)
+            refuse_at(table, row.place,
+                      "the name " + row.name + " stands in line " + std::to_string(at->second) +
+                          ", too; expected different names");
+    }
+    for (const table_row &row : table.rows)
+        for (const table_cell &cell : row.cells)
+            if (cell.kind == cell_kind::link && !seen.contains(cell.source))
+                refuse_at(table, cell.place,
+                          "tied to " + cell.source + ", but no row has that name");
+    if (table.followed && !seen.contains(*table.followed))
+        refuse_at(table, {}, "follow: no row has the name " + *table.followed);
+}
+
+// The widths that a line has must be there, others must not.
+static void check_widths(const peak_table &table) {
+    for (const table_row &row : table.rows) {
+        for (const int q : {gauss_of, lorentz_of}) {
+            const table_cell &cell = row.cells[static_cast<std::size_t>(q)];
+            const bool used = is_used(q, row.type);
+            const bool zero = cell.kind == cell_kind::number && cell.value == 0.0;
+            if (used && cell.kind == cell_kind::unused && row.type != pattern_entry)
+                refuse_at(table, cell.place,
+                          row.name + ": a " + type_name(row.type) + " line needs a " + name_of(q) +
+                              " width to start from, in Hz");
+            if (!used && cell.kind != cell_kind::unused && !zero)
+                refuse_at(table, cell.place,
+                          row.name + ": a " + type_name(row.type) + " line has no " + name_of(q) +
+                              " width; expected \"-\"");
+        }
+        for (const int q : {gauss_of, lorentz_of}) {
+            const table_cell &cell = row.cells[static_cast<std::size_t>(q)];
+            if (row.type != pattern_entry && cell.kind == cell_kind::number && cell.value < 0.0)
+                refuse_at(table, cell.place,
+                          row.name + ": a " + name_of(q) + " width of " +
+                              std::to_string(cell.value) +
+                              "; expected one above 0 (a negative one grows in time)");
+        }
+        if (row.cells[frequency_of].kind == cell_kind::unused)
+            refuse_at(table, row.cells[frequency_of].place,
+                      row.name + ": no frequency; expected one to start from (of a pattern: its "
+                                 "shift, 0 Hz)");
+    }
+}
+
+static bool is_rule(std::string_view line) { // between heading and rows of a framed table
+    return line.find('-') != std::string_view::npos &&
+           line.find_first_not_of("|-:+= \t") == std::string_view::npos &&
+           line.find("---") != std::string_view::npos;
+}
+
+peak_table parse_peak_table(const std::string &text, const std::string &file) {
+    peak_table table;
+    table.file = file;
+    if (text.find('\0') != std::string::npos)
+        throw tool_error(bad_input, file + ": not a text file; expected a table of peaks");
+    std::vector<table_column> columns;
+    int coefficients = 0;
+    int number = 0;
+    std::size_t at = text.starts_with("\xef\xbb\xbf") ? 3 : 0;
+    while (at < text.size()) {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        std::string_view line(text.data() + at, end - at);
+        at = end + 1;
+        ++number;
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+        for (std::size_t i = 0; i < line.size(); ++i)
+            if (line[i] == '#' && (i == 0 || line[i - 1] == ' ' || line[i - 1] == '\t')) {
+                line = line.substr(0, i);
+                break;
+            }
+        while (!line.empty() && (line.back() == ' ' || line.back() == '\t')) line.remove_suffix(1);
+        if (line.find_first_not_of(" \t") == std::string_view::npos || is_rule(line)) continue;
+        const std::size_t colon = line.find(':');
+        if (colon != std::string_view::npos) {
+            const std::size_t begin = line.find_first_not_of(" \t");
+            std::string_view key = line.substr(begin, colon - begin);
+            while (!key.empty() && key.back() == ' ') key.remove_suffix(1);
+            table_scanner scan(table, line.substr(colon + 1), number, static_cast<int>(colon) + 2);
+            read_key(table, key, scan, coefficients, {number, static_cast<int>(begin) + 1});
+            continue;
+        }
+        const std::vector<table_text_cell> cells = cells_of(table, line, number);
+        if (columns.empty()) {
+            columns = read_heading(table, cells, number);
+            continue;
+        }
+        table.rows.push_back(read_row(table, columns, cells, number));
+        if (table.rows.size() > most_rows)
+            refuse_at(table, {number, 1}, "more than 4096 rows; a fit takes up to 49");
+    }
+    if (table.rows.empty())
+        refuse_at(table, {},
+                  "no rows; expected a heading \"name  type  area  frequency  gauss  lorentz  "
+                  "phase\" and a row for each line below it");
+    if (!table.preset.empty() && !table.steps.empty())
+        refuse_at(table, table.strategy_place,
+                  "found \"strategy\" and rows \"step\"; expected one or the other");
+    if (table.fit_mode == 3 && table.lineshape.empty()) { // an undistorted line
+        table.lineshape.assign(2 * static_cast<std::size_t>(coefficients), 0.0);
+        table.lineshape[2 * (static_cast<std::size_t>(coefficients) / 2)] = 1.0;
+    }
+    if (table.lineshape.size() != 2 * static_cast<std::size_t>(coefficients))
+        refuse_at(table, {},
+                  std::to_string(table.lineshape.size()) +
+                      " numbers in \"coefficients\"; expected " + std::to_string(2 * coefficients) +
+                      ", two for each of \"lineshape: fitted N\"");
+    check_names(table);
+    check_widths(table);
+    return table;
+}
+
+peak_table read_peak_table(const std::string &file) {
+    return parse_peak_table(read_text_file(file, "a table of peaks"), file);
+}
+
+} // namespace tools

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/start/spectrum_facts.h"
+
+#include "files/base/tool_error.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+
+namespace tools {
+
+static std::optional<std::pair<int, int>> int_pair(const std::pair<long long, long long> &points) {
+    return std::pair(static_cast<int>(points.first), static_cast<int>(points.second));
+}
+
+spectrum_facts facts_of_sidecar(const metadata &sidecar) {
+    static constexpr long long most = 1LL << 24;
+    spectrum_facts facts;
+    const std::optional<long long> points = sidecar.positive_integer("points");
+    const std::optional<double> hz = sidecar.positive_number("hz_per_point");
+    if (!points || !hz || *points > most)
+        throw tool_error(bad_input, sidecar.file() +
+                                        ": lacks \"points\" (up to 2^24) or \"hz_per_point\"; "
+                                        "expected the JSON that varokel-import writes beside a "
+                                        "spectrum");
+    facts.points = static_cast<int>(*points);
+    facts.hz_per_point = *hz;
+    const spectrum_axis axis = axis_of_sidecar(sidecar);
+    facts.mhz = axis.mhz;
+    facts.ppm_at_carrier = axis.ppm_at_carrier;
+    facts.ppm_rises_with_points = axis.ppm_rises_with_points;
+    facts.phi_1 = sidecar.number("phi_1_degrees").value_or(0.0);
+    if (const auto interval = sidecar.point_pair("fit_interval_points", *points - 1))
+        facts.fit_points = int_pair(*interval);
+    // items inside items
+    std::ifstream stream(sidecar.file(), std::ios::binary);
+    const nlohmann::json all = nlohmann::json::parse(stream, nullptr, false);
+    const auto inner = [&](const char *object, const char *item) -> std::optional<long long> {
+        const auto at = all.find(object);
+        if (at == all.end() || !at->is_object() || !at->contains(item)) return std::nullopt;
+        const nlohmann::json &value = (*at)[item];
+        if (!value.is_number_integer() || value.get<long long>() < 0 ||
+            value.get<long long>() > most)
+            throw tool_error(bad_input, sidecar.file() + ": item \"" + object + "." + item +
+                                            "\" is " + value.dump() + "; expected a point number");
+        return value.get<long long>();
+    };
+    if (all.is_object()) {
+        const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
+        if (first && stop) facts.noise = int_pair({*first, *stop});
+        const auto from = inner("resized", "from");
+        if (from && *from < *points) facts.measured = static_cast<int>(*from);
+    }
+    return facts;
+}
+
+spectrum_facts facts_of_table(const peak_table &table) {
+    if (!table.points || !table.hz_per_point)
+        refuse_at(table, {},
+                  "no spectrum is given, and the table does not say \"points\" and "
+                  "\"hz_per_point\"; give the spectrum with -d");
+    spectrum_facts facts;
+    facts.points = *table.points;
+    facts.hz_per_point = *table.hz_per_point;
+    return facts;
+}
+
+table_axis::table_axis(const spectrum_facts &facts, const std::string &source)
+    : source_(source), hz_per_point_(facts.hz_per_point),
+      carrier_(static_cast<double>(facts.points / 2) * facts.hz_per_point),
+      sense_(facts.ppm_rises_with_points ? 1.0 : -1.0), mhz_(facts.mhz),
+      ppm_at_carrier_(facts.ppm_at_carrier) {}
+
+double table_axis::offset_hz(double value, table_unit unit) const {
+    if (unit == table_unit::points) return value * hz_per_point_;
+    if (unit != table_unit::ppm) return sense_ * value;
+    if (!mhz_)
+        throw tool_error(bad_input, source_ + ": ppm in the table, but the spectrum's JSON has no "
+                                              "\"spectrometer_mhz\"; import with --frequency");
+    return sense_ * value * *mhz_;
+}
+
+double table_axis::position_hz(double value, table_unit unit) const {
+    if (unit == table_unit::points) return value * hz_per_point_;
+    if (unit != table_unit::ppm) return carrier_ + offset_hz(value, unit);
+    if (!ppm_at_carrier_)
+        throw tool_error(bad_input, source_ + ": ppm in the table, but the spectrum's JSON has no "
+                                              "\"ppm_at_carrier\"; import with --ppm-at-carrier");
+    return carrier_ + offset_hz(value - *ppm_at_carrier_, unit);
+}
+
+double table_axis::width_hz(double value, table_unit unit) const {
+    return unit == table_unit::ppm ? std::fabs(offset_hz(1.0, unit)) * value : value;
+}
+
+double table_axis::ppm_of(double hz) const {
+    if (!knows_ppm()) return std::numeric_limits<double>::quiet_NaN();
+    return *ppm_at_carrier_ + sense_ * (hz - carrier_) / *mhz_;
+}
+
+} // namespace tools

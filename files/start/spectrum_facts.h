@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// spectrum_facts.h -- what a start file needs to know of a spectrum, and its axis
+#pragma once
+
+#include "files/spectra/metadata.h"
+#include "files/start/peak_table.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace tools {
+
+// What is known about a spectrum beside its points.
+struct spectrum_facts {
+    int points = 0;
+    int measured = 0; // points of the FID before zeros were filled in; 0: all
+    double hz_per_point = 0.0;
+    std::optional<double> mhz, ppm_at_carrier;
+    bool ppm_rises_with_points = true;
+    double phi_1 = 0.0;                            // of the delay [degrees over the whole band]
+    std::optional<std::pair<int, int>> noise;      // first point, one behind the last
+    std::optional<std::pair<int, int>> fit_points; // first and last
+    bool operator==(const spectrum_facts &) const = default;
+};
+
+// Of a sidecar that varokel-import wrote. Errors: bad_input, naming the item.
+spectrum_facts facts_of_sidecar(const metadata &sidecar);
+// Of a table that says points and hertz per point itself. Errors: bad_input where it does not.
+spectrum_facts facts_of_table(const peak_table &table);
+
+// Translation between the table's units and those of a start file.
+struct table_axis {
+    explicit table_axis(const spectrum_facts &facts, const std::string &source);
+    // Hz from the left edge. Errors: bad_input for ppm without what they need.
+    double position_hz(double value, table_unit unit) const;
+    double offset_hz(double value, table_unit unit) const; // along the points
+    double width_hz(double value, table_unit unit) const;
+    double ppm_of(double hz) const; // not a number when the axis does not know
+    double carrier_hz() const { return carrier_; }
+    double sense() const { return sense_; }
+    bool knows_ppm() const { return mhz_ && ppm_at_carrier_; }
+
+  private:
+    std::string source_;
+    double hz_per_point_, carrier_, sense_;
+    std::optional<double> mhz_, ppm_at_carrier_;
+};
+
+} // namespace tools

@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/start/start_file.h"
+
+#include "files/base/tool_error.h"
+#include "files/spectra/transform.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace tools {
+
+// 2 sqrt(ln 2), rounded as the fit has it
+static constexpr double gauss_fwhm_per_width = 1.67;
+static constexpr int most_entries = 49;
+static constexpr int most_parameters = 350;
+static constexpr std::size_t most_steps = 19;
+static constexpr std::size_t most_intervals = 9;
+static constexpr int most_points = 1 << 24;
+static constexpr int most_pattern_points = 4096;
+static constexpr std::size_t longest_pattern_name = 199;
+
+const char *name_of(int quantity) {
+    static const char *const names[] = {"area", "frequency", "gauss", "phase", "lorentz"};
+    return names[quantity];
+}
+
+const char *type_name(int type) {
+    static const char *const names[] = {"?", "gauss", "lorentz", "voigt", "pattern"};
+    return names[type >= gauss_entry && type <= pattern_entry ? type : 0];
+}
+
+double width_unit(int quantity, int type, double hz_per_point) {
+    if (quantity == gauss_of)
+        return type == pattern_entry ? hz_per_point * gauss_fwhm_per_width : 1.0;
+    if (quantity == lorentz_of) return type == voigt_entry ? 1.0 : hz_per_point;
+    return 1.0;
+}
+
+bool is_used(int quantity, int type) {
+    if (quantity == gauss_of) return type != lorentz_entry;
+    if (quantity == lorentz_of) return type != gauss_entry;
+    return true;
+}
+
+double as_single(double value) {
+    return static_cast<double>(static_cast<float>(value));
+}
+
+static std::string label(const start_file &start, std::size_t k) {
+    const std::string &name = start.entries[k].name;
+    return "entry " + std::to_string(k + 1) + (name.empty() ? "" : " (" + name + ")");
+}
+
+static void check_strategy(const start_file &start, const auto &refuse) {
+    if (start.steps.empty()) refuse("no strategy step; give \"strategy: standard\" or a step");
+    if (start.steps.size() > most_steps)
+        refuse(std::to_string(start.steps.size()) + " strategy steps; expected up to 19");
+    bool after_gradients = false;
+    for (std::size_t s = 0; s < start.steps.size(); ++s) {
+        const start_step &step = start.steps[s];
+        const std::string which = "step " + std::to_string(s + 1) + ": ";
+        if (step.algorithm != 1 && step.algorithm != 2)
+            refuse(which + "algorithm " + std::to_string(step.algorithm) +
+                   "; expected 1 (random search) or 2 (gradients)");
+        if (step.points < 1 || step.points > start.points)
+            refuse(which + std::to_string(step.points) + " time-domain points; expected 1 to " +
+                   std::to_string(start.points));
+        if (step.switches[iterations] < 1) refuse(which + "no iterations; expected at least 1");
+        if (step.switches[part] < 0 || step.switches[part] > 4)
+            refuse(which + "unknown part of the spectrum; expected 0 to 4");
+        if (step.switches[align] < 0 || step.switches[align] > 1)
+            refuse(which + "align is " + std::to_string(step.switches[align]) +
+                   "; expected 0 or 1");
+        if (step.intervals.size() > most_intervals)
+            refuse(which + std::to_string(step.intervals.size()) + " intervals; expected up to 9");
+        long long sum = 0;
+        for (const auto &[first, last] : step.intervals) {
+            if (first > last || first < 0 || last >= start.points)
+                refuse(which + "interval of points " + std::to_string(first) + " to " +
+                       std::to_string(last) + "; expected 0 to " +
+                       std::to_string(start.points - 1));
+            sum += last - first;
+        }
+        if (sum < 1 || sum > start.points)
+            refuse(which + "the intervals hold " + std::to_string(sum) + " points; expected 1 to " +
+                   std::to_string(start.points));
+        if (step.algorithm == 1 && after_gradients)
+            refuse(which + "a random search behind a gradient step ends the run where a "
+                           "gradient left a search range; put it first");
+        after_gradients = after_gradients || step.algorithm == 2;
+        if (step.algorithm == 1 && start.ranges != 1 && start.ranges != 3)
+            refuse(which + "a random search needs search ranges (ranges 1)");
+    }
+}
+
+static void check_links(const start_file &start, const auto &refuse) {
+    const int count = static_cast<int>(start.entries.size());
+    for (int k = 0; k < count; ++k) {
+        const auto at = static_cast<std::size_t>(k);
+        for (int q = 0; q < quantities; ++q) {
+            const start_parameter &own = start.entries[at].parameters[static_cast<std::size_t>(q)];
+            const std::string which = label(start, at) + ", " + name_of(q) + ": ";
+            if (!std::isfinite(own.value))
+                refuse(which + "no finite number; expected one within single precision");
+            if (own.link == 0 || own.link == k + 1) continue;
+            if (own.link < 0 || own.link > count)
+                refuse(which + "tied to entry " + std::to_string(own.link) +
+                       ", which does not exist");
+            const start_entry &other = start.entries[static_cast<std::size_t>(own.link - 1)];
+            const start_parameter &source = other.parameters[static_cast<std::size_t>(q)];
+            if (q == area_of && source.value == 0.0)
+                refuse(which + "tied to an area of 0, which gives no ratio; give that one a value");
+            if ((q == gauss_of || q == lorentz_of) && other.type != start.entries[at].type)
+                refuse(which + "tied to a " + type_name(other.type) +
+                       " line; tied widths need two of the same type");
+            if (q == gauss_of && own.value < source.value)
+                refuse(which + "starts smaller than the one it follows; tie the broader line to "
+                               "the narrower one");
+            if (source.link != 0 && source.link != own.link)
+                refuse(which + "tied to one that is itself tied; tie both to the same entry");
+        }
+    }
+}
+
+void refuse_what_fails(const start_file &start, const std::string &source) {
+    const auto refuse = [&](const std::string &text) {
+        throw tool_error(bad_input, source + ": " + text);
+    };
+    const int count = static_cast<int>(start.entries.size());
+    if (count < 1) refuse("no lines and no patterns; expected at least one");
+    if (count > most_entries)
+        refuse(std::to_string(count) + " lines and patterns; expected up to 49");
+    if (quantities * count + static_cast<int>(start.lineshape.size()) > most_parameters)
+        refuse("more than 350 parameters; use fewer lines or lineshape coefficients");
+    if (!is_power_of_two(start.points) || start.points > most_points)
+        refuse(std::to_string(start.points) + " points; expected a power of two up to 2^24");
+    if (start.patterns > 0 && start.points > most_pattern_points)
+        refuse(std::to_string(start.points) + " points; with patterns at most 4096");
+    if (start.hz_per_point <= 0.0) refuse("Hz per point not above 0");
+    if (start.noise_first < 0 || start.noise_first > start.noise_stop)
+        refuse("noise window " + std::to_string(start.noise_first) + " to " +
+               std::to_string(start.noise_stop) + "; expected two points, first below last");
+    check_strategy(start, refuse);
+    for (std::size_t k = 0; k < start.entries.size(); ++k) {
+        const start_entry &entry = start.entries[k];
+        const bool is_pattern = static_cast<int>(k) >= start.lines;
+        if (entry.type < gauss_entry || entry.type > pattern_entry ||
+            (entry.type == pattern_entry) != is_pattern)
+            refuse(label(start, k) + ": type " + std::to_string(entry.type) +
+                   "; expected 1 to 3 for a line, 4 for a pattern");
+        if (!is_pattern) continue;
+        const std::string &file = entry.pattern_file;
+        if (file.size() > longest_pattern_name || file.find_first_of(" \t\n") != std::string::npos)
+            refuse("pattern " + file + ": expected a name of up to 199 characters without blanks");
+        if (file.find(".bin") == std::string::npos && file.find(".pat") == std::string::npos)
+            refuse("pattern " + file + ": expected a name with .bin or .pat");
+    }
+    check_links(start, refuse);
+    if (start.ranges == 1 || start.ranges == 3)
+        for (std::size_t k = 0; k < start.entries.size(); ++k)
+            for (int q = 0; q < quantities; ++q) {
+                const start_parameter &own =
+                    start.entries[k].parameters[static_cast<std::size_t>(q)];
+                if (own.link != 0 || !own.range) continue;
+                if (!(own.range->first <= own.value && own.value <= own.range->second))
+                    refuse(label(start, k) + ", " + name_of(q) +
+                           ": starts outside of its search range, which ends the run");
+            }
+    if (start.followed < 1 || start.followed > count)
+        refuse("followed entry " + std::to_string(start.followed) + "; expected 1 to " +
+               std::to_string(count));
+}
+
+template <typename... numbers>
+static std::string format(const char *pattern, numbers... values) {
+    char text[256];
+    std::snprintf(text, sizeof text, pattern, values...);
+    return text;
+}
+
+std::string version_3_text(const start_file &start, const std::vector<std::string> &remarks) {
+    std::string text = "version_3\n";
+    text += format("n_pnts %d\nnoistr %d\nnoistp %d\nnLines %d\nlsfcfs %d\n", start.points,
+                   start.noise_first, start.noise_stop, start.lines,
+                   static_cast<int>(start.lineshape.size() / 2));
+    text += format("phi__1 %.8E\nHz_p_p %.10E\nf__tol %.4E\nfit_mo %d\nverbos %d\n", start.phi_1,
+                   start.hz_per_point, start.tolerance, start.fit_mode, start.verbose);
+    text += format("showli %d\nclcerr %d\nsg_idl %.60s\nranges %d\nignore %d\npattrn %d\n",
+                   start.followed, start.errors, start.data_format.c_str(), start.ranges,
+                   start.ignored, start.patterns);
+    for (const start_entry &entry : start.entries)
+        if (entry.type == pattern_entry) text += entry.pattern_file + "\n";
+    text += "   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx "
+            "  n_int   min   max\n";
+    for (const start_step &step : start.steps) {
+        text += format("@ %4d %6d", step.algorithm, step.points);
+        for (const int value : step.switches) text += format(" %6d", value);
+        text += format(" %6d", static_cast<int>(step.intervals.size()));
+        for (const auto &[first, last] : step.intervals) text += format(" %6d %6d", first, last);
+        text += "\n";
+    }
+    text += "number       area          frequency      gausswidth        phase        "
+            "lorentzwidth\n";
+    for (std::size_t k = 0; k < start.entries.size(); ++k) {
+        text += std::to_string(k + 1);
+        for (const start_parameter &own : start.entries[k].parameters)
+            text += format("\t%.8E", own.value);
+        text += "\n";
+    }
+    for (std::size_t k = 0; k < start.entries.size(); ++k) {
+        const start_entry &entry = start.entries[k];
+        text += format("#%d\nlsffit %d\n", static_cast<int>(k + 1), entry.takes_lineshape);
+        for (const start_parameter &own : entry.parameters) {
+            text += format("%d\t%d\t%.8E", entry.type, own.link, own.value);
+            if (start.ranges != 2) {
+                const auto range = own.range.value_or(std::pair(own.value, own.value));
+                text += format("\t%.8E\t%.8E", range.first, range.second);
+            }
+            text += "\n";
+        }
+    }
+    text += "lsf_coefs\n";
+    for (std::size_t i = 0; i + 1 < start.lineshape.size(); i += 2)
+        text += format("%.8E %.8E\n", start.lineshape[i], start.lineshape[i + 1]);
+    text += "end_of_lsf\n\n";
+    for (const std::string &remark : remarks) text += remark + "\n";
+    return text;
+}
+
+} // namespace tools

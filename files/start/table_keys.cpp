@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/start/table_keys.h"
+
+#include <initializer_list>
+#include <map>
+
+namespace tools {
+
+// "a to b unit"
+static table_interval read_interval(table_scanner &scan) {
+    table_interval interval;
+    interval.place = scan.place();
+    interval.first = scan.number("the first end of the interval");
+    table_unit unit = scan.unit();
+    if (!scan.take_word("to")) scan.refuse("\"to\" and the other end of the interval");
+    interval.last = scan.number("the other end of the interval");
+    interval.unit = scan.unit();
+    if (interval.unit == table_unit::none) interval.unit = unit;
+    if (unit == table_unit::none) unit = interval.unit;
+    if (unit != interval.unit || unit == table_unit::none || unit == table_unit::degrees)
+        scan.refuse("ppm, Hz or points behind the interval, for example \"-20 to 10 ppm\"");
+    return interval;
+}
+
+static table_step read_step(table_scanner &scan, int &times) {
+    static const std::map<std::string, int> groups = {
+        {"areas", fit_areas},   {"frequencies", fit_frequencies}, {"gauss", fit_gauss},
+        {"phases", fit_phases}, {"lorentz", fit_lorentz},         {"lineshape", fit_lineshape},
+        {"align", align}};
+    static const std::map<std::string, int> parts = {
+        {"absorption", 0}, {"dispersion", 1}, {"complex", 2}, {"magnitude", 3}, {"power", 4}};
+    table_step step;
+    step.place = scan.place();
+    if (scan.take_word("random"))
+        step.step.algorithm = 1;
+    else if (scan.take_word("gradient"))
+        step.step.algorithm = 2;
+    else
+        scan.refuse("\"gradient\" or \"random\"");
+    times = 1;
+    while (!scan.at_end()) {
+        table_scanner ahead = scan;
+        const std::string word = lower_letters(ahead.word());
+        const auto group = groups.find(word);
+        if (group != groups.end()) {
+            scan = ahead;
+            step.step.switches[static_cast<std::size_t>(group->second)] = 1;
+            continue;
+        }
+        if (word == "all") {
+            scan = ahead;
+            for (const int q : {fit_areas, fit_frequencies, fit_gauss, fit_phases, fit_lorentz})
+                step.step.switches[static_cast<std::size_t>(q)] = 1;
+            continue;
+        }
+        if (!ahead.take('='))
+            scan.refuse("areas, frequencies, gauss, lorentz, phases, lineshape, all, align, or "
+                        "iterations=N, points=N, part=NAME, weighting=N, interval=A..B, times=N");
+        scan = ahead;
+        if (word == "iterations") {
+            step.step.switches[iterations] = scan.integer("iterations from 1 up", 1, 1000000);
+        } else if (word == "points") {
+            step.step.points = scan.integer("time-domain points from 1 up", 1, 1 << 24);
+        } else if (word == "weighting") {
+            step.step.switches[weighting] = scan.integer("a weighting type from 1 to 7", 1, 7);
+        } else if (word == "times") {
+            times = scan.integer("1 to 19 times", 1, 19);
+        } else if (word == "part") {
+            table_scanner behind = scan;
+            const auto part_of = parts.find(lower_letters(behind.word()));
+            if (part_of == parts.end())
+                scan.refuse("absorption, dispersion, complex, magnitude or power");
+            scan = behind;
+            step.step.switches[part] = part_of->second;
+        } else if (word == "interval") {
+            do {
+                const int first = scan.integer("the first point of the interval", 0, 1 << 24);
+                if (!scan.take("..")) scan.refuse("\"..\" between two points, as 266..635");
+                step.step.intervals.emplace_back(
+                    first, scan.integer("the last point of the interval", 0, 1 << 24));
+            } while (scan.take(','));
+        } else {
+            scan.refuse("iterations, points, part, weighting, interval or times before \"=\"");
+        }
+    }
+    return step;
+}
+
+static int yes_or_no(table_scanner &scan) {
+    if (scan.take_word("yes")) return 1;
+    if (scan.take_word("no")) return 0;
+    scan.refuse("yes or no");
+}
+
+static void read_lineshape(table_scanner &scan, peak_table &table, int &coefficients) {
+    if (scan.take_word("none")) {
+        table.fit_mode = 1;
+    } else if (scan.take_word("measured")) {
+        table.fit_mode = 2;
+    } else if (scan.take_word("fitted")) {
+        table.fit_mode = 3;
+        coefficients = scan.integer("1 to 170 coefficients behind \"fitted\"", 1, 170);
+    } else {
+        scan.refuse("none, measured, or fitted and a number of coefficients");
+    }
+}
+
+void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
+              const table_place &place) {
+    static constexpr int most = 1 << 24;
+    const std::string word = lower_letters(key);
+    if (word == "strategy") {
+        table.strategy_place = place;
+        if (!table.preset.empty()) refuse_at(table, place, "found a second \"strategy\"");
+        table.preset = lower_letters(scan.until(""));
+        if (preset_steps(table.preset).empty())
+            refuse_at(
+                table, place,
+                "found the strategy \"" + table.preset +
+                    "\"; expected quick, standard or random-then-gradient, or rows \"step:\"");
+    } else if (word == "step") {
+        int times = 1;
+        const table_step step = read_step(scan, times);
+        for (int i = 0; i < times; ++i) table.steps.push_back(step);
+    } else if (word == "interval") {
+        do {
+            table.intervals.push_back(read_interval(scan));
+        } while (scan.take(','));
+    } else if (word == "noise") {
+        table.noise = read_interval(scan);
+    } else if (word == "points") {
+        table.points = scan.integer("points, a power of two up to 2^24", 1, most);
+    } else if (word == "measured") {
+        table.measured = scan.integer("measured points, from 1 up", 1, most);
+        scan.take_word("points");
+    } else if (word == "hz_per_point") {
+        table.hz_per_point = scan.number("Hz per point");
+        if (!(*table.hz_per_point > 0.0)) refuse_at(table, place, "expected a number above 0");
+    } else if (word == "phi_1") {
+        table.phi_1 = scan.number("degrees over the whole band");
+        scan.take_word("deg");
+    } else if (word == "tolerance") {
+        table.tolerance = scan.number("a number above 0, such as 1e-7");
+        if (!(*table.tolerance > 0.0)) refuse_at(table, place, "expected a number above 0");
+    } else if (word == "follow") {
+        table.followed = scan.name("the name of a row");
+    } else if (word == "ignore") {
+        table.ignored = scan.integer("leading points, from 0 up", 0, most);
+        scan.take_word("points");
+    } else if (word == "verbose") {
+        table.verbose = scan.integer("0 to 3", 0, 3);
+    } else if (word == "errors") {
+        table.errors = yes_or_no(scan) == 1;
+    } else if (word == "format") {
+        table.data_format = scan.until("");
+        if (*table.data_format != "none" && *table.data_format != "sage" &&
+            *table.data_format != "sage_idl")
+            refuse_at(table, place, "expected none, sage or sage_idl");
+    } else if (word == "ranges") {
+        table.ranges = scan.integer("0 to 3", 0, 3);
+    } else if (word == "lineshape") {
+        read_lineshape(scan, table, coefficients);
+    } else if (word == "coefficients") {
+        while (!scan.at_end())
+            table.lineshape.push_back(scan.number("real and imaginary part of a coefficient"));
+    } else {
+        refuse_at(table, place,
+                  "found the key \"" + std::string(key) +
+                      "\"; expected strategy, step, interval, noise, tolerance, follow, measured, "
+                      "ignore, lineshape, coefficients, points, hz_per_point, phi_1, ranges, "
+                      "verbose, errors or format before the colon");
+    }
+    scan.expect_end("the end of the line");
+}
+
+static table_step gradient_step(int limit, std::initializer_list<int> groups) {
+    table_step step;
+    step.step.switches[iterations] = limit;
+    for (const int group : groups) step.step.switches[static_cast<std::size_t>(group)] = 1;
+    return step;
+}
+
+// Areas and phases first, while the lines stay where they are; then frequencies; widths last.
+// A conjugate gradient search that starts anew loses the directions that rounding has spoilt, so
+// the whole model is taken more than once; a search that has converged ends at once.
+std::vector<table_step> preset_steps(const std::string &preset) {
+    const table_step heights = gradient_step(20, {fit_areas, fit_phases});
+    const table_step places = gradient_step(50, {fit_areas, fit_frequencies, fit_phases});
+    const table_step all = gradient_step(
+        200, {fit_areas, fit_frequencies, fit_gauss, fit_phases, fit_lorentz, fit_lineshape});
+    if (preset == "quick") {
+        table_step whole = all;
+        whole.step.switches[iterations] = 100;
+        return {heights, whole};
+    }
+    if (preset == "standard") return {heights, places, all, all, all};
+    if (preset == "random-then-gradient") {
+        table_step search = all;
+        search.step.algorithm = 1;
+        search.step.switches[iterations] = 20; // the search stops there anyway
+        return {search, places, all, all, all};
+    }
+    return {};
+}
+
+} // namespace tools

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// table_keys.h -- the rows "key: value" of a table of peaks
+#pragma once
+
+#include "files/start/table_scanner.h"
+
+#include <string_view>
+
+namespace tools {
+
+// Takes the value behind a key into the table.
+//
+// Given:
+//   scan           what stands behind the colon
+//   coefficients   of "lineshape: fitted N", for the check of their values
+//   place          of the key
+// Errors: bad_input, with line and column.
+void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
+              const table_place &place);
+
+} // namespace tools

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "common/import_options.h"
+
+namespace tools {
+
+// Options that are added while this lives stand under one heading.
+class heading {
+  public:
+    heading(CLI::App &app, const std::string &group)
+        : app_(app), before_(app.option_defaults()->get_group()) {
+        if (!group.empty()) app_.option_defaults()->group(group);
+    }
+    heading(const heading &) = delete;
+    heading &operator=(const heading &) = delete;
+    ~heading() { app_.option_defaults()->group(before_); }
+
+  private:
+    CLI::App &app_;
+    std::string before_;
+};
+
+void add_input_options(CLI::App &app, input_options &options, const std::string &group) {
+    const heading all(app, group);
+    app.add_option("--format", options.format,
+                   "nifti, raw, jmrui, sdat, rda, text or float32 (default: by the name's ending)")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
+    app.add_option("--json", options.json,
+                   "what is known about INPUT (default for text and float32: the .json beside it, "
+                   "if any)")
+        ->type_name("FILE");
+    app.add_option("--points", options.points,
+                   "points of one FID, where INPUT does not say (default: item n_points, else all)")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--index", options.choice.index,
+                   "which FID of several, counted from 0: I, DIM=I such as DIM_COIL=0, or all, "
+                   "DIM=all; may be repeated")
+        ->type_name("[DIM=]I")
+        ->allow_extra_args(false);
+    app.add_option("--average", options.choice.average,
+                   "take the mean over this dimension, such as DIM_DYN; may be repeated")
+        ->type_name("DIM")
+        ->allow_extra_args(false);
+    app.add_option("--voxel", options.choice.voxel,
+                   "one voxel of a grid, counted from 0 (default: all that are not zero)")
+        ->type_name("X,Y,Z");
+    app.add_option("--resize", options.resize,
+                   "cut the FID to N points, or fill it with zeros; a power of two, or cut or fill "
+                   "for the next one")
+        ->type_name("N");
+    app.add_option("--phase", options.phase,
+                   "turn the FID by this phase; auto makes its first point real")
+        ->type_name("DEG");
+    app.add_flag("--conjugate", options.conjugate, "reverse the sense of frequency");
+}
+
+void add_spectrum_options(CLI::App &app, spectrum_options &options, const std::string &group) {
+    const heading all(app, group);
+    app.add_option("--dwell", options.dwell_time, "dwell time [s]")
+        ->type_name("S")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--bandwidth", options.bandwidth, "spectral width [Hz], one over the dwell time")
+        ->type_name("HZ")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--frequency", options.mhz, "spectrometer frequency [MHz]")
+        ->type_name("MHZ")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--ppm-at-carrier", options.ppm_at_carrier, "chemical shift of the carrier")
+        ->type_name("PPM");
+    app.add_option("--axis", options.axis,
+                   "ppm along the points of INPUT's spectrum, before --conjugate: rising (default "
+                   "for float32) or falling (for all others)")
+        ->type_name("SENSE")
+        ->check(CLI::IsMember({"rising", "falling"}));
+    app.add_option("--begin-time", options.begin_time, "time of the first point [s]")
+        ->type_name("S");
+    app.add_option("--nucleus", options.nucleus, "such as 31P")->type_name("NAME");
+    app.add_option("--noise", options.noise, "points of the spectrum that hold noise only")
+        ->type_name("FIRST:LAST");
+    app.add_option("--reference", options.reference,
+                   "FID of a strong single line (water) of the same voxel: written as .ref, the "
+                   "measured lineshape of fit mode 2")
+        ->type_name("FILE");
+    app.add_flag("--eddy", options.eddy, "correct eddy currents with the phase of the reference");
+}
+
+} // namespace tools

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// import_options.h -- the command line's side of an import, for every program that imports
+#pragma once
+
+#include "files/measured/convert_spectra.h"
+#include "common/command_line.h"
+
+#include <string>
+
+namespace tools {
+
+// What is taken from the file and what is done to its FIDs. The file itself is not among them:
+// each program has its own place for it. group: heading in --help; empty: the usual one.
+void add_input_options(CLI::App &app, input_options &options, const std::string &group = "");
+
+// What is known about the spectra, and what is measured beside them.
+void add_spectrum_options(CLI::App &app, spectrum_options &options, const std::string &group = "");
+
+} // namespace tools
