@@ -267,9 +267,10 @@ static noise_choice choose_noise(const complex_signal &spectrum, const point_str
     if (known)
         return {noise_of_stretch(spectrum, known->first, known->second + 1), "metadata",
                 "stretch named in the JSON"};
-    return {quietest_stretch(spectrum), "quietest stretch",
-            "least spread about the mean of all stretches of n/8 points, without the "
-            "outermost n/8 at each side unless all others hold lines"};
+    return {noise_stretch(spectrum), "quietest stretch",
+            "of the quietest stretches of n/8 points, which differ by no more than noise does, the "
+            "one nearest to their median spread, without the outermost n/8 at each side unless all "
+            "others hold lines"};
 }
 
 spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &chosen,
