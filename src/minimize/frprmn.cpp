@@ -11,12 +11,8 @@
 
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 static constexpr double convergence_floor = 1e-10; // of a chi-square that goes to zero
-// A flat direction ends near the largest double. Files hold parameters in single precision, and
-// units and scaling multiply them: what goes beyond its range moves nothing.
-static constexpr double farthest = std::numeric_limits<float>::max();
 
 void frprmn(const int &n, double *p) {
     const long long length = pars_per_entry * (n_patterns + nLines) + 2LL * lsf_coefs;
@@ -46,7 +42,7 @@ void frprmn(const int &n, double *p) {
         if (exhausted && verbose > 1) std::printf("Too many iterations in double brent\n");
         for (int j = 0; j < n; ++j) {
             const double moved = p[j] + xi[j] * xmin;
-            if (std::fabs(moved) <= farthest) p[j] = moved;
+            if (std::isfinite(moved)) p[j] = moved; // a flat direction ends at infinity
         }
         if (2.0 * std::fabs(minimum - fp) <=
             ftol * (std::fabs(minimum) + std::fabs(fp) + convergence_floor))

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -85,6 +86,44 @@ TEST(frprmn, brent_without_iterations_is_said) {
     verbose = 2;
     const std::string said = support::stdout_of([] { frprmn(npar, par); });
     EXPECT_NE(said.find("Too many iterations in double brent\n"), std::string::npos);
+}
+
+// The eight widths of four lines on noise that they are far too strong for: without a line the
+// chi-square is smaller, so the search walks to the end of its direction. That step is taken, being
+// finite, and the next iteration finds nothing left to do; to refuse it repeats the walk until the
+// iterations are used up, with the lines where they were.
+TEST(frprmn, takes_every_finite_step_of_widths_on_noise) {
+    const auto start = [] {
+        support::random_numbers random(3);
+        support::make_random_model(random,
+                                   {.points = 128, .lines = 4, .links = false, .separated = true});
+        for (int i = 0; i < ap; ++i) {
+            wre[i] = wim[i] = 1.0;
+            xre[i] = random.normal();
+            xim[i] = random.normal();
+        }
+        for (int k = 0; k < nLines; ++k) par[5 * k + area_par] *= 100.0;
+        width_fit = voigt_fit = 1;
+        amp_fit = freq_fit = phase_fit = 0;
+        itmax = 200;
+        ftol = 1e-7;
+    };
+    start();
+    const double before = chi_square_of(par);
+    frprmn(npar, par);
+    EXPECT_EQ(niter, 2);
+    EXPECT_LT(minimum, 0.03 * before);
+    double largest = 0.0;
+    for (int i = 0; i < npar; ++i) {
+        EXPECT_TRUE(std::isfinite(par[i])) << i;
+        largest = std::max(largest, std::fabs(par[i]));
+    }
+    EXPECT_GT(largest, 1e100);
+    const double ours = minimum;
+    start();
+    plain::frprmn(npar, par);
+    EXPECT_EQ(niter, 2);
+    EXPECT_NEAR(ours, minimum, 1e-9 * minimum);
 }
 
 TEST(frprmn, with_nothing_to_move_ends_and_leaves_finite_values) {
