@@ -20,6 +20,14 @@
 
 static constexpr double difference_step = 1e-7; // relative; absolute for a parameter that is 0
 
+// One request holds what the messages name by real and imaginary part.
+static const char no_derivatives[] =
+    " Memory requested to store gr_l_re[] in cr_mvb() is not available\n"
+    " Memory requested to store gr_l_im[] in cr_mvb() is not available\n";
+static const char no_unperturbed[] =
+    " Memory requested to store yr[] in f_new_complex_select() is not available\n"
+    " Memory requested to store yi[] in f_new_complex_select() is not available\n";
+
 static bool inside(int n, int row, int col) {
     return row >= 1 && col >= 1 && row <= n && col <= n;
 }
@@ -120,8 +128,7 @@ void f_new_complex_select(const int &ap, const int &index, const int &N, double 
                               ignore};
     const scratch<double> trial(N, " Memory requested to store y[] in "
                                    "f_new_complex_select() is not available\n");
-    const scratch<double> base(N, " Memory requested to store yr[] in "
-                                  "f_new_complex_select() is not available\n");
+    const scratch<double> base(N, no_unperturbed);
     if (trial == nullptr || base == nullptr) return;
     model_sum sum;
     if (!sum.begin(curves_of(model))) return;
@@ -266,7 +273,7 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
     const bool real_channel = complex == 0 || complex >= 2;
     const bool imaginary_channel = complex == 1 || complex == 2;
     long long points = 0;
-    const scratch<int> counts(ap, " Memory requested to store gr_l_im[] in cr_mvb() is not "
+    const scratch<int> counts(ap, " Memory requested to store counts[] in cr_mvb() is not "
                                   "available\n"); // length of the run of points that count
     for (int k = ap - 1; k >= 0 && counts != nullptr; --k) {
         if (wre[k] + wim[k] == 0.0) continue;
@@ -279,13 +286,10 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
 
     // All derivatives side by side, at the points and in the channels that count.
     const long long rows = kernel::padded_rows(nfree);
-    const scratch<double> derivatives(rows * row_length,
-                                      " Memory requested to store gr_l_re[] in cr_mvb() is not "
-                                      "available\n");
+    const scratch<double> derivatives(rows * row_length, no_derivatives);
     const scratch<double> trial(N, " Memory requested to store y[] in "
                                    "f_new_complex_select() is not available\n");
-    const scratch<double> base(N, " Memory requested to store yr[] in "
-                                  "f_new_complex_select() is not available\n");
+    const scratch<double> base(N, no_unperturbed);
     const scratch<double> covar(static_cast<long long>(nfree) * nfree,
                                 " Memory requested to store covar[][] in cr_mvb() is not "
                                 "available\n");

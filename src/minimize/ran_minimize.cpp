@@ -295,9 +295,9 @@ void Ran_ML_Minimize(const int &N, const int &K, const int &ap, const int &nLine
                                      "...is not available.\n");
     const scratch<double> par_max(n, " Memory requested to store par_max[] in Ran_ML_Minimize( ) "
                                      "...is not available.\n");
-    const scratch<search_range> range(n, " Memory requested to store par_max[] in "
+    const scratch<search_range> range(n, " Memory requested to store range[] in "
                                          "Ran_ML_Minimize( ) ...is not available.\n");
-    const scratch<int> reported(n, " Memory requested to store par_max[] in Ran_ML_Minimize( ) "
+    const scratch<int> reported(n, " Memory requested to store reported[] in Ran_ML_Minimize( ) "
                                    "...is not available.\n");
     if (par_min == nullptr || par_max == nullptr || range == nullptr || reported == nullptr) return;
     std::printf("Success: Memory requested to store par_max[] and par_min[] in Ran_ML_Minimize() "

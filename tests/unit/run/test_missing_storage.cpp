@@ -89,6 +89,9 @@ TEST(missing_storage, of_minimizers_gradient_and_bounds_is_named) {
          " Memory requested to store covar[][] in cr_mvb() is not available\n",
          " Memory requested to store y[] in f_new_complex_select() is not available\n",
          " Memory requested to store yr[] in f_new_complex_select() is not available\n",
+         " Memory requested to store yi[] in f_new_complex_select() is not available\n",
+         " Memory requested to store counts[] in cr_mvb() is not available\n",
+         " Memory requested to store open[] in gaussj not available\n",
          " Memory requested to store ipiv[] in gaussj not available\n",
          " Memory requested to store indxr[] in gaussj not available\n",
          " Memory requested to store indxc[] in gaussj not available\n"});
@@ -98,5 +101,7 @@ TEST(missing_storage, of_a_random_search_is_named) {
     expect_texts(
         {.random_step = true, .iterations = 1},
         {" Memory requested to store par_min[] in Ran_ML_Minimize( ) ...is not available.\n",
-         " Memory requested to store par_max[] in Ran_ML_Minimize( ) ...is not available.\n"});
+         " Memory requested to store par_max[] in Ran_ML_Minimize( ) ...is not available.\n",
+         " Memory requested to store range[] in Ran_ML_Minimize( ) ...is not available.\n",
+         " Memory requested to store reported[] in Ran_ML_Minimize( ) ...is not available.\n"});
 }
