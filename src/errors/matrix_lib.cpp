@@ -77,35 +77,40 @@ void gaussj(double *a, const int &n) {
                              " Memory requested to store indxr[] in gaussj not available\n");
     const scratch<int> indxc(n + 1LL,
                              " Memory requested to store indxc[] in gaussj not available\n");
-    const scratch<double> open(n, " Memory requested to store indxc[] in gaussj not available\n");
+    const scratch<double> open(n, " Memory requested to store open[] in gaussj not available\n");
     if (ipiv == nullptr || indxr == nullptr || indxc == nullptr || open == nullptr) return;
     const auto at = [a, n](int row, int col) -> double & { return a[position(n, row, col)]; };
 
+    int pivot_row = 0;
+    int pivot_col = 0;
     for (int pass = 1; pass <= n; ++pass) {
+        int rows = 0; // that are searched
+        int used_twice = 0;
         for (int k = 1; k <= n; ++k) {
             open[k - 1] = ipiv[k] == 0 ? 1.0 : 0.0;
-            if (ipiv[k] > 1) std::printf("pause 1 in GAUSSJ - Singular matrix \n");
+            rows += ipiv[k] != 1 ? 1 : 0;
+            used_twice += ipiv[k] > 1 ? 1 : 0;
         }
-        // The last of the largest elements is the pivot.
+        for (int i = 0; i < rows * used_twice; ++i)
+            std::printf("pause 1 in GAUSSJ - Singular matrix \n");
+        // The last of the largest elements is the pivot. Where all are not-a-numbers there is none:
+        // the pass takes the pivot of the one before, whose column is then used twice.
         double largest = 0.0;
-        int pivot_row = 0;
-        int pivot_col = 0;
+        int largest_row = 0;
         for (int k = 1; k <= n; ++k) {
             if (ipiv[k] == 1) continue;
             const double row_largest = largest_open(n, a + position(n, k, 1), open);
             if (row_largest < largest) continue;
             largest = row_largest;
-            pivot_row = k;
+            largest_row = k;
         }
-        for (int k = n; k >= 1 && pivot_col == 0; --k) {
-            if (open[k - 1] == 0.0) continue;
-            // A matrix of not-a-numbers has no largest element: any open one will do.
-            if (pivot_row == 0)
-                pivot_row = pivot_col = k;
-            else if (std::fabs(at(pivot_row, k)) == largest)
-                pivot_col = k;
+        for (int k = n; k >= 1 && largest_row != 0; --k) {
+            if (open[k - 1] == 0.0 || std::fabs(at(largest_row, k)) != largest) continue;
+            pivot_row = largest_row;
+            pivot_col = k;
+            break;
         }
-        if (pivot_col == 0) return;
+        if (pivot_col == 0) return; // a matrix of not-a-numbers, which is its own inverse
         ++ipiv[pivot_col];
         if (pivot_row != pivot_col)
             for (int l = 1; l <= n; ++l) std::swap(at(pivot_row, l), at(pivot_col, l));
