@@ -2,6 +2,8 @@
 // prior_knowledge.cpp -- dependent parameters of an entry from those that they are tied to
 #include "model/prior_knowledge.h"
 
+#include <cmath>
+
 bool entry_is_free(int k, int n_entries, const parameter_record *fixpar) {
     const parameter_record *record = fixpar + pars_per_entry * (k - 1);
     for (int j = 0; j < pars_per_entry; ++j)
@@ -21,7 +23,10 @@ int apply_prior_knowledge(int k, int n_entries, double *xt, const parameter_reco
     const parameter_record *record = fixpar + pars_per_entry * (k - 1);
     for (int j = 0; j < pars_per_entry; ++j) {
         const int L = record[j].fixed_to;
-        if (!is_link(L, n_entries) || L == k) continue;
+        if (!is_link(L, n_entries)) continue;
+        // A parameter that is fixed stays; of a width that is not finite, the difference to itself
+        // is no number, which is inconsistent as between two lines.
+        if (L == k && (j != width1_par || std::isfinite(record[j].value))) continue;
         const int source = pars_per_entry * (L - 1) + j;
         const double free_value = xt[source];
         const double start = fixpar[source].value;

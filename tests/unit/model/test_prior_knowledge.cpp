@@ -58,6 +58,17 @@ TEST(prior_knowledge, link_to_itself_leaves_the_value_even_of_a_zero_area) {
     EXPECT_TRUE(entry_is_free(1, 2, p.record));
 }
 
+TEST(prior_knowledge, fixed_gaussian_width_that_is_not_finite_is_inconsistent_with_itself) {
+    for (const double width : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {
+        pair_of_entries p(2);
+        p.record[7].value = width;
+        EXPECT_EQ(apply_prior_knowledge(2, 2, p.x, p.record), 2);
+        p.record[7].value = 0.8;
+        p.record[9].value = width; // the rule is that of Gaussian widths alone
+        EXPECT_EQ(apply_prior_knowledge(2, 2, p.x, p.record), 0);
+    }
+}
+
 TEST(prior_knowledge, link_outside_the_entries_counts_as_free) {
     for (int link : {3, -1, 2147483647}) {
         pair_of_entries p(link);
