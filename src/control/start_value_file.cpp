@@ -5,7 +5,6 @@
 #include "control/fitcontrol_new.h"
 #include "control/fitcontrol_old.h"
 #include "control/keyword_reader.h"
-#include "control/limits.h"
 #include "data/patterns.h"
 #include "data/scan.h"
 #include "run/end_run.h"
@@ -103,18 +102,17 @@ char *substring(const char *text, int start, int len) {
     return part;
 }
 
-// Storage for the peeked sizes. False when they are refused or when an array that the readers
-// write to is missing, which the run ends on later.
-static bool make_parameter_arrays(const count_names &names) {
-    if (!counts_allowed(strtvalfnm, names, ap, nLines, lsf_coefs, n_patterns, file_corrupt))
-        return false;
+// Storage for the peeked sizes, or for what of them is allowed: the readers refuse the others.
+// False when an array that they write to is missing, which the run ends on later.
+static bool make_parameter_arrays() {
     allocate_parameter_arrays(nLines, lsf_coefs, n_patterns);
     return par != nullptr && fixpar != nullptr && pat_name != nullptr && pat != nullptr &&
            pattern_norm != nullptr;
 }
 
+// Also those of a faulty file: a pattern that is missing ends the run.
 static void load_patterns() {
-    if (file_corrupt == 1) return;
+    if (n_patterns > pattern_capacity) return;
     fetch_patterns(n_patterns, ap, nLines, pat_name, pat, pattern_norm, frscl, Hz_pp, phi_1, ignore,
                    verbose);
 }
@@ -122,7 +120,7 @@ static void load_patterns() {
 static void load_old_file() {
     std::printf("old file \n");
     peep_fitcontrol_old(strtvalfnm, nLines, ap, lsf_coefs);
-    if (!make_parameter_arrays(keyword_count_names())) return;
+    if (!make_parameter_arrays()) return;
     read_fitcontrol_old(strtvalfnm, npar, ref_line, nLines, ap, noise_strt, noise_stop, lsf_coefs,
                         phi_1, Hz_pp, T_acq, par, fitmode, var_ap_trunc, verbose, show_line,
                         error_calc, sage_idl, sageidl, par_ranges, n_fit_strat_steps, min_method,
@@ -133,7 +131,7 @@ static void load_old_file() {
 static void load_block_file() {
     std::printf("verbose starting value file \n");
     peep_fitcontrol_new(strtvalfnm, nLines, ap, lsf_coefs, n_patterns);
-    if (!make_parameter_arrays(block_count_names())) return;
+    if (!make_parameter_arrays()) return;
     pattern_enable = 1;
     read_varokel_strtval_file(strtvalfnm, npar, ref_line, nLines, ap, noise_strt, noise_stop,
                               lsf_coefs, phi_1, Hz_pp, T_acq, ftol, par, fitmode, verbose,
@@ -145,7 +143,7 @@ static void load_block_file() {
 
 static void load_version_3_file() {
     peep_f_cntl(strtvalfnm, nLines, ap, lsf_coefs, n_patterns);
-    if (!make_parameter_arrays(keyword_count_names())) return;
+    if (!make_parameter_arrays()) return;
     pattern_enable = 1;
     read_f_cntl(strtvalfnm, npar, ref_line, nLines, ap, noise_strt, noise_stop, lsf_coefs, phi_1,
                 Hz_pp, T_acq, ftol, par, fitmode, var_ap_trunc, verbose, show_line, error_calc,

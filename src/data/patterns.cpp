@@ -32,8 +32,8 @@ static void normalise(double *slot, int ap, double &norm) {
 static void read_binary_pattern(const char *name, int ap, double *slot, float *floats,
                                 double *signal, double *re, double *im) {
     // points that a short file lacks are 0, not those of the pattern before
-    std::fill(floats, floats + 2 * ap, 0.0F);
-    int count = 2 * ap;
+    int count = 2 * std::max(ap, 0);
+    std::fill(floats, floats + count, 0.0F);
     readge_(name, floats, &count, 0);
     for (int j = 0; j < ap; ++j) {
         re[j] = static_cast<double>(floats[2 * j]);
@@ -59,6 +59,7 @@ void fetch_patterns(const int &n_patterns, const int &ap, const int &,
                     const char (*pat_name)[pattern_name_size], double *pat, double *pattern_norm,
                     const double &frscl, const double &Hz_pp, const double &phi_1, int &ignore,
                     const int &verbose) {
+    if (ap > max_pattern_points) return;
     // names another routine: wording kept
     const scratch<float> ge_array(2LL * ap, " Memory requested to store ge_array[] in void "
                                             "FitSpectrum is not available\n");
@@ -70,7 +71,6 @@ void fetch_patterns(const int &n_patterns, const int &ap, const int &,
                                             "FitSpectrum is not available\n");
     if (ge_array == nullptr || ge_arrayd == nullptr || dummyre == nullptr || dummyim == nullptr)
         return;
-    if (ap < 1 || ap > max_pattern_points) return;
     for (int p = 1; p <= n_patterns; ++p) {
         const char *name = pat_name[p];
         const bool binary = std::strstr(name, ".bin") != nullptr;
@@ -176,7 +176,7 @@ void interpret_pattern(const int &p, const char (*pat_name)[pattern_name_size], 
     if (curve_re == nullptr || curve_im == nullptr || no_ref_re == nullptr ||
         no_ref_im == nullptr || no_lsf_re == nullptr || no_lsf_im == nullptr || fit_lsf == nullptr)
         return;
-    if (ap < 1 || ap > max_pattern_points) return;
+    if (ap > max_pattern_points) return;
 
     std::FILE *file = std::fopen(name, "r+t");
     if (file == nullptr) {

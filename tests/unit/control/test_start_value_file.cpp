@@ -174,7 +174,7 @@ TEST_F(start_value_file, patterns_for_no_number_of_points_that_can_be_transforme
     }
 }
 
-TEST_F(start_value_file, patterns_of_a_faulty_file_are_not_loaded) {
+TEST_F(start_value_file, patterns_of_a_faulty_file_are_loaded_all_the_same) {
     text.patterns = "1";
     text.names = {folder.file("missing.pat")};
     text.with_entries(2);
@@ -186,12 +186,12 @@ TEST_F(start_value_file, patterns_of_a_faulty_file_are_not_loaded) {
         support::stdout_of([&] { status = support::end_status_of(MakeInitValFile); });
     };
     load_quietly();
-    EXPECT_EQ(status, -1); // it would end the run
+    EXPECT_EQ(status, -1);
     start_from_defaults();
     text.end_word = "end";
     give(text.version_3());
     load_quietly();
-    EXPECT_EQ(status, support::no_end);
+    EXPECT_EQ(status, -1);
     EXPECT_EQ(file_corrupt, 1);
 }
 
