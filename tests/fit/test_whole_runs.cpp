@@ -99,9 +99,26 @@ TEST(callable_entry, a_good_run_after_faulty_ones_is_as_if_alone) {
 }
 
 TEST(callable_entry, refuses_names_that_do_not_fit) {
-    const std::string name(600, 'x');
-    const std::string said = support::stdout_of([&] { varokel("", name.c_str(), "start.par"); });
-    EXPECT_EQ(said.rfind("implementation restriction : \na name of 600 characters exceeds", 0), 0U);
+    const std::string name(499, 'x');
+    const std::string longer =
+        "implementation restriction : \na name of 499 characters exceeds the "
+        "498 allowed : " +
+        name + "\n";
+    const support::temporary_folder folder(true);
+    support::write_small_fit({});
+    const auto said_with = [](const char *data_path, const std::string &data,
+                              const std::string &start) {
+        return support::stdout_of([&] {
+            support::end_status_of([&] { varokel(data_path, data.c_str(), start.c_str()); });
+        });
+    };
+    EXPECT_EQ(said_with("", name, "start.par"), longer);
+    EXPECT_EQ(said_with("", "data.bin", name), longer);
+    EXPECT_EQ(said_with(name.c_str(), "data.bin", "start.par"), longer);
+    EXPECT_FALSE(support::file_exists("data.mat"));
+    // one character less is looked for
+    EXPECT_NE(said_with("", "data.bin", name.substr(1)).find("cannot open starting value file"),
+              std::string::npos);
 }
 
 TEST(random_search_run, is_the_same_to_the_last_letter) {
