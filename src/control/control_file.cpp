@@ -31,7 +31,9 @@ void read_data_format(std::FILE *file, char *sage_idl, int &sageidl) {
 }
 
 void read_lsf_coefficients(std::FILE *file, const int &lsf_coefs, const int &entries, double *par) {
-    for (int i = 0; i < 2 * lsf_coefs; ++i) scan_real(file, par[pars_per_entry * entries + i]);
+    double passed_over = 0.0; // fewer entries than none have no place for them
+    for (int i = 0; i < 2 * lsf_coefs; ++i)
+        scan_real(file, entries < 0 ? passed_over : par[pars_per_entry * entries + i]);
 }
 
 bool read_pattern_name(std::FILE *file, const char *name, const int &slot,

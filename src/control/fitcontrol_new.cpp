@@ -94,13 +94,16 @@ void read_varokel_strtval_file(const char *name, int &npar, int &ref_line, int &
     const count_names &names = block_count_names();
     // Counts may change from block to block, storage does not.
     const auto stored = [&] {
+        return counts_stored(name, names, nLines, 0, n_patterns, file_corrupt);
+    };
+    const auto coefs_stored = [&] {
         return counts_stored(name, names, nLines, lsf_coefs, n_patterns, file_corrupt);
     };
     const auto read_block = [&](std::FILE *file, const char *word) {
         if (std::strcmp(word, "varokel_spectrum_information") == 0) {
             read_varokel_spectrum_information(file, ap, noise_strt, noise_stop, nLines, lsf_coefs,
                                               phi_1, Hz_pp, T_acq, ftol, ignore, n_patterns);
-            return counts_allowed(name, names, ap, nLines, lsf_coefs, n_patterns, file_corrupt) &&
+            return counts_allowed(name, names, ap, nLines, n_patterns, file_corrupt) &&
                    noise_stop_allowed(name, names, noise_stop, file_corrupt);
         }
         if (std::strcmp(word, "varokel_pattern_references") == 0)
@@ -119,7 +122,7 @@ void read_varokel_strtval_file(const char *name, int &npar, int &ref_line, int &
                    read_varokel_prior_knowledge(file, name, nLines, n_patterns, par_ranges, frscl,
                                                 fit_lsf, fixpar, file_corrupt);
         if (std::strcmp(word, "varokel_line_shape_function") == 0 && lsf_coefs > 0) {
-            if (!stored()) return false;
+            if (!coefs_stored()) return false;
             read_lsf_coefficients(file, lsf_coefs, nLines + n_patterns, par);
         }
         return true;
@@ -136,7 +139,8 @@ void read_varokel_strtval_file(const char *name, int &npar, int &ref_line, int &
             whole = read_block(file, word);
             if (std::strcmp(word, "varokel_end_of_file") == 0) break;
         }
-        if (whole) stored() && lsf_coefs_fit_points(name, names, lsf_coefs, ap, file_corrupt);
+        if (!whole) n_patterns = 0; // their names may not have been read
+        if (whole) coefs_stored() && lsf_coefs_allowed(name, names, lsf_coefs, ap, file_corrupt);
         std::fclose(file);
     }
     if (counts_stored(nLines, lsf_coefs, n_patterns))

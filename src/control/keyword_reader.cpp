@@ -46,9 +46,7 @@ static void print_reading_terminated() {
     std::printf("reading terminated before eof was reached \n");
 }
 
-static bool read_settings(std::FILE *file, const char *name, const keyword_format &format,
-                          const keyword_target &to) {
-    const count_names &names = keyword_count_names();
+static void read_settings(std::FILE *file, const keyword_format &format, const keyword_target &to) {
     if (format.is_version_3) skip_word(file, max_word);
     scan_keyword_int(file, to.ap);
     scan_keyword_int(file, to.noise_strt);
@@ -69,18 +67,28 @@ static bool read_settings(std::FILE *file, const char *name, const keyword_forma
     scan_keyword_int(file, to.par_ranges);
     scan_keyword_int(file, to.ignore);
     if (format.is_version_3) scan_keyword_int(file, to.n_patterns);
-    return counts_allowed(name, names, to.ap, to.nLines, to.lsf_coefs, to.n_patterns,
-                          to.file_corrupt) &&
+}
+
+// What the keywords say is judged once the word behind them is found: in a file that is out of step
+// it is nobody's count.
+static bool settings_allowed(const char *name, const keyword_target &to) {
+    const count_names &names = keyword_count_names();
+    return counts_allowed(name, names, to.ap, to.nLines, to.n_patterns, to.file_corrupt) &&
            noise_stop_allowed(name, names, to.noise_stop, to.file_corrupt) &&
-           lsf_coefs_fit_points(name, names, to.lsf_coefs, to.ap, to.file_corrupt) &&
+           lsf_coefs_allowed(name, names, to.lsf_coefs, to.ap, to.file_corrupt) &&
            counts_stored(name, names, to.nLines, to.lsf_coefs, to.n_patterns, to.file_corrupt);
 }
 
 static bool read_pattern_names(std::FILE *file, const char *name, const keyword_target &to) {
+    if (!pattern_names_stored(name, keyword_count_names(), to.n_patterns, to.file_corrupt))
+        return false;
     if (to.n_patterns > 0 && to.verbose > 0)
         std::printf("fit uses following pattern references :\n");
     for (int k = 1; k <= to.n_patterns; ++k) {
-        if (!read_pattern_name(file, name, k, to.pat_name, to.file_corrupt)) return false;
+        if (!read_pattern_name(file, name, k, to.pat_name, to.file_corrupt)) {
+            to.n_patterns = k - 1; // those that have a name
+            return false;
+        }
         if (to.verbose > 0) std::printf("%s\n", to.pat_name[k]);
     }
     return true;
@@ -270,10 +278,11 @@ void read_keyword_file(const char *name, const keyword_format &format, const key
         std::printf(" I/O-error : starting value file could not be opened \n ");
         end_run(-1);
     }
-    const bool in_step =
-        read_settings(file, name, format, to) && read_pattern_names(file, name, to) &&
-        read_strategy_header(file, format, to) && read_strategy(file, name, to) &&
-        read_start_section(file, format, to) && read_prior_knowledge(file, format, to);
+    read_settings(file, format, to);
+    const bool in_step = read_pattern_names(file, name, to) &&
+                         read_strategy_header(file, format, to) && settings_allowed(name, to) &&
+                         read_strategy(file, name, to) && read_start_section(file, format, to) &&
+                         read_prior_knowledge(file, format, to);
     if (in_step) read_lsf(file, format, to);
     std::fclose(file);
     // counts that were refused say nothing about the storage that there is

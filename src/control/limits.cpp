@@ -57,21 +57,21 @@ struct item_with {
 };
 } // namespace
 
-// Patterns and lineshape coefficients stand behind the lines; there is no place before the table.
-static bool lines_carry_others(const char *name, const count_names &names, int lines, int n_lsf,
-                               int patterns, int &file_corrupt) {
-    if (patterns <= 0 && n_lsf <= 0) return true;
-    const item_with item(names.lines, "with patterns or lineshape coefficients");
+// Patterns stand behind the lines; there is no place before the table. Where fewer than one entry
+// is left, nothing stands anywhere, and the check of the start values says so.
+static bool lines_carry_patterns(const char *name, const count_names &names, int lines,
+                                 int patterns, int &file_corrupt) {
+    if (lines >= 0 || static_cast<long long>(lines) + patterns < 1) return true;
+    const item_with item(names.lines, "with patterns");
     return within(name, item.text, lines, 0, max_entries, file_corrupt);
 }
 
 bool counts_allowed(const char *name, const count_names &names, const int &points, const int &lines,
-                    const int &n_lsf, const int &patterns, int &file_corrupt) {
-    if (!within(name, names.patterns, patterns, 0, max_entries, file_corrupt) ||
+                    const int &patterns, int &file_corrupt) {
+    if (!within(name, names.patterns, patterns, 0, max_patterns, file_corrupt) ||
         !count_within(name, names.points, points, max_points, file_corrupt) ||
         !count_within(name, names.lines, lines, max_entries, file_corrupt) ||
-        !count_within(name, names.lsf_coefs, n_lsf, max_lsf_coefs, file_corrupt) ||
-        !lines_carry_others(name, names, lines, n_lsf, patterns, file_corrupt) ||
+        !lines_carry_patterns(name, names, lines, patterns, file_corrupt) ||
         !within(name, names.entries, std::max(lines, 0) + patterns, 0, max_entries, file_corrupt))
         return false;
     if (patterns == 0) return true;
@@ -81,11 +81,13 @@ bool counts_allowed(const char *name, const count_names &names, const int &point
 
 bool noise_stop_allowed(const char *name, const count_names &names, const int &stop,
                         int &file_corrupt) {
-    return stop <= max_points || refuse(name, names.noise_stop, stop, 0, max_points, file_corrupt);
+    return stop <= max_noise_stop ||
+           refuse(name, names.noise_stop, stop, 0, max_noise_stop, file_corrupt);
 }
 
-bool lsf_coefs_fit_points(const char *name, const count_names &names, const int &n_lsf,
-                          const int &points, int &file_corrupt) {
+bool lsf_coefs_allowed(const char *name, const count_names &names, const int &n_lsf,
+                       const int &points, int &file_corrupt) {
+    if (!count_within(name, names.lsf_coefs, n_lsf, max_lsf_coefs, file_corrupt)) return false;
     if (n_lsf <= 0) return true;
     const item_with item(names.lsf_coefs, "not more than points");
     return within(name, item.text, n_lsf, 0, std::max(points, 0), file_corrupt);
@@ -98,7 +100,13 @@ bool counts_stored(const char *name, const count_names &names, const int &lines,
            within(name, names.entries, entries, 0, entry_capacity, file_corrupt) &&
            count_within(name, names.lines, lines, max_entries, file_corrupt) &&
            (n_lsf <= 0 || within(name, names.lsf_coefs, n_lsf, 0, lsf_capacity, file_corrupt)) &&
-           lines_carry_others(name, names, lines, n_lsf, patterns, file_corrupt);
+           lines_carry_patterns(name, names, lines, patterns, file_corrupt);
+}
+
+bool pattern_names_stored(const char *name, const count_names &names, const int &patterns,
+                          int &file_corrupt) {
+    return patterns <= pattern_capacity ||
+           refuse(name, names.patterns, patterns, 0, max_patterns, file_corrupt);
 }
 
 bool counts_stored(const int &lines, const int &n_lsf, const int &patterns) {

@@ -131,7 +131,7 @@ void Calculate_FD_Pattern(const int &p, const int &nLines, const int &ap, const 
 
 void ParArrayToLineShapeFunction(const int &lsf_coefs, const int &ap, const int &npar, double *xt,
                                  double *r_lsf, double *i_lsf, const double *lookup) {
-    if (ap < 1 || lsf_coefs < 1) return;
+    if (ap < 1 || lsf_coefs < 1 || npar < 0) return;
     Zero_Vector(ap, r_lsf);
     Zero_Vector(ap, i_lsf);
     const int first = ap / 2 - lsf_coefs / 2;

@@ -87,6 +87,7 @@ static void divide_areas_by(double divisor) {
 // The area of a pattern belongs to its stored signal, which is divided by its norm.
 static void multiply_pattern_areas_by_norm() {
     for (int p = 1; p <= n_patterns; ++p) {
+        if (nLines + p < 1) continue; // fewer lines than none: nothing is fitted
         const int i = pars_per_entry * (nLines + p - 1) + area_par;
         par[i] *= pattern_norm[p];
         fixpar[i].value *= pattern_norm[p];

@@ -62,8 +62,13 @@ void InputSpectrumToFit(double *re, double *im) {
         int count = 2 * points;
         readge_(name.c_str(), ge_array, &count, 0);
         for (int i = 0; i < points; ++i) {
-            re[i] = static_cast<double>(ge_array[2 * i]);
-            im[i] = static_cast<double>(ge_array[2 * i + 1]);
+            const double real = static_cast<double>(ge_array[2LL * i]);
+            const double imaginary = static_cast<double>(ge_array[2LL * i + 1]);
+            // A window may end far behind the file: pages of zeros that are not written to cost
+            // no memory.
+            if (real == re[i] && imaginary == im[i]) continue;
+            re[i] = real;
+            im[i] = imaginary;
         }
     }
     estimate_noise(re, im, points);

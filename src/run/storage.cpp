@@ -111,8 +111,8 @@ static void free_parameter_arrays() {
 
 void allocate_parameter_arrays(const int &n_lines, const int &n_lsf, const int &n_pat) {
     free_parameter_arrays();
-    const int lines = std::clamp(n_lines, 0, max_entries);
-    const int patterns = std::clamp(n_pat, 0, max_entries - lines);
+    const int patterns = std::clamp(n_pat, 0, max_patterns);
+    const int lines = std::clamp(n_lines, 0, max_entries - patterns);
     const int coefs = std::clamp(n_lsf, 0, max_lsf_coefs);
     const long long entries = lines + patterns;
     const long long vector_length = pars_per_entry * entries + 2LL * coefs;
