@@ -2,7 +2,7 @@
 //
 // The stretch that the importer takes for the noise, over many spectra of known noise: its spread
 // must be that of the noise on average, since every error bound of the fit is a multiple of it.
-#include "varokel-import/noise_window.h"
+#include "files/measured/noise_window.h"
 
 #include "support/support.h"
 

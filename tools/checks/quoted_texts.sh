@@ -23,9 +23,7 @@ my @explained = (
     ['help/help_texts.cpp topic_[0-8]_lines', '.', 'any',
         'prose of the help topics; tests hold their subjects, ends and widths, and run their examples'],
     ['control/replaced_file.cpp', '^varokel_new_$', 1, 'name of a file that is there for a moment'],
-    ['errors/matrix_lib.cpp', '^pause 1 in GAUSSJ', 1, 'a pivot is looked for among open columns: none is taken twice'],
     ['run/fit_spectrum.cpp', '^(cp |abcdef.*|.\\\\..)$', 2, 'parts of a shell command'],
-    ['run/varokel.cpp', '^a name of %zu', 1, 'fit.whole_runs holds its beginning; the rest follows from the room for names'],
     ['model/fft_plan.cpp|run/varokel.cpp', 'store the factors of a transform|insufficient memory', 2,
         'tests/fault lets every storage request fail once and takes a message of any wording'],
 );

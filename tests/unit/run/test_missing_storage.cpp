@@ -84,11 +84,11 @@ TEST(missing_storage, of_minimizers_gradient_and_bounds_is_named) {
          "Memory requested for store_yre not available in void dfnc\n",
          "Memory requested for store_yim not available in void dfnc\n",
          " Memory requested to store c_lsf[] in ParArrayToLineShapeFunction() is not available \n",
-         " Memory requested to store gr_l_re[] in cr_mvb() is not available\n",
+         " Memory requested to store gr_l_re[] in cr_mvb() is not available\n"
          " Memory requested to store gr_l_im[] in cr_mvb() is not available\n",
          " Memory requested to store covar[][] in cr_mvb() is not available\n",
          " Memory requested to store y[] in f_new_complex_select() is not available\n",
-         " Memory requested to store yr[] in f_new_complex_select() is not available\n",
+         " Memory requested to store yr[] in f_new_complex_select() is not available\n"
          " Memory requested to store yi[] in f_new_complex_select() is not available\n",
          " Memory requested to store counts[] in cr_mvb() is not available\n",
          " Memory requested to store open[] in gaussj not available\n",
