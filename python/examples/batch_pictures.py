@@ -13,13 +13,18 @@ error bound that the fits state (one standard deviation each).
 from __future__ import annotations
 
 import argparse
+import importlib.util
+import sys
 from pathlib import Path
 
 import matplotlib as mpl
 import numpy as np
 from matplotlib.figure import Figure
 
-from varokel import FloatArray, read_results_table
+if importlib.util.find_spec("varokel") is None:  # not installed: that of this source tree
+    sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+
+from varokel import FloatArray, read_results_table  # noqa: E402
 
 COLOURS = ("#0072b2", "#d55e00", "#009e73", "#cc79a7", "#56b4e9", "#e69f00", "#000000")
 LARGEST_PERCENT = 50.0  # areas that are known less well are left out of the courses

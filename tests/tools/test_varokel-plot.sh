@@ -130,4 +130,12 @@ status 2 "$plot" run
 status 4 "$plot" run -o no/such/folder.svg
 true_that 'no picture where there was an error' test ! -e no.svg
 
+# the example of the manual page, as a user runs it in the source tree
+mkdir example
+ln -s "$tree/examples" example/examples
+sed -n '/^# EXAMPLE/,/^# SEE/p' "$tree/docs/man/varokel-plot.1.scd" | sed '1d;$d; s/++$//; s/^\t//' >example/commands
+true_that 'the manual page has commands' grep -q '^varokel-plot ' example/commands
+(cd example && PATH=$programs:$PATH bash -eu commands >said 2>&1) || failed "example of varokel-plot(1): $(cat example/said)"
+holds example/line.svg '<svg'
+
 finish

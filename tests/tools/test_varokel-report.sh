@@ -430,7 +430,7 @@ if [ -x "$programs/varokel-batch" ]; then
     true_that 'three curves with fits' test "$(grep -o '"fit":{' three/overview.html | wc -l)" -eq 3
     # the pictures of the documentation are made from such tables
     if /usr/bin/python3 -c 'import matplotlib' 2>python.err; then
-        export PYTHONPATH=$tree/python PYTHONDONTWRITEBYTECODE=1 MPLCONFIGDIR=$folder
+        export PYTHONDONTWRITEBYTECODE=1 MPLCONFIGDIR=$folder # no PYTHONPATH: it finds the package beside it
         pictures=$tree/python/examples/batch_pictures.py
         for picture in three.svg again.svg; do
             status 0 /usr/bin/python3 "$pictures" series three $picture --step 2 --unit s
