@@ -2,6 +2,8 @@
 // model.cpp -- what a fit evaluates again and again, checked and sorted once
 #include "engine/model.h"
 
+#include "kernel/elementary.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -45,7 +47,8 @@ static std::string fault_of_shapes(const fit_problem &p) {
     if (p.lineshape.size() > n) return "the lineshape has more coefficients than there are points";
     std::complex<double> sum = 0.0;
     for (const std::complex<double> c : p.lineshape) sum += c;
-    if (!(std::abs(sum) > 0.0) || !std::isfinite(std::abs(sum)))
+    const double size = kernel::hypot(sum.real(), sum.imag());
+    if (!(size > 0.0) || !std::isfinite(size))
         return "the coefficients of the lineshape sum up to 0, so that it is nothing at time 0";
     return "";
 }

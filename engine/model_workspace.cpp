@@ -4,6 +4,7 @@
 #include "engine/model.h"
 
 #include "kernel/decay.h"
+#include "kernel/elementary.h"
 #include "kernel/lanes.h"
 #include "kernel/sums.h"
 
@@ -14,6 +15,13 @@
 namespace engine {
 
 using std::numbers::pi;
+
+// 1/z. Compilers have the quotient of complex numbers in ways of their own; this one is the same
+// everywhere.
+static std::complex<double> reciprocal(std::complex<double> z) {
+    const double size = kernel::hypot(z.real(), z.imag());
+    return std::conj(z / size) / size;
+}
 
 // (re + i im) times (factor_re + i factor_im), or added to what stands there.
 MULTIVERSION static void scale_into(int n, const double *__restrict re, const double *__restrict im,
@@ -152,7 +160,7 @@ void model_workspace::broaden(const model &of, double fwhm) {
     const double d = of.when_.first_order_phase / 360.0;
     for (int i = 0; i < n; ++i) {
         const std::complex<double> value =
-            of.decay_of_data_[static_cast<std::size_t>(i)] * std::exp(-extra_decay_ * (i + d));
+            of.decay_of_data_[static_cast<std::size_t>(i)] * kernel::exp(-extra_decay_ * (i + d));
         sum_.re[i] = value.real();
         sum_.im[i] = value.imag();
     }
@@ -190,9 +198,10 @@ void model_workspace::make_lineshape(const model &of, std::span<const double> x)
         of.plan_->transform(sum_.re, sum_.im, work_.re, work_.im, 1.0 / n, false);
     lineshape_start_ = {decay.re[0], decay.im[0]};
     lineshape_.resize(static_cast<std::size_t>(n));
+    const std::complex<double> factor = reciprocal(lineshape_start_);
     for (int i = 0; i < n; ++i)
         lineshape_[static_cast<std::size_t>(i)] =
-            std::complex<double>(decay.re[i], decay.im[i]) / lineshape_start_;
+            std::complex<double>(decay.re[i], decay.im[i]) * factor;
 }
 
 // Adds (re + i im) times the curve of entry k with area 1; docs/model.md, equations 1 to 4.
@@ -203,8 +212,7 @@ void model_workspace::add_curve(const model &of, int k, double re, double im, pa
     const bool is_pattern = of.types_[static_cast<std::size_t>(k)] == line_type::pattern;
     // whole turns are taken off before they are multiplied by 2 pi
     const double turns = (p[frequency] + 0.5 * N) * d / N + p[phase] / 360.0 - 0.5 * d;
-    const double angle = 2.0 * pi * (turns - std::nearbyint(turns));
-    const double turn_re = std::cos(angle), turn_im = std::sin(angle);
+    const auto [turn_re, turn_im] = kernel::exp_2_pi_i(turns);
     kernel::decay curve;
     curve.re = re * turn_re - im * turn_im;
     curve.im = re * turn_im + im * turn_re;
@@ -504,7 +512,7 @@ void model_workspace::lineshape_derivatives(const model &of) {
     std::copy_n(at.re, n, shaped_.re);
     std::copy_n(at.im, n, shaped_.im);
     at = to_spectrum(of, sum_);
-    const std::complex<double> factor = 1.0 / (of.noise_sd_ * n * lineshape_start_);
+    const std::complex<double> factor = reciprocal(lineshape_start_) / (of.noise_sd_ * n);
     double *row = jacobian_.data() + of.map_.columns() * stride_;
     const int count = static_cast<int>(of.lineshape_.size());
     for (int j = 0; j < count; ++j) {

@@ -12,12 +12,12 @@
 // the last place (6e-14) at the end of a block with a Gaussian decay and 32 (4e-15) without.
 #include "kernel/decay.h"
 
+#include "kernel/elementary.h"
 #include "kernel/lanes.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numbers>
 
 namespace kernel {
 
@@ -25,18 +25,8 @@ static constexpr int step = 16;
 static constexpr int block = 512;
 static constexpr double negligible = 100.0; // exp(-100) = 4e-44
 
-struct complex_value {
-    double re, im;
-};
-
 [[gnu::always_inline]] static inline complex_value product(complex_value a, complex_value b) {
     return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-}
-
-// exp(2 pi i turns)
-static complex_value turned(double turns) {
-    const double angle = 2.0 * std::numbers::pi * (turns - std::nearbyint(turns));
-    return {std::cos(angle), std::sin(angle)};
 }
 
 // Turns of the oscillation up to point n: whole points of frequency are counted in integers, so
@@ -60,8 +50,8 @@ template <int highest>
 static void add_plainly(const decay &curve, int begin, int end, const rows_of<highest> &out) {
     for (int n = begin; n < end; ++n) {
         const double t = n + curve.d;
-        const double e = std::exp(-curve.gauss * t * t - curve.lorentz * t);
-        complex_value z = product({e * curve.re, e * curve.im}, turned(turns_at(curve, n)));
+        const double e = kernel::exp(-curve.gauss * t * t - curve.lorentz * t);
+        complex_value z = product({e * curve.re, e * curve.im}, exp_2_pi_i(turns_at(curve, n)));
         for (int k = 0; k <= highest; ++k) {
             out.row[k].re[n] += z.re;
             out.row[k].im[n] += z.im;
@@ -83,15 +73,15 @@ struct stepping {
 
 static stepping stepping_of(const decay &curve) {
     stepping s;
-    const complex_value turn = turned(turns_at(curve, 1));
-    const double fade = std::exp(-curve.lorentz);
+    const complex_value turn = exp_2_pi_i(turns_at(curve, 1));
+    const double fade = kernel::exp(-curve.lorentz);
     s.one = {fade * turn.re, fade * turn.im};
-    const complex_value turn_all = turned(turns_at(curve, step));
-    const double fade_all = std::exp(-curve.lorentz * step);
+    const complex_value turn_all = exp_2_pi_i(turns_at(curve, step));
+    const double fade_all = kernel::exp(-curve.lorentz * step);
     s.all = {fade_all * turn_all.re, fade_all * turn_all.im};
     s.gaussian = curve.gauss != 0.0;
     if (!s.gaussian) return s;
-    const double g = std::exp(-curve.gauss);
+    const double g = kernel::exp(-curve.gauss);
     const double gg = g * g;
     double odd = g; // exp(-gauss (2 j + 1))
     s.gauss_square[0] = 1.0;
@@ -99,9 +89,9 @@ static stepping stepping_of(const decay &curve) {
         s.gauss_square[j] = s.gauss_square[j - 1] * odd;
         odd *= gg;
     }
-    s.gauss_2s = std::exp(-2.0 * curve.gauss * step);
-    s.gauss_ss = std::exp(-curve.gauss * step * step);
-    s.change = std::exp(-2.0 * curve.gauss * step * step);
+    s.gauss_2s = kernel::exp(-2.0 * curve.gauss * step);
+    s.gauss_ss = kernel::exp(-curve.gauss * step * step);
+    s.change = kernel::exp(-2.0 * curve.gauss * step * step);
     return s;
 }
 
@@ -198,11 +188,11 @@ template <int highest>
 static void add_block(const decay &curve, const stepping &s, int begin, int end,
                       const rows_of<highest> &out) {
     const double t = begin + curve.d;
-    const double e = std::exp(-curve.gauss * t * t - curve.lorentz * t);
-    const complex_value turn = turned(turns_at(curve, begin));
+    const double e = kernel::exp(-curve.gauss * t * t - curve.lorentz * t);
+    const complex_value turn = exp_2_pi_i(turns_at(curve, begin));
     const complex_value start = product({e * curve.re, e * curve.im}, turn);
     double cross = 1.0; // exp(-2 gauss t): the slope of the Gaussian where the block begins
-    if (s.gaussian) cross = std::exp(-2.0 * curve.gauss * t);
+    if (s.gaussian) cross = kernel::exp(-2.0 * curve.gauss * t);
     const complex_value w = {s.one.re * cross, s.one.im * cross};
     const complex_value w2 = product(w, w);
     const complex_value w4 = product(w2, w2);
@@ -224,7 +214,7 @@ static void add_block(const decay &curve, const stepping &s, int begin, int end,
     const int whole = (end - begin) / step * step;
     if (s.gaussian) {
         b.change = s.change;
-        b.g[0] = std::exp(-2.0 * curve.gauss * step * t) * s.gauss_ss;
+        b.g[0] = kernel::exp(-2.0 * curve.gauss * step * t) * s.gauss_ss;
         for (int j = 1; j < step; ++j) b.g[j] = b.g[j - 1] * s.gauss_2s;
         run_gaussian(b, begin, whole, out);
     } else {

@@ -16,9 +16,9 @@
 // Frameworks for the Fast Fourier Transform, SIAM 1992, section 1.7.
 #include "kernel/transform_plan.h"
 
+#include "kernel/elementary.h"
 #include "kernel/lanes.h"
 
-#include <cmath>
 #include <cstddef>
 #include <new>
 #include <numbers>
@@ -29,36 +29,6 @@ namespace kernel {
 
 static constexpr int factors_per_butterfly = 6; // w, w^2, w^3
 static constexpr std::align_val_t cache_line{64};
-
-// exp(-2 pi i k / n): from the first octant, where sine and cosine are accurate to the last place,
-// by reflection.
-static void unit_root(long long k, long long n, double &re, double &im) {
-    const bool lower_half = 2 * k > n; // of the turn: the conjugate of the upper one
-    if (lower_half) k = n - k;
-    const auto angle = [n](long long m) {
-        return 2.0 * std::numbers::pi * static_cast<double>(m) / static_cast<double>(n);
-    };
-    double sine = 0.0;
-    switch (8 * k / n) { // octant
-    case 0:
-        re = std::cos(angle(k));
-        sine = std::sin(angle(k));
-        break;
-    case 1:
-        re = std::sin(angle(n / 4 - k));
-        sine = std::cos(angle(n / 4 - k));
-        break;
-    case 2:
-        re = -std::sin(angle(k - n / 4));
-        sine = std::cos(angle(k - n / 4));
-        break;
-    default:
-        re = -std::cos(angle(n / 2 - k));
-        sine = std::sin(angle(n / 2 - k));
-        break;
-    }
-    im = lower_half ? sine : -sine;
-}
 
 static int bits_of(int n) {
     int bits = 0;
@@ -115,16 +85,15 @@ void transform_plan::fill(double *next) {
         const int quarter = m / 4;
         for (int p = 0; p < quarter; ++p) {
             for (int k = 1; k <= 3; ++k) {
-                double re = 0.0;
-                double im = 0.0;
-                unit_root(static_cast<long long>(k) * p, m, re, im);
+                // m is a power of two: the turns are exact
+                const complex_value w = exp_2_pi_i(-static_cast<double>(k) * p / m);
                 const int row = 2 * (k - 1);
                 if (pass == 0) {
-                    next[row * quarter + p] = re;
-                    next[(row + 1) * quarter + p] = im;
+                    next[row * quarter + p] = w.re;
+                    next[(row + 1) * quarter + p] = w.im;
                 } else {
-                    next[factors_per_butterfly * p + row] = re;
-                    next[factors_per_butterfly * p + row + 1] = im;
+                    next[factors_per_butterfly * p + row] = w.re;
+                    next[factors_per_butterfly * p + row + 1] = w.im;
                 }
             }
         }

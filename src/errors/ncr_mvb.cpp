@@ -7,6 +7,7 @@
 // triangle.
 #include "errors/ncr_mvb.h"
 
+#include "kernel/elementary.h"
 #include "kernel/lanes.h"
 #include "kernel/sums.h"
 #include "errors/matrix_lib.h"
@@ -213,8 +214,9 @@ static void entry_derivatives(const model_context &model, int s, int q, int N, c
                 rows.put(row_of[kind], -step / p[area_par] / h, 0.0, sum);
             } else { // 1 - exp(i turn)
                 const double turn = std::numbers::pi * step / 180.0;
-                const double half_sine = std::sin(0.5 * turn);
-                rows.put(row_of[kind], 2.0 * half_sine * half_sine / h, -std::sin(turn) / h, sum);
+                const double half_sine = kernel::sin(0.5 * turn);
+                rows.put(row_of[kind], 2.0 * half_sine * half_sine / h, -kernel::sin(turn) / h,
+                         sum);
             }
             continue;
         }

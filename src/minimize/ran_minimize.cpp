@@ -9,6 +9,7 @@
 // 789-798; F. J. Solis, R. J.-B. Wets, Math. Oper. Res. 6 (1981) 19-30.
 #include "minimize/ran_minimize.h"
 
+#include "kernel/elementary.h"
 #include "model/model_context.h"
 #include "run/end_run.h"
 #include "run/storage.h"
@@ -180,7 +181,8 @@ static double narrowed_sample(const random_search &search, double s, int i) {
         const double u1 = deviate();
         const double u2 = deviate();
         const double sign = u2 == 0.0 ? 1.0 : u2 / std::fabs(u2);
-        const double x = centre + sign * (range.hi - range.lo) * std::exp(std::fabs(2.0 * u1) * s);
+        const double x =
+            centre + sign * (range.hi - range.lo) * kernel::exp(std::fabs(2.0 * u1) * s);
         if (range.lo < x && x < range.hi) return x;
     }
     if (search.reported[i] == 0) {

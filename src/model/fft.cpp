@@ -10,9 +10,9 @@
 // w + w (-2 sin^2(theta/2) + i sin theta) after R. C. Singleton, Commun. ACM 10 (1967) 647-654.
 #include "model/fft.h"
 
+#include "kernel/elementary.h"
 #include "run/storage.h"
 
-#include <cmath>
 #include <numbers>
 #include <utility>
 
@@ -26,8 +26,8 @@ void create_lookup(double *table, const int &n, const int &sign) {
     for (long long mmax = 2; doubles > mmax && pair < 24; mmax *= 2, ++pair) {
         const double turn = 2.0 * std::numbers::pi / static_cast<double>(mmax);
         const double theta = sign == 1 ? -turn : turn;
-        table[2 * pair] = std::sin(0.5 * theta);
-        table[2 * pair + 1] = std::sin(theta);
+        table[2 * pair] = kernel::sin(0.5 * theta);
+        table[2 * pair + 1] = kernel::sin(theta);
     }
 }
 

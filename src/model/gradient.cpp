@@ -11,6 +11,7 @@
 // area and phase of an entry that no other follows are multiples of the same spectrum.
 #include "model/gradient.h"
 
+#include "kernel/elementary.h"
 #include "kernel/lanes.h"
 #include "model/model_sum.h"
 #include "model/objective.h"
@@ -236,12 +237,12 @@ static void entry_gradient(int s, const bool *wanted, const curve_setting &setti
         if (plain_phase) {
             const difference_step step = step_of(x[at + phase_par]);
             const double turn = std::numbers::pi * (step.value - x[at + phase_par]) / 180.0;
-            const double half_sine = std::sin(0.5 * turn);
+            const double half_sine = kernel::sin(0.5 * turn);
             const double A = x[at + area_par]; // A (exp(i turn) - 1)
-            g[at + phase_par] =
-                (change(-2.0 * A * half_sine * half_sine, A * std::sin(turn), sum.re(), sum.im()) +
-                 offset) /
-                step.h;
+            g[at + phase_par] = (change(-2.0 * A * half_sine * half_sine, A * kernel::sin(turn),
+                                        sum.re(), sum.im()) +
+                                 offset) /
+                                step.h;
             done[phase_par] = true;
         }
     }

@@ -9,6 +9,7 @@
 #include "model/l_shapes.h"
 
 #include "kernel/decay.h"
+#include "kernel/elementary.h"
 #include "model/fft.h"
 #include "model/vector_lib.h"
 #include "run/storage.h"
@@ -32,9 +33,10 @@ static void line_curve(int ap, int td_ap_trunc, double A, double f, double g, do
     Zero_Vector(ap, re);
     Zero_Vector(ap, im);
     // points 0 and 1 are never truncated
-    kernel::add_decay({A * std::cos(psi), A * std::sin(psi), f * frscl, pi * pi * g * g / (N * N),
-                       pi * L / N, d, ap, ap > 1},
-                      0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
+    const kernel::complex_value turn = kernel::exp_i(psi);
+    kernel::add_decay(
+        {A * turn.re, A * turn.im, f * frscl, pi * pi * g * g / (N * N), pi * L / N, d, ap, ap > 1},
+        0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
 }
 
 static void set_leading_to_zero(int ap, int ignore, double *re, double *im) {
@@ -180,7 +182,7 @@ void fgauss(const double &nu, const double *a, double &y, double *dyda, const in
         const double A = a[3 * k];
         const double w = a[3 * k + 2];
         const double x = (nu - a[3 * k + 1]) / w;
-        const double G = std::fabs(x) > gauss_cut_off ? beyond_cut_off : std::exp(-x * x);
+        const double G = std::fabs(x) > gauss_cut_off ? beyond_cut_off : kernel::exp(-x * x);
         y += A * G;
         dyda[3 * k] = G;
         dyda[3 * k + 1] = 2.0 * A * G * x / w;

@@ -8,6 +8,7 @@
 #include "model/model_sum.h"
 
 #include "kernel/decay.h"
+#include "kernel/elementary.h"
 #include "model/fft_plan.h"
 #include "model/l_shapes.h"
 #include "run/storage.h"
@@ -79,8 +80,9 @@ static kernel::decay decay_of(const curve_setting &s, const double *p, double g,
     const int half = s.ap / 2;
     const double omega = 2.0 * pi * (f + half);
     const double psi = omega * d / N + pi * p[phase_par] / 180.0 - pi * s.phi_1 / 360.0;
-    const double c = p[area_par] * std::cos(psi);
-    const double q = p[area_par] * std::sin(psi);
+    const kernel::complex_value turn = kernel::exp_i(psi);
+    const double c = p[area_par] * turn.re;
+    const double q = p[area_par] * turn.im;
     kernel::decay curve;
     curve.re = c * factor_re - q * factor_im;
     curve.im = c * factor_im + q * factor_re;

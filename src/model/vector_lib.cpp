@@ -6,6 +6,7 @@
 // sum_k X[k] exp(+i a k) is the forward sum at the index n - j.
 #include "model/vector_lib.h"
 
+#include "kernel/elementary.h"
 #include "model/fft.h"
 #include "run/storage.h"
 
@@ -182,8 +183,7 @@ void Correct_Zo_Phase(const int &print, const int &n, const double &phi0, const 
     }
     for (int i = 0; i < n; ++i) {
         const double theta = 2.0 * std::numbers::pi * (phi0 + phi1 * i / n) / 360.0;
-        const double c = std::cos(theta);
-        const double s = std::sin(theta);
+        const auto [c, s] = kernel::exp_i(theta);
         const double real = re[i];
         re[i] = real * c + im[i] * s;
         im[i] = im[i] * c - real * s;
@@ -193,8 +193,9 @@ void Correct_Zo_Phase(const int &print, const int &n, const double &phi0, const 
 void Generate_Complex_Shift(const int &n, const double &shift, double *cosv, double *sinv) {
     for (int i = 0; i < n; ++i) {
         const double angle = 2.0 * std::numbers::pi * shift * i / n;
-        cosv[i] = std::cos(angle);
-        sinv[i] = std::sin(angle);
+        const kernel::complex_value turned = kernel::exp_i(angle);
+        cosv[i] = turned.re;
+        sinv[i] = turned.im;
     }
 }
 

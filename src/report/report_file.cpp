@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "report/report_file.h"
 
+#include "kernel/elementary.h"
 #include "model/units.h"
 #include "run/state.h"
 
-#include <cmath>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -71,5 +71,5 @@ double dead_time_corrected_area(int k, double area) {
     const double t = dead_time();
     const double q4 = entry[3];
     const double q5 = entry[4];
-    return area * std::exp(q5 * t) * std::exp(q4 * q4 * t * t);
+    return area * kernel::exp(q5 * t) * kernel::exp(q4 * q4 * t * t);
 }

@@ -99,7 +99,46 @@ status 0 "$checks/externs.sh" .
 printf '\n' >src/run/state_signals.h
 status 1 "$checks/externs.sh" .
 holds out 'no extern at all'
+
+# functions whose digits hang on the processor
+fresh_tree
+mkdir -p engine
+printf 'double exp(double x);\ncomplex_value exp_i(double x);\n' >kernel/elementary.h
+printf 'double f(double x) { return kernel::exp(x) + std::sqrt(x) + my_exp(x) + s.log(x); } // std::exp(x)\n' \
+    >engine/optimum.cpp
+status 0 "$checks/math.sh" .
+holds out '1 calls of kernel:: functions'
+for call in 'std::exp(x)' 'exp (x)' '::sin(x)' 'std::atan2(y, x)' 'std::polar(r, x)' 'powf(x, y)' 'std::log10(x)' \
+    'std :: cosh(x)' 'std::hypot(x, y)' 'fma(x, y, z)' 'engine::exp(x)'; do
+    for file in engine/optimum.cpp kernel/elementary.h; do
+        cp "$file" saved
+        printf 'double g = %s;\n' "$call" >>"$file"
+        status 1 "$checks/math.sh" .
+        holds out "$file:$(wc -l <"$file"): "
+        mv saved "$file"
+    done
+done
+for file in kernel/decay.h src/model/fft.cpp; do
+    cp "$file" saved
+    printf 'double g = std::exp(x);\n' >>"$file"
+    status 1 "$checks/math.sh" .
+    holds out "$file:$(wc -l <"$file"): std::exp"
+    mv saved "$file"
+done
+if command -v g++ >/dev/null 2>&1; then
+    printf '#include <complex>\ndouble g(std::complex<double> z) { return std::abs(z); }\n' >engine/size.cpp
+    status 0 "$checks/math.sh" .
+    g++ -c engine/size.cpp -o size.o && ar rc libsize.a size.o
+    status 1 "$checks/math.sh" . libsize.a
+    holds out 'libsize.a asks for cabs'
+    printf '#include <complex>\ntypedef std::complex<double> z;\nz g(z a, z b) { return a / b; }\n' >engine/ratio.cpp
+    g++ -c engine/ratio.cpp -o ratio.o && ar rc libratio.a ratio.o
+    status 1 "$checks/math.sh" . libratio.a
+    holds out 'libratio.a asks for __divdc3'
+fi
+
 rm -rf src kernel engine files tools && mkdir src
+status 1 "$checks/math.sh" .
 status 1 "$checks/includes.sh" .
 
 finish
