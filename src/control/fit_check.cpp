@@ -9,10 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 
-static constexpr int most_entries = 49;
-static constexpr int most_parameters = 350;
 static constexpr int many_iterations = 200;
-
 // Columns of a strategy row.
 enum strategy_column { ampli, frequ, width, phase, voigt, lsfft, wtype, convo, niter, cmplx };
 
@@ -55,7 +52,7 @@ static void check_counts(start_values &v) {
         v.fatal(fatal_header);
         std::printf("\tprogram cannot fit less than one line\n");
     }
-    if (v.entries() > most_entries) {
+    if (v.entries() > max_fitted_entries) {
         v.fatal(fatal_header);
         std::printf("\tprogram cannot fit more than 49 lines and patterns\n");
     }
@@ -63,7 +60,7 @@ static void check_counts(start_values &v) {
         v.fatal(fatal_header);
         std::printf("\tprogram cannot fit a negative number of lineshape coefficients \n");
     }
-    if (pars_per_entry * v.entries() + 2LL * v.lsf_coefs > most_parameters) {
+    if (pars_per_entry * v.entries() + 2LL * v.lsf_coefs > max_fitted_parameters) {
         v.fatal("fit_check_message -> implementation restriction :\n");
         std::printf("\t total number of model parameters exceeds maximum 350");
         std::printf(" # line     parameters : %d\n", pars_per_entry * v.nLines);
@@ -373,14 +370,22 @@ void TestInitValueFile(const int &ap, const int &nLines, const int &n_patterns,
                        const int &n_fit_strat_steps, const int *var_ap_trunc, const int *min_method,
                        const int *hrange, const int (*user_fit_strat)[10], const int &verbose,
                        int &pass) {
-    start_values v{ap,           nLines,
-                   n_patterns,   lsf_coefs,
-                   par,          fixpar,
-                   noise_strt,   noise_stop,
-                   phi_1,        std::min(n_fit_strat_steps, max_steps),
-                   var_ap_trunc, min_method,
-                   hrange,       user_fit_strat,
-                   verbose,      1};
+    start_values v{.ap = ap,
+                   .nLines = nLines,
+                   .n_patterns = n_patterns,
+                   .lsf_coefs = lsf_coefs,
+                   .par = par,
+                   .fixpar = fixpar,
+                   .noise_strt = noise_strt,
+                   .noise_stop = noise_stop,
+                   .phi_1 = phi_1,
+                   .steps = std::min(n_fit_strat_steps, max_steps),
+                   .var_ap_trunc = var_ap_trunc,
+                   .min_method = min_method,
+                   .hrange = hrange,
+                   .strategy = user_fit_strat,
+                   .verbose = verbose,
+                   .pass = 1};
     check_counts(v);
     check_noise_and_delay(v);
     check_steps(v);

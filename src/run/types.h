@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// types.h -- the records and the limits that every folder shares
+// types.h -- the records that every folder shares
 #pragma once
+
+#include "run/capacity.h"
 
 // Line type codes, one per model entry. The Gaussian uses width1 only, the Lorentzian width2
 // only, the Voigt line both; a pattern is a whole spectrum that is scaled, shifted and broadened.
@@ -70,15 +72,3 @@ struct sage_header {
     // sagekey_dimension
     sage_dimension dimension[4];
 };
-
-// What a run can hold. Counts from a control file are held against these before they are used.
-static constexpr int max_points = 1 << 24; // complex points; single-precision exact indices
-static constexpr int max_entries = 65536;  // lines and patterns for which storage is made
-static constexpr int max_patterns = 4096;  // slots of 64 kB
-static constexpr int max_noise_stop = (1 << 30) - 1; // two floats a point, counted in an int
-static constexpr int max_lsf_coefs = 4096;           // lineshape coefficient pairs
-static constexpr int max_steps = 19;                 // fit strategy steps
-static constexpr int max_intervals = 9;              // frequency intervals of a step
-static constexpr int max_pattern_points = 4096;
-static constexpr int pattern_slot = 2 * max_pattern_points; // doubles: real parts, then imaginary
-static constexpr int pattern_name_size = 200;
