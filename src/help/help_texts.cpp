@@ -47,7 +47,7 @@ static const char *const topic_0_lines[] = {
     " Where to read on: varokel -h 2 (the data file), varokel -h 3 (the control\n",
     " file, with an example to start from), varokel -h 6 (what is written).\n",
     "---\n",
-    " hlp_txt0; last updated 22-11-2026\n",
+    " hlp_txt0; last updated 21-11-2026\n",
 };
 
 static const char *const topic_1_lines[] = {
@@ -749,7 +749,7 @@ static const char *const topic_7_lines[] = {
     " but noise is left, larger when the model misses something. It says nothing\n",
     " about a model with too many lines: look at the error bounds for that.\n",
     "---\n",
-    " hlp_txt7; last updated 22-11-2026\n",
+    " hlp_txt7; last updated 21-11-2026\n",
 };
 
 static const char *const topic_8_lines[] = {
