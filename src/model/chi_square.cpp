@@ -63,8 +63,21 @@ void entry_spectrum(const int &k, const int &type, const double *p, const int &a
     Zero_Vector(ap, out_re);
     Zero_Vector(ap, out_im);
     model_sum sum;
-    if (ap < 1 || !sum.begin({ap, nLines, n_patterns, td_ap_trunc, ref_line, lsf_coefs, ignore,
-                              fit_lsf, frscl, phi_1, re_ref, im_ref, r_lsf, i_lsf, pat}))
+    if (ap < 1 || !sum.begin({.ap = ap,
+                              .nLines = nLines,
+                              .n_patterns = n_patterns,
+                              .td_ap_trunc = td_ap_trunc,
+                              .ref_line = ref_line,
+                              .lsf_coefs = lsf_coefs,
+                              .ignore = ignore,
+                              .fit_lsf = fit_lsf,
+                              .frscl = frscl,
+                              .phi_1 = phi_1,
+                              .re_ref = re_ref,
+                              .im_ref = im_ref,
+                              .r_lsf = r_lsf,
+                              .i_lsf = i_lsf,
+                              .pat = pat}))
         return;
     sum.add(k, type, p, 1.0);
     sum.transform();
@@ -90,8 +103,21 @@ void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, dou
     }
     derive_dependent_parameters(entries, xt, fixpar);
     model_sum sum;
-    if (ap < 1 || !sum.begin({ap, nLines, n_patterns, td_ap_trunc, ref_line, lsf_coefs, ignore,
-                              fit_lsf, frscl, phi_1, re_ref, im_ref, r_lsf, i_lsf, pat}))
+    if (ap < 1 || !sum.begin({.ap = ap,
+                              .nLines = nLines,
+                              .n_patterns = n_patterns,
+                              .td_ap_trunc = td_ap_trunc,
+                              .ref_line = ref_line,
+                              .lsf_coefs = lsf_coefs,
+                              .ignore = ignore,
+                              .fit_lsf = fit_lsf,
+                              .frscl = frscl,
+                              .phi_1 = phi_1,
+                              .re_ref = re_ref,
+                              .im_ref = im_ref,
+                              .r_lsf = r_lsf,
+                              .i_lsf = i_lsf,
+                              .pat = pat}))
         return;
     for (int k = 1; k <= entries; ++k) {
         const int at = pars_per_entry * (k - 1);
@@ -120,8 +146,21 @@ void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_co
     };
     if (!changed(s)) return;
     model_sum sum;
-    if (!sum.begin({ap, nLines, n_patterns, td_ap_trunc, ref_line, lsf_coefs, ignore, fit_lsf,
-                    frscl, phi_1, re_ref, im_ref, r_lsf, i_lsf, pat}))
+    if (!sum.begin({.ap = ap,
+                    .nLines = nLines,
+                    .n_patterns = n_patterns,
+                    .td_ap_trunc = td_ap_trunc,
+                    .ref_line = ref_line,
+                    .lsf_coefs = lsf_coefs,
+                    .ignore = ignore,
+                    .fit_lsf = fit_lsf,
+                    .frscl = frscl,
+                    .phi_1 = phi_1,
+                    .re_ref = re_ref,
+                    .im_ref = im_ref,
+                    .r_lsf = r_lsf,
+                    .i_lsf = i_lsf,
+                    .pat = pat}))
         return;
     const auto exchange_curve = [&](int k) {
         const int at = pars_per_entry * (k - 1);

@@ -333,9 +333,21 @@ void dfnc(const double &f0, double *x, double *g) {
         // Type 3 makes the model its own weights, whatever it is; other modes have no formula.
         const bool by_parts = weighting_type != 3 && complex >= 0 && complex <= 4;
         if (by_parts) {
-            const curve_setting setting{ap,        nLines, n_patterns, td_ap_trunc, ref_line,
-                                        lsf_coefs, ignore, fit_lsf,    frscl,       phi_1,
-                                        re_ref,    im_ref, r_lsf,      i_lsf,       pat};
+            const curve_setting setting{.ap = ap,
+                                        .nLines = nLines,
+                                        .n_patterns = n_patterns,
+                                        .td_ap_trunc = td_ap_trunc,
+                                        .ref_line = ref_line,
+                                        .lsf_coefs = lsf_coefs,
+                                        .ignore = ignore,
+                                        .fit_lsf = fit_lsf,
+                                        .frscl = frscl,
+                                        .phi_1 = phi_1,
+                                        .re_ref = re_ref,
+                                        .im_ref = im_ref,
+                                        .r_lsf = r_lsf,
+                                        .i_lsf = i_lsf,
+                                        .pat = pat};
             chi_square_change change(store_yre, store_yre + ap, store_yim, store_yim + ap);
             change.prepare();
             const double offset = present_chi_square(x) - f0; // 0 but for rounding
