@@ -23,10 +23,10 @@ double func(const double &x) {
     return chi_square_of(xt);
 }
 
-void component_of(const double *p, const int &k, double *re, double *im) {
+void component_of(const double *p, const int &k, const int &n_ignore, double *re, double *im) {
     const int at = pars_per_entry * (k - 1);
     entry_spectrum(k, fixpar[at].type, p + at, ap, nLines, td_ap_trunc, ref_line, fit_lsf,
-                   lsf_coefs, phi_1, re, im, re_ref, im_ref, r_lsf, i_lsf, frscl, lookup, ignore,
+                   lsf_coefs, phi_1, re, im, re_ref, im_ref, r_lsf, i_lsf, frscl, lookup, n_ignore,
                    n_patterns, pat);
 }
 
@@ -37,7 +37,7 @@ void ParToSignal(const double *p, double *re, double *im) {
     Zero_Vector(ap, im);
     if (curve_re == nullptr || curve_im == nullptr) return;
     for (int k = 1; k <= nLines + n_patterns; ++k) {
-        component_of(p, k, curve_re, curve_im);
+        component_of(p, k, ignore, curve_re, curve_im);
         Sum_Vector(ap, re, re, curve_re);
         Sum_Vector(ap, im, im, curve_im);
     }

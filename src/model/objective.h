@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // objective.h -- the model and its chi-square over the module state, in short calls
 //
-// The long argument lists of chi_square.h are spelled out here and nowhere else.
+// The long argument lists of chi_square.h with the run's own variables.
 #pragma once
 
 #include "run/types.h"
@@ -17,8 +17,9 @@ double func(const double &x);
 // own parameters, links not applied.
 void ParToSignal(const double *p, double *re, double *im);
 
-// The curve of entry k (1-based) of vector p alone, as spectrum, into re, im (ap points).
-void component_of(const double *p, const int &k, double *re, double *im);
+// The curve of entry k (1-based) of vector p alone, as spectrum, into re, im (ap points), with its
+// first n_ignore points in time at zero.
+void component_of(const double *p, const int &k, const int &n_ignore, double *re, double *im);
 
 // Box weights of a fit strategy step: 1 on its intervals (both ends included, clipped to the
 // points of the signal), 0 elsewhere.

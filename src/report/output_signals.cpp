@@ -70,17 +70,15 @@ void write_components(const char *name) {
     const scratch<double> curve_im(ap, " Memory requested to store yim[] "
                                        "in void Write_nLines is not available\n");
     if (huge_arr == nullptr || curve_re == nullptr || curve_im == nullptr) return;
-    const int ignore_of_fit = ignore;
-    ignore = 0;
+    const int none_ignored = 0;
     float *block = huge_arr;
     for (int k = 1; k <= nLines + n_patterns; ++k) {
-        component_of(par, k, curve_re, curve_im);
+        component_of(par, k, none_ignored, curve_re, curve_im);
         for (int i = 0; i < ap; ++i) {
             *block++ = static_cast<float>(curve_re[i]);
             *block++ = static_cast<float>(curve_im[i]);
         }
     }
-    ignore = ignore_of_fit;
     write_floats(name, huge_arr, entries * ap * 2);
 }
 

@@ -78,7 +78,7 @@ TEST(model, is_the_sum_of_its_components) {
         chi_square_of(par);
         std::vector<double> re(static_cast<std::size_t>(ap)), im(re), sum_re(re), sum_im(re);
         for (int k = 1; k <= nLines + n_patterns; ++k) {
-            component_of(par, k, re.data(), im.data());
+            component_of(par, k, ignore, re.data(), im.data());
             for (std::size_t i = 0; i < re.size(); ++i) {
                 sum_re[i] += re[i];
                 sum_im[i] += im[i];
