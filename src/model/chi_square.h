@@ -25,8 +25,8 @@ double fnc(const int &ap, const int &nLines, const int &td_ap_trunc, const int &
            const int &lsf_coefs, const int &ref_line, const int *fit_lsf, const double *lookup,
            const int &ignore);
 
-// Model spectrum of xt. Gaussian and Voigt lines are summed in the time domain and share one
-// transform; Lorentzian lines and patterns come as spectra.
+// Model spectrum of xt. The curves of all entries are summed in the time domain and share one
+// transform.
 void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, double *par_copy,
               const parameter_record *fixpar, double *yre, double *yim, const double *re_ref,
               const double *im_ref, double *r_lsf, double *i_lsf, const int &td_ap_trunc,

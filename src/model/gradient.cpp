@@ -126,12 +126,12 @@ MULTIVERSION_WIDTHS(static double quadratic_change(int n, double f_re, double f_
 // Change of the chi-square when the model changes by a small spectrum.
 class chi_square_change {
   public:
-    // Coefficients of the model of the last evaluation. False when storage is missing.
-    bool prepare() {
+    // Coefficients of the model of the last evaluation.
+    void prepare() {
         range_ = weighted_points();
         const int n = range_.last - range_.first;
         if (complex == 3 || complex == 4) {
-            if (weighting_type != 7) return true;
+            if (weighting_type != 7) return;
         }
         const bool real = weighting_type == 7 || complex != 1;
         const bool imaginary = weighting_type == 7 ? complex == 2 : complex != 0;
@@ -152,7 +152,6 @@ class chi_square_change {
             coefficient_[2][j] = -2.0 * w_im * r_im;
             coefficient_[3][j] = w_im;
         }
-        return true;
     }
     chi_square_change(double *a_re, double *b_re, double *a_im, double *b_im)
         : coefficient_{a_re, b_re, a_im, b_im} {}
