@@ -153,8 +153,8 @@ void ParArrayToLineShapeFunction(const int &lsf_coefs, const int &ap, const int 
     }
     four2(signal, lookup, ap, 1);
     const double a = std::sqrt(signal[0] * signal[0] + signal[1] * signal[1]);
-    // Coefficients that add up to nothing at time 0 describe no lineshape: function and coefficients
-    // are not finite then, and so is every curve that takes them.
+    // Coefficients that add up to nothing at time 0 describe no lineshape: function and
+    // coefficients are not finite then, and so is every curve that takes them.
     const double p_re = signal[0] / a;
     const double p_im = signal[1] / a;
     for (int n = 0; n < ap; ++n) {
