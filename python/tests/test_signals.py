@@ -100,3 +100,12 @@ def test_components_are_curves_of_so_many_points(tmp_path: Path) -> None:
     assert curves[2, 1] == 9j
     with pytest.raises(varokel.FileFormatError, match="no whole number of curves of 5"):
         varokel.read_components(tmp_path / "x.nln0", 5)
+
+
+@pytest.mark.parametrize("use", [varokel.spectrum_of_fid, varokel.pattern_of_fid])
+def test_masked_points_are_refused(use: object) -> None:
+    masked = np.ma.masked_array(np.ones(4, dtype=complex), mask=[False, True, False, False])
+    assert callable(use)
+    with pytest.raises(ValueError, match="masked"):
+        use(masked)
+    use(np.ma.masked_array(np.ones(4, dtype=complex), mask=False))

@@ -15,6 +15,14 @@ IntArray: TypeAlias = npt.NDArray[np.int64]
 BoolArray: TypeAlias = npt.NDArray[np.bool_]
 
 
+def complex_points(signal: npt.ArrayLike) -> ComplexArray:
+    """A signal as complex128, same shape. Raises ValueError for one with points that are masked:
+    numpy would hand on what lies under the mask."""
+    if np.ma.is_masked(signal):
+        raise ValueError("the signal has masked points; fill or cut them first")
+    return np.asarray(signal, dtype=np.complex128)
+
+
 class Quantity(IntEnum):
     """Column of a parameter in tables of shape (entries, 5)."""
 

@@ -12,6 +12,7 @@ from pathlib import Path
 import numpy as np
 import numpy.typing as npt
 
+from .arrays import complex_points
 from .errors import FitFailed
 from .patterns import PatternContent, place_pattern
 from .peaks import PeakTable, start_from_peaks
@@ -121,7 +122,7 @@ def make_task(
         name, sidecar, reference = spectrum.name, spectrum.sidecar, spectrum.reference
         points = spectrum.points
     else:
-        points = np.asarray(spectrum, dtype=np.complex128)
+        points = complex_points(spectrum)
     signal = signal_bytes(points)
     if isinstance(start, PeakTable):
         if sidecar is None:

@@ -17,9 +17,19 @@ PatternContent: TypeAlias = Union[str, ComplexArray, PathLike[str]]
 """Text of a ".pat", complex points of a ".bin", or the path of a file of either kind."""
 
 
+_OF_THE_RUN = frozenset({"spectrum", "start", "names", "run", "compact", "lsf", "temp"})
+"""Stems of the files that a run reads and writes in its folder."""
+
+
 def place_pattern(folder: Path, name: str, content: PatternContent, points: int) -> None:
-    """Puts a pattern of `points` points under `name` into `folder`. Raises ValueError, OSError."""
+    """Puts a pattern of `points` points under `name` into `folder`.
+
+    Raises ValueError for a name that leads out of the folder or belongs to another file of the run,
+    such as spectrum.bin; OSError.
+    """
     target = folder / name
+    if len(Path(name).parts) == 1 and name.split(".")[0] in _OF_THE_RUN or target.exists():
+        raise ValueError(f"pattern {name}: a run has a file of that name itself; give it another")
     if not target.resolve().is_relative_to(folder.resolve()):
         raise ValueError(f"pattern {name}: expected the name of a file without a folder above it")
     target.parent.mkdir(parents=True, exist_ok=True)

@@ -198,6 +198,8 @@ def read_fit(
                 0,
                 f"{found_rows} rows; compact.par has {entries} entries",
             )
+    if not np.all(np.isfinite(values)):
+        raise FitFailed(name, "its results are no finite numbers", printed)
     sidecar_file, names_file = place / f"{name}.json", place / "names.txt"
     return Fit(
         name=name,

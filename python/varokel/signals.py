@@ -13,7 +13,7 @@ from os import PathLike
 import numpy as np
 import numpy.typing as npt
 
-from .arrays import ComplexArray
+from .arrays import ComplexArray, complex_points
 from .errors import FileFormatError
 
 _BYTES_PER_POINT = 8
@@ -56,7 +56,7 @@ def signal_bytes(signal: npt.ArrayLike) -> bytes:
 
     Raises ValueError for points that are not finite in single precision; it names the first.
     """
-    points = np.asarray(signal, dtype=np.complex128)
+    points = complex_points(signal)
     if points.ndim != 1 or points.size == 0:
         raise ValueError(
             f"a signal has one dimension and points; this one has shape {points.shape}"
@@ -89,7 +89,7 @@ def spectrum_of_fid(fid: npt.ArrayLike, points: int | None = None) -> ComplexArr
     Returns shape (n,), 0 Hz of the control file at point 0, the carrier at point n/2. The area of
     a line is its amplitude in the decay at time 0.
     """
-    decay = np.asarray(fid, dtype=np.complex128)
+    decay = complex_points(fid)
     if decay.ndim != 1 or decay.size == 0:
         raise ValueError(f"a decay has one dimension and points; this one has shape {decay.shape}")
     n = decay.size if points is None else points
@@ -104,7 +104,7 @@ def spectrum_of_fid(fid: npt.ArrayLike, points: int | None = None) -> ComplexArr
 
 def fid_of_spectrum(spectrum: npt.ArrayLike) -> ComplexArray:
     """Free induction decay of a centred spectrum, shape (n,): undoes spectrum_of_fid."""
-    centred = np.asarray(spectrum, dtype=np.complex128)
+    centred = complex_points(spectrum)
     if centred.ndim != 1 or centred.size == 0:
         raise ValueError(f"a spectrum has one dimension and points, not shape {centred.shape}")
     decay: ComplexArray = np.fft.ifft(np.fft.ifftshift(centred)) * centred.size
@@ -117,7 +117,7 @@ def pattern_of_fid(fid: npt.ArrayLike) -> ComplexArray:
 
     P[j] = conj(S[(n - j) mod n]),  S the centred spectrum made without halving point 0
     """
-    decay = np.array(fid, dtype=np.complex128)
+    decay = complex_points(fid).copy()
     if decay.ndim == 1 and decay.size:
         decay[0] *= 2.0
     mirrored: ComplexArray = np.conj(np.roll(spectrum_of_fid(decay)[::-1], 1))

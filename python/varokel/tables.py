@@ -36,9 +36,21 @@ def read_parameter_matrix(file: str | PathLike[str]) -> FloatArray:
 
 
 def read_names(file: str | PathLike[str]) -> tuple[str, ...]:
-    """Names of the entries (names.txt), one a line; "#" begins a comment line."""
-    lines = (line.strip() for line in Path(file).read_text(encoding="utf-8").splitlines())
-    return tuple(line for line in lines if line and not line.startswith("#"))
+    """Names of the entries (names.txt), one a line; "#" begins a comment line.
+
+    Raises FileFormatError, with the line, for a text that is not UTF-8; OSError.
+    """
+    names = []
+    for number, line in enumerate(Path(file).read_bytes().splitlines(), start=1):
+        try:
+            name = line.decode("utf-8").strip()
+        except UnicodeDecodeError as error:
+            raise FileFormatError(
+                file, number, f"byte {error.start + 1} is no UTF-8; expected names in that encoding"
+            ) from None
+        if name and not name.startswith("#"):
+            names.append(name)
+    return tuple(names)
 
 
 @dataclass(frozen=True)
