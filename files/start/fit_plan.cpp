@@ -135,11 +135,33 @@ void check_places(const peak_table &table, const table_axis &axis,
                                             "frequency will not be moved");
 }
 
+static const char *preset_of(const peak_table &table) {
+    return table.preset.empty() ? "standard" : table.preset.c_str();
+}
+
+double tolerance_of(const peak_table &table) {
+    static constexpr double of_own_steps = 1e-7;
+    return table.tolerance.value_or(table.steps.empty() ? preset_tolerance(preset_of(table))
+                                                        : of_own_steps);
+}
+
+// Alignment moves every entry, fixed ones, too. Names of the entries that have to stay.
+static std::string fixed_places(const start_file &start) {
+    std::string names;
+    for (std::size_t k = 0; k < start.entries.size(); ++k)
+        if (start.entries[k].parameters[frequency_of].link == static_cast<int>(k) + 1)
+            names += (names.empty() ? "" : ", ") + start.entries[k].name;
+    return names;
+}
+
 std::vector<start_step> steps_of(const peak_table &table, const start_file &start,
-                                 const std::vector<std::pair<int, int>> &intervals, int measured) {
+                                 const std::vector<std::pair<int, int>> &intervals, int measured,
+                                 std::vector<std::string> &notes) {
     const bool preset = table.steps.empty();
-    const std::vector<table_step> wanted =
-        !preset ? table.steps : preset_steps(table.preset.empty() ? "standard" : table.preset);
+    const std::vector<table_step> wanted = !preset ? table.steps : preset_steps(preset_of(table));
+    const std::string fixed = fixed_places(start);
+    if (preset && !fixed.empty())
+        notes.push_back("no alignment before the fit, because frequencies are fixed: " + fixed);
     std::array<bool, quantities> free{};
     for (const start_entry &entry : start.entries)
         for (std::size_t q = 0; q < quantities; ++q)
@@ -162,6 +184,7 @@ std::vector<start_step> steps_of(const peak_table &table, const start_file &star
         }
         steps.push_back(step);
     }
+    if (preset && fixed.empty() && !steps.empty()) steps.front().switches[align] = 1;
     return steps;
 }
 

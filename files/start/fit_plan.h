@@ -21,9 +21,14 @@ std::pair<int, int> interval_points(const peak_table &table, const table_axis &a
 std::vector<std::pair<int, int>> intervals_of(const peak_table &table, const table_axis &axis,
                                               const spectrum_facts &facts, start_result &result);
 
-// Steps of a preset free only what the model has; those that free nothing are left out.
+// That of the table, else the one of its strategy.
+double tolerance_of(const peak_table &table);
+
+// Steps of a preset free only what the model has; those that free nothing are left out. They align
+// the entries first, unless one of them has a fixed frequency, which is noted.
 std::vector<start_step> steps_of(const peak_table &table, const start_file &start,
-                                 const std::vector<std::pair<int, int>> &intervals, int measured);
+                                 const std::vector<std::pair<int, int>> &intervals, int measured,
+                                 std::vector<std::string> &notes);
 
 // Lines must lie in the spectrum. Outside of all intervals nothing tells where they are, and the
 // fit leaves them there, which is warned of. row_of: of an entry.

@@ -11,8 +11,6 @@
 
 namespace tools {
 
-static constexpr double default_tolerance = 1e-7;
-
 // ---- what does not depend on the points of a spectrum ----
 
 // Where a parameter comes from when every link is followed to its end.
@@ -178,7 +176,7 @@ void start_maker::prepare(const spectrum_facts &facts) {
     start.points = facts.points;
     start.hz_per_point = facts.hz_per_point;
     start.phi_1 = known.phi_1;
-    start.tolerance = table_.tolerance.value_or(default_tolerance);
+    start.tolerance = tolerance_of(table_);
     start.fit_mode = table_.fit_mode;
     start.verbose = table_.verbose.value_or(1);
     start.errors = table_.errors.value_or(true) ? 1 : 0;
@@ -223,7 +221,7 @@ void start_maker::prepare(const spectrum_facts &facts) {
             if (start.entries[k].name == *table_.followed) start.followed = static_cast<int>(k) + 1;
 
     const std::vector<std::pair<int, int>> intervals = intervals_of(table_, axis, known, base);
-    start.steps = steps_of(table_, start, intervals, measured);
+    start.steps = steps_of(table_, start, intervals, measured, base.notes);
     check_places(table_, axis, made->row_of, base);
     const bool searches = std::any_of(start.steps.begin(), start.steps.end(),
                                       [](const start_step &s) { return s.algorithm == 1; });

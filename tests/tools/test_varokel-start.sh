@@ -101,7 +101,26 @@ status 0 "$start" cut.txt -d cut.bin -o cut.par --force
 # phase 1 radian = 57.29578 degrees; 1e-5 as above
 true_that 'a cut line has its area and phase' awk '$1 == 1 && NF == 6 {
     a = $2 - 5; p = $5 - 57.29578; ok = a * a < 25e-10 && p * p < 25e-8 } END { exit !ok }' cut.par
-true_that 'the steps cut, too' test "$(grep -c '^@ *2 *100 ' cut.par)" -eq 5
+true_that 'the steps cut, too' test "$(grep -c '^@ *2 *100 ' cut.par)" -eq 9
+# first all together, then with and without frequencies in turn; width1 is no parameter of this line
+true_that 'the steps of the standard strategy' test "$(sed -n 's/^@ *//p' cut.par |
+    awk '{ print $3 $4 $5 $6 $7 "/" $10 "/" $11 }' | tr '\n' ' ')" = \
+    '10010/1/20 11010/0/50 11011/0/200 11011/0/200 10011/0/100 11011/0/100 10011/0/100 01010/0/30 11011/0/200 '
+true_that 'and its tolerance' grep -qx 'f__tol 1.0*E-09' cut.par
+# Alignment belongs to the first step that is left, and moves fixed frequencies, too: none then.
+sed -e 's/  ?  150/  fixed 1  150/' -e 's/  ?$/  fixed 0/' cut.txt >held.txt
+status 0 "$start" held.txt -d cut.bin -o held.par --force
+true_that 'without areas and phases the next step aligns' test "$(sed -n 's/^@ *//p' held.par |
+    awk '{ print $3 $4 $5 $6 $7 "/" $10; exit }')" = 01000/1
+sed -e 's/  150/  fixed 150/' cut.txt >held.txt
+status 0 "$start" held.txt -d cut.bin -o held.par --force
+true_that 'no step aligns' test -z "$(sed -n 's/^@ *//p' held.par | awk '$10 == 1')"
+holds held.par '# no alignment before the fit, because frequencies are fixed: A'
+sed -e '$a step: gradient all' cut.txt >own.txt
+status 0 "$start" own.txt -d cut.bin -o own.par --force
+true_that 'steps of its own stay as they are' test "$(sed -n 's/^@ *//p' own.par |
+    awk '{ print $3 $4 $5 $6 $7 "/" $10 "/" $11 }')" = 11111/0/100
+true_that 'with their tolerance' grep -qx 'f__tol 1.0*E-07' own.par
 
 # ---- links ----
 cat >chain.txt <<'TEXT'
