@@ -188,6 +188,33 @@ std::vector<start_step> steps_of(const peak_table &table, const start_file &star
     return steps;
 }
 
+// Only the square of a Gaussian width enters the model: at 0 its gradient is 0, too, and no search
+// would ever leave.
+peak_table with_gauss_widths(peak_table table, const table_axis &axis, double hz_per_point,
+                             std::vector<std::string> &warnings) {
+    std::string names;
+    for (table_row &row : table.rows) {
+        table_cell &own = row.cells[gauss_of];
+        const table_cell &lorentz = row.cells[lorentz_of];
+        if (own.kind != cell_kind::number || own.fixed || own.value != 0.0 ||
+            !is_used(gauss_of, row.type))
+            continue;
+        own.value = hz_per_point;
+        if (lorentz.kind == cell_kind::number)
+            own.value =
+                std::max(own.value, 0.5 * std::fabs(axis.width_hz(lorentz.value, lorentz.unit)));
+        own.unit = table_unit::hz;
+        char text[40];
+        std::snprintf(text, sizeof text, " (%.4g Hz)", own.value);
+        names += (names.empty() ? "" : ", ") + row.name + text;
+    }
+    if (!names.empty())
+        warnings.push_back("a free Gaussian width cannot start at 0, which no search leaves; it "
+                           "starts wider: " +
+                           names + "; \"fixed 0\" keeps it there");
+    return table;
+}
+
 void add_default_ranges(start_file &start) {
     for (start_entry &entry : start.entries) {
         const double fwhm = rough_fwhm(entry, start.hz_per_point);

@@ -35,6 +35,11 @@ std::vector<start_step> steps_of(const peak_table &table, const start_file &star
 void check_places(const peak_table &table, const table_axis &axis,
                   const std::vector<std::size_t> &row_of, start_result &result);
 
+// The table with free Gaussian widths of 0 replaced by a point's width, or half the Lorentzian one;
+// warns of it.
+peak_table with_gauss_widths(peak_table table, const table_axis &axis, double hz_per_point,
+                             std::vector<std::string> &warnings);
+
 // Search ranges of free parameters without their own: wide enough for a start value that was read
 // off a picture.
 void add_default_ranges(start_file &start);

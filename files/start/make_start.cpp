@@ -202,6 +202,7 @@ void start_maker::prepare(const spectrum_facts &facts) {
             made->row_of.push_back(r);
             (patterns ? start.patterns : start.lines) += 1;
         }
+    const peak_table table = with_gauss_widths(table_, axis, facts.hz_per_point, base.warnings);
     start.entries.resize(table_.rows.size());
     made->origins.resize(table_.rows.size());
     for (std::size_t k = 0; k < start.entries.size(); ++k) {
@@ -212,7 +213,7 @@ void start_maker::prepare(const spectrum_facts &facts) {
         entry.pattern_file = table_.rows[r].pattern_file;
         entry.takes_lineshape = start.fit_mode == 3 && table_.rows[r].takes_lineshape ? 1 : 0;
         for (int q = 0; q < quantities; ++q)
-            resolve(table_, axis, facts.hz_per_point, entry_of_row, r, q,
+            resolve(table, axis, facts.hz_per_point, entry_of_row, r, q,
                     entry.parameters[static_cast<std::size_t>(q)],
                     made->origins[k][static_cast<std::size_t>(q)]);
     }

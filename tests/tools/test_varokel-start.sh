@@ -122,6 +122,23 @@ true_that 'steps of its own stay as they are' test "$(sed -n 's/^@ *//p' own.par
     awk '{ print $3 $4 $5 $6 $7 "/" $10 "/" $11 }')" = 11111/0/100
 true_that 'with their tolerance' grep -qx 'f__tol 1.0*E-07' own.par
 
+# ---- a free Gaussian width of 0 is a place that no search leaves ----
+cat >sharp.txt <<'TEXT'
+name  type     area  frequency[Hz]  gauss    lorentz  phase
+A     voigt    1     100            0        30       0
+B     voigt    1     200            =A + 2   =A       0
+C     gauss    1     300            0        -        0
+D     voigt    1     400            fixed 0  20       0
+interval: 0 to 500 Hz
+noise: 200 to 250 points
+points: 256
+hz_per_point: 4
+TEXT
+status 0 "$start" sharp.txt -o sharp.par --force
+holds err 'varokel-start: a free Gaussian width cannot start at 0, which no search leaves; it starts wider: A (15 Hz), C (4 Hz)'
+true_that 'what is tied goes along, what is fixed stays' test "$(awk 'NF == 6 && $1 < 5 { print $4 + 0 }' sharp.par |
+    tr '\n' ' ')" = '15 17 4 0 '
+
 # ---- links ----
 cat >chain.txt <<'TEXT'
 name  type     area    frequency   lorentz  phase
