@@ -11,13 +11,10 @@
 
 #include <cstdio>
 
-// Moves all frequencies by the global offset between measured and model magnitude spectrum: the
-// lag of the largest cross-correlation over the points of the step's intervals. Signal: the
-// scaled, untruncated one; model: that of the last evaluation.
-static void align_frequencies(int step, double *xabs, double *yabs, double *conv_weighting,
-                              double *conv, double *spare) {
+double alignment_shift(int step, const double *re, const double *im, double *xabs, double *yabs,
+                       double *conv_weighting, double *conv, double *spare) {
     Create_Weighting_Function(ap, step, conv_weighting, spare);
-    Absolute_Vector(ap, xre_copy, xim_copy, xabs);
+    Absolute_Vector(ap, re, im, xabs);
     Absolute_Vector(ap, yre, yim, yabs);
     Multiply_Vector(ap, xabs, xabs, conv_weighting);
     Multiply_Vector(ap, yabs, yabs, conv_weighting);
@@ -27,7 +24,11 @@ static void align_frequencies(int step, double *xabs, double *yabs, double *conv
     double largest = 0.0;
     Max_Vector(ap, conv, m, largest);
     const int no_lag = ap / 2;
-    const double shift = no_lag - m; // points
+    return no_lag - m;
+}
+
+// Moves all frequencies, and the ends of their ranges.
+static void move_frequencies(double shift) {
     for (int k = 0; k < nLines + n_patterns; ++k) {
         const int i = pars_per_entry * k + freq_par;
         par[i] += shift / frscl;
@@ -89,7 +90,9 @@ void Fit_Strategy_Step(const int &algor, const int &trunc, const int &step, cons
     if (convolute == 1) {
         const bool have_scratch = xabs != nullptr && yabs != nullptr && conv_weighting != nullptr &&
                                   conv != nullptr && dummy_arr != nullptr;
-        if (have_scratch) align_frequencies(step, xabs, yabs, conv_weighting, conv, dummy_arr);
+        if (have_scratch)
+            move_frequencies(alignment_shift(step, xre_copy, xim_copy, xabs, yabs, conv_weighting,
+                                             conv, dummy_arr));
         Truncate_Spectrum(ap, td_ap_trunc, xre, xim, lookup);
     }
     const long long switches = 0LL + ampli + frequ + width + phase + voigt + lsfft;

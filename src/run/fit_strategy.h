@@ -16,3 +16,15 @@ void Fit_Strategy_Step(const int &algor, const int &trunc, const int &step, cons
                        const int &frequ, const int &width, const int &phase, const int &voigt,
                        const int &lsfft, const int &wtype, const int &convo, const int &niter_max,
                        const int &cmplx);
+
+// The global offset between a measured and the model's magnitude spectrum, which a step with
+// pre-alignment moves all frequencies by: the lag of the largest cross-correlation over the points
+// of the step's intervals, up to 1/16 of the band to either side.
+//
+// Given:
+//   step      int         number of the step, from 1; its intervals count
+//   re, im    double[ap]  measured spectrum; the model is that of the last evaluation, yre and yim
+//   xabs, yabs, conv_weighting, conv, spare   double[ap], scratch
+// Returned: whole points; above 0 the measured lines lie further right than the model's
+double alignment_shift(int step, const double *re, const double *im, double *xabs, double *yabs,
+                       double *conv_weighting, double *conv, double *spare);
