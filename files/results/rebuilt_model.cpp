@@ -300,9 +300,12 @@ static json answer_about(const std::string &file, const complex_signal &data,
     return answer;
 }
 
-// The last line that says something, of messages that may hold anything.
-static std::string last_message(std::FILE *file) {
-    std::string text, line, last;
+// Of messages that may hold anything: the lines in which the reader names the fault and what it
+// found, behind which it shows how a file should look; else the last line that says something.
+static std::string reason_in(std::FILE *file) {
+    static const char *const telling[] = {"file format error", "error reading", "error in reading",
+                                          "expected string", "string found"};
+    std::string text, line, last, reason;
     std::rewind(file);
     for (int c; (c = std::fgetc(file)) != EOF;) text += static_cast<char>(c);
     for (const char c : text + "\n") {
@@ -310,10 +313,18 @@ static std::string last_message(std::FILE *file) {
             line += c;
             continue;
         }
-        if (line.find_first_not_of(" \t\r*") != std::string::npos) last = line;
+        const std::size_t first = line.find_first_not_of(" \t\r*");
+        if (first != std::string::npos) {
+            last = line.substr(first, line.find_last_not_of(" \t\r*") + 1 - first);
+            const bool tells =
+                std::any_of(std::begin(telling), std::end(telling), [&](const char *words) {
+                    return last.find(words) != std::string::npos && !last.starts_with("fatal");
+                });
+            if (tells) reason += (reason.empty() ? "" : "; ") + last;
+        }
         line.clear();
     }
-    return last;
+    return reason.empty() ? last : reason;
 }
 
 static std::string whole(int descriptor) {
@@ -409,6 +420,7 @@ rebuilt_model rebuild_model(const std::string &folder, const std::string &file,
         std::size_t done = 0;
         for (ssize_t n = 1; done < text.size() && n > 0; done += static_cast<std::size_t>(n))
             n = std::max<ssize_t>(0, write(ends[1], text.data() + done, text.size() - done));
+        std::fflush(nullptr); // what the reader said is still in its buffers
         _exit(0);
     }
     close(ends[1]);
@@ -416,7 +428,7 @@ rebuilt_model rebuild_model(const std::string &folder, const std::string &file,
     close(ends[0]);
     int status = 0;
     waitpid(child, &status, 0);
-    const std::string said = last_message(messages);
+    const std::string said = reason_in(messages);
     std::fclose(messages);
     const json answer = json::parse(text, nullptr, false);
     if (answer.is_discarded() || !answer.is_object()) {

@@ -277,6 +277,12 @@ done
 status 0 "$report" many
 true_that 'natural order' test "$(column many/quality.tsv spectrum | tr '\n' ' ')" = 'series_2 series_007 series_10 '
 
+# What the reader of control files says of a faulty one is passed on.
+cp -r run faulty
+sed -i 's/^#1$/%1/' faulty/compact.par
+status 0 "$report" faulty --force
+page_holds faulty/report.html 'expected string to read : #1; string found in file    : %1'
+
 # Another fit's compact.par in the folder is noticed.
 cp -r both/a other
 sed -i 's/^1\t/1\t1/' other/compact.par
