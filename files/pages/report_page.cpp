@@ -86,6 +86,13 @@ static std::string warnings_of(const run_result &run) {
     return html + "</ul></div>\n";
 }
 
+static std::string notes_of(const run_result &run) {
+    std::string html;
+    for (const std::string &text : run.notes)
+        html += element("p", "class=\"note muted\"", text) + "\n";
+    return html;
+}
+
 static std::string figure(const std::string &what, const std::string &value) {
     return "<div>" + element("dt", "", what) + element("dd", "", value) + "</div>\n";
 }
@@ -294,7 +301,7 @@ static std::string section_of(const reported_run &reported, std::size_t number, 
                 "Numbers at the components are those of the entries.</figcaption>\n</figure>\n" +
                 data_block(id + "-data", curves_of(run, alone));
     }
-    html += figures_of(run) + entries_of(run) + derived_of(reported) + steps_of(run) +
+    html += figures_of(run) + notes_of(run) + entries_of(run) + derived_of(reported) + steps_of(run) +
             provenance_of(run);
     return html + "</section>\n";
 }

@@ -6,6 +6,7 @@
 // scaled to a diagonal of ones, so that hertz beside areas of 1e-6 do no harm.
 #include "files/results/rebuilt_model.h"
 
+#include "run/fit_strategy.h"
 #include "run/state.h"
 #include "run/storage.h"
 #include "model/fft.h"
@@ -110,6 +111,20 @@ static bool take_last_step() {
         return true;
     }
     return false;
+}
+
+// What the first step finds from the values of the file.
+static double alignment_of_first_step(const complex_signal &data) {
+    const auto points = static_cast<std::size_t>(ap);
+    std::vector<double> re(points), im(points), scratch(5 * points);
+    for (std::size_t i = 0; i < points; ++i) {
+        re[i] = data[i].real();
+        im[i] = data[i].imag();
+    }
+    td_ap_trunc = var_ap_trunc[1];
+    chi_square_of(par);
+    double *const s = scratch.data();
+    return alignment_shift(1, re.data(), im.data(), s, s + ap, s + 2 * ap, s + 3 * ap, s + 4 * ap);
 }
 
 static void read_measured_lineshape(const std::string &reference) {
@@ -297,6 +312,8 @@ static json answer_about(const std::string &file, const complex_signal &data,
         const std::string why = add_covariance(answer, noise_sd);
         if (!why.empty()) answer["why"] = why;
     }
+    if (n_fit_strat_steps >= 1 && user_fit_strat[1][7] == 1)
+        answer["aligned_points"] = alignment_of_first_step(data);
     return answer;
 }
 
@@ -380,6 +397,8 @@ static rebuilt_model from_answer(const json &answer) {
     model.chi_in_intervals =
         answer.contains("chi_in_intervals") ? number(answer.at("chi_in_intervals")) : not_known;
     model.points_in_intervals = answer.value("points_in_intervals", 0LL);
+    model.aligned_points =
+        answer.contains("aligned_points") ? number(answer.at("aligned_points")) : not_known;
     if (answer.contains("area_covariance")) {
         model.has_covariance = true;
         for (const json &value : answer.at("area_covariance"))

@@ -43,6 +43,8 @@ struct rebuilt_model {
     std::vector<control_entry> entries;
     double chi_in_intervals = 0.0; // data against the model of the file, last step's points
     long long points_in_intervals = 0;
+    // by which the first step, if it aligns, moves all entries of the file; not a number without
+    double aligned_points = 0.0;
     bool has_covariance = false;
     std::vector<double> area_covariance; // entries x entries [signal^2]
 };
@@ -51,7 +53,8 @@ struct rebuilt_model {
 // its own: the run state is one per process, and a reader that ends the run ends only that one.
 //
 // Given:
-//   data        spectrum as it was fitted (.org), for chi_in_intervals; may be empty
+//   data        spectrum as it was fitted (.org), for chi_in_intervals and aligned_points; may be
+//               empty
 //   reference   file of the measured lineshape, read in fit mode 2
 //   noise_sd    of the real part [signal]; 0 asks for no covariance
 //

@@ -4,9 +4,11 @@
 
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
-#include "files/spectra/signal_file.h"
 #include "files/pictures/spectrum_view.h"
+#include "files/results/equivalent_signs.h"
 #include "files/results/judge_run.h"
+#include "files/results/number_text.h"
+#include "files/spectra/signal_file.h"
 
 #include <algorithm>
 #include <charconv>
@@ -369,6 +371,66 @@ static void fill_entries(run_result &run, const std::vector<spreadsheet_row> &ro
     }
 }
 
+// Of the two descriptions that every curve has, the one with positive areas; phases in (-180, 180].
+// The covariance of areas follows.
+static void choose_signs(run_result &run) {
+    std::vector<signed_entry> signs;
+    const auto link_of = [](const fitted_entry &entry, const fitted_parameter &p) {
+        return p.state == parameter_state::linked  ? p.source
+               : p.state == parameter_state::fixed ? entry.number
+                                                   : 0;
+    };
+    const bool know_start = run.start.read && run.start.entries.size() == run.entries.size();
+    for (std::size_t k = 0; k < run.entries.size(); ++k) {
+        const fitted_entry &entry = run.entries[k];
+        signs.push_back({link_of(entry, entry.area), link_of(entry, entry.phase), entry.area.value,
+                         know_start ? run.start.entries[k].value[0] : 0.0});
+    }
+    const std::vector<bool> turned = entries_to_turn(signs);
+    std::string names;
+    double sum = 0.0;
+    for (std::size_t k = 0; k < run.entries.size(); ++k) {
+        fitted_entry &entry = run.entries[k];
+        if (turned[k]) {
+            entry.area.value = -entry.area.value;
+            entry.phase.value += 180.0;
+            sum += entry.area.value;
+            names += (names.empty() ? "" : ", ") + entry.name;
+        }
+        if (std::isfinite(entry.phase.value))
+            entry.phase.value = principal_phase(entry.phase.value);
+    }
+    if (names.empty()) return;
+    const std::size_t n = run.entries.size();
+    if (run.control.area_covariance.size() == n * n)
+        for (std::size_t k = 0; k < n; ++k)
+            for (std::size_t l = 0; l < n; ++l)
+                if (turned[k] != turned[l]) run.control.area_covariance[n * k + l] *= -1.0;
+    run.notes.push_back(
+        "shown with areas of the other sign and phases turned by 180 degrees, the "
+        "same curve with " +
+        std::string(sum > 0.0 ? "a positive sum of areas" : "the signs of the start values") +
+        ": " + names);
+}
+
+// What the pre-alignment of the first step did.
+static void note_alignment(run_result &run) {
+    const double points = run.start.read ? run.start.aligned_points : not_known;
+    if (!std::isfinite(points)) return;
+    if (points == 0.0) {
+        run.notes.push_back("aligned before the fit: no shift common to all entries was found");
+        return;
+    }
+    const double hz = points * run.start.hz_per_point;
+    std::string text = "before the fit all entries were aligned with the spectrum by " +
+                       short_number(points) + " points, " + short_number(hz) + " Hz";
+    if (run.axis.mhz) {
+        const double sense = run.axis.ppm_rises_with_points ? 1.0 : -1.0;
+        text += ", " + short_number(sense * hz / *run.axis.mhz) + " ppm";
+    }
+    run.notes.push_back(text);
+}
+
 // Places on the axes, from the points of the spectrum and what the sidecar knows.
 static void place_entries(run_result &run) {
     const std::size_t carrier_point = run.data.size() / 2;
@@ -643,6 +705,8 @@ run_result read_run(const std::string &folder, const std::string &name,
     name_entries(run, options.names_file);
     run.quality_before = not_known;
     if (options.quality_before) read_start(run, options.start_file);
+    note_alignment(run);
+    choose_signs(run);
     measure_signals(run);
     judge_run(run);
     note_provenance(run, options.hashes);

@@ -25,8 +25,8 @@ struct fitted_parameter {
     int source = 0;             // entry (1-based) that a linked one follows
     double link_constant = 0.0; // area: ratio to the source; else difference, shown unit
     bool is_finite_in_file = true;
-    double value = 0.0;     // shown unit; not a number when it is not known in that unit
-    double error_2sd = 0.0; // the program's figure; not a number when there is none
+    double value = 0.0;         // shown unit; not a number when it is not known in that unit
+    double error_2sd = 0.0;     // the program's figure; not a number when there is none
     double error_1sd() const { return 0.5 * error_2sd; }
     // of the magnitude of the value, one standard deviation, 999 at most; not a number without
     // error
@@ -88,6 +88,7 @@ struct run_result {
     std::vector<std::string> log_remarks;            // lines of the log that warn
     double display_phase = 0.0, display_phi_1 = 0.0; // [degrees] taken off in the pictures
     std::vector<std::string> warnings;
+    std::vector<std::string> notes; // what to know of the numbers, but no cause for doubt
     std::vector<provenance_item> provenance;
 
     // Intervals of the last step that fits something, and the points from the first to the last of

@@ -339,6 +339,7 @@ static int fit(const fit_options &own) {
         if (judged.status == tools::fit_status::at_limit) ++at_limit;
         if (fits.size() > 1) continue;
         for (const std::string &text : run.warnings) warn(text);
+        for (const std::string &text : run.notes) warn(text);
         print_entries(run);
     }
     if (own.report) report(own, work.name());
