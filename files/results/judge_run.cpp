@@ -27,24 +27,8 @@ const char *status_meaning(fit_status status) {
     return texts[static_cast<int>(status)];
 }
 
-// Names of the entries with a result that is no finite number.
-static std::string lost_entries(const run_result &run) {
-    std::string lost;
-    for (const fitted_entry &entry : run.entries) {
-        bool finite = true;
-        for (const fitted_parameter *p : {&entry.area, &entry.frequency, &entry.gauss_width,
-                                          &entry.phase, &entry.lorentz_width})
-            finite = finite && (p->state == parameter_state::unused || p->is_finite_in_file);
-        if (!finite) lost += (lost.empty() ? "" : ", ") + named(entry);
-    }
-    return lost;
-}
-
 fit_judgement judge_status(const run_result &run) {
     if (!run.fitted) return {fit_status::not_fitted, run.why_not};
-    const std::string lost = lost_entries(run);
-    if (!lost.empty())
-        return {fit_status::not_fitted, "not a finite number among the results of " + lost};
     const rebuilt_step *last = nullptr;
     int number = 0, last_number = 0;
     for (const rebuilt_step &step : run.control.steps) {

@@ -333,6 +333,17 @@ static double unit_factor(int type, std::size_t j, double hz_per_point) {
     return 1.0;
 }
 
+static bool is_unused(int type, std::size_t j) {
+    return (type == gaussian && j == 4) || (type == lorentzian && j == 2);
+}
+
+static bool all_finite(int type, const parameter_row &row) {
+    bool finite = true;
+    for (std::size_t j = 0; j < row.size(); ++j)
+        finite = finite && (is_unused(type, j) || std::isfinite(row[j]));
+    return finite;
+}
+
 static void fill_entries(run_result &run, const std::vector<spreadsheet_row> &rows,
                          const std::vector<parameter_row> &values,
                          const std::vector<parameter_row> &errors) {
@@ -350,10 +361,9 @@ static void fill_entries(run_result &run, const std::vector<spreadsheet_row> &ro
             fitted_parameter &p = *parameters[j];
             const int link = rows[k].link[j];
             const double factor = unit_factor(entry.type, j, hz);
-            p.is_finite_in_file = std::isfinite(values[k][j]);
             p.value = values[k][j] * factor;
             p.error_2sd = run.has_errors ? errors[k][j] * factor : not_known;
-            if ((entry.type == gaussian && j == 4) || (entry.type == lorentzian && j == 2)) {
+            if (is_unused(entry.type, j)) {
                 p.state = parameter_state::unused;
                 p.value = p.error_2sd = not_known;
             } else if (link == entry.number) {
@@ -429,6 +439,39 @@ static void note_alignment(run_result &run) {
         text += ", " + short_number(sense * hz / *run.axis.mhz) + " ppm";
     }
     run.notes.push_back(text);
+}
+
+// Whether the fit diverged; says which entries did, by their values or else by their curves.
+static bool ran_away(run_result &run, const std::vector<spreadsheet_row> &rows,
+                     const std::vector<parameter_row> &values, const std::string &names_file) {
+    const std::string base = in_folder(run.folder, run.name);
+    const auto entries = static_cast<long long>(rows.size());
+    const long long n = count_points(signal_of_run(base, ".fit"));
+    bool lost = !points_are_finite(signal_of_run(base, ".fit"), 0, n);
+    for (std::size_t k = 0; k < rows.size(); ++k)
+        lost = lost || !all_finite(rows[k].type, values[k]);
+    if (!lost) return false;
+    const bool with_curves = (is_file(base + ".nln0") || is_file(base + ".nln0.sdf")) &&
+                             count_points(signal_of_run(base, ".nln0")) == n * entries;
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        fitted_entry entry;
+        entry.number = static_cast<int>(k) + 1;
+        entry.type = rows[k].type;
+        run.entries.push_back(entry);
+    }
+    name_entries(run, names_file);
+    std::string names;
+    for (long long k = 0; k < entries; ++k) {
+        const auto at = static_cast<std::size_t>(k);
+        if (!all_finite(rows[at].type, values[at]) ||
+            (with_curves && !points_are_finite(signal_of_run(base, ".nln0"), k * n, n)))
+            names += (names.empty() ? "" : ", ") + run.entries[at].name;
+    }
+    run.entries.clear();
+    run.why_not = "the fit ran away, its results are no finite numbers: " +
+                  (names.empty() ? "the sum of all entries" : names) +
+                  ". Better start values, fixed or tied widths, or fewer entries may hold it";
+    return true;
 }
 
 // Places on the axes, from the points of the spectrum and what the sidecar knows.
@@ -680,7 +723,6 @@ run_result read_run(const std::string &folder, const std::string &name,
         note_provenance(run, options.hashes);
         return run;
     }
-    run.fitted = true;
     run.files_read.push_back(base + ".exl");
     const std::vector<spreadsheet_row> rows = read_spreadsheet(base + ".exl", run);
     std::vector<parameter_row> values, errors;
@@ -694,6 +736,11 @@ run_result read_run(const std::string &folder, const std::string &name,
         run.files_read.push_back(base + ".mat");
         run.files_read.push_back(base + ".err");
     }
+    if (ran_away(run, rows, values, options.names_file)) {
+        note_provenance(run, options.hashes);
+        return run;
+    }
+    run.fitted = true;
     run.entries.resize(rows.size());
     read_signals(run);
     run.entries.clear();

@@ -24,7 +24,6 @@ struct fitted_parameter {
     parameter_state state = parameter_state::free;
     int source = 0;             // entry (1-based) that a linked one follows
     double link_constant = 0.0; // area: ratio to the source; else difference, shown unit
-    bool is_finite_in_file = true;
     double value = 0.0;         // shown unit; not a number when it is not known in that unit
     double error_2sd = 0.0;     // the program's figure; not a number when there is none
     double error_1sd() const { return 0.5 * error_2sd; }

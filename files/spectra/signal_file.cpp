@@ -3,6 +3,7 @@
 
 #include "files/base/tool_error.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -60,7 +61,7 @@ static void refuse_not_finite(const std::string &file, long long first, const co
                                     ", counted from 0. Repair or cut the signal first.");
 }
 
-complex_signal read_points(const std::string &file, long long first, long long count) {
+static complex_signal points_of(const std::string &file, long long first, long long count) {
     const long long there = count_points(file);
     if (first < 0 || count < 0 || first > there || count > there - first)
         throw tool_error(bad_input, file + ": holds " + std::to_string(there) +
@@ -75,8 +76,20 @@ complex_signal read_points(const std::string &file, long long first, long long c
     complex_signal x(static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < x.size(); ++i)
         x[i] = {float_at(bytes, 2 * i), float_at(bytes, 2 * i + 1)};
+    return x;
+}
+
+complex_signal read_points(const std::string &file, long long first, long long count) {
+    complex_signal x = points_of(file, first, count);
     refuse_not_finite(file, first, x);
     return x;
+}
+
+bool points_are_finite(const std::string &file, long long first, long long count) {
+    const complex_signal x = points_of(file, first, count);
+    return std::all_of(x.begin(), x.end(), [](const std::complex<double> &point) {
+        return std::isfinite(point.real()) && std::isfinite(point.imag());
+    });
 }
 
 std::string signal_bytes(const complex_signal &x) {

@@ -16,6 +16,9 @@ long long count_points(const std::string &file);
 // when one is not a finite number; the message names the first such points.
 complex_signal read_points(const std::string &file, long long first, long long count);
 
+// Whether all of these points are finite numbers. Errors: bad_input when they are not all there.
+bool points_are_finite(const std::string &file, long long first, long long count);
+
 // The bytes of a file that holds x. Errors: bad_input when a value exceeds single precision.
 std::string signal_bytes(const complex_signal &x);
 

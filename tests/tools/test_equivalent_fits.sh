@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # Start values that are off in ways that leave the model its equal: all lines shifted together, areas
-# and phases turned round.
+# and phases turned round; and fits that run away.
 . "$(dirname "$0")/harness.sh"
 
 fit=$programs/varokel-fit
@@ -115,4 +115,20 @@ status 0 "$fit" turned.fid.f32 fixed.txt --dwell 0.00048828125 --noise 400:500 -
 true_that 'stays negative' near "$(cell fixed/results.tsv A area)" -6 0.5
 holds err 'negative area'
 
+# ---- a fit that runs away says which entry did ----
+cat >diverges <<TEXT
+#!/bin/sh
+"$programs/varokel" "\$@" || exit
+perl -i -pe 's/^\\S+/nan/ if \$. == 2' turned.mat
+# all of its curve, and so of the sum
+perl -e 'print pack("f<", 9**9**9) x 1024' >nan.f32
+{ head -c 4096 turned.nln0; head -c 4096 nan.f32; tail -c 4096 turned.nln0; } >new.nln0
+mv new.nln0 turned.nln0
+head -c 4096 nan.f32 >turned.fit
+TEXT
+chmod +x diverges
+status 1 "$fit" turned.fid.f32 turned.txt --dwell 0.00048828125 --noise 400:500 -o away --varokel ./diverges
+holds out 'the fit ran away, its results are no finite numbers: B.'
+lacks out 'Repair or cut'
+true_that 'not fitted' test "$(awk -F '\t' 'NR == 2 { print $2 }' away/results.tsv)" = not_fitted
 finish
