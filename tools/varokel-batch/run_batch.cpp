@@ -233,6 +233,15 @@ struct running_fit {
     std::string folder;
     steady::time_point begun;
     bool killed = false;
+    // quality of the neighbour whose values it began with; not a number with the common ones
+    double quality_of_seed = not_measured;
+    std::shared_ptr<harvest> before; // from a neighbour, when this is the second try
+};
+
+// Start values of a fit, and the quality of the neighbour that they are from.
+struct chosen_start {
+    std::string text;
+    double quality_of_seed = not_measured;
 };
 
 class fit_pool {
@@ -252,11 +261,11 @@ class fit_pool {
     bool next_task(active_block *&block, std::size_t &task);
     bool load_block();
     void start(active_block &block, std::size_t task);
+    void launch(running_fit fit, const std::string &spectrum, const std::string &start);
     void wait_for_one(const sigset_t *open);
     void take(running_fit &fit, int wait_status);
     void finish(active_block &block, std::size_t task, const fit_record &record);
-    std::string start_text(const active_block &block, std::size_t task,
-                           const std::string &spectrum);
+    chosen_start start_of(const active_block &block, std::size_t task, const std::string &spectrum);
     void show_progress(bool last);
     void end_all();
 
@@ -349,21 +358,23 @@ bool fit_pool::next_task(active_block *&block, std::size_t &task) {
     }
 }
 
-std::string fit_pool::start_text(const active_block &block, std::size_t task,
-                                 const std::string &spectrum) {
-    if (starts_) return starts_->text(spectrum);
-    if (!neighbours_) return common_start_;
+chosen_start fit_pool::start_of(const active_block &block, std::size_t task,
+                                const std::string &spectrum) {
+    if (starts_) return {starts_->text(spectrum)};
+    if (!neighbours_) return {common_start_};
     const planned_spectrum &own = block.spectra[task];
     const fit_record *nearest = nullptr;
     long long least = 0;
     for (std::size_t t = 0; t < task && block.spectra[t].wave < own.wave; ++t) {
         const long long distance = distance_between(own, block.spectra[t]);
-        if ((nearest != nullptr && distance >= least) || !is_good_neighbour(block.records[t]))
+        if ((nearest != nullptr && distance >= least) ||
+            !is_good_neighbour(plan_.start, block.records[t]))
             continue;
         nearest = &block.records[t];
         least = distance;
     }
-    return nearest == nullptr ? common_start_ : start_text_from(plan_.start, *nearest);
+    if (nearest == nullptr) return {common_start_};
+    return {start_text_from(plan_.start, *nearest), nearest->figures[0]};
 }
 
 void fit_pool::start(active_block &block, std::size_t task) {
@@ -372,9 +383,9 @@ void fit_pool::start(active_block &block, std::size_t task) {
     fit.task = task;
     fit.folder = scratch_ + "/" + std::to_string(block.lines[task]);
     const std::string &spectrum = spectra_.read(block.spectra[task]);
-    std::string start;
+    chosen_start start;
     try {
-        start = start_text(block, task, spectrum);
+        start = start_of(block, task, spectrum);
     } catch (const tool_error &error) { // of this spectrum only: the table was good for another
         // without the folder, which may be called otherwise on another machine
         std::string reason = error.what();
@@ -388,6 +399,11 @@ void fit_pool::start(active_block &block, std::size_t task) {
         finish(block, task, record);
         return;
     }
+    fit.quality_of_seed = start.quality_of_seed;
+    launch(std::move(fit), spectrum, start.text);
+}
+
+void fit_pool::launch(running_fit fit, const std::string &spectrum, const std::string &start) {
     try {
         prepare_fit(setting_, fit.folder, spectrum, start);
         fit.begun = steady::now();
@@ -407,7 +423,7 @@ void fit_pool::start(active_block &block, std::size_t task) {
         throw tool_error(bad_output, std::string("a fit cannot be watched (") +
                                          std::strerror(errno) + "); fewer workers (-j) may help");
     }
-    block.states[task] = task_state::running;
+    fit.block->states[fit.task] = task_state::running;
     running_.push_back(std::move(fit));
 }
 
@@ -426,6 +442,20 @@ void fit_pool::take(running_fit &fit, int wait_status) {
         throw tool_error(bad_output, found.no_place +
                                          "; is there room in the scratch place, is the program "
                                          "whole? What is fitted stays, --resume goes on");
+    // A fit that is worse than the one it began from may sit in a wrong place: the common values
+    // are tried, too, and the better of both counts.
+    if (!fit.before && std::isfinite(fit.quality_of_seed) &&
+        !(found.record.state == fit_state::fitted &&
+          found.record.figures[0] <= fit.quality_of_seed)) {
+        running_fit again;
+        again.block = fit.block;
+        again.task = fit.task;
+        again.folder = fit.folder;
+        again.before = std::make_shared<harvest>(std::move(found));
+        launch(std::move(again), spectra_.read(fit.block->spectra[fit.task]), common_start_);
+        return;
+    }
+    if (fit.before && !is_better(found.record, fit.before->record)) found = std::move(*fit.before);
     journal_.add(found.record, found.fit);
     if (found.record.state == fit_state::failed) ++failed;
     ++fitted_now;

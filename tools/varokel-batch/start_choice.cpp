@@ -2,6 +2,7 @@
 #include "varokel-batch/start_choice.h"
 
 #include "files/base/tool_error.h"
+#include "files/results/judge_run.h"
 #include "files/start/read_start_file.h"
 
 #include <cmath>
@@ -198,13 +199,35 @@ std::string spectrum_starts::text(const std::string &bytes) {
     return version_3_text(maker_.make(signal_of(bytes), facts_).start, {});
 }
 
-bool is_good_neighbour(const fit_record &record) {
+// Of free areas, whether at least half are known better than the report's red mark. Without error
+// bounds nothing speaks against them.
+static bool knows_its_areas(const start_file &start, const fit_record &record) {
+    std::size_t free = 0, known = 0;
+    bool has_errors = false;
+    for (const double error : record.errors) has_errors = has_errors || error != 0.0;
+    for (std::size_t k = 0; k < start.entries.size(); ++k) {
+        if (start.entries[k].parameters[area_of].link != 0) continue;
+        const double area = std::fabs(record.values[5 * k]);
+        const double error_1sd = 0.5 * record.errors[5 * k];
+        ++free;
+        known += 100.0 * error_1sd <= red_percent * area;
+    }
+    return !has_errors || 2 * known >= free;
+}
+
+bool is_good_neighbour(const start_file &start, const fit_record &record) {
     if (record.state != fit_state::fitted) return false;
     const double quality = record.figures[0];
     if (!(quality > 0.0 && quality <= 2.0)) return false;
     for (const double value : record.values)
         if (!std::isfinite(value)) return false;
-    return true;
+    return knows_its_areas(start, record);
+}
+
+bool is_better(const fit_record &one, const fit_record &other) {
+    if (one.state != fit_state::fitted || other.state != fit_state::fitted)
+        return one.state == fit_state::fitted;
+    return one.figures[0] < other.figures[0] || std::isnan(other.figures[0]);
 }
 
 std::string start_text_from(const start_file &start, const fit_record &neighbour) {

@@ -29,8 +29,12 @@ start_choice choose_start(const plan_options &options, const nlohmann::ordered_j
                           long long points, const std::string &work,
                           const std::vector<planned_spectrum> &spectra);
 
-// A fit that may hand on its result: fitted, finite, and with a residual of up to twice the noise.
-bool is_good_neighbour(const fit_record &record);
+// A fit that may hand on its result: fitted, finite, with a residual of up to twice the noise, and
+// with at least half of its free areas known; noise has nothing to hand on.
+bool is_good_neighbour(const start_file &start, const fit_record &record);
+
+// The better of two fits of one spectrum: a failed one loses, then the larger residual does.
+bool is_better(const fit_record &one, const fit_record &other);
 
 // The text of the start file with the values of a fit. Fixed parameters keep their own; an entry
 // whose area is 0 keeps its own area, because others may be tied to it by a ratio.
