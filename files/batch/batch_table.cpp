@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/batch_table.h"
 
+#include "files/results/equivalent_signs.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -73,6 +75,26 @@ batch_table::shown batch_table::parameter(const fit_record &record, std::size_t 
     return {record.values[at] * factor, any && !fixed ? record.errors[at] * factor : not_known};
 }
 
+std::vector<bool> batch_table::turned(const fit_record &record) const {
+    std::vector<signed_entry> signs;
+    for (std::size_t k = 0; k < plan_.start.entries.size(); ++k) {
+        const auto &own = plan_.start.entries[k].parameters;
+        signs.push_back({own[area_of].link, own[phase_of].link, record.values[5 * k + area_of],
+                         own[area_of].value});
+    }
+    return entries_to_turn(signs);
+}
+
+fit_record batch_table::with_signs(fit_record record) const {
+    const std::vector<bool> turn = turned(record);
+    for (std::size_t k = 0; k < turn.size(); ++k) {
+        if (!turn[k]) continue;
+        record.values[5 * k + area_of] *= -1.0;
+        record.values[5 * k + phase_of] += 180.0;
+    }
+    return record;
+}
+
 double batch_table::ppm(std::size_t entry, double hz) const {
     const bool is_shift = plan_.start.entries[entry].type == pattern_entry;
     const double sense = plan_.scale.ppm_rises_with_points ? 1.0 : -1.0;
@@ -123,8 +145,17 @@ std::string batch_table::status(const fit_record &record) const {
 
 std::string batch_table::reason(const fit_record &record) const {
     if (record.state != fit_state::fitted) return record.reason;
-    const std::string judged = judgement_of(judged_, record).reason;
-    return judged + (judged.empty() || record.reason.empty() ? "" : "; ") + record.reason;
+    std::string words = judgement_of(judged_, record).reason, names;
+    const auto add = [&](const std::string &text) {
+        if (!text.empty()) words += (words.empty() ? "" : "; ") + text;
+    };
+    add(record.reason);
+    const std::vector<bool> turn = turned(record);
+    for (std::size_t k = 0; k < turn.size(); ++k)
+        if (turn[k]) names += (names.empty() ? "" : ", ") + plan_.entry_names[k];
+    if (!names.empty())
+        add("shown with areas of the other sign and phases turned by 180 degrees: " + names);
+    return words;
 }
 
 struct column_text {
@@ -236,7 +267,8 @@ std::string batch_table::place(const planned_spectrum &spectrum) const {
 }
 
 std::string batch_table::results_rows(const planned_spectrum &spectrum,
-                                      const fit_record &record) const {
+                                      const fit_record &fitted) const {
+    const fit_record record = with_signs(fitted);
     static const char *const types[] = {"unknown", "gaussian", "lorentzian", "voigt", "pattern"};
     std::string rows;
     const std::string ended = status(record);
@@ -264,7 +296,7 @@ std::string batch_table::results_rows(const planned_spectrum &spectrum,
         add_errors(frequency.error_2sd / mhz);
         for (const int quantity : {gauss_of, lorentz_of, phase_of}) {
             const shown each = parameter(record, k, quantity);
-            add(each.value);
+            add(quantity == phase_of ? principal_phase(each.value) : each.value);
             add_errors(each.error_2sd);
             rows += "\t" + link(record, k, quantity);
         }
@@ -307,7 +339,10 @@ std::vector<map_quantity> batch_table::fit_maps() const {
 
 double batch_table::value_of(map_quantity quantity, const fit_record &record,
                              std::size_t entry) const {
-    const shown area = parameter(record, entry, area_of);
+    const bool turn = (quantity == map_quantity::area || quantity == map_quantity::phase) &&
+                      turned(record)[entry];
+    shown area = parameter(record, entry, area_of);
+    if (turn) area.value = -area.value;
     switch (quantity) {
     case map_quantity::area:
         return area.value;
@@ -324,7 +359,7 @@ double batch_table::value_of(map_quantity quantity, const fit_record &record,
     case map_quantity::lorentz_width:
         return parameter(record, entry, lorentz_of).value;
     case map_quantity::phase:
-        return parameter(record, entry, phase_of).value;
+        return principal_phase(parameter(record, entry, phase_of).value + (turn ? 180.0 : 0.0));
     case map_quantity::quality:
         return record.figures[0];
     case map_quantity::noise:

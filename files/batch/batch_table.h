@@ -52,6 +52,9 @@ class batch_table {
         double value, error_2sd; // shown unit
     };
     shown parameter(const fit_record &record, std::size_t entry, int quantity) const;
+    std::vector<bool> turned(const fit_record &record) const;
+    // The record with areas of positive sum where phases are free (results/equivalent_signs.h).
+    fit_record with_signs(fit_record record) const;
     double ppm(std::size_t entry, double hz) const;
     std::string link(const fit_record &record, std::size_t entry, int quantity) const;
     // In the words of the report of single fits.
