@@ -208,7 +208,15 @@ static std::string table_cell_text(int q, std::size_t k, const start_file &start
                 : axis.knows_ppm() ? " ppm"
                                    : " Hz");
     };
-    if (own.link == static_cast<int>(k) + 1) return "fixed " + shown(own.value, false);
+    double value = own.value;
+    const bool is_tied = own.link != 0 && own.link != static_cast<int>(k) + 1;
+    if (is_width && entry.type != pattern_entry && !is_tied && value < 0.0) {
+        value =
+            -value; // no table has a line that grows; of a Gaussian width the sign means nothing
+        lost.push_back(names[k] + ": the " + name_of(q) + " width " + number(own.value * unit) +
+                       " Hz is negative, and is written as " + shown(value, false) + " Hz");
+    }
+    if (own.link == static_cast<int>(k) + 1) return "fixed " + shown(value, false);
     if (own.link != 0) {
         const auto l = static_cast<std::size_t>(own.link - 1);
         const double source = start.entries[l].parameters[static_cast<std::size_t>(q)].value;
@@ -228,7 +236,7 @@ static std::string table_cell_text(int q, std::size_t k, const start_file &start
         return signed_offset(names[l], (own.value - source) * unit, "",
                              [&](double hz) { return source + hz / unit; });
     }
-    std::string text = shown(own.value, false);
+    std::string text = shown(value, false);
     if (own.range && (start.ranges == 1 || start.ranges == 3)) {
         double low = own.range->first, high = own.range->second;
         text += " [" + shown(low, true) + ", " + shown(high, true) + "]";
