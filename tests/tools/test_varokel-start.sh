@@ -23,7 +23,7 @@ sidecar() {
 }
 
 # ---- tables of the examples: the start file that stands beside them ----
-for name in p31_brain h1_brain; do
+for name in p31_brain h1_brain c13_kidney xe129_lung; do
     example=$tree/examples/$name
     status 0 "$start" "$example/peaks.txt" -d "$example/$name.bin" -o start.par --force
     true_that "$name has the start values of its example" same_model start.par "$example/start.par"
