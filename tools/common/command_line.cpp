@@ -4,12 +4,15 @@
 #include "files/base/tool_error.h"
 #include "common/completion.h"
 
+#include <CLI/CLI.hpp>
+
 #include <iostream>
 #include <string_view>
 
 namespace tools {
 
-void common_options(CLI::App &app, const std::string &example, const std::string &good) {
+void common_options(option_parser &options, const std::string &example, const std::string &good) {
+    CLI::App &app = options.inner();
     app.set_version_flag("--version", app.get_name() + " " VAROKEL_VERSION);
     app.footer("\nExit status: " + good +
                ", 2 wrong usage, 3 input unreadable or invalid,\n4 output cannot be written.\n\n"
@@ -18,7 +21,8 @@ void common_options(CLI::App &app, const std::string &example, const std::string
     app.get_formatter()->column_width(26);
 }
 
-std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv) {
+std::optional<int> parse_command_line(option_parser &options, int argc, const char *const *argv) {
+    CLI::App &app = options.inner();
     // Asked for when the program is built, so that completion never differs from the options.
     if (argc == 3 && std::string_view(argv[1]) == "--completion") {
         const std::string script = completion_script(app, argv[2]);

@@ -2,9 +2,11 @@
 // completion.h -- shell completion made from the options that a program declares
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace tools {
 

@@ -6,25 +6,27 @@ namespace tools {
 // Options that are added while this lives stand under one heading.
 class heading {
   public:
-    heading(CLI::App &app, const std::string &group)
-        : app_(app), before_(app.option_defaults()->get_group()) {
-        if (!group.empty()) app_.option_defaults()->group(group);
+    heading(option_parser &app, const std::string &group) : app_(app), changed_(!group.empty()) {
+        if (changed_) before_ = app_.set_heading(group);
     }
     heading(const heading &) = delete;
     heading &operator=(const heading &) = delete;
-    ~heading() { app_.option_defaults()->group(before_); }
+    ~heading() {
+        if (changed_) app_.set_heading(before_);
+    }
 
   private:
-    CLI::App &app_;
+    option_parser &app_;
+    bool changed_;
     std::string before_;
 };
 
-void add_input_options(CLI::App &app, input_options &options, const std::string &group) {
+void add_input_options(option_parser &app, input_options &options, const std::string &group) {
     const heading all(app, group);
     app.add_option("--format", options.format,
                    "nifti, raw, jmrui, sdat, rda, text or float32 (default: by the name's ending)")
         ->type_name("NAME")
-        ->check(CLI::IsMember({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
+        ->check(one_of({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
     app.add_option("--json", options.json,
                    "what is known about INPUT (default for text and float32: the .json beside it, "
                    "if any)")
@@ -32,7 +34,7 @@ void add_input_options(CLI::App &app, input_options &options, const std::string 
     app.add_option("--points", options.points,
                    "points of one FID, where INPUT does not say (default: item n_points, else all)")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(positive_number);
     app.add_option("--index", options.choice.index,
                    "which FID of several, counted from 0: I, DIM=I such as DIM_COIL=0, or all, "
                    "DIM=all; may be repeated")
@@ -55,24 +57,24 @@ void add_input_options(CLI::App &app, input_options &options, const std::string 
     app.add_flag("--conjugate", options.conjugate, "reverse the sense of frequency");
 }
 
-void add_spectrum_options(CLI::App &app, spectrum_options &options, const std::string &group) {
+void add_spectrum_options(option_parser &app, spectrum_options &options, const std::string &group) {
     const heading all(app, group);
     app.add_option("--dwell", options.dwell_time, "dwell time [s]")
         ->type_name("S")
-        ->check(CLI::PositiveNumber);
+        ->check(positive_number);
     app.add_option("--bandwidth", options.bandwidth, "spectral width [Hz], one over the dwell time")
         ->type_name("HZ")
-        ->check(CLI::PositiveNumber);
+        ->check(positive_number);
     app.add_option("--frequency", options.mhz, "spectrometer frequency [MHz]")
         ->type_name("MHZ")
-        ->check(CLI::PositiveNumber);
+        ->check(positive_number);
     app.add_option("--ppm-at-carrier", options.ppm_at_carrier, "chemical shift of the carrier")
         ->type_name("PPM");
     app.add_option("--axis", options.axis,
                    "ppm along the points of INPUT's spectrum, before --conjugate: rising (default "
                    "for float32) or falling (for all others)")
         ->type_name("SENSE")
-        ->check(CLI::IsMember({"rising", "falling"}));
+        ->check(one_of({"rising", "falling"}));
     app.add_option("--begin-time", options.begin_time, "time of the first point [s]")
         ->type_name("S");
     app.add_option("--nucleus", options.nucleus, "such as 31P")->type_name("NAME");

@@ -11,9 +11,10 @@ namespace tools {
 
 // What is taken from the file and what is done to its FIDs. The file itself is not among them:
 // each program has its own place for it. group: heading in --help; empty: the usual one.
-void add_input_options(CLI::App &app, input_options &options, const std::string &group = "");
+void add_input_options(option_parser &app, input_options &options, const std::string &group = "");
 
 // What is known about the spectra, and what is measured beside them.
-void add_spectrum_options(CLI::App &app, spectrum_options &options, const std::string &group = "");
+void add_spectrum_options(option_parser &app, spectrum_options &options,
+                          const std::string &group = "");
 
 } // namespace tools

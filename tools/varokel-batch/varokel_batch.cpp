@@ -10,7 +10,7 @@
 
 #include <iostream>
 
-static void add_plan_options(CLI::App &app, tools::plan_options &own) {
+static void add_plan_options(tools::option_parser &app, tools::plan_options &own) {
     app.add_option("INPUT", own.input.input,
                    "a file that varokel-import reads, or the folder that it filled")
         ->required();
@@ -25,7 +25,7 @@ static void add_plan_options(CLI::App &app, tools::plan_options &own) {
                    "start values: same for all, estimate for each (with --peaks), or those of the "
                    "nearest good neighbour (default same)")
         ->type_name("FROM")
-        ->check(CLI::IsMember({"same", "estimate", "neighbour"}));
+        ->check(tools::one_of({"same", "estimate", "neighbour"}));
     app.add_option("--mask", own.mask, "image; voxels above 0 are fitted")->type_name("NIFTI");
     app.add_option("--select", own.select, "spectra by number, such as 0:99,200")
         ->type_name("LIST");
@@ -36,11 +36,11 @@ static void add_plan_options(CLI::App &app, tools::plan_options &own) {
     app.add_option("--format", own.input.format,
                    "of INPUT, as varokel-import has it (default: by the name's ending)")
         ->type_name("NAME")
-        ->check(CLI::IsMember({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
+        ->check(tools::one_of({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
     app.add_option("--json", own.input.json, "what is known about INPUT")->type_name("FILE");
     app.add_option("--points", own.input.points, "points of one FID")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--voxel", own.input.choice.voxel, "one voxel of a grid")->type_name("X,Y,Z");
     app.add_option("--index", own.input.choice.index,
                    "which FID of several (default: all of each dimension)")
@@ -55,18 +55,18 @@ static void add_plan_options(CLI::App &app, tools::plan_options &own) {
     app.add_flag("--conjugate", own.input.conjugate, "reverse the sense of frequency");
     app.add_option("--dwell", own.spectrum.dwell_time, "dwell time [s]")
         ->type_name("S")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--bandwidth", own.spectrum.bandwidth, "spectral width [Hz]")
         ->type_name("HZ")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--frequency", own.spectrum.mhz, "spectrometer frequency [MHz]")
         ->type_name("MHZ")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--ppm-at-carrier", own.spectrum.ppm_at_carrier, "chemical shift of the carrier")
         ->type_name("PPM");
     app.add_option("--axis", own.spectrum.axis, "ppm along the points: rising or falling")
         ->type_name("SENSE")
-        ->check(CLI::IsMember({"rising", "falling"}));
+        ->check(tools::one_of({"rising", "falling"}));
     app.add_option("--begin-time", own.spectrum.begin_time, "time of the first point [s]")
         ->type_name("S");
     app.add_option("--nucleus", own.spectrum.nucleus, "such as 31P")->type_name("NAME");
@@ -74,7 +74,7 @@ static void add_plan_options(CLI::App &app, tools::plan_options &own) {
         ->type_name("FIRST:LAST");
     app.add_option("--memory", own.spectrum.memory, "storage for FIDs (default 32)")
         ->type_name("MIB")
-        ->check(CLI::Range(1LL, 1LL << 20));
+        ->check(tools::in_range(1, 1LL << 20));
     app.add_flag("--force", own.input.force, "replace a plan and what was fitted by it");
     app.footer("\nExample:\n  varokel-batch plan csi.nii.gz --start start.par -o run");
 }
@@ -87,24 +87,26 @@ int main(int argc, char **argv) {
     std::string status_folder, merge_folder;
     bool merge_force = false;
 
-    CLI::App app("Fits all spectra of a grid or a series, and brings the results together: plan, "
-                 "run, merge.",
-                 "varokel-batch");
+    tools::option_parser app(
+        "Fits all spectra of a grid or a series, and brings the results together: plan, "
+        "run, merge.",
+        "varokel-batch");
     tools::common_options(app,
                           "  varokel-batch plan csi.nii.gz --start start.par -o run\n"
                           "  varokel-batch run run -j 2\n"
                           "  varokel-batch merge run",
                           "0 all right, 1 some fits failed or are missing");
-    app.require_subcommand(1);
+    app.require_subcommand();
 
-    CLI::App *const planner = app.add_subcommand("plan", "Makes the folder of a batch.");
+    tools::option_parser *const planner =
+        app.add_subcommand("plan", "Makes the folder of a batch.");
     add_plan_options(*planner, plan);
 
-    CLI::App *const runner = app.add_subcommand("run", "Fits what is planned.");
+    tools::option_parser *const runner = app.add_subcommand("run", "Fits what is planned.");
     runner->add_option("RUN", run.folder, "folder of the batch")->required();
     runner->add_option("-j,--workers", run.workers, "fits at a time (default 1)")
         ->type_name("N")
-        ->check(CLI::Range(1, 1024));
+        ->check(tools::in_range(1, 1024));
     runner->add_option("--shard", run.shard, "one of N parts of equal size, from 0 (default 0/1)")
         ->type_name("I/N");
     runner->add_flag("--resume", run.resume, "do what is missing");
@@ -116,7 +118,7 @@ int main(int argc, char **argv) {
         ->type_name("DIR");
     runner->add_option("--limit", run.limit, "a fit that takes longer has failed (default: none)")
         ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     runner
         ->add_option("--varokel", run.program,
                      "the program that fits (default: beside this one, else in PATH)")
@@ -124,26 +126,29 @@ int main(int argc, char **argv) {
     runner->add_flag("--times", run.times, "tell at the end what it took");
     runner->footer("\nExample:\n  varokel-batch run run -j 2 --resume");
 
-    CLI::App *const status = app.add_subcommand("status", "Says what is done and what is missing.");
+    tools::option_parser *const status =
+        app.add_subcommand("status", "Says what is done and what is missing.");
     status->add_option("RUN", status_folder, "folder of the batch")->required();
     status->footer("\nExample:\n  varokel-batch status run");
 
-    CLI::App *const merger = app.add_subcommand("merge", "Writes tables and maps.");
+    tools::option_parser *const merger = app.add_subcommand("merge", "Writes tables and maps.");
     merger->add_option("RUN", merge_folder, "folder of the batch")->required();
     merger->add_flag("--force", merge_force, "replace them");
     merger->footer("\nExample:\n  varokel-batch merge run");
 
-    CLI::App *const slurm = app.add_subcommand("slurm", "Prints a job script for Slurm.");
-    CLI::App *const snakemake = app.add_subcommand("snakemake", "Prints rules for Snakemake.");
-    for (CLI::App *const each : {slurm, snakemake}) {
+    tools::option_parser *const slurm =
+        app.add_subcommand("slurm", "Prints a job script for Slurm.");
+    tools::option_parser *const snakemake =
+        app.add_subcommand("snakemake", "Prints rules for Snakemake.");
+    for (tools::option_parser *const each : {slurm, snakemake}) {
         each->add_option("RUN", engine.folder, "folder of the batch")->required();
         each->add_option("--shards", engine.shards, "parts (default: about 1000 spectra in each)")
             ->type_name("N")
-            ->check(CLI::Range(1LL, 1000000LL));
+            ->check(tools::in_range(1, 1000000));
     }
     slurm->add_option("--at-once", engine.at_once, "tasks at a time (default 50)")
         ->type_name("N")
-        ->check(CLI::Range(1LL, 1000000LL));
+        ->check(tools::in_range(1, 1000000));
     slurm->add_option("--time", engine.time, "limit of a task (default 01:00:00)")
         ->type_name("TIME");
     slurm->add_option("--mem", engine.memory, "storage of a task (default 500M)")

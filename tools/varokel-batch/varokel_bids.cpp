@@ -263,15 +263,16 @@ static int fit_one(const bids_options &own, const fs::path &file) {
 
 int main(int argc, char **argv) {
     bids_options own;
-    CLI::App app("Fits the NIfTI-MRS files of a BIDS data set, one start file or table of peaks "
-                 "for all, and writes the\nresults as BIDS derivatives.",
-                 "varokel-bids");
+    tools::option_parser app(
+        "Fits the NIfTI-MRS files of a BIDS data set, one start file or table of peaks "
+        "for all, and writes the\nresults as BIDS derivatives.",
+        "varokel-bids");
     app.add_option("bids_dir", own.data_set, "top folder of the data set; never written to")
         ->required();
     app.add_option("output_dir", own.output, "folder for the derivatives")->required();
     app.add_option("analysis_level", own.level, "participant")
         ->required()
-        ->check(CLI::IsMember({"participant"}));
+        ->check(tools::one_of({"participant"}));
     app.add_option("--participant-label,--participant_label", own.labels,
                    "participants, with or without sub- (default: all)")
         ->type_name("LABEL");
@@ -284,7 +285,7 @@ int main(int argc, char **argv) {
     app.add_option("--names", own.names, "names of the entries, one a line")->type_name("FILE");
     app.add_option("--values", own.values, "start values: same, estimate or neighbour")
         ->type_name("FROM")
-        ->check(CLI::IsMember({"same", "estimate", "neighbour"}));
+        ->check(tools::one_of({"same", "estimate", "neighbour"}));
     app.add_option("--average", own.average, "take the mean over this dimension")
         ->type_name("DIM")
         ->allow_extra_args(false);
@@ -293,10 +294,10 @@ int main(int argc, char **argv) {
         ->allow_extra_args(false);
     app.add_option("-j,--workers,--n_cpus", own.workers, "fits at a time (default 1)")
         ->type_name("N")
-        ->check(CLI::Range(1, 1024));
+        ->check(tools::in_range(1, 1024));
     app.add_option("--limit", own.limit, "a fit that takes longer has failed")
         ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--scratch", own.scratch,
                    "place for copies and fits (default TMPDIR, else /tmp)")
         ->type_name("DIR");

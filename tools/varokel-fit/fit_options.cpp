@@ -5,7 +5,7 @@
 
 namespace tools {
 
-void add_fit_options(CLI::App &app, fit_options &own) {
+void add_fit_options(option_parser &app, fit_options &own) {
     app.add_option("INPUT", own.input.input, "measured FIDs, any file that varokel-import reads")
         ->required();
     app.add_option("PEAKS", own.peaks, "table of peaks, as varokel-start takes it")->required();
@@ -14,7 +14,7 @@ void add_fit_options(CLI::App &app, fit_options &own) {
         ->required();
     app.add_option("-j,--jobs", own.jobs, "fits at a time (default 1)")
         ->type_name("N")
-        ->check(CLI::Range(1, 256));
+        ->check(in_range(1, 256));
     app.add_option("--limit", own.limit, "stop a fit after so many seconds (default: never)")
         ->type_name("S");
     app.add_option("--derive", own.derive,
@@ -29,8 +29,7 @@ void add_fit_options(CLI::App &app, fit_options &own) {
     const std::string group = "Import (see varokel-import --help)";
     add_input_options(app, own.input, group);
     add_spectrum_options(app, own.spectrum, group);
-    CLI::Option *const resize = app.get_option("--resize");
-    resize->description(resize->get_description() + " (default: fill)");
+    app.option_named("--resize")->add_to_description(" (default: fill)");
 }
 
 } // namespace tools

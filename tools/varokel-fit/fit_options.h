@@ -21,6 +21,6 @@ struct fit_options {
 };
 
 // Own options, and those of the import in a group of their own.
-void add_fit_options(CLI::App &app, fit_options &own);
+void add_fit_options(option_parser &app, fit_options &own);
 
 } // namespace tools

@@ -370,10 +370,11 @@ static int fit(const fit_options &own) {
 
 int main(int argc, char **argv) {
     fit_options own;
-    CLI::App app("Fits the spectra of a measured file with the peaks of a table: import, start "
-                 "values, fit, report.\nSeveral spectra in a file get a folder each, and rows in "
-                 "one table.",
-                 "varokel-fit");
+    tools::option_parser app(
+        "Fits the spectra of a measured file with the peaks of a table: import, start "
+        "values, fit, report.\nSeveral spectra in a file get a folder each, and rows in "
+        "one table.",
+        "varokel-fit");
     tools::add_fit_options(app, own);
     tools::common_options(app, "  varokel-fit brain.nii.gz peaks.txt -o run",
                           "0 all right, 1 some spectra were not fitted");

@@ -13,7 +13,7 @@
 using tools::tool_error;
 
 // The file, and --force: of INPUT into whatever is made of it.
-static void add_source(CLI::App &app, tools::input_options &options) {
+static void add_source(tools::option_parser &app, tools::input_options &options) {
     app.add_option(
         "INPUT", options.input,
         "NIfTI-MRS (.nii, .nii.gz), LCModel .RAW or .H2O, jMRUI .txt, .SPAR/.SDAT, .rda, "
@@ -28,10 +28,11 @@ int main(int argc, char **argv) {
     std::string pattern_output;
     tools::basis_options basis_set;
 
-    CLI::App app("Turns measured FIDs into the centred spectra that varokel fits, with a JSON "
-                 "sidecar beside each.\nThe names of the written files and the control file's "
-                 "keywords for them are printed.",
-                 "varokel-import");
+    tools::option_parser app(
+        "Turns measured FIDs into the centred spectra that varokel fits, with a JSON "
+        "sidecar beside each.\nThe names of the written files and the control file's "
+        "keywords for them are printed.",
+        "varokel-import");
     add_source(app, options);
     app.add_option("-o,--output", own.folder, "folder for the spectra and their sidecars")
         ->type_name("FOLDER");
@@ -39,18 +40,18 @@ int main(int argc, char **argv) {
     app.add_option("--memory", own.memory,
                    "storage for FIDs; a larger grid is read in several passes (default 128)")
         ->type_name("MIB")
-        ->check(CLI::Range(1LL, 1LL << 20));
+        ->check(tools::in_range(1, 1LL << 20));
     tools::common_options(app, "  varokel-import brain.nii.gz -o run\n"
                                "  varokel-import brain.fid.f32 -o run --dwell 0.0001\n"
                                "  varokel-import pattern naa.fid.f32 -o run/naa.bin");
 
-    CLI::App *const pattern = app.add_subcommand(
+    tools::option_parser *const pattern = app.add_subcommand(
         "pattern", "Turns the FID of a whole metabolite into a binary pattern of varokel.");
     add_source(*pattern, pattern_options);
     pattern->add_option("-o,--output", pattern_output, "pattern file")->type_name("FILE.bin");
     pattern->footer("\nExample:\n  varokel-import pattern naa.fid.f32 -o run/naa.bin");
 
-    CLI::App *const basis = app.add_subcommand(
+    tools::option_parser *const basis = app.add_subcommand(
         "basis", "Turns an LCModel basis set into binary patterns of varokel that match the data.");
     basis->add_option("INPUT", basis_set.input, "basis set, .BASIS");
     basis->add_option("-o,--output", basis_set.folder, "folder for the patterns")
@@ -61,16 +62,16 @@ int main(int argc, char **argv) {
         ->type_name("FILE.json");
     basis->add_option("--points", basis_set.points, "points of the data")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     basis->add_option("--dwell", basis_set.dwell_time, "dwell time of the data [s]")
         ->type_name("S")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     basis->add_option("--bandwidth", basis_set.bandwidth, "spectral width of the data [Hz]")
         ->type_name("HZ")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     basis->add_option("--frequency", basis_set.mhz, "spectrometer frequency of the data [MHz]")
         ->type_name("MHZ")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     basis->add_option("--ppm-at-carrier", basis_set.ppm_at_carrier, "chemical shift of the carrier")
         ->type_name("PPM");
     basis->add_option("--only", basis_set.only, "this metabolite; may be repeated")

@@ -100,8 +100,8 @@ static int plot_run(plot_options options) {
 
 int main(int argc, char **argv) {
     plot_options options;
-    CLI::App app("Draws data, fit and residual of a run (real part) as an SVG picture.",
-                 "varokel-plot");
+    tools::option_parser app("Draws data, fit and residual of a run (real part) as an SVG picture.",
+                             "varokel-plot");
     app.add_option("RUN", options.run,
                    "folder and name of the fitted signal, without ending: RUN.org, RUN.fit and "
                    "RUN.res are read, and RUN.json if it is there")
@@ -109,15 +109,15 @@ int main(int argc, char **argv) {
     app.add_option("-o,--output", options.output, "picture")->type_name("FILE.svg")->required();
     app.add_option("--axis", options.axis, "points, hz or ppm (default: ppm if known, then hz)")
         ->type_name("UNIT")
-        ->check(CLI::IsMember({"points", "hz", "ppm"}));
+        ->check(tools::one_of({"points", "hz", "ppm"}));
     app.add_option("--sidecar", options.sidecar, "JSON of varokel-import (default: RUN.json)")
         ->type_name("FILE");
     app.add_option("--hz-per-point", options.hz_per_point, "Hz_p_p of the control file")
         ->type_name("HZ")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--mhz", options.mhz, "spectrometer frequency")
         ->type_name("MHZ")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--ppm-at-carrier", options.ppm_at_carrier, "chemical shift of point n/2")
         ->type_name("PPM");
     app.add_flag("--ppm-falls", options.ppm_falls, "ppm falls with the point number");

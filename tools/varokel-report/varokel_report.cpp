@@ -255,7 +255,7 @@ static int write_report(const report_options &options) {
 
 int main(int argc, char **argv) {
     report_options options;
-    CLI::App app(
+    tools::option_parser app(
         "Reports the fits in a folder: report.html (one page that loads nothing), "
         "results.tsv and quality.tsv\nwith JSON that describes their columns, fit.svg, and "
         "fit, residual and components as NIfTI-MRS. Of a batch: overview.html, with maps or time "
@@ -284,8 +284,8 @@ int main(int argc, char **argv) {
                    "spectra of a batch whose overview is one file; beyond, curves stand in files "
                    "beside the page")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber)
-        ->capture_default_str();
+        ->check(tools::not_negative_number)
+        ->show_default();
     app.add_flag("--force", options.force, "replace existing files");
     tools::common_options(app, "  varokel-report run --derive \"PCr/gATP\"",
                           "0 all right, 1 a spectrum was not fitted");

@@ -325,7 +325,7 @@ static void check_usage(const simulate_options &options, const std::string &form
 int main(int argc, char **argv) {
     simulate_options options;
 
-    CLI::App app(
+    tools::option_parser app(
         "Simulates a spectrum from the start values of a control file, the links of "
         "dependent parameters followed,\nand adds Gaussian noise. Points behind the fitted "
         "ones, when the noise window lies there, hold noise only.",
@@ -339,12 +339,12 @@ int main(int argc, char **argv) {
                    "(default for .nii and .nii.gz); float32: FIDs, with a .json beside them "
                    "(default for .f32)")
         ->type_name("NAME")
-        ->check(CLI::IsMember({"bin", "nifti", "float32"}));
+        ->check(tools::one_of({"bin", "nifti", "float32"}));
     app.add_option("--noise", options.noise_sd,
                    "standard deviation of the real and of the imaginary part of the spectrum")
         ->type_name("SD")
         ->required()
-        ->check(CLI::NonNegativeNumber);
+        ->check(tools::not_negative_number);
     app.add_option("--seed", options.seed,
                    "the noise; the same seed gives the same numbers everywhere")
         ->type_name("N")
@@ -352,13 +352,13 @@ int main(int argc, char **argv) {
     app.add_option("--count", options.count,
                    "so many spectra, with this seed and those after it (nifti, float32)")
         ->type_name("N")
-        ->check(CLI::Range(1LL, 1LL << 20));
+        ->check(tools::in_range(1, 1LL << 20));
     app.add_option("--grid", options.grid,
                    "so many voxels, each with a seed of its own, x first (nifti)")
         ->type_name("X,Y,Z");
     app.add_option("--frequency", options.mhz, "spectrometer frequency [MHz] (nifti, float32)")
         ->type_name("MHZ")
-        ->check(CLI::PositiveNumber);
+        ->check(tools::positive_number);
     app.add_option("--nucleus", options.nucleus, "such as 31P (nifti, float32)")->type_name("NAME");
     app.add_option("--ppm-at-carrier", options.ppm_at_carrier,
                    "chemical shift of the carrier (nifti, float32)")

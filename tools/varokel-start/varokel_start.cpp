@@ -158,9 +158,10 @@ static void translate(const options &own) {
 
 int main(int argc, char **argv) {
     options own;
-    CLI::App app("Makes the start file of a fit from a table of peaks and the spectrum.\nAreas and "
-                 "phases that the table leaves open are estimated from the spectrum.",
-                 "varokel-start");
+    tools::option_parser app(
+        "Makes the start file of a fit from a table of peaks and the spectrum.\nAreas and "
+        "phases that the table leaves open are estimated from the spectrum.",
+        "varokel-start");
     app.add_option("PEAKS", own.peaks, "table of peaks: a row for each line or pattern");
     app.add_option("-d,--data", own.spectrum,
                    "spectrum that varokel-import wrote, with its JSON beside it")
@@ -176,7 +177,7 @@ int main(int argc, char **argv) {
         ->type_name("FILE");
     app.add_option("--to", own.to, "with --from: a table (default), or a version 3 file (par)")
         ->type_name("KIND")
-        ->check(CLI::IsMember({"table", "par"}));
+        ->check(tools::one_of({"table", "par"}));
     app.add_option("--names", own.names,
                    "with --from: names of the entries (default: names.txt beside it)")
         ->type_name("FILE");

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "common/option_parser.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <utility>
+
+namespace tools {
+
+value_rule in_range(long long low, long long high) {
+    return {value_rule::kind::range, low, high, {}};
+}
+value_rule one_of(std::vector<std::string> words) {
+    return {value_rule::kind::one_of, 0, 0, std::move(words)};
+}
+
+declared_option *declared_option::type_name(const std::string &text) {
+    inner_->type_name(text);
+    return this;
+}
+
+declared_option *declared_option::check(const value_rule &rule) {
+    switch (rule.what) {
+    case value_rule::kind::positive:
+        inner_->check(CLI::PositiveNumber);
+        break;
+    case value_rule::kind::not_negative:
+        inner_->check(CLI::NonNegativeNumber);
+        break;
+    case value_rule::kind::range:
+        inner_->check(CLI::Range(rule.low, rule.high));
+        break;
+    case value_rule::kind::one_of:
+        inner_->check(CLI::IsMember(rule.words));
+        break;
+    }
+    return this;
+}
+
+declared_option *declared_option::required() {
+    inner_->required();
+    return this;
+}
+
+declared_option *declared_option::allow_extra_args(bool allow) {
+    inner_->allow_extra_args(allow);
+    return this;
+}
+
+declared_option *declared_option::needs(const declared_option *other) {
+    inner_->needs(other->inner_);
+    return this;
+}
+
+declared_option *declared_option::show_default() {
+    inner_->capture_default_str();
+    return this;
+}
+
+declared_option *declared_option::add_to_description(const std::string &text) {
+    inner_->description(inner_->get_description() + text);
+    return this;
+}
+
+option_parser::option_parser(const std::string &description, const std::string &program)
+    : owned_(std::make_unique<CLI::App>(description, program)), app_(owned_.get()) {}
+option_parser::option_parser(CLI::App *command) : app_(command) {}
+option_parser::~option_parser() = default;
+
+template <class value_type>
+declared_option *option_parser::add_option(const std::string &names, value_type &value,
+                                           const std::string &description) {
+    return &options_.emplace_back(app_->add_option(names, value, description));
+}
+
+#define FOR_TYPE(type)                                                                             \
+    template declared_option *option_parser::add_option(const std::string &, type &,               \
+                                                        const std::string &);
+FOR_TYPE(std::string)
+FOR_TYPE(int)
+FOR_TYPE(unsigned)
+FOR_TYPE(long long)
+FOR_TYPE(std::uint64_t)
+FOR_TYPE(double)
+FOR_TYPE(std::optional<long long>)
+FOR_TYPE(std::optional<double>)
+FOR_TYPE(std::optional<std::string>)
+FOR_TYPE(std::vector<std::string>)
+#undef FOR_TYPE
+
+declared_option *option_parser::add_flag(const std::string &names, bool &value,
+                                         const std::string &description) {
+    return &options_.emplace_back(app_->add_flag(names, value, description));
+}
+
+declared_option *option_parser::option_named(const std::string &name) {
+    return &options_.emplace_back(app_->get_option(name));
+}
+
+option_parser *option_parser::add_subcommand(const std::string &name,
+                                             const std::string &description) {
+    return &commands_.emplace_back(app_->add_subcommand(name, description));
+}
+
+void option_parser::require_subcommand() {
+    app_->require_subcommand(1);
+}
+void option_parser::footer(const std::string &text) {
+    app_->footer(text);
+}
+bool option_parser::parsed() const {
+    return app_->parsed();
+}
+
+std::string option_parser::set_heading(const std::string &heading) {
+    const std::string before = app_->option_defaults()->get_group();
+    app_->option_defaults()->group(heading);
+    return before;
+}
+
+} // namespace tools
