@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "files/measured/noise_window.h"
+#include "engine/noise_window.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
 
-namespace tools {
+namespace engine {
 
 // How far a stretch of noise may stand above the median of the quieter ones, in standard
 // deviations of a variance: pure noise does so in about one of a thousand stretches.
@@ -96,4 +96,4 @@ noise_window noise_stretch(const complex_signal &spectrum) {
         ->window;
 }
 
-} // namespace tools
+} // namespace engine

@@ -2,9 +2,9 @@
 // noise_window.h -- a stretch of a spectrum that holds noise only, with its spread
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "engine/fit_problem.h"
 
-namespace tools {
+namespace engine {
 
 struct noise_window {
     long long first = 0;             // first point
@@ -30,4 +30,4 @@ noise_window noise_of_stretch(const complex_signal &spectrum, long long first, l
 //   2. Where every stretch holds signal, the level is that of the quietest ones, and too high.
 noise_window noise_stretch(const complex_signal &spectrum);
 
-} // namespace tools
+} // namespace engine

@@ -9,7 +9,6 @@
 #include "files/spectra/point_range.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
-#include "files/measured/noise_window.h"
 #include "files/measured/open_source.h"
 #include "files/measured/text_items.h"
 
@@ -256,18 +255,19 @@ static nlohmann::ordered_json common_items(const spectrum_source &source, bool c
 }
 
 struct noise_choice {
-    noise_window window;
+    engine::noise_window window;
     std::string chosen_by, method;
 };
 
 static noise_choice choose_noise(const complex_signal &spectrum, const point_stretch &asked,
                                  const point_stretch &known) {
     if (asked)
-        return {noise_of_stretch(spectrum, asked->first, asked->second + 1), "option", "--noise"};
+        return {engine::noise_of_stretch(spectrum, asked->first, asked->second + 1), "option",
+                "--noise"};
     if (known)
-        return {noise_of_stretch(spectrum, known->first, known->second + 1), "metadata",
+        return {engine::noise_of_stretch(spectrum, known->first, known->second + 1), "metadata",
                 "stretch named in the JSON"};
-    return {noise_stretch(spectrum), "quietest stretch",
+    return {engine::noise_stretch(spectrum), "quietest stretch",
             "of the quietest stretches of n/8 points, which differ by no more than noise does, the "
             "one nearest to their median spread, without the outermost n/8 at each side unless all "
             "others hold lines"};
@@ -312,8 +312,8 @@ complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measur
     return centred_spectrum(std::move(fid), 0.5);
 }
 
-noise_window spectrum_conversion::describe(const complex_signal &spectrum,
-                                           nlohmann::ordered_json &sidecar) {
+engine::noise_window spectrum_conversion::describe(const complex_signal &spectrum,
+                                                   nlohmann::ordered_json &sidecar) {
     const noise_choice noise = choose_noise(spectrum, asked_noise_, known_noise_);
     if (!asked_noise_ && !known_noise_) ++unknown_noise_;
     sidecar["noise_window"] = {
@@ -452,7 +452,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
             }
             const complex_signal spectrum =
                 conversion.spectrum_of(std::move(fid), own.eddy ? shape : nullptr, &sidecar);
-            const noise_window noise = conversion.describe(spectrum, sidecar);
+            const engine::noise_window noise = conversion.describe(spectrum, sidecar);
 
             if (!folder_was_there) make_folder(own.folder);
             const std::string signal_name = (folder / (name + ".bin")).string();

@@ -4,7 +4,8 @@
 
 #include "files/measured/choose_spectra.h"
 #include "files/measured/condition_fid.h"
-#include "files/measured/noise_window.h"
+
+#include "engine/noise_window.h"
 
 #include <optional>
 #include <string>
@@ -52,7 +53,7 @@ class spectrum_conversion {
     complex_signal spectrum_of(complex_signal fid, const measured_lineshape *eddy,
                                nlohmann::ordered_json *sidecar) const;
     // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
-    noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
+    engine::noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
     // What a user should know about the conversion, a sentence each.
     std::vector<std::string> remarks() const;
 
