@@ -1,0 +1,459 @@
+/* SPDX-License-Identifier: BSD-3-Clause
+ *
+ * test_c_interface.c -- the C interface as a C89 compiler sees it: every function, what it refuses,
+ * and the same bits from every thread
+ */
+#include <varokel.h>
+
+#include <math.h>
+#include <pthread.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#define N 256
+static const double hz = 2.0; /* per point */
+static const double pi = 3.14159265358979323846;
+
+static int failures = 0;
+static void check(int holds, const char *what, int line) {
+    if (holds) return;
+    ++failures;
+    fprintf(stderr, "line %d: not so: %s\n", line, what);
+}
+#define CHECK(what) check((what), #what, __LINE__)
+
+static int near_to(double got, double wanted, double tolerance) {
+    if (fabs(got - wanted) <= tolerance) return 1;
+    fprintf(stderr, "got %.17g, wanted %.17g within %g\n", got, wanted, tolerance);
+    return 0;
+}
+
+/* By the definition, point by point: the centred spectrum of a Voigt line's decay. */
+static void spectrum_by_definition(double area, double f, double gauss, double phase,
+                                   double lorentz, double first_order, int ignored, int kept,
+                                   double *out) {
+    static double decay[2 * N];
+    const double d = first_order / 360.0, g = gauss / hz / 1.67, L = lorentz / hz, point = f / hz;
+    int n, j;
+    for (n = 0; n < N; ++n) {
+        const double t = (n + d) / N, w = 2.0 * pi * (point + N / 2);
+        const double psi = w * d / N + pi * phase / 180.0 - pi * d;
+        double size = area * exp(-pi * pi * g * g * t * t - pi * L * t);
+        if (n == 0) size *= 0.5;
+        if (n < ignored || (kept > 0 && n >= kept)) size = 0.0;
+        decay[2 * n] = size * cos(w * n / N + psi);
+        decay[2 * n + 1] = size * sin(w * n / N + psi);
+    }
+    for (j = 0; j < N; ++j) {
+        double re = 0.0, im = 0.0;
+        for (n = 0; n < N; ++n) {
+            const double a = -2.0 * pi * ((j + N / 2) % N) * n / N;
+            re += decay[2 * n] * cos(a) - decay[2 * n + 1] * sin(a);
+            im += decay[2 * n] * sin(a) + decay[2 * n + 1] * cos(a);
+        }
+        out[2 * j] = re / N;
+        out[2 * j + 1] = im / N;
+    }
+}
+
+static double noise(void) {
+    static unsigned long state = 7;
+    double sum = -6.0;
+    int i;
+    for (i = 0; i < 12; ++i) {
+        state = (state * 1103515245ul + 12345ul) & 0x7ffffffful;
+        sum += (double)state / 2147483648.0;
+    }
+    return sum;
+}
+
+static int add(varokel_problem *p, const char *name, int line, double area, double f, double gauss,
+               double phase, double lorentz) {
+    int entry = -1;
+    CHECK(varokel_problem_add_entry(p, name, line, &entry) == VAROKEL_OK);
+    CHECK(varokel_problem_set_free(p, entry, VAROKEL_AREA, area) == VAROKEL_OK);
+    CHECK(varokel_problem_set_free(p, entry, VAROKEL_FREQUENCY, f) == VAROKEL_OK);
+    CHECK(varokel_problem_set_free(p, entry, VAROKEL_GAUSS_WIDTH, gauss) == VAROKEL_OK);
+    CHECK(varokel_problem_set_free(p, entry, VAROKEL_PHASE, phase) == VAROKEL_OK);
+    CHECK(varokel_problem_set_free(p, entry, VAROKEL_LORENTZ_WIDTH, lorentz) == VAROKEL_OK);
+    return entry;
+}
+
+/* A Voigt line and a Lorentzian that follows its phase, with noise. */
+static double data[2 * N];
+static const double noise_sd = 0.01;
+static varokel_problem *two_lines(void) {
+    static double second[2 * N];
+    varokel_problem *p = NULL;
+    int i;
+    spectrum_by_definition(5.0, 180.0, 12.0, 20.0, 8.0, 0.0, 0, 0, data);
+    spectrum_by_definition(3.0, 320.0, 0.0, 20.0, 10.0, 0.0, 0, 0, second);
+    for (i = 0; i < 2 * N; ++i) data[i] += second[i] + noise_sd * noise();
+    CHECK(varokel_problem_create(N, hz, &p) == VAROKEL_OK);
+    CHECK(varokel_problem_set_spectrum(p, data, N) == VAROKEL_OK);
+    CHECK(varokel_problem_set_noise_sd(p, noise_sd) == VAROKEL_OK);
+    add(p, "PCr", VAROKEL_VOIGT, 4.0, 184.0, 8.0, 0.0, 8.0);
+    add(p, "ATP1", VAROKEL_LORENTZIAN, 4.0, 316.0, 99.0, 0.0, 8.0);
+    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_PHASE, 0, 1.0, 0.0) == VAROKEL_OK);
+    return p;
+}
+
+static void values_errors_and_curves(void) {
+    static const double truth[2][VAROKEL_QUANTITIES] = {{5.0, 180.0, 12.0, 20.0, 8.0},
+                                                        {3.0, 320.0, 0.0, 20.0, 10.0}};
+    static double whole[2 * N], part[2 * N], rest = 0.0;
+    double values[2][5], errors[2][5], covariance[10][10], value, error;
+    varokel_problem *p = two_lines();
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    int i, j, k;
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_OK);
+    CHECK(strcmp(varokel_workspace_message(w), "") == 0);
+    CHECK(varokel_fit_verdict(fit) == VAROKEL_OPTIMUM && varokel_fit_reasons(fit) == 0);
+    CHECK(varokel_fit_entries(fit) == 2 && varokel_fit_points(fit) == N);
+    CHECK(varokel_fit_values(fit, &values[0][0], 10) == VAROKEL_OK);
+    CHECK(varokel_fit_errors(fit, &errors[0][0], 10) == VAROKEL_OK);
+    CHECK(varokel_fit_covariance(fit, &covariance[0][0], 100) == VAROKEL_OK);
+    for (i = 0; i < 10; ++i) {
+        /* four standard deviations: one of 16,000 fits has a parameter further off */
+        CHECK(near_to(values[i / 5][i % 5], truth[i / 5][i % 5], 4.0 * errors[i / 5][i % 5]));
+        CHECK(near_to(covariance[i][i], pow(errors[i / 5][i % 5], 2.0), 1e-12 * covariance[i][i]));
+        for (j = 0; j < 10; ++j) CHECK(covariance[i][j] == covariance[j][i]);
+    }
+    CHECK(errors[0][VAROKEL_GAUSS_WIDTH] > 0.0 && errors[1][VAROKEL_GAUSS_WIDTH] == 0.0);
+    CHECK(values[1][VAROKEL_PHASE] == values[0][VAROKEL_PHASE]);
+    CHECK(errors[1][VAROKEL_PHASE] == errors[0][VAROKEL_PHASE]);
+    CHECK(near_to(varokel_fit_quality(fit), 1.0, 0.15)); /* 502 numbers: 3 % */
+    CHECK(varokel_fit_expected_decrease(fit) <= 1e-4);
+    CHECK(varokel_fit_linearizations(fit) > 0 && varokel_fit_evaluations(fit) > 0);
+
+    /* curves: those of the values, by the definition; their sum is the model */
+    CHECK(varokel_fit_spectrum(fit, w, VAROKEL_ALL_ENTRIES, whole, 2 * N) == VAROKEL_OK);
+    for (i = 0; i < 2 * N; ++i) rest += pow((data[i] - whole[i]) / noise_sd, 2.0);
+    CHECK(near_to(rest, varokel_fit_sum_of_squares(fit), 1e-9 * rest));
+    for (k = 0; k < 2; ++k) {
+        static double wanted[2 * N];
+        const double *v = values[k];
+        CHECK(varokel_fit_spectrum(fit, w, k, part, 2 * N) == VAROKEL_OK);
+        spectrum_by_definition(v[0], v[1], v[2], v[3], v[4], 0.0, 0, 0, wanted);
+        for (i = 0; i < 2 * N; ++i) {
+            /* rounding of a sum of 256 terms of size 5 / 256 */
+            CHECK(near_to(part[i], wanted[i], 1e-13));
+            whole[i] -= part[i];
+        }
+    }
+    for (i = 0; i < 2 * N; ++i) CHECK(near_to(whole[i], 0.0, 1e-14));
+
+    /* expressions */
+    CHECK(varokel_fit_derive(fit, w, "PCr + 2*ATP", &value, &error) == VAROKEL_OK);
+    CHECK(near_to(value, values[0][0] + 2.0 * values[1][0], 1e-14));
+    CHECK(near_to(error * error, covariance[0][0] + 4.0 * covariance[0][5] + 4.0 * covariance[5][5],
+                  1e-15));
+    CHECK(varokel_fit_derive(fit, w, "frequency(#2)-frequency(#1)", &value, &error) == VAROKEL_OK);
+    CHECK(near_to(value, 140.0, 4.0 * error));
+    CHECK(near_to(error * error, covariance[1][1] - 2.0 * covariance[1][6] + covariance[6][6],
+                  1e-14));
+    CHECK(varokel_fit_derive(fit, w, "gauss_width(PCr)", &value, &error) == VAROKEL_OK);
+    CHECK(near_to(value, values[0][2], 1e-13) && near_to(error, errors[0][2], 1e-13));
+    CHECK(varokel_fit_derive(fit, w, "PCr", NULL, NULL) == VAROKEL_OK);
+    CHECK(varokel_fit_derive(fit, w, "Pi/PCr", &value, &error) == VAROKEL_BAD_EXPRESSION);
+    CHECK(strstr(varokel_workspace_message(w), "character 1: no entry \"Pi\" in the fit") != NULL);
+
+    /* what is refused leaves what it would have changed */
+    values[0][0] = -1.0;
+    CHECK(varokel_fit_values(fit, &values[0][0], 9) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_errors(fit, NULL, 10) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_covariance(fit, &covariance[0][0], 99) == VAROKEL_BAD_ARGUMENT);
+    CHECK(values[0][0] == -1.0);
+    CHECK(varokel_fit_spectrum(fit, w, 2, part, 2 * N) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_spectrum(fit, w, -2, part, 2 * N) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_spectrum(fit, w, 0, part, 2 * N - 1) == VAROKEL_BAD_ARGUMENT);
+    varokel_fit_destroy(fit);
+    varokel_workspace_destroy(w);
+    varokel_problem_destroy(p);
+}
+
+/* Everything a problem can say, as the spectrum of its start values. */
+static void settings_of_a_problem(void) {
+    static double got[2 * N], wanted[2 * N], decay[2 * N];
+    static const double middle[6] = {0.1, 0.0, 1.0, 0.0, 0.1, 0.0};
+    double coefficients[6];
+    varokel_problem *p = NULL, *copy = NULL;
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    int i, index = -1;
+    CHECK(varokel_problem_create(N, hz, &p) == VAROKEL_OK);
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+    add(p, "V", VAROKEL_VOIGT, 2.0, 100.0, 12.0, 30.0, 8.0);
+    CHECK(varokel_problem_set_first_order_phase(p, 1224.0) == VAROKEL_OK);
+    CHECK(varokel_problem_set_truncation(p, 3, 200) == VAROKEL_OK);
+    CHECK(varokel_problem_copy(p, &copy) == VAROKEL_OK);
+    CHECK(varokel_problem_spectrum(p, w, VAROKEL_ALL_ENTRIES, got, 2 * N) == VAROKEL_OK);
+    spectrum_by_definition(2.0, 100.0, 12.0, 30.0, 8.0, 1224.0, 3, 200, wanted);
+    for (i = 0; i < 2 * N; ++i) CHECK(near_to(got[i], wanted[i], 1e-13));
+
+    /* a pattern that is a decay of 1 with half a band taken off, as files have it: a line at its
+     * frequency; and a lineshape of 4 Hz that broadens it */
+    CHECK(varokel_problem_set_truncation(copy, 0, 0) == VAROKEL_OK);
+    CHECK(varokel_problem_set_first_order_phase(copy, 0.0) == VAROKEL_OK);
+    for (i = 0; i < N; ++i) {
+        decay[2 * i] = i % 2 == 0 ? 1.0 : -1.0;
+        decay[2 * i + 1] = 0.0;
+    }
+    CHECK(varokel_problem_add_pattern(copy, decay, N, &index) == VAROKEL_OK && index == 0);
+    for (i = 0; i < N; ++i) {
+        decay[2 * i] = exp(-pi * 4.0 / hz * i / N);
+        decay[2 * i + 1] = 0.0;
+    }
+    CHECK(varokel_problem_set_measured_lineshape(copy, decay, N) == VAROKEL_OK);
+    add(copy, "P", VAROKEL_PATTERN, 2.0, 100.0, 12.0, 30.0, 8.0);
+    CHECK(varokel_problem_set_entry_pattern(copy, 1, index) == VAROKEL_OK);
+    spectrum_by_definition(2.0, 100.0, 12.0, 30.0, 12.0, 0.0, 0, 0, wanted);
+    CHECK(varokel_problem_spectrum(copy, w, 1, got, 2 * N) == VAROKEL_OK);
+    for (i = 0; i < 2 * N; ++i) CHECK(near_to(got[i], wanted[i], 1e-13));
+    CHECK(varokel_problem_set_measured_lineshape(copy, NULL, 0) == VAROKEL_OK);
+    varokel_problem_destroy(copy);
+
+    /* a fitted lineshape comes back as it went in when nothing is free but it */
+    copy = two_lines();
+    CHECK(varokel_problem_set_fitted_lineshape(copy, middle, 3, 1) == VAROKEL_OK);
+    CHECK(varokel_problem_set_takes_lineshape(copy, 0, 1) == VAROKEL_OK);
+    CHECK(varokel_problem_spectrum(copy, w, VAROKEL_ALL_ENTRIES, data, 2 * N) == VAROKEL_OK);
+    CHECK(varokel_problem_set_spectrum(copy, data, N) == VAROKEL_OK);
+    CHECK(varokel_fit_find(copy, NULL, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_lineshape_coefficients(fit) == 3);
+    CHECK(varokel_fit_lineshape(fit, coefficients, 6) == VAROKEL_OK);
+    CHECK(varokel_fit_lineshape(fit, coefficients, 5) == VAROKEL_BAD_ARGUMENT);
+    for (i = 0; i < 6; ++i) CHECK(near_to(coefficients[i], middle[i], 1e-6));
+    varokel_fit_destroy(fit);
+    varokel_problem_destroy(copy);
+    varokel_problem_destroy(p);
+    varokel_workspace_destroy(w);
+}
+
+static void windows_starts_and_verdicts(void) {
+    const char *text = NULL, *name = NULL;
+    const int *entries = NULL;
+    int what = -1, count = -1, i, added = 0;
+    double number = 0.0,
+           values[2][5] = {{5.0, 181.0, 10.0, 15.0, 8.0}, {3.0, 321.0, 0.0, 15.0, 9.0}};
+    double error[2][5], sum, shift;
+    varokel_problem *p = two_lines();
+    varokel_options *options = NULL;
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    CHECK(varokel_options_create(&options) == VAROKEL_OK);
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+    CHECK(varokel_problem_set_window(p, 1, VAROKEL_LORENTZ_WIDTH, 0.0, 6.0) == VAROKEL_OK);
+    CHECK(varokel_options_set_starts(options, 3, 6) == VAROKEL_OK);
+    CHECK(varokel_options_add_start(options, "mine", &values[0][0], 10) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_values(fit, &values[0][0], 10) == VAROKEL_OK);
+    CHECK(varokel_fit_errors(fit, &error[0][0], 10) == VAROKEL_OK);
+    CHECK(near_to(values[1][VAROKEL_LORENTZ_WIDTH], 6.0, 1e-12));
+    CHECK(error[1][VAROKEL_LORENTZ_WIDTH] == 0.0);
+    for (i = 0; i < varokel_fit_reasons(fit); ++i) {
+        CHECK(varokel_fit_reason(fit, i, &what, &number, &text, &entries, &count) == VAROKEL_OK);
+        CHECK(what >= 0 && what < VAROKEL_OPTIMUM && text[0] != '\0');
+        if (what == VAROKEL_AT_BOUND) CHECK(count == 1 && entries[0] == 1 && number == 1.0);
+    }
+    CHECK(what == VAROKEL_AT_BOUND); /* the last one; a line too narrow is no fit, either */
+    CHECK(varokel_fit_reason(fit, i, NULL, NULL, NULL, NULL, NULL) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_starts(fit) >= 3);
+    for (i = 0; i < varokel_fit_starts(fit); ++i) {
+        CHECK(varokel_fit_start(fit, i, &name, &sum, &shift, NULL) == VAROKEL_OK);
+        CHECK(sum >= varokel_fit_sum_of_squares(fit) - 1e-5);
+        added += strcmp(name, "mine") == 0;
+    }
+    CHECK(added == 1);
+    varokel_fit_destroy(fit);
+
+    CHECK(varokel_options_set_most_linearizations(options, 1) == VAROKEL_OK);
+    CHECK(varokel_options_set_starts(options, 0, 0) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_verdict(fit) == VAROKEL_NOT_FINISHED);
+    CHECK(varokel_fit_expected_decrease(fit) > 1e-4);
+    varokel_fit_destroy(fit);
+
+    add(p, "third", VAROKEL_GAUSSIAN, 1.0, 100.0, 10.0, 0.0, 0.0);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_BAD_ARGUMENT); /* a start of two */
+    CHECK(strstr(varokel_workspace_message(w), "\"mine\"") != NULL);
+    varokel_options_destroy(options);
+    varokel_problem_destroy(p);
+    varokel_workspace_destroy(w);
+}
+
+static void intervals_and_channels(void) {
+    static double other[2 * N];
+    double values[2][2][5], errors[2][5];
+    varokel_problem *p = two_lines();
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    int i, turn;
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+    CHECK(varokel_problem_add_interval(p, 60, 200) == VAROKEL_OK);
+    CHECK(varokel_problem_set_channel(p, VAROKEL_ABSORPTION) == VAROKEL_OK);
+    for (turn = 0; turn < 2; ++turn) { /* what is not fitted has no say */
+        CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_OK);
+        CHECK(varokel_fit_values(fit, &values[turn][0][0], 10) == VAROKEL_OK);
+        CHECK(varokel_fit_errors(fit, &errors[0][0], 10) == VAROKEL_OK);
+        varokel_fit_destroy(fit);
+        memcpy(other, data, sizeof other);
+        for (i = 0; i < N; ++i) {
+            if (i < 60 || i > 200) other[2 * i] = 50.0;
+            other[2 * i + 1] = -70.0;
+        }
+        CHECK(varokel_problem_set_spectrum(p, other, N) == VAROKEL_OK);
+    }
+    /* but for where broadened starts begin; a search leaves 1e-3 of an error */
+    for (i = 0; i < 10; ++i)
+        CHECK(
+            near_to(values[1][i / 5][i % 5], values[0][i / 5][i % 5], 2e-3 * errors[i / 5][i % 5]));
+    CHECK(varokel_problem_clear_intervals(p) == VAROKEL_OK);
+    CHECK(varokel_problem_set_channel(p, VAROKEL_BOTH) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_verdict(fit) != VAROKEL_OPTIMUM); /* now it has */
+    varokel_fit_destroy(fit);
+    varokel_problem_destroy(p);
+    varokel_workspace_destroy(w);
+}
+
+static void what_is_refused(void) {
+    static double bad[2 * N];
+    double x;
+    int i;
+    varokel_problem *p = two_lines();
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+    CHECK(varokel_problem_create(100, hz, &p) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_create(N, 0.0, &p) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_create(N, HUGE_VAL, &p) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_create(N, hz, NULL) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_spectrum(p, data, N / 2) == VAROKEL_BAD_ARGUMENT);
+    CHECK(strcmp(varokel_problem_message(p), "the spectrum has 128 points, not 256") == 0);
+    CHECK(varokel_problem_set_spectrum(p, NULL, N) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_noise_sd(p, 0.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_noise_sd(p, HUGE_VAL - HUGE_VAL) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_truncation(p, N, 0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_truncation(p, 8, 8) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_channel(p, 3) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_add_interval(p, 5, 4) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_add_interval(p, 0, N) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_add_entry(p, NULL, 5, NULL) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_entry_pattern(p, 0, 0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_free(p, 2, VAROKEL_AREA, 1.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_free(p, 0, VAROKEL_QUANTITIES, 1.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_entries(p) == 2);
+
+    memcpy(bad, data, sizeof bad);
+    bad[2 * 5 + 1] = HUGE_VAL;
+    CHECK(varokel_problem_set_spectrum(p, bad, N) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_BAD_PROBLEM && fit == NULL);
+    CHECK(strstr(varokel_workspace_message(w), "point 5 of the spectrum is not finite") != NULL);
+    CHECK(varokel_workspace_failed_entry(w) == -1);
+    CHECK(varokel_problem_set_spectrum(p, data, N) == VAROKEL_OK);
+    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_AREA, 1, 1.0, 0.0) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_BAD_PROBLEM && fit == NULL);
+    CHECK(varokel_workspace_failed_entry(w) == 1);
+    CHECK(varokel_problem_spectrum(p, w, 0, bad, 2 * N) == VAROKEL_BAD_PROBLEM);
+
+    /* null pointers */
+    CHECK(varokel_fit_find(NULL, NULL, w, &fit) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_find(p, NULL, NULL, &fit) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_find(p, NULL, w, NULL) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_free(NULL, 0, 0, 1.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_derive(NULL, w, "1", &x, &x) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_values(NULL, &x, 1) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_fit_entries(NULL) == 0 && varokel_fit_verdict(NULL) == -1);
+    CHECK(varokel_problem_message(NULL)[0] == '\0' && varokel_workspace_message(NULL)[0] == '\0');
+    varokel_problem_destroy(NULL);
+    varokel_options_destroy(NULL);
+    varokel_workspace_destroy(NULL);
+    varokel_fit_destroy(NULL);
+    for (i = VAROKEL_OK; i <= VAROKEL_FAILED + 1; ++i) CHECK(varokel_status_text(i)[0] != '\0');
+    CHECK(varokel_verdict_name(VAROKEL_OPTIMUM + 1) == NULL && varokel_verdict_name(-1) == NULL);
+    CHECK(strcmp(varokel_verdict_name(VAROKEL_OPTIMUM), "optimum") == 0);
+    varokel_problem_destroy(p);
+    varokel_workspace_destroy(w);
+}
+
+static void spectra_of_decays(void) {
+    static double fid[2 * N], back[2 * N], spectrum[2 * N];
+    double sd, mean = 0.0, squares = 0.0;
+    int i, first = -1, last = -1;
+    for (i = 0; i < N; ++i) { /* a line 40 Hz above the carrier: point 148 */
+        fid[2 * i] = exp(-0.05 * i) * cos(2.0 * pi * 20.0 * i / N);
+        fid[2 * i + 1] = exp(-0.05 * i) * sin(2.0 * pi * 20.0 * i / N);
+    }
+    CHECK(varokel_spectrum_of_fid(fid, N, N, spectrum) == VAROKEL_OK);
+    for (i = 0; i < N; ++i) CHECK(spectrum[2 * i] <= spectrum[2 * 148]);
+    for (i = 0; i < N; ++i) mean += spectrum[2 * i];
+    CHECK(near_to(mean, 0.5, 1e-12)); /* half of the area */
+    CHECK(varokel_fid_of_spectrum(spectrum, N, back) == VAROKEL_OK);
+    for (i = 0; i < 2 * N; ++i) CHECK(near_to(back[i], fid[i], 1e-13));
+    CHECK(varokel_spectrum_of_fid(fid, 100, N, spectrum) == VAROKEL_OK); /* filled with zeros */
+    CHECK(varokel_fid_of_spectrum(spectrum, N, back) == VAROKEL_OK);
+    for (i = 0; i < 2 * N; ++i) CHECK(near_to(back[i], i < 200 ? fid[i] : 0.0, 1e-13));
+    CHECK(varokel_spectrum_of_fid(fid, N, 100, spectrum) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_spectrum_of_fid(fid, 0, N, spectrum) == VAROKEL_BAD_ARGUMENT);
+
+    for (i = 0; i < 2 * N; ++i) spectrum[i] = noise() + (i >= 200 && i < 300 ? 90.0 + i : 7.0);
+    CHECK(varokel_noise_window(spectrum, N, &first, &last) == VAROKEL_OK);
+    CHECK(last - first + 1 == N / 8 && first >= 0 && last < N && (last < 100 || first >= 150));
+    mean = 0.0;
+    for (i = first; i <= last; ++i) mean += spectrum[2 * i] / (last - first + 1);
+    for (i = first; i <= last; ++i) squares += pow(spectrum[2 * i] - mean, 2.0);
+    CHECK(varokel_noise_sd(spectrum, N, first, last, &sd) == VAROKEL_OK);
+    CHECK(near_to(sd, sqrt(squares / (last - first + 1)), 1e-13));
+    CHECK(varokel_noise_sd(spectrum, N, 0, N, &sd) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_noise_sd(spectrum, N, 9, 8, &sd) == VAROKEL_BAD_ARGUMENT);
+}
+
+static const varokel_problem *shared;
+static void *fit_in_a_thread(void *place) {
+    double *values = (double *)place;
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    int i;
+    if (varokel_workspace_create(&w) != VAROKEL_OK) return NULL;
+    for (i = 0; i < 5; ++i) {
+        if (varokel_fit_find(shared, NULL, w, &fit) != VAROKEL_OK) return NULL;
+        varokel_fit_values(fit, values, 10);
+        varokel_fit_errors(fit, values + 10, 10);
+        varokel_fit_destroy(fit);
+    }
+    varokel_workspace_destroy(w);
+    return NULL;
+}
+
+static void the_same_bits_from_every_thread(void) {
+    static double values[4][20];
+    pthread_t threads[4];
+    varokel_problem *p = two_lines();
+    int i;
+    shared = p;
+    for (i = 0; i < 4; ++i)
+        CHECK(pthread_create(&threads[i], NULL, fit_in_a_thread, values[i]) == 0);
+    for (i = 0; i < 4; ++i) pthread_join(threads[i], NULL);
+    CHECK(values[0][0] > 4.0);
+    for (i = 1; i < 4; ++i) CHECK(memcmp(values[0], values[i], sizeof values[0]) == 0);
+    varokel_problem_destroy(p);
+}
+
+int main(void) {
+    char begins[32];
+    sprintf(begins, "%d.%d.", VAROKEL_VERSION_MAJOR, VAROKEL_VERSION_MINOR);
+    CHECK(strncmp(varokel_version(), begins, strlen(begins)) == 0);
+    spectra_of_decays();
+    values_errors_and_curves();
+    settings_of_a_problem();
+    windows_starts_and_verdicts();
+    intervals_and_channels();
+    what_is_refused();
+    the_same_bits_from_every_thread();
+    printf("%d failures\n", failures);
+    return failures > 0;
+}
