@@ -2,6 +2,8 @@
 // derived.cpp -- values that follow from fitted ones, with their errors
 #include "engine/derived.h"
 
+#include "kernel/elementary.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -44,7 +46,7 @@ void multiply(derived_value &a, const derived_value &b, bool divide) {
 
 void take_log10(derived_value &a) {
     const double slope = 1.0 / (a.value * std::numbers::ln10);
-    a.value = std::log10(a.value);
+    a.value = kernel::log(a.value) / std::numbers::ln10;
     for (values_of_entry &of_entry : a.by)
         for (double &d : of_entry) d *= slope;
 }
