@@ -4,25 +4,27 @@
 #include "files/base/tool_error.h"
 
 #include <filesystem>
-#include <fstream>
 
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace tools {
 
-output_batch::~output_batch() {
-    std::error_code ignored;
-    for (const part &each : parts_) std::filesystem::remove(each.written, ignored);
+static constexpr std::size_t most_open = 256; // descriptors; beyond, files have names of ours
+
+void output_batch::add_inputs(const std::vector<std::string> &inputs) {
+    for (const std::string &input : inputs)
+        if (struct stat facts = {}; stat(input.c_str(), &facts) == 0)
+            inputs_.emplace(std::pair(facts.st_dev, facts.st_ino), input);
 }
 
 void output_batch::refuse_overwriting(const std::string &name) const {
     std::error_code error;
-    if (!std::filesystem::exists(name, error)) return;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(name, error))) return;
     if (!std::filesystem::is_regular_file(name, error)) // a rename would replace a device
         throw tool_error(bad_output, name + ": no plain file; expected the name of one");
-    for (const std::string &input : inputs_)
-        if (std::filesystem::equivalent(name, input, error))
-            throw tool_error(bad_output, name + ": would overwrite its own input " + input +
+    if (struct stat facts = {}; stat(name.c_str(), &facts) == 0)
+        if (const auto input = inputs_.find({facts.st_dev, facts.st_ino}); input != inputs_.end())
+            throw tool_error(bad_output, name + ": would overwrite its own input " + input->second +
                                              "; choose another output");
     if (!force_)
         throw tool_error(bad_output,
@@ -31,22 +33,19 @@ void output_batch::refuse_overwriting(const std::string &name) const {
 
 void output_batch::add(const output_file &file) {
     refuse_overwriting(file.name);
-    parts_.push_back({file.name + ".part" + std::to_string(getpid()), file.name});
-    std::ofstream stream(parts_.back().written, std::ios::binary | std::ios::trunc);
-    stream.write(file.bytes.data(), static_cast<std::streamsize>(file.bytes.size()));
-    stream.close();
-    if (!stream)
-        throw tool_error(bad_output, file.name + ": cannot be written; does the folder exist, is "
-                                                 "it yours, is the disk full?");
+    part_file part(file.name);
+    part.add(file.bytes);
+    part.flush();
+    if (parts_.size() >= most_open) part.close();
+    parts_.push_back(std::move(part));
 }
 
 void output_batch::commit() {
-    std::error_code error;
-    for (const part &each : parts_) {
-        std::filesystem::rename(each.written, each.name, error);
-        if (error)
-            throw tool_error(bad_output,
-                             each.name + ": cannot be written (" + error.message() + ")");
+    for (part_file &each : parts_)
+        each.close(); // all are on the disk before the first has its name
+    for (part_file &each : parts_) {
+        refuse_overwriting(each.name()); // what is there now
+        each.finish();
     }
     parts_.clear();
 }

@@ -2,6 +2,10 @@
 // output_file.h -- result files: nothing lost, nothing half written
 #pragma once
 
+#include "files/base/own_files.h"
+
+#include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,12 +23,15 @@ class output_batch {
   public:
     // inputs: files that were read; none of them is ever overwritten. force: existing files are
     // replaced.
-    output_batch(std::vector<std::string> inputs, bool force)
-        : inputs_(std::move(inputs)), force_(force) {}
+    output_batch(const std::vector<std::string> &inputs, bool force) : force_(force) {
+        add_inputs(inputs);
+    }
     output_batch(const output_batch &) = delete;
     output_batch &operator=(const output_batch &) = delete;
-    ~output_batch(); // what was not committed is removed
+    ~output_batch() = default; // what was not committed is removed
 
+    // Files that were read, too. What is not there is left out.
+    void add_inputs(const std::vector<std::string> &inputs);
     // Errors: bad_output when the file exists and force is false, when it is one of the inputs,
     // or is no plain file.
     void refuse_overwriting(const std::string &name) const;
@@ -34,12 +41,9 @@ class output_batch {
     void commit();
 
   private:
-    struct part {
-        std::string written, name;
-    };
-    std::vector<std::string> inputs_;
+    std::map<std::pair<std::uint64_t, std::uint64_t>, std::string> inputs_; // by device and inode
     bool force_;
-    std::vector<part> parts_;
+    std::vector<part_file> parts_;
 };
 
 // All files as one batch; nothing is written before all names were found free.

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/base/read_json.h"
+
+#include "files/base/plain_text.h"
+#include "files/base/tool_error.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+
+namespace tools {
+
+static constexpr std::size_t largest_file = std::size_t{1} << 28;
+
+// Brackets outside of texts.
+static int depth_of(const std::string &text) {
+    int depth = 0, deepest = 0;
+    bool quoted = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char c = text[at];
+        if (quoted) {
+            if (c == '\\')
+                ++at;
+            else if (c == '"')
+                quoted = false;
+        } else if (c == '"') {
+            quoted = true;
+        } else if (c == '[' || c == '{') {
+            deepest = std::max(deepest, ++depth);
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return deepest;
+}
+
+nlohmann::ordered_json json_of_text(const std::string &text, const std::string &file) {
+    if (depth_of(text) > deepest_json)
+        throw tool_error(bad_input, file + ": JSON nested deeper than " +
+                                        std::to_string(deepest_json) +
+                                        " levels; expected a plain document");
+    try {
+        return nlohmann::ordered_json::parse(text);
+    } catch (const nlohmann::json::exception &error) {
+        throw tool_error(bad_input, file + ": no valid JSON (" + shown_text(error.what()) + ")");
+    }
+}
+
+nlohmann::ordered_json json_of_file(const std::string &file) {
+    std::error_code error;
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream || std::filesystem::is_directory(file, error))
+        throw tool_error(bad_input, file + ": cannot be opened; expected a JSON file");
+    std::string text, piece(1 << 16, '\0');
+    while (stream && text.size() <= largest_file) {
+        stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        text.append(piece, 0, static_cast<std::size_t>(stream.gcount()));
+    }
+    if (stream.bad()) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
+    if (text.size() > largest_file)
+        throw tool_error(bad_input, file + ": larger than 256 MiB; expected a JSON file");
+    return json_of_text(text, file);
+}
+
+std::string json_text(const nlohmann::ordered_json &items, int indent, const std::string &file) {
+    try {
+        return items.dump(indent);
+    } catch (const nlohmann::json::type_error &error) {
+        throw tool_error(bad_input, file + ": a text for it is no UTF-8 (" +
+                                        shown_text(error.what()) + "); rename the file or entry");
+    }
+}
+
+nlohmann::ordered_json json_of_bytes(const std::string &bytes) {
+    if (utf8_fault(bytes) == bytes.npos) return bytes;
+    static const char digits[] = "0123456789abcdef";
+    std::string hex;
+    for (const char c : bytes) {
+        hex += digits[static_cast<unsigned char>(c) >> 4];
+        hex += digits[static_cast<unsigned char>(c) & 15];
+    }
+    return {{"hex", hex}};
+}
+
+std::string bytes_of_json(const nlohmann::ordered_json &item, const std::string &file) {
+    if (item.is_string()) return item.get<std::string>();
+    const auto refuse = [&] {
+        throw tool_error(bad_input,
+                         file + ": " +
+                             item.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) +
+                             "; expected a text, or {\"hex\": \"...\"}");
+    };
+    if (!item.is_object() || item.size() != 1 || !item.contains("hex") || !item["hex"].is_string())
+        refuse();
+    const std::string hex = item["hex"].get<std::string>();
+    if (hex.size() % 2 != 0) refuse();
+    std::string bytes;
+    for (std::size_t at = 0; at < hex.size(); at += 2) {
+        unsigned value = 0;
+        const char *const end = hex.data() + at + 2;
+        if (std::from_chars(hex.data() + at, end, value, 16).ptr != end) refuse();
+        bytes += static_cast<char>(value);
+    }
+    return bytes;
+}
+
+} // namespace tools
