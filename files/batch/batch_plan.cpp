@@ -1,18 +1,31 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/batch_plan.h"
 
+#include "files/base/plain_text.h"
+#include "files/base/read_json.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/start/read_start_file.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <optional>
+#include <unordered_set>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tools {
+
+bool is_digest(const std::string &text) {
+    return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == text.npos;
+}
 
 static const char *const state_names[] = {"fit", "all zero", "not finite"};
 
@@ -30,102 +43,335 @@ std::string line_of(const planned_spectrum &spectrum) {
 
 // Where the head ends: the line that opens the list of spectra.
 static const char list_begin[] = " \"spectra\": [\n";
+static const char list_end[] = " ]\n}\n";
+
+static constexpr std::size_t longest_head = std::size_t{1} << 28; // a million inputs
+static constexpr long long most_spectra = 100000000, most_points = 1 << 20, longest_line = 65536;
+static constexpr long long most_voxels = 1LL << 31;
+static constexpr std::size_t most_axes = 10;
+
+manifest_file::manifest_file(const std::string &name)
+    : name_(name), file_(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
+    struct stat facts = {};
+    if (file_ >= 0 && (fstat(file_, &facts) != 0 || !S_ISREG(facts.st_mode))) {
+        close(file_);
+        file_ = -1;
+    }
+    if (file_ < 0)
+        throw tool_error(bad_input, name + ": cannot be opened; expected the folder of a plan. "
+                                           "varokel-batch plan makes one");
+    if (flock(file_, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        close(file_);
+        throw tool_error(bad_output, name + ": is being replaced by a new plan; wait for its end");
+    }
+}
+
+manifest_file::~manifest_file() {
+    close(file_);
+}
+
+bool manifest_file::lock_alone() {
+    return flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+bool manifest_file::read(char *bytes, std::size_t count, long long at) const {
+    while (count > 0) {
+        const ssize_t got = pread(file_, bytes, count, at);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        bytes += got;
+        count -= static_cast<std::size_t>(got);
+        at += got;
+    }
+    return true;
+}
+
+long long manifest_file::size() const {
+    struct stat facts = {};
+    return fstat(file_, &facts) == 0 ? facts.st_size : 0;
+}
+
+long long batch_plan::voxels() const {
+    long long product = 1;
+    for (const plan_axis &axis : axes) product *= axis.size;
+    return product;
+}
+
+[[noreturn]] static void refuse_manifest(const std::string &name, const std::string &what) {
+    throw tool_error(bad_input, name + ": " + what +
+                                    "; expected the manifest as varokel-batch plan wrote it. Plan "
+                                    "again");
+}
+
+// The text up to the list of spectra; where that begins.
+static std::string text_of_head(const manifest_file &file, long long &begin) {
+    const std::string mark = std::string("\n") + list_begin;
+    const auto size = static_cast<std::size_t>(file.size());
+    std::string text;
+    while (text.size() < std::min(size, longest_head)) {
+        const std::size_t known = text.size();
+        const std::size_t more = std::min<std::size_t>(1 << 16, size - known);
+        text.resize(known + more);
+        if (!file.read(text.data() + known, more, static_cast<long long>(known))) break;
+        const std::size_t at = text.find(mark, known < mark.size() ? 0 : known - mark.size());
+        if (at == text.npos) continue;
+        begin = static_cast<long long>(at + mark.size());
+        text.resize(at + 1);
+        return text;
+    }
+    refuse_manifest(file.name(), "holds no list of spectra");
+}
+
+// The items of a head, each within its bounds.
+class head_items {
+  public:
+    head_items(const nlohmann::ordered_json &items, const std::string &file)
+        : items_(items), file_(file) {
+        if (!items.is_object()) refuse_manifest(file, "is no JSON object");
+    }
+    const nlohmann::ordered_json &item(const char *name) const {
+        const auto found = items_.find(name);
+        if (found == items_.end()) refuse(name, "missing");
+        return *found;
+    }
+    bool has(const char *name) const { return items_.contains(name); }
+    long long whole(const char *name, long long least, long long most) const {
+        const nlohmann::ordered_json &value = item(name);
+        if (!value.is_number_integer() ||
+            (value.is_number_unsigned() &&
+             value.get<std::uint64_t>() > static_cast<std::uint64_t>(most)) ||
+            value.get<long long>() < least || value.get<long long>() > most)
+            refuse(name,
+                   "no whole number from " + std::to_string(least) + " to " + std::to_string(most));
+        return value.get<long long>();
+    }
+    bool truth(const char *name) const {
+        if (!item(name).is_boolean()) refuse(name, "neither true nor false");
+        return item(name).get<bool>();
+    }
+    std::string text(const char *name) const {
+        const nlohmann::ordered_json &value = item(name);
+        if (!value.is_string() || !is_plain_text(value.get<std::string>()))
+            refuse(name, "no text of one line");
+        return value.get<std::string>();
+    }
+    std::string name(const char *item_name) const {
+        const std::string found = text(item_name);
+        if (!is_plain_name(found)) refuse(item_name, "no plain name");
+        return found;
+    }
+    std::string digest(const char *name) const {
+        const std::string found = text(name);
+        if (!is_digest(found)) refuse(name, "no digest");
+        return found;
+    }
+    const nlohmann::ordered_json &list(const char *name) const {
+        if (!item(name).is_array()) refuse(name, "no list");
+        return item(name);
+    }
+    std::optional<double> number(const char *name, bool positive) const {
+        if (!has(name) || item(name).is_null()) return std::nullopt;
+        if (!item(name).is_number() || !std::isfinite(item(name).get<double>()) ||
+            (positive && !(item(name).get<double>() > 0.0)))
+            refuse(name, positive ? "no number above 0" : "no number");
+        return item(name).get<double>();
+    }
+    [[noreturn]] void refuse(const char *name, const std::string &what) const {
+        refuse_manifest(file_, std::string("item ") + name + " is " + what);
+    }
+
+  private:
+    const nlohmann::ordered_json &items_;
+    std::string file_;
+};
+
+static void read_axes(batch_plan &plan, const head_items &items, const std::string &file) {
+    long long voxels = 1;
+    int spatial = 0;
+    for (const auto &each : items.list("axes")) {
+        const head_items axis(each, file);
+        plan.axes.push_back(
+            {axis.text("name"), axis.whole("size", 1, most_voxels), axis.truth("spatial")});
+        if (plan.axes.size() > most_axes || plan.axes.back().size > most_voxels / voxels)
+            items.refuse("axes", "larger than any measurement");
+        voxels *= plan.axes.back().size;
+        if (plan.axes.back().spatial) ++spatial;
+    }
+    if (plan.grid && spatial != 3) items.refuse("grid", "true without three directions in space");
+}
+
+// Everything in the head that a program uses. Digests of files are compared by the caller.
+static void read_head(batch_plan &plan, const std::string &file) {
+    const head_items items(plan.head, file);
+    if (items.whole("format", 0, 1000000) != batch_format)
+        refuse_manifest(file, "is of another version of this program");
+    plan.spectra = items.whole("count", 1, most_spectra);
+    plan.blocks = items.whole("blocks", 1, plan.spectra);
+    plan.points = items.whole("points", 2, most_points);
+    plan.keep = items.whole("keep", 0, plan.spectra);
+    plan.line_bytes = items.whole("line_bytes", 2, longest_line);
+    plan.list_sha256 = items.digest("list_sha256");
+    plan.grid = items.truth("grid");
+    plan.values = items.text("values");
+    if (plan.values != "same" && plan.values != "estimate" && plan.values != "neighbour")
+        items.refuse("values", "none of same, estimate and neighbour");
+    read_axes(plan, items, file);
+    for (const auto &entry : items.list("entries")) {
+        if (!entry.is_string() || !is_plain_text(entry.get<std::string>()))
+            items.refuse("entries", "no list of names");
+        plan.entry_names.push_back(entry.get<std::string>());
+    }
+    const head_items scale(items.item("scale"), file);
+    plan.scale.hz_per_point = scale.number("hz_per_point", true);
+    plan.scale.mhz = scale.number("spectrometer_mhz", true);
+    plan.scale.ppm_at_carrier = scale.number("ppm_at_carrier", false);
+    plan.scale.ppm_rises_with_points =
+        !scale.has("ppm_rises_with_points") || scale.truth("ppm_rises_with_points");
+    if (scale.has("nucleus")) plan.scale.nucleus = scale.text("nucleus");
+    for (const auto &each : items.list("patterns")) {
+        const std::string name = head_items(each, file).name("file");
+        if (std::find(plan.pattern_files.begin(), plan.pattern_files.end(), name) !=
+            plan.pattern_files.end())
+            items.refuse("patterns", "a list with a name twice");
+        plan.pattern_files.push_back(name);
+    }
+    for (const auto &each : items.list("inputs")) {
+        const head_items input(each, file);
+        plan.inputs.push_back(
+            {bytes_of_json(input.item("file"), file), input.digest("sha256"), input.item("stamp")});
+    }
+}
+
+static void expect_same(const batch_plan &plan, const std::string &file,
+                        const std::string &digest) {
+    const std::string name = plan.file(file);
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(name, error) || sha256_of_file(name) != digest)
+        throw tool_error(bad_input, name + ": was changed since the plan was made; put the file of "
+                                           "then back, or plan again with the new one");
+}
 
 batch_plan read_plan(const std::string &folder) {
     batch_plan plan;
     plan.folder = folder;
-    const std::string name = plan.file("manifest.json");
-    std::ifstream stream(name, std::ios::binary);
-    if (!stream)
-        throw tool_error(bad_input, name + ": cannot be opened; expected the folder of a plan. "
-                                           "varokel-batch plan makes one");
-    const auto damaged = [&](const std::string &what) {
-        throw tool_error(bad_input, name + ": " + what +
-                                        "; expected the manifest as varokel-batch plan wrote it. "
-                                        "Plan again");
-    };
-    std::string head, line;
-    while (std::getline(stream, line) && line + "\n" != list_begin) {
-        head += line + "\n";
-        if (head.size() > (1U << 24)) break;
-    }
-    if (!stream) damaged("holds no list of spectra");
+    plan.file_read = std::make_shared<manifest_file>(plan.file("manifest.json"));
+    const std::string &name = plan.file_read->name();
+    const std::string head = text_of_head(*plan.file_read, plan.list_begin);
     sha256 hash;
     hash.add(head.data(), head.size());
     plan.id = hash.digits();
-    try {
-        plan.head = nlohmann::ordered_json::parse(head + " \"end\": 0 }");
-        const nlohmann::ordered_json &items = plan.head;
-        if (items.at("format") != 1) damaged("is of another version of this program");
-        plan.spectra = items.at("count").get<long long>();
-        plan.blocks = items.at("blocks").get<long long>();
-        plan.points = items.at("points").get<long long>();
-        plan.values = items.at("values").get<std::string>();
-        plan.keep = items.at("keep").get<long long>();
-        plan.grid = items.at("grid").get<bool>();
-        for (const auto &axis : items.at("axes"))
-            plan.axes.push_back({axis.at("name").get<std::string>(),
-                                 axis.at("size").get<long long>(), axis.at("spatial").get<bool>()});
-        plan.entry_names = items.at("entries").get<std::vector<std::string>>();
-        const nlohmann::ordered_json &scale = items.at("scale");
-        if (scale.contains("hz_per_point"))
-            plan.scale.hz_per_point = scale["hz_per_point"].get<double>();
-        if (scale.contains("spectrometer_mhz"))
-            plan.scale.mhz = scale["spectrometer_mhz"].get<double>();
-        if (scale.contains("ppm_at_carrier"))
-            plan.scale.ppm_at_carrier = scale["ppm_at_carrier"].get<double>();
-        plan.scale.ppm_rises_with_points = scale.value("ppm_rises_with_points", true);
-        const auto expect_same = [&](const std::string &file, const nlohmann::ordered_json &then) {
-            if (sha256_of_file(plan.file(file)) != then.get<std::string>())
-                throw tool_error(bad_input, plan.file(file) +
-                                                ": was changed since the plan was made; put the "
-                                                "file of then back, or plan again with the new "
-                                                "one");
-        };
-        expect_same("start.par", items.at("start_sha256"));
-        expect_same("sidecar.json", items.at("sidecar_sha256"));
-        if (items.contains("peaks_sha256")) expect_same("peaks.txt", items["peaks_sha256"]);
-        for (const auto &pattern : items.at("patterns"))
-            expect_same("patterns/" + pattern.at("file").get<std::string>(), pattern.at("sha256"));
-        plan.start = read_start_file(plan.file("start.par"));
-    } catch (const nlohmann::json::exception &error) {
-        damaged(error.what());
-    }
-    if (plan.spectra < 1 || plan.points < 1 || plan.start.entries.empty() ||
-        plan.entry_names.size() != plan.start.entries.size())
-        damaged("has no spectra, no entries or not a name for each");
+    plan.head = json_of_text(head + " \"end\": 0 }", name);
+    read_head(plan, name);
+    if (plan.file_read->size() !=
+        plan.list_begin + plan.spectra * plan.line_bytes + static_cast<long long>(strlen(list_end)))
+        refuse_manifest(name, "is longer or shorter than its list of " +
+                                  std::to_string(plan.spectra) + " spectra");
+    const head_items items(plan.head, name);
+    expect_same(plan, "start.par", items.digest("start_sha256"));
+    expect_same(plan, "sidecar.json", items.digest("sidecar_sha256"));
+    expect_same(plan, "names.txt", items.digest("names_sha256"));
+    if (plan.values == "estimate" || items.has("peaks_sha256"))
+        expect_same(plan, "peaks.txt", items.digest("peaks_sha256"));
+    if (plan.grid) expect_same(plan, "voxels.nii", items.digest("voxels_sha256"));
+    for (const auto &pattern : items.list("patterns"))
+        expect_same(plan, "patterns/" + pattern["file"].get<std::string>(),
+                    head_items(pattern, name).digest("sha256"));
+    plan.start = read_start_file(plan.file("start.par"));
+    if (plan.start.entries.empty() || plan.entry_names.size() != plan.start.entries.size())
+        refuse_manifest(name, "has no entries or not a name for each");
+    if (plan.start.points != plan.points)
+        refuse_manifest(name, "has another number of points than its start file");
+    for (const start_entry &entry : plan.start.entries)
+        if (entry.type == pattern_entry &&
+            std::find(plan.pattern_files.begin(), plan.pattern_files.end(), entry.pattern_file) ==
+                plan.pattern_files.end())
+            refuse_manifest(name, "lacks a pattern that its start file names");
     return plan;
 }
 
-plan_lines::plan_lines(const batch_plan &plan)
-    : plan_(plan), file_(std::fopen(plan.file("manifest.json").c_str(), "rb")) {
-    const std::string name = plan.file("manifest.json");
-    if (file_ == nullptr) throw tool_error(bad_input, name + ": cannot be opened");
-    length_ = plan.head.at("line_bytes").get<long long>();
-    char line[65536];
-    while (std::fgets(line, sizeof line, file_) != nullptr && std::strcmp(line, list_begin) != 0) {
+replaced_plan::replaced_plan(const std::string &folder) {
+    const std::string name = folder + "/manifest.json";
+    try {
+        file = std::make_shared<manifest_file>(name);
+        long long begin = 0;
+        const nlohmann::ordered_json head =
+            json_of_text(text_of_head(*file, begin) + " \"end\": 0 }", name);
+        const head_items items(head, name);
+        items.whole("format", 1, batch_format);
+        if (!items.text("program").starts_with("varokel-batch "))
+            items.refuse("program", "another");
+        for (const auto &entry : items.list("entries"))
+            if (entry.is_string()) entry_names.push_back(entry.get<std::string>());
+        for (const auto &each : items.list("patterns"))
+            pattern_files.push_back(head_items(each, name).name("file"));
+    } catch (const tool_error &error) {
+        if (error.status() == bad_output) throw;
+        throw tool_error(bad_output, name +
+                                         ": not the manifest of a plan of varokel-batch; choose "
+                                         "another folder (" +
+                                         std::string(error.what()) + ")");
     }
-    begin_ = std::ftell(file_);
-    if (length_ < 2 || length_ > 65536)
-        throw tool_error(bad_input, name + ": item line_bytes is not possible; plan again");
+    if (!file->lock_alone())
+        throw tool_error(bad_output, name + ": a run or a merge works with this plan; wait for its "
+                                            "end, or end it first");
 }
 
-plan_lines::~plan_lines() {
-    if (file_ != nullptr) std::fclose(file_);
+plan_lines::plan_lines(const batch_plan &plan) : plan_(plan) {
+    const std::string &name = plan.file_read->name();
+    const auto refuse = [&](long long line, const char *what) {
+        refuse_manifest(name, "spectrum " + std::to_string(line) + " " + what);
+    };
+    std::vector<bool> seen(static_cast<std::size_t>(plan.spectra), false);
+    std::unordered_set<std::string> names;
+    sha256 hash;
+    long long block = 0;
+    int wave = 0;
+    for (long long line = 0; line < plan.spectra; ++line) {
+        const std::string text = text_of(line);
+        const planned_spectrum spectrum = parse(text, line);
+        const std::string own = line_of(spectrum);
+        hash.add(own.data(), own.size());
+        if (seen[static_cast<std::size_t>(spectrum.number)]) refuse(line, "has a number twice");
+        seen[static_cast<std::size_t>(spectrum.number)] = true;
+        if (!names.insert(spectrum.name).second) refuse(line, "has the name of another");
+        if (spectrum.block != block) wave = 0;
+        if (spectrum.block < block || spectrum.block > block + 1 || spectrum.wave < wave ||
+            (line == 0 && spectrum.block != 0))
+            refuse(line, "is not in the order of blocks and waves");
+        block = spectrum.block;
+        wave = spectrum.wave;
+    }
+    if (block + 1 != plan.blocks)
+        refuse_manifest(name, "has another number of blocks than it says");
+    if (hash.digits() != plan.list_sha256)
+        refuse_manifest(name, "has a list of spectra that was changed");
+    if (char end[sizeof list_end] = "";
+        !plan.file_read->read(end, strlen(list_end),
+                              plan.list_begin + plan.spectra * plan.line_bytes) ||
+        std::strcmp(end, list_end) != 0)
+        refuse_manifest(name, "does not end behind its list");
 }
 
-planned_spectrum plan_lines::read(long long line) {
-    std::string text(static_cast<std::size_t>(length_), '\0');
+std::string plan_lines::text_of(long long line) const {
+    std::string text(static_cast<std::size_t>(plan_.line_bytes), '\0');
+    if (line < 0 || line >= plan_.spectra ||
+        !plan_.file_read->read(text.data(), text.size(),
+                               plan_.list_begin + line * plan_.line_bytes))
+        text.clear();
+    return text;
+}
+
+planned_spectrum plan_lines::read(long long line) const {
+    return parse(text_of(line), line);
+}
+
+planned_spectrum plan_lines::parse(const std::string &text, long long line) const {
     const auto damaged = [&] {
-        throw tool_error(bad_input, plan_.file("manifest.json") + ": spectrum " +
-                                        std::to_string(line) +
+        throw tool_error(bad_input, plan_.file_read->name() + ": spectrum " + std::to_string(line) +
                                         " does not stand where it should; expected the file as "
                                         "varokel-batch plan wrote it. Plan again");
     };
-    const long at = begin_ + static_cast<long>(line * length_);
-    if ((std::ftell(file_) != at && std::fseek(file_, at, SEEK_SET) != 0) ||
-        std::fread(text.data(), 1, text.size(), file_) != text.size() || text.back() != '\n')
-        damaged();
+    if (text.empty() || text.back() != '\n') damaged();
     planned_spectrum spectrum;
     // as line_of has it, without a JSON reader: there may be 100,000 of them
     const char *p = text.data(), *const end = p + text.size();
@@ -153,11 +399,15 @@ planned_spectrum plan_lines::read(long long line) {
     spectrum.number = number();
     expect(",\"name\":");
     const nlohmann::json name = nlohmann::json::parse(quoted(), nullptr, false);
-    if (!name.is_string()) damaged();
+    if (!name.is_string() || !is_plain_name(name.get<std::string>())) damaged();
     spectrum.name = name.get<std::string>();
     expect(",\"at\":[");
     while (p < end && *p != ']') {
+        const std::size_t axis = spectrum.at.size();
         spectrum.at.push_back(number());
+        if (axis >= plan_.axes.size() || spectrum.at.back() < 0 ||
+            spectrum.at.back() >= plan_.axes[axis].size)
+            damaged();
         if (p < end && *p == ',') ++p;
     }
     expect("],\"state\":");
@@ -170,10 +420,14 @@ planned_spectrum plan_lines::read(long long line) {
     expect(",\"block\":");
     spectrum.block = number();
     expect(",\"wave\":");
-    spectrum.wave = static_cast<int>(number());
+    const long long wave = number();
+    if (spectrum.block < 0 || spectrum.block >= plan_.blocks || wave < 0 || wave > plan_.spectra)
+        damaged();
+    spectrum.wave = static_cast<int>(wave);
     expect(",\"sha256\":\"");
     if (end - p < 64) damaged();
     spectrum.sha256.assign(p, p + 64);
+    if (!is_digest(spectrum.sha256)) damaged();
     p += 64;
     expect("\"}");
     if (spectrum.number < 0 || spectrum.number >= plan_.spectra ||
@@ -184,7 +438,7 @@ planned_spectrum plan_lines::read(long long line) {
 
 nlohmann::ordered_json stamp_of(const std::string &file) {
     struct stat facts = {};
-    if (stat(file.c_str(), &facts) != 0) return {};
+    if (stat(file.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) return {};
     return {{"bytes", facts.st_size},
             {"seconds", facts.st_mtim.tv_sec},
             {"nanoseconds", facts.st_mtim.tv_nsec}};
@@ -192,18 +446,18 @@ nlohmann::ordered_json stamp_of(const std::string &file) {
 
 std::vector<std::string> check_inputs(const batch_plan &plan) {
     std::vector<std::string> gone;
-    for (const auto &input : plan.head.at("inputs")) {
-        const std::string file = input.at("file").get<std::string>();
-        const nlohmann::ordered_json stamp = stamp_of(file);
+    for (const planned_input &input : plan.inputs) {
+        const nlohmann::ordered_json stamp = stamp_of(input.file);
         if (stamp.is_null()) {
-            gone.push_back(file);
+            gone.push_back(input.file);
             continue;
         }
-        if (stamp == input.at("stamp")) continue;
-        if (sha256_of_file(file) != input.at("sha256").get<std::string>())
+        if (stamp == input.stamp) continue;
+        if (sha256_of_file(input.file) != input.sha256)
             throw tool_error(bad_input,
-                             file + ": was changed since the plan was made; put the file of then "
-                                    "back (what is fitted stays), or plan again");
+                             input.file +
+                                 ": was changed since the plan was made; put the file of then "
+                                 "back (what is fitted stays), or plan again");
     }
     const std::string points = plan.file("spectra.f32");
     std::error_code error;
@@ -215,7 +469,7 @@ std::vector<std::string> check_inputs(const batch_plan &plan) {
 }
 
 // First line of a block, or the number of lines behind the last one.
-static long long line_of_block(const batch_plan &plan, plan_lines &lines, long long block) {
+static long long line_of_block(const batch_plan &plan, const plan_lines &lines, long long block) {
     if (plan.blocks == plan.spectra || block >= plan.blocks)
         return block >= plan.blocks ? plan.spectra : block;
     long long below = 0, above = plan.spectra;
@@ -229,7 +483,7 @@ static long long line_of_block(const batch_plan &plan, plan_lines &lines, long l
     return below;
 }
 
-std::pair<long long, long long> lines_of_shard(const batch_plan &plan, plan_lines &lines,
+std::pair<long long, long long> lines_of_shard(const batch_plan &plan, const plan_lines &lines,
                                                long long shard, long long shards) {
     return {line_of_block(plan, lines, plan.blocks * shard / shards),
             line_of_block(plan, lines, plan.blocks * (shard + 1) / shards)};

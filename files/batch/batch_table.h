@@ -26,6 +26,11 @@ enum class map_quantity {
     noise,
     iterations
 };
+static constexpr map_quantity every_map[] = {
+    map_quantity::area,          map_quantity::area_error,    map_quantity::area_percent,
+    map_quantity::frequency,     map_quantity::frequency_ppm, map_quantity::gauss_width,
+    map_quantity::lorentz_width, map_quantity::phase,         map_quantity::quality,
+    map_quantity::noise,         map_quantity::iterations};
 const char *map_name(map_quantity quantity);
 const char *map_unit(map_quantity quantity);
 

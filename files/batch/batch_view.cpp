@@ -2,9 +2,8 @@
 #include "files/batch/batch_view.h"
 
 #include "files/base/tool_error.h"
+#include "files/batch/batch_plan.h"
 #include "files/spectra/signal_file.h"
-
-#include <nlohmann/json.hpp>
 
 #include <bit>
 #include <charconv>
@@ -111,52 +110,23 @@ batch_view::batch_view(const std::string &run_folder) : folder(run_folder) {
 }
 
 void batch_view::read_manifest() {
-    const std::string file = (fs::path(folder) / "manifest.json").string();
-    std::ifstream stream(file, std::ios::binary);
-    const nlohmann::json all = nlohmann::json::parse(stream, nullptr, false);
-    try {
-        if (all.is_discarded()) throw tool_error(bad_input, file + ": no valid JSON");
-        points = all.at("points").get<long long>();
-        for (const auto &axis : all.at("axes"))
-            axes.push_back({axis.at("name").get<std::string>(), axis.at("size").get<long long>(),
-                            axis.at("spatial").get<bool>()});
-        entries = all.at("entries").get<std::vector<std::string>>();
-        const nlohmann::json &items = all.at("scale");
-        const auto number = [&](const char *item) {
-            return items.contains(item) && items[item].is_number()
-                       ? std::optional<double>(items[item].get<double>())
-                       : std::nullopt;
-        };
-        scale.hz_per_point = number("hz_per_point");
-        scale.mhz = number("spectrometer_mhz");
-        scale.ppm_at_carrier = number("ppm_at_carrier");
-        scale.ppm_rises_with_points = items.value("ppm_rises_with_points", true);
-        if (items.contains("nucleus") && items["nucleus"].is_string())
-            scale.nucleus = items["nucleus"].get<std::string>();
-        const nlohmann::json &list = all.at("spectra");
-        spectra.resize(list.size());
-        for (const auto &item : list) {
-            const auto n = item.at("number").get<std::size_t>();
-            if (n >= spectra.size() || !spectra[n].name.empty())
-                throw tool_error(bad_input, file + ": spectrum " + std::to_string(n) +
-                                                " stands there twice or is none of it");
-            spectra[n].name = item.at("name").get<std::string>();
-            spectra[n].at = item.at("at").get<std::vector<long long>>();
-            spectra[n].status = "not_fitted";
-            spectra[n].quality = spectra[n].snr = not_known;
-            if (spectra[n].at.size() != axes.size())
-                throw tool_error(bad_input,
-                                 file + ": spectrum " + spectra[n].name + " is not on the axes");
-            if (!by_name_.emplace(spectra[n].name, n).second)
-                throw tool_error(bad_input, file + ": two spectra are named " + spectra[n].name);
-        }
-    } catch (const nlohmann::json::exception &error) {
-        throw tool_error(bad_input, file + ": " + error.what() +
-                                        "; expected the manifest that varokel-batch plan wrote");
+    const batch_plan plan = read_plan(folder);
+    const plan_lines lines(plan);
+    points = plan.points;
+    for (const plan_axis &axis : plan.axes) axes.push_back({axis.name, axis.size, axis.spatial});
+    entries = plan.entry_names;
+    scale = plan.scale;
+    spectra.resize(static_cast<std::size_t>(plan.spectra));
+    for (long long line = 0; line < plan.spectra; ++line) {
+        planned_spectrum planned = lines.read(line);
+        const auto n = static_cast<std::size_t>(planned.number);
+        spectra[n].at = std::move(planned.at);
+        spectra[n].status = "not_fitted";
+        spectra[n].quality = spectra[n].snr = not_known;
+        by_name_.emplace(planned.name, n);
+        spectra[n].name = std::move(planned.name);
     }
-    if (spectra.empty() || entries.empty() || points < 2)
-        throw tool_error(bad_input, file + ": no spectra or no entries");
-    files_read.push_back(file);
+    files_read.push_back(plan.file("manifest.json"));
 }
 
 void batch_view::read_quality() {

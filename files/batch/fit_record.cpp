@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/fit_record.h"
 
+#include "files/base/plain_text.h"
+
+#include <algorithm>
 #include <cstring>
 
 namespace tools {
@@ -13,8 +16,7 @@ std::size_t record_size(std::size_t entries) {
     return fixed_size + 11 * entries * sizeof(double);
 }
 
-// Fowler-Noll-Vo, 64 bits, variant 1a.
-static std::uint64_t check_sum(const char *bytes, std::size_t count) {
+std::uint64_t check_sum(const char *bytes, std::size_t count) {
     std::uint64_t sum = 0xcbf29ce484222325ULL;
     for (std::size_t i = 0; i < count; ++i)
         sum = (sum ^ static_cast<unsigned char>(bytes[i])) * 0x100000001b3ULL;
@@ -51,8 +53,11 @@ std::string record_bytes(const fit_record &record, std::size_t entries) {
     for (const double figure : record.figures) put(bytes, at, figure);
     put(bytes, at, record.quality_before);
     put(bytes, at, record.snr);
-    std::memcpy(bytes.data() + at, record.reason.data(),
-                std::min(record.reason.size(), longest_reason));
+    std::size_t kept = std::min(record.reason.size(), longest_reason);
+    while (kept > 0 && kept < record.reason.size() &&
+           (static_cast<unsigned char>(record.reason[kept]) & 0xc0U) == 0x80U)
+        --kept; // whole characters
+    std::memcpy(bytes.data() + at, record.reason.data(), kept);
     at += longest_reason;
     for (const std::vector<double> *const list : {&record.values, &record.errors})
         for (std::size_t i = 0; i < 5 * entries; ++i) put(bytes, at, (*list)[i]);
@@ -83,11 +88,17 @@ bool read_record(const char *bytes, std::size_t entries, fit_record &record) {
     get(bytes, at, record.weighting);
     get(bytes, at, record.free_parameters);
     get(bytes, at, record.gradients);
+    if (state < static_cast<std::int32_t>(fit_state::fitted) ||
+        state > static_cast<std::int32_t>(fit_state::withdrawn) || record.iterations < 0 ||
+        record.free_parameters < 0 || record.gradients < 0)
+        return false;
     at += 8;
     for (double &figure : record.figures) get(bytes, at, figure);
     get(bytes, at, record.quality_before);
     get(bytes, at, record.snr);
-    record.reason.assign(bytes + at, strnlen(bytes + at, longest_reason));
+    record.reason = shown_text({bytes + at, strnlen(bytes + at, longest_reason)});
+    for (char &c : record.reason)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = ' ';
     at += longest_reason;
     for (std::vector<double> *const list : {&record.values, &record.errors}) {
         list->resize(5 * entries);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/shard_files.h"
 
+#include "files/base/own_files.h"
+#include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
@@ -8,11 +10,11 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <limits>
+#include <map>
+#include <tuple>
 
 #include <fcntl.h>
-#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tools {
@@ -51,32 +53,33 @@ static void append(int file, long long &end, const std::string &bytes, const std
     end += static_cast<long long>(bytes.size());
 }
 
-// A process that was just killed, and a fit of it that has not begun, may hold the lock for a
-// moment.
-static bool has_lock(int file) {
-    static constexpr int tries = 20;
-    for (int i = 0; i < tries; ++i) {
-        if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return true;
-        usleep(50000);
-    }
-    return false;
-}
-
-static void lock_or_refuse(int file, const std::string &name) {
-    if (has_lock(file)) return;
-    close(file);
-    throw tool_error(bad_output, name + ": another process works on this shard; wait for it, or "
-                                        "end it first");
-}
-
 void discard_shard(const std::string &stem) {
-    const std::string name = stem + ".journal";
-    const int file = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (file < 0) refuse_writing(name);
-    lock_or_refuse(file, name);
     for (const char *const ending : {".done", ".part", ".curves", ".fitted", ".journal"})
         unlink((stem + ending).c_str());
-    close(file);
+}
+
+long long curve_size(const batch_plan &plan) {
+    return static_cast<long long>(sizeof(curve_head)) + 8 * plan.points;
+}
+
+bool read_curve(const batch_plan &plan, const std::string &bytes, curve_head &head) {
+    if (bytes.size() != static_cast<std::size_t>(curve_size(plan))) return false;
+    std::memcpy(&head, bytes.data(), sizeof head);
+    return head.line >= 0 && head.line < plan.spectra && !std::isnan(head.quality) &&
+           head.sum == check_sum(bytes.data() + sizeof head, bytes.size() - sizeof head);
+}
+
+// A file of the shard that this process changes in place: a link would lead elsewhere.
+static int open_own(const std::string &name) {
+    const int file =
+        open(name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+    struct stat facts = {};
+    if (file >= 0 && fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_nlink == 1)
+        return file;
+    const int reason = file < 0 ? errno : EMLINK;
+    if (file >= 0) close(file);
+    errno = reason;
+    refuse_writing(name);
 }
 
 shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, long long first,
@@ -84,9 +87,7 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
     : plan_(plan), stem_(stem), first_(first), stop_(stop),
       offset_(static_cast<std::size_t>(stop - first), -1) {
     const std::string name = stem + ".journal";
-    file_ = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (file_ < 0) refuse_writing(name);
-    lock_or_refuse(file_, name);
+    file_ = open_own(name);
     const std::size_t size = record_size(plan.start.entries.size());
     char head[head_size];
     const ssize_t got = pread(file_, head, head_size, 0);
@@ -106,31 +107,39 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
     while (pread(file_, bytes.data(), size, end_) == static_cast<ssize_t>(size) &&
            read_record(bytes.data(), plan.start.entries.size(), record) && record.line >= first &&
            record.line < stop) {
-        if (offset_[at(record.line)] < 0) ++finished_;
-        offset_[at(record.line)] = end_;
+        const bool counts = record.state != fit_state::withdrawn;
+        finished_ += static_cast<int>(counts) - static_cast<int>(has(record.line));
+        offset_[at(record.line)] = counts ? end_ : -1;
         end_ += static_cast<long long>(size);
     }
     if (ftruncate(file_, end_) != 0) refuse_writing(name); // a torn end
     take_curves();
+    withdraw_without_curve();
 }
 
 void shard_journal::take_curves() {
+    kept_.clear();
     if (plan_.keep == 0) return;
     const std::string name = stem_ + ".fitted";
-    curves_ = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (curves_ < 0) refuse_writing(name);
-    const long long size = static_cast<long long>(sizeof(curve_head)) + 8 * plan_.points;
+    if (curves_ < 0) curves_ = open_own(name);
+    const long long size = curve_size(plan_);
     const long long there = lseek(curves_, 0, SEEK_END);
-    std::vector<char> seen(offset_.size(), 0);
-    for (; curves_end_ + size <= there; curves_end_ += size) {
+    // a fit that was withdrawn and done again has two curves: the later one is its own
+    std::map<long long, kept_curve> last;
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    for (curves_end_ = 0; curves_end_ + size <= there; curves_end_ += size) {
         curve_head head{};
-        if (pread(curves_, &head, sizeof head, curves_end_) != sizeof head) break;
+        if (pread(curves_, bytes.data(), bytes.size(), curves_end_) !=
+                static_cast<ssize_t>(bytes.size()) ||
+            !read_curve(plan_, bytes, head))
+            break;
         // a curve comes before its record: without one the fit is done again
-        if (head.line < first_ || head.line >= stop_ || !has(head.line) || seen[at(head.line)])
-            continue;
-        if (!wants_curve(head.quality)) continue;
-        seen[at(head.line)] = 1;
-        kept_.insert({head.quality, head.line, curves_end_});
+        if (head.line < first_ || head.line >= stop_ || !has(head.line)) continue;
+        last[head.line] = {head.quality, head.line, curves_end_};
+    }
+    for (const auto &[line, curve] : last) {
+        if (read(line).figures[0] != curve.badness || !wants_curve(curve.badness)) continue;
+        kept_.insert(curve);
         if (static_cast<long long>(kept_.size()) > plan_.keep) kept_.erase(kept_.begin());
     }
     if (ftruncate(curves_, curves_end_) != 0) refuse_writing(name);
@@ -159,7 +168,8 @@ bool shard_journal::wants_curve(double quality) const {
 
 void shard_journal::add(const fit_record &record, const std::string &curve) {
     if (!curve.empty() && wants_curve(record.figures[0])) {
-        const curve_head head{record.line, record.figures[0]};
+        const curve_head head{record.line, record.figures[0],
+                              check_sum(curve.data(), curve.size())};
         std::string bytes(reinterpret_cast<const char *>(&head), sizeof head);
         bytes += curve;
         const long long begin = curves_end_;
@@ -174,146 +184,210 @@ void shard_journal::add(const fit_record &record, const std::string &curve) {
 }
 
 void shard_journal::take_part(const finished_shard &done) {
+    check_part(plan_, done);
     part_reader part(plan_, done);
     // of the same lines in the same order, for some of them
-    std::FILE *const curves = std::fopen((stem_ + ".curves").c_str(), "rb");
+    std::FILE *const curves =
+        plan_.keep > 0 ? std::fopen((stem_ + ".curves").c_str(), "rb") : nullptr;
+    std::string bytes(static_cast<std::size_t>(curve_size(plan_)), '\0');
     curve_head head{};
-    const auto next_head = [&] {
-        if (curves == nullptr || std::fread(&head, sizeof head, 1, curves) != 1) head.line = -1;
+    const auto next_curve = [&] {
+        if (curves == nullptr || std::fread(bytes.data(), bytes.size(), 1, curves) != 1 ||
+            !read_curve(plan_, bytes, head))
+            head.line = -1;
     };
-    next_head();
-    std::string curve;
+    next_curve();
     for (long long line = done.first; line < done.stop; ++line) {
-        curve.clear();
+        std::string curve;
         if (head.line == line) {
-            curve.resize(static_cast<std::size_t>(8 * plan_.points));
-            if (std::fread(curve.data(), 1, curve.size(), curves) != curve.size()) curve.clear();
-            next_head();
+            curve = bytes.substr(sizeof head);
+            next_curve();
         }
         if (!has(line)) add(part.read(line), curve);
     }
     if (curves != nullptr) std::fclose(curves);
 }
 
-void shard_journal::drop_failed() {
-    for (long long line = first_; line < stop_; ++line)
-        if (has(line) && read(line).state == fit_state::failed) {
-            offset_[at(line)] = -1;
-            --finished_;
-        }
+void shard_journal::withdraw(const std::vector<long long> &gone) {
+    const std::size_t entries = plan_.start.entries.size();
+    for (const long long line : gone) {
+        if (!has(line)) continue;
+        append(file_, end_,
+               record_bytes(record_without_fit(line, fit_state::withdrawn, "", entries), entries),
+               stem_ + ".journal");
+        offset_[at(line)] = -1;
+        --finished_;
+    }
+    if (gone.empty()) return;
+    take_curves();
+    withdraw_without_curve();
 }
 
-// A file that appears as a whole, on the disk before its name is.
-class part_file {
+// Fits whose curve would be kept, but is not there: it was cut off, or was not good enough to be
+// kept as long as one counted that is withdrawn now.
+void shard_journal::withdraw_without_curve() {
+    if (plan_.keep == 0) return;
+    std::set<long long> there;
+    for (const kept_curve &curve : kept_) there.insert(curve.line);
+    std::vector<long long> lost;
+    for (long long line = first_; line < stop_; ++line) {
+        if (!has(line) || there.contains(line)) continue;
+        const double quality = read(line).figures[0];
+        if (std::isnan(quality)) continue;
+        if (static_cast<long long>(kept_.size()) < plan_.keep || quality > kept_.begin()->badness)
+            lost.push_back(line);
+    }
+    withdraw(lost);
+}
+
+// As the sha256 of a file that is written piece by piece.
+class digested_part {
   public:
-    explicit part_file(const std::string &name)
-        : name_(name), written_(name + ".part" + std::to_string(getpid())),
-          file_(std::fopen(written_.c_str(), "wb")) {
-        if (file_ == nullptr) refuse_writing(name_);
-    }
-    part_file(const part_file &) = delete;
-    part_file &operator=(const part_file &) = delete;
-    ~part_file() {
-        if (file_ != nullptr) std::fclose(file_);
-        if (!done_) unlink(written_.c_str());
-    }
+    explicit digested_part(const std::string &name)
+        : file_(name, " What is fitted stays, --resume goes on") {}
     void add(const std::string &bytes) {
-        if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
-            refuse_writing(name_);
+        hash_.add(bytes.data(), bytes.size());
+        file_.add(bytes);
     }
-    void finish() {
-        if (std::fflush(file_) != 0 || fsync(fileno(file_)) != 0) refuse_writing(name_);
-        std::FILE *const file = file_;
-        file_ = nullptr;
-        if (std::fclose(file) != 0 || std::rename(written_.c_str(), name_.c_str()) != 0)
-            refuse_writing(name_);
-        done_ = true;
-        const std::string folder = fs::path(name_).parent_path().string();
-        const int opened = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        if (opened >= 0) {
-            fsync(opened); // the new name
-            close(opened);
-        }
+    std::string finish() {
+        file_.finish();
+        return hash_.digits();
     }
 
   private:
-    std::string name_, written_;
-    std::FILE *file_;
-    bool done_ = false;
+    part_file file_;
+    sha256 hash_;
 };
 
 void shard_journal::finish() {
     const std::size_t entries = plan_.start.entries.size();
-    long long counts[4] = {};
+    long long counts[5] = {};
+    nlohmann::ordered_json marker;
+    marker["plan"] = plan_.id;
     {
-        part_file part(stem_ + ".part");
+        digested_part part(stem_ + ".part");
         part.add(plan_.id);
         for (long long line = first_; line < stop_; ++line) {
             const fit_record record = read(line);
             ++counts[static_cast<int>(record.state)];
             part.add(record_bytes(record, entries));
         }
-        part.finish();
+        marker["part_sha256"] = part.finish();
     }
     if (plan_.keep > 0) {
         std::vector<kept_curve> curves(kept_.begin(), kept_.end());
         std::sort(curves.begin(), curves.end(),
                   [](const kept_curve &a, const kept_curve &b) { return a.line < b.line; });
-        part_file part(stem_ + ".curves");
-        std::string bytes(sizeof(curve_head) + static_cast<std::size_t>(8 * plan_.points), '\0');
+        digested_part part(stem_ + ".curves");
+        std::string bytes(static_cast<std::size_t>(curve_size(plan_)), '\0');
         for (const kept_curve &curve : curves) {
+            curve_head head{};
             if (pread(curves_, bytes.data(), bytes.size(), curve.offset) !=
-                static_cast<ssize_t>(bytes.size()))
+                    static_cast<ssize_t>(bytes.size()) ||
+                !read_curve(plan_, bytes, head) || head.line != curve.line)
                 throw tool_error(bad_input, stem_ + ".fitted: was changed while this program works "
                                                     "on it");
             part.add(bytes);
         }
-        part.finish();
+        marker["curves_sha256"] = part.finish();
     }
-    nlohmann::ordered_json marker;
-    marker["plan"] = plan_.id;
     marker["first"] = first_;
     marker["stop"] = stop_;
     marker["fitted"] = counts[static_cast<int>(fit_state::fitted)];
     marker["failed"] = counts[static_cast<int>(fit_state::failed)];
     marker["not_tried"] = counts[static_cast<int>(fit_state::not_tried)];
-    part_file done(stem_ + ".done");
+    part_file done(stem_ + ".done", " What is fitted stays, --resume goes on");
     done.add(marker.dump() + "\n");
     done.finish();
     unlink((stem_ + ".journal").c_str());
     unlink((stem_ + ".fitted").c_str());
 }
 
-std::vector<finished_shard> finished_shards(const batch_plan &plan) {
+std::optional<std::pair<long long, long long>> shard_of_name(const std::string &name) {
+    long long shard = 0, shards = 0;
+    int length = 0;
+    if (name.size() > 60 ||
+        std::sscanf(name.c_str(), "%19lld_of_%19lld%n", &shard, &shards, &length) != 2 ||
+        shard < 0 || shard >= shards)
+        return std::nullopt;
+    const std::size_t end = static_cast<std::size_t>(length);
+    if (name.size() > end && name[end] != '.') return std::nullopt;
+    char exact[64];
+    std::snprintf(exact, sizeof exact, "%04lld_of_%04lld", shard, shards);
+    if (name.substr(0, end) != exact) return std::nullopt;
+    return std::pair(shard, shards);
+}
+
+// The only reader of a marker.
+static finished_shard read_marker(const batch_plan &plan, const plan_lines &lines,
+                                  const std::string &name) {
+    const auto refuse = [&](const std::string &what) {
+        throw tool_error(bad_input, name + ": " + what +
+                                        "; remove the files of this shard, or "
+                                        "plan into a fresh folder");
+    };
+    finished_shard shard;
+    shard.stem = name.substr(0, name.size() - std::strlen(".done"));
+    const metadata marker(name);
+    if (marker.text("plan").value_or("") != plan.id) refuse("the marker of another plan");
+    const auto digest = [&](const char *item) {
+        const std::string text = marker.text(item).value_or("");
+        if (!is_digest(text)) refuse(std::string("item ") + item + " is no digest");
+        return text;
+    };
+    shard.part_sha256 = digest("part_sha256");
+    if (plan.keep > 0) shard.curves_sha256 = digest("curves_sha256");
+    const auto count = [&](const char *item) {
+        const double value = marker.number(item).value_or(-1.0);
+        if (!(value >= 0.0 && value <= static_cast<double>(plan.spectra)) ||
+            value != std::floor(value))
+            refuse(std::string("item ") + item + " is no number of spectra of this plan");
+        return static_cast<long long>(value);
+    };
+    shard.first = count("first");
+    shard.stop = count("stop");
+    shard.fitted = count("fitted");
+    shard.failed = count("failed");
+    shard.not_tried = count("not_tried");
+    const auto named = shard_of_name(fs::path(name).filename().string());
+    if (!named || named->second > plan.blocks) {
+        refuse("no shard of this plan");
+    } else {
+        std::tie(shard.shard, shard.shards) = *named;
+        if (std::pair(shard.first, shard.stop) !=
+            lines_of_shard(plan, lines, shard.shard, shard.shards))
+            refuse("names other lines than its shard has");
+    }
+    if (shard.fitted + shard.failed + shard.not_tried != shard.stop - shard.first)
+        refuse("counts other fits than its lines");
+    return shard;
+}
+
+std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_lines &lines) {
     std::vector<finished_shard> found;
     std::error_code error;
-    for (const fs::directory_entry &file : fs::directory_iterator(plan.file("shards"), error)) {
-        if (file.path().extension() != ".done") continue;
-        finished_shard shard;
-        const std::string name = file.path().string();
-        shard.stem = name.substr(0, name.size() - 5);
-        const metadata marker(name);
-        if (std::sscanf(file.path().stem().c_str(), "%lld_of_%lld", &shard.shard, &shard.shards) !=
-                2 ||
-            marker.text("plan").value_or("") != plan.id)
-            throw tool_error(bad_input, name + ": the marker of another plan; remove the files of "
-                                               "this shard, or plan into a fresh folder");
-        const auto count = [&](const char *item) {
-            return static_cast<long long>(marker.number(item).value_or(0.0));
-        };
-        shard.first = count("first");
-        shard.stop = count("stop");
-        shard.fitted = count("fitted");
-        shard.failed = count("failed");
-        shard.not_tried = count("not_tried");
-        found.push_back(shard);
-    }
+    for (const fs::directory_entry &file : fs::directory_iterator(plan.file("shards"), error))
+        if (file.path().extension() == ".done")
+            found.push_back(read_marker(plan, lines, file.path().string()));
     std::sort(found.begin(), found.end(), [](const finished_shard &a, const finished_shard &b) {
         return a.first != b.first ? a.first < b.first
                : a.stop != b.stop ? a.stop > b.stop
                                   : a.shards < b.shards;
     });
     return found;
+}
+
+void check_part(const batch_plan &plan, const finished_shard &shard) {
+    const auto expect = [&](const std::string &name, const std::string &digest) {
+        std::error_code error;
+        if (!fs::is_regular_file(name, error) || sha256_of_file(name) != digest)
+            throw tool_error(bad_input, name +
+                                            ": missing or damaged, though its marker is there; "
+                                            "remove " +
+                                            shard.stem + ".done and run the shard again");
+    };
+    expect(shard.stem + ".part", shard.part_sha256);
+    if (plan.keep > 0) expect(shard.stem + ".curves", shard.curves_sha256);
 }
 
 part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)
@@ -336,12 +410,15 @@ part_reader::~part_reader() {
 
 const fit_record &part_reader::read(long long line) {
     const long long place = line - shard_.first;
+    if (line < shard_.first || line >= shard_.stop)
+        throw tool_error(bad_input, shard_.stem + ".part: has no line " + std::to_string(line));
     const long at =
         static_cast<long>(head_size) + static_cast<long>(place) * static_cast<long>(bytes_.size());
     // a seek throws away what is read ahead
     if ((place != next_ && std::fseek(file_, at, SEEK_SET) != 0) ||
         std::fread(bytes_.data(), 1, bytes_.size(), file_) != bytes_.size() ||
-        !read_record(bytes_.data(), plan_.start.entries.size(), record_) || record_.line != line)
+        !read_record(bytes_.data(), plan_.start.entries.size(), record_) || record_.line != line ||
+        record_.state == fit_state::withdrawn)
         throw tool_error(bad_input, shard_.stem + ".part: damaged; remove " + shard_.stem +
                                         ".done and run the shard again");
     next_ = place + 1;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // shard_files.h -- what a shard leaves: a journal while it works, then a part file and its marker
 //
+//   run/shards/0003_of_0050.lock      who works on the shard, see shard_lock.h
 //   run/shards/0003_of_0050.journal   records in the order in which fits ended
-//   run/shards/0003_of_0050.fitted    curves of fits, likewise
+//   run/shards/0003_of_0050.fitted    curves of fits, likewise, each with a check sum
 //   run/shards/0003_of_0050.part      records in the order of the manifest
 //   run/shards/0003_of_0050.curves    curves of the fits that are kept, likewise
-//   run/shards/0003_of_0050.done      JSON, written last: the other two are whole
+//   run/shards/0003_of_0050.done      JSON with the digests of the other two, written last: they
+//                                     are whole
 #pragma once
 
 #include "files/batch/fit_record.h"
@@ -23,15 +25,15 @@ std::string shard_stem(const batch_plan &plan, long long shard, long long shards
 
 // A shard that is done.
 struct finished_shard {
-    std::string stem;
+    std::string stem, part_sha256, curves_sha256; // without curves the second is empty
     long long shard = 0, shards = 1, first = 0, stop = 0, fitted = 0, failed = 0, not_tried = 0;
 };
 
 class shard_journal {
   public:
     // Opens, or goes on with, the journal of the lines first to stop - 1. A torn end is cut off.
-    // Errors: bad_input when it is of another plan; bad_output when it cannot be written, or
-    // another process works on this shard.
+    // The caller has the lock of the shard. Errors: bad_input when it is of another plan;
+    // bad_output when it cannot be written.
     shard_journal(const batch_plan &plan, const std::string &stem, long long first, long long stop);
     shard_journal(const shard_journal &) = delete;
     shard_journal &operator=(const shard_journal &) = delete;
@@ -46,14 +48,15 @@ class shard_journal {
     void add(const fit_record &record, const std::string &curve);
     // Takes over what a finished shard holds, curves included. Errors: bad_input, bad_output.
     void take_part(const finished_shard &done);
-    // Forgets the fits that failed, so that they are tried again.
-    void drop_failed();
+    // Forgets these fits, in the file, too.
+    void withdraw(const std::vector<long long> &gone);
     // Part, curves and marker; then the journal is removed. Errors: bad_output.
     void finish();
 
   private:
     std::size_t at(long long line) const { return static_cast<std::size_t>(line - first_); }
     void take_curves();
+    void withdraw_without_curve();
     const batch_plan &plan_;
     std::string stem_;
     long long first_, stop_, finished_ = 0;
@@ -70,11 +73,18 @@ class shard_journal {
     std::set<kept_curve> kept_; // the best of them first: it is the next to go
 };
 
-// Those of the plan, by their first line. Errors: bad_input for a marker that cannot be read, and
-// for one of another plan.
-std::vector<finished_shard> finished_shards(const batch_plan &plan);
+// I and N of a file NNNN_of_NNNN.ending; none for any other name.
+std::optional<std::pair<long long, long long>> shard_of_name(const std::string &name);
 
-// Removes all files of a shard. Errors: bad_output when another process works on it.
+// Those of the plan, by their first line. What a marker says is held against the plan: its lines
+// are those of its shard, its counts are as many. Errors: bad_input for a marker that says
+// otherwise, for one that cannot be read, and for one of another plan.
+std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_lines &lines);
+
+// Whether part and curves are those that the marker was written for. Errors: bad_input when not.
+void check_part(const batch_plan &plan, const finished_shard &shard);
+
+// Removes all files of a shard but its lock, which the caller holds.
 void discard_shard(const std::string &stem);
 
 // Records of a part, one after the other. Errors: bad_input when one is damaged.
@@ -95,10 +105,16 @@ class part_reader {
     fit_record record_;
 };
 
-// A curve in .fitted and .curves: the line of the manifest, the fit's quality, complex float32.
+// A curve in .fitted and .curves: the line of the manifest, the fit's quality, the check sum of the
+// points, the points as complex float32.
 struct curve_head {
-    long long line;
+    std::int64_t line;
     double quality;
+    std::uint64_t sum;
 };
+// Bytes of it with its points.
+long long curve_size(const batch_plan &plan);
+// false when the bytes of a curve are no curve of this plan.
+bool read_curve(const batch_plan &plan, const std::string &bytes, curve_head &head);
 
 } // namespace tools

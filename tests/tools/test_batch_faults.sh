@@ -146,7 +146,7 @@ holds err "the marker of another plan"
 cp -r good hurt
 printf 'x' | dd of=hurt/shards/0000_of_0001.part bs=1 seek=700 conv=notrunc 2>/dev/null
 status 3 "$batch" merge hurt --force
-holds err "0000_of_0001.part: damaged; remove"
+holds err "0000_of_0001.part: missing or damaged"
 
 # ctrl-C ends with what is there; two at one shard is one too many
 faulty slow 'sleep 1'

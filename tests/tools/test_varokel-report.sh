@@ -332,18 +332,12 @@ damage names.txt 'printf "left\nleft\n" >names.txt'
 # --- a batch: 3 x 2 voxels, of which one was not fitted and one has no curve
 mkdir batch
 names='a b c d e f'
-{
-    printf '{"points": 16, "entries": ["one", "two<"], "axes": [{"name": "x", "size": 3, "spatial": true}, '
-    printf '{"name": "y", "size": 2, "spatial": true}], "scale": {"hz_per_point": 10, "spectrometer_mhz": 100, '
-    printf '"ppm_at_carrier": 0, "ppm_rises_with_points": false, "nucleus": "1H"}, "spectra": [\n'
-    number=0
-    for name in $names; do
-        [ $number -gt 0 ] && echo ,
-        printf '{"number": %d, "name": "%s", "at": [%d, %d]}' $number "$name" $((number % 3)) $((number / 3))
-        number=$((number + 1))
-    done
-    printf ']}\n'
-} >batch/manifest.json
+(. "$tree/tests/batch/two_lines.sh" && cd batch && two_lines_grid unused 1 1 1 && rm unused.nii)
+sed -i 's/^n_pnts 128/n_pnts 16/; s/^noistp 32/noistp 8/; s/^Hz_p_p .*/Hz_p_p 10/; s/^@ 2 128/@ 2 16/
+    s/1 0 127$/1 0 15/; s/ 601/ 60/; s/ 349/ 35/' batch/start.par
+printf 'one\ntwo<\n' >batch/names.txt
+echo '{"points": 16, "hz_per_point": 10}' >batch/sidecar.json
+perl "$tree/tests/batch/hand_made_plan.pl" batch
 {
     head -1 run/results.tsv
     for name in $names; do
@@ -419,7 +413,7 @@ status 3 "$report" batch --force
 holds err 'spectra.f32'
 echo '{' >batch/manifest.json
 status 3 "$report" batch --force
-holds err 'manifest.json: no valid JSON'
+holds err 'manifest.json: holds no list of spectra'
 
 # a batch as varokel-batch leaves it
 if [ -x "$programs/varokel-batch" ]; then

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/engine_scripts.h"
 
+#include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/batch/batch_plan.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 
 namespace tools {
@@ -48,14 +50,33 @@ static std::string shell_word(const std::string &text) {
 static std::string python_text(const std::string &text) {
     std::string quoted = "\"";
     for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7f) {
+            char code[8];
+            std::snprintf(code, sizeof code, "\\x%02x", byte);
+            quoted += code;
+            continue;
+        }
         if (c == '"' || c == '\\') quoted += '\\';
         quoted += c;
     }
     return quoted + "\"";
 }
 
+// A limit as sbatch takes it: digits, colons and hyphens, and a letter for the unit of storage.
+static std::string limit_word(const std::string &text, const char *option, const char *example) {
+    static const char allowed[] = "0123456789:-KMGTkmgt";
+    if (text.empty() || text.size() > 40 || text.front() == '-' ||
+        text.find_first_not_of(allowed) != text.npos)
+        throw tool_error(wrong_usage, std::string(option) + " " + shown_text(text) +
+                                          ": expected such as " + example);
+    return text;
+}
+
 std::string slurm_script(const engine_options &options) {
     const batch_place place = place_of(options);
+    const std::string memory = limit_word(options.memory, "--mem", "500M");
+    const std::string time = limit_word(options.time, "--time", "01:00:00");
     const std::string n = std::to_string(place.shards);
     const std::string last = std::to_string(place.shards - 1);
     std::string script = "#!/bin/bash\n";
@@ -72,14 +93,13 @@ std::string slurm_script(const engine_options &options) {
               std::to_string(std::max(1LL, options.at_once)) +
               " --ntasks=1 \\\n"
               "        --cpus-per-task=1 --mem=" +
-              options.memory + " --time=" + options.time +
+              memory + " --time=" + time +
               " --requeue --open-mode=append \\\n"
               "        --output=\"$run/logs/shard_%a.out\" \"$0\" shard)\n";
     script += "    merge=$(sbatch --parsable --job-name=varokel-merge "
               "--dependency=\"afterok:$shards\" \\\n"
               "        --ntasks=1 --mem=" +
-              options.memory + " --time=" + options.time +
-              " --output=\"$run/logs/merge.out\" \"$0\" merge)\n";
+              memory + " --time=" + time + " --output=\"$run/logs/merge.out\" \"$0\" merge)\n";
     script += "    echo \"shards $shards merge $merge\"\n    ;;\n";
     script += "shard)\n";
     script += "    status=0\n";
@@ -99,6 +119,13 @@ std::string slurm_script(const engine_options &options) {
 
 std::string snakemake_rules(const engine_options &options) {
     const batch_place place = place_of(options);
+    for (const std::string &name : {place.run, place.program}) {
+        refuse_not_utf8(name, "the path"); // a rule file is Python, which is UTF-8
+        if (name.find('\n') != name.npos)  // rules are lines, and so is the list of their files
+            throw tool_error(wrong_usage, "the path \"" + name +
+                                              "\" has a line end in it, which rules cannot have; "
+                                              "rename the folder");
+    }
     const std::string n = std::to_string(place.shards);
     std::string rules;
     rules += "# snakemake --cores 2 -s THIS_FILE\n"

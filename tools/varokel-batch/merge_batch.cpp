@@ -2,69 +2,35 @@
 #include "varokel-batch/merge_batch.h"
 
 #include "files/base/output_file.h"
+#include "files/base/own_files.h"
 #include "files/base/tool_error.h"
-#include "files/nifti/grid_maps.h"
 #include "files/batch/batch_table.h"
 #include "files/batch/shard_files.h"
+#include "files/nifti/grid_maps.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <limits>
 #include <memory>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace tools {
 
 namespace fs = std::filesystem;
 
-// A table that is written while it grows, and appears as a whole.
-class growing_file {
-  public:
-    explicit growing_file(const std::string &name)
-        : name_(name), written_(name + ".part" + std::to_string(getpid())),
-          file_(std::fopen(written_.c_str(), "wb")) {
-        if (file_ == nullptr) refuse();
-    }
-    growing_file(const growing_file &) = delete;
-    growing_file &operator=(const growing_file &) = delete;
-    ~growing_file() {
-        if (file_ != nullptr) std::fclose(file_);
-        if (!done_) unlink(written_.c_str());
-    }
-    void add(const std::string &bytes) {
-        if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) refuse();
-    }
-    void finish() {
-        std::FILE *const file = file_;
-        file_ = nullptr;
-        const bool good = std::fflush(file) == 0 && fsync(fileno(file)) == 0;
-        if (std::fclose(file) != 0 || !good || std::rename(written_.c_str(), name_.c_str()) != 0)
-            refuse();
-        done_ = true;
-    }
-
-  private:
-    [[noreturn]] void refuse() const {
-        throw tool_error(bad_output, name_ + ": cannot be written; is the folder yours, is the "
-                                             "disk full? Merge again then");
-    }
-    std::string name_, written_;
-    std::FILE *file_;
-    bool done_ = false;
-};
+static const char merge_again[] = " Merge again then";
 
 // The records of all parts by their line in the manifest.
 class all_parts {
   public:
-    explicit all_parts(const batch_plan &plan) : plan_(plan) {
+    all_parts(const batch_plan &plan, const plan_lines &lines) : plan_(plan) {
         long long reached = 0, shards = 0;
         std::string missing;
-        const std::vector<finished_shard> found = finished_shards(plan);
+        const std::vector<finished_shard> found = finished_shards(plan, lines);
         for (const finished_shard &each : found) shards = std::max(shards, each.shards);
         const auto miss = [&](long long first, long long stop) {
             if (first < stop)
@@ -74,6 +40,7 @@ class all_parts {
         for (const finished_shard &each : found) {
             if (each.stop <= reached) continue; // fitted with another number of shards, too
             miss(reached, each.first);
+            check_part(plan, each);
             shards_.push_back(each);
             reached = each.stop;
         }
@@ -112,9 +79,10 @@ class all_parts {
     std::unique_ptr<part_reader> reader_;
 };
 
-static void write_tables(const batch_plan &plan, plan_lines &lines, all_parts &parts,
+static void write_tables(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
                          const std::vector<long long> &line_of_number, long long &failed) {
-    growing_file results(plan.file("results.tsv")), quality(plan.file("quality.tsv"));
+    part_file results(plan.file("results.tsv"), merge_again),
+        quality(plan.file("quality.tsv"), merge_again);
     const batch_table table(plan);
     results.add(table.results_header());
     quality.add(table.quality_header());
@@ -142,12 +110,33 @@ static std::string safe_name(const std::string &name) {
     return safe;
 }
 
+// Beginning of the names of an entry's maps, different for each.
+static std::vector<std::string> stems_of(const std::vector<std::string> &entry_names) {
+    std::vector<std::string> stems;
+    for (std::size_t k = 0; k < entry_names.size(); ++k) {
+        std::string stem = safe_name(entry_names[k]);
+        while (std::count(stems.begin(), stems.end(), stem) > 0)
+            stem += "_" + std::to_string(k + 1);
+        stems.push_back(stem);
+    }
+    return stems;
+}
+
+std::vector<std::string> map_files_of(const std::vector<std::string> &entry_names) {
+    std::vector<std::string> stems = stems_of(entry_names), files;
+    stems.emplace_back("fit");
+    for (const std::string &stem : stems)
+        for (const map_quantity each : every_map)
+            files.push_back(stem + "_" + map_name(each) + ".nii.gz");
+    return files;
+}
+
 // One map after the other: storage for one entry's maps only.
-static void write_maps(const batch_plan &plan, plan_lines &lines, all_parts &parts,
+static void write_maps(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
                        std::vector<std::string> &names) {
     std::vector<long long> sizes, stride;
     long long voxels = 1;
-    std::vector<std::string> used;
+    const std::vector<std::string> stems = stems_of(plan.entry_names);
     for (const plan_axis &axis : plan.axes) {
         stride.push_back(voxels);
         if (axis.spatial || axis.size > 1) sizes.push_back(axis.size);
@@ -155,6 +144,9 @@ static void write_maps(const batch_plan &plan, plan_lines &lines, all_parts &par
     }
     std::error_code error;
     fs::create_directory(plan.file("maps"), error);
+    if (fs::symlink_status(plan.file("maps"), error).type() != fs::file_type::directory)
+        throw tool_error(bad_output, plan.file("maps") + ": cannot be made, or is no folder but a "
+                                                         "link; is the folder yours?");
     const double none = std::numeric_limits<double>::quiet_NaN();
     const batch_table table(plan);
     const auto write_group = [&](const std::vector<map_quantity> &group, std::size_t entry,
@@ -178,16 +170,13 @@ static void write_maps(const batch_plan &plan, plan_lines &lines, all_parts &par
         }
     };
     for (std::size_t k = 0; k < plan.entry_names.size(); ++k) {
-        std::string stem = safe_name(plan.entry_names[k]);
-        if (std::count(used.begin(), used.end(), stem) > 0) stem += "_" + std::to_string(k + 1);
-        used.push_back(stem);
-        write_group(table.entry_maps(k), k, stem + "_", plan.entry_names[k] + " ");
+        write_group(table.entry_maps(k), k, stems[k] + "_", plan.entry_names[k] + " ");
     }
     write_group(table.fit_maps(), 0, "fit_", "fit ");
 }
 
 // Curves of the fits that are kept: of all shards' worst the worst.
-static void write_curves(const batch_plan &plan, plan_lines &lines,
+static void write_curves(const batch_plan &plan, const plan_lines &lines,
                          const std::vector<finished_shard> &shards) {
     struct kept {
         curve_head head;
@@ -195,16 +184,28 @@ static void write_curves(const batch_plan &plan, plan_lines &lines,
         long long offset;
     };
     std::vector<kept> all;
-    const long long size = static_cast<long long>(sizeof(curve_head)) + 8 * plan.points;
-    std::vector<int> files;
+    const long long size = curve_size(plan);
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(nullptr, std::fclose);
+    std::size_t opened = shards.size(); // one at a time: there may be more than descriptors
     long long reached = 0;
+    const auto read = [&](std::size_t s, long long at, curve_head &head) {
+        if (s != opened) file.reset(std::fopen((shards[s].stem + ".curves").c_str(), "rbe"));
+        opened = s;
+        if (file && pread(fileno(file.get()), bytes.data(), bytes.size(), at) == size &&
+            read_curve(plan, bytes, head) && head.line >= shards[s].first &&
+            head.line < shards[s].stop)
+            return;
+        throw tool_error(bad_input, shards[s].stem + ".curves: is damaged; remove " +
+                                        shards[s].stem + ".done and run the shard again");
+    };
     for (std::size_t s = 0; s < shards.size(); ++s) {
-        const int file = open((shards[s].stem + ".curves").c_str(), O_RDONLY | O_CLOEXEC);
-        files.push_back(file);
+        const auto end = static_cast<long long>(fs::file_size(shards[s].stem + ".curves"));
         curve_head head{};
-        for (long long at = 0; file >= 0 && pread(file, &head, sizeof head, at) == sizeof head;
-             at += size)
+        for (long long at = 0; at < end; at += size) {
+            read(s, at, head);
             if (head.line >= reached) all.push_back({head, s, at});
+        }
         reached = shards[s].stop;
     }
     std::sort(all.begin(), all.end(), [](const kept &a, const kept &b) {
@@ -213,24 +214,17 @@ static void write_curves(const batch_plan &plan, plan_lines &lines,
     });
     if (static_cast<long long>(all.size()) > plan.keep)
         all.resize(static_cast<std::size_t>(plan.keep));
-    growing_file curves(plan.file("pictures.f32"));
+    part_file curves(plan.file("pictures.f32"), merge_again);
     std::string list = "row\tnumber\tspectrum\tfit_quality\n";
-    std::string bytes(static_cast<std::size_t>(8 * plan.points), '\0');
     std::size_t row = 0;
     for (const kept &each : all) {
-        if (pread(files[each.shard], bytes.data(), bytes.size(),
-                  each.offset + static_cast<long long>(sizeof(curve_head))) !=
-            static_cast<ssize_t>(bytes.size()))
-            throw tool_error(bad_input, shards[each.shard].stem + ".curves: is cut; remove " +
-                                            shards[each.shard].stem +
-                                            ".done and run the shard again");
-        curves.add(bytes);
-        const planned_spectrum spectrum = lines.read(each.head.line);
+        curve_head head{};
+        read(each.shard, each.offset, head);
+        curves.add(std::string_view(bytes).substr(sizeof head));
+        const planned_spectrum spectrum = lines.read(head.line);
         list += std::to_string(row++) + "\t" + std::to_string(spectrum.number) + "\t" +
-                spectrum.name + "\t" + table_text(each.head.quality) + "\n";
+                spectrum.name + "\t" + table_text(head.quality) + "\n";
     }
-    for (const int file : files)
-        if (file >= 0) close(file);
     write_files({{plan.file("pictures.tsv"), list}}, {}, true);
     curves.finish();
 }
@@ -245,8 +239,8 @@ int merge_batch(const std::string &folder, bool force) {
     }
     const output_batch check({}, force);
     for (const std::string &name : names) check.refuse_overwriting(name);
-    all_parts parts(plan);
-    plan_lines lines(plan);
+    const plan_lines lines(plan);
+    all_parts parts(plan, lines);
     std::vector<long long> line_of_number;
     if (plan.blocks != plan.spectra) {
         line_of_number.resize(static_cast<std::size_t>(plan.spectra));

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <vector>
+#include <vector>
 
 namespace tools {
 
@@ -14,5 +15,8 @@ namespace tools {
 // Errors: bad_input when shards are missing, which are named, or when parts are damaged;
 // bad_output.
 int merge_batch(const std::string &folder, bool force);
+
+// Names of all maps that a merge with these entries may write into maps/.
+std::vector<std::string> map_files_of(const std::vector<std::string> &entry_names);
 
 } // namespace tools

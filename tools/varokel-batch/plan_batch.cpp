@@ -2,13 +2,18 @@
 #include "varokel-batch/plan_batch.h"
 
 #include "files/base/output_file.h"
+#include "files/base/own_files.h"
+#include "files/base/plain_text.h"
+#include "files/base/read_json.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
-#include "files/spectra/signal_file.h"
-#include "files/nifti/grid_maps.h"
+#include "files/batch/batch_plan.h"
 #include "files/measured/open_source.h"
 #include "files/measured/text_items.h"
-#include "files/batch/batch_plan.h"
+#include "files/nifti/grid_maps.h"
+#include "files/spectra/signal_file.h"
+
+#include "varokel-batch/plan_folder.h"
 #include "varokel-batch/spectrum_blocks.h"
 #include "varokel-batch/start_choice.h"
 
@@ -44,38 +49,17 @@ struct planned_batch {
     bool grid = false;
 };
 
-// spectra.f32, written as it grows.
-class spectra_file {
-  public:
-    explicit spectra_file(const std::string &name)
-        : name_(name), file_(std::fopen(name.c_str(), "wb")) {
-        if (file_ == nullptr) refuse();
-    }
-    spectra_file(const spectra_file &) = delete;
-    spectra_file &operator=(const spectra_file &) = delete;
-    ~spectra_file() {
-        if (file_ != nullptr) std::fclose(file_);
-    }
-    void add(const std::string &bytes) {
-        if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) refuse();
-    }
-    void finish() {
-        const bool good = std::fflush(file_) == 0 && fsync(fileno(file_)) == 0;
-        std::fclose(file_);
-        file_ = nullptr;
-        if (!good) refuse();
-    }
+// A name that goes into tables, pages and the names of files.
+static void refuse_name(const std::string &name, const std::string &file) {
+    refuse_not_utf8(name, "the name of a spectrum,");
+    if (!is_plain_name(name))
+        throw tool_error(bad_input, file + ": \"" + name +
+                                        "\" cannot be the name of a spectrum; expected up to 200 "
+                                        "characters, none of them a control character, a / or a "
+                                        "backslash, and neither . nor - in front. Rename the file");
+}
 
-  private:
-    [[noreturn]] void refuse() const {
-        throw tool_error(bad_output, name_ + ": cannot be written; does the folder exist, is it "
-                                             "yours, is the disk full?");
-    }
-    std::string name_;
-    std::FILE *file_;
-};
-
-static void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, spectra_file &file) {
+static void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, part_file &file) {
     sha256 hash;
     hash.add(bytes.data(), bytes.size());
     spectrum.sha256 = hash.digits();
@@ -225,6 +209,7 @@ static void convert_input(const plan_options &options, const std::string &work,
         }
         if (!inside.empty() && !inside[static_cast<std::size_t>(voxel)]) continue;
         spectrum.name = source->stem + each.suffix;
+        refuse_name(spectrum.name, source->file);
         batch.spectra.push_back(std::move(spectrum));
         origin.push_back(c);
     }
@@ -238,7 +223,7 @@ static void convert_input(const plan_options &options, const std::string &work,
     const std::size_t step =
         std::max<std::size_t>(1, (static_cast<std::size_t>(options.spectrum.memory) << 20) /
                                      (used * sizeof(std::complex<double>)));
-    spectra_file file(work + "/spectra.f32");
+    part_file file(work + "/spectra.f32");
     std::vector<complex_signal> fids;
     bool described = false;
     for (std::size_t first = 0; first < batch.spectra.size(); first += step) {
@@ -283,6 +268,12 @@ static void convert_input(const plan_options &options, const std::string &work,
     for (const std::string &text : conversion.remarks()) warn_of_plan(text);
 }
 
+// A place along an axis, from 0 on.
+static bool is_place(const nlohmann::ordered_json &item) {
+    static constexpr long long most = 1000000;
+    return item.is_number_integer() && item.get<long long>() >= 0 && item.get<long long>() <= most;
+}
+
 // The folder that varokel-import filled: NAME.bin with NAME.json.
 static void take_folder(const plan_options &options, const std::string &work,
                         planned_batch &batch) {
@@ -305,10 +296,12 @@ static void take_folder(const plan_options &options, const std::string &work,
     std::vector<std::vector<long long>> voxels, indices;
     for (std::size_t s = 0; s < names.size(); ++s) {
         origin[s] = s;
+        refuse_name(names[s], folder + "/" + names[s] + ".bin");
         const metadata sidecar(folder + "/" + names[s] + ".json");
-        std::ifstream stream(sidecar.file());
-        const nlohmann::ordered_json items = nlohmann::ordered_json::parse(stream);
-        const nlohmann::ordered_json from = items.value("source", nlohmann::ordered_json::object());
+        const nlohmann::ordered_json items = json_of_file(sidecar.file());
+        const nlohmann::ordered_json none = nlohmann::ordered_json::object();
+        const nlohmann::ordered_json &from =
+            items.contains("source") && items["source"].is_object() ? items["source"] : none;
         const auto n = sidecar.positive_integer("points");
         const auto hz = sidecar.positive_number("hz_per_point");
         if (!n || !hz)
@@ -316,6 +309,7 @@ static void take_folder(const plan_options &options, const std::string &work,
                                                          "missing; convert the signal again");
         if (s == 0) {
             batch.points = *n;
+            axis_of_sidecar(sidecar); // items of the wrong kind are refused here
             take_scale(batch, items);
             batch.source = {{"folder", fs::path(folder).filename().string()}};
         }
@@ -327,8 +321,9 @@ static void take_folder(const plan_options &options, const std::string &work,
                                             "; expected one kind of spectra in a "
                                             "batch. Fit them apart");
         all_voxels = all_voxels && from.contains("voxel") && from["voxel"].is_array() &&
-                     from["voxel"].size() == 3;
-        all_indices = all_indices && from.contains("index") && from["index"].is_number_integer();
+                     from["voxel"].size() == 3 &&
+                     std::all_of(from["voxel"].begin(), from["voxel"].end(), is_place);
+        all_indices = all_indices && from.contains("index") && is_place(from["index"]);
         if (all_voxels) voxels.push_back(from["voxel"].get<std::vector<long long>>());
         if (all_indices) indices.push_back({from["index"].get<long long>()});
         planned_spectrum spectrum;
@@ -350,7 +345,7 @@ static void take_folder(const plan_options &options, const std::string &work,
             batch.axes[a].size = std::max(batch.axes[a].size, (*places)[s][a] + 1);
     }
     keep_selected(batch, origin, options);
-    spectra_file file(work + "/spectra.f32");
+    part_file file(work + "/spectra.f32");
     batch.inputs.clear();
     for (std::size_t s = 0; s < batch.spectra.size(); ++s) {
         planned_spectrum &spectrum = batch.spectra[s];
@@ -395,9 +390,10 @@ static void write_manifest(const plan_options &options, const planned_batch &bat
     for (const planned_spectrum &spectrum : batch.spectra)
         longest = std::max(longest, line_of(spectrum).size());
     nlohmann::ordered_json head;
-    head["format"] = 1;
+    head["format"] = batch_format;
     head["program"] = "varokel-batch " VAROKEL_VERSION;
-    head["command"] = options.command;
+    head["command"] = nlohmann::ordered_json::array();
+    for (const std::string &word : options.command) head["command"].push_back(json_of_bytes(word));
     head["source"] = batch.source;
     head["scale"] = batch.scale;
     head["points"] = batch.points;
@@ -410,6 +406,8 @@ static void write_manifest(const plan_options &options, const planned_batch &bat
     head["entries"] = start.names;
     head["start_sha256"] = sha256_of_file(work + "/start.par");
     if (!options.peaks.empty()) head["peaks_sha256"] = sha256_of_file(work + "/peaks.txt");
+    head["names_sha256"] = sha256_of_file(work + "/names.txt");
+    if (batch.grid) head["voxels_sha256"] = sha256_of_file(work + "/voxels.nii");
     head["sidecar_sha256"] = sha256_of_file(work + "/sidecar.json");
     head["guessed"] = start.guesses;
     head["patterns"] = nlohmann::ordered_json::array();
@@ -420,16 +418,17 @@ static void write_manifest(const plan_options &options, const planned_batch &bat
     std::vector<std::string> inputs = batch.inputs;
     for (const std::string &each : start.inputs) inputs.push_back(each);
     for (const std::string &each : inputs)
-        head["inputs"].push_back({{"file", fs::absolute(each).lexically_normal().string()},
-                                  {"sha256", sha256_of_file(each)},
-                                  {"stamp", stamp_of(each)}});
+        head["inputs"].push_back(
+            {{"file", json_of_bytes(fs::absolute(each).lexically_normal().string())},
+             {"sha256", sha256_of_file(each)},
+             {"stamp", stamp_of(each)}});
     head["keep"] = fits_kept(options.keep, static_cast<long long>(batch.spectra.size()));
     head["blocks"] = blocks;
     head["line_bytes"] = longest + 2;
     const std::string name = work + "/manifest.json";
-    std::ofstream stream(name, std::ios::binary | std::ios::trunc);
+    part_file file(name);
     head["count"] = batch.spectra.size();
-    std::string text = head.dump(1);
+    std::string text = json_text(head, 1, name);
     text.resize(text.rfind('\n')); // the closing brace comes behind the list
     text += ",\n";
     sha256 list;
@@ -438,16 +437,15 @@ static void write_manifest(const plan_options &options, const planned_batch &bat
         list.add(line.data(), line.size());
     }
     text += " \"list_sha256\": \"" + list.digits() + "\",\n";
-    stream << text << " \"spectra\": [\n";
+    file.add(text + " \"spectra\": [\n");
     for (std::size_t s = 0; s < batch.spectra.size(); ++s) {
         std::string line = line_of(batch.spectra[s]);
         line += s + 1 < batch.spectra.size() ? "," : " ";
         line.resize(longest + 1, ' ');
-        stream << line << '\n';
+        file.add(line + '\n');
     }
-    stream << " ]\n}\n";
-    stream.close();
-    if (!stream) throw tool_error(bad_output, name + ": cannot be written; is the disk full?");
+    file.add(" ]\n}\n");
+    file.finish();
 }
 
 void plan_batch(const plan_options &options) {
@@ -456,29 +454,9 @@ void plan_batch(const plan_options &options) {
     if (options.folder.empty()) throw tool_error(wrong_usage, "-o FOLDER is needed");
     if (!options.spectrum.reference.empty() || options.spectrum.eddy)
         throw tool_error(wrong_usage, "reference lines are for varokel-import; plan its folder");
-    const fs::path folder(options.folder);
+    plan_folder folder(options.folder, options.input.force);
+    const std::string &work = folder.work();
     std::error_code error;
-    if (fs::exists(folder, error) && !fs::is_directory(folder, error))
-        throw tool_error(bad_output, options.folder + ": no folder; expected the name of one");
-    const bool replaces = fs::exists(folder / "manifest.json", error);
-    if (replaces && !options.input.force)
-        throw tool_error(bad_output, options.folder + ": holds a plan; --force replaces it and "
-                                                      "removes its results, or choose another "
-                                                      "folder");
-    if (!replaces && fs::exists(folder, error) && !fs::is_empty(folder, error))
-        throw tool_error(bad_output, options.folder + ": is not empty and holds no plan; choose "
-                                                      "another folder");
-    make_folder(options.folder);
-    std::string work = (folder / "plan.XXXXXX").string();
-    if (mkdtemp(work.data()) == nullptr)
-        throw tool_error(bad_output, options.folder + ": cannot be written; is it yours?");
-    struct removed {
-        std::string name;
-        ~removed() {
-            std::error_code ignored;
-            fs::remove_all(name, ignored);
-        }
-    } const cleaner{work};
 
     planned_batch batch;
     if (fs::is_directory(options.input.input, error)) {
@@ -490,11 +468,8 @@ void plan_batch(const plan_options &options) {
     }
     nlohmann::ordered_json sidecar = {{"points", batch.points}};
     sidecar.update(batch.scale);
-    std::ofstream items(work + "/sidecar.json");
-    items << sidecar.dump(2) << '\n';
-    items.close();
-    if (!items)
-        throw tool_error(bad_output, work + "/sidecar.json: cannot be written; is the disk full?");
+    write_files({{work + "/sidecar.json", json_text(sidecar, 2, "sidecar.json") + "\n"}}, {},
+                false);
     const start_choice start =
         choose_start(options, batch.scale, batch.points, work, batch.spectra);
     const long long blocks =
@@ -516,23 +491,10 @@ void plan_batch(const plan_options &options) {
     }
     write_manifest(options, batch, start, blocks, work);
 
-    if (replaces)
-        for (const char *const old :
-             {"manifest.json", "shards", "maps", "results.tsv", "results.json", "quality.tsv",
-              "quality.json", "pictures.f32", "pictures.tsv", "spectra.f32", "start.par",
-              "names.txt", "patterns", "voxels.nii", "sidecar.json", "peaks.txt"})
-            fs::remove_all(folder / old, error);
-    for (const char *const part : {"spectra.f32", "start.par", "names.txt", "patterns", "peaks.txt",
-                                   "sidecar.json", "voxels.nii", "manifest.json"}) {
-        if (!fs::exists(fs::path(work) / part, error)) continue;
-        fs::rename(fs::path(work) / part, folder / part, error);
-        if (error)
-            throw tool_error(bad_output, (folder / part).string() + ": cannot be written (" +
-                                             error.message() + ")");
-    }
+    folder.put_in_place();
     long long counts[3] = {};
     for (const planned_spectrum &each : batch.spectra) ++counts[static_cast<int>(each.state)];
-    std::cout << (folder / "manifest.json").string() << '\n'
+    std::cout << options.folder + "/manifest.json" << '\n'
               << "spectra " << batch.spectra.size() << "\nto fit " << counts[0] << "\nall zero "
               << counts[1] << "\nnot finite " << counts[2] << "\nentries " << start.names.size()
               << "\nblocks " << blocks << '\n';

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/private_fit.h"
 
+#include "files/base/own_files.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
@@ -79,6 +80,7 @@ started_fit start_fit(const fit_setting &setting, const std::string &folder) {
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) _exit(1);
+    restore_ignored_signals();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/run_batch.h"
 
+#include "files/base/own_files.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/batch/shard_files.h"
+#include "files/batch/shard_lock.h"
+
 #include "varokel-batch/private_fit.h"
 #include "varokel-batch/spectrum_blocks.h"
 #include "varokel-batch/start_choice.h"
@@ -19,8 +22,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <memory>
-#include <random>
 
 #include <poll.h>
 #include <sys/resource.h>
@@ -115,71 +118,46 @@ class signals_held {
     sigset_t open_;
 };
 
-// A folder of this run in the scratch place, with writable patterns. The note beside the journal
-// tells a later run what a killed one left behind.
+// What a killed process left of its scratch folder is removed, when it worked in this very batch.
+static void remove_left(const shard_lock &lock) {
+    if (lock.before_is_ours() && !lock.before()->scratch.empty())
+        remove_leftover(lock.before()->scratch, lock.purpose());
+    else if (lock.before())
+        std::cerr << "varokel-batch: this folder is a copy of one in which process "
+                  << lock.before()->process << " on " << lock.before()->machine
+                  << " was at work; what that one has elsewhere is left alone\n";
+}
+
+// A folder of this run in the scratch place, with writable patterns. The note in the lock tells a
+// later run what a killed one left behind.
 class scratch_folder {
   public:
-    scratch_folder(const batch_plan &plan, const std::string &stem, const std::string &place,
-                   const std::vector<std::string> &patterns)
-        : note_(stem + ".scratch") {
-        remove_leftover();
-        // The note comes first: a process that is killed in between leaves nothing unknown.
-        std::random_device random;
-        bool made = false;
-        int fault = EEXIST;
-        while (!made && fault == EEXIST) {
-            char letters[random_letters + 1];
-            std::snprintf(letters, sizeof letters, "%08x%08x", random(), random());
-            name_ = fs::absolute(place).string() + folder_prefix + letters;
-            std::ofstream(note_, std::ios::trunc) << name_ << '\n';
-            made = mkdir(name_.c_str(), 0700) == 0;
-            fault = errno;
-        }
+    scratch_folder(const batch_plan &plan, shard_lock &lock, const std::string &place)
+        : folder_(made_in(place, lock)) {
+        lock.note_scratch(name());
+        if (plan.pattern_files.empty()) return;
         std::error_code error;
-        if (!made) {
-            fs::remove(note_, error);
-            throw tool_error(bad_output, place + ": cannot be written (" + std::strerror(fault) +
-                                             "); --scratch DIR names a place for the fits, "
-                                             "--resume goes on");
-        }
-        if (patterns.empty()) return;
-        fs::create_directory(name_ + "/patterns", error);
-        for (const std::string &pattern : patterns) {
-            fs::copy_file(plan.file("patterns/" + pattern), name_ + "/patterns/" + pattern, error);
+        fs::create_directory(name() + "/patterns", error);
+        for (const std::string &pattern : plan.pattern_files) {
+            fs::copy_file(plan.file("patterns/" + pattern), name() + "/patterns/" + pattern, error);
             if (error)
                 throw tool_error(bad_output,
-                                 name_ + "/patterns: cannot be written (" + error.message() + ")");
+                                 name() + "/patterns: cannot be written (" + error.message() + ")");
         }
     }
-    scratch_folder(const scratch_folder &) = delete;
-    scratch_folder &operator=(const scratch_folder &) = delete;
-    ~scratch_folder() {
-        std::error_code ignored;
-        fs::remove_all(name_, ignored);
-        fs::remove(note_, ignored);
-    }
-    const std::string &name() const { return name_; }
+    const std::string &name() const { return folder_->name(); }
 
   private:
-    static constexpr const char *folder_prefix = "/varokel-batch.";
-    static constexpr std::size_t random_letters = 16;
-
-    void remove_leftover() const {
-        std::ifstream stream(note_);
-        std::string left;
-        std::error_code ignored;
-        // only what such a folder is called; the journal's lock says that nobody works in it
-        const std::size_t ending = std::strlen(folder_prefix) + random_letters;
-        if (!std::getline(stream, left) || left.size() < ending ||
-            left.compare(left.size() - ending, std::strlen(folder_prefix), folder_prefix) != 0)
-            return;
-        // a fit of the killed process may still be on its way out, and writing
-        for (int tries = 0; tries < 20 && fs::exists(left, ignored); ++tries) {
-            if (tries > 0) usleep(50000);
-            fs::remove_all(left, ignored);
+    static std::unique_ptr<own_folder> made_in(const std::string &place, const shard_lock &lock) {
+        try {
+            return std::make_unique<own_folder>(place, "varokel-batch.", lock.purpose());
+        } catch (const tool_error &error) {
+            throw tool_error(bad_output, std::string(error.what()) +
+                                             "; --scratch DIR names a place for the fits, "
+                                             "--resume goes on");
         }
     }
-    std::string note_, name_;
+    std::unique_ptr<own_folder> folder_;
 };
 
 // spectra.f32, each spectrum compared with its fingerprint.
@@ -246,7 +224,7 @@ struct chosen_start {
 
 class fit_pool {
   public:
-    fit_pool(const run_options &options, const batch_plan &plan, plan_lines &lines,
+    fit_pool(const run_options &options, const batch_plan &plan, const plan_lines &lines,
              shard_journal &journal, const fit_setting &setting, const std::string &scratch,
              long long first, long long stop);
     fit_pool(const fit_pool &) = delete;
@@ -271,7 +249,7 @@ class fit_pool {
 
     const run_options &options_;
     const batch_plan &plan_;
-    plan_lines &lines_;
+    const plan_lines &lines_;
     shard_journal &journal_;
     const fit_setting &setting_;
     const std::string &scratch_;
@@ -290,7 +268,7 @@ static std::string text_of_file(const std::string &name) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-fit_pool::fit_pool(const run_options &options, const batch_plan &plan, plan_lines &lines,
+fit_pool::fit_pool(const run_options &options, const batch_plan &plan, const plan_lines &lines,
                    shard_journal &journal, const fit_setting &setting, const std::string &scratch,
                    long long first, long long stop)
     : options_(options), plan_(plan), lines_(lines), journal_(journal), setting_(setting),
@@ -565,6 +543,35 @@ static void show_times(long long fits, double wall) {
     std::cerr << text;
 }
 
+// Fits that --again does once more: those that failed, and, where start values come from
+// neighbours, those of later waves of their blocks, which would have begun elsewhere.
+static std::vector<long long> tried_again(const batch_plan &plan, const plan_lines &lines,
+                                          const shard_journal &journal, long long first,
+                                          long long stop) {
+    std::vector<long long> again;
+    const bool neighbours = plan.values == "neighbour";
+    long long block = -1;
+    int changed = 0; // the first wave of the block with a fit that failed
+    for (long long line = first; line < stop; ++line) {
+        if (!neighbours) {
+            if (journal.has(line) && journal.read(line).state == fit_state::failed)
+                again.push_back(line);
+            continue;
+        }
+        const planned_spectrum spectrum = lines.read(line);
+        if (spectrum.block != block) {
+            block = spectrum.block;
+            changed = std::numeric_limits<int>::max();
+        }
+        if (!journal.has(line)) continue;
+        const fit_state state = journal.read(line).state;
+        if (state == fit_state::failed) changed = std::min(changed, spectrum.wave);
+        if (state == fit_state::failed || (state == fit_state::fitted && spectrum.wave > changed))
+            again.push_back(line);
+    }
+    return again;
+}
+
 int run_batch(const run_options &options) {
     const steady::time_point begun = steady::now();
     long long shard = 0, shards = 1;
@@ -573,7 +580,7 @@ int run_batch(const run_options &options) {
     for (const std::string &gone : check_inputs(plan))
         std::cerr << "varokel-batch: " << gone
                   << ": is not there any more; going on with what the plan holds of it\n";
-    plan_lines lines(plan);
+    const plan_lines lines(plan);
     if (shards > plan.blocks)
         throw tool_error(wrong_usage, "--shard " + options.shard + ": the plan has " +
                                           std::to_string(plan.blocks) +
@@ -582,9 +589,9 @@ int run_batch(const run_options &options) {
     const std::string stem = shard_stem(plan, shard, shards);
     std::error_code error;
     fs::create_directory(plan.file("shards"), error);
-    if (!fs::is_directory(plan.file("shards"), error))
-        throw tool_error(bad_output, plan.file("shards") + ": cannot be made; is the folder "
-                                                           "yours?");
+    if (fs::symlink_status(plan.file("shards"), error).type() != fs::file_type::directory)
+        throw tool_error(bad_output, plan.file("shards") + ": cannot be made, or is no folder but "
+                                                           "a link; is the folder yours?");
     const auto summary = [&](const finished_shard &done) {
         std::cout << "shard " << shard << "/" << shards << ": " << done.fitted << " fitted, "
                   << done.failed << " failed, " << done.not_tried << " not tried\n";
@@ -592,7 +599,7 @@ int run_batch(const run_options &options) {
     };
     const auto own_shard = [&] {
         finished_shard found;
-        for (const finished_shard &each : finished_shards(plan))
+        for (const finished_shard &each : finished_shards(plan, lines))
             if (each.stem == stem) found = each;
         return found;
     };
@@ -606,6 +613,8 @@ int run_batch(const run_options &options) {
     if (is_done && options.resume && !options.again) return summary(own_shard());
 
     const fit_setting bare = {find_varokel(options.program), "", {}, curve_measure(plan.start)};
+    shard_lock lock(stem);
+    remove_left(lock);
     if (options.force && !options.resume) discard_shard(stem);
     if (is_done && options.again && options.resume) {
         // the records of the part become a journal again
@@ -614,16 +623,15 @@ int run_batch(const run_options &options) {
         fs::remove(stem + ".done", error);
     }
     shard_journal journal(plan, stem, first, stop);
-    if (options.again) journal.drop_failed();
+    if (options.again) journal.withdraw(tried_again(plan, lines, journal, first, stop));
     std::string place = options.scratch;
     if (place.empty()) {
         const char *const set = std::getenv("TMPDIR");
         place = set != nullptr && *set != '\0' ? set : "/tmp";
     }
     fit_setting setting = bare;
-    for (const auto &pattern : plan.head.at("patterns"))
-        setting.pattern_files.push_back(pattern.at("file").get<std::string>());
-    const scratch_folder scratch(plan, stem, place, setting.pattern_files);
+    setting.pattern_files = plan.pattern_files;
+    const scratch_folder scratch(plan, lock, place);
     setting.patterns = scratch.name() + "/patterns";
     if (plan.values == "same")
         setting.measure.common_model =
@@ -648,7 +656,8 @@ int run_batch(const run_options &options) {
 
 int show_status(const std::string &folder) {
     const batch_plan plan = read_plan(folder);
-    const std::vector<finished_shard> done = finished_shards(plan);
+    const plan_lines lines(plan);
+    const std::vector<finished_shard> done = finished_shards(plan, lines);
     long long fitted = 0, failed = 0, not_tried = 0, reached = 0;
     std::string missing;
     const auto miss = [&](long long first, long long stop) {
@@ -671,14 +680,17 @@ int show_status(const std::string &folder) {
     std::error_code error;
     std::vector<std::string> open;
     for (const fs::directory_entry &file : fs::directory_iterator(plan.file("shards"), error)) {
-        long long shard = 0, shards = 0;
-        if (std::sscanf(file.path().filename().c_str(), "%lld_of_%lld", &shard, &shards) == 2)
-            of = std::max(of, shards);
+        const auto named = shard_of_name(file.path().filename().string());
+        if (!named) continue;
+        of = std::max(of, named->second);
         if (file.path().extension() != ".journal") continue;
         const long long size = static_cast<long long>(record_size(plan.start.entries.size()));
-        const auto bytes = static_cast<long long>(fs::file_size(file.path(), error));
-        open.push_back("unfinished: shard " + std::to_string(shard) + "/" + std::to_string(shards) +
-                       ", " + std::to_string((bytes - 64) / size) + " spectra so far\n");
+        const std::uintmax_t bytes = fs::file_size(file.path(), error);
+        if (error) continue;
+        open.push_back("unfinished: shard " + std::to_string(named->first) + "/" +
+                       std::to_string(named->second) + ", " +
+                       std::to_string(std::max(0LL, (static_cast<long long>(bytes) - 64) / size)) +
+                       " spectra so far\n");
     }
     std::sort(open.begin(), open.end());
     for (const std::string &line : open) std::cout << line;

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/start_choice.h"
 
+#include "files/base/output_file.h"
+#include "files/base/pattern_name.h"
+#include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/results/judge_run.h"
 #include "files/start/read_start_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -37,28 +41,20 @@ static std::vector<std::string> read_names(const std::string &file) {
 static void copy_patterns(start_file &start, const std::string &beside, const std::string &work,
                           start_choice &chosen) {
     std::error_code error;
-    fs::create_directory(work + "/patterns", error);
+    pattern_names names("spectrum"); // as a fit has its data
     for (start_entry &entry : start.entries) {
         if (entry.type != pattern_entry) continue;
-        std::string found = (fs::path(beside).parent_path() / entry.pattern_file).string();
-        if (!fs::is_regular_file(found, error)) found = entry.pattern_file;
-        const std::string name = fs::path(entry.pattern_file).filename().string();
-        if (!fs::is_regular_file(found, error))
-            throw tool_error(bad_input, beside + ": pattern " + entry.pattern_file +
-                                            " is not there; expected it beside the start file");
-        const std::string target = work + "/patterns/" + name;
-        if (fs::exists(target, error)) {
-            if (entry.pattern_file != name)
-                throw tool_error(bad_input, beside + ": two patterns are called " + name +
-                                                "; give them different names");
-            continue;
-        }
+        const std::string found = find_pattern_file(beside, entry.pattern_file);
+        entry.pattern_file = names.name_for(found);
+        const auto known =
+            std::find(chosen.pattern_files.begin(), chosen.pattern_files.end(), entry.pattern_file);
+        if (known != chosen.pattern_files.end()) continue;
+        fs::create_directory(work + "/patterns", error);
+        const std::string target = work + "/patterns/" + entry.pattern_file;
         fs::copy_file(found, target, error);
         if (error) throw tool_error(bad_output, target + ": cannot be written");
-        fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write,
-                        fs::perm_options::add, error);
-        entry.pattern_file = name;
-        chosen.pattern_files.push_back(name);
+        fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write, error);
+        chosen.pattern_files.push_back(entry.pattern_file);
         chosen.inputs.push_back(found);
     }
 }
@@ -119,7 +115,7 @@ static start_file start_of_table(const plan_options &options, long long points,
                                  const std::vector<planned_spectrum> &spectra,
                                  start_choice &chosen) {
     const peak_table table = read_peak_table(options.peaks);
-    for (const table_row &row : table.rows)
+    for (const table_row &row : table.rows) // estimates of each spectrum find it by this name
         if (row.pattern_file.find('/') != row.pattern_file.npos)
             refuse_at(table, row.place,
                       row.name + ": pattern " + row.pattern_file +
@@ -178,16 +174,18 @@ start_choice choose_start(const plan_options &options, const nlohmann::ordered_j
             chosen.names.push_back(name.empty() ? "#" + std::to_string(k + 1) : name);
         }
     }
-    std::ofstream text(work + "/start.par", std::ios::binary);
-    text << version_3_text(start, {});
-    std::ofstream list(work + "/names.txt", std::ios::binary);
-    // a '#' would begin a remark
-    for (const std::string &name : chosen.names)
-        list << (name[0] == '#' ? "entry" + name.substr(1) : name) << '\n';
-    text.close();
-    list.close();
-    if (!text || !list)
-        throw tool_error(bad_output, work + ": cannot be written; is the disk full?");
+    std::string list;
+    for (const std::string &name : chosen.names) {
+        refuse_not_utf8(name, (names_file.empty() ? source : names_file) + ": name of an entry");
+        if (!is_plain_text(name))
+            throw tool_error(bad_input, (names_file.empty() ? source : names_file) +
+                                            ": a name of an entry has control characters or is too "
+                                            "long; expected a word");
+        // a '#' would begin a remark
+        list += (name[0] == '#' ? "entry" + name.substr(1) : name) + "\n";
+    }
+    write_files({{work + "/start.par", version_3_text(start, {})}, {work + "/names.txt", list}}, {},
+                false);
     return chosen;
 }
 
