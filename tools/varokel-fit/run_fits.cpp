@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-fit/run_fits.h"
 
+#include "files/base/own_files.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include <map>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,8 +24,12 @@ namespace fs = std::filesystem;
 
 static volatile std::sig_atomic_t interrupted = 0;
 
-static void note_interrupt(int) {
-    interrupted = 1;
+static void note_interrupt(int number) {
+    interrupted = number;
+}
+
+int interrupted_by() {
+    return interrupted;
 }
 
 void watch_for_interrupts() {
@@ -31,6 +37,7 @@ void watch_for_interrupts() {
     action.sa_handler = note_interrupt; // without SA_RESTART: waiting ends
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
 }
 
 std::string find_program(const std::string &name) {
@@ -56,6 +63,7 @@ static pid_t start_program(const program_call &call, unsigned limit) {
     std::vector<char *> words;
     for (const std::string &word : call.words) words.push_back(const_cast<char *>(word.c_str()));
     words.push_back(nullptr);
+    const pid_t parent = getpid();
     const pid_t child = fork();
     if (child < 0)
         throw tool_error(bad_output, "no process for " + call.words.front() + " (" +
@@ -64,6 +72,10 @@ static pid_t start_program(const program_call &call, unsigned limit) {
     // Only calls that are safe between fork and exec.
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGHUP, SIG_DFL);
+    restore_ignored_signals();
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // however this process ends, its fits end with it
+    if (getppid() != parent) _exit(127);
     const int input = open("/dev/null", O_RDONLY);
     if (chdir(call.folder.c_str()) != 0) _exit(127);
     const int log = open(call.log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);

@@ -37,4 +37,7 @@ int run_program(const program_call &call);
 // From here on SIGINT and SIGTERM end the fits, and then this program by an error.
 void watch_for_interrupts();
 
+// Number of the signal that came since, 0 without one.
+int interrupted_by();
+
 } // namespace tools

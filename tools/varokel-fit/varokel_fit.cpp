@@ -4,14 +4,17 @@
 // import, start file, fit, tables and page are made in a folder of their own, whose contents
 // appear in the folder of the results when all is done.
 #include "files/base/output_file.h"
+#include "files/base/own_files.h"
+#include "files/base/pattern_name.h"
 #include "files/base/tool_error.h"
-#include "files/spectra/signal_file.h"
-#include "files/start/make_start.h"
-#include "files/start/show_start.h"
 #include "files/results/derived_area.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
+#include "files/spectra/signal_file.h"
+#include "files/start/make_start.h"
+#include "files/start/show_start.h"
+
 #include "common/command_line.h"
 #include "common/run_tool.h"
 #include "varokel-fit/fit_options.h"
@@ -35,28 +38,6 @@ namespace fs = std::filesystem;
 static void warn(const std::string &text) {
     std::cerr << "varokel-fit: " << text << '\n';
 }
-
-// A folder that is removed with all that is in it, unless it was kept.
-class private_folder {
-  public:
-    explicit private_folder(const fs::path &name) : name_(name) {
-        std::error_code error;
-        fs::create_directories(name_.parent_path(), error);
-        if (!fs::create_directory(name_, error))
-            throw tool_error(tools::bad_output, name_.string() + ": folder cannot be made (" +
-                                                    (error ? error.message() : "it exists") + ")");
-    }
-    private_folder(const private_folder &) = delete;
-    private_folder &operator=(const private_folder &) = delete;
-    ~private_folder() {
-        std::error_code ignored;
-        fs::remove_all(name_, ignored);
-    }
-    const fs::path &name() const { return name_; }
-
-  private:
-    fs::path name_;
-};
 
 static fs::path output_folder(const fit_options &own) {
     std::error_code error;
@@ -132,24 +113,22 @@ static void prepare(const fit_options &own, tools::start_maker &maker, tools::pl
     try {
         const tools::spectrum_facts facts =
             tools::facts_of_sidecar(tools::metadata((folder / (fit.name + ".json")).string()));
-        const tools::start_result made = maker.make(
+        tools::start_result made = maker.make(
             tools::read_points((folder / (fit.name + ".bin")).string(), 0, facts.points), facts);
         guesses.add(fit.name, made.guesses, "guessed ", alone);
         guesses.add(fit.name, made.warnings, "", alone);
+        tools::pattern_names patterns(fit.name);
+        for (tools::start_entry &entry : made.start.entries)
+            if (!entry.pattern_file.empty())
+                entry.pattern_file =
+                    patterns.name_for(tools::find_pattern_file(own.peaks, entry.pattern_file));
+        for (const auto &[name, source] : patterns.files()) {
+            // the fit opens patterns from its working folder, for update
+            fs::copy_file(source, folder / name);
+            fs::permissions(folder / name, fs::perms::owner_read | fs::perms::owner_write);
+        }
         write_new(folder / "start.par", made.text());
         write_new(folder / "names.txt", tools::names_text(made.start));
-        for (const tools::start_entry &entry : made.start.entries) {
-            if (entry.pattern_file.empty()) continue;
-            // the fit opens patterns from its working folder, for update
-            const fs::path copy = folder / entry.pattern_file;
-            fs::create_directories(copy.parent_path());
-            for (const fs::path &source : {fs::path(own.peaks).parent_path() / entry.pattern_file,
-                                           fs::path(entry.pattern_file)})
-                if (fs::is_regular_file(source) && !fs::exists(copy)) {
-                    fs::copy_file(source, copy);
-                    fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
-                }
-        }
     } catch (const tool_error &error) {
         fit.why_not = error.what();
     } catch (const fs::filesystem_error &error) {
@@ -283,22 +262,24 @@ static int fit(const fit_options &own) {
     const fs::path output = output_folder(own);
     std::error_code error;
     const bool was_there = fs::exists(output, error);
-    const std::string mark = ".part" + std::to_string(getpid());
-    const private_folder work(was_there ? output / mark : fs::path(output.string() + mark));
+    fs::create_directories(output.parent_path(), error);
+    tools::own_folder made((was_there ? output : output.parent_path()).string(), ".varokel-fit.",
+                           "fit into " + output.string());
+    const fs::path work(made.name());
 
-    const std::vector<std::string> names = import(own, work.name());
+    const std::vector<std::string> names = import(own, work);
     tools::start_maker maker(std::move(table),
                              {fs::absolute(own.peaks).parent_path().string(), "."});
     std::vector<tools::planned_fit> fits;
     guess_list guesses;
     for (const std::string &name : names) {
-        tools::planned_fit planned = {work.name().string(), name, ""};
+        tools::planned_fit planned = {work.string(), name, ""};
         if (names.size() > 1) { // a fit writes files of fixed names: each has its own folder
-            planned.folder = (work.name() / name).string();
+            planned.folder = (work / name).string();
             fs::create_directory(planned.folder);
             for (const char *const ending : {".bin", ".json", ".bin.ref"})
-                fs::rename(work.name() / (name + ending),
-                           fs::path(planned.folder) / (name + ending), error);
+                fs::rename(work / (name + ending), fs::path(planned.folder) / (name + ending),
+                           error);
         }
         prepare(own, maker, planned, guesses, names.size() == 1);
         fits.push_back(std::move(planned));
@@ -342,19 +323,17 @@ static int fit(const fit_options &own) {
         for (const std::string &text : run.notes) warn(text);
         print_entries(run);
     }
-    if (own.report) report(own, work.name());
-    write_tables(work.name(), results, quality); // in the order of the file, page or not
+    if (own.report) report(own, work);
+    write_tables(work, results, quality); // in the order of the file, page or not
 
     std::vector<std::string> inputs = {own.input.input, own.peaks};
     if (!own.input.json.empty()) inputs.push_back(own.input.json);
     if (!own.spectrum.reference.empty()) inputs.push_back(own.spectrum.reference);
     if (was_there) {
-        move_contents(work.name(), output, inputs);
+        made.strip_owner();
+        move_contents(work, output, inputs);
     } else {
-        fs::rename(work.name(), output, error);
-        if (error)
-            throw tool_error(tools::bad_output,
-                             own.output + ": cannot be written (" + error.message() + ")");
+        made.become(output.string());
     }
     std::cout << '\n';
     for (const char *const file : {"report.html", "results.tsv", "quality.tsv"})
@@ -378,7 +357,7 @@ int main(int argc, char **argv) {
     tools::add_fit_options(app, own);
     tools::common_options(app, "  varokel-fit brain.nii.gz peaks.txt -o run",
                           "0 all right, 1 some spectra were not fitted");
-    return tools::run_tool("varokel-fit", [&] {
+    const int ended = tools::run_tool("varokel-fit", [&] {
         if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
             return *status;
         tools::watch_for_interrupts();
@@ -388,4 +367,5 @@ int main(int argc, char **argv) {
             throw tool_error(tools::bad_output, error.what());
         }
     });
+    return tools::interrupted_by() != 0 && ended != 0 ? 128 + tools::interrupted_by() : ended;
 }
