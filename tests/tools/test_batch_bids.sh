@@ -51,6 +51,18 @@ status 3 "$bids" one made participant --start start.par
 holds err "no dataset_description.json"
 status 2 "$bids" data made group --start start.par
 chmod -R u+w data
+# a participant, a session or mrs/ that is a link: results have the names of the data set, outside of it
+mkdir -p outside && cp -r data/sub-02 outside/real && before=$(find data outside | sort)
+ln -s "$PWD/outside/real" data/sub-77
+mkdir data/sub-78 && ln -s "$PWD/outside/real/mrs" data/sub-78/mrs
+status 0 "$bids" data linked participant --start start.par --participant-label 77 78
+true_that "derivatives of both" test -n "$(ls linked/sub-77/mrs/*_desc-fit_svs.tsv)" -a -n "$(ls linked/sub-78/mrs/*_desc-fit_svs.tsv)"
+rm data/sub-77 && rm -r data/sub-78
+true_that "nothing was written beside the data" test "$before" = "$(find data outside | sort)"
+mkdir led && ln -s "$PWD/data/sub-02" led/sub-02
+status 4 "$bids" data led participant --start start.par --participant-label 02
+holds err "no folder but a link"
+true_that "nothing was written into the data set" test "$before" = "$(find data outside | sort)"
 # one file that cannot be read: the others go on
 printf 'x' >data/sub-02/mrs/sub-02_svs.nii
 status 1 "$bids" data made2 participant --start start.par

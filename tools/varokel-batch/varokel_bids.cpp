@@ -5,8 +5,13 @@
 //
 // Reads sub-*/[ses-*/]mrs/*_svs.nii.gz and *_mrsi.nii.gz (or .nii). The data set is never written
 // to: it may be mounted read-only.
+#include "files/base/output_file.h"
+#include "files/base/own_files.h"
+#include "files/base/plain_text.h"
+#include "files/base/read_json.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
+
 #include "common/command_line.h"
 #include "common/run_tool.h"
 #include "varokel-batch/merge_batch.h"
@@ -97,26 +102,40 @@ static std::vector<fs::path> measurements(const bids_options &own) {
 }
 
 static void write_json(const fs::path &name, const nlohmann::ordered_json &items) {
-    const fs::path written = name.string() + ".part" + std::to_string(getpid());
-    std::ofstream stream(written);
-    stream << items.dump(2) << '\n';
-    stream.close();
-    std::error_code error;
-    if (stream) fs::rename(written, name, error);
-    if (!stream || error)
-        throw tool_error(tools::bad_output, name.string() + ": cannot be written; is the folder "
-                                                            "yours, is the disk full?");
+    tools::write_files({{name.string(), tools::json_text(items, 2, name.string()) + "\n"}}, {},
+                       true);
 }
 
 static void move_result(const fs::path &from, const fs::path &to) {
+    std::ifstream stream(from, std::ios::binary);
+    if (!stream) return;
+    tools::part_file written(to.string());
+    std::string piece(1 << 16, '\0');
+    while (stream) {
+        stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        written.add(std::string_view(piece).substr(0, static_cast<std::size_t>(stream.gcount())));
+    }
+    written.finish();
+}
+
+// The folder of a participant's derivatives below the output, made step by step: a link on the way
+// could lead into the data set.
+static fs::path folder_in_output(const bids_options &own, const fs::path &relative) {
+    fs::path target(own.output);
     std::error_code error;
-    if (!fs::exists(from, error)) return;
-    const fs::path written = to.string() + ".part" + std::to_string(getpid());
-    fs::copy_file(from, written, fs::copy_options::overwrite_existing, error);
-    if (!error) fs::rename(written, to, error);
-    if (error)
-        throw tool_error(tools::bad_output,
-                         to.string() + ": cannot be written (" + error.message() + ")");
+    for (const fs::path &part : relative) {
+        if (part == "." || part == ".." || !tools::is_plain_name(part.string()))
+            throw tool_error(tools::bad_input, relative.string() +
+                                                   ": not the place of a measurement in a data "
+                                                   "set; expected sub-*/[ses-*/]mrs");
+        target /= part;
+        fs::create_directory(target, error);
+        if (fs::symlink_status(target, error).type() != fs::file_type::directory)
+            throw tool_error(tools::bad_output, target.string() +
+                                                    ": cannot be made, or is no folder but a link; "
+                                                    "choose another output folder");
+    }
+    return target;
 }
 
 static void describe_output(const bids_options &own) {
@@ -130,8 +149,8 @@ static void describe_output(const bids_options &own) {
     items["GeneratedBy"] = nlohmann::ordered_json::array({program});
     // where the data set lies on this machine is nobody's business
     items["SourceDatasets"] = nlohmann::ordered_json::array();
-    std::ifstream stream(fs::path(own.data_set) / "dataset_description.json");
-    const nlohmann::json source = nlohmann::json::parse(stream, nullptr, false);
+    const nlohmann::ordered_json source =
+        tools::json_of_file((fs::path(own.data_set) / "dataset_description.json").string());
     if (source.is_object() && source.contains("DatasetDOI") && source["DatasetDOI"].is_string())
         items["SourceDatasets"].push_back({{"DOI", source["DatasetDOI"]}});
     if (items["SourceDatasets"].empty()) items.erase("SourceDatasets");
@@ -157,32 +176,21 @@ static std::string label_of_map(const std::string &stem) {
 static int fit_one(const bids_options &own, const fs::path &file) {
     const std::string name = file.filename().string(), ending = ending_of(name);
     const std::string base = name.substr(0, name.size() - ending.size());
-    const fs::path relative = fs::relative(file.parent_path(), own.data_set);
-    const fs::path target = fs::path(own.output) / relative;
+    // by its names, not by where links on the way lead
+    const fs::path relative = file.parent_path().lexically_relative(own.data_set);
+    const fs::path target = folder_in_output(own, relative);
     std::error_code error;
     const std::string suffix = ending.starts_with("_svs") ? "svs" : "mrsi";
     const fs::path table = target / (base + "_desc-fit_" + suffix + ".tsv");
     if (fs::exists(table, error) && !own.force)
         throw tool_error(tools::bad_output, table.string() + ": exists; --force replaces it");
-    fs::create_directories(target, error);
-    if (error)
-        throw tool_error(tools::bad_output,
-                         target.string() + ": cannot be made (" + error.message() + ")");
-
     const char *const set = std::getenv("TMPDIR");
-    std::string place =
+    const std::string place =
         own.scratch.empty() ? (set != nullptr && *set != '\0' ? set : "/tmp") : own.scratch;
-    std::string work = place + "/varokel-bids.XXXXXX";
-    if (mkdtemp(work.data()) == nullptr)
-        throw tool_error(tools::bad_output, place + ": cannot be written; --scratch DIR names a "
-                                                    "place for the fits");
-    struct removed {
-        std::string folder;
-        ~removed() {
-            std::error_code ignored;
-            fs::remove_all(folder, ignored);
-        }
-    } const cleaner{work};
+    const std::string purpose = "bids for " + tools::identity_of(target.string()).text();
+    tools::remove_leftovers(place, "varokel-bids.", purpose);
+    const tools::own_folder work_folder(place, "varokel-bids.", purpose);
+    const std::string &work = work_folder.name();
 
     // The copy is ours: the data set may be mounted read-only.
     const std::string copy = work + "/" + name;
@@ -238,8 +246,7 @@ static int fit_one(const bids_options &own, const fs::path &file) {
         std::cout << to.string() << '\n';
     };
     // columns of the table, and what it was made of
-    std::ifstream stream(run / "results.json");
-    nlohmann::ordered_json columns = nlohmann::ordered_json::parse(stream);
+    const nlohmann::ordered_json columns = tools::json_of_file((run / "results.json").string());
     nlohmann::ordered_json with_source = about;
     with_source.update(columns);
     write_json(run / "results.json", with_source);
