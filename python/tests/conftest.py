@@ -8,6 +8,7 @@ from collections.abc import Callable
 from pathlib import Path
 
 import numpy as np
+import numpy.typing as npt
 import pytest
 import varokel
 from varokel import ComplexArray, Entry, EntryType, Parameter, StartFile, Step
@@ -72,6 +73,14 @@ def two_lines(points: int = 512, hz_per_point: float = 2.0) -> StartFile:
             ),
         ),
     )
+
+
+def masked_array(points: npt.NDArray[np.complex128], *masked: int) -> npt.ArrayLike:
+    """An array of numpy.ma in which these points are masked."""
+    make = getattr(np.ma, "masked_array")  # has no types
+    mask = np.isin(np.arange(points.size), masked)
+    array: npt.ArrayLike = make(points, mask=mask)
+    return array
 
 
 TRUE_AREAS = np.array([5.0, 3.0])

@@ -85,7 +85,7 @@ def test_a_mistake_in_the_table_is_that_of_the_program(start_program: Path) -> N
         varokel.fit_fid(two_line_fid(), table, FitOptions(programs=start_program), sidecar=SIDECAR)
     spectra = [varokel.spectrum_of_fid(two_line_fid())]
     options = FitOptions(programs=start_program)
-    (failure,) = varokel.fit_many(spectra, table, options, sidecar=SIDECAR)
+    (failure,) = varokel.fit_many(spectra, table, options, method="classic", sidecar=SIDECAR)
     assert isinstance(failure, varokel.FitFailed) and "peaks.txt:1:1" in failure.reason
 
 

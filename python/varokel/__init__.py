@@ -1,13 +1,14 @@
 # SPDX-License-Identifier: BSD-3-Clause
-"""Fits of in-vivo NMR spectra with the program varokel, from arrays to arrays.
+"""Fits of in-vivo NMR spectra, from arrays to arrays.
 
     import varokel
     spectrum = varokel.import_file("brain.fid.f32")[0]
-    fit = varokel.fit_spectrum(spectrum, Path("start.par"))
-    print(fit.areas, fit.area_sd)
+    fit = varokel.fit(spectrum, varokel.PeakTable.read("peaks.txt"))
+    print(fit.areas, fit.area_sd, fit.verdict)
 
-The programs are run, never loaded; find_program says where they are looked for. Nothing of the
-caller's is changed: every run has a private folder.
+fit calls libvarokel in this process; find_library says where it is looked for. Programs are run in
+private folders, and find_program says where they are. Nothing of the caller's is changed. Errors
+are ONE standard deviation everywhere.
 """
 
 from .arrays import ComplexArray, EntryType, FloatArray, IntArray, Quantity
@@ -19,9 +20,13 @@ from .errors import (
     VarokelError,
     VarokelWarning,
 )
+from .exact import ExactOptions
+from .exact_fit import ExactFit, Reason, StartTried
 from .exl import ExlTable, FitSummary, read_exl
 from .fitres import FitReport, read_fitres
 from .fitting import FitOptions, Start, fit_fid, fit_spectrum
+from .library import LibraryMissing, find_library
+from .methods import fit
 from .patterns import PatternContent
 from .peaks import PeakTable, StartValues, start_from_peaks
 from .pool import fit_many
@@ -36,7 +41,14 @@ from .signals import (
     spectrum_of_fid,
     write_signal,
 )
-from .spectra import Spectrum, import_file, read_imported, read_spectrum, run_import
+from .spectra import (
+    Spectrum,
+    import_file,
+    read_imported,
+    read_spectrum,
+    run_import,
+    spectrum_from_fid,
+)
 from .start_file import Entry, Parameter, StartFile, Step, parse_start_file, read_start_file
 from .tables import ResultsTable, read_names, read_parameter_matrix, read_results_table
 
@@ -46,6 +58,8 @@ __all__ = [
     "ComplexArray",
     "Entry",
     "EntryType",
+    "ExactFit",
+    "ExactOptions",
     "ExlTable",
     "FileFormatError",
     "Fit",
@@ -56,23 +70,28 @@ __all__ = [
     "FitSummary",
     "FloatArray",
     "IntArray",
+    "LibraryMissing",
     "Parameter",
     "PatternContent",
     "PeakTable",
     "ProgramFailed",
     "ProgramMissing",
     "Quantity",
+    "Reason",
     "ResultsTable",
     "Sidecar",
     "Spectrum",
     "Start",
     "StartFile",
+    "StartTried",
     "StartValues",
     "Step",
     "VarokelError",
     "VarokelWarning",
     "fid_of_spectrum",
+    "find_library",
     "find_program",
+    "fit",
     "fit_fid",
     "fit_many",
     "fit_spectrum",
@@ -92,6 +111,7 @@ __all__ = [
     "read_spectrum",
     "read_start_file",
     "run_import",
+    "spectrum_from_fid",
     "spectrum_of_fid",
     "start_from_peaks",
     "write_signal",

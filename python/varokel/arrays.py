@@ -18,7 +18,7 @@ BoolArray: TypeAlias = npt.NDArray[np.bool_]
 def complex_points(signal: npt.ArrayLike) -> ComplexArray:
     """A signal as complex128, same shape. Raises ValueError for one with points that are masked:
     numpy would hand on what lies under the mask."""
-    if np.ma.is_masked(signal):
+    if isinstance(signal, np.ma.MaskedArray) and bool(np.any(signal.mask)):
         raise ValueError("the signal has masked points; fill or cut them first")
     return np.asarray(signal, dtype=np.complex128)
 

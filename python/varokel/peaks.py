@@ -73,6 +73,21 @@ def start_from_peaks(
     Each line that the program warns with becomes a VarokelWarning. Raises ProgramFailed with the
     program's message, which names line and column of the table; ProgramMissing.
     """
+    made, said = start_and_warnings(table, spectrum, sidecar, patterns=patterns, programs=programs)
+    for line in said:
+        warnings.warn(line, VarokelWarning, stacklevel=2)
+    return made
+
+
+def start_and_warnings(
+    table: PeakTable,
+    spectrum: npt.ArrayLike,
+    sidecar: Sidecar,
+    *,
+    patterns: Mapping[str, PatternContent] | None = None,
+    programs: str | PathLike[str] | None = None,
+) -> tuple[StartValues, list[str]]:
+    """As start_from_peaks, with what the program warned of as lines."""
     program = find_program("varokel-start", programs)
     with tempfile.TemporaryDirectory(prefix="varokel_start_") as private:
         folder = Path(private)
@@ -88,8 +103,8 @@ def start_from_peaks(
             raise ProgramFailed(
                 "varokel-start", finished.status, finished.errors or finished.output
             )
-        for line in finished.errors.splitlines():
-            warnings.warn(line.removeprefix("varokel-start: "), VarokelWarning, stacklevel=2)
+        said = [line.removeprefix("varokel-start: ") for line in finished.errors.splitlines()]
         start = read_start_file(folder / "start.par")
         names_file = folder / "names.txt"
-        return StartValues(start, read_names(names_file) if names_file.exists() else ())
+        names = read_names(names_file) if names_file.exists() else ()
+        return StartValues(start, names), said

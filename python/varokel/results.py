@@ -52,8 +52,9 @@ class Fit:
     name      of the spectrum
     names     of the entries, as given; "line 1", "pattern 17" where none were
     values    shape (entries, 5), columns as in Quantity, units as in start_file.Entry
-    errors    same shape, TWO standard deviations (Cramer-Rao bounds); 0 where a parameter is
-              fixed or no errors were asked for, not-a-number where they could not be had
+    errors    same shape, ONE standard deviation (Cramer-Rao bounds; the files have two); 0 where
+              a parameter is fixed or no errors were asked for, not-a-number where they could not
+              be had
     summary   quality, noise, chi-square, iterations
     final     the start file that the run left (compact.par): settings, links, fitted values
     signals   None when they were not asked for
@@ -87,9 +88,8 @@ class Fit:
 
     @property
     def area_sd(self) -> FloatArray:
-        """ONE standard deviation of the areas (half of the program's error), shape (entries,)."""
-        sd: FloatArray = 0.5 * self.errors[:, Quantity.AREA]
-        return sd
+        """ONE standard deviation of the areas, shape (entries,)."""
+        return self.errors[:, Quantity.AREA]
 
     @property
     def frequencies_hz(self) -> FloatArray:
@@ -99,8 +99,7 @@ class Fit:
     @property
     def frequency_sd_hz(self) -> FloatArray:
         """ONE standard deviation of the frequencies [Hz], shape (entries,)."""
-        sd: FloatArray = 0.5 * self.errors[:, Quantity.FREQUENCY]
-        return sd
+        return self.errors[:, Quantity.FREQUENCY]
 
     @property
     def ppm(self) -> FloatArray:
@@ -141,12 +140,15 @@ class Fit:
             raise KeyError(f'no entry "{name}"; there are {", ".join(self.names)}') from None
 
     def _widths_hz(self, quantity: Quantity) -> FloatArray:
-        units = [_hz_per_unit(quantity, t, self.final.hz_per_point) for t in self.types]
+        units = [hz_per_unit(quantity, t, self.final.hz_per_point) for t in self.types]
         widths: FloatArray = self.values[:, quantity] * np.array(units)
         return widths
 
 
-def _hz_per_unit(quantity: Quantity, entry_type: EntryType, hz_per_point: float) -> float:
+def hz_per_unit(quantity: Quantity, entry_type: EntryType, hz_per_point: float) -> float:
+    """What a width of a file has to be multiplied by to be a FWHM in Hz; 1 for other quantities."""
+    if quantity not in (Quantity.GAUSS_WIDTH, Quantity.LORENTZ_WIDTH):
+        return 1.0
     if entry_type == EntryType.PATTERN:
         return hz_per_point * (GAUSS_FWHM_PER_WIDTH if quantity == Quantity.GAUSS_WIDTH else 1.0)
     if entry_type == EntryType.LORENTZ and quantity == Quantity.LORENTZ_WIDTH:
@@ -205,7 +207,7 @@ def read_fit(
         name=name,
         names=entry_names(final, read_names(names_file) if names_file.exists() else ()),
         values=values,
-        errors=errors,
+        errors=0.5 * errors,
         summary=exl.summary,
         final=final,
         signals=_read_signals(place, name, final.points) if with_signals else None,

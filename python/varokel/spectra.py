@@ -10,11 +10,13 @@ from dataclasses import dataclass, field
 from os import PathLike
 from pathlib import Path
 
+import numpy.typing as npt
+
 from .arrays import ComplexArray
 from .errors import ProgramFailed, VarokelWarning
 from .programs import RunningPrograms, find_program
 from .sidecar import Sidecar, read_sidecar
-from .signals import read_signal
+from .signals import read_signal, spectrum_of_fid
 
 
 @dataclass(frozen=True)
@@ -31,6 +33,43 @@ class Spectrum:
     points: ComplexArray = field(repr=False)
     sidecar: Sidecar
     reference: ComplexArray | None = field(default=None, repr=False)
+
+
+def spectrum_from_fid(
+    fid: npt.ArrayLike,
+    dwell_time: float,
+    *,
+    spectrometer_mhz: float | None = None,
+    ppm_at_carrier: float | None = None,
+    ppm_rises_with_points: bool = True,
+    delay: float = 0.0,
+    noise_window: tuple[int, int] | None = None,
+    points: int | None = None,
+    name: str = "spectrum",
+) -> Spectrum:
+    """A spectrum from a free induction decay of shape (m,).
+
+    dwell_time    between its points [s]
+    spectrometer_mhz, ppm_at_carrier, ppm_rises_with_points   the axis, for tables in ppm
+    delay         from the excitation to the first point [s]; areas are those at the excitation
+    noise_window  first point and the one behind the last of the spectrum that hold noise only
+    points        of the spectrum, a power of two; by default m, which then has to be one
+
+    Raises ValueError.
+    """
+    if not dwell_time > 0.0:
+        raise ValueError(f"a dwell time of {dwell_time} s; expected a number above 0")
+    centred = spectrum_of_fid(fid, points)
+    sidecar = Sidecar(
+        points=centred.size,
+        hz_per_point=1.0 / (dwell_time * centred.size),
+        spectrometer_mhz=spectrometer_mhz,
+        ppm_at_carrier=ppm_at_carrier,
+        ppm_rises_with_points=ppm_rises_with_points,
+        phi_1_degrees=360.0 * delay / dwell_time,
+        noise_window=noise_window,
+    )
+    return Spectrum(name, centred, sidecar)
 
 
 def import_file(

@@ -38,7 +38,7 @@ STRONG = 25.0  # strongest line over its standard deviation, from which on the s
 
 def fit_all(spectra: list[Spectrum], start: StartFile) -> list[Fit]:
     fits = []
-    for fit in varokel.fit_many(spectra, start):
+    for fit in varokel.fit_many(spectra, start, method="classic"):
         if not isinstance(fit, Fit):
             raise fit
         fits.append(fit)

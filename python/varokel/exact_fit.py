@@ -1,0 +1,261 @@
+# SPDX-License-Identifier: BSD-3-Clause
+"""What a fit by libvarokel found, and what is said of it."""
+
+from __future__ import annotations
+
+from ctypes import POINTER, byref, c_char_p, c_double, c_int
+from dataclasses import dataclass, field
+
+import numpy as np
+
+from .arrays import ComplexArray, EntryType, FloatArray, Quantity
+from .library import Handle, Library, RefusedByLibrary, pointer_to
+from .sidecar import Sidecar
+from .start_file import StartFile
+
+
+@dataclass(frozen=True)
+class Reason:
+    """Something that may be said against a fit.
+
+    what     "not_finished", "degenerate", "several_minima", "moved", "misfit", "noise_wrong" or
+             "at_bound"
+    number   behind it, see varokel_fit_reason in varokel.h
+    entries  names of those it is about
+    text     a sentence
+    """
+
+    what: str
+    number: float
+    entries: tuple[str, ...]
+    text: str
+
+
+@dataclass(frozen=True)
+class StartTried:
+    """A place where a search began: its name, the sum of squares of the residual where it ended
+    [noise variances], the shift that all frequencies had [Hz], and whether it ended where the
+    lowest one did."""
+
+    name: str
+    sum_of_squares: float
+    shift_hz: float
+    same: bool
+
+
+@dataclass(frozen=True)
+class ExactFit:
+    """The optimum of a fit.
+
+    name         of the spectrum
+    names        of the entries
+    types        of the entries
+    values       shape (entries, 5), columns as in Quantity: area [signal], frequency [Hz from the
+                 left edge; of patterns a shift], Gaussian width [FWHM, Hz], phase [degrees],
+                 Lorentzian width [FWHM, Hz]; FWHM in Hz for every type of line
+    errors       same shape, ONE standard deviation (Cramer-Rao bounds); 0 for what is fixed or
+                 stands at the edge of its window, infinite for what cannot be told apart
+    covariance   shape (5 entries, 5 entries), in the order of values.ravel()
+    verdict      "optimum", or the first of the reasons
+    reasons      all that may be said against the fit
+    starts       that were tried
+    quality      root mean square of the residual over the noise
+    sum_of_squares, expected_decrease   of the residual [noise variances], and what is left to gain
+    noise_sd     per channel [signal]
+    noise_window first point and the one behind the last; None when noise_sd was given
+    notes        what was guessed
+    data         the spectrum, shape (points,)
+    lineshape    coefficients of a fitted lineshape; empty without one
+    sidecar      what is known about the spectrum; None if nothing
+    """
+
+    name: str
+    names: tuple[str, ...]
+    types: tuple[EntryType, ...]
+    values: FloatArray
+    errors: FloatArray
+    covariance: FloatArray = field(repr=False)
+    verdict: str
+    reasons: tuple[Reason, ...]
+    starts: tuple[StartTried, ...] = field(repr=False)
+    quality: float
+    sum_of_squares: float
+    expected_decrease: float
+    noise_sd: float
+    noise_window: tuple[int, int] | None
+    notes: tuple[str, ...]
+    hz_per_point: float
+    data: ComplexArray = field(repr=False)
+    lineshape: ComplexArray = field(repr=False)
+    sidecar: Sidecar | None = field(repr=False)
+    _handle: Handle = field(repr=False, compare=False)
+
+    @property
+    def areas(self) -> FloatArray:
+        """Amplitudes of the decays at time 0, shape (entries,)."""
+        return self.values[:, Quantity.AREA]
+
+    @property
+    def area_sd(self) -> FloatArray:
+        """ONE standard deviation of the areas, shape (entries,)."""
+        return self.errors[:, Quantity.AREA]
+
+    @property
+    def frequencies_hz(self) -> FloatArray:
+        """[Hz from the left edge]; of patterns the shift; shape (entries,)."""
+        return self.values[:, Quantity.FREQUENCY]
+
+    @property
+    def ppm(self) -> FloatArray:
+        """Chemical shifts [ppm], shape (entries,); of patterns not-a-number.
+
+        Raises ValueError when the spectrum's axis is not known.
+        """
+        if self.sidecar is None:
+            raise ValueError("chemical shifts need a sidecar with frequency and reference")
+        is_line = np.array([t != EntryType.PATTERN for t in self.types])
+        return np.where(is_line, self.sidecar.ppm_of_hz(self.frequencies_hz), np.nan)
+
+    def entry(self, name: str) -> int:
+        """Row of the entry of this name. Raises KeyError."""
+        if name not in self.names:
+            raise KeyError(f'no entry "{name}"; there are {", ".join(self.names)}')
+        return self.names.index(name)
+
+    def model(self) -> ComplexArray:
+        """The fitted spectrum, shape (points,)."""
+        return self._curve(-1)
+
+    def residual(self) -> ComplexArray:
+        """Data minus model, shape (points,)."""
+        return self.data - self.model()
+
+    def components(self) -> ComplexArray:
+        """Curves of the entries, shape (entries, points); they add up to the model."""
+        return np.array([self._curve(k) for k in range(len(self.names))])
+
+    def derive(self, expression: str) -> tuple[float, float]:
+        """Value and ONE standard deviation of an expression of the fitted parameters.
+
+        Such as "PCr/gATP", "frequency(Pi)-frequency(PCr)", "pH(4.9, 6.75, 3.27, 5.69)"; see
+        varokel_fit_derive in varokel.h. Raises ValueError that names the place.
+        """
+        library = self._handle.library
+        value, error = c_double(), c_double()
+        try:
+            library.call(
+                "fit_derive",
+                self._handle,
+                library.create("workspace"),
+                expression.encode(),
+                byref(value),
+                byref(error),
+            )
+        except RefusedByLibrary as refused:
+            raise ValueError(f'"{expression}": {refused.reason}') from None
+        return value.value, error.value
+
+    def to_dataframe(self) -> object:
+        """A pandas.DataFrame with a row for each entry: name, type, the values, and their errors
+        with "_sd" behind the name. Raises ImportError without pandas."""
+        import pandas
+
+        table: dict[str, object] = {"name": self.names, "type": [t.name.lower() for t in self.types]}
+        for quantity in Quantity:
+            table[quantity.name.lower()] = self.values[:, quantity]
+            table[f"{quantity.name.lower()}_sd"] = self.errors[:, quantity]
+        frame: object = pandas.DataFrame(table)
+        return frame
+
+    def __str__(self) -> str:
+        lines = [f"{self.name}: {self.verdict}, quality {self.quality:.2f}"]
+        lines += [
+            f"  {r.what}: {r.text}{': ' if r.entries else ''}{' '.join(r.entries)}"
+            for r in self.reasons
+        ]
+        lines += [f"  {note}" for note in self.notes]
+        width = max(len(name) for name in self.names)
+        for name, area, sd in zip(self.names, self.areas, self.area_sd):
+            lines.append(f"  {name:{width}}  area {area:.5g} +- {sd:.2g}")
+        return "\n".join(lines)
+
+    def _curve(self, entry: int) -> ComplexArray:
+        library, pairs = self._handle.library, np.empty(2 * self.data.size)
+        workspace = library.create("workspace")
+        library.call(
+            "fit_spectrum", self._handle, workspace, entry, pointer_to(pairs), pairs.size
+        )
+        return pairs.view(np.complex128)
+
+
+def read_exact_fit(
+    library: Library,
+    fit: Handle,
+    *,
+    name: str,
+    start: StartFile,
+    names: tuple[str, ...],
+    data: ComplexArray,
+    noise: tuple[float, tuple[int, int] | None],
+    notes: tuple[str, ...],
+    sidecar: Sidecar | None,
+) -> ExactFit:
+    entries, columns = len(start.entries), len(Quantity)
+
+    def table(function: str, *shape: int) -> FloatArray:
+        numbers = np.empty(shape)
+        library.call(f"fit_{function}", fit, pointer_to(numbers), numbers.size)
+        return numbers
+
+    def count(function: str) -> int:
+        return int(library.of_fit(function, fit))
+
+    coefficients = table("lineshape", 2 * count("lineshape_coefficients"))
+    return ExactFit(
+        name=name,
+        names=names,
+        types=start.types,
+        values=table("values", entries, columns),
+        errors=table("errors", entries, columns),
+        covariance=table("covariance", entries * columns, entries * columns),
+        verdict=library.verdict_name(count("verdict")),
+        reasons=tuple(_reason(library, fit, i, names) for i in range(count("reasons"))),
+        starts=tuple(_start_tried(library, fit, i) for i in range(count("starts"))),
+        quality=library.of_fit("quality", fit),
+        sum_of_squares=library.of_fit("sum_of_squares", fit),
+        expected_decrease=library.of_fit("expected_decrease", fit),
+        noise_sd=noise[0],
+        noise_window=noise[1],
+        notes=notes,
+        hz_per_point=start.hz_per_point,
+        data=data,
+        lineshape=coefficients.view(np.complex128),
+        sidecar=sidecar,
+        _handle=fit,
+    )
+
+
+def _reason(library: Library, fit: Handle, number: int, names: tuple[str, ...]) -> Reason:
+    what, figure, text, many = c_int(), c_double(), c_char_p(), c_int()
+    entries = POINTER(c_int)()
+    library.call(
+        "fit_reason",
+        fit,
+        number,
+        byref(what),
+        byref(figure),
+        byref(text),
+        byref(entries),
+        byref(many),
+    )
+    about = tuple(names[entries[i]] for i in range(many.value))
+    sentence = (text.value or b"").decode()
+    return Reason(library.verdict_name(what.value), figure.value, about, sentence)
+
+
+def _start_tried(library: Library, fit: Handle, number: int) -> StartTried:
+    name, total, shift, same = c_char_p(), c_double(), c_double(), c_int()
+    library.call(
+        "fit_start", fit, number, byref(name), byref(total), byref(shift), byref(same)
+    )
+    return StartTried((name.value or b"").decode(), total.value, shift.value, same.value != 0)

@@ -1,0 +1,223 @@
+# SPDX-License-Identifier: BSD-3-Clause
+"""libvarokel in this process: where it is found, and its functions with their types.
+
+What the functions do stands in varokel.h; docs/c_interface.md has what they have in common.
+"""
+
+from __future__ import annotations
+
+import ctypes
+import os
+import shutil
+import threading
+from ctypes import POINTER, byref, c_char_p, c_double, c_int, c_size_t, c_void_p
+from os import PathLike
+from pathlib import Path
+
+import numpy as np
+
+from .arrays import ComplexArray, FloatArray
+from .errors import VarokelError
+from .programs import PROGRAM_FOLDER_VARIABLE
+
+LIBRARY_FILE = "libvarokel.so.2"
+
+_doubles, _ints = POINTER(c_double), POINTER(c_int)
+_handle, _handle_out = c_void_p, POINTER(c_void_p)
+_SIGNATURES: dict[str, list[type]] = {
+    "spectrum_of_fid": [_doubles, c_int, c_int, _doubles],
+    "noise_sd": [_doubles, c_int, c_int, c_int, _doubles],
+    "noise_window": [_doubles, c_int, _ints, _ints],
+    "problem_create": [c_int, c_double, _handle_out],
+    "problem_set_spectrum": [_handle, _doubles, c_int],
+    "problem_set_noise_sd": [_handle, c_double],
+    "problem_set_first_order_phase": [_handle, c_double],
+    "problem_set_truncation": [_handle, c_int, c_int],
+    "problem_set_channel": [_handle, c_int],
+    "problem_add_interval": [_handle, c_int, c_int],
+    "problem_add_pattern": [_handle, _doubles, c_int, _ints],
+    "problem_set_measured_lineshape": [_handle, _doubles, c_int],
+    "problem_set_fitted_lineshape": [_handle, _doubles, c_int, c_int],
+    "problem_add_entry": [_handle, c_char_p, c_int, _ints],
+    "problem_set_entry_pattern": [_handle, c_int, c_int],
+    "problem_set_takes_lineshape": [_handle, c_int, c_int],
+    "problem_set_free": [_handle, c_int, c_int, c_double],
+    "problem_set_fixed": [_handle, c_int, c_int, c_double],
+    "problem_set_tied": [_handle, c_int, c_int, c_int, c_double, c_double],
+    "problem_set_window": [_handle, c_int, c_int, c_double, c_double],
+    "workspace_create": [_handle_out],
+    "options_create": [_handle_out],
+    "options_set_starts": [_handle, c_int, c_int],
+    "options_set_most_linearizations": [_handle, c_int],
+    "fit_find": [_handle, _handle, _handle, _handle_out],
+    "fit_values": [_handle, _doubles, c_size_t],
+    "fit_errors": [_handle, _doubles, c_size_t],
+    "fit_covariance": [_handle, _doubles, c_size_t],
+    "fit_lineshape": [_handle, _doubles, c_size_t],
+    "fit_reason": [_handle, c_int, _ints, _doubles, POINTER(c_char_p), POINTER(_ints), _ints],
+    "fit_start": [_handle, c_int, POINTER(c_char_p), _doubles, _doubles, _ints],
+    "fit_spectrum": [_handle, _handle, c_int, _doubles, c_size_t],
+    "fit_derive": [_handle, _handle, c_char_p, _doubles, _doubles],
+}
+_COUNTS = ("verdict", "reasons", "starts", "linearizations", "evaluations", "lineshape_coefficients")
+_NUMBERS = ("sum_of_squares", "expected_decrease", "quality")
+_KINDS = ("problem", "options", "workspace", "fit")
+
+
+class LibraryMissing(VarokelError):
+    """libvarokel is not where it was looked for, or is no library of this version."""
+
+
+class RefusedByLibrary(VarokelError):
+    """A call that the library refused.
+
+    Attributes: reason (its sentence), entry (number of the entry it is about, from 0; -1 none).
+    """
+
+    def __init__(self, reason: str, entry: int = -1) -> None:
+        self.reason, self.entry = reason, entry
+        super().__init__(reason)
+
+    def __reduce__(self) -> tuple[type[RefusedByLibrary], tuple[str, int]]:
+        return type(self), (self.reason, self.entry)
+
+
+class Handle:
+    """Something that the library made; released along with this object."""
+
+    def __init__(self, library: Library, kind: str, pointer: c_void_p) -> None:
+        self.library, self.kind, self.pointer = library, kind, pointer
+
+    def __del__(self) -> None:
+        self.library.release(self.kind, self.pointer)
+
+
+class Library:
+    """The library at `file`. Raises LibraryMissing."""
+
+    def __init__(self, file: str) -> None:
+        try:
+            self._loaded = ctypes.CDLL(file)
+            for name, arguments in _SIGNATURES.items():
+                function = getattr(self._loaded, f"varokel_{name}")
+                function.argtypes, function.restype = arguments, c_int
+            for name in _COUNTS:
+                self._of_fit(name, c_int)
+            for name in _NUMBERS:
+                self._of_fit(name, c_double)
+            for kind in _KINDS:
+                function = getattr(self._loaded, f"varokel_{kind}_destroy")
+                function.argtypes, function.restype = [_handle], None
+            for name, argument in (
+                ("status_text", c_int),
+                ("verdict_name", c_int),
+                ("problem_message", _handle),
+                ("workspace_message", _handle),
+            ):
+                function = getattr(self._loaded, f"varokel_{name}")
+                function.argtypes, function.restype = [argument], c_char_p
+            function = getattr(self._loaded, "varokel_workspace_failed_entry")
+            function.argtypes, function.restype = [_handle], c_int
+        except (OSError, AttributeError) as error:
+            raise LibraryMissing(f"{file} cannot be loaded: {error}") from error
+
+    def _of_fit(self, name: str, result: type) -> None:
+        function = getattr(self._loaded, f"varokel_fit_{name}")
+        function.argtypes, function.restype = [_handle], result
+
+    def create(self, kind: str, *arguments: object) -> Handle:
+        """A new handle; arguments: those in front of the pointer that is returned."""
+        pointer = c_void_p()
+        self.check(getattr(self._loaded, f"varokel_{kind}_create")(*arguments, byref(pointer)))
+        return Handle(self, kind, pointer)
+
+    def release(self, kind: str, pointer: c_void_p) -> None:
+        getattr(self._loaded, f"varokel_{kind}_destroy")(pointer)
+
+    def call(self, name: str, *arguments: object) -> None:
+        """Calls a function that returns a status. Raises RefusedByLibrary, MemoryError.
+
+        The first argument's handle, or the second's when that one has none, says why.
+        """
+        plain = [a.pointer if isinstance(a, Handle) else a for a in arguments]
+        status = getattr(self._loaded, f"varokel_{name}")(*plain)
+        if status == 0:
+            return
+        tells = [a for a in arguments if isinstance(a, Handle) and a.kind == "workspace"]
+        tells += [a for a in arguments if isinstance(a, Handle) and a.kind == "problem"]
+        self.check(status, tells[0] if tells else None)
+
+    def check(self, status: int, tells: Handle | None = None) -> None:
+        if status == 0:
+            return
+        text, entry = b"", -1
+        if tells is not None:
+            text = getattr(self._loaded, f"varokel_{tells.kind}_message")(tells.pointer)
+            if tells.kind == "workspace":
+                entry = int(getattr(self._loaded, "varokel_workspace_failed_entry")(tells.pointer))
+        if not text:
+            text = getattr(self._loaded, "varokel_status_text")(status)
+        message = text.decode("utf-8", errors="replace")
+        if status == 4:
+            raise MemoryError(message)
+        raise RefusedByLibrary(message, entry)
+
+    def of_fit(self, name: str, fit: Handle) -> float:
+        """One of the numbers that varokel_fit_<name> returns."""
+        return float(getattr(self._loaded, f"varokel_fit_{name}")(fit.pointer))
+
+    def verdict_name(self, verdict: int) -> str:
+        return str(getattr(self._loaded, "varokel_verdict_name")(verdict).decode())
+
+
+def find_library(programs: str | PathLike[str] | None = None) -> str:
+    """Path of libvarokel, or its bare name where the system has to find it.
+
+    Looked for beside the programs, and in the folders "lib" next to theirs, in the order of
+    find_program: in the folder `programs`; without it in that of VAROKEL_PROGRAMS; without that
+    beside the program varokel in PATH, then where the system has its libraries. Raises
+    LibraryMissing when a folder was named and does not have it.
+    """
+    named = os.environ.get(PROGRAM_FOLDER_VARIABLE, "")
+    folder = os.fspath(programs) if programs is not None else named
+    if not folder:
+        program = shutil.which("varokel")
+        found = _beside(Path(program).resolve().parent) if program is not None else None
+        return str(found) if found is not None else LIBRARY_FILE
+    found = _beside(Path(folder))
+    if found is None:
+        raise LibraryMissing(f"{LIBRARY_FILE} is not in {folder}, nor in a folder lib next to it")
+    return str(found)
+
+
+def _beside(folder: Path) -> Path | None:
+    lib = folder.absolute().parent / "lib"
+    places = [folder.absolute(), lib, *sorted(lib.glob("*-linux-gnu*"))]
+    for place in places:
+        if (place / LIBRARY_FILE).is_file():
+            return place / LIBRARY_FILE
+    return None
+
+
+_lock = threading.Lock()
+_libraries: dict[str, Library] = {}
+
+
+def load_library(programs: str | PathLike[str] | None = None) -> Library:
+    """The library that find_library names, loaded once. Raises LibraryMissing."""
+    file = find_library(programs)
+    with _lock:
+        if file not in _libraries:
+            _libraries[file] = Library(file)
+        return _libraries[file]
+
+
+def pairs_of(signal: ComplexArray) -> FloatArray:
+    """Complex points as pairs of doubles, shape (2 n,): a view where that can be."""
+    pairs: FloatArray = np.ascontiguousarray(signal, dtype=np.complex128).view(np.float64)
+    return pairs
+
+
+def pointer_to(array: FloatArray) -> object:
+    """For an argument double *; the array has to live as long as the call."""
+    return array.ctypes.data_as(_doubles)
