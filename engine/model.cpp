@@ -193,13 +193,23 @@ std::vector<std::complex<double>> model::lineshape_of(std::span<const double> x)
     return out;
 }
 
-std::vector<double> model::starts() const {
-    std::vector<double> x = map_.starts();
+void model::add_coefficients(std::vector<double> &x) const {
     for (int j = 0; j < static_cast<int>(lineshape_.size()) && lineshape_columns_ > 0; ++j) {
         if (j == held_coefficient_) continue;
         x.push_back(lineshape_[static_cast<std::size_t>(j)].real());
         x.push_back(lineshape_[static_cast<std::size_t>(j)].imag());
     }
+}
+
+std::vector<double> model::starts() const {
+    std::vector<double> x = map_.starts();
+    add_coefficients(x);
+    return x;
+}
+
+std::vector<double> model::given() const {
+    std::vector<double> x = map_.given();
+    add_coefficients(x);
     return x;
 }
 

@@ -41,6 +41,7 @@ class model {
     channel part() const { return part_; }
     double noise_sd() const { return noise_sd_; }
     std::vector<double> starts() const; // of the columns, lineshape included
+    std::vector<double> given() const;  // the same outside of their windows, too
     bool is_pattern(int entry) const {
         return types_[static_cast<std::size_t>(entry)] == line_type::pattern;
     }
@@ -64,6 +65,7 @@ class model {
         bool moves[3] = {false, false, false}; // whether a column needs e, t e, t^2 e
     };
     void make_groups(const std::vector<entry> &entries);
+    void add_coefficients(std::vector<double> &x) const;
     void take_data(const complex_signal &spectrum);
     bool together(const std::vector<entry> &entries, int a, int b) const;
 

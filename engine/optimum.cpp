@@ -112,6 +112,11 @@ optimum trial_series::report(std::span<const double> given) {
             values[static_cast<std::size_t>(q)] =
                 of_.map().value(k, static_cast<quantity>(q), best.x);
     }
+    out.at_bound.resize(out.values.size());
+    for (int c = 0; c < of_.map().columns(); ++c)
+        out.at_bound[static_cast<std::size_t>(of_.map().at(c).entry)]
+                    [static_cast<std::size_t>(of_.map().at(c).of)] =
+            best.at_bound[static_cast<std::size_t>(c)];
     out.lineshape = of_.lineshape_of(best.x);
     out.covariance = covariance_;
     out.found = best;

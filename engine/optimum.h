@@ -42,6 +42,11 @@ struct optimum {
     verdict judged;
     double quality = 0.0;                    // sqrt(sum of squares / degrees of freedom)
     int linearizations = 0, evaluations = 0; // over all starts
+    std::vector<std::array<signed char, quantities>> at_bound; // -1 lower, 1 upper edge, 0 inside
+
+    bool is_at_bound(int entry, quantity q) const {
+        return at_bound[static_cast<std::size_t>(entry)][static_cast<std::size_t>(q)] != 0;
+    }
 };
 
 // The lowest minimum that the starts lead to.

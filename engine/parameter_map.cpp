@@ -84,7 +84,7 @@ result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
             if (is_width(q)) lower = std::max(lower, 0.0);
             if (q == gauss_width) start = std::fabs(start); // only its square is seen
             map.of_[static_cast<std::size_t>(k)][i] = {map.columns(), 1.0, 0.0};
-            map.columns_.push_back({k, q, q == gauss_width, start, lower, e.of[i].upper});
+            map.columns_.push_back({k, q, q == gauss_width, start, lower, e.of[i].upper, start});
         }
     }
     for (int k = 0; k < n; ++k) {
@@ -121,6 +121,7 @@ result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
         c.start = std::clamp(c.start, c.lower, c.upper);
         if (c.squared) {
             c.start *= c.start;
+            c.given *= c.given;
             c.lower *= c.lower;
             c.upper *= c.upper;
         } else if (c.of == gauss_width && c.start == 0.0) {
@@ -157,6 +158,12 @@ parameter_map::columns_of(std::span<const std::array<double, quantities>> values
             y = std::fabs(y);
         x[static_cast<std::size_t>(c)] = inside(c, y);
     }
+    return x;
+}
+
+std::vector<double> parameter_map::given() const {
+    std::vector<double> x;
+    for (const column &c : columns_) x.push_back(c.given);
     return x;
 }
 

@@ -24,6 +24,7 @@ struct column {
     quantity of;
     bool squared;
     double start, lower, upper; // of x, lower <= start <= upper
+    double given;               // the start before it was moved into the window
 };
 
 struct affine {
@@ -55,6 +56,8 @@ class parameter_map {
     // Columns from parameters: those of the free ones, moved into their windows.
     std::vector<double> columns_of(std::span<const std::array<double, quantities>> values) const;
     std::vector<double> starts() const;
+    // The starts as they are in the problem, outside of their windows, too.
+    std::vector<double> given() const;
     // The columns' x moved into its window.
     double inside(int c, double x) const;
 

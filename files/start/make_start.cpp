@@ -34,8 +34,8 @@ struct start_maker::prepared {
     int ranges = 2;
 };
 
-start_maker::start_maker(peak_table table, std::vector<std::string> pattern_folders)
-    : table_(std::move(table)), pattern_folders_(std::move(pattern_folders)) {}
+start_maker::start_maker(peak_table table, std::vector<std::string> pattern_folders, fitted_by by)
+    : table_(std::move(table)), pattern_folders_(std::move(pattern_folders)), by_(by) {}
 start_maker::~start_maker() = default;
 
 void start_maker::look_for_patterns_in(std::vector<std::string> folders) {
@@ -148,7 +148,7 @@ static void resolve(const peak_table &table, const table_axis &axis, double hz_p
                                        cell.range_unit, hz_per_point, false);
         const double b = value_in_file(table, axis, table.rows[r], q, cell.range->second,
                                        cell.range_unit, hz_per_point, false);
-        own.range = {std::min(a, b), std::max(a, b)};
+        own.range = own.window = {std::min(a, b), std::max(a, b)};
     }
 }
 
@@ -231,13 +231,13 @@ void start_maker::prepare(const spectrum_facts &facts) {
         for (const start_parameter &own : entry.parameters)
             has_ranges = has_ranges || own.range.has_value();
     start.ranges = table_.ranges.value_or(searches ? 1 : has_ranges ? 0 : 2);
-    if (has_ranges && !searches)
-        base.warnings.push_back("no step of the strategy is a random search: search ranges are "
-                                "not used");
+    if (has_ranges && !searches && by_ == fitted_by::search)
+        base.warnings.push_back("no step of the strategy is a random search: the search does not "
+                                "use the ranges of the table; the exact fit holds them");
 
     made->curves = {facts.points, measured, start.ignored, facts.hz_per_point, known.phi_1};
     std::vector<complex_signal> patterns(start.entries.size());
-    if (start.points <= 4096 && is_power_of_two(start.points))
+    if (is_power_of_two(start.points) && (start.points <= 4096 || by_ == fitted_by::engine))
         for (std::size_t k = 0; k < start.entries.size(); ++k)
             if (start.entries[k].type == pattern_entry)
                 patterns[k] = read_pattern(
@@ -344,7 +344,7 @@ start_result start_maker::make(const complex_signal &spectrum, const spectrum_fa
         if (!prepared_->unit.empty()) estimate(spectrum, result);
     }
     if (result.start.ranges != 2) add_default_ranges(result.start);
-    refuse_what_fails(result.start, table_.file);
+    refuse_what_fails(result.start, table_.file, by_);
     return result;
 }
 

@@ -30,7 +30,9 @@ struct start_result {
 class start_maker {
   public:
     // pattern_folders: where pattern files are looked for, in this order.
-    explicit start_maker(peak_table table, std::vector<std::string> pattern_folders = {"."});
+    // by: whose limits the start files keep.
+    explicit start_maker(peak_table table, std::vector<std::string> pattern_folders = {"."},
+                         fitted_by by = fitted_by::search);
     ~start_maker();
     start_maker(const start_maker &) = delete;
     start_maker &operator=(const start_maker &) = delete;
@@ -52,6 +54,7 @@ class start_maker {
 
     peak_table table_;
     std::vector<std::string> pattern_folders_;
+    fitted_by by_;
     std::unique_ptr<prepared> prepared_;
 };
 

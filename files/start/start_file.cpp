@@ -122,20 +122,25 @@ static void check_links(const start_file &start, const auto &refuse) {
     }
 }
 
-void refuse_what_fails(const start_file &start, const std::string &source) {
+void refuse_what_fails(const start_file &start, const std::string &source, fitted_by by) {
     const auto refuse = [&](const std::string &text) {
         throw tool_error(bad_input, source + ": " + text);
     };
     const int count = static_cast<int>(start.entries.size());
     if (count < 1) refuse("no lines and no patterns; expected at least one");
-    if (count > most_entries)
-        refuse(std::to_string(count) + " lines and patterns; expected up to 49");
-    if (quantities * count + static_cast<int>(start.lineshape.size()) > most_parameters)
-        refuse("more than 350 parameters; use fewer lines or lineshape coefficients");
+    const bool searched = by == fitted_by::search;
+    if (searched && count > most_entries)
+        refuse(std::to_string(count) +
+               " lines and patterns; expected up to 49 (the exact fit takes more)");
+    if (searched &&
+        quantities * count + static_cast<int>(start.lineshape.size()) > most_parameters)
+        refuse("more than 350 parameters; use fewer lines or lineshape coefficients (the exact fit "
+               "takes more)");
     if (!is_power_of_two(start.points) || start.points > most_points)
         refuse(std::to_string(start.points) + " points; expected a power of two up to 2^24");
-    if (start.patterns > 0 && start.points > most_pattern_points)
-        refuse(std::to_string(start.points) + " points; with patterns at most 4096");
+    if (searched && start.patterns > 0 && start.points > most_pattern_points)
+        refuse(std::to_string(start.points) +
+               " points; with patterns at most 4096 (the exact fit takes more)");
     if (start.hz_per_point <= 0.0) refuse("Hz per point not above 0");
     if (start.noise_first < 0 || start.noise_first > start.noise_stop)
         refuse("noise window " + std::to_string(start.noise_first) + " to " +

@@ -22,7 +22,8 @@ const char *type_name(int type);
 struct start_parameter {
     double value = 0.0;
     int link = 0; // 0 free, the own number: fixed, another number: tied to that entry
-    std::optional<std::pair<double, double>> range; // of the random search
+    std::optional<std::pair<double, double>> range;  // of the random search
+    std::optional<std::pair<double, double>> window; // that a table gives; the exact fit holds it
 };
 
 struct start_entry {
@@ -78,7 +79,12 @@ bool is_used(int quantity, int type);
 
 // What the fit would refuse or could not end well with, in its own words' order: counts, noise,
 // strategy, types, links. Errors: bad_input with what to do; source names the file it came from.
-void refuse_what_fails(const start_file &start, const std::string &source);
+//
+// search: the fitter's, which holds 49 entries and patterns of 4096 points; the engine has neither
+// limit.
+enum class fitted_by { search, engine };
+void refuse_what_fails(const start_file &start, const std::string &source,
+                       fitted_by by = fitted_by::search);
 
 // The text of a version 3 file. remarks stand behind its end, where the reader does not look.
 std::string version_3_text(const start_file &start, const std::vector<std::string> &remarks);

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// exact_fit.cpp -- the engine's fit of a start file
+#include "files/problem/exact_fit.h"
+
+#include "files/base/tool_error.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tools {
+
+namespace {
+
+std::string label(const start_file &start, int entry) {
+    const std::string &name = start.entries[static_cast<std::size_t>(entry)].name;
+    return "entry " + std::to_string(entry + 1) + (name.empty() ? "" : " (" + name + ")");
+}
+
+// The farthest that a free parameter of the search's end is from the optimum, in bounds.
+double distance(const engine::fit_problem &problem, const engine::optimum &found,
+                const std::vector<engine::values_of_entry> &searched) {
+    double farthest = 0.0;
+    for (std::size_t k = 0; k < problem.entries.size(); ++k) {
+        for (int q = 0; q < engine::quantities; ++q) {
+            const engine::quantity of = static_cast<engine::quantity>(q);
+            if (problem.entries[k].of[static_cast<std::size_t>(q)].how != engine::link::free)
+                continue;
+            const double bound = found.covariance.error(static_cast<int>(k), of);
+            if (!(bound > 0.0) || !std::isfinite(bound)) continue;
+            double theirs = searched[k][static_cast<std::size_t>(q)];
+            if (of == engine::gauss_width) theirs = std::fabs(theirs);
+            const double off = theirs - found.values[k][static_cast<std::size_t>(q)];
+            farthest = std::max(farthest, std::fabs(off) / bound);
+        }
+    }
+    return farthest;
+}
+
+optimum_record record_of(const engine::fit_problem &problem, const engine::optimum &found) {
+    optimum_record out;
+    out.method = "exact";
+    out.verdict = engine::name_of(found.judged.what);
+    out.noise_sd = problem.noise_sd;
+    out.sum_of_squares = found.found.sum_of_squares;
+    out.expected_decrease = found.found.expected_decrease;
+    out.quality = found.quality;
+    for (const engine::reason &from : found.judged.reasons) {
+        optimum_record::cause &cause = out.reasons.emplace_back();
+        cause = {engine::name_of(from.what), from.number, {}, from.text};
+        for (const int entry : from.entries) cause.entries.push_back(entry + 1);
+    }
+    for (const engine::start_report &from : found.starts)
+        out.starts.push_back({from.name, from.sum_of_squares - found.found.sum_of_squares,
+                              from.shift * problem.when.hz_per_point, from.same});
+    out.linearizations = found.linearizations;
+    out.evaluations = found.evaluations;
+    out.values = found.values;
+    out.lineshape = found.lineshape;
+    out.held.resize(problem.entries.size());
+    for (std::size_t k = 0; k < problem.entries.size(); ++k)
+        for (int q = 0; q < engine::quantities; ++q)
+            out.held[k][static_cast<std::size_t>(q)] =
+                found.is_at_bound(static_cast<int>(k), static_cast<engine::quantity>(q));
+    return out;
+}
+
+} // namespace
+
+exact_result fit_exactly(const start_file &start, problem_data data,
+                         engine::model_workspace &workspace, const exact_options &options) {
+    const std::string why_not = why_not_exact(start);
+    if (!why_not.empty()) throw tool_error(bad_input, why_not);
+    const engine::fit_problem problem = problem_of(start, std::move(data), freedom::by_strategy);
+    engine::fit_options how;
+    how.starts = options.starts;
+    if (options.search) how.extra.push_back({"search", values_in_points(*options.search)});
+    const engine::result<engine::optimum> found = engine::find_optimum(problem, workspace, how);
+    if (!found) {
+        const int entry = found.why().entry;
+        throw tool_error(bad_input,
+                         (entry >= 0 ? label(start, entry) + ": " : "") + found.why().reason);
+    }
+    exact_result out = {with_values(start, found->values, found->lineshape),
+                        record_of(problem, *found)};
+    if (options.search) {
+        out.record.method = "both";
+        out.record.search_distance = distance(problem, *found, values_in_points(*options.search));
+    }
+    return out;
+}
+
+std::string cause_text(const optimum_record::cause &cause, const std::vector<std::string> &names) {
+    std::string text = cause.what + ": " + cause.text;
+    std::string list;
+    for (const int entry : cause.entries) {
+        const auto at = static_cast<std::size_t>(entry - 1);
+        list += (list.empty() ? "" : ", ") +
+                (at < names.size() ? names[at] : "#" + std::to_string(entry));
+    }
+    if (!list.empty()) return text + " (" + list + ")";
+    char number[40];
+    std::snprintf(number, sizeof number, " (%.3g)", cause.number);
+    return text + number;
+}
+
+} // namespace tools

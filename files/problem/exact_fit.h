@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// exact_fit.h -- the engine's fit of a start file, and its record
+#pragma once
+
+#include "files/problem/start_problem.h"
+
+#include "engine/optimum.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+// What is kept of an exact fit, beside its values as a start file (result.par).
+struct optimum_record {
+    struct cause {
+        std::string what;         // a verdict
+        double number = 0.0;      // its figure
+        std::vector<int> entries; // from 1
+        std::string text;
+    };
+    struct begin {
+        std::string name;
+        double above = 0.0;    // the lowest [noise_sd^2]
+        double shift_hz = 0.0; // that was applied to all frequencies
+        bool same = false;     // as the lowest
+    };
+    std::string method; // "exact", or "both": the search of the fitter came first
+    std::string verdict;
+    double noise_sd = 0.0;       // [signal]
+    double sum_of_squares = 0.0; // of the residual [noise_sd^2]
+    double expected_decrease = 0.0, quality = 0.0;
+    std::optional<double> search_distance; // of the end of the search, in bounds (one sd)
+    std::vector<cause> reasons;
+    std::vector<begin> starts;
+    int linearizations = 0, evaluations = 0;
+    std::vector<engine::values_of_entry> values; // in points
+    std::vector<std::complex<double>> lineshape;
+    std::vector<std::array<bool, 5>> held; // at the edge of a window
+};
+
+struct exact_options {
+    int starts = 0;                   // beside those that the verdict asks for
+    std::optional<start_file> search; // the end of the fitter's search
+};
+
+struct exact_result {
+    start_file result; // the optimum as a start file
+    optimum_record record;
+};
+
+// Errors: bad_input with the entry and the reason when the engine cannot fit this.
+exact_result fit_exactly(const start_file &start, problem_data data,
+                         engine::model_workspace &workspace, const exact_options &options);
+
+// The record as JSON, and back.
+std::string optimum_text(const optimum_record &record);
+// Errors: bad_input, naming file and item, for anything that optimum_text does not write.
+optimum_record read_optimum(const std::string &file);
+
+// "misfit: the residual is not white (7.2)", with names for entries where they are known.
+std::string cause_text(const optimum_record::cause &cause, const std::vector<std::string> &names);
+
+} // namespace tools
