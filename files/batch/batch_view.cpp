@@ -106,7 +106,7 @@ batch_view::batch_view(const std::string &run_folder) : folder(run_folder) {
                                  ? patterns.string()
                                  : folder;
     const std::string control = fs::absolute(fs::path(folder) / "start.par").string();
-    if (fs::is_regular_file(control, error)) start = rebuild_model(from, control, {}, "", 0.0);
+    if (fs::is_regular_file(control, error)) start = rebuild_model(from, control, {});
 }
 
 void batch_view::read_manifest() {

@@ -29,6 +29,10 @@ const char *status_meaning(fit_status status) {
 
 fit_judgement judge_status(const run_result &run) {
     if (!run.fitted) return {fit_status::not_fitted, run.why_not};
+    if (run.optimum) {
+        if (run.optimum->verdict != "not_finished") return {fit_status::converged, ""};
+        return {fit_status::at_limit, "the exact fit stopped at its limit of evaluations"};
+    }
     const rebuilt_step *last = nullptr;
     int number = 0, last_number = 0;
     for (const rebuilt_step &step : run.control.steps) {
@@ -63,6 +67,18 @@ static void judge_convergence(run_result &run) {
     if (!judgement.reason.empty()) run.warnings.push_back(judgement.reason);
 }
 
+// The verdict of the exact fit, in its own words.
+static void judge_optimum(run_result &run) {
+    if (!run.optimum) return;
+    std::vector<std::string> names;
+    for (const fitted_entry &entry : run.entries) names.push_back(entry.name);
+    for (const optimum_record::cause &cause : run.optimum->reasons)
+        run.warnings.push_back(cause_text(cause, names));
+    if (run.optimum->search_distance && !(*run.optimum->search_distance <= far_search))
+        run.warnings.push_back("the search ended " + short_number(*run.optimum->search_distance) +
+                               " bounds from the optimum, whose values are given");
+}
+
 static void judge_noise(run_result &run) {
     if (!(run.noise_re > 0.0)) {
         run.warnings.push_back(
@@ -76,6 +92,7 @@ static void judge_noise(run_result &run) {
                                short_number(ratio > 1.0 ? ratio : 1.0 / ratio) +
                                ": is there signal in the noise window, or a filtered channel? The "
                                "error bounds take the real one");
+    if (run.optimum) return; // the verdict has a word on the quality
     if (run.quality > 1.5)
         run.warnings.push_back("the residual is " + short_number(run.quality) +
                                " times the noise: the model leaves signal over, and the error "
@@ -168,6 +185,7 @@ static void pass_on(run_result &run) {
 
 void judge_run(run_result &run) {
     judge_convergence(run);
+    judge_optimum(run);
     judge_noise(run);
     judge_entries(run);
     judge_correlations(run);

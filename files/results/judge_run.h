@@ -8,6 +8,7 @@ namespace tools {
 
 // Limits of the report's judgement. Percentages are of one standard deviation, as the field's
 // rule of thumb has them: above 20 % a value is uncertain, above 50 % it is hardly there.
+static constexpr double far_search = 1.0; // bounds from the optimum; then the search is spoken of
 static constexpr double amber_percent = 20.0, red_percent = 50.0;
 
 enum class fit_status {

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// rebuilt_model.h -- what a control file says, and the covariance of the areas that a fit of it had
+// rebuilt_model.h -- what a control file says, its curves, and how the errors of its values hang
+// together
 //
-// A run leaves the error of each parameter, not how the errors hang together; a sum or a ratio of
-// areas needs that. Model, intervals and noise of a run are known from its files, so the matrix can
-// be had again: the control file of the result is read by the program's own reader, the derivatives
-// of the model are taken by its own routine, and the Fisher matrix is summed and inverted here.
+// A run leaves the error of each parameter, not their covariance; a sum or a ratio of areas needs
+// that. Model, intervals and noise of a run are known from its files, so the engine can take them.
 #pragma once
 
 #include "files/spectra/transform.h"
+#include "files/start/start_file.h"
+
+#include "engine/fit_problem.h"
 
 #include <array>
 #include <string>
@@ -35,6 +37,7 @@ struct control_entry {
 struct rebuilt_model {
     bool read = false; // the control file could be read
     std::string why;   // why not, or why there is no covariance
+    start_file file;
     int points = 0, lines = 0, patterns = 0, noise_first = 0, noise_stop = 0, fit_mode = 0;
     int ignored = 0, lsf_coefficients = 0, errors_asked = 0;
     double hz_per_point = 0.0, phi_1 = 0.0;
@@ -45,24 +48,32 @@ struct rebuilt_model {
     long long points_in_intervals = 0;
     // by which the first step, if it aligns, moves all entries of the file; not a number without
     double aligned_points = 0.0;
+    complex_signal fit;                     // the model's spectrum, with data
+    std::vector<complex_signal> components; // of each entry alone
     bool has_covariance = false;
     std::vector<double> area_covariance; // entries x entries [signal^2]
+    std::string dependent;               // numbers of the entries that cannot be told apart, "2, 5"
 };
 
-// Reads the control file `file` as a run in `folder` would (patterns stand there), in a process of
-// its own: the run state is one per process, and a reader that ends the run ends only that one.
-//
-// Given:
-//   data        spectrum as it was fitted (.org), for chi_in_intervals and aligned_points; may be
-//               empty
-//   reference   file of the measured lineshape, read in fit mode 2
-//   noise_sd    of the real part [signal]; 0 asks for no covariance
+// What rebuild_model takes beside the file.
+struct rebuilt_from {
+    complex_signal data;      // spectrum as it was fitted (.org); may be empty: no curves
+    std::string reference;    // file of the measured lineshape, read in fit mode 2
+    double noise_sd = 0.0;    // of the real part [signal]; 0 asks for no covariance
+    bool by_strategy = false; // only what the strategy frees counts as free, not all without a link
+    bool curves = false;      // fit and components are asked for
+    // Values in place of the file's, which has nine digits; in points. Empty: the file's.
+    std::vector<engine::values_of_entry> values = {};
+    std::vector<std::complex<double>> lineshape = {};
+    std::vector<std::array<bool, 5>> held = {}; // parameters that stood at the edge of a window
+};
+
+// Reads the control file `file` of a run in `folder`, where its patterns stand.
 //
 // Notes:
-//   1. The weights are those of the last step that fits something, as in the run.
-//   2. Areas of patterns belong to their files; the norm is divided out again.
+//   1. Points and channels are those of the last step that fits something, as in the run.
+//   2. Nothing is refused by an exception: read is false, or why says what is missing.
 rebuilt_model rebuild_model(const std::string &folder, const std::string &file,
-                            const complex_signal &data, const std::string &reference,
-                            double noise_sd);
+                            const rebuilt_from &from);
 
 } // namespace tools

@@ -110,6 +110,11 @@ const entry_column entry_columns[] = {
 
 #define FIGURE(expression) [](const run_result &run) { return table_number(expression); }
 
+#define OPTIMUM(member)                                                                            \
+    [](const run_result &run) {                                                                    \
+        return table_number(run.optimum ? run.optimum->member : run_result::unknown);              \
+    }
+
 const spectrum_column spectrum_columns[] = {
     {"spectrum", "", "name of the spectrum",
      [](const run_result &run) { return one_cell(run.name); }},
@@ -143,11 +148,41 @@ const spectrum_column spectrum_columns[] = {
      [](const run_result &run) {
          return run.fitted ? count_text(run.iterations) : std::string("n/a");
      }},
+    {"method", "",
+     "exact: the optimum by the engine; both: the fitter's search first; classic: the search alone",
+     [](const run_result &run) {
+         return !run.fitted ? std::string("n/a") : run.optimum ? run.optimum->method : "classic";
+     }},
+    {"verdict", "", "what may be said of the exact fit",
+     [](const run_result &run) {
+         return run.optimum ? one_cell(run.optimum->verdict) : std::string("n/a");
+     }},
+    {"expected_decrease", "noise^2", "of the sum of squares that is still to be had",
+     OPTIMUM(expected_decrease)},
+    {"search_distance", "bounds",
+     "farthest that a parameter was from the optimum where the search ended",
+     OPTIMUM(search_distance.value_or(run_result::unknown))},
+    {"starts", "1", "starts that were tried",
+     [](const run_result &run) {
+         return run.optimum ? count_text(static_cast<long long>(run.optimum->starts.size()))
+                            : std::string("n/a");
+     }},
+    {"reasons", "", "of the verdict, with their entries",
+     [](const run_result &run) {
+         std::vector<std::string> names;
+         for (const fitted_entry &entry : run.entries) names.push_back(entry.name);
+         std::string text;
+         if (run.optimum)
+             for (const optimum_record::cause &cause : run.optimum->reasons)
+                 text += (text.empty() ? "" : "; ") + cause_text(cause, names);
+         return one_cell(text);
+     }},
     {"warnings", "1", "number of warnings in the report",
      [](const run_result &run) { return count_text(static_cast<long long>(run.warnings.size())); }},
 };
 
 #undef FIGURE
+#undef OPTIMUM
 
 template <class columns>
 std::string header_of(const columns &table) {

@@ -10,6 +10,8 @@
 #include "files/results/number_text.h"
 #include "files/spectra/signal_file.h"
 
+#include "engine/noise_window.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -425,13 +427,18 @@ static void choose_signs(run_result &run) {
 
 // What the pre-alignment of the first step did.
 static void note_alignment(run_result &run) {
-    const double points = run.start.read ? run.start.aligned_points : not_known;
+    double points = run.start.read ? run.start.aligned_points : not_known;
+    if (run.optimum && run.optimum->method == "exact") {
+        points = 0.0; // that of the start which led to the optimum
+        for (const optimum_record::begin &start : run.optimum->starts)
+            if (start.same) points = start.shift_hz / run.control.hz_per_point;
+    }
     if (!std::isfinite(points)) return;
     if (points == 0.0) {
         run.notes.push_back("aligned before the fit: no shift common to all entries was found");
         return;
     }
-    const double hz = points * run.start.hz_per_point;
+    const double hz = points * (run.start.read ? run.start.hz_per_point : run.control.hz_per_point);
     std::string text = "before the fit all entries were aligned with the spectrum by " +
                        short_number(points) + " points, " + short_number(hz) + " Hz";
     if (run.axis.mhz) {
@@ -539,8 +546,7 @@ static bool same_values(const rebuilt_model &model, const std::vector<parameter_
 
 // The control file of the result: it must hold the values of this spectrum, since runs that share
 // a working folder overwrite each other's.
-static void read_control(run_result &run, const std::vector<parameter_row> &values,
-                         const std::vector<parameter_row> &errors) {
+static void read_control(run_result &run, const std::vector<parameter_row> &values) {
     const std::string file = in_folder(run.folder, "compact.par");
     if (!is_file(file)) {
         run.warnings.push_back(
@@ -549,7 +555,7 @@ static void read_control(run_result &run, const std::vector<parameter_row> &valu
     }
     const std::string reference =
         fs::absolute(in_folder(run.folder, run.name + ".bin.ref")).string();
-    run.control = rebuild_model(run.folder, "compact.par", run.data, reference, run.noise_re);
+    run.control = rebuild_model(run.folder, "compact.par", {run.data, reference, run.noise_re});
     if (!run.control.read) {
         run.warnings.push_back("compact.par cannot be read (" + run.control.why +
                                "): intervals, steps and first-order phase are not known");
@@ -573,16 +579,7 @@ static void read_control(run_result &run, const std::vector<parameter_row> &valu
             run.warnings.push_back("no covariance: " + run.control.why);
         return;
     }
-    // The matrix was inverted in another way than by the program; 1 % tells a wrong model from
-    // the rounding of nearly singular ones.
     run.covariance_agrees = run.has_errors;
-    for (std::size_t k = 0; k < errors.size() && run.covariance_agrees; ++k) {
-        const double own = run.control.entries[k].error[0], theirs = errors[k][0];
-        run.covariance_agrees = std::fabs(own - theirs) <= 0.01 * std::max(own, theirs);
-    }
-    if (run.has_errors && !run.covariance_agrees)
-        run.warnings.push_back("the covariance recomputed from compact.par gives other errors than "
-                               "the program did; it is not used");
 }
 
 // The start values, for the quality before the fit in the points of the fit.
@@ -590,8 +587,8 @@ static void read_start(run_result &run, const std::string &asked) {
     std::string file = asked;
     if (file.empty()) { // the last word of the command, as the run folder has it
         const std::size_t blank = run.command.rfind(' ');
-        if (blank == std::string::npos) return;
-        file = in_folder(run.folder, run.command.substr(blank + 1));
+        file = in_folder(run.folder,
+                         blank == std::string::npos ? "start.par" : run.command.substr(blank + 1));
     }
     if (!is_file(file)) {
         if (!asked.empty())
@@ -603,7 +600,7 @@ static void read_start(run_result &run, const std::string &asked) {
     run.files_read.push_back(file);
     const std::string reference =
         fs::absolute(in_folder(run.folder, run.name + ".bin.ref")).string();
-    run.start = rebuild_model(run.folder, fs::absolute(file).string(), run.data, reference, 0.0);
+    run.start = rebuild_model(run.folder, fs::absolute(file).string(), {run.data, reference, 0.0});
     if (!run.start.read || run.start.entries.size() != run.entries.size() ||
         !(run.start.chi_in_intervals >= 0.0) || run.start.steps.empty())
         return;
@@ -710,19 +707,70 @@ std::vector<std::string> spectra_of_folder(const std::string &folder) {
     return found;
 }
 
-run_result read_run(const std::string &folder, const std::string &name,
-                    const result_options &options) {
-    run_result run;
-    run.folder = folder;
-    run.name = name;
-    read_sidecar(run);
-    read_log(run, options.log_file);
-    const std::string base = in_folder(folder, name);
-    if (!is_file(base + ".exl")) {
-        run.why_not = reason_of_log(run);
-        note_provenance(run, options.hashes);
-        return run;
+// Values, errors and curves of the optimum in place of those of the search, if there was one.
+static void take_optimum(run_result &run) {
+    run.optimum = read_optimum(in_folder(run.folder, "optimum.json"));
+    run.files_read.push_back(in_folder(run.folder, "optimum.json"));
+    const std::string file = in_folder(run.folder, run.name + ".bin");
+    if (run.data.empty()) run.data = read_points(file, 0, count_points(file));
+    rebuilt_from from;
+    from.data = run.data;
+    from.reference = fs::absolute(file + ".ref").string();
+    from.noise_sd = run.noise_re = run.optimum->noise_sd;
+    from.by_strategy = from.curves = true;
+    from.values = run.optimum->values;
+    from.lineshape = run.optimum->lineshape;
+    from.held = run.optimum->held;
+    run.control = rebuild_model(run.folder, "result.par", from);
+    run.files_read.push_back(in_folder(run.folder, "result.par"));
+    const std::size_t n = run.control.entries.size();
+    if (!run.control.read || run.control.fit.size() != run.data.size() ||
+        run.optimum->values.size() != n)
+        throw tool_error(bad_input,
+                         in_folder(run.folder, "result.par") + ": " +
+                             (run.control.why.empty()
+                                  ? "not of the same fit as optimum.json and " + run.name + ".bin"
+                                  : run.control.why));
+    run.fitted = true;
+    run.why_not.clear(); // of a search that ran away
+    run.fit = run.control.fit;
+    run.components = run.control.components;
+    run.residual.resize(run.data.size());
+    for (std::size_t i = 0; i < run.data.size(); ++i) run.residual[i] = run.data[i] - run.fit[i];
+    if (!run.axis.hz_per_point) run.axis.hz_per_point = run.control.hz_per_point;
+    if (run.control.noise_stop > run.control.noise_first)
+        run.noise_im =
+            engine::noise_of_stretch(run.data, run.control.noise_first, run.control.noise_stop)
+                .sd_im;
+    run.quality = std::sqrt(run.control.chi_in_intervals /
+                            (2.0 * static_cast<double>(run.control.points_in_intervals))) /
+                  run.noise_re;
+    run.chi_after = run.control.chi_in_intervals;
+    run.weighting = 1;
+    run.iterations = run.optimum->linearizations;
+    std::vector<spreadsheet_row> rows(n);
+    std::vector<parameter_row> values(n), errors(n);
+    run.free_parameters = 0;
+    for (std::size_t k = 0; k < n; ++k) {
+        const control_entry &entry = run.control.entries[k];
+        rows[k].type = entry.type;
+        rows[k].link = entry.link;
+        for (std::size_t j = 0; j < 5; ++j) {
+            values[k][j] =
+                run.optimum->values[k][j] /
+                points_of_unit(static_cast<int>(j), entry.type, run.control.hz_per_point);
+            errors[k][j] = entry.error[j];
+            run.free_parameters += entry.link[j] == 0 ? 1 : 0;
+        }
     }
+    run.has_errors = run.covariance_agrees = run.control.has_covariance;
+    run.entries.clear();
+    fill_entries(run, rows, values, errors);
+}
+
+// What the fitter's own files say. False when the search ran away; why_not says which entry.
+static bool take_search(run_result &run, const result_options &options) {
+    const std::string base = in_folder(run.folder, run.name);
     run.files_read.push_back(base + ".exl");
     const std::vector<spreadsheet_row> rows = read_spreadsheet(base + ".exl", run);
     std::vector<parameter_row> values, errors;
@@ -736,18 +784,36 @@ run_result read_run(const std::string &folder, const std::string &name,
         run.files_read.push_back(base + ".mat");
         run.files_read.push_back(base + ".err");
     }
-    if (ran_away(run, rows, values, options.names_file)) {
-        note_provenance(run, options.hashes);
-        return run;
-    }
+    if (ran_away(run, rows, values, options.names_file)) return false;
     run.fitted = true;
     run.entries.resize(rows.size());
     read_signals(run);
     run.entries.clear();
     for (const parameter_row &row : errors)
         for (const double error : row) run.has_errors = run.has_errors || error != 0.0;
-    read_control(run, values, errors);
+    read_control(run, values);
     fill_entries(run, rows, values, errors);
+    return true;
+}
+
+run_result read_run(const std::string &folder, const std::string &name,
+                    const result_options &options) {
+    run_result run;
+    run.folder = folder;
+    run.name = name;
+    read_sidecar(run);
+    read_log(run, options.log_file);
+    const bool exact = is_file(in_folder(folder, "optimum.json"));
+    if (!exact && !is_file(in_folder(folder, name + ".exl"))) {
+        run.why_not = reason_of_log(run);
+        note_provenance(run, options.hashes);
+        return run;
+    }
+    if (is_file(in_folder(folder, name + ".exl")) && !take_search(run, options) && !exact) {
+        note_provenance(run, options.hashes);
+        return run;
+    }
+    if (exact) take_optimum(run);
     place_entries(run);
     name_entries(run, options.names_file);
     run.quality_before = not_known;

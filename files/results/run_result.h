@@ -5,6 +5,7 @@
 #include "files/spectra/metadata.h"
 #include "files/spectra/transform.h"
 #include "files/pictures/draw_spectra.h"
+#include "files/problem/exact_fit.h"
 #include "files/results/rebuilt_model.h"
 
 #include <nlohmann/json.hpp>
@@ -68,9 +69,10 @@ struct run_result {
     complex_signal data, fit, residual;
     std::vector<complex_signal> components;
     spectrum_axis axis;
-    nlohmann::json sidecar; // object; empty without one
-    rebuilt_model control;  // of the result
-    rebuilt_model start;    // of the start values; read is false without them
+    nlohmann::json sidecar;                // object; empty without one
+    rebuilt_model control;                 // of the result
+    rebuilt_model start;                   // of the start values; read is false without them
+    std::optional<optimum_record> optimum; // of an exact fit, whose values all of this is about
 
     std::string command, mode;
     // figures that no file states are not a number

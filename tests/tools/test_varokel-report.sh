@@ -281,7 +281,7 @@ true_that 'natural order' test "$(column many/quality.tsv spectrum | tr '\n' ' '
 cp -r run faulty
 sed -i 's/^#1$/%1/' faulty/compact.par
 status 0 "$report" faulty --force
-page_holds faulty/report.html 'expected string to read : #1; string found in file    : %1'
+page_holds faulty/report.html 'expected the word #1'
 
 # Another fit's compact.par in the folder is noticed.
 cp -r both/a other

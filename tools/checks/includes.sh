@@ -29,18 +29,19 @@ BEGIN {
     allowed["files/spectra"] = "files/base " numbers
     allowed["files/pictures"] = allowed["files/nifti"] = allowed["files/start"] = "files/spectra files/base " numbers
     allowed["files/measured"] = "files/nifti files/spectra files/base " numbers
-    allowed["files/results"] = "files/pictures files/spectra files/base " numbers
-    allowed["files/batch"] = "files/results files/start files/spectra files/base " numbers
-    allowed["files/pages"] = "files/batch files/results files/pictures files/spectra files/base " numbers
-    all_files = "files/base files/spectra files/pictures files/nifti files/start files/measured files/results" \
+    allowed["files/problem"] = "files/measured files/start files/spectra files/base " numbers
+    allowed["files/results"] = "files/problem files/measured files/start files/pictures files/spectra files/base " numbers
+    allowed["files/batch"] = "files/results files/problem files/start files/spectra files/base " numbers
+    allowed["files/pages"] = "files/batch files/results files/problem files/pictures files/spectra files/base " numbers
+    all_files = "files/base files/spectra files/pictures files/nifti files/start files/measured files/problem files/results" \
         " files/batch files/pages"
     allowed["tools/common"] = all_files " " numbers
     allowed["program"] = "tools/common " all_files " " numbers
     allowed["python"] = allowed["web"] = all_files " " numbers
     # known by name: the gradient ends by printing the fit quality
     exception["src/model/gradient.cpp src/report/fit_quality.h"] = 1
-    # known by name: the covariance of a run, and data without noise, come from the model of the fit
-    uses_fitter["files/results/rebuilt_model.cpp"] = uses_fitter["tools/varokel-simulate/varokel_simulate.cpp"] = 1
+    # known by name: data without noise come from the model of the fit
+    uses_fitter["tools/varokel-simulate/varokel_simulate.cpp"] = 1
 }
 
 # Name of the layer of a file, which stands in the table.
