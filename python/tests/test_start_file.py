@@ -34,14 +34,15 @@ def test_what_the_example_says(examples: Path) -> None:
         0,
     )
     assert (start.phi_1, start.hz_per_point, start.tolerance) == (1080.0, 9.765625, 1e-12)
-    assert len(start.steps) == 5
+    assert len(start.steps) == 9
     assert start.steps[0].intervals == ((266, 635),)
-    assert start.steps[0].iterations == 200 and start.steps[0].part == 2
-    assert not start.steps[0].gauss_widths and start.steps[0].lorentz_widths
+    assert start.steps[0].align and start.steps[0].iterations == 20 and start.steps[0].part == 2
+    assert not start.steps[0].lorentz_widths and not start.steps[-1].gauss_widths
+    assert start.steps[-1].iterations == 200 and start.steps[-1].lorentz_widths
     assert start.types == (EntryType.LORENTZ,) * 16
     np.testing.assert_array_equal(start.links[4], [4, 4, 5, 1, 4])
     np.testing.assert_allclose(start.values[9], [4.37, 5000.0, 0.0, 180.0, 1.577984])
-    assert start.free.sum() == 37
+    assert start.free.sum() == 36
 
 
 def test_patterns_and_ranges_are_read(examples: Path) -> None:

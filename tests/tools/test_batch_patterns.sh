@@ -47,8 +47,9 @@ cat >keeping <<TEXT
 "$programs/varokel" "\$@" || exit
 values() { sed -n '/^number/,/^#1/p' "\$1" | awk 'NF == 6 && \$1 ~ /^[0-9]/ { printf "%.6e %.6e %.6e %.6e %.6e\n", \$2, \$3, \$4, \$5, \$6 }'; }
 line=\${PWD##*/}
-values start.par >"$folder/values/\$line.start"
-values compact.par >"$folder/values/\$line.result"
+# the first start counts; a fit worse than its seed is repeated from the common values
+[ -e "$folder/values/\$line.start" ] || values start.par >"$folder/values/\$line.start"
+values compact.par >"$folder/values/\$line.\$\$.result"
 TEXT
 chmod +x keeping
 mkdir values

@@ -56,7 +56,7 @@ done
 sed -e '$a step: gradient areas phases iterations=20' \
     -e '$a step: gradient areas frequencies phases iterations=50' \
     -e '$a step: gradient all iterations=200 times=3' peaks.txt >plain.txt
-status 0 "$fit" up.fid.f32 plain.txt --dwell 0.00048828125 --noise 400:500 -o plain
+status 0 "$fit" up.fid.f32 plain.txt --dwell 0.00048828125 --noise 400:500 -o plain --method classic
 lacks err 'aligned'
 true_that 'the search alone is elsewhere' sh -c '! awk -F "\t" "NR == 2 { exit !(\$6 > 5.5 && \$6 < 6.5) }" plain/results.tsv'
 
@@ -127,7 +127,7 @@ mv new.nln0 turned.nln0
 head -c 4096 nan.f32 >turned.fit
 TEXT
 chmod +x diverges
-status 1 "$fit" turned.fid.f32 turned.txt --dwell 0.00048828125 --noise 400:500 -o away --varokel ./diverges
+status 1 "$fit" turned.fid.f32 turned.txt --dwell 0.00048828125 --noise 400:500 -o away --varokel ./diverges --method classic
 holds out 'the fit ran away, its results are no finite numbers: B.'
 lacks out 'Repair or cut'
 true_that 'not fitted' test "$(awk -F '\t' 'NR == 2 { print $2 }' away/results.tsv)" = not_fitted

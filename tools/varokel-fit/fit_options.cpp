@@ -15,6 +15,15 @@ void add_fit_options(option_parser &app, fit_options &own) {
     app.add_option("-j,--jobs", own.jobs, "fits at a time (default 1)")
         ->type_name("N")
         ->check(in_range(1, 256));
+    app.add_option("--method", own.method,
+                   "both: the search of the fitter, then the exact fit from its end and from the "
+                   "table (default); exact: that alone; classic: the search alone")
+        ->type_name("M")
+        ->check(one_of({"both", "exact", "classic"}));
+    app.add_option("--starts", own.starts,
+                   "further starts of the exact fit, whatever its verdict (default 0)")
+        ->type_name("N")
+        ->check(in_range(0, 1000));
     app.add_option("--limit", own.limit, "stop a fit after so many seconds (default: never)")
         ->type_name("S");
     app.add_option("--derive", own.derive,

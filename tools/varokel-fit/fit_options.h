@@ -17,6 +17,8 @@ struct fit_options {
     std::vector<std::string> derive;
     int jobs = 1;
     unsigned limit = 0;
+    std::string method = "both"; // or exact, classic
+    int starts = 0;
     bool report = true;
 };
 

@@ -17,6 +17,7 @@
 
 #include "common/command_line.h"
 #include "common/run_tool.h"
+#include "varokel-fit/finish_fits.h"
 #include "varokel-fit/fit_options.h"
 #include "varokel-fit/run_fits.h"
 
@@ -107,8 +108,9 @@ class guess_list {
 };
 
 // Start file, names and patterns of a spectrum into its folder.
-static void prepare(const fit_options &own, tools::start_maker &maker, tools::planned_fit &fit,
-                    guess_list &guesses, bool alone) {
+static void prepare(const fit_options &own, tools::start_maker &maker,
+                    tools::prepared_fit &prepared, guess_list &guesses, bool alone) {
+    tools::planned_fit &fit = prepared.planned;
     const fs::path folder(fit.folder);
     try {
         const tools::spectrum_facts facts =
@@ -129,6 +131,7 @@ static void prepare(const fit_options &own, tools::start_maker &maker, tools::pl
         }
         write_new(folder / "start.par", made.text());
         write_new(folder / "names.txt", tools::names_text(made.start));
+        prepared.start = made.start;
     } catch (const tool_error &error) {
         fit.why_not = error.what();
     } catch (const fs::filesystem_error &error) {
@@ -252,9 +255,10 @@ static int fit(const fit_options &own) {
         throw tool_error(tools::bad_input,
                          own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
                                      "measured; expected --reference FILE");
+    const bool searches = own.method != "exact";
     const std::string program =
         own.program.empty() ? tools::find_program("varokel") : fs::absolute(own.program).string();
-    if (program.empty() || access(program.c_str(), X_OK) != 0)
+    if (searches && (program.empty() || access(program.c_str(), X_OK) != 0))
         throw tool_error(tools::bad_input,
                          (own.program.empty() ? std::string("varokel") : own.program) +
                              ": no such program, neither beside this one nor in PATH; expected the "
@@ -269,11 +273,14 @@ static int fit(const fit_options &own) {
 
     const std::vector<std::string> names = import(own, work);
     tools::start_maker maker(std::move(table),
-                             {fs::absolute(own.peaks).parent_path().string(), "."});
-    std::vector<tools::planned_fit> fits;
+                             {fs::absolute(own.peaks).parent_path().string(), "."},
+                             searches ? tools::fitted_by::search : tools::fitted_by::engine);
+    std::vector<tools::prepared_fit> fits;
     guess_list guesses;
     for (const std::string &name : names) {
-        tools::planned_fit planned = {work.string(), name, ""};
+        tools::prepared_fit prepared;
+        tools::planned_fit &planned = prepared.planned;
+        planned = {work.string(), name, ""};
         if (names.size() > 1) { // a fit writes files of fixed names: each has its own folder
             planned.folder = (work / name).string();
             fs::create_directory(planned.folder);
@@ -281,22 +288,32 @@ static int fit(const fit_options &own) {
                 fs::rename(work / (name + ending), fs::path(planned.folder) / (name + ending),
                            error);
         }
-        prepare(own, maker, planned, guesses, names.size() == 1);
-        fits.push_back(std::move(planned));
+        prepare(own, maker, prepared, guesses, names.size() == 1);
+        fits.push_back(std::move(prepared));
     }
     guesses.finish();
-    if (std::all_of(fits.begin(), fits.end(), [&](const tools::planned_fit &f) {
-            return !f.why_not.empty() && f.why_not == fits.front().why_not;
+    const std::string &first_reason = fits.front().planned.why_not;
+    if (std::all_of(fits.begin(), fits.end(), [&](const tools::prepared_fit &f) {
+            return !f.planned.why_not.empty() && f.planned.why_not == first_reason;
         })) // the table fits none of them
-        throw tool_error(tools::bad_input, fits.front().why_not);
+        throw tool_error(tools::bad_input, first_reason);
 
-    tools::run_fits(program, fits, own.jobs, own.limit, show_progress);
+    std::vector<tools::planned_fit> searched;
+    for (const tools::prepared_fit &each : fits) searched.push_back(each.planned);
+    if (searches) tools::run_fits(program, searched, own.jobs, own.limit, show_progress);
+    if (own.method != "classic") tools::finish_fits(fits, searches, own.starts, own.jobs);
 
     std::string results = tools::results_header(), quality = tools::quality_header();
     std::size_t width = 8, failed = 0, at_limit = 0;
-    for (const tools::planned_fit &planned : fits) width = std::max(width, planned.name.size());
-    std::cout << padded("spectrum", width + 2) << "status      quality  last step  warnings\n";
-    for (const tools::planned_fit &planned : fits) {
+    for (const tools::prepared_fit &each : fits) width = std::max(width, each.planned.name.size());
+    std::cout << padded("spectrum", width + 2) << "status      verdict         quality  warnings\n";
+    for (const tools::prepared_fit &each : fits) {
+        const tools::planned_fit &planned = each.planned;
+        if (!each.not_exact.empty() && searches)
+            warn(planned.name + ": no exact fit, the search stands alone: " + each.not_exact);
+        if (own.method == "both" && !each.search_failed.empty() && each.not_exact.empty())
+            warn(planned.name + ": the search has no result (" + each.search_failed +
+                 "); the exact fit began from the table alone");
         tools::run_result run;
         try {
             run = tools::read_run(planned.folder, planned.name, {});
@@ -305,6 +322,7 @@ static int fit(const fit_options &own) {
             run.name = planned.name;
             run.why_not = unreadable.what();
         }
+        if (!run.fitted && !searches && !planned.why_not.empty()) run.why_not = planned.why_not;
         results += tools::results_rows(run);
         quality += tools::quality_row(run);
         const tools::fit_judgement judged = tools::judge_status(run);
@@ -315,8 +333,8 @@ static int fit(const fit_options &own) {
             std::cout << (judged.reason.empty() ? run.why_not : judged.reason) << '\n';
             continue;
         }
-        std::cout << padded(tools::short_number(run.quality), 9)
-                  << padded(std::to_string(run.iterations), 11) << run.warnings.size() << '\n';
+        std::cout << padded(run.optimum ? run.optimum->verdict : "n/a", 16)
+                  << padded(tools::short_number(run.quality), 9) << run.warnings.size() << '\n';
         if (judged.status == tools::fit_status::at_limit) ++at_limit;
         if (fits.size() > 1) continue;
         for (const std::string &text : run.warnings) warn(text);
