@@ -41,22 +41,14 @@ static double turns_at(const decay &curve, int n) {
 }
 
 // The rows that a curve is added to: row k takes t^k z.
-template <int highest>
-struct rows_of {
-    complex_row row[highest + 1];
-};
-
-template <int highest>
-static void add_plainly(const decay &curve, int begin, int end, const rows_of<highest> &out) {
+static void add_plainly(const decay &curve, int begin, int end, double *re, double *im) {
     for (int n = begin; n < end; ++n) {
         const double t = n + curve.d;
         const double e = kernel::exp(-curve.gauss * t * t - curve.lorentz * t);
-        complex_value z = product({e * curve.re, e * curve.im}, exp_2_pi_i(turns_at(curve, n)));
-        for (int k = 0; k <= highest; ++k) {
-            out.row[k].re[n] += z.re;
-            out.row[k].im[n] += z.im;
-            z = {z.re * t, z.im * t};
-        }
+        const complex_value z =
+            product({e * curve.re, e * curve.im}, exp_2_pi_i(turns_at(curve, n)));
+        re[n] += z.re;
+        im[n] += z.im;
     }
 }
 
@@ -95,40 +87,23 @@ static stepping stepping_of(const decay &curve) {
     return s;
 }
 
-// Adds a vector of z to the places from `at` on, and t z and t^2 z to those of their rows.
-template <class V, int highest>
-[[gnu::always_inline]] static inline void add_vector(V z_re, V z_im, V t, int at,
-                                                     const rows_of<highest> &out) {
-#pragma GCC unroll 3
-    for (int k = 0; k <= highest; ++k) {
-        V v;
-        load(v, out.row[k].re + at);
-        store(out.row[k].re + at, v + z_re);
-        load(v, out.row[k].im + at);
-        store(out.row[k].im + at, v + z_im);
-        z_re *= t;
-        z_im *= t;
-    }
-}
-
 // Sixteen values of z, from which the steps start, and the factors that they advance with.
 struct block_start {
     double z_re[step], z_im[step];
     double g[step];  // Gaussian part of R at each of them
     complex_value r; // the rest of R
     double change;   // of the Gaussian part, per step
-    double d;
 };
 
 // Adds the n points (a multiple of 16) from `begin` on.
-template <class V, bool gaussian, int highest>
+template <class V, bool gaussian>
 [[gnu::always_inline]] static inline void advance(const block_start &b, int begin, int n,
-                                                  const rows_of<highest> &out) {
+                                                  double *__restrict re, double *__restrict im) {
     constexpr int vectors = step / width_of<V>;
     const V zero = {};
     const V all_re = zero + b.r.re;
     const V all_im = zero + b.r.im;
-    V z_re[vectors], z_im[vectors], r_re[vectors], r_im[vectors], place[vectors];
+    V z_re[vectors], z_im[vectors], r_re[vectors], r_im[vectors];
 #pragma GCC unroll 4
     for (int k = 0; k < vectors; ++k) {
         load(z_re[k], b.z_re + k * width_of<V>);
@@ -139,19 +114,16 @@ template <class V, bool gaussian, int highest>
             r_re[k] = g * b.r.re;
             r_im[k] = g * b.r.im;
         }
-        if constexpr (highest > 0)
-            for (int j = 0; j < width_of<V>; ++j) place[k][j] = begin + k * width_of<V> + j;
     }
     for (int i = begin; i < begin + n; i += step) {
 #pragma GCC unroll 4
         for (int k = 0; k < vectors; ++k) {
             const int at = i + k * width_of<V>;
-            if constexpr (highest > 0) {
-                add_vector<V, highest>(z_re[k], z_im[k], place[k] + b.d, at, out);
-                place[k] += static_cast<double>(step);
-            } else {
-                add_vector<V, highest>(z_re[k], z_im[k], zero, at, out);
-            }
+            V v;
+            load(v, re + at);
+            store(re + at, v + z_re[k]);
+            load(v, im + at);
+            store(im + at, v + z_im[k]);
             const V f_re = gaussian ? r_re[k] : all_re;
             const V f_im = gaussian ? r_im[k] : all_im;
             const V product = z_re[k] * f_re - z_im[k] * f_im;
@@ -165,28 +137,15 @@ template <class V, bool gaussian, int highest>
     }
 }
 
-MULTIVERSION_WIDTHS(static void run_lorentzian(const block_start &b, int begin, int n,
-                                               const rows_of<0> &out),
-                    advance<V, false, 0>(b, begin, n, out))
-MULTIVERSION_WIDTHS(static void run_gaussian(const block_start &b, int begin, int n,
-                                             const rows_of<0> &out),
-                    advance<V, true, 0>(b, begin, n, out))
-MULTIVERSION_WIDTHS(static void run_lorentzian(const block_start &b, int begin, int n,
-                                               const rows_of<1> &out),
-                    advance<V, false, 1>(b, begin, n, out))
-MULTIVERSION_WIDTHS(static void run_gaussian(const block_start &b, int begin, int n,
-                                             const rows_of<1> &out),
-                    advance<V, true, 1>(b, begin, n, out))
-MULTIVERSION_WIDTHS(static void run_lorentzian(const block_start &b, int begin, int n,
-                                               const rows_of<2> &out),
-                    advance<V, false, 2>(b, begin, n, out))
-MULTIVERSION_WIDTHS(static void run_gaussian(const block_start &b, int begin, int n,
-                                             const rows_of<2> &out),
-                    advance<V, true, 2>(b, begin, n, out))
+MULTIVERSION_WIDTHS(static void run_lorentzian(const block_start &b, int begin, int n, double *re,
+                                               double *im),
+                    advance<V, false>(b, begin, n, re, im))
+MULTIVERSION_WIDTHS(static void run_gaussian(const block_start &b, int begin, int n, double *re,
+                                             double *im),
+                    advance<V, true>(b, begin, n, re, im))
 
-template <int highest>
-static void add_block(const decay &curve, const stepping &s, int begin, int end,
-                      const rows_of<highest> &out) {
+static void add_block(const decay &curve, const stepping &s, int begin, int end, double *re,
+                      double *im) {
     const double t = begin + curve.d;
     const double e = kernel::exp(-curve.gauss * t * t - curve.lorentz * t);
     const complex_value turn = exp_2_pi_i(turns_at(curve, begin));
@@ -205,7 +164,6 @@ static void add_block(const decay &curve, const stepping &s, int begin, int end,
     for (int j = 0; j < 8; ++j) z[j + 8] = product(z[j], w8);
     block_start b;
     b.r = s.all;
-    b.d = curve.d;
     for (int j = 0; j < step; ++j) {
         const double q = s.gaussian ? s.gauss_square[j] : 1.0;
         b.z_re[j] = z[j].re * q;
@@ -216,11 +174,11 @@ static void add_block(const decay &curve, const stepping &s, int begin, int end,
         b.change = s.change;
         b.g[0] = kernel::exp(-2.0 * curve.gauss * step * t) * s.gauss_ss;
         for (int j = 1; j < step; ++j) b.g[j] = b.g[j - 1] * s.gauss_2s;
-        run_gaussian(b, begin, whole, out);
+        run_gaussian(b, begin, whole, re, im);
     } else {
-        run_lorentzian(b, begin, whole, out);
+        run_lorentzian(b, begin, whole, re, im);
     }
-    add_plainly(curve, begin + whole, end, out);
+    add_plainly(curve, begin + whole, end, re, im);
 }
 
 double time_of_exponent(double gauss, double lorentz, double exponent) {
@@ -233,8 +191,7 @@ double time_of_exponent(double gauss, double lorentz, double exponent) {
     return 0.5 * (root - lorentz) / gauss;
 }
 
-template <int highest>
-static void add(const decay &curve, int begin, int end, const rows_of<highest> &out) {
+void add_decay(const decay &curve, int begin, int end, double *re, double *im) {
     if (end <= begin) return;
     const double a = curve.gauss;
     const double b = curve.lorentz;
@@ -247,7 +204,7 @@ static void add(const decay &curve, int begin, int end, const rows_of<highest> &
                       (first >= 0.0 || a * first * first < negligible) && std::isfinite(a) &&
                       std::fabs(curve.frequency) < 1e9;
     if (!tame) {
-        add_plainly(curve, begin, end, out);
+        add_plainly(curve, begin, end, re, im);
         return;
     }
     // where the decay has fallen below what a double can tell from nothing
@@ -257,19 +214,8 @@ static void add(const decay &curve, int begin, int end, const rows_of<highest> &
         end = stop > begin ? static_cast<int>(stop) : begin;
     }
     const stepping s = stepping_of(curve);
-    for (int n = begin; n < end; n += block) add_block(curve, s, n, std::min(end, n + block), out);
-}
-
-void add_decay(const decay &curve, int begin, int end, double *re, double *im) {
-    add<0>(curve, begin, end, {{{re, im}}});
-}
-
-void add_decay_moments(const decay &curve, int begin, int end, int highest,
-                       const complex_row *row) {
-    if (highest == 1)
-        add<1>(curve, begin, end, {{row[0], row[1]}});
-    else
-        add<2>(curve, begin, end, {{row[0], row[1], row[2]}});
+    for (int n = begin; n < end; n += block)
+        add_block(curve, s, n, std::min(end, n + block), re, im);
 }
 
 } // namespace kernel

@@ -20,15 +20,6 @@ struct decay {
 // taken as 0.
 void add_decay(const decay &curve, int begin, int end, double *re, double *im);
 
-struct complex_row {
-    double *re, *im;
-};
-
-// Adds t^k z(n), t = n + d, to row[k].re[n], row[k].im[n] for k = 0 ... highest (1 or 2), all in
-// one pass. They are the derivatives of z but for constant factors: by the frequency 2 pi i n /
-// points z, by lorentz -t z, by gauss -t^2 z. The rows must not overlap.
-void add_decay_moments(const decay &curve, int begin, int end, int highest, const complex_row *row);
-
 // Where gauss t^2 + lorentz t reaches `exponent`, t > 0: infinite when it never does. Not for a
 // gauss below 0. Up to twice too large where lorentz^2 or gauss exponent leaves the range of a
 // double; 0 where they overflow and the time itself is below 1e-150.
