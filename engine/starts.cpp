@@ -104,6 +104,7 @@ std::vector<relocation> relocations(const model &of, model_workspace &ws, std::s
         const double here = gain_at(0);
         const double now = x[static_cast<std::size_t>(c)],
                      from = start[static_cast<std::size_t>(c)];
+        if (!(std::fabs(from - now) < n)) continue; // what is a band away is no place of this line
         const int reach = static_cast<int>(std::ceil(4.0 * width)) + 1;
         const int off = static_cast<int>(std::nearbyint(from - now));
         for (int lag = off - reach; lag <= off + reach; ++lag) {
