@@ -78,6 +78,20 @@ def test_errors_are_those_of_the_program_at_the_same_place() -> None:
     assert np.all(np.abs(exact.areas - classic.areas) < 0.2 * exact.area_sd)
 
 
+def test_links_keep_ratios_of_areas_and_differences_of_all_else() -> None:
+    start = two_lines()  # areas 4 and 2, 432 and 650 Hz
+    links = start.links
+    links[1, Quantity.AREA] = links[1, Quantity.FREQUENCY] = 1
+    fit = varokel.fit(spectrum(), start.with_links(links))
+    assert fit.areas[1] == pytest.approx(0.5 * fit.areas[0], rel=1e-14)
+    assert fit.area_sd[1] == pytest.approx(0.5 * fit.area_sd[0], rel=1e-14)
+    assert fit.frequencies_hz[1] - fit.frequencies_hz[0] == pytest.approx(218.0, abs=1e-9)
+    empty = start.values
+    empty[0, Quantity.AREA] = 0.0
+    with pytest.raises(ValueError, match="line 2: the area follows one that starts at 0"):
+        varokel.fit(spectrum(), start.with_values(empty).with_links(links))
+
+
 def test_expressions_have_the_error_of_the_covariance() -> None:
     fit = varokel.fit(spectrum(), two_lines(), ExactOptions(names=("sharp", "broad")))
     value, error = fit.derive("broad/sharp")

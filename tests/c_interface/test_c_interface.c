@@ -1,103 +1,9 @@
 /* SPDX-License-Identifier: BSD-3-Clause
  *
- * test_c_interface.c -- the C interface as a C89 compiler sees it: every function, what it refuses,
- * and the same bits from every thread
+ * test_c_interface.c -- the C interface as a C89 compiler sees it: values, settings, verdicts, and
+ * the same bits from every thread
  */
-#include <varokel.h>
-
-#include <math.h>
-#include <pthread.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-
-#define N 256
-static const double hz = 2.0; /* per point */
-static const double pi = 3.14159265358979323846;
-
-static int failures = 0;
-static void check(int holds, const char *what, int line) {
-    if (holds) return;
-    ++failures;
-    fprintf(stderr, "line %d: not so: %s\n", line, what);
-}
-#define CHECK(what) check((what), #what, __LINE__)
-
-static int near_to(double got, double wanted, double tolerance) {
-    if (fabs(got - wanted) <= tolerance) return 1;
-    fprintf(stderr, "got %.17g, wanted %.17g within %g\n", got, wanted, tolerance);
-    return 0;
-}
-
-/* By the definition, point by point: the centred spectrum of a Voigt line's decay. */
-static void spectrum_by_definition(double area, double f, double gauss, double phase,
-                                   double lorentz, double first_order, int ignored, int kept,
-                                   double *out) {
-    static double decay[2 * N];
-    const double d = first_order / 360.0, g = gauss / hz / 1.67, L = lorentz / hz, point = f / hz;
-    int n, j;
-    for (n = 0; n < N; ++n) {
-        const double t = (n + d) / N, w = 2.0 * pi * (point + N / 2);
-        const double psi = w * d / N + pi * phase / 180.0 - pi * d;
-        double size = area * exp(-pi * pi * g * g * t * t - pi * L * t);
-        if (n == 0) size *= 0.5;
-        if (n < ignored || (kept > 0 && n >= kept)) size = 0.0;
-        decay[2 * n] = size * cos(w * n / N + psi);
-        decay[2 * n + 1] = size * sin(w * n / N + psi);
-    }
-    for (j = 0; j < N; ++j) {
-        double re = 0.0, im = 0.0;
-        for (n = 0; n < N; ++n) {
-            const double a = -2.0 * pi * ((j + N / 2) % N) * n / N;
-            re += decay[2 * n] * cos(a) - decay[2 * n + 1] * sin(a);
-            im += decay[2 * n] * sin(a) + decay[2 * n + 1] * cos(a);
-        }
-        out[2 * j] = re / N;
-        out[2 * j + 1] = im / N;
-    }
-}
-
-static double noise(void) {
-    static unsigned long state = 7;
-    double sum = -6.0;
-    int i;
-    for (i = 0; i < 12; ++i) {
-        state = (state * 1103515245ul + 12345ul) & 0x7ffffffful;
-        sum += (double)state / 2147483648.0;
-    }
-    return sum;
-}
-
-static int add(varokel_problem *p, const char *name, int line, double area, double f, double gauss,
-               double phase, double lorentz) {
-    int entry = -1;
-    CHECK(varokel_problem_add_entry(p, name, line, &entry) == VAROKEL_OK);
-    CHECK(varokel_problem_set_free(p, entry, VAROKEL_AREA, area) == VAROKEL_OK);
-    CHECK(varokel_problem_set_free(p, entry, VAROKEL_FREQUENCY, f) == VAROKEL_OK);
-    CHECK(varokel_problem_set_free(p, entry, VAROKEL_GAUSS_WIDTH, gauss) == VAROKEL_OK);
-    CHECK(varokel_problem_set_free(p, entry, VAROKEL_PHASE, phase) == VAROKEL_OK);
-    CHECK(varokel_problem_set_free(p, entry, VAROKEL_LORENTZ_WIDTH, lorentz) == VAROKEL_OK);
-    return entry;
-}
-
-/* A Voigt line and a Lorentzian that follows its phase, with noise. */
-static double data[2 * N];
-static const double noise_sd = 0.01;
-static varokel_problem *two_lines(void) {
-    static double second[2 * N];
-    varokel_problem *p = NULL;
-    int i;
-    spectrum_by_definition(5.0, 180.0, 12.0, 20.0, 8.0, 0.0, 0, 0, data);
-    spectrum_by_definition(3.0, 320.0, 0.0, 20.0, 10.0, 0.0, 0, 0, second);
-    for (i = 0; i < 2 * N; ++i) data[i] += second[i] + noise_sd * noise();
-    CHECK(varokel_problem_create(N, hz, &p) == VAROKEL_OK);
-    CHECK(varokel_problem_set_spectrum(p, data, N) == VAROKEL_OK);
-    CHECK(varokel_problem_set_noise_sd(p, noise_sd) == VAROKEL_OK);
-    add(p, "PCr", VAROKEL_VOIGT, 4.0, 184.0, 8.0, 0.0, 8.0);
-    add(p, "ATP1", VAROKEL_LORENTZIAN, 4.0, 316.0, 99.0, 0.0, 8.0);
-    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_PHASE, 0, 1.0, 0.0) == VAROKEL_OK);
-    return p;
-}
+#include "two_lines.h"
 
 static void values_errors_and_curves(void) {
     static const double truth[2][VAROKEL_QUANTITIES] = {{5.0, 180.0, 12.0, 20.0, 8.0},
@@ -320,98 +226,6 @@ static void intervals_and_channels(void) {
     varokel_workspace_destroy(w);
 }
 
-static void what_is_refused(void) {
-    static double bad[2 * N];
-    double x;
-    int i;
-    varokel_problem *p = two_lines();
-    varokel_workspace *w = NULL;
-    varokel_fit *fit = NULL;
-    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
-    CHECK(varokel_problem_create(100, hz, &p) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_create(N, 0.0, &p) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_create(N, HUGE_VAL, &p) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_create(N, hz, NULL) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_spectrum(p, data, N / 2) == VAROKEL_BAD_ARGUMENT);
-    CHECK(strcmp(varokel_problem_message(p), "the spectrum has 128 points, not 256") == 0);
-    CHECK(varokel_problem_set_spectrum(p, NULL, N) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_noise_sd(p, 0.0) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_noise_sd(p, HUGE_VAL - HUGE_VAL) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_truncation(p, N, 0) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_truncation(p, 8, 8) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_channel(p, 3) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_add_interval(p, 5, 4) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_add_interval(p, 0, N) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_add_entry(p, NULL, 5, NULL) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_entry_pattern(p, 0, 0) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_free(p, 2, VAROKEL_AREA, 1.0) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_free(p, 0, VAROKEL_QUANTITIES, 1.0) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_entries(p) == 2);
-
-    memcpy(bad, data, sizeof bad);
-    bad[2 * 5 + 1] = HUGE_VAL;
-    CHECK(varokel_problem_set_spectrum(p, bad, N) == VAROKEL_OK);
-    CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_BAD_PROBLEM && fit == NULL);
-    CHECK(strstr(varokel_workspace_message(w), "point 5 of the spectrum is not finite") != NULL);
-    CHECK(varokel_workspace_failed_entry(w) == -1);
-    CHECK(varokel_problem_set_spectrum(p, data, N) == VAROKEL_OK);
-    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_AREA, 1, 1.0, 0.0) == VAROKEL_OK);
-    CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_BAD_PROBLEM && fit == NULL);
-    CHECK(varokel_workspace_failed_entry(w) == 1);
-    CHECK(varokel_problem_spectrum(p, w, 0, bad, 2 * N) == VAROKEL_BAD_PROBLEM);
-
-    /* null pointers */
-    CHECK(varokel_fit_find(NULL, NULL, w, &fit) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_fit_find(p, NULL, NULL, &fit) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_fit_find(p, NULL, w, NULL) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_problem_set_free(NULL, 0, 0, 1.0) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_fit_derive(NULL, w, "1", &x, &x) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_fit_values(NULL, &x, 1) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_fit_entries(NULL) == 0 && varokel_fit_verdict(NULL) == -1);
-    CHECK(varokel_problem_message(NULL)[0] == '\0' && varokel_workspace_message(NULL)[0] == '\0');
-    varokel_problem_destroy(NULL);
-    varokel_options_destroy(NULL);
-    varokel_workspace_destroy(NULL);
-    varokel_fit_destroy(NULL);
-    for (i = VAROKEL_OK; i <= VAROKEL_FAILED + 1; ++i) CHECK(varokel_status_text(i)[0] != '\0');
-    CHECK(varokel_verdict_name(VAROKEL_OPTIMUM + 1) == NULL && varokel_verdict_name(-1) == NULL);
-    CHECK(strcmp(varokel_verdict_name(VAROKEL_OPTIMUM), "optimum") == 0);
-    varokel_problem_destroy(p);
-    varokel_workspace_destroy(w);
-}
-
-static void spectra_of_decays(void) {
-    static double fid[2 * N], back[2 * N], spectrum[2 * N];
-    double sd, mean = 0.0, squares = 0.0;
-    int i, first = -1, last = -1;
-    for (i = 0; i < N; ++i) { /* a line 40 Hz above the carrier: point 148 */
-        fid[2 * i] = exp(-0.05 * i) * cos(2.0 * pi * 20.0 * i / N);
-        fid[2 * i + 1] = exp(-0.05 * i) * sin(2.0 * pi * 20.0 * i / N);
-    }
-    CHECK(varokel_spectrum_of_fid(fid, N, N, spectrum) == VAROKEL_OK);
-    for (i = 0; i < N; ++i) CHECK(spectrum[2 * i] <= spectrum[2 * 148]);
-    for (i = 0; i < N; ++i) mean += spectrum[2 * i];
-    CHECK(near_to(mean, 0.5, 1e-12)); /* half of the area */
-    CHECK(varokel_fid_of_spectrum(spectrum, N, back) == VAROKEL_OK);
-    for (i = 0; i < 2 * N; ++i) CHECK(near_to(back[i], fid[i], 1e-13));
-    CHECK(varokel_spectrum_of_fid(fid, 100, N, spectrum) == VAROKEL_OK); /* filled with zeros */
-    CHECK(varokel_fid_of_spectrum(spectrum, N, back) == VAROKEL_OK);
-    for (i = 0; i < 2 * N; ++i) CHECK(near_to(back[i], i < 200 ? fid[i] : 0.0, 1e-13));
-    CHECK(varokel_spectrum_of_fid(fid, N, 100, spectrum) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_spectrum_of_fid(fid, 0, N, spectrum) == VAROKEL_BAD_ARGUMENT);
-
-    for (i = 0; i < 2 * N; ++i) spectrum[i] = noise() + (i >= 200 && i < 300 ? 90.0 + i : 7.0);
-    CHECK(varokel_noise_window(spectrum, N, &first, &last) == VAROKEL_OK);
-    CHECK(last - first + 1 == N / 8 && first >= 0 && last < N && (last < 100 || first >= 150));
-    mean = 0.0;
-    for (i = first; i <= last; ++i) mean += spectrum[2 * i] / (last - first + 1);
-    for (i = first; i <= last; ++i) squares += pow(spectrum[2 * i] - mean, 2.0);
-    CHECK(varokel_noise_sd(spectrum, N, first, last, &sd) == VAROKEL_OK);
-    CHECK(near_to(sd, sqrt(squares / (last - first + 1)), 1e-13));
-    CHECK(varokel_noise_sd(spectrum, N, 0, N, &sd) == VAROKEL_BAD_ARGUMENT);
-    CHECK(varokel_noise_sd(spectrum, N, 9, 8, &sd) == VAROKEL_BAD_ARGUMENT);
-}
-
 static const varokel_problem *shared;
 static void *fit_in_a_thread(void *place) {
     double *values = (double *)place;
@@ -447,12 +261,10 @@ int main(void) {
     char begins[32];
     sprintf(begins, "%d.%d.", VAROKEL_VERSION_MAJOR, VAROKEL_VERSION_MINOR);
     CHECK(strncmp(varokel_version(), begins, strlen(begins)) == 0);
-    spectra_of_decays();
     values_errors_and_curves();
     settings_of_a_problem();
     windows_starts_and_verdicts();
     intervals_and_channels();
-    what_is_refused();
     the_same_bits_from_every_thread();
     printf("%d failures\n", failures);
     return failures > 0;
