@@ -2,7 +2,9 @@
 //
 // The stretch that the importer takes for the noise, over many spectra of known noise: its spread
 // must be that of the noise on average, since every error bound of the fit is a multiple of it.
-#include "files/measured/noise_window.h"
+#include "engine/noise_window.h"
+
+#include "files/spectra/transform.h"
 
 #include "support/support.h"
 
@@ -42,7 +44,8 @@ static ratio ratio_over(int spectra, const std::vector<line> &lines, int n, int 
     support::random_numbers random(static_cast<std::uint64_t>(n + measured));
     ratio found;
     for (int k = 0; k < spectra; ++k) {
-        const noise_window window = noise_stretch(spectrum_of(lines, n, measured, random));
+        const engine::noise_window window =
+            engine::noise_stretch(spectrum_of(lines, n, measured, random));
         EXPECT_EQ(window.stop - window.first, n / 8);
         found.mean += window.sd_re * n / std::sqrt(measured) / spectra;
         const double edge = static_cast<double>(std::min(window.first, n - window.stop)) / n;
@@ -86,7 +89,7 @@ TEST(noise_window, edges_of_the_band_count_when_lines_are_everywhere_else) {
 
 TEST(noise_window, without_room_for_a_choice_it_is_the_whole_spectrum) {
     support::random_numbers random(3);
-    const noise_window window = noise_stretch(spectrum_of({}, 16, 16, random));
+    const engine::noise_window window = engine::noise_stretch(spectrum_of({}, 16, 16, random));
     EXPECT_EQ(window.first, 0);
     EXPECT_EQ(window.stop, 16);
 }
