@@ -7,10 +7,10 @@
 
 namespace tools {
 
-// Exit statuses of every companion program. Only varokel-compare uses different.
+// Exit statuses of every companion program.
 enum exit_status : int {
     all_right = 0,
-    different = 1,
+    different = 1, // varokel-compare: they differ; else: some spectra were not fitted
     wrong_usage = 2,
     bad_input = 3, // unreadable or invalid
     bad_output = 4 // cannot be written

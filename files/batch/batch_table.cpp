@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/batch_table.h"
 
+#include "files/base/not_known.h"
+#include "files/spectra/line_width.h"
 #include "files/results/equivalent_signs.h"
 
 #include <nlohmann/json.hpp>
@@ -11,8 +13,6 @@
 
 namespace tools {
 
-static constexpr double not_known = not_measured;
-static constexpr double gauss_fwhm_per_width = 1.67; // as the fit has it
 static constexpr double most_percent = 999.0;
 
 const char *map_name(map_quantity quantity) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/batch_view.h"
 
+#include "files/base/not_known.h"
 #include "files/base/tool_error.h"
 #include "files/batch/batch_plan.h"
 #include "files/spectra/signal_file.h"
@@ -18,7 +19,6 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static const double not_known = std::numeric_limits<double>::quiet_NaN();
 
 bool is_batch(const std::string &folder) {
     std::error_code error;

@@ -18,9 +18,9 @@
 
 namespace tools {
 
-static constexpr double basis_ppm = 4.65;        // of point 0, by the format
-static constexpr long long most_points = 4096;   // of a pattern
-static constexpr std::size_t most_patterns = 49; // of a fit
+static constexpr double basis_ppm = 4.65;              // of point 0, by the format
+static constexpr long long most_pattern_points = 4096; // of a pattern
+static constexpr std::size_t most_patterns = 49;       // of a fit
 
 // FID of a spectrum in transform order. The format's transforms are scaled by 1/sqrt(n).
 static complex_signal fid_of_basis(const complex_signal &spectrum) {
@@ -125,7 +125,7 @@ static pattern_grid grid_of(const basis_options &options, const basis_header &he
         ppm = basis_ppm;
         warn("guessed ppm at the carrier of the data: 4.65; --ppm-at-carrier sets another");
     }
-    if (!is_power_of_two(*points) || *points > most_points)
+    if (!is_power_of_two(*points) || *points > most_pattern_points)
         throw tool_error(bad_input, (options.like.empty() ? "--points " : options.like + ": ") +
                                         std::to_string(*points) +
                                         " points; expected a power of two up to 4096 for "

@@ -2,13 +2,15 @@
 // run_result.cpp -- reads .exl, .mat, .err, signals, log, control files and sidecar of a spectrum
 #include "files/results/run_result.h"
 
+#include "files/base/not_known.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/line_width.h"
+#include "files/spectra/signal_file.h"
 #include "files/pictures/spectrum_view.h"
 #include "files/results/equivalent_signs.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
-#include "files/spectra/signal_file.h"
 
 #include "engine/noise_window.h"
 
@@ -26,8 +28,6 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static const double not_known = std::numeric_limits<double>::quiet_NaN();
-static constexpr double gauss_fwhm_per_width = 1.67; // as the fit has it, docs/model.md
 enum : int { gaussian = 1, lorentzian = 2, voigt = 3, pattern = 4 };
 
 double fitted_parameter::percent_1sd() const {

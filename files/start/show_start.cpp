@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/show_start.h"
 
+#include "files/base/format_text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
 namespace tools {
-
-template <typename... numbers>
-static std::string format(const char *pattern, numbers... values) {
-    char text[400];
-    std::snprintf(text, sizeof text, pattern, values...);
-    return text;
-}
 
 static std::string name_or_number(const start_file &start, std::size_t k) {
     const std::string &name = start.entries[k].name;

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/start_file.h"
 
+#include "files/base/format_text.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/line_width.h"
 #include "files/spectra/transform.h"
 
 #include <cmath>
@@ -10,7 +12,6 @@
 namespace tools {
 
 // 2 sqrt(ln 2), rounded as the fit has it
-static constexpr double gauss_fwhm_per_width = 1.67;
 static constexpr int most_entries = 49;
 static constexpr int most_parameters = 350;
 static constexpr std::size_t most_steps = 19;
@@ -174,13 +175,6 @@ void refuse_what_fails(const start_file &start, const std::string &source, fitte
     if (start.followed < 1 || start.followed > count)
         refuse("followed entry " + std::to_string(start.followed) + "; expected 1 to " +
                std::to_string(count));
-}
-
-template <typename... numbers>
-static std::string format(const char *pattern, numbers... values) {
-    char text[256];
-    std::snprintf(text, sizeof text, pattern, values...);
-    return text;
 }
 
 std::string version_3_text(const start_file &start, const std::vector<std::string> &remarks) {

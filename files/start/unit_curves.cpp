@@ -3,6 +3,7 @@
 #include "files/start/unit_curves.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/line_width.h"
 #include "files/spectra/signal_file.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@
 
 namespace tools {
 
-static constexpr double gauss_fwhm_per_width = 1.67;
 
 // FID of a line whose frequency [points] is counted from the left edge, 1 at time 0 but for the
 // phase of the delay; widths in points, the Gaussian one divided by 1.67.
