@@ -97,7 +97,7 @@ cp -r plan killed
 mkdir scratch
 journal=killed/shards/0000_of_0001.journal
 journal_size() { wc -c <"$journal" 2>/dev/null || echo 0; }
-for turn in 1 2 3; do
+for _ in 1 2 3; do
     begun=$(journal_size)
     "$batch" run killed -j 2 --resume --scratch scratch >/dev/null 2>&1 &
     # as soon as another fit is in the journal, however fast the machine is
