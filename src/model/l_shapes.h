@@ -48,8 +48,8 @@ void Complex_Multiply(const int &n, double *re, double *im, const double *cr, co
 void Complex_Pattern_Multiply(const int &n, const int &slot, double *re, double *im,
                               const double *pat);
 
-// The rest is for use by hand. The model draws its lines with model_sum.h; patterns of text files are
-// made with Calculate_td_VoigtCurve.
+// The rest is for use by hand. The model draws its lines with model_sum.h; patterns of text files
+// are made with Calculate_td_VoigtCurve.
 
 // Value at frequency nu of a sum of Gaussian lines, exp(-x^2) with x = (nu - f)/w, and its
 // derivatives. Beyond |x| = 2.82 a line counts 1e-25.
