@@ -103,10 +103,9 @@ std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
                                         std::to_string(source->axes[2].size) +
                                         " voxels. Is the file cut?");
     signal_facts &facts = source->facts;
-    if (const auto microseconds = header.positive("DwellTime"))
-        facts.dwell_time = *microseconds / 1e6;
+    if (const auto dwell_us = header.positive("DwellTime")) facts.dwell_time = *dwell_us / 1e6;
     facts.mhz = header.positive("MRFrequency");
-    if (const auto milliseconds = header.positive("TE")) facts.echo_time = *milliseconds / 1e3;
+    if (const auto echo_ms = header.positive("TE")) facts.echo_time = *echo_ms / 1e3;
     if (const auto at = header.items.find("nucleus"); at != header.items.end())
         facts.nucleus = nucleus_of(at->second.value);
     return source;
