@@ -19,7 +19,7 @@
 namespace tools {
 
 static constexpr int deepest_folder = 32;
-static constexpr int most_tries = 2000; // of 1 ms, for the list
+static constexpr int most_waits = 2000; // of 1 ms, for the list
 
 // One on the list. The list is walked by handlers, so it is changed only while no signal can come.
 struct own_slot {
@@ -150,12 +150,12 @@ static void end_by_signal(int number) {
     // Another thread gives the list back at once. In a child that was forked at a bad moment nobody
     // does, and nothing in the list is the child's.
     int tries = 0;
-    while (list_taken.test_and_set(std::memory_order_acquire) && tries < most_tries) {
+    while (list_taken.test_and_set(std::memory_order_acquire) && tries < most_waits) {
         poll(nullptr, 0, 1);
         ++tries;
     }
     const pid_t own = getpid();
-    for (const own_slot *slot = tries < most_tries ? first_slot : nullptr; slot != nullptr;
+    for (const own_slot *slot = tries < most_waits ? first_slot : nullptr; slot != nullptr;
          slot = slot->next)
         if (slot->process == own)
             remove_tree(slot->name.c_str(), slot->device, slot->inode, slot->only_empty);

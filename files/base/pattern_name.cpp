@@ -11,7 +11,7 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static constexpr int most_tries = 100;
+static constexpr int most_numbers = 100;
 
 // Stems of files of a fit beside those that are called as the data.
 static bool is_of_a_fit(const std::string &stem) {
@@ -35,7 +35,7 @@ std::string pattern_names::name_for(const std::string &file) {
     std::string name = fs::path(file).filename().string();
     const std::string ending = fs::path(file).extension().string();
     for (int n = static_cast<int>(files_.size()) + 1, tries = 0; !is_free(name); ++n, ++tries) {
-        if (tries == most_tries)
+        if (tries == most_numbers)
             throw tool_error(bad_input, file + ": its ending cannot be part of a name; rename it");
         name = "pattern_" + std::to_string(n) + ending;
     }

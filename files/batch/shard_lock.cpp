@@ -67,7 +67,7 @@ static std::string time_text(long long seconds) {
     return text;
 }
 
-[[noreturn]] static void refuse_writing(const std::string &name) {
+[[noreturn]] static void refuse_lock(const std::string &name) {
     throw tool_error(bad_output, name + ": cannot be written (" + std::strerror(errno) +
                                      "); is it yours, is the disk full?");
 }
@@ -77,7 +77,7 @@ shard_lock::shard_lock(const std::string &stem)
       shard_(fs::path(stem).filename().string()) {
     for (int tries = 0;;) {
         file_ = open(name_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
-        if (file_ < 0) refuse_writing(name_);
+        if (file_ < 0) refuse_lock(name_);
         // a process that was just killed, and a fit of it, may hold the lock for a moment
         if (flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
             if (identity_of(file_) == identity_of(name_)) break; // not removed in between
@@ -116,7 +116,7 @@ void shard_lock::write_note(const std::string &scratch) {
         close(file_);
         file_ = -1;
         errno = reason;
-        refuse_writing(name_);
+        refuse_lock(name_);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "files/problem/start_problem.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/line_width.h"
 #include "files/start/unit_curves.h"
 
 #include "engine/noise_window.h"
@@ -13,9 +14,6 @@
 namespace tools {
 
 namespace {
-
-// Gaussian widths of a problem are FWHM / 1.67, as in the fitter.
-constexpr double gauss_fwhm_per_width = 1.67;
 
 engine::quantity quantity_of(int q) {
     static constexpr engine::quantity same[] = {
