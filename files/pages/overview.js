@@ -37,15 +37,20 @@
   const state = {
     quantity: offered.includes("area") ? "area" : offered[0] || "quality",
     entry: 0,
-    bound: 50,
-    masked: true,
+    bound: batch.redPercent,
+    paled: true,
     chosen: -1,
     at: batch.axes.map(() => 0),
     entriesShown: batch.entries.map((_, k) => k < 6),
   };
   if (count > 0) state.at = batch.at[0].slice();
 
-  const hidden = (n, k) => batch.status[n] === "not_fitted" || (state.masked && !(columns.areaPercent[k][n] <= state.bound));
+  const hidden = (n) => batch.status[n] === "not_fitted";
+  // Values that are known badly are drawn pale, not left out: those that come out high by chance
+  // have the smaller errors in percent, so leaving the others out would lift what is left.
+  const pale = (n, k) => state.paled && !(columns.areaPercent[k][n] <= state.bound);
+  const paleShare = 0.3;
+  const paleOf = (k) => (/^#[0-9a-f]{6}$/i.test(colourOf(k)) ? colourOf(k) + "4d" : colourOf(k));
 
   // --- controls
   const controls = document.getElementById("controls");
@@ -83,18 +88,18 @@
   {
     const label = made("label"), box = made("input"), slider = made("input"), shown = made("output");
     box.type = "checkbox";
-    box.checked = state.masked;
-    box.id = "masked";
+    box.checked = state.paled;
+    box.id = "paled";
     slider.type = "range";
     slider.min = 1;
     slider.max = 100;
     slider.value = state.bound;
     slider.id = "bound";
-    slider.setAttribute("aria-label", "largest area error shown, percent of one standard deviation");
+    slider.setAttribute("aria-label", "largest area error drawn in full, percent of one standard deviation");
     const tell = () => { shown.textContent = state.bound + " %"; };
     tell();
     box.addEventListener("change", () => {
-      state.masked = box.checked;
+      state.paled = box.checked;
       slider.disabled = !box.checked;
       draw();
     });
@@ -103,7 +108,7 @@
       tell();
       draw();
     });
-    label.append(box, document.createTextNode("hide area errors (1 SD) above"), slider, shown);
+    label.append(box, document.createTextNode("pale where the area error (1 SD) is above"), slider, shown);
     controls.append(label);
   }
 
@@ -117,11 +122,16 @@
   // range of the colours: between the 2nd and the 98th hundredth, so that one wild value hides nothing
   function rangeOf(values, k) {
     const seen = [];
-    for (let n = 0; n < count; n++) if (!hidden(n, k) && Number.isFinite(values[n])) seen.push(values[n]);
+    const collect = (wanted) => {
+      for (let n = 0; n < count; n++) if (!hidden(n) && Number.isFinite(values[n]) && wanted(n)) seen.push(values[n]);
+    };
+    collect((n) => !pale(n, k)); // badly known values may be wild
+    const full = seen.length;
+    if (full === 0) collect(() => true);
     if (seen.length === 0) return null;
     seen.sort((a, b) => a - b);
     const low = seen[Math.floor(0.02 * (seen.length - 1))], high = seen[Math.ceil(0.98 * (seen.length - 1))];
-    return { low, high: high > low ? high : low + (Math.abs(low) || 1), shown: seen.length };
+    return { low, high: high > low ? high : low + (Math.abs(low) || 1), full };
   }
 
   const columnsOfMap = hasMap ? [inSpace[0], inSpace[1] ?? -1, inSpace[2] ?? -1] : [];
@@ -153,9 +163,9 @@
         ink.fillRect(i, 0, 1, 12);
       }
       scale.append(made("span", "", numberText(range.low)), bar, made("span", "", numberText(range.high) + " " + quantity.unit));
-      scale.append(made("span", "", range.shown + " of " + count + " shown"));
+      scale.append(made("span", "", range.full + " of " + count + (state.paled ? " within the bound, the others pale" : " shown")));
     } else {
-      scale.append(made("span", "", "nothing to show within this bound"));
+      scale.append(made("span", "", "nothing to show"));
     }
     const nx = sizeOf(columnsOfMap[0]), ny = sizeOf(columnsOfMap[1]), nz = sizeOf(columnsOfMap[2]);
     const width = Math.max(200, maps.clientWidth);
@@ -191,7 +201,7 @@
           const n = spectrumAt(x, y, z);
           if (n < 0) continue;
           const left = x * cell, top = (ny - 1 - y) * cell; // y upwards, as images of the body are shown
-          if (hidden(n, state.entry) || !Number.isFinite(values[n])) {
+          if (hidden(n) || !Number.isFinite(values[n])) {
             ink.fillStyle = away;
             ink.fillRect(left, top, cell, cell);
             if (batch.status[n] === "not_fitted" && cell > 8) {
@@ -205,8 +215,10 @@
               ink.stroke();
             }
           } else {
+            ink.globalAlpha = pale(n, state.entry) ? paleShare : 1;
             ink.fillStyle = colourAt((values[n] - range.low) / (range.high - range.low));
             ink.fillRect(left, top, cell, cell);
+            ink.globalAlpha = 1;
           }
           if (n === state.chosen) {
             ink.strokeStyle = "#ff2d55";
@@ -276,19 +288,35 @@
       return found === undefined ? -1 : found;
     });
     const shown = quantity.whole ? [0] : batch.entries.map((_, k) => k).filter((k) => state.entriesShown[k] && some(quantity.of(k)));
-    const cut = (values, k) => numbers.map((m) => (m < 0 || hidden(m, k) || !Number.isFinite(values[m]) ? null : values[m]));
+    const cut = (values, k) => numbers.map((m) => (m < 0 || hidden(m) || !Number.isFinite(values[m]) ? null : values[m]));
     const rows = shown.map((k) => cut(quantity.of(k), k));
+    const known = rows.map((row, s) => row.map((v, i) => (v !== null && pale(numbers[i], shown[s]) ? null : v)));
     const errors = shown.map((k) => (quantity.sd ? cut(quantity.sd(k), k) : null));
     courseTitle.textContent = quantity.name + (quantity.unit ? " (" + quantity.unit + ")" : "") + (quantity.sd ? ", bars: \u00b1 1 SD" : "") +
       (hasMap && state.chosen >= 0 ? ", voxel of " + batch.names[state.chosen] : "");
     if (coursePlot) coursePlot.destroy();
     course.textContent = "";
     const ink = styleOf("--ink"), grid = styleOf("--line");
-    const extent = (u, low, high) => {
+    // The scale is that of the values that are drawn in full, with their bars; where there are
+    // none, that of all.
+    const extent = (u, all, most) => {
+      let low = Infinity, high = -Infinity;
       rows.forEach((row, s) => row.forEach((v, i) => {
-        if (v === null || !errors[s] || errors[s][i] === null) return;
+        if (v === null || pale(numbers[i], shown[s])) return;
+        low = Math.min(low, v);
+        high = Math.max(high, v);
+        if (!errors[s] || errors[s][i] === null) return;
         low = Math.min(low, v - errors[s][i]);
         high = Math.max(high, v + errors[s][i]);
+      }));
+      if (low > high) return roomAround(all, most);
+      const span = high - low; // pale ones too, but one wild value hides nothing
+      const least = low - 0.5 * span, greatest = high + 0.5 * span;
+      rows.forEach((row, s) => row.forEach((v, i) => {
+        if (v === null || !pale(numbers[i], shown[s])) return;
+        const sd = errors[s] && errors[s][i] !== null ? errors[s][i] : 0;
+        low = Math.min(low, Math.max(least, v - sd));
+        high = Math.max(high, Math.min(greatest, v + sd));
       }));
       return roomAround(low, high);
     };
@@ -301,12 +329,14 @@
         row.forEach((v, i) => {
           if (v === null || errors[s][i] === null) return;
           const x = u.valToPos(i, "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
+          u.ctx.globalAlpha = pale(numbers[i], shown[s]) ? paleShare : 1;
           u.ctx.beginPath();
           u.ctx.moveTo(x, a);
           u.ctx.lineTo(x, b);
           u.ctx.stroke();
         });
       });
+      u.ctx.globalAlpha = 1;
       const i = numbers.indexOf(state.chosen);
       if (i >= 0) {
         const x = u.valToPos(i, "x", true);
@@ -332,7 +362,9 @@
         { stroke: ink, size: 62, grid: { stroke: grid, width: 0.5 },
           values: (u, splits) => splits.map((v) => (v === 0 ? "0" : Math.abs(v) >= 1e4 || Math.abs(v) < 1e-3 ? v.toExponential(1) : String(+v.toPrecision(4)))) },
       ],
-      series: [{}, ...shown.map((k) => ({ stroke: colourOf(k), width: 1.3, points: { show: true, size: 5, fill: colourOf(k) } }))],
+      // all values pale, and over them those that are known well
+      series: [{}, ...shown.map((k) => ({ stroke: paleOf(k), width: 1, points: { show: true, size: 5, fill: paleOf(k) } })),
+        ...shown.map((k) => ({ stroke: colourOf(k), width: 1.3, points: { show: true, size: 5, fill: colourOf(k) } }))],
       hooks: {
         draw: [bars],
         setCursor: [(u) => {
@@ -340,7 +372,7 @@
           readout.textContent = m < 0 ? "" : batch.names[m] + ": " + shown.map((k) => (quantity.whole ? quantity.name : batch.entries[k]) + " " + numberText(quantity.of(k)[m])).join(", ");
         }],
       },
-    }, [numbers.map((_, i) => i), ...rows], course);
+    }, [numbers.map((_, i) => i), ...rows, ...known], course);
     coursePlot.over.addEventListener("click", () => {
       const i = coursePlot.cursor.idx;
       if (i !== null && i !== undefined && numbers[i] >= 0) choose(numbers[i]);
@@ -419,8 +451,9 @@
       first.scope = "row";
       line.append(first, made("td", "", withError(columns.area[k][n], columns.areaSd[k][n])));
       const percent = columns.areaPercent[k][n];
-      line.append(made("td", percent > 50 ? "red" : percent > 20 ? "amber" : "",
-        Number.isFinite(percent) ? percent.toPrecision(3) + " %" + (percent > 50 ? " !!" : percent > 20 ? " !" : "") : "n/a"));
+      const red = percent > batch.redPercent, amber = percent > batch.amberPercent;
+      line.append(made("td", red ? "red" : amber ? "amber" : "",
+        Number.isFinite(percent) ? percent.toPrecision(3) + " %" + (red ? " !!" : amber ? " !" : "") : "n/a"));
       for (const [, , values, sds] of pairs) line.append(made("td", "", withError(values[k][n], sds[k][n])));
       if (withSnr) line.append(made("td", "", numberText(columns.entrySnr[k][n])));
       body.append(line);
@@ -444,8 +477,16 @@
     chart = null;
     detail.textContent = "";
     const heading = made("h2", "", batch.names[n] + " ");
-    heading.append(made("span", "badge " + batch.status[n], batch.status[n].replace("_", " ")));
+    heading.append(made("span", "badge " + batch.levels[n], batch.status[n].replace("_", " ")));
     detail.append(heading);
+    const said = Object.entries(batch.warnings[n] || {});
+    if (said.length > 0) {
+      const box = made("div", "warnings"), list = made("ul");
+      for (const [word, of] of said)
+        list.append(made("li", "", (batch.meanings[word] || word) + (of.length > 0 ? ": " + of.map((k) => batch.entries[k]).join(", ") : "")));
+      box.append(list);
+      detail.append(box);
+    }
     if (batch.reasons[n]) detail.append(made("p", "muted", batch.reasons[n]));
     detail.append(made("p", "muted", "fit quality " + numberText(quality[n]) + (Number.isFinite(snr[n]) ? ", SNR " + numberText(snr[n]) : "")));
     detail.append(place);

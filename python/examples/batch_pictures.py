@@ -7,7 +7,7 @@
 Both read RUN/results.tsv, as varokel-batch merge wrote it. A series has one direction. A table has
 two: the first (receive coils) across, the second (repetitions) down; a panel for each entry has its
 areas as colours and numbers, and below them, for each column, the scatter of its values and the
-error bound that the fits state (one standard deviation each).
+error bound that the fits state (one standard deviation each). Areas with an error bound above 50 % are drawn pale in both.
 """
 
 from __future__ import annotations
@@ -27,7 +27,8 @@ if importlib.util.find_spec("varokel") is None:  # not installed: that of this s
 from varokel import FloatArray, read_results_table  # noqa: E402
 
 COLOURS = ("#0072b2", "#d55e00", "#009e73", "#cc79a7", "#56b4e9", "#e69f00", "#000000")
-LARGEST_PERCENT = 50.0  # areas that are known less well are left out of the courses
+LARGEST_PERCENT = 50.0  # areas that are known less well are drawn pale
+PALE = 0.25
 
 
 class Areas:
@@ -66,22 +67,32 @@ def draw_series(run: Path, step: float, unit: str, picture: Path) -> None:
         raise SystemExit(f"{run}: directions {', '.join(areas.axes)}; a series has one")
     figure = Figure(figsize=(8.0, 4.6), constrained_layout=True)
     plot = figure.subplots()
+    weakest = np.inf
     for k, name in enumerate(areas.names):
         area, sd = areas.of(name)
-        known = (area > 0.0) & (100.0 * sd < LARGEST_PERCENT * area)
-        plot.errorbar(
-            step * np.arange(area.size),
-            np.where(known, area, np.nan),  # a gap, not a line over what is left out
-            yerr=sd,
-            fmt="o-",
-            markersize=3.5,
-            linewidth=0.8,
-            elinewidth=1.0,
-            capsize=2.0,
-            color=COLOURS[k % len(COLOURS)],
-            label=name.replace("_", " "),
-        )
-    plot.set_yscale("log")
+        known = 100.0 * sd < LARGEST_PERCENT * np.abs(area)
+        # Weak areas stay in, with their bars: those that noise has lifted have the smaller errors
+        # in percent, and leaving the others out would lift what is left.
+        for shown, alpha in ((~known, PALE), (known, 1.0)):
+            plot.errorbar(
+                step * np.arange(area.size)[shown],
+                area[shown],
+                yerr=sd[shown],
+                fmt="o",
+                markersize=3.5,
+                elinewidth=1.0,
+                capsize=2.0,
+                alpha=alpha,
+                color=COLOURS[k % len(COLOURS)],
+                label=name.replace("_", " ") if alpha == 1.0 else None,
+            )
+        plot.plot(step * np.arange(area.size), np.where(known, area, np.nan), linewidth=0.8,
+                  color=COLOURS[k % len(COLOURS)])  # fmt: skip
+        if known.any():
+            weakest = min(weakest, float(np.nanmin(np.abs(area[known]))))
+    # logarithmic above the weakest area that is known, linear through 0 below it: noise is of
+    # either sign
+    plot.set_yscale("symlog", linthresh=weakest if np.isfinite(weakest) else 1.0)
     plot.set_xlabel(f"{areas.axes[0]} ({unit})" if unit == "from 0" else f"time ({unit})")
     plot.set_ylabel("area (signal)")
     plot.grid(alpha=0.25)
@@ -103,10 +114,12 @@ def draw_table(run: Path, entries: list[str], picture: Path) -> None:
         area, sd = areas.of(name)
         power = 10.0 ** np.floor(np.log10(np.nanmax(np.abs(area))))
         most = np.nanpercentile(area, 95.0)  # one wild value takes no colour from the others
-        plot.imshow(area.T, cmap="viridis", aspect="auto", vmin=0.0, vmax=most)
+        known = 100.0 * sd < LARGEST_PERCENT * np.abs(area)
+        plot.imshow(area.T, cmap="viridis", aspect="auto", vmin=0.0, vmax=most,
+                    alpha=np.where(known.T, 1.0, PALE))  # fmt: skip
         for x in range(columns):
             for y in range(rows):
-                shade = "black" if area[x, y] > 0.5 * most else "white"
+                shade = "black" if area[x, y] > 0.5 * most or not known[x, y] else "white"
                 plot.text(x, y, f"{area[x, y] / power:.2f}", ha="center", va="center",
                           fontsize=7.5, color=shade)  # fmt: skip
             scatter, bound = np.nanstd(area[x], ddof=1) / power, np.nanmean(sd[x]) / power
