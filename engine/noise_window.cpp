@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <vector>
 
 namespace engine {
@@ -27,16 +26,12 @@ noise_window noise_of_stretch(const complex_signal &spectrum, long long first, l
     return {first, stop, std::sqrt(re / count), std::sqrt(im / count)};
 }
 
-namespace {
-
-struct stretch {
-    noise_window window;
-    double variance; // of a channel, about a straight line, for its degrees of freedom
-};
+// How far it may stand in any one of many spectra: noise never does.
+static constexpr double far_above = 6.0;
 
 // Sum of squares of both channels about the straight lines fitted to them: the tails of lines
 // slope over a stretch, noise does not.
-double squares_about_a_line(const complex_signal &spectrum, const noise_window &window) {
+static double squares_about_a_line(const complex_signal &spectrum, const noise_window &window) {
     const double count = static_cast<double>(window.stop - window.first);
     const double middle = 0.5 * static_cast<double>(window.first + window.stop - 1);
     std::complex<double> slope = 0.0;
@@ -47,53 +42,124 @@ double squares_about_a_line(const complex_signal &spectrum, const noise_window &
     return about_mean - std::norm(slope) * count * (count * count - 1.0) / 12.0;
 }
 
-double freedom_of(long long count) {
+static double freedom_of(long long count) {
     return 2.0 * static_cast<double>(count - 2);
 }
 
-// Median of the variances of the first `count` windows, which are in rising order.
-double median_of(const std::vector<stretch> &windows, std::size_t count) {
-    const double upper = windows[count / 2].variance;
-    return count % 2 == 1 ? upper : 0.5 * (upper + windows[count / 2 - 1].variance);
+// Stretches in rising order of their variances.
+typedef std::vector<measured_stretch> stretch_list;
+
+// Median of the variances of the first `count`.
+static double median_of(const stretch_list &list, std::size_t count) {
+    const double upper = list[count / 2].variance;
+    return count % 2 == 1 ? upper : 0.5 * (upper + list[count / 2 - 1].variance);
 }
 
-// How many of the windows, in rising order of their variances, hold noise only: they are taken in
-// turn as long as the next one is no further above the median of those before it than noise is.
-std::size_t free_of_signal(const std::vector<stretch> &windows) {
-    const double freedom = freedom_of(windows[0].window.stop - windows[0].window.first);
+// How many hold noise only: they are taken in turn as long as the next one is no further above the
+// median of those before it than noise is.
+static std::size_t free_of_signal(const stretch_list &list, double freedom) {
     const double largest_ratio = 1.0 + most_above * std::sqrt(2.0 / freedom);
     std::size_t count = 1;
-    while (count < windows.size() &&
-           windows[count].variance <= largest_ratio * median_of(windows, count))
+    while (count < list.size() && list[count].variance <= largest_ratio * median_of(list, count))
         ++count;
     return count;
 }
 
-} // namespace
+// All stretches of a spectrum of at least 32 points.
+static stretch_list stretches_of(const complex_signal &spectrum) {
+    const auto n = static_cast<long long>(spectrum.size());
+    const long long length = n / 8;
+    stretch_list list;
+    for (long long first = 0; first + length <= n; first += length / 2) {
+        const noise_window window = noise_of_stretch(spectrum, first, first + length);
+        list.push_back({window.first, window.stop,
+                        squares_about_a_line(spectrum, window) / freedom_of(length),
+                        window.sd_re * window.sd_re});
+    }
+    return list;
+}
+
+struct noise_level {
+    measured_stretch nearest;
+    double variance; // of a channel
+};
+
+// freedom: of each variance.
+static noise_level level_of(const stretch_list &all, long long n, double freedom) {
+    const long long length = n / 8;
+    stretch_list inner, edge;
+    for (const measured_stretch &each : all)
+        (each.first < length || each.stop > n - length ? edge : inner).push_back(each);
+    std::ranges::sort(inner, {}, &measured_stretch::variance);
+    std::ranges::sort(edge, {}, &measured_stretch::variance);
+    const bool lines_inside =
+        inner.empty() || (!edge.empty() && inner[0].variance > 9.0 * edge[0].variance);
+    const stretch_list &list = lines_inside ? edge : inner;
+
+    const std::size_t count = free_of_signal(list, freedom);
+    // the median of a chi-square variable lies 2/3 below its mean, the number of its freedoms
+    const double variance = median_of(list, count) * freedom / (freedom - 2.0 / 3.0);
+    const double level = std::sqrt(variance);
+    const auto off = [&](const measured_stretch &a) {
+        return std::fabs(std::sqrt(a.variance_re) - level);
+    };
+    return {*std::min_element(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(count),
+                              [&](const measured_stretch &a, const measured_stretch &b) {
+                                  return off(a) < off(b);
+                              }),
+            variance};
+}
 
 noise_window noise_stretch(const complex_signal &spectrum) {
     const auto n = static_cast<long long>(spectrum.size());
-    const long long length = n / 8;
-    if (length < 4) return noise_of_stretch(spectrum, 0, n); // no room for a choice
-    std::vector<stretch> inner, edge;
-    for (long long first = 0; first + length <= n; first += length / 2) {
-        const noise_window window = noise_of_stretch(spectrum, first, first + length);
-        (first < length || first + length > n - length ? edge : inner)
-            .push_back({window, squares_about_a_line(spectrum, window) / freedom_of(length)});
-    }
-    std::ranges::sort(inner, {}, &stretch::variance);
-    std::ranges::sort(edge, {}, &stretch::variance);
-    const bool lines_inside = inner[0].variance > 9.0 * edge[0].variance;
-    const std::vector<stretch> &windows = lines_inside ? edge : inner;
+    if (n / 8 < 4) return noise_of_stretch(spectrum, 0, n); // no room for a choice
+    const measured_stretch found = level_of(stretches_of(spectrum), n, freedom_of(n / 8)).nearest;
+    return noise_of_stretch(spectrum, found.first, found.stop);
+}
 
-    const std::size_t count = free_of_signal(windows);
-    // the median of a chi-square variable lies 2/3 below its mean, the number of its freedoms
-    const double freedom = freedom_of(length);
-    const double level = std::sqrt(median_of(windows, count) * freedom / (freedom - 2.0 / 3.0));
-    const auto off = [&](const stretch &a) { return std::fabs(a.window.sd_re - level); };
-    return std::min_element(windows.begin(), windows.begin() + static_cast<std::ptrdiff_t>(count),
-                            [&](const stretch &a, const stretch &b) { return off(a) < off(b); })
-        ->window;
+void shared_stretch_search::add(const complex_signal &spectrum) {
+    points_ = static_cast<long long>(spectrum.size());
+    if (points_ / 8 < 4) {
+        ++spectra_;
+        return;
+    }
+    const stretch_list own = stretches_of(spectrum);
+    const double level = level_of(own, points_, freedom_of(points_ / 8)).variance;
+    if (!(level > 0.0) || !std::isfinite(level)) return;
+    if (sums_.empty()) {
+        sums_ = own;
+        for (measured_stretch &each : sums_) each.variance = each.variance_re = 0.0;
+        largest_.assign(own.size(), 0.0);
+    }
+    for (std::size_t s = 0; s < own.size(); ++s) {
+        sums_[s].variance += own[s].variance / level;
+        sums_[s].variance_re += own[s].variance_re / level;
+        largest_[s] = std::max(largest_[s], own[s].variance / level);
+    }
+    ++spectra_;
+}
+
+std::pair<long long, long long> shared_stretch_search::stretch() const {
+    if (sums_.empty()) return {0, spectra_ > 0 ? points_ : 0};
+    const double freedom = freedom_of(points_ / 8), count = static_cast<double>(spectra_);
+    const double most = 1.0 + far_above * std::sqrt(2.0 / freedom);
+    std::vector<measured_stretch> left;
+    for (std::size_t s = 0; s < sums_.size(); ++s)
+        if (largest_[s] <= most)
+            left.push_back({sums_[s].first, sums_[s].stop, sums_[s].variance / count,
+                            sums_[s].variance_re / count});
+    const auto is_inner = [&](const measured_stretch &each) {
+        return each.first >= points_ / 8 && each.stop <= points_ - points_ / 8;
+    };
+    if (std::none_of(left.begin(), left.end(), is_inner)) { // lines everywhere: the least of them
+        left = sums_;
+        for (measured_stretch &each : left) {
+            each.variance /= count;
+            each.variance_re /= count;
+        }
+    }
+    const measured_stretch found = level_of(left, points_, freedom * count).nearest;
+    return {found.first, found.stop};
 }
 
 } // namespace engine

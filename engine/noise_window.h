@@ -4,6 +4,9 @@
 
 #include "engine/fit_problem.h"
 
+#include <utility>
+#include <vector>
+
 namespace engine {
 
 struct noise_window {
@@ -29,5 +32,31 @@ noise_window noise_of_stretch(const complex_signal &spectrum, long long first, l
 //      more than three times as wide, that is, if there are lines in all of them.
 //   2. Where every stretch holds signal, the level is that of the quietest ones, and too high.
 noise_window noise_stretch(const complex_signal &spectrum);
+
+struct measured_stretch {
+    long long first, stop; // first point, one behind the last
+    double variance,
+        variance_re; // of a channel about a straight line; of the real one about its mean
+};
+
+// The same for spectra that share a window, of one length: what is quiet in one of them may hold
+// the lines of the others. Variances are taken over the level of each spectrum's own noise and
+// averaged, so that strong and weak spectra count alike, and noise less: of 64 spectra a stretch
+// that is 3 % above the others holds signal. A stretch in which any one spectrum stands above its
+// noise further than noise ever does is out, unless that leaves none. Of a single spectrum it is
+// the one of noise_stretch.
+class shared_stretch_search {
+  public:
+    void add(const complex_signal &spectrum);
+    // Spectra that said something: not those without spread, such as a voxel of zeros.
+    long long spectra() const { return spectra_; }
+    // First point and one behind the last; without spectra both are 0.
+    std::pair<long long, long long> stretch() const;
+
+  private:
+    long long points_ = 0, spectra_ = 0;
+    std::vector<measured_stretch> sums_; // of relative variances
+    std::vector<double> largest_;        // relative variance of all spectra, by stretch
+};
 
 } // namespace engine

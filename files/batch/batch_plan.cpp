@@ -225,6 +225,12 @@ static void read_head(batch_plan &plan, const std::string &file) {
     plan.scale.hz_per_point = scale.number("hz_per_point", true);
     plan.scale.mhz = scale.number("spectrometer_mhz", true);
     plan.scale.ppm_at_carrier = scale.number("ppm_at_carrier", false);
+    plan.scale.points = plan.points;
+    if (scale.has("measured_points"))
+        plan.scale.measured = scale.whole("measured_points", 1, plan.points);
+    else if (scale.has("resized"))
+        plan.scale.measured = std::min(
+            plan.points, head_items(scale.item("resized"), file).whole("from", 1, 1LL << 40));
     plan.scale.ppm_rises_with_points =
         !scale.has("ppm_rises_with_points") || scale.truth("ppm_rises_with_points");
     if (scale.has("nucleus")) plan.scale.nucleus = scale.text("nucleus");

@@ -121,26 +121,9 @@ static void refuse_open_axis(const spectrum_source &source, const source_axis &a
                                       "=all, or their mean with --average " + axis.name);
 }
 
-choice choose_spectra(const spectrum_source &source, const choice_options &options,
-                      bool pass_over_missing) {
-    std::vector<axis_choice> choices = choices_of(source, options, pass_over_missing);
-    choice chosen;
-    bool has_grid = false;
-    for (std::size_t a = 0; a < choices.size(); ++a) {
-        const source_axis &axis = source.axes[a];
-        has_grid = has_grid || (axis.spatial && axis.size > 1);
-        if (choices[a].what != axis_choice::open) continue;
-        if (axis.spatial) {
-            choices[a].what = axis_choice::all;
-            chosen.grid = chosen.grid || axis.size > 1;
-        } else if (axis.size > 1) {
-            refuse_open_axis(source, axis);
-        } else {
-            choices[a] = {axis_choice::one, 0};
-        }
-    }
-
-    // All places along the axes that stay, first axis fastest; for each the FIDs of its mean.
+// All places along the axes that stay, first axis fastest; for each the FIDs of its mean.
+static void add_outputs(const spectrum_source &source, const std::vector<axis_choice> &choices,
+                        bool has_grid, choice &chosen) {
     long long outputs = 1, members = 1;
     std::vector<long long> stride(choices.size());
     long long step = 1;
@@ -198,6 +181,42 @@ choice choose_spectra(const spectrum_source &source, const choice_options &optio
         std::sort(spectrum.spectra.begin(), spectrum.spectra.end());
         chosen.spectra.push_back(std::move(spectrum));
     }
+}
+
+choice choose_spectra(const spectrum_source &source, const choice_options &options,
+                      bool pass_over_missing) {
+    std::vector<axis_choice> choices = choices_of(source, options, pass_over_missing);
+    choice chosen;
+    bool has_grid = false;
+    for (std::size_t a = 0; a < choices.size(); ++a) {
+        const source_axis &axis = source.axes[a];
+        has_grid = has_grid || (axis.spatial && axis.size > 1);
+        if (choices[a].what != axis_choice::open) continue;
+        if (axis.spatial) {
+            choices[a].what = axis_choice::all;
+            chosen.grid = chosen.grid || axis.size > 1;
+        } else if (axis.size > 1) {
+            refuse_open_axis(source, axis);
+        } else {
+            choices[a] = {axis_choice::one, 0};
+        }
+    }
+    add_outputs(source, choices, has_grid, chosen);
+    return chosen;
+}
+
+choice all_outputs(const spectrum_source &source, const choice_options &options) {
+    choice_options averages;
+    averages.average = options.average;
+    std::vector<axis_choice> choices = choices_of(source, averages, false);
+    bool has_grid = false;
+    for (std::size_t a = 0; a < choices.size(); ++a) {
+        has_grid = has_grid || (source.axes[a].spatial && source.axes[a].size > 1);
+        if (choices[a].what == axis_choice::open) choices[a].what = axis_choice::all;
+    }
+    choice chosen;
+    chosen.grid = has_grid;
+    add_outputs(source, choices, has_grid, chosen);
     return chosen;
 }
 

@@ -34,4 +34,8 @@ struct choice {
 choice choose_spectra(const spectrum_source &source, const choice_options &options,
                       bool pass_over_missing = false);
 
+// All outputs that the source gives with the averages of the options, whatever these choose of
+// them. Errors: wrong_usage for an average that the source does not have.
+choice all_outputs(const spectrum_source &source, const choice_options &options);
+
 } // namespace tools

@@ -15,9 +15,11 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <set>
 
 #include <unistd.h>
 
@@ -133,7 +135,10 @@ static void settle_facts(spectrum_source &source, const spectrum_options &own) {
         facts.nucleus = own.nucleus;
         drop_guess("nucleus");
     }
-    if (own.axis) facts.ppm_rises_with_points = *own.axis == "rising";
+    if (own.axis) {
+        facts.ppm_rises_with_points = *own.axis == "rising";
+        drop_guess("ppm_rises_with_points");
+    }
     if (!facts.dwell_time)
         throw tool_error(bad_input, source.file +
                                         ": dwell time unknown; expected item \"dwell_time_s\" in a "
@@ -260,13 +265,18 @@ struct noise_choice {
 };
 
 static noise_choice choose_noise(const complex_signal &spectrum, const point_stretch &asked,
-                                 const point_stretch &known) {
+                                 const point_stretch &known, const point_stretch &shared) {
     if (asked)
         return {engine::noise_of_stretch(spectrum, asked->first, asked->second + 1), "option",
                 "--noise"};
     if (known)
         return {engine::noise_of_stretch(spectrum, known->first, known->second + 1), "metadata",
                 "stretch named in the JSON"};
+    if (shared)
+        return {engine::noise_of_stretch(spectrum, shared->first, shared->second + 1),
+                "quietest stretch",
+                "as for one spectrum, with the mean of the variances of all over that of their own "
+                "noise; no spectrum has signal there"};
     return {engine::noise_stretch(spectrum), "quietest stretch",
             "of the quietest stretches of n/8 points, which differ by no more than noise does, the "
             "one nearest to their median spread, without the outermost n/8 at each side unless all "
@@ -300,7 +310,26 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
     items_ = common_items(source, conjugated_, rises_, points_);
     for (const guessed_value &guess : source.guesses)
         items_["guessed"].push_back(
-            {{"item", guess.item}, {"value", guess.value}, {"reason", guess.reason}});
+            {{"item", guess.item},
+             {"value",
+              guess.item == "ppm_rises_with_points" ? nlohmann::ordered_json(rises_) : guess.value},
+             {"reason", guess.reason}});
+}
+
+// Points before the zeros at the end of an FID. Fewer than one in 64 do not count: so many may be
+// measured in a file of whole numbers, and they change an error bound by less than 0.8 %.
+static long long points_before_zeros(const complex_signal &fid) {
+    auto last = static_cast<long long>(fid.size());
+    while (last > 0 && fid[static_cast<std::size_t>(last - 1)] == 0.0) --last;
+    const auto all = static_cast<long long>(fid.size());
+    return last > 0 && 64 * (all - last) >= all ? last : all;
+}
+
+long long spectrum_conversion::measured_of(const complex_signal &fid) {
+    const long long measured = points_before_zeros(fid);
+    if (measured < static_cast<long long>(fid.size())) ++with_zeros_;
+    measured_ = std::max(measured_, measured);
+    return measured;
 }
 
 complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measured_lineshape *eddy,
@@ -312,14 +341,43 @@ complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measur
     return centred_spectrum(std::move(fid), 0.5);
 }
 
+void spectrum_conversion::share_noise_window() {
+    static constexpr std::size_t most = 1024;
+    static constexpr long long storage = 32; // [MiB]
+    if (asked_noise_ || known_noise_ || source_.spectra() < 2) return;
+    const choice all = all_outputs(source_, options_.choice);
+    if (all.spectra.size() < 2) return;
+    std::vector<chosen_spectrum> taken;
+    const std::size_t step = (all.spectra.size() + most - 1) / most;
+    for (std::size_t s = 0; s < all.spectra.size(); s += step) taken.push_back(all.spectra[s]);
+    engine::shared_stretch_search search;
+    std::set<long long> faulty;
+    source_.faulty = &faulty; // those that are converted are named then
+    const std::size_t pass = outputs_per_pass(storage, used_);
+    for (std::size_t first = 0; first < taken.size(); first += pass) {
+        const std::size_t stop = std::min(first + pass, taken.size());
+        std::vector<complex_signal> fids = read_fids(source_, taken, first, stop, used_);
+        for (std::size_t s = first; s < stop; ++s)
+            if (std::none_of(taken[s].spectra.begin(), taken[s].spectra.end(),
+                             [&](long long member) { return faulty.contains(member); }))
+                search.add(spectrum_of(std::move(fids[s - first]), nullptr, nullptr));
+    }
+    source_.faulty = nullptr;
+    if (search.spectra() == 0) return;
+    const auto [first, stop] = search.stretch();
+    shared_noise_ = {first, stop - 1};
+    shared_by_ = search.spectra();
+}
+
 engine::noise_window spectrum_conversion::describe(const complex_signal &spectrum,
                                                    nlohmann::ordered_json &sidecar) {
-    const noise_choice noise = choose_noise(spectrum, asked_noise_, known_noise_);
+    const noise_choice noise = choose_noise(spectrum, asked_noise_, known_noise_, shared_noise_);
     if (!asked_noise_ && !known_noise_) ++unknown_noise_;
     sidecar["noise_window"] = {
         {"first", noise.window.first},   {"stop", noise.window.stop},
         {"sd_real", noise.window.sd_re}, {"sd_imaginary", noise.window.sd_im},
         {"chosen_by", noise.chosen_by},  {"method", noise.method}};
+    if (shared_noise_) sidecar["noise_window"]["shared_by_spectra"] = shared_by_;
     if (fit_points_) sidecar["fit_interval_points"] = {fit_points_->first, fit_points_->second};
     std::vector<std::string> warnings = source_.warnings;
     if (source_.format == "LCModel RAW" &&
@@ -336,6 +394,13 @@ std::string spectrum_conversion::other_axis() const {
     return source_.facts.ppm_rises_with_points ? "falling" : "rising";
 }
 
+static std::string short_factor(long long points, long long measured) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3g",
+                  std::sqrt(static_cast<double>(points) / static_cast<double>(measured)));
+    return text;
+}
+
 std::vector<std::string> spectrum_conversion::remarks() const {
     std::vector<std::string> said;
     for (const guessed_value &guess : source_.guesses)
@@ -346,12 +411,25 @@ std::vector<std::string> spectrum_conversion::remarks() const {
     for (const std::string &text : source_.warnings) said.push_back(source_.file + ": " + text);
     if (points_ > source_.points)
         said.push_back("filled with zeros from " + std::to_string(source_.points) + " to " +
-                       std::to_string(points_) +
-                       " points: noise of neighbouring points is no longer independent, and the "
-                       "error bounds of a fit come out too small");
+                       std::to_string(points_) + " points");
+    if (with_zeros_ > 0)
+        said.push_back(source_.file + ": zeros at the end of the FID were filled in before: " +
+                       std::to_string(measured_) + " of its " + std::to_string(used_) +
+                       " points were measured" +
+                       (source_.spectra() > 1
+                            ? " at most; " + std::to_string(with_zeros_) + " FIDs have such zeros"
+                            : std::string()));
+    if (measured_ > 0 && measured_ < points_)
+        said.push_back("the noise of neighbouring points is not independent after filling: tables "
+                       "and pages multiply the error bounds of the fit by " +
+                       short_factor(points_, measured_) +
+                       ", the square root of points over measured points; its own files hold "
+                       "them as they are");
     if (unknown_noise_ > 0)
-        said.emplace_back("no noise-only points known, took the quietest stretch; look at it "
-                          "before you trust the error bounds");
+        said.push_back("no noise-only points known, took the quietest stretch" +
+                       (shared_noise_ ? " of " + std::to_string(shared_by_) + " spectra together"
+                                      : std::string()) +
+                       "; look at it before you trust the error bounds");
     if (mirrored_ > 0)
         said.push_back(std::to_string(mirrored_) +
                        " of the spectra fit the mirrored axis better (NAA, creatine, choline); "
@@ -381,6 +459,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                       lines.source->companions.end());
     }
 
+    conversion.share_noise_window();
     const std::filesystem::path folder(own.folder);
     output_batch batch(inputs, options.force);
     const bool folder_was_there = std::filesystem::exists(folder);
@@ -450,6 +529,8 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                                         {"points_above_the_noise", shape->reliable},
                                         {"eddy_currents_corrected", own.eddy}};
             }
+            if (const long long measured = conversion.measured_of(fid); measured < n)
+                sidecar["measured_points"] = measured;
             const complex_signal spectrum =
                 conversion.spectrum_of(std::move(fid), own.eddy ? shape : nullptr, &sidecar);
             const engine::noise_window noise = conversion.describe(spectrum, sidecar);

@@ -52,12 +52,19 @@ class spectrum_conversion {
     //   sidecar   gets the phase that was applied; may be null
     complex_signal spectrum_of(complex_signal fid, const measured_lineshape *eddy,
                                nlohmann::ordered_json *sidecar) const;
+    // Points of an FID before the zeros at its end, if these are as many as were filled in.
+    long long measured_of(const complex_signal &fid);
+    // Looks for one noise window for all spectra of the source that the averages leave, chosen or
+    // not: a spectrum then has the same errors in a batch as alone. Nothing to do when the window
+    // is asked for or known, or there is one spectrum. Of many spectra it takes 1024, evenly.
+    void share_noise_window();
     // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
     engine::noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
     // What a user should know about the conversion, a sentence each.
     std::vector<std::string> remarks() const;
 
     long long points() const { return points_; }                   // of a spectrum
+    long long measured() const { return measured_; }               // most of all FIDs so far
     std::size_t used() const { return used_; }                     // points of an FID
     const nlohmann::ordered_json &items() const { return items_; } // of every sidecar
 
@@ -69,6 +76,9 @@ class spectrum_conversion {
     long long points_;
     std::size_t used_;
     point_stretch known_noise_, fit_points_, asked_noise_;
+    point_stretch shared_noise_; // of shared_by_ spectra
+    long long shared_by_ = 0;
+    long long measured_ = 0, with_zeros_ = 0; // most of all FIDs; FIDs with zeros at the end
     nlohmann::ordered_json items_;
     long long mirrored_ = 0, unknown_noise_ = 0;
 };

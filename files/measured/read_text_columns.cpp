@@ -4,6 +4,8 @@
 #include "files/measured/read_plain_fid.h"
 #include "files/measured/text_items.h"
 
+#include "files/spectra/metadata.h"
+
 namespace tools {
 
 static void each_row(const std::string &file,
@@ -41,11 +43,16 @@ std::unique_ptr<spectrum_source> read_text_columns(const std::string &file, cons
     source->for_each_point = [file](const std::function<bool(std::complex<double>)> &take) {
         each_row(file, take);
     };
+    source->facts.ppm_rises_with_points = true;
     const long long in_file = source->count_points_of_text();
     if (json.empty())
         split_into_spectra(*source, in_file, points, "spectrum");
     else
         apply_json(*source, json, in_file, points);
+    if (json.empty() || !metadata(json).truth("ppm_rises_with_points"))
+        source->guesses.push_back({"ppm_rises_with_points", true,
+                                   "a text says nothing of the sense of its points; --axis falling "
+                                   "sets the other one, a JSON with this item either"});
     return source;
 }
 

@@ -3,8 +3,10 @@
 
 #include "files/base/tool_error.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <utility>
 
 namespace tools {
 
@@ -18,6 +20,14 @@ metadata::metadata(const std::string &file) : file_(file) {
     }
     if (!items_.is_object())
         throw tool_error(bad_input, file + ": expected a JSON object, { \"item\": value, ... }");
+}
+
+metadata::metadata(std::string file, nlohmann::json items)
+    : file_(std::move(file)), items_(std::move(items)) {}
+
+metadata metadata::inside(const char *item) const {
+    const nlohmann::json *const value = find(item);
+    return {file_, value != nullptr && value->is_object() ? *value : nlohmann::json::object()};
 }
 
 const nlohmann::json *metadata::find(const char *item) const {
@@ -79,6 +89,11 @@ std::optional<std::pair<long long, long long>> metadata::point_pair(const char *
     return points;
 }
 
+double spectrum_axis::error_factor() const {
+    if (measured < 1 || measured >= points) return 1.0;
+    return std::sqrt(static_cast<double>(points) / static_cast<double>(measured));
+}
+
 spectrum_axis axis_of_sidecar(const metadata &sidecar) {
     spectrum_axis axis;
     axis.hz_per_point = sidecar.positive_number("hz_per_point");
@@ -86,6 +101,11 @@ spectrum_axis axis_of_sidecar(const metadata &sidecar) {
     axis.ppm_at_carrier = sidecar.number("ppm_at_carrier");
     axis.ppm_rises_with_points = sidecar.truth("ppm_rises_with_points").value_or(true);
     axis.nucleus = sidecar.text("nucleus").value_or("");
+    axis.points = sidecar.positive_integer("points").value_or(0);
+    axis.measured = sidecar.positive_integer("measured_points").value_or(0);
+    if (axis.measured == 0)
+        axis.measured = sidecar.inside("resized").positive_integer("from").value_or(0);
+    axis.measured = std::min(axis.measured, axis.points);
     return axis;
 }
 

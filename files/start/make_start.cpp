@@ -4,6 +4,7 @@
 #include "files/base/tool_error.h"
 #include "files/start/fit_plan.h"
 #include "files/start/linear_fit.h"
+#include "files/start/mirrored_axis.h"
 
 #include <algorithm>
 #include <cmath>
@@ -243,7 +244,7 @@ void start_maker::prepare(const spectrum_facts &facts) {
                 patterns[k] = read_pattern(
                     find_pattern(table_, table_.rows[made->row_of[k]], pattern_folders_),
                     made->curves);
-    if (estimates() && is_power_of_two(start.points)) {
+    if ((estimates() || facts.guessed_sense) && is_power_of_two(start.points)) {
         std::vector<bool> inside(static_cast<std::size_t>(facts.points), false);
         for (const start_step &step : start.steps)
             for (const auto &[first, last] : step.intervals)
@@ -321,6 +322,30 @@ void start_maker::estimate(const complex_signal &spectrum, start_result &result)
                                  weak);
 }
 
+// Both senses of a guessed axis are held against the spectrum.
+void start_maker::look_at_mirror(const complex_signal &spectrum, start_result &result) const {
+    const prepared &p = *prepared_;
+    const auto first = static_cast<std::size_t>(std::max(0, result.start.noise_first));
+    const auto stop =
+        std::min(spectrum.size(), static_cast<std::size_t>(std::max(0, result.start.noise_stop)));
+    if (!p.facts.guessed_sense || p.unit.empty() || spectrum.empty() || stop < first + 2) return;
+    std::complex<double> mean = 0.0;
+    for (std::size_t i = first; i < stop; ++i) mean += spectrum[i];
+    mean /= static_cast<double>(stop - first);
+    double variance = 0.0; // of one channel
+    for (std::size_t i = first; i < stop; ++i) variance += 0.5 * std::norm(spectrum[i] - mean);
+    variance /= static_cast<double>(stop - first);
+    const auto advice = advise_mirrored(p.unit, p.products, p.points, spectrum, variance);
+    if (!advice) return;
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  "the sense of the ppm axis is a guess, and the start values explain %.0f %% of "
+                  "the signal on the mirrored axis, here %.0f %%: try --axis %s",
+                  100.0 * advice->mirrored, 100.0 * advice->here,
+                  p.facts.ppm_rises_with_points ? "falling" : "rising");
+    result.warnings.emplace_back(text);
+}
+
 start_result start_maker::make(const complex_signal &spectrum, const spectrum_facts &facts) {
     spectrum_facts lasting = facts;
     lasting.noise.reset();
@@ -343,6 +368,7 @@ start_result start_maker::make(const complex_signal &spectrum, const spectrum_fa
                                 " points; expected " + std::to_string(facts.points));
         if (!prepared_->unit.empty()) estimate(spectrum, result);
     }
+    if (spectrum.size() == static_cast<std::size_t>(facts.points)) look_at_mirror(spectrum, result);
     if (result.start.ranges != 2) add_default_ranges(result.start);
     refuse_what_fails(result.start, table_.file, by_);
     return result;

@@ -43,7 +43,8 @@ class start_maker {
     start_result make(const complex_signal &spectrum, const spectrum_facts &facts);
 
     void look_for_patterns_in(std::vector<std::string> folders);
-    // Whether make needs the spectrum.
+    // Whether make needs the spectrum. It also takes one when the sense of the axis is a guess, and
+    // says when the mirrored axis explains more.
     bool estimates() const;
     const peak_table &table() const { return table_; }
 
@@ -51,6 +52,7 @@ class start_maker {
     struct prepared;
     void prepare(const spectrum_facts &facts);
     void estimate(const complex_signal &spectrum, start_result &result);
+    void look_at_mirror(const complex_signal &spectrum, start_result &result) const;
 
     peak_table table_;
     std::vector<std::string> pattern_folders_;

@@ -50,9 +50,13 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
     if (all.is_object()) {
         const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
         if (first && stop) facts.noise = int_pair({*first, *stop});
-        const auto from = inner("resized", "from");
-        if (from && *from < *points) facts.measured = static_cast<int>(*from);
+        for (const nlohmann::json &guess : all.value("guessed", nlohmann::json::array()))
+            facts.guessed_sense =
+                facts.guessed_sense || (guess.is_object() && guess.contains("item") &&
+                                        guess["item"] == "ppm_rises_with_points");
     }
+    if (axis.measured > 0 && axis.measured < *points)
+        facts.measured = static_cast<int>(axis.measured);
     return facts;
 }
 

@@ -14,10 +14,11 @@ namespace tools {
 // What is known about a spectrum beside its points.
 struct spectrum_facts {
     int points = 0;
-    int measured = 0; // points of the FID before zeros were filled in; 0: all
+    int measured = 0; // points of the FID that are no filled zeros; 0: all
     double hz_per_point = 0.0;
     std::optional<double> mhz, ppm_at_carrier;
     bool ppm_rises_with_points = true;
+    bool guessed_sense = false;                    // of the ppm axis
     double phi_1 = 0.0;                            // of the delay [degrees over the whole band]
     std::optional<std::pair<int, int>> noise;      // first point, one behind the last
     std::optional<std::pair<int, int>> fit_points; // first and last

@@ -6,6 +6,7 @@
 #include "files/spectra/line_width.h"
 #include "files/spectra/transform.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -35,6 +36,11 @@ double width_unit(int quantity, int type, double hz_per_point) {
         return type == pattern_entry ? hz_per_point * gauss_fwhm_per_width : 1.0;
     if (quantity == lorentz_of) return type == voigt_entry ? 1.0 : hz_per_point;
     return 1.0;
+}
+
+bool fits_something(const start_step &step) {
+    return std::any_of(step.switches.begin() + fit_areas, step.switches.begin() + fit_lineshape + 1,
+                       [](int on) { return on != 0; });
 }
 
 bool is_used(int quantity, int type) {

@@ -57,6 +57,9 @@ struct start_step {
     bool operator==(const start_step &) const = default;
 };
 
+// Not a step that only aligns, or does nothing.
+bool fits_something(const start_step &step);
+
 struct start_file {
     std::string generation = "version 3"; // or "block format", "old format"
     int points = 0, noise_first = 0, noise_stop = 0;

@@ -12,11 +12,6 @@
 
 namespace tools {
 
-static bool fits_something(const start_step &step) {
-    return std::any_of(step.switches.begin() + fit_areas, step.switches.begin() + fit_lineshape + 1,
-                       [](int on) { return on != 0; });
-}
-
 curve_measure::curve_measure(const start_file &start)
     : entries(start.entries.size()), points(start.points) {
     if (start.steps.empty()) return;

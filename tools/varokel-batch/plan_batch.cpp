@@ -105,8 +105,11 @@ static void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidec
     for (const char *const item :
          {"hz_per_point", "dwell_time_s", "spectrometer_mhz", "ppm_at_carrier",
           "ppm_rises_with_points", "nucleus", "begin_time_s", "phi_1_degrees", "noise_window",
-          "fit_interval_points", "resized"})
+          "fit_interval_points", "resized", "measured_points"})
         if (sidecar.contains(item)) batch.scale[item] = sidecar[item];
+    if (!batch.scale.contains("noise_window")) return;
+    for (const char *const of_one_spectrum : {"sd_real", "sd_imaginary"})
+        batch.scale["noise_window"].erase(of_one_spectrum);
 }
 
 // Reads the FIDs of a pass, means where they are wanted.
@@ -223,6 +226,7 @@ static void convert_input(const plan_options &options, const std::string &work,
     const std::size_t step =
         std::max<std::size_t>(1, (static_cast<std::size_t>(options.spectrum.memory) << 20) /
                                      (used * sizeof(std::complex<double>)));
+    conversion.share_noise_window();
     part_file file(work + "/spectra.f32");
     std::vector<complex_signal> fids;
     bool described = false;
@@ -245,8 +249,9 @@ static void convert_input(const plan_options &options, const std::string &work,
                              std::string(static_cast<std::size_t>(8 * batch.points), '\0'), file);
                 continue;
             }
+            conversion.measured_of(fid);
             const complex_signal points = conversion.spectrum_of(std::move(fid), nullptr, nullptr);
-            if (!described) { // noise window and axis of the first hold for all
+            if (!described) { // window and axis hold for all
                 nlohmann::ordered_json sidecar = conversion.items();
                 conversion.describe(points, sidecar);
                 described = true;
@@ -265,6 +270,8 @@ static void convert_input(const plan_options &options, const std::string &work,
     if (!described)
         throw tool_error(bad_input, source->file + ": no spectrum with finite points that are not "
                                                    "all zero; expected measured points");
+    if (conversion.measured() < batch.points)
+        batch.scale["measured_points"] = conversion.measured();
     for (const std::string &text : conversion.remarks()) warn_of_plan(text);
 }
 
@@ -272,6 +279,34 @@ static void convert_input(const plan_options &options, const std::string &work,
 static bool is_place(const nlohmann::ordered_json &item) {
     static constexpr long long most = 1000000;
     return item.is_number_integer() && item.get<long long>() >= 0 && item.get<long long>() <= most;
+}
+
+// Whether all sidecars of a folder name one noise window, or that of the first was given by the
+// user or the file. What is chosen for one spectrum may hold the lines of another.
+static bool shares_window(const std::string &folder, const planned_batch &batch) {
+    const auto window_of = [&](const planned_spectrum &spectrum) {
+        std::ifstream stream(folder + "/" + spectrum.name + ".json");
+        const nlohmann::json items = nlohmann::json::parse(stream, nullptr, false);
+        const auto found = items.is_object() ? items.find("noise_window") : items.end();
+        return found != items.end() && found->is_object() ? *found : nlohmann::json::object();
+    };
+    const auto item_of = [](const nlohmann::json &window, const char *name) {
+        return window.contains(name) ? window[name] : nlohmann::json();
+    };
+    const nlohmann::json first = window_of(batch.spectra.front());
+    if (item_of(first, "chosen_by") != "quietest stretch") return true;
+    return std::all_of(batch.spectra.begin(), batch.spectra.end(), [&](const auto &spectrum) {
+        const nlohmann::json own = window_of(spectrum);
+        return item_of(own, "first") == item_of(first, "first") &&
+               item_of(own, "stop") == item_of(first, "stop");
+    });
+}
+
+static complex_signal complex_signal_of(const std::vector<float> &parts) {
+    complex_signal signal(parts.size() / 2);
+    for (std::size_t i = 0; i < signal.size(); ++i)
+        signal[i] = {static_cast<double>(parts[2 * i]), static_cast<double>(parts[2 * i + 1])};
+    return signal;
 }
 
 // The folder that varokel-import filled: NAME.bin with NAME.json.
@@ -345,6 +380,8 @@ static void take_folder(const plan_options &options, const std::string &work,
             batch.axes[a].size = std::max(batch.axes[a].size, (*places)[s][a] + 1);
     }
     keep_selected(batch, origin, options);
+    const bool one_window = shares_window(folder, batch);
+    engine::shared_stretch_search search;
     part_file file(work + "/spectra.f32");
     batch.inputs.clear();
     for (std::size_t s = 0; s < batch.spectra.size(); ++s) {
@@ -366,10 +403,23 @@ static void take_folder(const plan_options &options, const std::string &work,
             spectrum.state = signal_state::not_finite;
         else if (std::all_of(parts.begin(), parts.end(), [](float v) { return v == 0.0F; }))
             spectrum.state = signal_state::all_zero;
-        if (spectrum.state != signal_state::fit) bytes.assign(bytes.size(), '\0');
+        if (spectrum.state != signal_state::fit)
+            bytes.assign(bytes.size(), '\0');
+        else if (!one_window)
+            search.add(complex_signal_of(parts));
         add_spectrum(spectrum, bytes, file);
     }
     file.finish();
+    if (one_window || search.spectra() == 0) return;
+    const auto [first, stop] = search.stretch();
+    batch.scale["noise_window"] = {{"first", first},
+                                   {"stop", stop},
+                                   {"chosen_by", "quietest stretch"},
+                                   {"shared_by_spectra", search.spectra()}};
+    warn_of_plan("the sidecars name different noise windows; took the quietest stretch of " +
+                 std::to_string(search.spectra()) + " spectra together, points " +
+                 std::to_string(first) + " to " + std::to_string(stop - 1) +
+                 "; look at it before you trust the error bounds");
 }
 
 static long long fits_kept(const std::string &keep, long long spectra) {
@@ -468,6 +518,7 @@ void plan_batch(const plan_options &options) {
     }
     nlohmann::ordered_json sidecar = {{"points", batch.points}};
     sidecar.update(batch.scale);
+    if (batch.source.contains("guessed")) sidecar["guessed"] = batch.source["guessed"];
     write_files({{work + "/sidecar.json", json_text(sidecar, 2, "sidecar.json") + "\n"}}, {},
                 false);
     const start_choice start =

@@ -123,12 +123,15 @@ static start_file start_of_table(const plan_options &options, long long points,
     const std::string folder = fs::path(options.peaks).parent_path().string();
     start_maker maker(table, {folder.empty() ? "." : folder, "."});
     const spectrum_facts facts = facts_of_sidecar(metadata(work + "/sidecar.json"));
-    const complex_signal signal =
-        maker.estimates() ? strongest(work + "/spectra.f32", points, spectra) : complex_signal();
+    const complex_signal signal = maker.estimates() || facts.guessed_sense
+                                      ? strongest(work + "/spectra.f32", points, spectra)
+                                      : complex_signal();
     const start_result made = maker.make(signal, facts);
     chosen.guesses = made.guesses;
     for (const std::string &guess : made.guesses)
         std::cerr << "varokel-batch: guessed " << guess << '\n';
+    for (const std::string &warning : made.warnings)
+        std::cerr << "varokel-batch: " << warning << '\n';
     for (const start_entry &entry : made.start.entries) chosen.names.push_back(entry.name);
     std::error_code error;
     fs::copy_file(options.peaks, work + "/peaks.txt", error);
