@@ -4,12 +4,12 @@
 #include "files/base/not_known.h"
 #include "files/spectra/line_width.h"
 #include "files/results/equivalent_signs.h"
-
-#include <nlohmann/json.hpp>
+#include "files/results/results_table.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace tools {
 
@@ -48,13 +48,24 @@ static std::string one_cell(const std::string &text) {
 batch_table::batch_table(const batch_plan &plan)
     : plan_(plan), hz_per_point_(plan.scale.hz_per_point.value_or(plan.start.hz_per_point)),
       carrier_hz_(static_cast<double>(plan.points / 2) * hz_per_point_) {
-    judged_.fitted = true;
+    int number = 0;
     for (const start_step &step : plan.start.steps) {
-        rebuilt_step own;
-        own.method = step.algorithm;
-        std::copy(step.switches.begin(), step.switches.end(), own.row.begin());
-        judged_.control.steps.push_back(own);
+        ++number;
+        if (!fits_something(step)) continue;
+        common_.step = {step.algorithm == 1, number, step.switches[iterations]};
+        intervals_.assign(step.intervals.begin(), step.intervals.end());
     }
+    common_.points = plan.scale.points;
+    common_.measured = plan.scale.measured;
+    common_.error_factor = plan.scale.error_factor();
+    const auto add_guesses = [&](const nlohmann::ordered_json &list) {
+        for (const auto &guess : list) common_.guesses.push_back(guess.dump());
+    };
+    add_guesses(plan.head.value("guessed", nlohmann::ordered_json::array()));
+    add_guesses(plan.head.value("source", nlohmann::ordered_json::object())
+                    .value("guessed", nlohmann::ordered_json::array()));
+    if (!plan.scale.mhz || !plan.scale.ppm_at_carrier)
+        common_.no_ppm = finding_meaning(finding_kind::no_ppm);
 }
 
 batch_table::shown batch_table::parameter(const fit_record &record, std::size_t entry,
@@ -72,7 +83,8 @@ batch_table::shown batch_table::parameter(const fit_record &record, std::size_t 
     for (const double error : record.errors) any = any || error != 0.0;
     const bool fixed =
         own.parameters[static_cast<std::size_t>(quantity)].link == static_cast<int>(entry) + 1;
-    return {record.values[at] * factor, any && !fixed ? record.errors[at] * factor : not_known};
+    return {record.values[at] * factor,
+            any && !fixed ? record.errors[at] * factor * plan_.scale.error_factor() : not_known};
 }
 
 std::vector<bool> batch_table::turned(const fit_record &record) const {
@@ -132,30 +144,62 @@ std::string batch_table::link(const fit_record &record, std::size_t entry, int q
     return name + (distance < 0.0 ? " - " : " + ") + printed("%.6g", std::fabs(distance));
 }
 
-static fit_judgement judgement_of(run_result judged, const fit_record &record) {
-    judged.iterations = record.iterations;
-    if (record.gradients > 0) judged.log_steps.push_back({record.gradients, 0.0});
-    return judge_status(judged);
-}
-
-std::string batch_table::status(const fit_record &record) const {
-    return status_text(record.state == fit_state::fitted ? judgement_of(judged_, record).status
-                                                         : fit_status::not_fitted);
-}
-
-std::string batch_table::reason(const fit_record &record) const {
-    if (record.state != fit_state::fitted) return record.reason;
-    std::string words = judgement_of(judged_, record).reason, names;
-    const auto add = [&](const std::string &text) {
-        if (!text.empty()) words += (words.empty() ? "" : "; ") + text;
-    };
-    add(record.reason);
+std::string batch_table::signs_text(const fit_record &record) const {
+    if (record.state != fit_state::fitted) return "";
+    std::string names;
     const std::vector<bool> turn = turned(record);
     for (std::size_t k = 0; k < turn.size(); ++k)
         if (turn[k]) names += (names.empty() ? "" : ", ") + plan_.entry_names[k];
-    if (!names.empty())
-        add("shown with areas of the other sign and phases turned by 180 degrees: " + names);
-    return words;
+    return names.empty()
+               ? ""
+               : "shown with areas of the other sign and phases turned by 180 degrees: " + names;
+}
+
+fit_judgement batch_table::judgement(const fit_record &as_fitted) const {
+    const fit_record record =
+        as_fitted.state == fit_state::fitted ? with_signs(as_fitted) : as_fitted;
+    fit_facts facts = common_;
+    facts.fitted = record.state == fit_state::fitted;
+    facts.why_not = record.reason;
+    facts.iterations = record.iterations;
+    facts.gradients = record.gradients;
+    facts.quality = record.figures[0];
+    facts.noise_re = record.figures[1];
+    facts.noise_im = record.figures[2];
+    for (std::size_t at = 0; facts.fitted && at < record.reason.size();) {
+        const std::size_t end = std::min(record.reason.find(remark_end, at), record.reason.size());
+        const std::string text = record.reason.substr(at, end - at);
+        if (text == finding_meaning(finding_kind::degenerate))
+            facts.singular = true;
+        else
+            facts.remarks.push_back(text);
+        at = end + std::strlen(remark_end);
+    }
+    for (const double error : record.errors) facts.has_errors = facts.has_errors || error != 0.0;
+    for (std::size_t k = 0; facts.fitted && k < plan_.entry_names.size(); ++k) {
+        judged_entry entry;
+        const std::string place = "#" + std::to_string(k + 1);
+        const std::string &name = plan_.entry_names[k];
+        entry.name = name == place ? name : name + " (" + place + ")";
+        const int type = plan_.start.entries[k].type;
+        for (int q = 0; q < quantities; ++q) {
+            if (!is_used(q, type)) continue;
+            const std::size_t at = 5 * k + static_cast<std::size_t>(q);
+            entry.finite = entry.finite && std::isfinite(record.values[at]);
+            if (plan_.start.entries[k].parameters[static_cast<std::size_t>(q)].link == 0)
+                entry.bounded = entry.bounded && std::isfinite(record.errors[at]);
+        }
+        const shown area = parameter(record, k, area_of);
+        entry.free_area = plan_.start.entries[k].parameters[area_of].link == 0;
+        entry.area = area.value;
+        entry.area_percent = percent_of(area.value, area.error_2sd);
+        entry.lorentz_width = parameter(record, k, lorentz_of).value;
+        if (type != pattern_entry)
+            entry.inside =
+                is_inside(intervals_, parameter(record, k, frequency_of).value / hz_per_point_);
+        facts.entries.push_back(std::move(entry));
+    }
+    return judge(facts);
 }
 
 struct column_text {
@@ -195,6 +239,7 @@ static const column_text results_columns[] = {
     {"phase_error_2sd_degrees", "degrees", "Cramer-Rao bound, two standard deviations"},
     {"phase_link", "", "as area_link"},
     {"snr", "1", "highest magnitude of the entry's own spectrum over the noise standard deviation"},
+    {"warnings", "", entry_warnings_description},
 };
 
 static const column_text quality_columns[] = {
@@ -213,6 +258,8 @@ static const column_text quality_columns[] = {
     {"snr", "1",
      "highest magnitude of the model in the fitted points over the noise standard deviation"},
     {"last_step_iterations", "1", "iterations of the last step"},
+    {"level", "", level_description},
+    {"warnings", "", warnings_description},
 };
 
 template <class columns>
@@ -234,10 +281,7 @@ static std::string dictionary(const batch_plan &plan, const columns &table) {
         const std::string name = column.name;
         all[name]["Description"] = column.description;
         if (*column.unit != '\0') all[name]["Units"] = column.unit;
-        if (name == "status")
-            for (const fit_status status : {fit_status::converged, fit_status::at_limit,
-                                            fit_status::fitted, fit_status::not_fitted})
-                all[name]["Levels"][status_text(status)] = status_meaning(status);
+        describe_judgement(name, all[name]);
         if (name == "type")
             all[name]["Levels"] = {{"gaussian", "line of that shape"},
                                    {"lorentzian", "line of that shape"},
@@ -271,7 +315,8 @@ std::string batch_table::results_rows(const planned_spectrum &spectrum,
     const fit_record record = with_signs(fitted);
     static const char *const types[] = {"unknown", "gaussian", "lorentzian", "voigt", "pattern"};
     std::string rows;
-    const std::string ended = status(record);
+    const fit_judgement judged = judgement(record);
+    const std::string ended = status_text(judged.status);
     for (std::size_t k = 0; k < plan_.entry_names.size(); ++k) {
         const int type = plan_.start.entries[k].type;
         rows += place(spectrum) + "\t" + ended + "\t" + std::to_string(k + 1) + "\t" +
@@ -301,7 +346,7 @@ std::string batch_table::results_rows(const planned_spectrum &spectrum,
             rows += "\t" + link(record, k, quantity);
         }
         add(record.entry_snr[k]);
-        rows += "\n";
+        rows += "\t" + one_cell(judged.words_of(k)) + "\n";
     }
     return rows;
 }
@@ -312,14 +357,19 @@ std::string batch_table::quality_row(const planned_spectrum &spectrum,
     const auto count = [&](long long value) {
         return "\t" + (fitted ? std::to_string(value) : std::string("n/a"));
     };
-    std::string row = place(spectrum) + "\t" + status(record) + "\t" + one_cell(reason(record));
+    const fit_judgement judged = judgement(record);
+    const std::string signs = signs_text(record);
+    std::string row =
+        place(spectrum) + "\t" + status_text(judged.status) + "\t" +
+        one_cell(judged.reason + (judged.reason.empty() || signs.empty() ? "" : "; ") + signs);
     row += count(static_cast<long long>(plan_.entry_names.size()));
     row += count(record.free_parameters);
     for (const double figure :
          {record.figures[0], record.quality_before, record.figures[3], record.figures[4],
           record.figures[1], record.figures[2], record.snr})
         row += "\t" + table_text(figure);
-    return row + count(record.iterations) + "\n";
+    return row + count(record.iterations) + "\t" + level_text(judged.level()) + "\t" +
+           one_cell(judged.words()) + "\n";
 }
 
 std::vector<map_quantity> batch_table::entry_maps(std::size_t entry) const {

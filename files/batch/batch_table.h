@@ -5,8 +5,8 @@
 // direction of the input behind the name of the spectrum.
 #pragma once
 
-#include "files/results/judge_run.h"
 #include "files/batch/fit_record.h"
+#include "files/results/judgement.h"
 
 #include <string>
 #include <vector>
@@ -40,6 +40,8 @@ std::string table_text(double value);
 class batch_table {
   public:
     explicit batch_table(const batch_plan &plan);
+    // As of a single fit; correlations are not known here.
+    fit_judgement judgement(const fit_record &record) const;
     std::string results_header() const;
     std::string quality_header() const;
     std::string results_rows(const planned_spectrum &spectrum, const fit_record &record) const;
@@ -58,18 +60,17 @@ class batch_table {
     };
     shown parameter(const fit_record &record, std::size_t entry, int quantity) const;
     std::vector<bool> turned(const fit_record &record) const;
+    std::string signs_text(const fit_record &record) const; // which were turned; or empty
     // The record with areas of positive sum where phases are free (results/equivalent_signs.h).
     fit_record with_signs(fit_record record) const;
     double ppm(std::size_t entry, double hz) const;
     std::string link(const fit_record &record, std::size_t entry, int quantity) const;
-    // In the words of the report of single fits.
-    std::string status(const fit_record &record) const;
-    std::string reason(const fit_record &record) const;
     std::string place(const planned_spectrum &spectrum) const;
 
     const batch_plan &plan_;
     double hz_per_point_, carrier_hz_;
-    run_result judged_; // with the steps of the plan
+    fit_facts common_; // what holds for all fits
+    std::vector<std::pair<long long, long long>> intervals_;
 };
 
 } // namespace tools

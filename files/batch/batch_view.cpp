@@ -122,6 +122,7 @@ void batch_view::read_manifest() {
         const auto n = static_cast<std::size_t>(planned.number);
         spectra[n].at = std::move(planned.at);
         spectra[n].status = "not_fitted";
+        spectra[n].level = "red";
         spectra[n].quality = spectra[n].snr = not_known;
         by_name_.emplace(planned.name, n);
         spectra[n].name = std::move(planned.name);
@@ -134,6 +135,7 @@ void batch_view::read_quality() {
     table_reader table(file);
     const std::size_t name = table.column("spectrum"), status = table.column("status");
     const std::size_t reason = table.column("reason"), quality = table.column("fit_quality");
+    const std::size_t level = table.column("level"), warnings = table.column("warnings");
     const bool has_snr = table.has("snr");
     const std::size_t snr = has_snr ? table.column("snr") : 0;
     while (table.next()) {
@@ -144,6 +146,8 @@ void batch_view::read_quality() {
         batch_spectrum &spectrum = spectra[found->second];
         spectrum.status = table.text(status);
         spectrum.reason = table.text(reason) == "n/a" ? "" : table.text(reason);
+        spectrum.level = table.text(level);
+        spectrum.warnings = table.text(warnings) == "n/a" ? "" : table.text(warnings);
         spectrum.quality = table.number(quality);
         if (has_snr) spectrum.snr = table.number(snr);
     }
@@ -169,6 +173,7 @@ void batch_view::read_results() {
     for (std::size_t q = 0; q < batch_quantities; ++q)
         if (q != batch_snr || table.has(names[q])) columns[q] = table.column(names[q]);
     const std::size_t name = table.column("spectrum"), entry = table.column("entry");
+    const std::size_t warnings = table.column("warnings");
     values_.assign(spectra.size() * entries.size() * batch_quantities, not_known);
     while (table.next()) {
         const auto found = by_name_.find(table.text(name));
@@ -185,6 +190,8 @@ void batch_view::read_results() {
             batch_quantities;
         for (std::size_t q = 0; q < batch_quantities; ++q)
             if (columns[q]) values_[first + q] = table.number(*columns[q]);
+        if (table.text(warnings) != "n/a")
+            entry_warnings_[first / batch_quantities] = table.text(warnings);
     }
     files_read.push_back(file);
 }
@@ -204,6 +211,11 @@ void batch_view::find_curves() {
         curves_[static_cast<std::size_t>(spectrum)] = static_cast<long long>(place);
     }
     files_read.push_back(file);
+}
+
+std::string batch_view::warnings_of(std::size_t spectrum, std::size_t entry) const {
+    const auto found = entry_warnings_.find(spectrum * entries.size() + entry);
+    return found == entry_warnings_.end() ? "" : found->second;
 }
 
 // Signal `place` of a file of signals that stand one behind the other; none when it is not there.

@@ -22,7 +22,8 @@ struct batch_axis {
 
 struct batch_spectrum {
     std::string name, status, reason;
-    std::vector<long long> at; // along the axes
+    std::string level, warnings; // of the judgement, as quality.tsv has them
+    std::vector<long long> at;   // along the axes
     double quality = 0.0, snr = 0.0;
 };
 
@@ -52,6 +53,8 @@ class batch_view {
     double value(std::size_t spectrum, std::size_t entry, batch_quantity quantity) const {
         return values_[(spectrum * entries.size() + entry) * batch_quantities + quantity];
     }
+    // Words of the warnings that name an entry; empty for none.
+    std::string warnings_of(std::size_t spectrum, std::size_t entry) const;
     // The spectrum as it was fitted. Errors: bad_input.
     complex_signal data_of(std::size_t spectrum) const;
     // Its fit, when it was kept.
@@ -76,6 +79,7 @@ class batch_view {
     void find_curves();
 
     std::vector<double> values_;
+    std::map<std::size_t, std::string> entry_warnings_; // by spectrum and entry
     std::map<std::string, std::size_t> by_name_;
     std::map<std::size_t, long long> curves_; // place in pictures.f32
 };

@@ -21,6 +21,8 @@ enum class fit_state : std::int32_t { fitted = 1, failed = 2, not_tried = 3, wit
 
 static constexpr double not_measured = std::numeric_limits<double>::quiet_NaN();
 
+inline constexpr const char *remark_end = " | ";
+
 struct fit_record {
     long long line = 0; // of the manifest
     fit_state state = fit_state::failed;
@@ -31,7 +33,8 @@ struct fit_record {
     std::array<double, 7> figures{};
     double quality_before = not_measured; // residual of the start values over the noise
     double snr = not_measured;            // highest magnitude of the model over the noise
-    std::string reason;                   // of a fit that failed, or was not tried
+    // why, of a fit that failed or was not tried; else what its log remarks, remark_end between
+    std::string reason;
     // per entry: area, frequency, Gaussian width, phase, Lorentzian width as .mat and .err have
     // them; not numbers for a fit that failed
     std::vector<double> values, errors;

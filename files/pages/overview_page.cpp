@@ -8,11 +8,15 @@
 #include "files/pages/curve_text.h"
 #include "files/pages/page_frame.h"
 #include "files/pages/page_texts.h"
+#include "files/results/judgement.h"
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <limits>
+#include <map>
+#include <sstream>
+#include <utility>
 
 namespace tools {
 
@@ -103,6 +107,20 @@ static std::string not_fitted_table(const batch_view &batch) {
     return html + "</tbody></table></div>\n";
 }
 
+// Word of each warning with the entries that it names.
+static ordered_json warnings_of(const batch_view &batch, std::size_t spectrum) {
+    ordered_json list = ordered_json::object();
+    std::istringstream words(batch.spectra[spectrum].warnings);
+    for (std::string word; std::getline(words, word, ',');) {
+        list[word] = ordered_json::array();
+        for (std::size_t k = 0; k < batch.entries.size(); ++k)
+            if (("," + batch.warnings_of(spectrum, k) + ",").find("," + word + ",") !=
+                std::string::npos)
+                list[word].push_back(k);
+    }
+    return list;
+}
+
 static ordered_json values_of(const batch_view &batch) {
     ordered_json all;
     all["axes"] = ordered_json::array();
@@ -112,12 +130,15 @@ static ordered_json values_of(const batch_view &batch) {
     all["entries"] = batch.entries;
     ordered_json names = ordered_json::array(), places = ordered_json::array();
     ordered_json status = ordered_json::array(), reasons = ordered_json::object();
+    ordered_json levels = ordered_json::array(), warnings = ordered_json::object();
     std::vector<double> quality, snr;
     for (std::size_t i = 0; i < batch.spectra.size(); ++i) {
         const batch_spectrum &spectrum = batch.spectra[i];
         names.push_back(spectrum.name);
         places.push_back(spectrum.at);
         status.push_back(spectrum.status);
+        levels.push_back(spectrum.level);
+        if (!spectrum.warnings.empty()) warnings[std::to_string(i)] = warnings_of(batch, i);
         if (!spectrum.reason.empty()) reasons[std::to_string(i)] = spectrum.reason;
         quality.push_back(spectrum.quality);
         snr.push_back(spectrum.snr);
@@ -126,6 +147,12 @@ static ordered_json values_of(const batch_view &batch) {
     all["at"] = std::move(places);
     all["status"] = std::move(status);
     all["reasons"] = std::move(reasons);
+    all["levels"] = std::move(levels);
+    all["warnings"] = std::move(warnings);
+    for (const finding_kind kind : all_findings())
+        all["meanings"][finding_text(kind)] = finding_meaning(kind);
+    all["amberPercent"] = amber_percent;
+    all["redPercent"] = red_percent;
     all["quality"] = float_text(quality);
     all["snr"] = float_text(snr);
     static const char *const keys[batch_quantities] = {
@@ -155,6 +182,13 @@ static ordered_json values_of(const batch_view &batch) {
     return all;
 }
 
+static std::string spaced_words(const std::string &words) {
+    std::string spaced;
+    for (const char c : words)
+        spaced += c == ',' ? std::string(", ") : std::string(1, c == '_' ? ' ' : c);
+    return spaced;
+}
+
 static std::string worst_table(const batch_view &batch, const std::vector<std::size_t> &order) {
     static constexpr std::size_t longest = 100;
     const bool with_snr = std::any_of(batch.spectra.begin(), batch.spectra.end(),
@@ -165,16 +199,18 @@ static std::string worst_table(const batch_view &batch, const std::vector<std::s
         "class=\"text\">Spectrum</th><th scope=\"col\" class=\"text\">Status</th><th "
         "scope=\"col\">Fit quality</th>";
     if (with_snr) html += "<th scope=\"col\">SNR</th>";
-    html += "<th scope=\"col\" class=\"text\">Reason</th></tr></thead>\n<tbody>\n";
+    html += "<th scope=\"col\" class=\"text\">Warnings</th><th scope=\"col\" "
+            "class=\"text\">Reason</th></tr></thead>\n<tbody>\n";
     for (std::size_t i = 0; i < std::min(order.size(), longest); ++i) {
         const batch_spectrum &spectrum = batch.spectra[order[i]];
         html += "<tr data-number=\"" + std::to_string(order[i]) + "\">" +
                 element("th", "scope=\"row\"", spectrum.name) + "<td class=\"text\">" +
-                element("span", "class=\"badge " + escaped_markup(spectrum.status) + "\"",
+                element("span", "class=\"badge " + escaped_markup(spectrum.level) + "\"",
                         with_blanks(spectrum.status)) +
                 "</td><td>" + short_number(spectrum.quality) + "</td>";
         if (with_snr) html += "<td>" + short_number(spectrum.snr) + "</td>";
-        html += element("td", "class=\"wrap\"", spectrum.reason) + "</tr>\n";
+        html += element("td", "class=\"wrap\"", spaced_words(spectrum.warnings)) +
+                element("td", "class=\"wrap\"", spectrum.reason) + "</tr>\n";
     }
     html += "</tbody></table></div>\n";
     if (order.size() > longest)
@@ -185,13 +221,14 @@ static std::string worst_table(const batch_view &batch, const std::vector<std::s
 
 static std::string body_of(const batch_view &batch, const std::vector<std::size_t> &order,
                            const std::string &title) {
-    std::map<std::string, std::size_t> counts;
-    for (const batch_spectrum &spectrum : batch.spectra) ++counts[spectrum.status];
+    std::map<std::pair<std::string, std::string>, std::size_t> counts;
+    for (const batch_spectrum &spectrum : batch.spectra)
+        ++counts[{spectrum.status, spectrum.level == "note" ? "none" : spectrum.level}];
     std::string html = "<main id=\"overview\">\n" + element("h1", "", title) +
                        "\n<p class=\"sub\">" + std::to_string(batch.spectra.size()) + " spectra";
-    for (const auto &[status, count] : counts)
-        html += " \u00b7 " + element("span", "class=\"badge " + escaped_markup(status) + "\"",
-                                     std::to_string(count) + " " + with_blanks(status));
+    for (const auto &[which, count] : counts)
+        html += " \u00b7 " + element("span", "class=\"badge " + escaped_markup(which.second) + "\"",
+                                     std::to_string(count) + " " + with_blanks(which.first));
     html +=
         "</p>\n<noscript><p class=\"warnings\">Maps, time courses and curves need scripts; the "
         "tables results.tsv and quality.tsv hold all numbers.</p></noscript>\n"
@@ -200,7 +237,8 @@ static std::string body_of(const batch_view &batch, const std::vector<std::size_
         worst_table(batch, order) + not_fitted_table(batch) +
         "<p class=\"muted\">Errors are Cram\u00e9r-Rao bounds of one standard deviation (1 SD); "
         "the program\u2019s own files hold two. Fit quality 1 means that the residual is "
-        "noise.</p>\n</main>\n";
+        "noise. Badges are red where the numbers should not be used as they are, amber where they "
+        "should be looked at first.</p>\n</main>\n";
     return html;
 }
 

@@ -4,7 +4,6 @@
 #include "files/pictures/draw_spectra.h"
 #include "files/pictures/markup.h"
 #include "files/pictures/spectrum_view.h"
-#include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
 #include "files/pages/curve_text.h"
@@ -82,7 +81,9 @@ static nlohmann::ordered_json curves_of(const run_result &run, bool alone) {
 static std::string warnings_of(const run_result &run) {
     if (run.warnings.empty()) return "";
     std::string html = "<div class=\"warnings\" role=\"note\"><h2>Warnings</h2><ul>\n";
-    for (const std::string &text : run.warnings) html += element("li", "", text) + "\n";
+    for (const finding &each : run.judgement.findings)
+        html += element("li", "class=\"" + std::string(level_text(each.level)) + "\"", each.text) +
+                "\n";
     return html + "</ul></div>\n";
 }
 
@@ -276,12 +277,12 @@ static std::string provenance_of(const run_result &run) {
 static std::string section_of(const reported_run &reported, std::size_t number, bool alone) {
     const run_result &run = reported.run;
     const std::string id = "spectrum-" + std::to_string(number);
-    const fit_judgement judgement = judge_status(run);
+    const fit_judgement &judgement = run.judgement;
     static const char *const words[] = {"converged", "at its limit", "fitted", "not fitted"};
     std::string html = "<section class=\"spectrum\" id=\"" + id + "\">\n";
     const char *const heading = "h1";
     html += "<" + std::string(heading) + ">" + escaped_markup(valid_text(run.name)) + " " +
-            element("span", "class=\"badge " + std::string(status_text(judgement.status)) + "\"",
+            element("span", "class=\"badge " + std::string(level_text(judgement.level())) + "\"",
                     words[static_cast<int>(judgement.status)]) +
             "</" + heading + ">\n";
     std::string sub = run.axis.nucleus;
@@ -311,13 +312,15 @@ void report_page::add(const reported_run &reported) {
     ++added_;
     title_ = "Fit of " + run.name;
     sections_ += section_of(reported, added_, spectra_ == 1);
-    const char *const status = status_text(judge_status(run).status);
-    contents_ += "<tr><th scope=\"row\">" +
-                 element("a", "href=\"#spectrum-" + std::to_string(added_) + "\"", run.name) +
-                 "</th><td class=\"text\">" +
-                 element("span", "class=\"badge " + std::string(status) + "\"", status) +
-                 "</td><td>" + short_number(run.quality) + "</td><td>" + short_number(run.snr) +
-                 "</td><td>" + std::to_string(run.warnings.size()) + "</td></tr>\n";
+    const char *const status = status_text(run.judgement.status);
+    contents_ +=
+        "<tr><th scope=\"row\">" +
+        element("a", "href=\"#spectrum-" + std::to_string(added_) + "\"", run.name) +
+        "</th><td class=\"text\">" +
+        element("span", "class=\"badge " + std::string(level_text(run.judgement.level())) + "\"",
+                status) +
+        "</td><td>" + short_number(run.quality) + "</td><td>" + short_number(run.snr) +
+        "</td><td>" + std::to_string(run.warnings.size()) + "</td></tr>\n";
 }
 
 std::string report_page::text() const {

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/results/results_table.h"
 
-#include "files/results/judge_run.h"
 #include "files/results/number_text.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <vector>
@@ -50,7 +47,7 @@ const entry_column entry_columns[] = {
      [](const run_result &run, const fitted_entry &) { return one_cell(run.name); }},
     {"status", "", "how the fit ended",
      [](const run_result &run, const fitted_entry &) {
-         return std::string(status_text(judge_status(run).status));
+         return std::string(status_text(run.judgement.status));
      }},
     {"entry", "", "number of the entry in the control file, from 1; lines first, then patterns",
      [](const run_result &, const fitted_entry &e) { return count_text(e.number); }},
@@ -103,6 +100,10 @@ const entry_column entry_columns[] = {
     {"phase_link", "", link_description, LINK(e.phase, false)},
     {"snr", "1", "highest magnitude of the entry's own spectrum over the noise standard deviation",
      VALUE(e.snr)},
+    {"warnings", "", entry_warnings_description,
+     [](const run_result &run, const fitted_entry &e) {
+         return one_cell(run.judgement.words_of(static_cast<std::size_t>(e.number - 1)));
+     }},
 };
 
 #undef VALUE
@@ -119,9 +120,9 @@ const spectrum_column spectrum_columns[] = {
     {"spectrum", "", "name of the spectrum",
      [](const run_result &run) { return one_cell(run.name); }},
     {"status", "", "how the fit ended",
-     [](const run_result &run) { return std::string(status_text(judge_status(run).status)); }},
+     [](const run_result &run) { return std::string(status_text(run.judgement.status)); }},
     {"reason", "", "why there are no results, or why it counts as at_limit",
-     [](const run_result &run) { return one_cell(judge_status(run).reason); }},
+     [](const run_result &run) { return one_cell(run.judgement.reason); }},
     {"entries", "1", "lines and patterns of the model",
      [](const run_result &run) {
          return run.fitted ? count_text(static_cast<long long>(run.entries.size()))
@@ -177,8 +178,10 @@ const spectrum_column spectrum_columns[] = {
                  text += (text.empty() ? "" : "; ") + cause_text(cause, names);
          return one_cell(text);
      }},
-    {"warnings", "1", "number of warnings in the report",
-     [](const run_result &run) { return count_text(static_cast<long long>(run.warnings.size())); }},
+    {"level", "", level_description,
+     [](const run_result &run) { return std::string(level_text(run.judgement.level())); }},
+    {"warnings", "", warnings_description,
+     [](const run_result &run) { return one_cell(run.judgement.words()); }},
 };
 
 #undef FIGURE
@@ -199,10 +202,7 @@ std::string dictionary_of(const columns &table) {
         nlohmann::ordered_json &item = all[name];
         item["Description"] = column.description;
         if (*column.unit != '\0') item["Units"] = column.unit;
-        if (name == "status")
-            for (const fit_status status : {fit_status::converged, fit_status::at_limit,
-                                            fit_status::fitted, fit_status::not_fitted})
-                item["Levels"][status_text(status)] = status_meaning(status);
+        describe_judgement(name, item);
         if (name == "type")
             for (int type = 1; type <= 4; ++type)
                 item["Levels"][type_text(type)] =
@@ -212,6 +212,21 @@ std::string dictionary_of(const columns &table) {
 }
 
 } // namespace
+
+void describe_judgement(const std::string &column, nlohmann::ordered_json &item) {
+    if (column == "status")
+        for (const fit_status status : {fit_status::converged, fit_status::at_limit,
+                                        fit_status::fitted, fit_status::not_fitted})
+            item["Levels"][status_text(status)] = status_meaning(status);
+    if (column == "level")
+        item["Levels"] = {{"red", "do not use the numbers as they are"},
+                          {"amber", "look before you use them"},
+                          {"note", "where the numbers come from"},
+                          {"none", "nothing to say"}};
+    if (column == "warnings")
+        for (const finding_kind kind : all_findings())
+            item["Levels"][finding_text(kind)] = finding_meaning(kind);
+}
 
 std::string results_header() {
     return header_of(entry_columns);

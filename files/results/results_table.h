@@ -7,6 +7,8 @@
 
 #include "files/results/run_result.h"
 
+#include <nlohmann/json.hpp>
+
 #include <string>
 
 namespace tools {
@@ -23,6 +25,16 @@ std::string quality_row(const run_result &run);
 // JSON that describes the columns.
 std::string results_dictionary();
 std::string quality_dictionary();
+
+// Columns of the judgement, in the tables of single fits as in those of a batch.
+inline constexpr const char *level_description =
+    "the gravest of the warnings: red, amber, note, none";
+inline constexpr const char *warnings_description =
+    "what a reader should know, as words with commas between; n/a without any";
+inline constexpr const char *entry_warnings_description =
+    "words of the warnings that name this entry; n/a without any";
+// Adds the words of the columns status, level and warnings, with their meaning, as levels.
+void describe_judgement(const std::string &column, nlohmann::ordered_json &item);
 
 // How a parameter hangs together with others: "free", "fixed", "PCr * 0.5", "PCr + 15", "unused".
 std::string link_text(const run_result &run, const fitted_parameter &parameter, bool is_area);

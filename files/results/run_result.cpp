@@ -23,6 +23,7 @@
 #include <limits>
 #include <set>
 #include <sstream>
+#include <string_view>
 
 namespace tools {
 
@@ -223,42 +224,13 @@ static void read_log(run_result &run, const std::string &asked) {
         return;
     }
     run.files_read.push_back(run.log_file);
-    step_log step;
-    std::set<std::string> seen;
-    const auto remark = [&](const std::string &text) {
-        if (seen.insert(text).second) run.log_remarks.push_back(text);
-    };
-    const std::vector<std::string> lines = lines_of(run.log_file);
-    for (std::size_t l = 0; l < lines.size(); ++l) {
-        const std::string &line = lines[l];
-        if (line.starts_with("***") && says(line, "version")) {
-            std::string text;
-            for (const char c : line)
-                if (c != '*') text += c;
-            run.program_version = trimmed(text);
-        } else if (line.starts_with("scaled chi-sqr")) {
-            ++step.gradients;
-            const std::size_t colon = line.find(':');
-            if (colon != std::string::npos)
-                step.scaled_chi = std::strtod(line.c_str() + colon + 1, nullptr);
-        } else if (line.starts_with("Fit step performed")) {
-            run.log_steps.push_back(step);
-            step = {};
-        } else if (says(line, "Singular matrix")) {
-            remark("the matrix of the error bounds is singular: some parameters cannot be told "
-                   "apart, and their errors mean nothing");
-        } else if (says(line, "fit_check_message")) {
-            std::string text; // a warning has up to three lines of its own
-            for (std::size_t k = l + 1; k < lines.size() && k <= l + 3; ++k) {
-                if (says(lines[k], "fit_check_message") || says(lines[k], "testing input")) break;
-                text += " " + trimmed(lines[k]);
-            }
-            remark("the program warns:" + text);
-        } else if (says(line, "error in writing file") || says(line, "not written") ||
-                   says(line, "is not available")) {
-            remark("the program says: " + trimmed(line));
-        }
-    }
+    std::string text;
+    for (const std::string &line : lines_of(run.log_file)) text += line + "\n";
+    fit_log log = read_fit_log(text);
+    run.program_version = log.version;
+    run.log_steps = std::move(log.steps);
+    run.singular = log.singular;
+    run.log_remarks = std::move(log.remarks);
 }
 
 // Why a run has no results: what the checks of its start file refused, else what its log ends with.
@@ -364,7 +336,8 @@ static void fill_entries(run_result &run, const std::vector<spreadsheet_row> &ro
             const int link = rows[k].link[j];
             const double factor = unit_factor(entry.type, j, hz);
             p.value = values[k][j] * factor;
-            p.error_2sd = run.has_errors ? errors[k][j] * factor : not_known;
+            p.error_2sd =
+                run.has_errors ? errors[k][j] * factor * run.axis.error_factor() : not_known;
             if (is_unused(entry.type, j)) {
                 p.state = parameter_state::unused;
                 p.value = p.error_2sd = not_known;
@@ -582,8 +555,8 @@ static void read_control(run_result &run, const std::vector<parameter_row> &valu
     run.covariance_agrees = run.has_errors;
 }
 
-// The start values, for the quality before the fit in the points of the fit.
-static void read_start(run_result &run, const std::string &asked) {
+// The start file of a run; empty when it is not there any more.
+static std::string start_file_of(const run_result &run, const std::string &asked) {
     std::string file = asked;
     if (file.empty()) { // the last word of the command, as the run folder has it
         const std::size_t blank = run.command.rfind(' ');
@@ -593,10 +566,28 @@ static void read_start(run_result &run, const std::string &asked) {
     if (!is_file(file)) {
         if (!asked.empty())
             throw tool_error(bad_input, asked + ": no such file; expected the start file");
-        return;
+        return "";
     }
-    std::error_code error;
-    if (fs::equivalent(file, in_folder(run.folder, "compact.par"), error)) return; // replaced
+    std::error_code error; // replaced by the result
+    return fs::equivalent(file, in_folder(run.folder, "compact.par"), error) ? "" : file;
+}
+
+// What its maker guessed and warned of stands behind the end of a start file.
+static void read_start_remarks(run_result &run, const std::string &file) {
+    if (file.empty()) return;
+    static constexpr std::string_view guess = "# guessed: ", warning = "# warning: ";
+    for (const std::string &line : lines_of(file)) {
+        if (line.starts_with(guess))
+            run.start_guesses.push_back("guessed at the start: " +
+                                        trimmed(line.substr(guess.size())));
+        if (line.starts_with(warning))
+            run.start_warnings.push_back(trimmed(line.substr(warning.size())));
+    }
+}
+
+// The start values, for the quality before the fit in the points of the fit.
+static void read_start(run_result &run, const std::string &file) {
+    if (file.empty()) return;
     run.files_read.push_back(file);
     const std::string reference =
         fs::absolute(in_folder(run.folder, run.name + ".bin.ref")).string();
@@ -806,18 +797,24 @@ run_result read_run(const std::string &folder, const std::string &name,
     const bool exact = is_file(in_folder(folder, "optimum.json"));
     if (!exact && !is_file(in_folder(folder, name + ".exl"))) {
         run.why_not = reason_of_log(run);
+        judge_run(run);
         note_provenance(run, options.hashes);
         return run;
     }
     if (is_file(in_folder(folder, name + ".exl")) && !take_search(run, options) && !exact) {
+        judge_run(run);
         note_provenance(run, options.hashes);
         return run;
     }
     if (exact) take_optimum(run);
+    const double wider = run.axis.error_factor() * run.axis.error_factor();
+    for (double &covariance : run.control.area_covariance) covariance *= wider;
     place_entries(run);
     name_entries(run, options.names_file);
     run.quality_before = not_known;
-    if (options.quality_before) read_start(run, options.start_file);
+    const std::string start = start_file_of(run, options.start_file);
+    read_start_remarks(run, start);
+    if (options.quality_before) read_start(run, start);
     note_alignment(run);
     choose_signs(run);
     measure_signals(run);

@@ -7,6 +7,8 @@
 #include "files/pictures/draw_spectra.h"
 #include "files/problem/exact_fit.h"
 #include "files/results/rebuilt_model.h"
+#include "files/results/fit_log.h"
+#include "files/results/judgement.h"
 
 #include <nlohmann/json.hpp>
 
@@ -48,12 +50,6 @@ struct fitted_entry {
     double snr = 0.0; // highest magnitude of the component over the noise sd
 };
 
-// What the log says about a step of the strategy.
-struct step_log {
-    int gradients = 0;       // one before each iteration, one more when the limit stopped it
-    double scaled_chi = 0.0; // after it
-};
-
 struct provenance_item {
     std::string what, value;
 };
@@ -82,14 +78,17 @@ struct run_result {
     int iterations = 0, weighting = 0, free_parameters = 0;
     double snr = unknown;
     bool has_errors = false, covariance_agrees = false;
+    bool singular = false; // the matrix of the error bounds, as the log says
 
     std::vector<fitted_entry> entries;
     std::vector<step_log> log_steps;
     std::string log_file, program_version;
-    std::vector<std::string> log_remarks;            // lines of the log that warn
-    double display_phase = 0.0, display_phi_1 = 0.0; // [degrees] taken off in the pictures
-    std::vector<std::string> warnings;
-    std::vector<std::string> notes; // what to know of the numbers, but no cause for doubt
+    std::vector<std::string> log_remarks;                   // lines of the log that warn
+    std::vector<std::string> start_guesses, start_warnings; // remarks of the start file
+    double display_phase = 0.0, display_phi_1 = 0.0;        // [degrees] taken off in the pictures
+    fit_judgement judgement;
+    std::vector<std::string> warnings; // its findings
+    std::vector<std::string> notes;    // what to know of the numbers, but no cause for doubt
     std::vector<provenance_item> provenance;
 
     // Intervals of the last step that fits something, and the points from the first to the last of

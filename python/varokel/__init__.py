@@ -25,6 +25,7 @@ from .exact_fit import ExactFit, Reason, StartTried
 from .exl import ExlTable, FitSummary, read_exl
 from .fitres import FitReport, read_fitres
 from .fitting import FitOptions, Start, fit_fid, fit_spectrum
+from .judgement import Finding, Judgement, read_judgement
 from .library import LibraryMissing, find_library
 from .methods import fit
 from .patterns import PatternContent
@@ -62,6 +63,7 @@ __all__ = [
     "ExactOptions",
     "ExlTable",
     "FileFormatError",
+    "Finding",
     "Fit",
     "FitFailed",
     "FitOptions",
@@ -71,6 +73,7 @@ __all__ = [
     "FloatArray",
     "IntArray",
     "LibraryMissing",
+    "Judgement",
     "Parameter",
     "PatternContent",
     "PeakTable",
@@ -103,6 +106,7 @@ __all__ = [
     "read_fit",
     "read_fitres",
     "read_imported",
+    "read_judgement",
     "read_names",
     "read_parameter_matrix",
     "read_results_table",

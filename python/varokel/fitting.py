@@ -211,7 +211,9 @@ def _run_in(folder: Path, task: FitTask, program: Path, running: RunningPrograms
         reason = reason_of_log(log) or "it printed nothing"
         raise FitFailed(task.name, f"exit status {finished.status}: {reason}", log)
     try:
-        fit = read_fit(folder, _NAME, with_signals=options.with_signals, log=log)
+        fit = read_fit(
+            folder, _NAME, with_signals=options.with_signals, log=log, programs=options.programs
+        )
     except FitFailed as failure:
         raise FitFailed(task.name, failure.reason, failure.log) from None
     return replace(fit, name=task.name, sidecar=task.sidecar, log=log if options.with_log else "")

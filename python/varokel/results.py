@@ -10,9 +10,10 @@ from pathlib import Path
 import numpy as np
 
 from .arrays import ComplexArray, EntryType, FloatArray, IntArray, Quantity
-from .errors import FitFailed, FileFormatError
+from .errors import FitFailed, FileFormatError, ProgramMissing
 from .exl import FitSummary, read_exl
 from .fitres import is_whole_fitres
+from .judgement import Judgement, read_judgement
 from .reasons import reason_of_log
 from .sidecar import Sidecar, read_sidecar
 from .signals import read_components, read_signal
@@ -52,14 +53,15 @@ class Fit:
     name      of the spectrum
     names     of the entries, as given; "line 1", "pattern 17" where none were
     values    shape (entries, 5), columns as in Quantity, units as in start_file.Entry
-    errors    same shape, ONE standard deviation (Cramer-Rao bounds; the files have two); 0 where
-              a parameter is fixed or no errors were asked for, not-a-number where they could not
-              be had
+    errors    same shape, ONE standard deviation (Cramer-Rao bounds; the files have two) times the
+              sidecar's error_factor; 0 where a parameter is fixed or no errors were asked for,
+              not-a-number where they could not be had
     summary   quality, noise, chi-square, iterations
     final     the start file that the run left (compact.par): settings, links, fitted values
     signals   None when they were not asked for
     sidecar   what is known about the spectrum beside its points; None if nothing
     log       all that the program printed; empty when it was not kept
+    judgement what to know before the numbers; None when varokel-report is not there to tell
     """
 
     name: str
@@ -71,6 +73,7 @@ class Fit:
     signals: FitSignals | None = field(repr=False)
     sidecar: Sidecar | None = field(repr=False, default=None)
     log: str = field(repr=False, default="")
+    judgement: Judgement | None = field(repr=False, default=None)
 
     @property
     def types(self) -> tuple[EntryType, ...]:
@@ -163,6 +166,7 @@ def read_fit(
     start_folder: str | PathLike[str] | None = None,
     with_signals: bool = True,
     log: str | None = None,
+    programs: str | PathLike[str] | None = None,
 ) -> Fit:
     """Reads what a run left in a folder.
 
@@ -170,6 +174,7 @@ def read_fit(
     start_folder  where the run was started and left compact.par (by default `folder`)
     with_signals  also read the signals
     log           what the program printed (by default NAME.log or run.log, if there is one)
+    programs      folder of varokel-report, which judges the run, see find_program
 
     NAME.json is taken as sidecar and names.txt for the names of the entries, where they are.
     Raises FitFailed when the set of results is not whole, with the reason that the log gives;
@@ -203,16 +208,22 @@ def read_fit(
     if not np.all(np.isfinite(values)):
         raise FitFailed(name, "its results are no finite numbers", printed)
     sidecar_file, names_file = place / f"{name}.json", place / "names.txt"
+    sidecar = read_sidecar(sidecar_file) if sidecar_file.exists() else None
+    try:
+        judgement = read_judgement(place, name, programs=programs)
+    except ProgramMissing:
+        judgement = None
     return Fit(
         name=name,
         names=entry_names(final, read_names(names_file) if names_file.exists() else ()),
         values=values,
-        errors=0.5 * errors,
+        errors=0.5 * errors * (1.0 if sidecar is None else sidecar.error_factor),
         summary=exl.summary,
         final=final,
         signals=_read_signals(place, name, final.points) if with_signals else None,
-        sidecar=read_sidecar(sidecar_file) if sidecar_file.exists() else None,
+        sidecar=sidecar,
         log=printed,
+        judgement=judgement,
     )
 
 

@@ -27,6 +27,7 @@ class Sidecar:
     phi_1_degrees       first-order phase of the acquisition delay over the whole band [degrees]
     noise_window        first point and the one behind the last of those that hold noise only
     fit_interval        first and last point of those that hold lines
+    measured_points     points of the decay that were measured, when the others are filled zeros
     items               all that the file holds, these included
     """
 
@@ -39,6 +40,7 @@ class Sidecar:
     phi_1_degrees: float = 0.0
     noise_window: tuple[int, int] | None = None
     fit_interval: tuple[int, int] | None = None
+    measured_points: int | None = None
     items: JsonObject = field(default_factory=dict, compare=False, repr=False)
 
     @property
@@ -50,6 +52,17 @@ class Sidecar:
     def ppm_axis(self) -> FloatArray:
         """Chemical shift of each point [ppm], shape (points,). Raises ValueError if not known."""
         return self.ppm_of_hz(self.hz_axis)
+
+    @property
+    def error_factor(self) -> float:
+        """What widens the error bounds of a fit for filled zeros: sqrt(points / measured_points).
+
+        The transform spreads the noise of m measured points over n, of which the fit takes each
+        for a measurement of its own. 1 without filled zeros.
+        """
+        if self.measured_points is None or self.measured_points >= self.points:
+            return 1.0
+        return float(np.sqrt(self.points / self.measured_points))
 
     @property
     def knows_ppm(self) -> bool:
@@ -95,6 +108,8 @@ class Sidecar:
             window: JsonObject = dict(known) if isinstance(known, dict) else {}
             window["first"], window["stop"] = self.noise_window
             items["noise_window"] = window
+        if self.measured_points is not None:
+            items["measured_points"] = self.measured_points
         if self.fit_interval is not None:
             items["fit_interval_points"] = list(self.fit_interval)
         return json.dumps(items, indent=2, ensure_ascii=False) + "\n"
@@ -148,6 +163,14 @@ def read_sidecar(file: str | PathLike[str]) -> Sidecar:
         fit_interval = pair("fit_interval_points", interval)
     elif interval is not None:
         raise refuse("fit_interval_points", "two point numbers")
+    resized = items.get("resized")
+    measured = items.get("measured_points")
+    if measured is None and isinstance(resized, dict):
+        measured = resized.get("from")
+    if measured is not None and (
+        isinstance(measured, bool) or not isinstance(measured, int) or measured < 1
+    ):
+        raise refuse("measured_points", "a number of points above 0")
     return Sidecar(
         points=points,
         hz_per_point=hz_per_point,
@@ -158,5 +181,6 @@ def read_sidecar(file: str | PathLike[str]) -> Sidecar:
         phi_1_degrees=number("phi_1_degrees") or 0.0,
         noise_window=noise_window,
         fit_interval=fit_interval,
+        measured_points=measured if measured is not None and measured < points else None,
         items=items,
     )

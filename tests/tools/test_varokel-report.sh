@@ -346,17 +346,18 @@ perl "$tree/tests/batch/hand_made_plan.pl" batch
                 for (i = 1; i <= NF; i++) $i = "n/a"
                 $at["spectrum"] = n; $at["status"] = n == "c" ? "not_fitted" : "converged"; $at["entry"] = e
                 if (n != "c") { $at["area"] = 10 * e; $at["area_error_percent_1sd"] = 7; $at["phase_degrees"] = 90 }
+                if (n == "e" && e == 2) $at["warnings"] = "weak_area"
                 print }' run/results.tsv
         done
     done
 } >batch/results.tsv
 {
-    printf 'spectrum\tx\ty\tstatus\treason\tfit_quality\n'
+    printf 'spectrum\tx\ty\tstatus\treason\tlevel\twarnings\tfit_quality\n'
     for name in $names; do
         case $name in
-        c) printf 'c\t2\t0\tnot_fitted\t<all> zero\tn/a\n' ;;
-        e) printf 'e\t1\t1\tconverged\tn/a\t3.5\n' ;;
-        *) printf '%s\t0\t0\tconverged\tn/a\t1.1\n' "$name" ;;
+        c) printf 'c\t2\t0\tnot_fitted\t<all> zero\tred\tn/a\tn/a\n' ;;
+        e) printf 'e\t1\t1\tconverged\tn/a\tred\tmisfit,weak_area\t3.5\n' ;;
+        *) printf '%s\t0\t0\tconverged\tn/a\tnone\tn/a\t1.1\n' "$name" ;;
         esac
     done
 } >batch/quality.tsv
@@ -381,9 +382,16 @@ perl -MJSON::PP -MMIME::Base64 -0ne '
     my $peak = sub { my ($curve) = @_; (unpack("s<*", decode_base64($curve->{values})))[5] * $curve->{unit} };
     abs($peak->($c->[4]{data}) - 5) < 1e-3 or die "data";
     abs($peak->($c->[4]{fit}) - 2.5) < 1e-3 or die "fit";
+    "@{$v->{levels}}" eq "none none red none red none" or die "levels @{$v->{levels}}";
+    my $said = $v->{warnings}{4};
+    "@{$said->{misfit}}" eq "" && "@{$said->{weak_area}}" eq "1" && keys %$said == 2 or die "warnings";
+    $v->{meanings}{weak_area} =~ /no better than 50 %/ or die "meanings";
     exists $c->[0]{fit} and die "a fit that was not kept";
     ' batch/overview.html
 true_that 'values and curves of the page' test $? -eq 0
+page_holds batch/overview.html '<span class="badge none">3 converged</span>'
+page_holds batch/overview.html '<span class="badge red">1 converged</span>'
+page_holds batch/overview.html 'misfit, weak area'
 status 4 "$report" batch
 status 1 "$report" batch --one-file-up-to 5 --force
 holds out batch/overview/index.html
@@ -399,11 +407,11 @@ holds err 'quality.tsv, line 6: "many"'
 sed '3d; 2s/^a/z/' kept.tsv >batch/quality.tsv
 status 3 "$report" batch --force
 holds err 'spectrum z is not in manifest.json'
-cut -f 1-5 kept.tsv >batch/quality.tsv
+cut -f 1-7 kept.tsv >batch/quality.tsv
 status 3 "$report" batch --force
 holds err 'no column fit_quality'
 # a fit that ran away has no quality: it is worse than all others, and was fitted all the same
-awk -F '\t' -v OFS='\t' '$1 == "b" { $4 = "at_limit"; $6 = "n/a" } { print }' kept.tsv >batch/quality.tsv
+awk -F '\t' -v OFS='\t' '$1 == "b" { $4 = "at_limit"; $8 = "n/a" } { print }' kept.tsv >batch/quality.tsv
 status 1 "$report" batch --force
 true_that 'without a quality: the worst' sh -c "grep -o '<tr data-number=\"[0-9]*' batch/overview.html | head -1 | grep -q '\"1'"
 true_that 'one reason for not fitted' test "$(grep -c 'button type="button" class="pick"' batch/overview.html)" -eq 1

@@ -14,7 +14,9 @@
 #include <filesystem>
 #include <iostream>
 #include <limits>
+#include <map>
 #include <memory>
+#include <set>
 
 #include <unistd.h>
 
@@ -84,6 +86,8 @@ static void write_tables(const batch_plan &plan, const plan_lines &lines, all_pa
     part_file results(plan.file("results.tsv"), merge_again),
         quality(plan.file("quality.tsv"), merge_again);
     const batch_table table(plan);
+    std::map<finding_kind, long long> found;
+    long long fitted = 0;
     results.add(table.results_header());
     quality.add(table.quality_header());
     for (long long number = 0; number < plan.spectra; ++number) {
@@ -94,7 +98,16 @@ static void write_tables(const batch_plan &plan, const plan_lines &lines, all_pa
         if (record.state == fit_state::failed) ++failed;
         results.add(table.results_rows(spectrum, record));
         quality.add(table.quality_row(spectrum, record));
+        if (record.state != fit_state::fitted) continue;
+        ++fitted;
+        std::set<finding_kind> kinds; // one that names several entries counts once
+        for (const finding &each : table.judgement(record).findings)
+            if (each.level >= finding_level::amber) kinds.insert(each.kind);
+        for (const finding_kind kind : kinds) ++found[kind];
     }
+    for (const auto &[kind, count] : found)
+        std::cerr << "varokel-batch: " << finding_text(kind) << ", " << count << " of " << fitted
+                  << " fits: " << finding_meaning(kind) << '\n';
     write_files({{plan.file("results.json"), table.results_dictionary()},
                  {plan.file("quality.json"), table.quality_dictionary()}},
                 {}, true);

@@ -3,6 +3,8 @@
 
 #include "files/base/own_files.h"
 #include "files/base/tool_error.h"
+#include "files/results/fit_log.h"
+#include "files/results/judgement.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +13,6 @@
 #include <csignal>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -206,21 +207,11 @@ static std::string last_words(const std::string &log) {
     return words.empty() ? "it printed nothing" : words;
 }
 
-// The log has a line for each gradient, and one at the end of a step.
-static std::int32_t gradients_of_last_step(std::string_view log) {
-    std::int32_t gradients = 0, of_last = 0;
-    for (std::size_t begin = 0; begin < log.size();) {
-        const std::size_t end = std::min(log.find('\n', begin), log.size());
-        const std::string_view line = log.substr(begin, end - begin);
-        if (line.starts_with("scaled chi-sqr")) {
-            ++gradients;
-        } else if (line.starts_with("Fit step performed")) {
-            of_last = gradients;
-            gradients = 0;
-        }
-        begin = end + 1;
-    }
-    return of_last;
+// Remarks as a fitted record holds them.
+static std::string remarks_of(const fit_log &log) {
+    std::string all = log.singular ? finding_meaning(finding_kind::degenerate) : "";
+    for (const std::string &text : log.remarks) all += (all.empty() ? "" : remark_end) + text;
+    return all;
 }
 
 static std::string how_it_ended(int wait_status) {
@@ -286,9 +277,9 @@ harvest harvest_fit(const fit_setting &setting, const std::string &folder, int l
         return incomplete(".fitres");
     for (const double value : record.values)
         if (!std::isfinite(value)) return failed("its results are no finite numbers");
-    if (log.find("Singular matrix") != log.npos)
-        record.reason = "singular matrix: its errors mean nothing";
-    record.gradients = gradients_of_last_step(log);
+    const fit_log said = read_fit_log(log);
+    record.reason = remarks_of(said);
+    if (!said.steps.empty()) record.gradients = said.steps.back().gradients;
     read_whole(base + ".fit", found.fit);
     read_whole(base + ".nln0", text);
     measure_snr(setting.measure, found.fit, text, record);

@@ -321,11 +321,12 @@ static int fit(const fit_options &own) {
             run.folder = planned.folder;
             run.name = planned.name;
             run.why_not = unreadable.what();
+            tools::judge_run(run);
         }
         if (!run.fitted && !searches && !planned.why_not.empty()) run.why_not = planned.why_not;
         results += tools::results_rows(run);
         quality += tools::quality_row(run);
-        const tools::fit_judgement judged = tools::judge_status(run);
+        const tools::fit_judgement &judged = run.judgement;
         const bool bad = judged.status == tools::fit_status::not_fitted;
         std::cout << padded(run.name, width + 2) << padded(tools::status_text(judged.status), 12);
         if (bad) {

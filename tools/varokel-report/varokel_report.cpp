@@ -8,6 +8,7 @@
 #include "files/results/results_table.h"
 #include "files/pages/overview_page.h"
 #include "files/pages/report_page.h"
+#include "files/pages/page_frame.h"
 #include "common/command_line.h"
 #include "common/run_tool.h"
 
@@ -27,7 +28,7 @@ struct report_options {
     std::string folder, output;
     std::vector<std::string> spectra, derive;
     tools::result_options files;
-    bool nifti = true, force = false;
+    bool nifti = true, force = false, judgement = false;
     long long one_file_up_to = tools::default_one_file_up_to;
 };
 
@@ -82,6 +83,7 @@ static run_result read_or_say_why(const std::pair<std::string, std::string> &pla
         run.folder = place.first;
         run.name = place.second;
         run.why_not = error.what();
+        tools::judge_run(run);
         return run;
     }
 }
@@ -179,7 +181,34 @@ static void add_inputs(const std::pair<std::string, std::string> &place,
     }
 }
 
+// The judgement of each fit as JSON on standard output; no file is written.
+static int print_judgements(report_options options) {
+    options.files.quality_before = options.files.hashes = false;
+    const auto places = places_of(options);
+    nlohmann::ordered_json all = nlohmann::ordered_json::array();
+    bool failed = false;
+    for (const auto &place : places) {
+        const run_result run = read_or_say_why(place, options, places.size() == 1);
+        const tools::fit_judgement &judged = run.judgement;
+        failed = failed || judged.status == tools::fit_status::not_fitted;
+        nlohmann::ordered_json one = {{"spectrum", run.name},
+                                      {"status", tools::status_text(judged.status)},
+                                      {"level", tools::level_text(judged.level())},
+                                      {"reason", judged.reason},
+                                      {"findings", nlohmann::ordered_json::array()}};
+        for (const tools::finding &each : judged.findings)
+            one["findings"].push_back({{"kind", tools::finding_text(each.kind)},
+                                       {"level", tools::level_text(each.level)},
+                                       {"text", tools::valid_text(each.text)},
+                                       {"entries", each.entries}});
+        all.push_back(std::move(one));
+    }
+    std::cout << all.dump(2) << '\n';
+    return failed ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+}
+
 static int write_report(const report_options &options) {
+    if (options.judgement) return print_judgements(options);
     if (tools::is_batch(options.folder)) return write_batch(options);
     const auto places = places_of(options);
     const bool alone = places.size() == 1;
@@ -212,7 +241,7 @@ static int write_report(const report_options &options) {
         if (run.fitted)
             for (const std::string &text : options.derive)
                 reported.derived.push_back(tools::derive_area(run, text));
-        if (tools::judge_status(run).status == tools::fit_status::not_fitted) ++failed;
+        if (run.judgement.status == tools::fit_status::not_fitted) ++failed;
         inputs.insert(inputs.end(), run.files_read.begin(), run.files_read.end());
         run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
         page.add(reported);
@@ -286,6 +315,8 @@ int main(int argc, char **argv) {
         ->type_name("N")
         ->check(tools::not_negative_number)
         ->show_default();
+    app.add_flag("--judgement", options.judgement,
+                 "print status and warnings of each fit as JSON, and write nothing");
     app.add_flag("--force", options.force, "replace existing files");
     tools::common_options(app, "  varokel-report run --derive \"PCr/gATP\"",
                           "0 all right, 1 a spectrum was not fitted");

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// judgement.h -- what a reader of a fit should know before its numbers: one judgement for all
+//
+// From values alone, whoever has them: the files of a run, the record of a batch, a fit in storage.
+// A search that judges itself hands on its verdict; its end, its optimum and its residual are then
+// judged by that alone.
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tools {
+
+// Percentages are of one standard deviation, as the field's rule of thumb has them: above 20 % a
+// value is uncertain, above 50 % it is hardly there.
+static constexpr double amber_percent = 20.0, red_percent = 50.0;
+// Root mean square of the residual over the noise. The spread of the noise itself is known to some
+// per cent, so a factor of 1.5 says that signal is left; 3 that the model is another one.
+static constexpr double least_quality = 0.7, amber_quality = 1.5, red_quality = 3.0;
+static constexpr double high_correlation = 0.9;
+
+enum class fit_status {
+    converged,
+    at_limit, // of its iterations, or a random search
+    fitted,   // how the last step ended is not known
+    not_fitted
+};
+const char *status_text(fit_status status);
+const char *status_meaning(fit_status status);
+
+// note: where numbers come from; amber: look before you use them; red: do not use them as they are.
+enum class finding_level { none, note, amber, red };
+const char *level_text(finding_level level); // "none", "note", "amber", "red"
+
+// In the order in which they are said. The words of finding_text are those of the tables.
+enum class finding_kind {
+    undetermined,   // most areas are smaller than their errors
+    files,          // what of the run could not be read
+    not_finished,   // the search stopped before its end
+    several_minima, // of a verdict: other starts end elsewhere
+    moved,          // of a verdict: the end is another one than that of the search
+    noise_unknown,
+    noise_unlike, // real and imaginary part differ
+    misfit,
+    noise_wrong, // the residual is smaller than the noise
+    at_bound,    // of a verdict: a window is active
+    no_bounds,
+    weak_area,
+    negative_area,
+    negative_width,
+    outside,    // of the fitted intervals
+    degenerate, // some parameters cannot be told apart
+    correlated, // areas
+    remark,     // of the fit itself
+    filled,     // with zeros
+    guessed,
+    no_ppm
+};
+const char *finding_text(finding_kind kind);
+const char *finding_meaning(finding_kind kind);
+std::optional<finding_kind> finding_of_text(const std::string &word); // nothing for another word
+std::vector<finding_kind> all_findings();
+
+struct finding {
+    finding_kind kind;
+    finding_level level;
+    std::string text;                 // a sentence
+    std::vector<std::size_t> entries; // that it is about, from 0; empty: the whole fit
+};
+
+// What a search says of its own end. No reasons: an optimum.
+struct fit_verdict {
+    std::vector<finding> reasons;
+};
+
+struct judged_entry {
+    static constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+    std::string name;    // as it is shown
+    bool finite = true;  // all results of parameters that its type has
+    bool bounded = true; // all errors of free parameters are finite
+    bool free_area = false;
+    double area = unknown, area_percent = unknown, lorentz_width = unknown;
+    bool inside = true; // its frequency lies in a fitted interval; true where that is not known
+};
+
+struct correlated_pair {
+    std::size_t first, second; // entries
+    double coefficient;
+};
+
+// The last step that fits something.
+struct last_step {
+    bool random = false;
+    int number = 0, limit = 0; // from 1; iterations
+};
+
+// Figures that are not known are not a number.
+struct fit_facts {
+    bool fitted = false;
+    std::string why_not; // for a run without results
+    std::optional<last_step> step;
+    int iterations = 0;
+    int gradients = 0; // of the last step, as the log has them; 0: not known
+    double noise_re = judged_entry::unknown, noise_im = judged_entry::unknown;
+    double quality = judged_entry::unknown;
+    bool has_errors = false, singular = false;
+    std::vector<judged_entry> entries;
+    std::vector<correlated_pair> correlated;
+    std::vector<std::string> files, remarks, guesses; // sentences
+    std::string no_ppm;                               // why there are none; empty: there are
+    long long points = 0, measured = 0;               // 0: not known
+    double error_factor = 1.0;                        // that the errors have in them
+    std::optional<fit_verdict> verdict;
+};
+
+struct fit_judgement {
+    fit_status status = fit_status::not_fitted;
+    std::string reason; // empty for converged
+    std::vector<finding> findings;
+
+    finding_level level() const; // the highest; red without results
+    // "misfit,weak_area"; empty without findings. Of an entry: those that name it.
+    std::string words() const;
+    std::string words_of(std::size_t entry) const;
+};
+
+fit_judgement judge(const fit_facts &facts);
+
+// Whether a frequency lies in one of the intervals, first and last point, with half a point around.
+bool is_inside(const std::vector<std::pair<long long, long long>> &intervals, double point);
+
+} // namespace tools
