@@ -311,7 +311,7 @@
       }));
       if (low > high) return roomAround(all, most);
       const span = high - low; // pale ones too, but one wild value hides nothing
-      const least = low - 0.5 * span, greatest = high + 0.5 * span;
+      const least = low - 0.1 * span, greatest = high + 0.1 * span;
       rows.forEach((row, s) => row.forEach((v, i) => {
         if (v === null || !pale(numbers[i], shown[s])) return;
         const sd = errors[s] && errors[s][i] !== null ? errors[s][i] : 0;
