@@ -90,7 +90,7 @@ true_that "scatter of the areas over their bounds" awk '
     <(awk -F'\t' 'NR == 1 { for (i = 1; i <= NF; i++) c[$i] = i; next } $c["name"] == "right" { print $c["area"], $c["area_error_1sd"] }' filled/results.tsv)
 true_that "it is said in all rows" test "$(column warnings filled/quality.tsv | tr , "\n" | grep -c "^filled$")" -eq 64
 status 0 "$programs/varokel-fit" filled.f32 peaks.txt --points 512 --dwell 0.001 "${about[@]}" --index 7 -o filled_one
-holds err "256 of 512 points were measured, the others are zeros: error bounds here are 1.414 times those of the fit"
+holds err "256 of 512 points were measured, the others are zeros: error bounds here are 1.41 times those of the fit"
 holds filled_one/report.html "256 of 512 points were measured"
 holds filled_one/filled_7.json '"measured_points": 256'
 true_that "tables hold the widened bound, .err that of the fit" awk '

@@ -389,7 +389,7 @@ perl -MJSON::PP -MMIME::Base64 -0ne '
     exists $c->[0]{fit} and die "a fit that was not kept";
     ' batch/overview.html
 true_that 'values and curves of the page' test $? -eq 0
-page_holds batch/overview.html '<span class="badge none">3 converged</span>'
+page_holds batch/overview.html '<span class="badge none">4 converged</span>'
 page_holds batch/overview.html '<span class="badge red">1 converged</span>'
 page_holds batch/overview.html 'misfit, weak area'
 status 4 "$report" batch

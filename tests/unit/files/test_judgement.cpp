@@ -138,6 +138,7 @@ TEST(judgement, a_verdict_stands_in_place_of_what_is_found_here) {
     fit_judgement judged = tools::judge(facts);
     EXPECT_EQ(judged.status, fit_status::converged);
     EXPECT_EQ(judged.words(), "misfit,at_bound");
+    EXPECT_EQ(judged.findings.size(), 2U); // not said twice
     EXPECT_EQ(judged.findings[0].text, "signal is left at 4.7 ppm");
     EXPECT_EQ(judged.words_of(1), "at_bound");
     facts.verdict->reasons = {
