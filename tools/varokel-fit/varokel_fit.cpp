@@ -323,7 +323,10 @@ static int fit(const fit_options &own) {
             run.why_not = unreadable.what();
             tools::judge_run(run);
         }
-        if (!run.fitted && !searches && !planned.why_not.empty()) run.why_not = planned.why_not;
+        if (!run.fitted && !searches && !planned.why_not.empty()) {
+            run.why_not = planned.why_not;
+            tools::judge_run(run);
+        }
         results += tools::results_rows(run);
         quality += tools::quality_row(run);
         const tools::fit_judgement &judged = run.judgement;
