@@ -17,7 +17,7 @@ from varokel import ComplexArray, Fit, FitOptions, Spectrum
 
 DATA = Path(__file__).resolve().parents[2] / "examples" / "p31_brain"
 NAMES = ("bATP", "bATP-", "bATP+", "aATP", "aATP-", "gATP", "gATP-", "UDPG", "NAD", "PCr", "GPC",
-         "GPE", "Pi in", "Pi ex", "PC", "PE")  # fmt: skip
+         "GPE", "Pi_in", "Pi_ex", "PC", "PE")  # fmt: skip
 
 
 def in_phase(spectrum: ComplexArray, fit: Fit) -> ComplexArray:

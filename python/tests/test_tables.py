@@ -27,17 +27,17 @@ def test_a_parameter_matrix_is_five_columns(tmp_path: Path) -> None:
 
 def test_names_stand_on_lines_of_their_own(tmp_path: Path) -> None:
     file = tmp_path / "names.txt"
-    file.write_text("# of start.par\nPCr\n  Pi in \n\ngATP\n")
-    assert varokel.read_names(file) == ("PCr", "Pi in", "gATP")
+    file.write_text("# of start.par\nPCr\n  Pi, inside \n\ngATP\tgamma\n")
+    assert varokel.read_names(file) == ("PCr", "Pi", "gATP")
 
 
 def test_a_results_table_has_texts_numbers_and_a_dictionary(tmp_path: Path) -> None:
     file = tmp_path / "results.tsv"
-    file.write_text("spectrum\tname\tarea\none\t1\t2.5\ntwo\tPi in\tn/a\n")
+    file.write_text("spectrum\tname\tarea\none\t1\t2.5\ntwo\tPi_in\tn/a\n")
     table = varokel.read_results_table(file)
     assert len(table) == 2
     assert table.columns == ("spectrum", "name", "area")
-    assert table.texts("name") == ("1", "Pi in")
+    assert table.texts("name") == ("1", "Pi_in")
     assert table.dictionary == {}
     np.testing.assert_array_equal(table.numbers("area"), [2.5, np.nan])
     with pytest.raises(ValueError, match='column "name"'):

@@ -236,6 +236,9 @@ def entry_names(start: StartFile, names: tuple[str, ...]) -> tuple[str, ...]:
         )
     if len(names) != len(start.entries):
         raise ValueError(f"{len(names)} names for {len(start.entries)} entries")
+    for name in names:  # the first word of a line of names.txt is the name
+        if not name or any(mark in name for mark in " \t,\n"):
+            raise ValueError(f'name "{name}": expected a word without blanks and commas')
     return names
 
 

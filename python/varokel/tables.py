@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import re
 from dataclasses import dataclass, field
 from os import PathLike
 from pathlib import Path
@@ -36,7 +37,9 @@ def read_parameter_matrix(file: str | PathLike[str]) -> FloatArray:
 
 
 def read_names(file: str | PathLike[str]) -> tuple[str, ...]:
-    """Names of the entries (names.txt), one a line; "#" begins a comment line.
+    """Names of the entries (names.txt), the first word of each line; "#" begins a comment line.
+
+    Words end at blanks, tabs and commas, as the programs have it.
 
     Raises FileFormatError, with the line, for a text that is not UTF-8; OSError.
     """
@@ -49,7 +52,7 @@ def read_names(file: str | PathLike[str]) -> tuple[str, ...]:
                 file, number, f"byte {error.start + 1} is no UTF-8; expected names in that encoding"
             ) from None
         if name and not name.startswith("#"):
-            names.append(name)
+            names.append(re.split("[ \t,]", name, maxsplit=1)[0])
     return tuple(names)
 
 

@@ -81,7 +81,8 @@ for file in plain.fid.f32 own_64.nii.gz nifti_*.nii pair.SDAT one.rda jmrui.txt 
     about=(--noise 4:59)
     case $file in
     *.RAW) about+=(--dwell 0.0009765625 --nucleus 1H) ;;
-    columns.txt | plain.fid.f32) about+=(--dwell 0.0009765625 --frequency 123.25 --nucleus 1H) ;;
+    columns.txt) about+=(--dwell 0.0009765625 --frequency 123.25 --nucleus 1H --axis falling) ;; # no JSON says it
+    plain.fid.f32) about+=(--dwell 0.0009765625 --frequency 123.25 --nucleus 1H) ;;
     esac
     status 0 "$import" "$file" -o imported "${about[@]}"
     name=${file%%.*}
