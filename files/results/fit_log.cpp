@@ -1,21 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/results/fit_log.h"
 
+#include "files/base/line_text.h"
+
 #include <algorithm>
 #include <cstdlib>
 
 namespace tools {
-
-static bool says(const std::string &line, const char *text) {
-    return line.find(text) != std::string::npos;
-}
-
-static std::string trimmed(const std::string &text) {
-    const char *const blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return "";
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
 
 static std::vector<std::string> lines_of(std::string_view text) {
     std::vector<std::string> lines;

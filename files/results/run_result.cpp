@@ -2,6 +2,7 @@
 // run_result.cpp -- reads .exl, .mat, .err, signals, log, control files and sidecar of a spectrum
 #include "files/results/run_result.h"
 
+#include "files/base/line_text.h"
 #include "files/base/not_known.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
@@ -55,13 +56,6 @@ static std::vector<std::string> split(const std::string &line, char at) {
             parts.back() += c;
     }
     return parts;
-}
-
-static std::string trimmed(const std::string &text) {
-    const char *const blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return "";
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 static std::vector<std::string> lines_of(const std::string &file) {
@@ -207,10 +201,6 @@ static void read_sidecar(run_result &run) {
     std::ifstream stream(file, std::ios::binary);
     run.sidecar = nlohmann::json::parse(stream, nullptr, false);
     run.files_read.push_back(file);
-}
-
-static bool says(const std::string &line, const char *text) {
-    return line.find(text) != std::string::npos;
 }
 
 // Steps, version and remarks of what the program printed.
