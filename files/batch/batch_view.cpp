@@ -19,7 +19,6 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-
 bool is_batch(const std::string &folder) {
     std::error_code error;
     return fs::is_regular_file(fs::path(folder) / "manifest.json", error);

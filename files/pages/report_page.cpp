@@ -302,8 +302,8 @@ static std::string section_of(const reported_run &reported, std::size_t number, 
                 "Numbers at the components are those of the entries.</figcaption>\n</figure>\n" +
                 data_block(id + "-data", curves_of(run, alone));
     }
-    html += figures_of(run) + notes_of(run) + entries_of(run) + derived_of(reported) + steps_of(run) +
-            provenance_of(run);
+    html += figures_of(run) + notes_of(run) + entries_of(run) + derived_of(reported) +
+            steps_of(run) + provenance_of(run);
     return html + "</section>\n";
 }
 

@@ -139,8 +139,7 @@ void refuse_what_fails(const start_file &start, const std::string &source, fitte
     if (searched && count > most_entries)
         refuse(std::to_string(count) +
                " lines and patterns; expected up to 49 (the exact fit takes more)");
-    if (searched &&
-        quantities * count + static_cast<int>(start.lineshape.size()) > most_parameters)
+    if (searched && quantities * count + static_cast<int>(start.lineshape.size()) > most_parameters)
         refuse("more than 350 parameters; use fewer lines or lineshape coefficients (the exact fit "
                "takes more)");
     if (!is_power_of_two(start.points) || start.points > most_points)

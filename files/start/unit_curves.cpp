@@ -14,7 +14,6 @@
 
 namespace tools {
 
-
 // FID of a line whose frequency [points] is counted from the left edge, 1 at time 0 but for the
 // phase of the delay; widths in points, the Gaussian one divided by 1.67.
 static complex_signal decay(double f, double g, double L, double degrees,

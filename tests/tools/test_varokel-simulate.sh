@@ -90,7 +90,7 @@ done
 
 # The noise of seed 42 by a second way: 64-bit integers of the shell, logarithm of awk.
 mix() {
-    local state=$1 z i
+    local state=$1 z
     for _ in 1 2 3 4 5 6 7 8 9 10 11 12; do
         state=$((state + 0x9e3779b97f4a7c15))
         z=$state

@@ -154,7 +154,8 @@ TEST_F(limits, counts_of_a_file_out_of_step_are_not_judged) {
         EXPECT_EQ(file_corrupt, 1);
     }
     const std::string said = load("version_3 # of today" + text.version_3().substr(9));
-    EXPECT_NE(said.find(two_fatal_lines + "file format error in line 2 to 16 \n"), said.npos) << said;
+    EXPECT_NE(said.find(two_fatal_lines + "file format error in line 2 to 16 \n"), said.npos)
+        << said;
     EXPECT_EQ(said.find("allowed are"), std::string::npos) << said;
 }
 
