@@ -27,10 +27,13 @@ void ranked_cholesky::factor(std::span<const double> matrix, int stride,
         scale_[static_cast<std::size_t>(i)] =
             d > 0.0 && std::isfinite(d) ? 1.0 / std::sqrt(d) : 0.0;
     }
+    const auto nothing = [&](int i) { return scale_[static_cast<std::size_t>(i)] == 0.0; };
     for (int i = 0; i < n; ++i)
         for (int j = 0; j <= i; ++j)
-            at(i, j) = element(i, j) * scale_[static_cast<std::size_t>(i)] *
-                       scale_[static_cast<std::size_t>(j)];
+            at(i, j) = nothing(i) || nothing(j)
+                           ? 0.0 // also where the element is infinite
+                           : element(i, j) * scale_[static_cast<std::size_t>(i)] *
+                                 scale_[static_cast<std::size_t>(j)];
     // row by row; work_ holds what remains of the diagonal
     for (int i = 0; i < n; ++i) work_[static_cast<std::size_t>(i)] = at(i, i);
     rank_ = n;
