@@ -34,8 +34,17 @@ static std::string fault_of_axis(const fit_problem &p) {
     return "";
 }
 
+static bool all_finite(const complex_signal &signal) {
+    return std::all_of(signal.begin(), signal.end(), [](std::complex<double> v) {
+        return std::isfinite(v.real()) && std::isfinite(v.imag());
+    });
+}
+
 static std::string fault_of_shapes(const fit_problem &p) {
     const std::size_t n = static_cast<std::size_t>(p.when.points);
+    if (!all_finite(p.measured_lineshape)) return "the measured lineshape is not finite";
+    for (const complex_signal &pattern : p.patterns)
+        if (!all_finite(pattern)) return "a pattern is not finite";
     if (!p.measured_lineshape.empty() && p.measured_lineshape.size() != n)
         return "the measured lineshape has " + std::to_string(p.measured_lineshape.size()) +
                " points, not " + std::to_string(n);
