@@ -55,8 +55,12 @@ whiteness whiteness_of(const model &of, std::span<const double> residual) {
     const double n = a + b;
     whiteness out = {0.0, 0.0};
     if (n < 20.0 || count.squares == 0.0) return out;
-    const double expected = 2.0 * a * b / n + static_cast<double>(stretches);
-    const double variance = 2.0 * a * b * (2.0 * a * b - n) / (n * n * (n - 1.0));
+    // of two neighbours in a stretch, 2 a b / (n (n - 1)) differ in sign
+    const double neighbours = n - static_cast<double>(stretches);
+    const double expected =
+        static_cast<double>(stretches) + neighbours * 2.0 * a * b / (n * (n - 1.0));
+    const double variance =
+        2.0 * a * b * (2.0 * a * b - n) / (n * n * (n - 1.0)) * neighbours / (n - 1.0);
     if (variance > 0.0)
         out.runs = (expected - static_cast<double>(count.runs)) / std::sqrt(variance);
     const double pairs = static_cast<double>(count.pairs);

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "engine/verdict.h"
+
+#include "support/engine_problem.h"
+#include "support/support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+using engine::finding;
+using engine::verdict_limits;
+
+namespace {
+// A fit that nothing is to be said against, to be spoilt in one way.
+struct example {
+    engine::fit_problem problem;
+    engine::minimum found;
+    std::vector<double> residual, start;
+
+    explicit example(std::uint64_t seed = 1) {
+        problem = support::problem_with_lines(256, {{5, 100, 3}, {2, 150, 5}}, 0.05, seed);
+        const auto model = engine::model::make(problem);
+        engine::model_workspace ws;
+        ws.prepare(*model);
+        engine::searcher searcher;
+        found = searcher.run(*model, ws, model->starts(), {});
+        start = model->starts();
+        ws.linearize(*model, found.x);
+        residual.assign(ws.residual().begin(), ws.residual().end());
+    }
+    engine::verdict judged() const {
+        const auto model = engine::model::make(problem);
+        engine::model_workspace ws;
+        ws.prepare(*model);
+        ws.linearize(*model, found.x);
+        const engine::entry_covariance covariance(*model, found.x, ws.products(), found.at_bound);
+        return judge(*model, found, covariance, residual, start);
+    }
+    double degrees() const { return 512.0 - 6.0; }
+};
+} // namespace
+
+TEST(verdict, a_fit_that_ended_in_noise_is_the_optimum) {
+    const auto judged = example().judged();
+    EXPECT_EQ(judged.what, finding::optimum);
+    EXPECT_TRUE(judged.reasons.empty());
+}
+
+TEST(verdict, names_are_those_of_the_table) {
+    EXPECT_STREQ(name_of(finding::optimum), "optimum");
+    EXPECT_STREQ(name_of(finding::not_finished), "not_finished");
+    EXPECT_STREQ(name_of(finding::several_minima), "several_minima");
+    EXPECT_STREQ(name_of(finding::at_bound), "at_bound");
+}
+
+TEST(verdict, not_finished_begins_above_the_expected_decrease_allowed) {
+    example e;
+    e.found.expected_decrease = 0.999 * verdict_limits::expected_decrease;
+    EXPECT_EQ(e.judged().what, finding::optimum);
+    e.found.expected_decrease = 1.001 * verdict_limits::expected_decrease;
+    EXPECT_EQ(e.judged().what, finding::not_finished);
+    EXPECT_EQ(e.judged().reasons[0].number, e.found.expected_decrease);
+    e.found.expected_decrease = std::nan("");
+    EXPECT_EQ(e.judged().what, finding::not_finished);
+}
+
+TEST(verdict, what_rounding_leaves_is_allowed_only_where_rounding_ended_the_search) {
+    example e;
+    e.found.expected_decrease = 1e-3;
+    e.found.sum_of_squares = 1.0e9;
+    e.found.end = engine::search_end::at_rounding;
+    const auto rounded = e.judged();
+    EXPECT_TRUE(std::none_of(rounded.reasons.begin(), rounded.reasons.end(), [](const auto &r) {
+        return r.what == finding::not_finished;
+    }));
+    e.found.end = engine::search_end::at_minimum;
+    EXPECT_EQ(e.judged().what, finding::not_finished);
+}
+
+TEST(verdict, quality_limits_on_both_sides) {
+    const auto at_quality = [](double quality) {
+        example e;
+        e.found.sum_of_squares = quality * quality * e.degrees();
+        return e.judged().what;
+    };
+    EXPECT_EQ(at_quality(1.499), finding::optimum);
+    EXPECT_EQ(at_quality(1.501), finding::misfit);
+    EXPECT_EQ(at_quality(1e300), finding::misfit);
+    EXPECT_EQ(at_quality(0.701), finding::optimum);
+    EXPECT_EQ(at_quality(0.699), finding::noise_wrong);
+    EXPECT_EQ(at_quality(0.0), finding::noise_wrong);
+    EXPECT_EQ(at_quality(std::nan("")), finding::misfit);
+}
+
+TEST(verdict, pressed_parameters_are_named_by_entry) {
+    example e;
+    e.found.at_bound[5] = -1;
+    const auto judged = e.judged();
+    EXPECT_EQ(judged.what, finding::at_bound);
+    EXPECT_EQ(judged.reasons[0].entries, std::vector<int>{1});
+    EXPECT_EQ(judged.reasons[0].number, 1.0);
+}
+
+TEST(verdict, lines_that_changed_places_are_named) {
+    example e;
+    std::swap(e.start[1], e.start[4]); // given the other way round
+    const auto judged = e.judged();
+    EXPECT_EQ(judged.what, finding::moved);
+    EXPECT_EQ(judged.reasons[0].entries, (std::vector<int>{0, 1}));
+}
+
+TEST(verdict, a_line_outside_of_what_is_fitted_is_named) {
+    example e;
+    e.problem.intervals = {{0, 130}};
+    e.residual.resize(264); // 2 x 131 values, padded
+    const auto judged = e.judged();
+    ASSERT_FALSE(judged.reasons.empty());
+    EXPECT_TRUE(std::any_of(judged.reasons.begin(), judged.reasons.end(), [](const auto &r) {
+        return r.what == finding::moved && r.entries == std::vector<int>{1};
+    }));
+}
+
+TEST(verdict, the_weightiest_reason_is_the_verdict_and_all_are_kept) {
+    example e;
+    e.found.at_bound[0] = 1;
+    e.found.expected_decrease = 5.0;
+    e.found.sum_of_squares = 1e6;
+    const auto judged = e.judged();
+    EXPECT_EQ(judged.what, finding::not_finished);
+    EXPECT_EQ(judged.reasons.size(), 3u);
+}
+
+TEST(verdict, other_minima_are_joined_into_one_reason) {
+    engine::verdict judged;
+    engine::add_minimum(judged, 3.0, {2, 0});
+    engine::add_minimum(judged, 1.5, {0, 5});
+    EXPECT_EQ(judged.what, finding::several_minima);
+    ASSERT_EQ(judged.reasons.size(), 1u);
+    EXPECT_EQ(judged.reasons[0].number, 1.5);
+    EXPECT_EQ(judged.reasons[0].entries, (std::vector<int>{0, 2, 5}));
+}
+
+// Both figures are normal with mean 0 and standard deviation 1 for white noise.
+TEST(whiteness, of_white_noise_is_standard_normal) {
+    for (const bool in_parts : {false, true}) {
+        engine::fit_problem problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+        if (in_parts) problem.intervals = {{0, 40}, {60, 130}, {150, 255}};
+        const auto model = engine::model::make(problem);
+        ASSERT_TRUE(model);
+        support::random_numbers random(41);
+        const int trials = 2000;
+        double sums[4] = {};
+        std::vector<double> residual(512);
+        for (int t = 0; t < trials; ++t) {
+            for (double &r : residual) r = random.normal();
+            const auto w = whiteness_of(*model, residual);
+            sums[0] += w.runs / trials;
+            sums[1] += w.runs * w.runs / trials;
+            sums[2] += w.lag_1 / trials;
+            sums[3] += w.lag_1 * w.lag_1 / trials;
+        }
+        // means scatter by 0.022, mean squares by 0.032: four of them; stretches add a little
+        EXPECT_NEAR(sums[0], 0.0, 0.09);
+        EXPECT_NEAR(sums[1], 1.0, 0.13);
+        EXPECT_NEAR(sums[2], 0.0, 0.09);
+        EXPECT_NEAR(sums[3], 1.0, 0.13);
+    }
+}
+
+TEST(whiteness, of_a_residual_in_waves_is_large_and_of_an_alternating_one_negative) {
+    const auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+    const auto model = engine::model::make(problem);
+    std::vector<double> waves(512), teeth(512);
+    for (std::size_t i = 0; i < 512; ++i) {
+        waves[i] = std::sin(0.1 * static_cast<double>(i));
+        teeth[i] = i % 2 == 0 ? 1.0 : -1.0;
+    }
+    const auto w = whiteness_of(*model, waves), t = whiteness_of(*model, teeth);
+    EXPECT_GT(w.runs, verdict_limits::whiteness);
+    EXPECT_GT(w.lag_1, verdict_limits::whiteness);
+    EXPECT_LT(t.runs, -verdict_limits::whiteness);
+    EXPECT_LT(t.lag_1, -verdict_limits::whiteness);
+}
+
+TEST(whiteness, of_few_values_and_of_zeros_says_nothing) {
+    auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+    problem.intervals = {{100, 108}};
+    const auto model = engine::model::make(problem);
+    const auto few = whiteness_of(*model, std::vector<double>(24, 1.0));
+    EXPECT_EQ(few.runs, 0.0);
+    EXPECT_EQ(few.lag_1, 0.0);
+    const auto all = engine::model::make(support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1));
+    const auto zero = whiteness_of(*all, std::vector<double>(512, 0.0));
+    EXPECT_EQ(zero.runs, 0.0);
+    EXPECT_EQ(zero.lag_1, 0.0);
+}
+
+TEST(quality, counts_what_a_cut_decay_tells) {
+    auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+    EXPECT_DOUBLE_EQ(quality_of(*engine::model::make(problem), 509.0), 1.0); // 512 values - 3
+    problem.when.kept = 128;
+    EXPECT_DOUBLE_EQ(quality_of(*engine::model::make(problem), 253.0), 1.0); // 256 - 3
+    problem.part = engine::channel::absorption;
+    EXPECT_DOUBLE_EQ(quality_of(*engine::model::make(problem), 125.0), 1.0);
+}
