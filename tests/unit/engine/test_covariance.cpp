@@ -129,7 +129,8 @@ TEST(covariance, of_one_line_is_what_the_sums_over_its_decay_say) {
     const double det = static_cast<double>(s[0] * s[2] - s[1] * s[1]);
     const double unit = noise * std::sqrt(static_cast<double>(n));
     const double root = unit / std::sqrt(det), pi = std::numbers::pi;
-    const double s0 = std::sqrt(static_cast<double>(s[0])), s2 = std::sqrt(static_cast<double>(s[2]));
+    const double s0 = std::sqrt(static_cast<double>(s[0])),
+                 s2 = std::sqrt(static_cast<double>(s[2]));
     EXPECT_NEAR(got.error(0, engine::area), root * s2, 1e-9 * root * s2);
     EXPECT_NEAR(got.error(0, engine::phase), 180.0 / pi * root * s2 / area, 1e-9 * root * s2 * 12);
     EXPECT_NEAR(got.error(0, engine::lorentz_width), root * s0 * n / (pi * area),
@@ -149,7 +150,8 @@ TEST(covariance, followers_have_the_error_of_what_they_follow_times_the_factor) 
     ASSERT_TRUE(model);
     const auto got = covariance_at_start(*model);
     EXPECT_DOUBLE_EQ(got.error(1, engine::area), 0.4 * got.error(0, engine::area));
-    EXPECT_DOUBLE_EQ(got.of(0, engine::area, 1, engine::area), -0.4 * got.variance(0, engine::area));
+    EXPECT_DOUBLE_EQ(got.of(0, engine::area, 1, engine::area),
+                     -0.4 * got.variance(0, engine::area));
     EXPECT_EQ(got.error(0, engine::phase), 0.0); // fixed
 }
 

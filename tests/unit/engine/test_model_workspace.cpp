@@ -83,8 +83,8 @@ TEST(model_workspace, sum_of_squares_and_residual_equal_the_definition) {
         ASSERT_TRUE(model);
         engine::model_workspace ws;
         ws.prepare(*model);
-        const definition::signal y = definition::model(
-            definition::linked(definition::widened(par, npar + 2 * lsf_coefs)));
+        const definition::signal y =
+            definition::model(definition::linked(definition::widened(par, npar + 2 * lsf_coefs)));
         const real wanted = definition::chi_square(y) / (static_cast<real>(sigma) * sigma);
         const double got = ws.chi_square(*model, model->starts());
         EXPECT_NEAR(got, static_cast<double>(wanted), 1e-11 * static_cast<double>(wanted)) << trial;
@@ -120,7 +120,8 @@ TEST(model_workspace, jacobian_and_products_equal_the_definition) {
             const int i = support::index_in_par(column);
             wanted.push_back(rows_of(definition::derivative(x, i)));
             // by the square of a width: d/dg / (2 g)
-            const real unit = column.squared ? 1.0L / (2.0L * x[static_cast<std::size_t>(i)]) : 1.0L;
+            const real unit =
+                column.squared ? 1.0L / (2.0L * x[static_cast<std::size_t>(i)]) : 1.0L;
             real largest = 0.0L;
             for (real &v : wanted.back()) {
                 v *= unit / sigma;
@@ -140,7 +141,8 @@ TEST(model_workspace, jacobian_and_products_equal_the_definition) {
                 const bool residual = b == n;
                 if (!residual && b >= wanted.size()) continue;
                 for (std::size_t r = 0; r < wanted[a].size(); ++r) {
-                    const real other = residual ? static_cast<real>(ws.residual()[r]) : wanted[b][r];
+                    const real other =
+                        residual ? static_cast<real>(ws.residual()[r]) : wanted[b][r];
                     sum += wanted[a][r] * other;
                     size += std::fabs(wanted[a][r] * other);
                 }
@@ -211,7 +213,10 @@ TEST(model_workspace, curvature_equals_central_differences_of_the_gradient) {
                 std::vector<double> there = x;
                 there[b] += side * h;
                 moved.linearize(*model, there);
-                const double weight = (side == 1 ? 8.0 : side == -1 ? -8.0 : side == 2 ? -1.0 : 1.0);
+                const double weight = (side == 1    ? 8.0
+                                       : side == -1 ? -8.0
+                                       : side == 2  ? -1.0
+                                                    : 1.0);
                 for (std::size_t a = 0; a < n; ++a)
                     slope[a] += weight * moved.products()[n * (n + 1) + a] / (12.0 * h);
             }
@@ -272,7 +277,7 @@ TEST(model_workspace, broadened_data_and_model_have_the_width_added) {
     const auto made = ws.spectrum(*model, x);
     for (std::size_t i = 0; i < made.size(); ++i)
         EXPECT_LE(std::abs(made[i] - broad.spectrum[i]), 1e-5) << i; // its noise
-    EXPECT_LT(ws.chi_square(*model, x), 1000.0);                      // 512 values of noise
+    EXPECT_LT(ws.chi_square(*model, x), 1000.0);                     // 512 values of noise
     ws.broaden(*model, 0.0);
     EXPECT_LT(ws.chi_square(*model, x), 1000.0);
 }

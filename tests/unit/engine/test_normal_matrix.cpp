@@ -69,7 +69,8 @@ TEST(ranked_cholesky, inverse_times_matrix_is_one_in_any_units) {
                           inverse[static_cast<std::size_t>(j * n + i)]);
                 double sum = 0.0;
                 for (int k = 0; k < n; ++k)
-                    sum += a[static_cast<std::size_t>(i * n + k)] / unit[static_cast<std::size_t>(i)] *
+                    sum += a[static_cast<std::size_t>(i * n + k)] /
+                           unit[static_cast<std::size_t>(i)] *
                            (inverse[static_cast<std::size_t>(k * n + j)] *
                             unit[static_cast<std::size_t>(j)]);
                 // rounding times the condition of a random matrix of three times as many rows

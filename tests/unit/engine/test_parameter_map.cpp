@@ -82,7 +82,8 @@ TEST(parameter_map, a_gaussian_width_of_the_other_sign_is_the_same_line) {
 }
 
 TEST(parameter_map, chains_of_links_end_at_the_free_parameter) {
-    std::vector<entry> entries = {voigt(4, 10, 1, 0, 1), voigt(1, 0, 1, 0, 1), voigt(1, 0, 1, 0, 1)};
+    std::vector<entry> entries = {voigt(4, 10, 1, 0, 1), voigt(1, 0, 1, 0, 1),
+                                  voigt(1, 0, 1, 0, 1)};
     tie(entries[2], engine::frequency, 1, 2.0, 5.0);
     tie(entries[1], engine::frequency, 0, 3.0, -1.0);
     const auto map = parameter_map::make(entries);
@@ -122,7 +123,7 @@ TEST(parameter_map, windows_of_followers_narrow_that_of_the_free_one) {
     entries[0].of[engine::frequency].lower = 0.0;
     entries[0].of[engine::frequency].upper = 100.0;
     tie(entries[1], engine::frequency, 0, -2.0, 30.0);
-    entries[1].of[engine::frequency].lower = 4.0; // -2 x + 30 >= 4: x <= 13
+    entries[1].of[engine::frequency].lower = 4.0;  // -2 x + 30 >= 4: x <= 13
     entries[1].of[engine::frequency].upper = 18.0; // x >= 6
     const auto map = parameter_map::make(entries);
     ASSERT_TRUE(map);
@@ -198,13 +199,15 @@ TEST(parameter_map, refusals_name_entry_and_parameter) {
     line.type = line_type::lorentzian;
     bad = good;
     tie(bad, engine::gauss_width, 0, 1.0, 0.0);
-    EXPECT_EQ(refusal({line, bad}, 1), "Gaussian width follows a width that the other line type has not");
+    EXPECT_EQ(refusal({line, bad}, 1),
+              "Gaussian width follows a width that the other line type has not");
     bad = good;
     tie(bad, engine::area, 0, 1.0, 0.0);
     bad.of[engine::area].lower = 8.0;
     entry narrow = good;
     narrow.of[engine::area].upper = 7.0;
-    EXPECT_EQ(refusal({narrow, bad}, 0), "area has a window that leaves nothing to those that follow it");
+    EXPECT_EQ(refusal({narrow, bad}, 0),
+              "area has a window that leaves nothing to those that follow it");
 }
 
 TEST(parameter_map, windows_that_leave_no_width_above_zero_are_refused) {

@@ -198,8 +198,8 @@ TEST(search, the_limit_of_linearizations_holds) {
 TEST(search, never_ends_above_its_start) {
     support::random_numbers random(31);
     for (int trial = 0; trial < 50; ++trial) {
-        auto problem = support::problem_with_lines(
-            128, {{5, 40, 3}, {2, 50, 5}, {3, 90, 8}}, 0.05, static_cast<std::uint64_t>(trial));
+        auto problem = support::problem_with_lines(128, {{5, 40, 3}, {2, 50, 5}, {3, 90, 8}}, 0.05,
+                                                   static_cast<std::uint64_t>(trial));
         for (engine::entry &e : problem.entries)
             for (engine::parameter &p : e.of) p.start *= random.uniform(0.5, 1.6);
         const auto model = engine::model::make(problem);
@@ -230,6 +230,7 @@ TEST(search, ends_at_the_same_place_in_any_units) {
         }
         EXPECT_EQ(found.linearizations, steps) << unit;
         for (std::size_t c = 0; c < wanted.size(); ++c)
-            EXPECT_NEAR(found.x[c] / (c % 3 == 0 ? unit : 1.0), wanted[c], 1e-9 * wanted[c]) << unit;
+            EXPECT_NEAR(found.x[c] / (c % 3 == 0 ? unit : 1.0), wanted[c], 1e-9 * wanted[c])
+                << unit;
     }
 }

@@ -72,9 +72,8 @@ TEST(verdict, what_rounding_leaves_is_allowed_only_where_rounding_ended_the_sear
     e.found.sum_of_squares = 1.0e9;
     e.found.end = engine::search_end::at_rounding;
     const auto rounded = e.judged();
-    EXPECT_TRUE(std::none_of(rounded.reasons.begin(), rounded.reasons.end(), [](const auto &r) {
-        return r.what == finding::not_finished;
-    }));
+    EXPECT_TRUE(std::none_of(rounded.reasons.begin(), rounded.reasons.end(),
+                             [](const auto &r) { return r.what == finding::not_finished; }));
     e.found.end = engine::search_end::at_minimum;
     EXPECT_EQ(e.judged().what, finding::not_finished);
 }
