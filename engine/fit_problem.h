@@ -67,9 +67,9 @@ struct fit_problem {
     std::vector<entry> entries;
     std::vector<interval> intervals; // fitted points; none: all
     channel part = channel::both;
-    double noise_sd = 0.0;                       // per channel [signal]
-    std::vector<complex_signal> patterns;        // decays of `points` values, |first| = 1
-    complex_signal measured_lineshape;           // decay that multiplies every curve; empty: none
+    double noise_sd = 0.0;                // per channel [signal]
+    std::vector<complex_signal> patterns; // decays of `points` values; an area is a factor of them
+    complex_signal measured_lineshape;    // decay that multiplies every curve; empty: none
     std::vector<std::complex<double>> lineshape; // coefficients of the fitted lineshape, middle one
                                                  // at frequency 0; empty: none
     bool lineshape_free = false;

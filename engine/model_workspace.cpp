@@ -536,7 +536,7 @@ struct time_factor {
 };
 } // namespace
 
-static time_factor time_factor_of(quantity q, const affine &by, bool squared, double g, double N) {
+static time_factor time_factor_of(quantity q, const affine &by, bool squared, double g) {
     switch (q) {
     case area:
         return {by.factor, 0};
@@ -549,7 +549,6 @@ static time_factor time_factor_of(quantity q, const affine &by, bool squared, do
     default:
         break;
     }
-    (void)N;
     return {squared ? -pi * pi * by.factor * by.factor : -2.0 * pi * pi * g * by.factor, 2};
 }
 
@@ -568,14 +567,14 @@ void model_workspace::add_curvature(const model &of) {
             const affine &by_a = of.map_.of(k, static_cast<quantity>(a));
             if (by_a.column < 0) continue;
             const bool squared = of.map_.at(by_a.column).squared;
-            const time_factor first = time_factor_of(static_cast<quantity>(a), by_a, squared,
-                                                     p[gauss_width], of.points());
+            const time_factor first =
+                time_factor_of(static_cast<quantity>(a), by_a, squared, p[gauss_width]);
             for (int b = 0; b <= a; ++b) {
                 const affine &by_b = of.map_.of(k, static_cast<quantity>(b));
                 if (by_b.column < 0 || (a == area && b == area)) continue;
                 const time_factor second =
                     time_factor_of(static_cast<quantity>(b), by_b, of.map_.at(by_b.column).squared,
-                                   p[gauss_width], of.points());
+                                   p[gauss_width]);
                 const double scale = b == area ? 1.0 : p[area];
                 double value =
                     product(scale * first.factor * second.factor, first.power + second.power);
