@@ -47,6 +47,7 @@ try() { # NAME SHELL-TEXT REASON OPTIONS...
 try silent 'exit 0' 'its .mat is missing or not whole: it printed nothing'
 try refusing 'echo "* Spectrum is not fitted *"; exit 0' 'not fitted: Spectrum is not fitted'
 try dying 'kill -SEGV $$' 'died of signal 11'
+try ended 'kill -TERM $$' 'died of signal 15'
 try failing 'echo "no such luck"; exit 255' 'ended with exit status 255: no such luck'
 try hanging 'sleep 60; exit 0' 'no end within the limit of 0.5 s' --limit 0.5
 try cut "$programs/varokel \"\$@\"; head -c 60 spectrum.mat >m; mv m spectrum.mat; exit 0" \
@@ -55,6 +56,14 @@ try unfinished "$programs/varokel \"\$@\"; head -n 20 spectrum.fitres >m; mv m s
     'its .fitres is missing or not whole'
 try infinite "$programs/varokel \"\$@\"; sed 's/^[^\\t]*/NAN/' spectrum.mat >m; mv m spectrum.mat; exit 0" \
     'its results are no finite numbers'
+
+# a fit that was ended from outside once begins again, and nobody sees a difference
+faulty ended_once "[ -e $PWD/was_ended ] || { touch $PWD/was_ended; kill -KILL \$\$; }"
+cp -r plan once
+status 0 "$batch" run once --varokel ./ended_once -j 2
+true_that "it was ended" test -e was_ended
+status 0 "$batch" merge once
+true_that "the same table" cmp good/results.tsv once/results.tsv
 
 # --force begins anew, but not under the feet of a run
 printf '#!/bin/sh\nwhile [ ! -e %s ]; do sleep 0.05; done\nexec %s "$@"\n' "$PWD/go_on" "$programs/varokel" >waiting
@@ -161,4 +170,15 @@ kill -INT $process
 wait $process
 true_that "status 130" test $? -eq 130
 goes_on stopped
+# a whole job is ended process by process, the fits first
+cp -r plan job
+"$batch" run job --varokel ./slow -j 2 >out 2>err &
+process=$!
+sleep 0.3
+xargs kill -TERM <"/proc/$process/task/$process/children"
+sleep 0.05
+kill -TERM $process
+wait $process
+true_that "status 143" test $? -eq 143
+goes_on job
 finish

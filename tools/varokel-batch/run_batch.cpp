@@ -210,7 +210,9 @@ struct running_fit {
     std::size_t task = 0;
     std::string folder;
     steady::time_point begun;
+    std::string start_text;
     bool killed = false;
+    bool second_try = false; // the first was ended from outside
     // quality of the neighbour whose values it began with; not a number with the common ones
     double quality_of_seed = not_measured;
     std::shared_ptr<harvest> before; // from a neighbour, when this is the second try
@@ -382,6 +384,7 @@ void fit_pool::start(active_block &block, std::size_t task) {
 }
 
 void fit_pool::launch(running_fit fit, const std::string &spectrum, const std::string &start) {
+    fit.start_text = start;
     try {
         prepare_fit(setting_, fit.folder, spectrum, start);
         fit.begun = steady::now();
@@ -412,7 +415,26 @@ void fit_pool::finish(active_block &block, std::size_t task, const fit_record &r
     std::erase_if(blocks_, [&](const auto &each) { return each.get() == &block; });
 }
 
+// Whoever ends a whole job sends these to each of its processes, and a fit may die of them before
+// the batch hears of it.
+static bool was_ended_from_outside(int wait_status) {
+    if (!WIFSIGNALED(wait_status)) return false;
+    const int number = WTERMSIG(wait_status);
+    return number == SIGHUP || number == SIGINT || number == SIGTERM || number == SIGKILL;
+}
+
 void fit_pool::take(running_fit &fit, int wait_status) {
+    // Such an end says nothing about the spectrum: the fit begins once more, and the journal takes
+    // no failure that --resume would keep when the batch itself ends the next moment.
+    if (was_ended_from_outside(wait_status) && !fit.killed && !fit.second_try) {
+        close(fit.log);
+        remove_fit(fit.folder);
+        fit.second_try = true;
+        const std::string start = fit.start_text;
+        const std::string &spectrum = spectra_.read(fit.block->spectra[fit.task]);
+        launch(std::move(fit), spectrum, start);
+        return;
+    }
     harvest found = harvest_fit(setting_, fit.folder, fit.log, fit.block->lines[fit.task],
                                 wait_status, fit.killed ? options_.limit : 0.0, plan_.keep > 0);
     remove_fit(fit.folder);
