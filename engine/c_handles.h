@@ -5,6 +5,8 @@
 #include "engine/optimum.h"
 #include "engine/varokel.h"
 
+#include "kernel/line_width.h"
+
 #include <array>
 #include <exception>
 #include <new>
@@ -46,7 +48,7 @@ namespace engine {
 // A unit of the engine in those of varokel.h.
 inline double unit_of(int q, double hz_per_point) {
     if (q == frequency || q == lorentz_width) return hz_per_point;
-    return q == gauss_width ? gauss_fwhm_per_width * hz_per_point : 1.0;
+    return q == gauss_width ? kernel::gauss_fwhm_per_width * hz_per_point : 1.0;
 }
 
 // Runs a body that returns a status. Nothing that it throws comes through; the text of what it

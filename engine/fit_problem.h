@@ -54,9 +54,6 @@ struct interval {
     int first, last; // points, both included
 };
 
-// 2 sqrt(ln 2) = 1.665 rounded up. Files of earlier runs hold widths made with 1.67.
-constexpr double gauss_fwhm_per_width = 1.67;
-
 typedef std::vector<std::complex<double>> complex_signal;
 // What the parameters of an entry are, in the order of enum quantity.
 typedef std::array<double, quantities> values_of_entry;

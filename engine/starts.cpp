@@ -2,6 +2,8 @@
 // starts.cpp -- other places to begin a fit from
 #include "engine/starts.h"
 
+#include "kernel/line_width.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -15,7 +17,7 @@ static bool is_frequency(const model &of, int c) {
 // FWHM of the line that a column belongs to [points].
 static double width_of(const model &of, int k, std::span<const double> x) {
     return of.map().value(k, lorentz_width, x) +
-           gauss_fwhm_per_width * of.map().value(k, gauss_width, x);
+           kernel::gauss_fwhm_per_width * of.map().value(k, gauss_width, x);
 }
 
 static double median_width(const model &of, std::span<const double> x) {

@@ -48,7 +48,7 @@ static int passes_of(int bits) {
     return (bits - last_bits) / 2;
 }
 
-bool transform_plan::exists_for(int n) {
+bool transform_plan::exists_for(long long n) {
     return n >= 1 && n <= most_points && (n & (n - 1)) == 0;
 }
 

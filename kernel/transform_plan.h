@@ -18,7 +18,7 @@ class transform_plan {
     static constexpr int most_points = 1 << 24;
 
     // Whether there is a plan for n points: n = 1, 2, 4 ... most_points.
-    static bool exists_for(int n);
+    static bool exists_for(long long n);
     // Doubles that the factors for n points take.
     static long long factor_count(int n);
 

@@ -2,7 +2,6 @@
 #include "files/batch/batch_table.h"
 
 #include "files/base/not_known.h"
-#include "files/spectra/line_width.h"
 #include "files/results/equivalent_signs.h"
 #include "files/results/results_table.h"
 
@@ -74,11 +73,7 @@ batch_table::shown batch_table::parameter(const fit_record &record, std::size_t 
     if (record.state != fit_state::fitted || !is_used(quantity, own.type))
         return {not_known, not_known};
     const std::size_t at = 5 * entry + static_cast<std::size_t>(quantity);
-    double factor = 1.0;
-    if (own.type == pattern_entry && quantity == gauss_of)
-        factor = gauss_fwhm_per_width * hz_per_point_;
-    else if (quantity == lorentz_of && (own.type == pattern_entry || own.type == lorentz_entry))
-        factor = hz_per_point_;
+    const double factor = width_unit(quantity, own.type, hz_per_point_);
     bool any = false;
     for (const double error : record.errors) any = any || error != 0.0;
     const bool fixed =

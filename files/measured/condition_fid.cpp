@@ -2,14 +2,13 @@
 #include "files/measured/condition_fid.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/search_limits.h"
 #include "files/measured/text_items.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace tools {
-
-static constexpr long long most_points = 1LL << 24; // of a signal that a fit takes
 
 long long length_for_fit(const std::string &file, long long points, const std::string &resize) {
     long long below = 1;
@@ -27,10 +26,10 @@ long long length_for_fit(const std::string &file, long long points, const std::s
                              "--resize " + resize + ": expected a power of two, fill or cut");
         length = *asked;
     }
-    if (length > most_points)
+    if (length > search_limits::points)
         throw tool_error(bad_input, file + ": " + std::to_string(length) +
                                         " points; a fit takes up to " +
-                                        std::to_string(most_points));
+                                        std::to_string(search_limits::points));
     if (!is_power_of_two(length)) {
         long long lower = 1;
         while (2 * lower < length) lower *= 2;

@@ -7,6 +7,7 @@
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/point_range.h"
+#include "files/spectra/search_limits.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
 #include "files/measured/open_source.h"
@@ -577,7 +578,6 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
 }
 
 void import_pattern(const input_options &options, const std::string &output) {
-    static constexpr long long most_pattern_points = 4096;
     const std::unique_ptr<spectrum_source> source =
         open_source(options.input, options.format, options.json, options.points);
     const choice chosen = choose_spectra(*source, options.choice);
@@ -585,10 +585,12 @@ void import_pattern(const input_options &options, const std::string &output) {
         throw tool_error(wrong_usage, source->file + ": " + std::to_string(chosen.spectra.size()) +
                                           " spectra chosen; expected one for a pattern");
     const long long n = length_for_fit(source->file, source->points, options.resize);
-    if (n > most_pattern_points)
+    if (n > search_limits::pattern_points)
         throw tool_error(bad_input, source->file + ": " + std::to_string(n) +
-                                        " points, but a pattern holds up to 4096; --resize 4096 "
-                                        "cuts");
+                                        " points, but a pattern holds up to " +
+                                        std::to_string(search_limits::pattern_points) +
+                                        "; --resize " +
+                                        std::to_string(search_limits::pattern_points) + " cuts");
     complex_signal fid = read_fids(*source, chosen.spectra, 0, 1,
                                    static_cast<std::size_t>(std::min(n, source->points)))
                              .front();

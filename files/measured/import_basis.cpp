@@ -5,6 +5,7 @@
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/metadata.h"
+#include "files/spectra/search_limits.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
 #include "files/measured/convert_spectra.h"
@@ -18,9 +19,7 @@
 
 namespace tools {
 
-static constexpr double basis_ppm = 4.65;              // of point 0, by the format
-static constexpr long long most_pattern_points = 4096; // of a pattern
-static constexpr std::size_t most_patterns = 49;       // of a fit
+static constexpr double basis_ppm = 4.65; // of point 0, by the format
 
 // FID of a spectrum in transform order. The format's transforms are scaled by 1/sqrt(n).
 static complex_signal fid_of_basis(const complex_signal &spectrum) {
@@ -125,11 +124,14 @@ static pattern_grid grid_of(const basis_options &options, const basis_header &he
         ppm = basis_ppm;
         warn("guessed ppm at the carrier of the data: 4.65; --ppm-at-carrier sets another");
     }
-    if (!is_power_of_two(*points) || *points > most_pattern_points)
+    if (!is_power_of_two(*points) || *points > search_limits::pattern_points)
         throw tool_error(bad_input, (options.like.empty() ? "--points " : options.like + ": ") +
                                         std::to_string(*points) +
-                                        " points; expected a power of two up to 4096 for "
-                                        "patterns. Import the spectrum with --resize 4096");
+                                        " points; expected a power of two up to " +
+                                        std::to_string(search_limits::pattern_points) +
+                                        " for "
+                                        "patterns. Import the spectrum with --resize " +
+                                        std::to_string(search_limits::pattern_points));
     grid.points = *points;
     grid.dwell_time = *dwell;
     grid.mhz = *mhz;
@@ -196,10 +198,11 @@ void import_basis(const basis_options &options) {
     if (!missing.empty())
         throw tool_error(wrong_usage, options.input + ": holds no " + *missing.begin() +
                                           "; expected names of its metabolites behind --only");
-    if (files.size() > most_patterns)
+    if (files.size() > search_limits::entries)
         throw tool_error(bad_input, options.input + ": " + std::to_string(files.size()) +
-                                        " metabolites, but a fit takes up to 49; choose with "
-                                        "--only");
+                                        " metabolites, but a fit takes up to " +
+                                        std::to_string(search_limits::entries) +
+                                        "; choose with --only");
     nlohmann::ordered_json sidecar;
     sidecar["content"] = "binary patterns: spectra, conjugated and reversed";
     sidecar["points"] = grid->points;

@@ -3,10 +3,11 @@
 #include "files/problem/start_problem.h"
 
 #include "files/base/tool_error.h"
-#include "files/spectra/line_width.h"
 #include "files/start/unit_curves.h"
 
 #include "engine/noise_window.h"
+
+#include "kernel/line_width.h"
 
 #include <cmath>
 #include <filesystem>
@@ -78,7 +79,7 @@ double points_of_unit(int quantity, int type, double hz_per_point) {
     if (quantity == frequency_of) return 1.0 / hz_per_point;
     if (quantity != gauss_of && quantity != lorentz_of) return 1.0;
     const double points = width_unit(quantity, type, hz_per_point) / hz_per_point;
-    return quantity == gauss_of ? points / gauss_fwhm_per_width : points;
+    return quantity == gauss_of ? points / kernel::gauss_fwhm_per_width : points;
 }
 
 engine::fit_problem problem_of(const start_file &start, problem_data data, freedom free) {

@@ -6,12 +6,12 @@
 #include "files/base/not_known.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
-#include "files/spectra/line_width.h"
 #include "files/spectra/signal_file.h"
 #include "files/pictures/spectrum_view.h"
 #include "files/results/equivalent_signs.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
+#include "files/start/start_file.h"
 
 #include "engine/noise_window.h"
 
@@ -29,8 +29,6 @@
 namespace tools {
 
 namespace fs = std::filesystem;
-
-enum : int { gaussian = 1, lorentzian = 2, voigt = 3, pattern = 4 };
 
 double fitted_parameter::percent_1sd() const {
     if (!std::isfinite(error_2sd) || !std::isfinite(value) || error_2sd < 0.0) return not_known;
@@ -88,10 +86,10 @@ static int count_of(const std::string &file, std::size_t line, const std::string
 
 static int type_of(const std::string &file, std::size_t line, const std::string &word) {
     const std::string text = trimmed(word);
-    if (text == "Gaussian") return gaussian;
-    if (text == "Lorentzian") return lorentzian;
-    if (text == "Voigt") return voigt;
-    if (text == "Pattern") return pattern;
+    if (text == "Gaussian") return gauss_entry;
+    if (text == "Lorentzian") return lorentz_entry;
+    if (text == "Voigt") return voigt_entry;
+    if (text == "Pattern") return pattern_entry;
     throw tool_error(bad_input, file + ", line " + std::to_string(line + 1) + ": type \"" + text +
                                     "\"; expected Gaussian, Lorentzian, Voigt or Pattern");
 }
@@ -262,7 +260,7 @@ static void name_entries(run_result &run, const std::string &asked) {
     for (fitted_entry &entry : run.entries) {
         entry.name = "#" + std::to_string(entry.number);
         const int p = entry.number - run.control.lines;
-        if (entry.type == pattern && run.control.read && p >= 1 &&
+        if (entry.type == pattern_entry && run.control.read && p >= 1 &&
             p <= static_cast<int>(run.control.pattern_files.size())) {
             entry.pattern_file = run.control.pattern_files[static_cast<std::size_t>(p - 1)];
             entry.name = fs::path(entry.pattern_file).stem().string();
@@ -290,21 +288,10 @@ static void name_entries(run_result &run, const std::string &asked) {
     run.files_read.push_back(file);
 }
 
-// Factor that turns the number of the result files into the unit that is shown.
-static double unit_factor(int type, std::size_t j, double hz_per_point) {
-    if (type == pattern && j == 2) return gauss_fwhm_per_width * hz_per_point;
-    if (j == 4 && (type == lorentzian || type == pattern)) return hz_per_point;
-    return 1.0;
-}
-
-static bool is_unused(int type, std::size_t j) {
-    return (type == gaussian && j == 4) || (type == lorentzian && j == 2);
-}
-
 static bool all_finite(int type, const parameter_row &row) {
     bool finite = true;
     for (std::size_t j = 0; j < row.size(); ++j)
-        finite = finite && (is_unused(type, j) || std::isfinite(row[j]));
+        finite = finite && (!is_used(static_cast<int>(j), type) || std::isfinite(row[j]));
     return finite;
 }
 
@@ -324,11 +311,12 @@ static void fill_entries(run_result &run, const std::vector<spreadsheet_row> &ro
         for (std::size_t j = 0; j < 5; ++j) {
             fitted_parameter &p = *parameters[j];
             const int link = rows[k].link[j];
-            const double factor = unit_factor(entry.type, j, hz);
+            const int q = static_cast<int>(j);
+            const double factor = width_unit(q, entry.type, hz);
             p.value = values[k][j] * factor;
             p.error_2sd =
                 run.has_errors ? errors[k][j] * factor * run.axis.error_factor() : not_known;
-            if (is_unused(entry.type, j)) {
+            if (!is_used(q, entry.type)) {
                 p.state = parameter_state::unused;
                 p.value = p.error_2sd = not_known;
             } else if (link == entry.number) {
@@ -338,7 +326,7 @@ static void fill_entries(run_result &run, const std::vector<spreadsheet_row> &ro
                 p.state = parameter_state::linked;
                 p.source = link;
                 const auto at = static_cast<std::size_t>(link - 1);
-                const double other = values[at][j] * unit_factor(rows[at].type, j, hz);
+                const double other = values[at][j] * width_unit(q, rows[at].type, hz);
                 p.link_constant = j == 0 ? p.value / other : p.value - other;
             }
         }
@@ -453,7 +441,7 @@ static void place_entries(run_result &run) {
     const double mhz = run.axis.mhz.value_or(not_known);
     for (fitted_entry &entry : run.entries) {
         const double f = entry.frequency.value;
-        const bool is_shift = entry.type == pattern;
+        const bool is_shift = entry.type == pattern_entry;
         entry.hz_from_carrier = is_shift ? f : f - carrier_hz;
         entry.ppm = sense * entry.hz_from_carrier / mhz +
                     (is_shift ? 0.0 : run.axis.ppm_at_carrier.value_or(not_known));

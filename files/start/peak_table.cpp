@@ -3,6 +3,7 @@
 
 #include "files/base/text_file.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/search_limits.h"
 #include "files/start/table_keys.h"
 #include "files/start/table_rows.h"
 #include "files/start/table_scanner.h"
@@ -119,7 +120,9 @@ peak_table parse_peak_table(const std::string &text, const std::string &file) {
         }
         table.rows.push_back(read_row(table, columns, cells, number));
         if (table.rows.size() > most_rows)
-            refuse_at(table, {number, 1}, "more than 4096 rows; a fit takes up to 49");
+            refuse_at(table, {number, 1},
+                      "more than " + std::to_string(most_rows) + " rows; a fit takes up to " +
+                          std::to_string(search_limits::entries));
     }
     if (table.rows.empty())
         refuse_at(table, {},

@@ -3,15 +3,13 @@
 
 #include "files/base/text_file.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/search_limits.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 
 namespace tools {
-
-static constexpr int most_entries_read = 4096;
-static constexpr int most_coefficients = 4096;
 
 // Blank-separated words with their lines.
 class word_reader {
@@ -188,8 +186,8 @@ static start_file read_keyword_format(word_reader &words, bool is_version_3) {
     start.points = keyword_integer(words, "n_pnts");
     start.noise_first = keyword_integer(words, "noistr");
     start.noise_stop = keyword_integer(words, "noistp");
-    const int lines = keyword_count(words, "nLines", most_entries_read);
-    const int coefficients = keyword_count(words, "lsfcfs", most_coefficients);
+    const int lines = keyword_count(words, "nLines", search_limits::stored_patterns);
+    const int coefficients = keyword_count(words, "lsfcfs", search_limits::stored_coefficients);
     words.expect("phi__1");
     start.phi_1 = words.real("phi__1");
     words.expect("Hz_p_p");
@@ -207,7 +205,7 @@ static start_file read_keyword_format(word_reader &words, bool is_version_3) {
     start.ranges = keyword_integer(words, "ranges");
     start.ignored = keyword_integer(words, "ignore");
     int patterns = 0;
-    if (is_version_3) patterns = keyword_count(words, "pattrn", most_entries_read);
+    if (is_version_3) patterns = keyword_count(words, "pattrn", search_limits::stored_patterns);
     make_entries(start, lines, patterns);
     read_pattern_names(words, start);
     words.expect("algor");
@@ -269,13 +267,14 @@ static start_file read_block_format(word_reader &words) {
             start.points = words.integer("points");
             start.noise_first = words.integer("first noise point");
             start.noise_stop = words.integer("end of the noise");
-            const int lines = words.count("lines", most_entries_read);
-            coefficients = words.count("lineshape coefficients", most_coefficients);
+            const int lines = words.count("lines", search_limits::stored_patterns);
+            coefficients =
+                words.count("lineshape coefficients", search_limits::stored_coefficients);
             start.phi_1 = words.real("phi_1");
             start.hz_per_point = words.real("Hz per point");
             start.tolerance = words.real("tolerance");
             start.ignored = words.integer("ignored points");
-            make_entries(start, lines, words.count("patterns", most_entries_read));
+            make_entries(start, lines, words.count("patterns", search_limits::stored_patterns));
             has_sizes = true;
         } else if (word == "varokel_pattern_references") {
             read_pattern_names(words, start);

@@ -2,6 +2,7 @@
 #include "files/start/show_start.h"
 
 #include "files/base/format_text.h"
+#include "files/spectra/search_limits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -103,10 +104,11 @@ std::string explained(const start_result &result, const table_axis &axis) {
     std::string text =
         format("%d lines, %d patterns: %d free parameters (%s)\n", start.lines, start.patterns, sum,
                kinds.c_str()) +
-        format("limits: %d of 49 entries, %d of 350 parameters, %d of 19 steps\n",
-               static_cast<int>(start.entries.size()),
+        format("limits: %d of %d entries, %d of %d parameters, %d of %d steps\n",
+               static_cast<int>(start.entries.size()), search_limits::entries,
                static_cast<int>(quantities * start.entries.size() + start.lineshape.size()),
-               static_cast<int>(start.steps.size())) +
+               search_limits::parameters, static_cast<int>(start.steps.size()),
+               search_limits::steps) +
         format("%d points of %.8g Hz, carrier at point %d", start.points, hz, start.points / 2);
     if (axis.knows_ppm())
         text += format(" (%.5g ppm), ppm %s with the points", axis.ppm_of(axis.carrier_hz()),

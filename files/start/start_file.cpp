@@ -3,23 +3,15 @@
 
 #include "files/base/format_text.h"
 #include "files/base/tool_error.h"
-#include "files/spectra/line_width.h"
-#include "files/spectra/transform.h"
+#include "files/spectra/search_limits.h"
+
+#include "kernel/line_width.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 
 namespace tools {
-
-// 2 sqrt(ln 2), rounded as the fit has it
-static constexpr int most_entries = 49;
-static constexpr int most_parameters = 350;
-static constexpr std::size_t most_steps = 19;
-static constexpr std::size_t most_intervals = 9;
-static constexpr int most_points = 1 << 24;
-static constexpr int most_pattern_points = 4096;
-static constexpr std::size_t longest_pattern_name = 199;
 
 const char *name_of(int quantity) {
     static const char *const names[] = {"area", "frequency", "gauss", "phase", "lorentz"};
@@ -33,7 +25,7 @@ const char *type_name(int type) {
 
 double width_unit(int quantity, int type, double hz_per_point) {
     if (quantity == gauss_of)
-        return type == pattern_entry ? hz_per_point * gauss_fwhm_per_width : 1.0;
+        return type == pattern_entry ? hz_per_point * kernel::gauss_fwhm_per_width : 1.0;
     if (quantity == lorentz_of) return type == voigt_entry ? 1.0 : hz_per_point;
     return 1.0;
 }
@@ -60,8 +52,9 @@ static std::string label(const start_file &start, std::size_t k) {
 
 static void check_strategy(const start_file &start, const auto &refuse) {
     if (start.steps.empty()) refuse("no strategy step; give \"strategy: standard\" or a step");
-    if (start.steps.size() > most_steps)
-        refuse(std::to_string(start.steps.size()) + " strategy steps; expected up to 19");
+    if (start.steps.size() > search_limits::steps)
+        refuse(std::to_string(start.steps.size()) + " strategy steps; expected up to " +
+               std::to_string(search_limits::steps));
     bool after_gradients = false;
     for (std::size_t s = 0; s < start.steps.size(); ++s) {
         const start_step &step = start.steps[s];
@@ -78,8 +71,9 @@ static void check_strategy(const start_file &start, const auto &refuse) {
         if (step.switches[align] < 0 || step.switches[align] > 1)
             refuse(which + "align is " + std::to_string(step.switches[align]) +
                    "; expected 0 or 1");
-        if (step.intervals.size() > most_intervals)
-            refuse(which + std::to_string(step.intervals.size()) + " intervals; expected up to 9");
+        if (step.intervals.size() > search_limits::intervals)
+            refuse(which + std::to_string(step.intervals.size()) + " intervals; expected up to " +
+                   std::to_string(search_limits::intervals));
         long long sum = 0;
         for (const auto &[first, last] : step.intervals) {
             if (first > last || first < 0 || last >= start.points)
@@ -136,17 +130,19 @@ void refuse_what_fails(const start_file &start, const std::string &source, fitte
     const int count = static_cast<int>(start.entries.size());
     if (count < 1) refuse("no lines and no patterns; expected at least one");
     const bool searched = by == fitted_by::search;
-    if (searched && count > most_entries)
-        refuse(std::to_string(count) +
-               " lines and patterns; expected up to 49 (the exact fit takes more)");
-    if (searched && quantities * count + static_cast<int>(start.lineshape.size()) > most_parameters)
-        refuse("more than 350 parameters; use fewer lines or lineshape coefficients (the exact fit "
+    if (searched && count > search_limits::entries)
+        refuse(std::to_string(count) + " lines and patterns; expected up to " +
+               std::to_string(search_limits::entries) + " (the exact fit takes more)");
+    if (searched &&
+        quantities * count + static_cast<int>(start.lineshape.size()) > search_limits::parameters)
+        refuse("more than " + std::to_string(search_limits::parameters) +
+               " parameters; use fewer lines or lineshape coefficients (the exact fit "
                "takes more)");
-    if (!is_power_of_two(start.points) || start.points > most_points)
+    if (!kernel::transform_plan::exists_for(start.points))
         refuse(std::to_string(start.points) + " points; expected a power of two up to 2^24");
-    if (searched && start.patterns > 0 && start.points > most_pattern_points)
-        refuse(std::to_string(start.points) +
-               " points; with patterns at most 4096 (the exact fit takes more)");
+    if (searched && start.patterns > 0 && start.points > search_limits::pattern_points)
+        refuse(std::to_string(start.points) + " points; with patterns at most " +
+               std::to_string(search_limits::pattern_points) + " (the exact fit takes more)");
     if (start.hz_per_point <= 0.0) refuse("Hz per point not above 0");
     if (start.noise_first < 0 || start.noise_first > start.noise_stop)
         refuse("noise window " + std::to_string(start.noise_first) + " to " +
@@ -161,7 +157,8 @@ void refuse_what_fails(const start_file &start, const std::string &source, fitte
                    "; expected 1 to 3 for a line, 4 for a pattern");
         if (!is_pattern) continue;
         const std::string &file = entry.pattern_file;
-        if (file.size() > longest_pattern_name || file.find_first_of(" \t\n") != std::string::npos)
+        if (file.size() > search_limits::pattern_name ||
+            file.find_first_of(" \t\n") != std::string::npos)
             refuse("pattern " + file + ": expected a name of up to 199 characters without blanks");
         if (file.find(".bin") == std::string::npos && file.find(".pat") == std::string::npos)
             refuse("pattern " + file + ": expected a name with .bin or .pat");

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/table_keys.h"
 
+#include "files/spectra/search_limits.h"
+
 #include <initializer_list>
 #include <map>
 
@@ -60,11 +62,12 @@ static table_step read_step(table_scanner &scan, int &times) {
         if (word == "iterations") {
             step.step.switches[iterations] = scan.integer("iterations from 1 up", 1, 1000000);
         } else if (word == "points") {
-            step.step.points = scan.integer("time-domain points from 1 up", 1, 1 << 24);
+            step.step.points =
+                scan.integer("time-domain points from 1 up", 1, search_limits::points);
         } else if (word == "weighting") {
             step.step.switches[weighting] = scan.integer("a weighting type from 1 to 7", 1, 7);
         } else if (word == "times") {
-            times = scan.integer("1 to 19 times", 1, 19);
+            times = scan.integer("1 to 19 times", 1, search_limits::steps);
         } else if (word == "part") {
             table_scanner behind = scan;
             const auto part_of = parts.find(lower_letters(behind.word()));
@@ -74,10 +77,12 @@ static table_step read_step(table_scanner &scan, int &times) {
             step.step.switches[part] = part_of->second;
         } else if (word == "interval") {
             do {
-                const int first = scan.integer("the first point of the interval", 0, 1 << 24);
+                const int first =
+                    scan.integer("the first point of the interval", 0, search_limits::points);
                 if (!scan.take("..")) scan.refuse("\"..\" between two points, as 266..635");
                 step.step.intervals.emplace_back(
-                    first, scan.integer("the last point of the interval", 0, 1 << 24));
+                    first,
+                    scan.integer("the last point of the interval", 0, search_limits::points));
             } while (scan.take(','));
         } else {
             scan.refuse("iterations, points, part, weighting, interval or times before \"=\"");
@@ -107,7 +112,7 @@ static void read_lineshape(table_scanner &scan, peak_table &table, int &coeffici
 
 void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
               const table_place &place) {
-    static constexpr int most = 1 << 24;
+    static constexpr int most = search_limits::points;
     const std::string word = lower_letters(key);
     if (word == "strategy") {
         table.strategy_place = place;

@@ -3,8 +3,9 @@
 #include "files/start/unit_curves.h"
 
 #include "files/base/tool_error.h"
-#include "files/spectra/line_width.h"
 #include "files/spectra/signal_file.h"
+
+#include "kernel/line_width.h"
 
 #include <algorithm>
 #include <charconv>
@@ -50,7 +51,7 @@ complex_signal unit_curve(const start_entry &entry, const complex_signal &patter
                           const curve_settings &settings) {
     const double hz = settings.hz_per_point;
     const double gauss = std::fabs(entry.parameters[gauss_of].value) *
-                         width_unit(gauss_of, entry.type, hz) / (hz * gauss_fwhm_per_width);
+                         width_unit(gauss_of, entry.type, hz) / (hz * kernel::gauss_fwhm_per_width);
     const double lorentz =
         entry.parameters[lorentz_of].value * width_unit(lorentz_of, entry.type, hz) / hz;
     const double f = entry.parameters[frequency_of].value / hz;
@@ -151,7 +152,7 @@ static complex_signal read_text_pattern(const std::string &file, const curve_set
         const double phase = number("zero_phase");
         const double L = gauss ? 0.0 : number("lorentz_width");
         const complex_signal s =
-            decay(frequency / hz, g / (hz * gauss_fwhm_per_width), L / hz, phase, whole);
+            decay(frequency / hz, g / (hz * kernel::gauss_fwhm_per_width), L / hz, phase, whole);
         for (std::size_t k = 0; k < sum.size(); ++k) sum[k] += area * s[k];
     }
     word();

@@ -4,6 +4,7 @@
 #include "control/control_file.h"
 #include "control/limits.h"
 #include "data/scan.h"
+#include "kernel/line_width.h"
 #include "model/units.h"
 #include "run/end_run.h"
 
@@ -266,7 +267,7 @@ static void convert_to_internal_units(const keyword_target &to) {
         divide(p[freq_par], record[freq_par], to.Hz_pp);
         if (gaussian || width1_type == lorentzian_line)
             scale(p[width1_par], record[width1_par], to.T_acq);
-        if (gaussian) divide(p[width1_par], record[width1_par], gauss_fwhm_per_width);
+        if (gaussian) divide(p[width1_par], record[width1_par], kernel::gauss_fwhm_per_width);
         if (record[width2_par].type == voigt_line)
             scale(p[width2_par], record[width2_par], to.T_acq);
     }

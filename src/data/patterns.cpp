@@ -4,6 +4,7 @@
 
 #include "data/ge_io.h"
 #include "data/scan.h"
+#include "kernel/line_width.h"
 #include "model/fft.h"
 #include "model/l_shapes.h"
 #include "model/units.h"
@@ -206,7 +207,7 @@ void interpret_pattern(const int &p, const char (*pat_name)[pattern_name_size], 
         const int no_coefs = 0;
         const double f = record.frequency / (frscl * Hz_pp);
         const double L = record.lorentz_width / Hz_pp;
-        const double g = record.gauss_width / (Hz_pp * gauss_fwhm_per_width);
+        const double g = record.gauss_width / (Hz_pp * kernel::gauss_fwhm_per_width);
         Calculate_td_VoigtCurve(entry, ap, ap, no_ref_line, fit_lsf, no_coefs, record.area, f, g,
                                 record.zero_phase, L, phi_1, curve_re, curve_im, no_ref_re,
                                 no_ref_im, no_lsf_re, no_lsf_im, frscl, nullptr, ignore);

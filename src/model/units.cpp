@@ -5,6 +5,8 @@
 // minimizer means about the same for every parameter.
 #include "model/units.h"
 
+#include "kernel/line_width.h"
+
 static void scale_record(parameter_record &record, double factor) {
     record.value *= factor;
     record.min *= factor;
@@ -35,8 +37,8 @@ int internal_freq_units(const int &nLines, const int &n_patterns, int &npar, dou
             scale_record(record[width1_par], recip);
         }
         if (has_gaussian_width(type)) {
-            p[width1_par] /= gauss_fwhm_per_width;
-            divide_record(record[width1_par], gauss_fwhm_per_width);
+            p[width1_par] /= kernel::gauss_fwhm_per_width;
+            divide_record(record[width1_par], kernel::gauss_fwhm_per_width);
         }
         if (record[width2_par].type == voigt_line) {
             p[width2_par] *= recip;
@@ -66,9 +68,9 @@ void Natural_Frequency(const int &nLines, const int &n_patterns, const double *p
         q[freq_par] *= Hz_pp;
         scale_record(record[freq_par], Hz_pp);
         if (has_gaussian_width(type)) {
-            p[width1_par] *= gauss_fwhm_per_width;
-            q[width1_par] *= gauss_fwhm_per_width;
-            scale_record(record[width1_par], gauss_fwhm_per_width);
+            p[width1_par] *= kernel::gauss_fwhm_per_width;
+            q[width1_par] *= kernel::gauss_fwhm_per_width;
+            scale_record(record[width1_par], kernel::gauss_fwhm_per_width);
         }
         if (has_gaussian_width(type) || type == lorentzian_line) {
             p[width1_par] /= recip;

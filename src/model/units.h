@@ -4,10 +4,6 @@
 
 #include "run/types.h"
 
-// 2 sqrt(ln 2) = 1.665 rounded up: full width at half height over width parameter of a Gaussian.
-// Files of earlier runs hold widths made with 1.67.
-static constexpr double gauss_fwhm_per_width = 1.67;
-
 // Converts par and fixpar in place, sets npar to 5 (nLines + n_patterns) and returns it.
 //
 // Given:

@@ -2,6 +2,8 @@
 // Every limit is met through a file that exceeds it, and through one that just does not.
 #include "control/limits.h"
 #include "control/start_value_file.h"
+#include "files/spectra/search_limits.h"
+#include "run/capacity.h"
 #include "unit/control/control_example.h"
 
 #include <gtest/gtest.h>
@@ -413,4 +415,18 @@ TEST_F(limits, what_is_allowed_leaves_a_file_as_it_is) {
                   "");
         EXPECT_EQ(faulty, before);
     }
+}
+
+// The companions tell beforehand what the fit takes.
+TEST(limits_of_companions, are_those_of_the_fitter) {
+    using namespace tools;
+    EXPECT_EQ(search_limits::points, max_points);
+    EXPECT_EQ(search_limits::pattern_points, max_pattern_points);
+    EXPECT_EQ(search_limits::entries, max_fitted_entries);
+    EXPECT_EQ(search_limits::parameters, max_fitted_parameters);
+    EXPECT_EQ(search_limits::steps, max_steps);
+    EXPECT_EQ(search_limits::intervals, max_intervals);
+    EXPECT_EQ(search_limits::stored_patterns, max_patterns);
+    EXPECT_EQ(search_limits::stored_coefficients, max_lsf_coefs);
+    EXPECT_EQ(search_limits::pattern_name, pattern_name_size - 1);
 }
