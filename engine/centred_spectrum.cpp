@@ -2,13 +2,19 @@
 // centred_spectrum.cpp -- from a free induction decay to the spectrum that is fitted, and back
 #include "engine/centred_spectrum.h"
 
-#include "kernel/transform_plan.h"
-
 #include <algorithm>
+#include <stdexcept>
 
 namespace engine {
 
-complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int points) {
+static kernel::transform_plan plan_for(std::size_t points) {
+    if (points > kernel::transform_plan::most_points)
+        throw std::invalid_argument("a transform needs 1, 2, 4 ... 2^24 points");
+    return kernel::transform_plan(static_cast<int>(points));
+}
+
+complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int points,
+                               double first_point_weight) {
     const kernel::transform_plan plan(points);
     const std::size_t n = static_cast<std::size_t>(points);
     std::vector<double> storage(4 * n, 0.0);
@@ -17,17 +23,23 @@ complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int po
         re[i] = fid[i].real();
         im[i] = fid[i].imag();
     }
-    re[0] *= 0.5;
-    im[0] *= 0.5;
+    re[0] *= first_point_weight;
+    im[0] *= first_point_weight;
     const kernel::split_vector s = plan.transform(re, im, work, work + n, 1.0 / points, true);
     complex_signal out(n);
     for (std::size_t i = 0; i < n; ++i) out[i] = {s.re[i], s.im[i]};
     return out;
 }
 
-complex_signal fid_of_spectrum(std::span<const std::complex<double>> spectrum) {
+complex_signal fid_of_spectrum(std::span<const std::complex<double>> spectrum,
+                               double first_point_weight) {
+    return fid_of_spectrum(plan_for(spectrum.size()), spectrum, first_point_weight);
+}
+
+complex_signal fid_of_spectrum(const kernel::transform_plan &plan,
+                               std::span<const std::complex<double>> spectrum,
+                               double first_point_weight) {
     const std::size_t n = spectrum.size();
-    const kernel::transform_plan plan(static_cast<int>(n));
     std::vector<double> storage(4 * n);
     double *const re = storage.data(), *const im = re + n, *const work = im + n;
     // the transform backward is that of the conjugate, conjugated
@@ -38,7 +50,7 @@ complex_signal fid_of_spectrum(std::span<const std::complex<double>> spectrum) {
     const kernel::split_vector decay = plan.transform(re, im, work, work + n, 1.0, false);
     complex_signal out(n);
     for (std::size_t i = 0; i < n; ++i) out[i] = {decay.re[i], -decay.im[i]};
-    out[0] *= 2.0;
+    out[0] /= first_point_weight;
     return out;
 }
 

@@ -10,16 +10,27 @@
 
 #include "engine/fit_problem.h"
 
+#include "kernel/transform_plan.h"
+
 #include <span>
 
 namespace engine {
 
-// fid      any number of points, cut at `points` or filled with zeros up to it
-// points   a power of two from 2 to 2^24
-// Errors: std::invalid_argument for other numbers of points; std::bad_alloc.
-complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int points);
+// w_0. A stored pattern has whole: the model halves its first point once it is shaped.
+inline constexpr double half = 0.5, whole = 1.0;
 
-// Undoes that.
-complex_signal fid_of_spectrum(std::span<const std::complex<double>> spectrum);
+// fid      any number of points, cut at `points` or filled with zeros up to it
+// points   1, 2, 4 ... 2^24
+// Errors: std::invalid_argument for other numbers of points; std::bad_alloc.
+complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int points,
+                               double first_point_weight = half);
+
+// Undoes that. Errors: the same.
+complex_signal fid_of_spectrum(std::span<const std::complex<double>> spectrum,
+                               double first_point_weight = half);
+// The same with a plan for as many points as the spectrum has.
+complex_signal fid_of_spectrum(const kernel::transform_plan &plan,
+                               std::span<const std::complex<double>> spectrum,
+                               double first_point_weight);
 
 } // namespace engine

@@ -2,6 +2,8 @@
 // model.cpp -- what a fit evaluates again and again, checked and sorted once
 #include "engine/model.h"
 
+#include "engine/centred_spectrum.h"
+
 #include "kernel/elementary.h"
 
 #include <algorithm>
@@ -172,21 +174,13 @@ result<model> model::make(const fit_problem &problem) {
     return m;
 }
 
-// The decay of a centred spectrum: conj(forward(conj)) is the transform backward.
 void model::take_data(const complex_signal &spectrum) {
-    const std::size_t n = spectrum.size();
-    std::vector<double> storage(4 * n);
-    double *const re = storage.data(), *const im = re + n, *const work = im + n;
-    for (std::size_t i = 0; i < n; ++i) { // half a band off, so that the carrier comes first
-        re[i] = spectrum[(i + n / 2) % n].real();
-        im[i] = -spectrum[(i + n / 2) % n].imag();
-    }
-    const kernel::split_vector decay = plan_->transform(re, im, work, work + n, 1.0, false);
-    decay_of_data_.assign(n, 0.0);
-    const std::size_t begin = static_cast<std::size_t>(when_.ignored);
-    const std::size_t end = static_cast<std::size_t>(when_.kept);
-    for (std::size_t i = begin; i < end; ++i) decay_of_data_[i] = {decay.re[i], -decay.im[i]};
-    cut_ = begin > 0 || end < n;
+    decay_of_data_ = fid_of_spectrum(*plan_, spectrum, whole);
+    const auto begin = static_cast<std::ptrdiff_t>(when_.ignored);
+    const auto end = static_cast<std::ptrdiff_t>(when_.kept);
+    std::fill(decay_of_data_.begin(), decay_of_data_.begin() + begin, 0.0);
+    std::fill(decay_of_data_.begin() + end, decay_of_data_.end(), 0.0);
+    cut_ = begin > 0 || end < when_.points;
     spectrum_ = spectrum;
 }
 

@@ -3,6 +3,7 @@
 // of the time
 #include "engine/model.h"
 
+#include "engine/curve.h"
 #include "kernel/decay.h"
 #include "kernel/elementary.h"
 #include "kernel/lanes.h"
@@ -206,22 +207,9 @@ void model_workspace::make_lineshape(const model &of, std::span<const double> x)
 
 // Adds (re + i im) times the curve of entry k with area 1; docs/model.md, equations 1 to 4.
 void model_workspace::add_curve(const model &of, int k, double re, double im, pair_of to) const {
-    const values_of_entry &p = values_[static_cast<std::size_t>(k)];
-    const double N = of.points();
-    const double d = of.when_.first_order_phase / 360.0;
     const bool is_pattern = of.types_[static_cast<std::size_t>(k)] == line_type::pattern;
-    // whole turns are taken off before they are multiplied by 2 pi
-    const double turns = (p[frequency] + 0.5 * N) * d / N + p[phase] / 360.0 - 0.5 * d;
-    const auto [turn_re, turn_im] = kernel::exp_2_pi_i(turns);
-    kernel::decay curve;
-    curve.re = re * turn_re - im * turn_im;
-    curve.im = re * turn_im + im * turn_re;
-    curve.frequency = p[frequency];
-    curve.gauss = pi * pi * p[gauss_width] * p[gauss_width] / (N * N);
-    curve.lorentz = pi * p[lorentz_width] / N + extra_decay_;
-    curve.d = d;
-    curve.points = of.points();
-    curve.half_band = !is_pattern;
+    const kernel::decay curve = decay_of(values_[static_cast<std::size_t>(k)], of.when_, is_pattern,
+                                         {re, im}, extra_decay_);
     kernel::add_decay(curve, of.when_.ignored, of.when_.kept, to.re, to.im);
 }
 
