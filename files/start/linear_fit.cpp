@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/linear_fit.h"
 
+#include "engine/normal_matrix.h"
+
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 namespace tools {
 
-// Added to the diagonal, as a fraction of it: curves that are the same share what there is.
+// Added to the diagonal, as a fraction of it: curves that are the same share what there is. Above
+// what the decomposition takes for lost (1e-10), so that only a curve of zeros is.
 static constexpr double ridge = 1e-9;
 static constexpr double faint_part = 0.01; // of the largest area
 
@@ -32,33 +36,16 @@ std::vector<std::complex<double>> inner_products(const std::vector<complex_signa
 // A curve with a real coefficient: entries with their weights.
 typedef std::vector<std::pair<std::size_t, std::complex<double>>> combined_curve;
 
-// x of the normal equations by the square root of the matrix (A. L. Cholesky).
-static std::vector<double> solve(std::vector<double> a, std::vector<double> x) {
-    const std::size_t m = x.size();
-    for (std::size_t i = 0; i < m; ++i) {
-        a[i * m + i] = a[i * m + i] * (1.0 + ridge);
-        for (std::size_t j = 0; j <= i; ++j) {
-            double sum = a[i * m + j];
-            for (std::size_t k = 0; k < j; ++k) sum -= a[i * m + k] * a[j * m + k];
-            if (i == j)
-                a[i * m + i] = sum > 0.0 ? std::sqrt(sum) : 0.0;
-            else
-                a[i * m + j] = a[j * m + j] > 0.0 ? sum / a[j * m + j] : 0.0;
-        }
-    }
-    const auto divided = [&](double sum, std::size_t i) { // a curve that is 0 gets nothing
-        return a[i * m + i] > 0.0 ? sum / a[i * m + i] : 0.0;
-    };
-    for (std::size_t i = 0; i < m; ++i) {
-        double sum = x[i];
-        for (std::size_t k = 0; k < i; ++k) sum -= a[i * m + k] * x[k];
-        x[i] = divided(sum, i);
-    }
-    for (std::size_t i = m; i-- > 0;) {
-        double sum = x[i];
-        for (std::size_t k = i + 1; k < m; ++k) sum -= a[k * m + i] * x[k];
-        x[i] = divided(sum, i);
-    }
+// x of the normal equations a x = b. A curve that is 0 gets nothing.
+static std::vector<double> solve(std::vector<double> a, const std::vector<double> &b) {
+    const std::size_t m = b.size();
+    for (std::size_t i = 0; i < m; ++i) a[i * m + i] *= 1.0 + ridge;
+    std::vector<int> all(m);
+    std::iota(all.begin(), all.end(), 0);
+    engine::ranked_cholesky cholesky;
+    cholesky.factor(a, static_cast<int>(m), all);
+    std::vector<double> x(m);
+    cholesky.solve(b, x);
     return x;
 }
 
@@ -77,7 +64,7 @@ static std::vector<double> fit(const std::vector<std::complex<double>> &products
         }
         for (const auto &[k, w] : curves[i]) b[i] += (std::conj(w) * overlap[k]).real();
     }
-    return solve(std::move(a), std::move(b));
+    return solve(std::move(a), b);
 }
 
 // Takes curves of known weight out of the data.
