@@ -4,7 +4,7 @@
 #pragma once
 
 #include "files/spectra/metadata.h"
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 #include "files/results/rebuilt_model.h"
 
 #include <map>

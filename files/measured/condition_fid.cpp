@@ -5,6 +5,8 @@
 #include "files/spectra/search_limits.h"
 #include "files/measured/text_items.h"
 
+#include "engine/centred_spectrum.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -30,7 +32,7 @@ long long length_for_fit(const std::string &file, long long points, const std::s
         throw tool_error(bad_input, file + ": " + std::to_string(length) +
                                         " points; a fit takes up to " +
                                         std::to_string(search_limits::points));
-    if (!is_power_of_two(length)) {
+    if (!kernel::transform_plan::exists_for(length)) {
         long long lower = 1;
         while (2 * lower < length) lower *= 2;
         throw tool_error(resize.empty() ? bad_input : wrong_usage,
@@ -56,7 +58,8 @@ double phase_of_first_point(const complex_signal &fid) {
 }
 
 complex_signal binary_pattern(const complex_signal &fid) {
-    const complex_signal spectrum = centred_spectrum(fid, 1.0);
+    const complex_signal spectrum =
+        engine::spectrum_of_fid(fid, static_cast<int>(fid.size()), engine::whole);
     const std::size_t n = spectrum.size();
     complex_signal pattern(n);
     for (std::size_t j = 0; j < n; ++j) pattern[j] = std::conj(spectrum[(n - j) % n]);
@@ -65,14 +68,15 @@ complex_signal binary_pattern(const complex_signal &fid) {
 
 // Frequency [cycles per point] of the strongest point of the magnitude spectrum, with the parabola
 // through it and its neighbours. Filled to four times the length, which keeps the bias of the
-// parabola below a hundredth of a point of the spectrum itself.
+// parabola below a hundredth of a point of the spectrum itself. Of a longer signal the first 2^22
+// points say it.
 static double strongest_frequency(const complex_signal &fid) {
+    const std::size_t most = kernel::transform_plan::most_points / 4;
     std::size_t n = 1;
-    while (n < fid.size()) n *= 2;
+    while (n < std::min(fid.size(), most)) n *= 2;
     n *= 4;
-    complex_signal spectrum = fid;
-    spectrum.resize(n);
-    forward_transform(spectrum);
+    const complex_signal spectrum = engine::spectrum_of_fid(
+        {fid.data(), std::min(fid.size(), most)}, static_cast<int>(n), engine::whole);
     std::size_t top = 0;
     for (std::size_t i = 1; i < n; ++i)
         if (std::norm(spectrum[i]) > std::norm(spectrum[top])) top = i;
@@ -80,9 +84,8 @@ static double strongest_frequency(const complex_signal &fid) {
                  above = std::abs(spectrum[(top + 1) % n]);
     const double bend = below - 2.0 * here + above;
     const double shift = bend < 0.0 ? 0.5 * (below - above) / bend : 0.0;
-    double place = (static_cast<double>(top) + shift) / static_cast<double>(n);
-    if (place >= 0.5) place -= 1.0;
-    return place;
+    const double place = (static_cast<double>(top) + shift) / static_cast<double>(n) - 0.5;
+    return place < -0.5 ? place + 1.0 : place;
 }
 
 measured_lineshape lineshape_of(const complex_signal &water, const std::string &file) {

@@ -2,7 +2,7 @@
 // condition_fid.h -- what is done to an FID before its transform
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 
 #include <optional>
 #include <string>

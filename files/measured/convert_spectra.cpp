@@ -13,6 +13,8 @@
 #include "files/measured/open_source.h"
 #include "files/measured/text_items.h"
 
+#include "engine/centred_spectrum.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -338,8 +340,7 @@ complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measur
     if (conjugated_) conjugate(fid);
     if (eddy != nullptr) correct_eddy_currents(fid, *eddy);
     apply_phase(fid, options_.phase, sidecar);
-    fid.resize(static_cast<std::size_t>(points_));
-    return centred_spectrum(std::move(fid), 0.5);
+    return engine::spectrum_of_fid(fid, static_cast<int>(points_));
 }
 
 void spectrum_conversion::share_noise_window() {

@@ -11,6 +11,8 @@
 #include "files/measured/convert_spectra.h"
 #include "files/measured/text_items.h"
 
+#include "engine/centred_spectrum.h"
+
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -23,12 +25,12 @@ static constexpr double basis_ppm = 4.65; // of point 0, by the format
 
 // FID of a spectrum in transform order. The format's transforms are scaled by 1/sqrt(n).
 static complex_signal fid_of_basis(const complex_signal &spectrum) {
-    // conj(F(conj S)) is the backward transform
-    complex_signal fid = spectrum;
-    conjugate(fid);
-    forward_transform(fid);
+    complex_signal centred = spectrum;
+    std::rotate(centred.begin(), centred.end() - static_cast<std::ptrdiff_t>(centred.size() / 2),
+                centred.end());
+    complex_signal fid = engine::fid_of_spectrum(centred, engine::whole);
     const double scale = 1.0 / std::sqrt(static_cast<double>(fid.size()));
-    for (std::complex<double> &point : fid) point = scale * std::conj(point);
+    for (std::complex<double> &point : fid) point *= scale;
     return fid;
 }
 
@@ -77,15 +79,13 @@ complex_signal fid_on_grid(const complex_signal &spectrum, const basis_header &h
         const double weight = header.dwell_time / grid.dwell_time / ratio;
         complex_signal on_grid(n);
         for (std::size_t i = 0; i < n; ++i) {
-            const double index = static_cast<double>(i) - static_cast<double>(i < n / 2 ? 0 : n);
+            const double index = static_cast<double>(i) - static_cast<double>(n / 2);
             const double hz = index / (grid.dwell_time * static_cast<double>(n));
             const double cycles = (hz - offset) / ratio * header.dwell_time;
             if (std::abs(cycles) <= 0.5) on_grid[i] = weight * sum_at(fid, cycles);
         }
-        conjugate(on_grid);
-        forward_transform(on_grid);
-        for (std::complex<double> &point : on_grid)
-            point = std::conj(point) / static_cast<double>(n);
+        on_grid = engine::fid_of_spectrum(on_grid, engine::whole);
+        for (std::complex<double> &point : on_grid) point /= static_cast<double>(n);
         // the mean of both sides of the jump from the end to the begin
         on_grid.front() = 2.0 * on_grid.front() - at_end;
         fid = std::move(on_grid);
@@ -124,7 +124,7 @@ static pattern_grid grid_of(const basis_options &options, const basis_header &he
         ppm = basis_ppm;
         warn("guessed ppm at the carrier of the data: 4.65; --ppm-at-carrier sets another");
     }
-    if (!is_power_of_two(*points) || *points > search_limits::pattern_points)
+    if (!kernel::transform_plan::exists_for(*points) || *points > search_limits::pattern_points)
         throw tool_error(bad_input, (options.like.empty() ? "--points " : options.like + ": ") +
                                         std::to_string(*points) +
                                         " points; expected a power of two up to " +

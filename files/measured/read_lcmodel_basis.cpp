@@ -75,7 +75,7 @@ read_lcmodel_basis(const std::string &file,
             const double points = positive_item(*group, "ndatab", file);
             header.points = static_cast<long long>(std::min(points, 1e15));
             if (points != std::floor(points) || header.points > most_basis_points ||
-                !is_power_of_two(header.points))
+                !kernel::transform_plan::exists_for(header.points))
                 throw tool_error(bad_input, file + ": NDATAB is " +
                                                 group->text("ndatab").value_or("") +
                                                 "; expected a power of two up to " +

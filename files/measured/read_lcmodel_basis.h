@@ -2,7 +2,7 @@
 // read_lcmodel_basis.h -- LCModel .BASIS files: spectra of whole metabolites
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 
 #include <functional>
 #include <optional>

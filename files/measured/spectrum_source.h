@@ -6,7 +6,7 @@
 // in other files.
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 
 #include <nlohmann/json.hpp>
 

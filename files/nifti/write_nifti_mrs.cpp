@@ -3,6 +3,8 @@
 
 #include "files/base/tool_error.h"
 
+#include "engine/centred_spectrum.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -48,7 +50,7 @@ void nifti_mrs_image::set_fid(long long voxel, long long place, const complex_si
 
 complex_signal nifti_fid_of_spectrum(const complex_signal &spectrum, bool ppm_rises_with_points,
                                      double first_point_weight) {
-    complex_signal fid = fid_of_centred_spectrum(spectrum, first_point_weight);
+    complex_signal fid = engine::fid_of_spectrum(spectrum, first_point_weight);
     if (ppm_rises_with_points)
         for (std::complex<double> &point : fid) point = std::conj(point);
     return fid;

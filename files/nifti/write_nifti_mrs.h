@@ -4,7 +4,7 @@
 // Source: W. T. Clarke et al., Magn. Reson. Med. 88 (2022) 2358-2370, and the standard it names.
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 #include "files/nifti/nifti_header.h"
 
 #include <nlohmann/json.hpp>
@@ -66,12 +66,12 @@ class nifti_mrs_image {
     std::vector<std::complex<float>> values;     // voxels fastest, then time, then place
 };
 
-// The FID that centred_spectrum turns into this spectrum, in the sense of NIfTI-MRS.
+// The FID that engine::spectrum_of_fid turns into this spectrum, in the sense of NIfTI-MRS.
 //
 // Given:
 //   spectrum               complex[n], carrier at n/2
 //   ppm_rises_with_points  sense of its axis; a rising one gives the conjugate of its FID
-//   first_point_weight     as in centred_spectrum
+//   first_point_weight     as in engine::spectrum_of_fid
 complex_signal nifti_fid_of_spectrum(const complex_signal &spectrum, bool ppm_rises_with_points,
                                      double first_point_weight = 0.5);
 

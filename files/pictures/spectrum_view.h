@@ -3,7 +3,7 @@
 #pragma once
 
 #include "files/spectra/metadata.h"
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 #include "files/pictures/draw_spectra.h"
 
 #include <string>

@@ -3,11 +3,9 @@
 #include "files/problem/start_problem.h"
 
 #include "files/base/tool_error.h"
-#include "files/start/unit_curves.h"
+#include "files/start/pattern_file.h"
 
 #include "engine/noise_window.h"
-
-#include "kernel/line_width.h"
 
 #include <cmath>
 #include <filesystem>
@@ -15,12 +13,6 @@
 namespace tools {
 
 namespace {
-
-engine::quantity quantity_of(int q) {
-    static constexpr engine::quantity same[] = {
-        engine::area, engine::frequency, engine::gauss_width, engine::phase, engine::lorentz_width};
-    return same[q];
-}
 
 // The last step that frees anything: its points, truncation and channel are what the errors hold
 // for.
@@ -75,13 +67,6 @@ engine::parameter parameter_of(const start_file &start, std::size_t k, int q, bo
 
 } // namespace
 
-double points_of_unit(int quantity, int type, double hz_per_point) {
-    if (quantity == frequency_of) return 1.0 / hz_per_point;
-    if (quantity != gauss_of && quantity != lorentz_of) return 1.0;
-    const double points = width_unit(quantity, type, hz_per_point) / hz_per_point;
-    return quantity == gauss_of ? points / kernel::gauss_fwhm_per_width : points;
-}
-
 engine::fit_problem problem_of(const start_file &start, problem_data data, freedom free) {
     engine::fit_problem problem;
     problem.when = {start.points, start.hz_per_point, start.phi_1, start.ignored, 0};
@@ -134,8 +119,7 @@ std::string why_not_exact(const start_file &start) {
 std::vector<complex_signal> patterns_of(const start_file &start,
                                         const std::vector<std::string> &folders) {
     std::vector<complex_signal> out;
-    const curve_settings settings = {start.points, start.points, 0, start.hz_per_point,
-                                     start.phi_1};
+    const engine::acquisition whole = {start.points, start.hz_per_point, start.phi_1, 0, 0};
     for (const start_entry &entry : start.entries) {
         if (entry.type != pattern_entry) continue;
         std::string found;
@@ -147,7 +131,7 @@ std::vector<complex_signal> patterns_of(const start_file &start,
         if (found.empty())
             throw tool_error(bad_input, "pattern file " + entry.pattern_file +
                                             " is not there; expected it in " + folders.front());
-        out.push_back(read_pattern(found, settings));
+        out.push_back(read_pattern(found, whole));
     }
     return out;
 }
@@ -159,13 +143,8 @@ double noise_sd_of(const start_file &start, const complex_signal &spectrum) {
 
 std::vector<engine::values_of_entry> values_in_points(const start_file &start) {
     std::vector<engine::values_of_entry> out;
-    for (const start_entry &entry : start.entries) {
-        engine::values_of_entry &to = out.emplace_back();
-        for (int q = 0; q < quantities; ++q)
-            to[static_cast<std::size_t>(quantity_of(q))] =
-                entry.parameters[static_cast<std::size_t>(q)].value *
-                points_of_unit(q, entry.type, start.hz_per_point);
-    }
+    for (const start_entry &entry : start.entries)
+        out.push_back(values_in_points(entry, start.hz_per_point));
     return out;
 }
 

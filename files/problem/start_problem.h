@@ -6,8 +6,9 @@
 // engine/fit_problem.h the other.
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 #include "files/start/start_file.h"
+#include "files/start/values_in_points.h"
 
 #include "engine/fit_problem.h"
 
@@ -17,9 +18,6 @@
 #include <vector>
 
 namespace tools {
-
-// Points of a problem in one unit of a start file.
-double points_of_unit(int quantity, int type, double hz_per_point);
 
 enum class freedom {
     by_links,   // what has no link is free, as the fitter counts parameters for its bounds

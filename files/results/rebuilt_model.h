@@ -6,7 +6,7 @@
 // that. Model, intervals and noise of a run are known from its files, so the engine can take them.
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 #include "files/start/start_file.h"
 
 #include "engine/fit_problem.h"

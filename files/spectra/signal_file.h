@@ -2,7 +2,7 @@
 // signal_file.h -- complex signals as little-endian float32 pairs, real and imaginary in turn
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 
 #include <string>
 

@@ -2,7 +2,7 @@
 // linear_fit.h -- areas and phases of curves of known shape, by linear least squares
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 
 #include <complex>
 #include <cstddef>

@@ -2,9 +2,14 @@
 #include "files/start/make_start.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/search_limits.h"
 #include "files/start/fit_plan.h"
 #include "files/start/linear_fit.h"
 #include "files/start/mirrored_axis.h"
+#include "files/start/pattern_file.h"
+#include "files/start/values_in_points.h"
+
+#include "engine/curve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +33,7 @@ struct start_maker::prepared {
     std::vector<std::size_t> row_of;          // of an entry
     start_result base;
     std::vector<std::array<origin, quantities>> origins;
-    curve_settings curves;
+    engine::acquisition curves;
     std::vector<complex_signal> unit;           // over the points below, one an entry
     std::vector<std::size_t> points;            // of the intervals
     std::vector<std::complex<double>> products; // of the unit curves, entries x entries
@@ -236,15 +241,18 @@ void start_maker::prepare(const spectrum_facts &facts) {
         base.warnings.push_back("no step of the strategy is a random search: the search does not "
                                 "use the ranges of the table; the exact fit holds them");
 
-    made->curves = {facts.points, measured, start.ignored, facts.hz_per_point, known.phi_1};
+    // two points at least, or a curve would be nothing
+    made->curves = {facts.points, facts.hz_per_point, known.phi_1, start.ignored,
+                    std::min(facts.points, std::max(measured, 2))};
     std::vector<complex_signal> patterns(start.entries.size());
-    if (is_power_of_two(start.points) && (start.points <= 4096 || by_ == fitted_by::engine))
+    if (kernel::transform_plan::exists_for(start.points) &&
+        (start.points <= search_limits::pattern_points || by_ == fitted_by::engine))
         for (std::size_t k = 0; k < start.entries.size(); ++k)
             if (start.entries[k].type == pattern_entry)
                 patterns[k] = read_pattern(
                     find_pattern(table_, table_.rows[made->row_of[k]], pattern_folders_),
                     made->curves);
-    if ((estimates() || facts.guessed_sense) && is_power_of_two(start.points)) {
+    if ((estimates() || facts.guessed_sense) && kernel::transform_plan::exists_for(start.points)) {
         std::vector<bool> inside(static_cast<std::size_t>(facts.points), false);
         for (const start_step &step : start.steps)
             for (const auto &[first, last] : step.intervals)
@@ -253,7 +261,8 @@ void start_maker::prepare(const spectrum_facts &facts) {
         for (std::size_t i = 0; i < inside.size(); ++i)
             if (inside[i]) made->points.push_back(i);
         for (std::size_t k = 0; k < start.entries.size(); ++k) {
-            const complex_signal whole = unit_curve(start.entries[k], patterns[k], made->curves);
+            const complex_signal whole = engine::unit_curve(
+                shape_in_points(start.entries[k], facts.hz_per_point), made->curves, patterns[k]);
             complex_signal part;
             part.reserve(made->points.size());
             for (const std::size_t i : made->points) part.push_back(whole[i]);
@@ -272,7 +281,7 @@ void start_maker::estimate(const complex_signal &spectrum, start_result &result)
     complex_signal changed;
     const complex_signal *data = &spectrum;
     if (p.curves.kept < p.curves.points || p.curves.ignored > 0) {
-        changed = without_missing_points(spectrum, p.curves);
+        changed = engine::cut_as_curves(spectrum, p.curves);
         data = &changed;
     }
     complex_signal overlap(n); // of each unit curve with the data

@@ -6,10 +6,9 @@
 // spectrum to the next.
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 #include "files/start/peak_table.h"
 #include "files/start/spectrum_facts.h"
-#include "files/start/unit_curves.h"
 
 #include <memory>
 #include <optional>

@@ -2,7 +2,7 @@
 // mirrored_axis.h -- whether start values explain more of a spectrum on the mirrored axis
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 
 #include <complex>
 #include <cstddef>

@@ -2,9 +2,10 @@
 //
 // The stretch that the importer takes for the noise, over many spectra of known noise: its spread
 // must be that of the noise on average, since every error bound of the fit is a multiple of it.
+#include "engine/centred_spectrum.h"
 #include "engine/noise_window.h"
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 
 #include "support/support.h"
 
@@ -33,7 +34,7 @@ static complex_signal spectrum_of(const std::vector<line> &lines, int n, int mea
                                                  2.0 * std::numbers::pi * l.frequency * t / n));
         fid[static_cast<std::size_t>(t)] = sum;
     }
-    return centred_spectrum(std::move(fid), 0.5);
+    return engine::spectrum_of_fid(fid, static_cast<int>(fid.size()));
 }
 
 struct ratio {

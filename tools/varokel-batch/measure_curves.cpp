@@ -4,7 +4,10 @@
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
 #include "files/start/read_start_file.h"
-#include "files/start/unit_curves.h"
+#include "files/start/pattern_file.h"
+#include "files/start/values_in_points.h"
+
+#include "engine/curve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -64,16 +67,17 @@ void measure_snr(const curve_measure &measure, const std::string &fit,
 complex_signal model_of_start(const curve_measure &measure, const start_file &start,
                               const std::string &patterns) {
     if (measure.has_lineshape) return {};
-    const curve_settings settings = {start.points, measure.kept, start.ignored, start.hz_per_point,
-                                     start.phi_1};
+    const engine::acquisition when = {start.points, start.hz_per_point, start.phi_1, start.ignored,
+                                      std::min(start.points, std::max(measure.kept, 2))};
     complex_signal sum(static_cast<std::size_t>(start.points));
     try {
         for (const start_entry &entry : start.entries) {
             const complex_signal pattern =
                 entry.type == pattern_entry
-                    ? read_pattern(patterns + "/" + entry.pattern_file, settings)
+                    ? read_pattern(patterns + "/" + entry.pattern_file, when)
                     : complex_signal();
-            const complex_signal curve = unit_curve(entry, pattern, settings);
+            const complex_signal curve =
+                engine::unit_curve(shape_in_points(entry, start.hz_per_point), when, pattern);
             const std::complex<double> factor =
                 entry.parameters[area_of].value *
                 std::polar(1.0, entry.parameters[phase_of].value * M_PI / 180.0);

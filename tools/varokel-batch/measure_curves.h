@@ -2,7 +2,7 @@
 // measure_curves.h -- figures of a fit that its curves tell: signal to noise, quality before it
 #pragma once
 
-#include "files/spectra/transform.h"
+#include "files/spectra/complex_signal.h"
 #include "files/batch/fit_record.h"
 
 #include <string>
