@@ -103,13 +103,6 @@ struct result_options {
     bool hashes = true;                           // of the files, for the provenance
 };
 
-// Orders names so that series_2 comes before series_10.
-bool in_natural_order(const std::string &a, const std::string &b);
-
-// The spectra of a folder, in natural order: every NAME with a NAME.exl; without one, every
-// NAME.bin.
-std::vector<std::string> spectra_of_folder(const std::string &folder);
-
 // Reads the files of spectrum `name` in `folder`. Errors: bad_input for files that are there and
 // hold something else.
 run_result read_run(const std::string &folder, const std::string &name,

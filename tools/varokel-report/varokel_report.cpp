@@ -6,6 +6,7 @@
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
+#include "files/results/spectra_of_folder.h"
 #include "files/pages/overview_page.h"
 #include "files/pages/report_page.h"
 #include "files/pages/page_frame.h"

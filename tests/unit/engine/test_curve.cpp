@@ -142,9 +142,9 @@ TEST(centred_spectrum, cuts_and_fills) {
 TEST(centred_spectrum, refuses_other_numbers_of_points) {
     for (const int n : {0, -4, 3, 1000}) {
         EXPECT_THROW(engine::spectrum_of_fid({}, n), std::invalid_argument) << n;
-        if (n >= 0)
-            EXPECT_THROW(engine::fid_of_spectrum(complex_signal(static_cast<std::size_t>(n))),
-                         std::invalid_argument)
-                << n;
+        if (n < 0) continue;
+        EXPECT_THROW(engine::fid_of_spectrum(complex_signal(static_cast<std::size_t>(n))),
+                     std::invalid_argument)
+            << n;
     }
 }

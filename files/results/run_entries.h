@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// run_entries.h -- entries of a run: names, values with errors and links, signs, places on the axes
+#pragma once
+
+#include "files/results/fit_tables.h"
+#include "files/results/run_result.h"
+
+#include <string>
+#include <vector>
+
+namespace tools {
+
+// Names of the entries: those of the file `asked` or of names.txt in the folder, of patterns that
+// of their file, else numbers. Errors: bad_input for a file with other names than entries.
+void name_entries(run_result &run, const std::string &asked);
+
+// Whether all that a line of this type has is finite.
+bool all_finite(int type, const parameter_row &row);
+
+// Adds the entries of the tables, in the units that are shown.
+void fill_entries(run_result &run, const std::vector<spreadsheet_row> &rows,
+                  const std::vector<parameter_row> &values,
+                  const std::vector<parameter_row> &errors);
+
+// Of the two descriptions that every curve has, the one with positive areas; phases in (-180, 180].
+// The covariance of areas follows.
+void choose_signs(run_result &run);
+
+// Places on the axes, from the points of the spectrum and what the sidecar knows.
+void place_entries(run_result &run);
+
+} // namespace tools

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// run_files.cpp -- names and lines of the files of a run
+#include "files/results/run_files.h"
+
+#include "files/base/tool_error.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+bool is_file(const std::string &file) {
+    std::error_code error;
+    return fs::is_regular_file(file, error);
+}
+
+std::string in_folder(const std::string &folder, const std::string &file) {
+    return (fs::path(folder) / file).string();
+}
+
+std::vector<std::string> split(const std::string &line, char at) {
+    std::vector<std::string> parts = {""};
+    for (const char c : line) {
+        if (c == at)
+            parts.emplace_back();
+        else
+            parts.back() += c;
+    }
+    return parts;
+}
+
+std::vector<std::string> lines_of(const std::string &file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) throw tool_error(bad_input, file + ": cannot be opened; is it yours to read?");
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+} // namespace tools

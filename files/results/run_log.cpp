@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// run_log.cpp -- the log of a run: steps and remarks, or why it has no results
+#include "files/results/run_log.h"
+
+#include "files/base/line_text.h"
+#include "files/base/tool_error.h"
+#include "files/results/fit_log.h"
+#include "files/results/run_files.h"
+
+#include <utility>
+
+namespace tools {
+
+// Steps, version and remarks of what the program printed.
+void read_log(run_result &run, const std::string &asked) {
+    for (const std::string &name :
+         {asked, in_folder(run.folder, run.name + ".log"), in_folder(run.folder, "run.log")})
+        if (run.log_file.empty() && !name.empty() && is_file(name)) run.log_file = name;
+    if (run.log_file.empty()) {
+        if (!asked.empty())
+            throw tool_error(bad_input, asked + ": no such file; expected what the fit printed");
+        return;
+    }
+    run.files_read.push_back(run.log_file);
+    std::string text;
+    for (const std::string &line : lines_of(run.log_file)) text += line + "\n";
+    fit_log log = read_fit_log(text);
+    run.program_version = log.version;
+    run.log_steps = std::move(log.steps);
+    run.singular = log.singular;
+    run.log_remarks = std::move(log.remarks);
+}
+
+// Why a run has no results: what the checks of its start file refused, else what its log ends with.
+std::string reason_of_log(const run_result &run) {
+    if (run.log_file.empty()) return "there are no results (no .exl), and no log says why";
+    const std::vector<std::string> lines = lines_of(run.log_file);
+    const auto join = [](std::string &list, const std::string &text, const char *between) {
+        if (!text.empty()) list += (list.empty() ? "" : between) + text;
+    };
+    std::string refused;
+    for (std::size_t l = 0; l < lines.size(); ++l) {
+        if (!says(lines[l], "fatal error") && !says(lines[l], "implementation restriction"))
+            continue;
+        std::string text;
+        for (std::size_t k = l + 1; k < lines.size() && k <= l + 3; ++k) {
+            if (says(lines[k], "fit_check_message") || says(lines[k], "testing input")) break;
+            join(text, trimmed(lines[k]), " ");
+        }
+        join(refused, text, "; ");
+    }
+    if (!refused.empty()) return "the start file was refused: " + refused;
+    std::string reason;
+    int taken = 0;
+    for (auto line = lines.rbegin(); line != lines.rend() && taken < 6; ++line) {
+        std::string text;
+        for (const char c : *line)
+            if (c != '*') text += c;
+        text = trimmed(text);
+        if (text.empty()) continue;
+        if (!reason.empty()) text += " / ";
+        reason.insert(0, text);
+        ++taken;
+    }
+    return reason.empty() ? "the log is empty" : reason;
+}
+
+} // namespace tools

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// spectra_of_folder.cpp -- the spectra of a folder, in the order in which people count
+#include "files/results/spectra_of_folder.h"
+
+#include "files/base/tool_error.h"
+#include "files/results/run_files.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+bool in_natural_order(const std::string &a, const std::string &b) {
+    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+    std::size_t i = 0, j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (!is_digit(a[i]) || !is_digit(b[j])) {
+            if (a[i] != b[j]) return a[i] < b[j];
+            ++i;
+            ++j;
+            continue;
+        }
+        const auto number_at = [&](const std::string &text, std::size_t &at) {
+            const std::size_t begin = at;
+            while (at < text.size() && is_digit(text[at])) ++at;
+            const std::size_t first = std::min(text.find_first_not_of('0', begin), at);
+            return text.substr(first, at - first);
+        };
+        const std::string m = number_at(a, i), n = number_at(b, j);
+        if (m.size() != n.size()) return m.size() < n.size();
+        if (m != n) return m < n;
+    }
+    if (a.size() - i != b.size() - j) return a.size() - i < b.size() - j;
+    return a < b; // 01 and 1
+}
+
+std::vector<std::string> spectra_of_folder(const std::string &folder) {
+    std::vector<std::string> with_results, signals;
+    std::error_code error;
+    for (const fs::directory_entry &file : fs::directory_iterator(folder, error)) {
+        if (!file.is_regular_file(error)) continue;
+        if (file.path().extension() == ".exl") with_results.push_back(file.path().stem().string());
+        // a signal to be fitted has a sidecar or is one; patterns have neither
+        if (file.path().extension() == ".bin" &&
+            is_file((file.path().parent_path() / file.path().stem()).string() + ".json"))
+            signals.push_back(file.path().stem().string());
+    }
+    if (error)
+        throw tool_error(bad_input, folder + ": cannot be read (" + error.message() +
+                                        "); expected the folder of a fit");
+    std::vector<std::string> &found = with_results;
+    for (const std::string &name : signals)
+        if (std::find(found.begin(), found.end(), name) == found.end()) found.push_back(name);
+    std::sort(found.begin(), found.end(), in_natural_order);
+    return found;
+}
+
+} // namespace tools
