@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/read_nifti_mrs.h"
 
+#include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 #include "files/nifti/nifti_header.h"
 #include "files/measured/text_items.h"
@@ -144,10 +145,10 @@ static nlohmann::json extension_of(const nifti_header &header, const std::string
     for (const nifti_extension &extension : header.extensions) {
         std::string text = extension.bytes;
         while (!text.empty() && (text.back() == '\0' || text.back() == ' ')) text.pop_back();
-        nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
+        nlohmann::json json = json_of_text(text, file + ": the header extension with code 44");
         if (!json.is_object())
-            throw tool_error(bad_input, file + ": the header extension with code 44 holds no valid "
-                                               "JSON object; convert the measurement again");
+            throw tool_error(bad_input, file + ": the header extension with code 44 is no JSON "
+                                               "object; convert the measurement again");
         return json;
     }
     throw tool_error(bad_input, file +

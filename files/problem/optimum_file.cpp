@@ -2,7 +2,7 @@
 // optimum_file.cpp -- the record of an exact fit as JSON, and back
 #include "files/problem/exact_fit.h"
 
-#include "files/base/text_file.h"
+#include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 
 #include <nlohmann/json.hpp>
@@ -169,8 +169,7 @@ static optimum_record record_from(const reader &from) {
 }
 
 optimum_record read_optimum(const std::string &file) {
-    const ordered_json all =
-        ordered_json::parse(read_text_file(file, "the record of an exact fit"), nullptr, false);
+    const ordered_json all = json_of_file(file);
     if (!all.is_object())
         throw tool_error(bad_input, file + ": no JSON object; expected the record of an exact fit");
     return record_from(reader(file, all));

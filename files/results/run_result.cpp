@@ -66,9 +66,11 @@ static void read_sidecar(run_result &run) {
     const std::string file = in_folder(run.folder, run.name + ".json");
     run.sidecar = nlohmann::json::object();
     if (!is_file(file)) return;
-    run.axis = axis_of_sidecar(metadata(file));
-    std::ifstream stream(file, std::ios::binary);
-    run.sidecar = nlohmann::json::parse(stream, nullptr, false);
+    const metadata sidecar(file);
+    run.axis = axis_of_sidecar(sidecar);
+    for (const char *const item : {"dwell_time_s", "begin_time_s", "echo_time_s"})
+        static_cast<void>(sidecar.number(item)); // a word would be taken for an absent item later
+    run.sidecar = sidecar.items();
     run.files_read.push_back(file);
 }
 

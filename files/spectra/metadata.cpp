@@ -1,23 +1,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/spectra/metadata.h"
 
+#include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <utility>
 
 namespace tools {
 
 metadata::metadata(const std::string &file) : file_(file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected a JSON file");
-    try {
-        items_ = nlohmann::json::parse(stream);
-    } catch (const nlohmann::json::exception &error) {
-        throw tool_error(bad_input, file + ": no valid JSON (" + error.what() + ")");
-    }
+    items_ = json_of_file(file);
     if (!items_.is_object())
         throw tool_error(bad_input, file + ": expected a JSON object, { \"item\": value, ... }");
 }

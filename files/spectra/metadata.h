@@ -16,7 +16,8 @@ namespace tools {
 // A JSON object of a file, with lookups that name file and item when a value is of the wrong kind.
 class metadata {
   public:
-    // Errors: bad_input when the file cannot be read or holds no JSON object.
+    // Errors: bad_input when the file cannot be read, holds no JSON object, or one that is nested
+    // deeper than read_json.h allows.
     explicit metadata(const std::string &file);
 
     // The item, or nothing when it is absent or null. Errors: bad_input when it is of another kind
@@ -33,6 +34,7 @@ class metadata {
     // The same object inside an item, empty when there is none.
     metadata inside(const char *item) const;
     const std::string &file() const { return file_; }
+    const nlohmann::json &items() const { return items_; } // an object
 
   private:
     metadata(std::string file, nlohmann::json items);

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <fstream>
 #include <limits>
 
 namespace tools {
@@ -35,8 +34,7 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
     if (const auto interval = sidecar.point_pair("fit_interval_points", *points - 1))
         facts.fit_points = int_pair(*interval);
     // items inside items
-    std::ifstream stream(sidecar.file(), std::ios::binary);
-    const nlohmann::json all = nlohmann::json::parse(stream, nullptr, false);
+    const nlohmann::json &all = sidecar.items();
     const auto inner = [&](const char *object, const char *item) -> std::optional<long long> {
         const auto at = all.find(object);
         if (at == all.end() || !at->is_object() || !at->contains(item)) return std::nullopt;
@@ -47,14 +45,12 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
                                             "\" is " + value.dump() + "; expected a point number");
         return value.get<long long>();
     };
-    if (all.is_object()) {
-        const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
-        if (first && stop) facts.noise = int_pair({*first, *stop});
-        for (const nlohmann::json &guess : all.value("guessed", nlohmann::json::array()))
-            facts.guessed_sense =
-                facts.guessed_sense || (guess.is_object() && guess.contains("item") &&
-                                        guess["item"] == "ppm_rises_with_points");
-    }
+    const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
+    if (first && stop) facts.noise = int_pair({*first, *stop});
+    for (const nlohmann::json &guess : all.value("guessed", nlohmann::json::array()))
+        facts.guessed_sense =
+            facts.guessed_sense || (guess.is_object() && guess.contains("item") &&
+                                    guess["item"] == "ppm_rises_with_points");
     if (axis.measured > 0 && axis.measured < *points)
         facts.measured = static_cast<int>(axis.measured);
     return facts;

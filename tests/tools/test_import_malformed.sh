@@ -44,7 +44,7 @@ for k in one two; do
     { gzip -c $k.nii | head -c 100; head -c 100 /dev/zero; } >damaged.nii.gz
     refused damaged.nii.gz 'the file cut?'
     edit $k.nii bad.nii 's/SpectrometerFrequency": \[/SpectrometerFrequency":  /'
-    refused bad.nii 'no valid JSON object'
+    refused bad.nii 'header extension with code 44: no valid JSON'
     edit $k.nii bad.nii 's/\[123.25\]/["abc"] /'
     refused bad.nii 'item SpectrometerFrequency of the JSON is no number'
     edit $k.nii bad.nii 's/\[123.25\]/[-23.25]/'
