@@ -17,6 +17,8 @@
 #include <cmath>
 #include <filesystem>
 #include <iostream>
+#include <map>
+#include <set>
 
 #include <unistd.h>
 
@@ -168,18 +170,26 @@ static int write_batch(const report_options &options) {
     return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
 }
 
-// Files of a spectrum that may be read for its report: none of them may be overwritten.
-static void add_inputs(const std::pair<std::string, std::string> &place,
+// Files of the spectra, NAME.* in their folders, that may be read for the report: none of them may
+// be overwritten. Each folder is listed once, however many spectra are in it.
+static void add_inputs(const std::vector<std::pair<std::string, std::string>> &places,
                        std::vector<std::string> &inputs) {
     static const char *const own[] = {".html", ".tsv", ".svg", ".nii.gz"};
+    std::map<std::string, std::set<std::string>> names_in;
+    for (const auto &[folder, name] : places) names_in[folder].insert(name);
     std::error_code error;
-    for (const fs::directory_entry &file : fs::directory_iterator(place.first, error)) {
-        const std::string name = file.path().filename().string();
-        if (name.starts_with(place.second + ".") &&
-            std::none_of(std::begin(own), std::end(own),
-                         [&](const char *ending) { return name.ends_with(ending); }))
-            inputs.push_back(file.path().string());
-    }
+    for (const auto &[folder, names] : names_in)
+        for (const fs::directory_entry &file : fs::directory_iterator(folder, error)) {
+            const std::string name = file.path().filename().string();
+            if (std::any_of(std::begin(own), std::end(own),
+                            [&](const char *ending) { return name.ends_with(ending); }))
+                continue;
+            bool of_a_spectrum = false; // names may have points themselves
+            for (std::size_t dot = name.find('.'); dot != name.npos && !of_a_spectrum;
+                 dot = name.find('.', dot + 1))
+                of_a_spectrum = names.contains(name.substr(0, dot));
+            if (of_a_spectrum) inputs.push_back(file.path().string());
+        }
 }
 
 // The judgement of each fit as JSON on standard output; no file is written.
@@ -219,7 +229,7 @@ static int write_report(const report_options &options) {
     };
     std::vector<std::string> inputs = {options.files.names_file, options.files.start_file,
                                        options.files.log_file};
-    for (const auto &place : places) add_inputs(place, inputs);
+    add_inputs(places, inputs);
     tools::output_batch files(inputs, options.force);
     std::vector<std::string> written;
     const auto write = [&](const tools::output_file &file) {
