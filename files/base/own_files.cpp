@@ -177,7 +177,8 @@ static std::string owner_text(const std::string &purpose) {
 }
 
 own_folder::own_folder(const std::string &place, const std::string &prefix,
-                       const std::string &purpose) {
+                       const std::string &purpose)
+    : purpose_(purpose) {
     const std::string absolute = fs::absolute(place).string();
     const auto refuse = [&](const std::string &name) {
         throw tool_error(bad_output, name + ": cannot be written (" + std::strerror(errno) + ")");
@@ -221,6 +222,44 @@ void own_folder::become(const std::string &target) {
     if (chmod(name_.c_str(), 0777 & ~mask) != 0 || std::rename(name_.c_str(), target.c_str()) != 0)
         throw tool_error(bad_output, target + ": cannot be written (" + std::strerror(errno) + ")");
     owned_.release();
+}
+
+void own_folder::exchange_with(const std::string &target) {
+    const auto refuse = [&](int reason) {
+        throw tool_error(bad_output, target + ": cannot be replaced (" + std::strerror(reason) +
+                                         "); choose another folder");
+    };
+    struct stat facts = {};
+    if (stat(target.c_str(), &facts) != 0) refuse(errno);
+    strip_owner();
+    const held_signals no_signals; // between the new name and the list
+    if (chmod(name_.c_str(), facts.st_mode & 07777) != 0) refuse(errno);
+    if (renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) != 0) {
+        if (errno != EINVAL && errno != ENOSYS) refuse(errno);
+        const std::string aside = name_ + ".before";
+        if (std::rename(target.c_str(), aside.c_str()) != 0) refuse(errno);
+        if (std::rename(name_.c_str(), target.c_str()) != 0) {
+            const int reason = errno;
+            std::rename(aside.c_str(), target.c_str());
+            refuse(reason);
+        }
+        std::rename(aside.c_str(), name_.c_str());
+    }
+    owned_.release();
+    if (lock_ >= 0) ::close(std::exchange(lock_, -1));
+}
+
+void own_folder::own_what_was_there() {
+    // a process that is killed from here on leaves what the next one knows and removes
+    if (chmod(name_.c_str(), 0700) == 0) {
+        const std::string owner = name_ + "/.owner", text = owner_text(purpose_);
+        lock_ = ::open(owner.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (lock_ >= 0) {
+            flock(lock_, LOCK_EX | LOCK_NB);
+            if (::write(lock_, text.data(), text.size()) < 0) unlink(owner.c_str());
+        }
+    }
+    owned_ = owned_path(name_, identity_of(name_));
 }
 
 bool is_own_folder_name(std::string_view name, std::string_view prefix) {

@@ -95,9 +95,15 @@ class own_folder {
     // Under another name, where nothing or an empty folder is, and open to others as a folder that
     // was made there. Errors: bad_output.
     void become(const std::string &target);
+    // The two folders change their names in one step; this one is as open to others as that one
+    // was, and stays. What was there has the name of this one now and nobody owns it. Where the
+    // file system cannot do it in one step, it takes two. Errors: bad_output, and nothing moved.
+    void exchange_with(const std::string &target);
+    // After exchange_with: what has the name of this folder is owned, and removed at the end.
+    void own_what_was_there();
 
   private:
-    std::string name_;
+    std::string name_, purpose_;
     int lock_ = -1;
     owned_path owned_;
 };

@@ -45,7 +45,7 @@ cp "$example/p31_brain.fid.f32" run/p31_brain.bin
 status 4 "$fit" run/p31_brain.bin run/peaks.txt --format float32 --json run/p31_brain.fid.json -o run --force
 holds err 'would overwrite its own input'
 true_that 'the input is whole' cmp run/p31_brain.bin "$example/p31_brain.fid.f32"
-true_that 'no rest of the work' test "$(find . -name '*.part*' | wc -l)" -eq 0
+true_that 'no rest of the work' test "$(find . -name '.varokel-*' | wc -l)" -eq 0
 cp "$example/p31_brain.fid.f32" "$example/p31_brain.fid.json" .
 status 0 "$fit" p31_brain.fid.f32 "$example/peaks.txt" --json p31_brain.fid.json -o run --force
 true_that 'replaced' test "$(wc -l <run/results.tsv)" -eq 17

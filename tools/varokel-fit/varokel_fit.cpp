@@ -19,6 +19,7 @@
 #include "common/run_tool.h"
 #include "varokel-fit/finish_fits.h"
 #include "varokel-fit/fit_options.h"
+#include "varokel-fit/output_folder.h"
 #include "varokel-fit/run_fits.h"
 
 #include <algorithm>
@@ -38,19 +39,6 @@ namespace fs = std::filesystem;
 
 static void warn(const std::string &text) {
     std::cerr << "varokel-fit: " << text << '\n';
-}
-
-static fs::path output_folder(const fit_options &own) {
-    std::error_code error;
-    fs::path folder = fs::absolute(own.output, error).lexically_normal();
-    if (!folder.has_filename()) folder = folder.parent_path();
-    if (fs::exists(folder, error) && !fs::is_directory(folder, error))
-        throw tool_error(tools::bad_output, own.output + ": no folder; expected the name of one");
-    if (fs::exists(folder, error) && !fs::is_empty(folder, error) && !own.input.force)
-        throw tool_error(tools::bad_output,
-                         own.output + ": exists and is not empty; --force replaces files of the "
-                                      "same names in it, or choose another folder");
-    return folder;
 }
 
 // Writes spectra and sidecars; returns their names. What the import prints is no result here.
@@ -186,32 +174,6 @@ static void show_progress(const tools::planned_fit &, std::size_t number, std::s
                   << std::flush;
 }
 
-// Renames all files of one folder into another, which may have some of them.
-static void move_contents(const fs::path &from, const fs::path &to,
-                          const std::vector<std::string> &inputs) {
-    std::error_code error;
-    std::vector<fs::path> files;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(from))
-        if (!entry.is_directory()) files.push_back(entry.path().lexically_relative(from));
-    for (const fs::path &file : files) { // before the first one is moved
-        for (const std::string &input : inputs)
-            if (fs::exists(to / file, error) && fs::equivalent(to / file, input, error))
-                throw tool_error(tools::bad_output, (to / file).string() +
-                                                        ": would overwrite its own input " + input +
-                                                        "; choose another folder");
-        if (fs::is_directory(to / file, error))
-            throw tool_error(tools::bad_output,
-                             (to / file).string() + ": a folder; expected a place for a file");
-    }
-    for (const fs::path &file : files) {
-        fs::create_directories((to / file).parent_path(), error);
-        fs::rename(from / file, to / file, error);
-        if (error)
-            throw tool_error(tools::bad_output, (to / file).string() + ": cannot be written (" +
-                                                    error.message() + ")");
-    }
-}
-
 static void write_tables(const fs::path &folder, const std::string &results,
                          const std::string &quality) {
     write_new(folder / "results.tsv", results);
@@ -220,20 +182,28 @@ static void write_tables(const fs::path &folder, const std::string &results,
     write_new(folder / "quality.json", tools::quality_dictionary());
 }
 
-static void report(const fit_options &own, const fs::path &folder) {
+// Returns whether there is a page, or none was to be had.
+static bool report(const fit_options &own, const fs::path &folder) {
     const std::string program = tools::find_program("varokel-report");
-    if (program.empty()) return warn("varokel-report is not there: no page, tables only");
+    if (program.empty()) {
+        warn("varokel-report is not there: no page, tables only");
+        return true;
+    }
     tools::program_call call = {{program, ".", "--force"}, folder.string(), "report.log"};
     for (const std::string &expression : own.derive) {
         call.words.emplace_back("--derive");
         call.words.push_back(expression);
     }
     const int status = tools::run_program(call);
+    if (tools::interrupted_by() != 0)
+        throw tool_error(tools::different, "interrupted; nothing was written");
     std::ifstream log(folder / "report.log");
     for (std::string line; std::getline(log, line);)
         if (line.starts_with("varokel-report: ")) std::cerr << line << '\n';
-    if (status > 1) warn("varokel-report ended with status " + std::to_string(status));
     fs::remove(folder / "report.log");
+    if (status <= 1) return true;
+    warn("no page, tables only: varokel-report ended with status " + std::to_string(status));
+    return false;
 }
 
 // What the report would refuse after all fits is refused before the first.
@@ -246,6 +216,16 @@ static void check_derived(const fit_options &own, const tools::peak_table &table
     for (const tools::table_row &row : table.rows) names.push_back(row.name);
     for (const std::string &expression : own.derive)
         tools::check_derived_area(names, own.peaks, expression);
+}
+
+// What is read; what the import finds beside the measured files stands in their folders.
+static std::vector<std::string> inputs_of(const fit_options &own, const tools::peak_table &table) {
+    std::vector<std::string> inputs = {own.input.input, own.peaks, own.input.json,
+                                       own.spectrum.reference};
+    for (const tools::table_row &row : table.rows)
+        if (!row.pattern_file.empty())
+            inputs.push_back(tools::find_pattern_file(own.peaks, row.pattern_file));
+    return inputs;
 }
 
 static int fit(const fit_options &own) {
@@ -263,13 +243,11 @@ static int fit(const fit_options &own) {
                          (own.program.empty() ? std::string("varokel") : own.program) +
                              ": no such program, neither beside this one nor in PATH; expected the "
                              "fitter, --varokel FILE names it");
-    const fs::path output = output_folder(own);
+    tools::output_folder output(own.output, own.input.force);
+    output.refuse_inputs(inputs_of(own, table));
+    output.begin();
+    const fs::path &work = output.work();
     std::error_code error;
-    const bool was_there = fs::exists(output, error);
-    fs::create_directories(output.parent_path(), error);
-    tools::own_folder made((was_there ? output : output.parent_path()).string(), ".varokel-fit.",
-                           "fit into " + output.string());
-    const fs::path work(made.name());
 
     const std::vector<std::string> names = import(own, work);
     tools::start_maker maker(std::move(table),
@@ -345,27 +323,19 @@ static int fit(const fit_options &own) {
         for (const std::string &text : run.notes) warn(text);
         print_entries(run);
     }
-    if (own.report) report(own, work);
+    const bool page_failed = own.report && !report(own, work);
     write_tables(work, results, quality); // in the order of the file, page or not
-
-    std::vector<std::string> inputs = {own.input.input, own.peaks};
-    if (!own.input.json.empty()) inputs.push_back(own.input.json);
-    if (!own.spectrum.reference.empty()) inputs.push_back(own.spectrum.reference);
-    if (was_there) {
-        made.strip_owner();
-        move_contents(work, output, inputs);
-    } else {
-        made.become(output.string());
-    }
+    output.finish();
     std::cout << '\n';
     for (const char *const file : {"report.html", "results.tsv", "quality.tsv"})
-        if (fs::exists(output / file, error))
+        if (fs::exists(output.name() / file, error))
             std::cout << (fs::path(own.output) / file).string() << '\n';
     if (at_limit > 0 && fits.size() > 1)
         warn(std::to_string(at_limit) + " of " + std::to_string(fits.size()) +
              " ended at their number of iterations, not at the tolerance; quality.tsv names them");
     if (failed > 0)
         warn(std::to_string(failed) + " of " + std::to_string(fits.size()) + " not fitted");
+    if (page_failed) return tools::bad_output;
     return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
 }
 
