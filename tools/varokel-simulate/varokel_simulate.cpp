@@ -398,8 +398,10 @@ int main(int argc, char **argv) {
                 {options.truth_file,
                  truth_of_model(options,
                                 options.count * geometry_of_option(options.grid).voxels())});
+        std::vector<std::string> inputs = {start};
+        for (int p = 1; p <= n_patterns; ++p) inputs.emplace_back(pat_name[p]);
         free_memory(ap);
-        tools::write_files(files, {start}, options.force);
+        tools::write_files(files, inputs, options.force);
         for (const tools::output_file &file : files) std::cout << file.name << '\n';
         return static_cast<int>(tools::all_right);
     });

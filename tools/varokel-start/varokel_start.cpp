@@ -76,6 +76,10 @@ static void make(const options &own) {
             folders.push_back(folder_of(own.spectrum));
         }
     }
+    for (const tools::table_row &row : maker.table().rows)
+        for (const std::string &folder : folders)
+            if (!row.pattern_file.empty())
+                inputs.push_back((fs::path(folder) / row.pattern_file).string());
     maker.look_for_patterns_in(folders);
     const tools::start_result result = maker.make(spectrum, facts);
     for (const std::string &guess : result.guesses) warn("guessed " + guess);
