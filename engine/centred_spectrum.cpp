@@ -15,8 +15,13 @@ static kernel::transform_plan plan_for(std::size_t points) {
 
 complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int points,
                                double first_point_weight) {
-    const kernel::transform_plan plan(points);
-    const std::size_t n = static_cast<std::size_t>(points);
+    return spectrum_of_fid(kernel::transform_plan(points), fid, first_point_weight);
+}
+
+complex_signal spectrum_of_fid(const kernel::transform_plan &plan,
+                               std::span<const std::complex<double>> fid,
+                               double first_point_weight) {
+    const std::size_t n = static_cast<std::size_t>(plan.points());
     std::vector<double> storage(4 * n, 0.0);
     double *const re = storage.data(), *const im = re + n, *const work = im + n;
     for (std::size_t i = 0; i < std::min(n, fid.size()); ++i) {
@@ -25,7 +30,8 @@ complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int po
     }
     re[0] *= first_point_weight;
     im[0] *= first_point_weight;
-    const kernel::split_vector s = plan.transform(re, im, work, work + n, 1.0 / points, true);
+    const kernel::split_vector s =
+        plan.transform(re, im, work, work + n, 1.0 / plan.points(), true);
     complex_signal out(n);
     for (std::size_t i = 0; i < n; ++i) out[i] = {s.re[i], s.im[i]};
     return out;

@@ -24,6 +24,10 @@ inline constexpr double half = 0.5, whole = 1.0;
 // Errors: std::invalid_argument for other numbers of points; std::bad_alloc.
 complex_signal spectrum_of_fid(std::span<const std::complex<double>> fid, int points,
                                double first_point_weight = half);
+// The same with a plan for so many points.
+complex_signal spectrum_of_fid(const kernel::transform_plan &plan,
+                               std::span<const std::complex<double>> fid,
+                               double first_point_weight = half);
 
 // Undoes that. Errors: the same.
 complex_signal fid_of_spectrum(std::span<const std::complex<double>> spectrum,

@@ -293,6 +293,7 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
     const signal_facts &facts = source.facts;
     rises_ = facts.ppm_rises_with_points != options.conjugate;
     points_ = length_for_fit(source.file, source.points, options.resize);
+    plan_.emplace(static_cast<int>(points_));
     used_ = static_cast<std::size_t>(std::min(points_, source.points));
     known_noise_ = moved(facts.noise_points, options.conjugate, source.points, points_);
     fit_points_ = moved(facts.fit_points, options.conjugate, source.points, points_);
@@ -340,12 +341,11 @@ complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measur
     if (conjugated_) conjugate(fid);
     if (eddy != nullptr) correct_eddy_currents(fid, *eddy);
     apply_phase(fid, options_.phase, sidecar);
-    return engine::spectrum_of_fid(fid, static_cast<int>(points_));
+    return engine::spectrum_of_fid(*plan_, fid);
 }
 
-void spectrum_conversion::share_noise_window() {
+void spectrum_conversion::share_noise_window(long long memory) {
     static constexpr std::size_t most = 1024;
-    static constexpr long long storage = 32; // [MiB]
     if (asked_noise_ || known_noise_ || source_.spectra() < 2) return;
     const choice all = all_outputs(source_, options_.choice);
     if (all.spectra.size() < 2) return;
@@ -355,7 +355,7 @@ void spectrum_conversion::share_noise_window() {
     engine::shared_stretch_search search;
     std::set<long long> faulty;
     source_.faulty = &faulty; // those that are converted are named then
-    const std::size_t pass = outputs_per_pass(storage, used_);
+    const std::size_t pass = outputs_per_pass(memory, used_);
     for (std::size_t first = 0; first < taken.size(); first += pass) {
         const std::size_t stop = std::min(first + pass, taken.size());
         std::vector<complex_signal> fids = read_fids(source_, taken, first, stop, used_);
@@ -461,7 +461,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                       lines.source->companions.end());
     }
 
-    conversion.share_noise_window();
+    conversion.share_noise_window(own.memory);
     const std::filesystem::path folder(own.folder);
     output_batch batch(inputs, options.force);
     const bool folder_was_there = std::filesystem::exists(folder);

@@ -7,6 +7,8 @@
 
 #include "engine/noise_window.h"
 
+#include "kernel/transform_plan.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -57,7 +59,8 @@ class spectrum_conversion {
     // Looks for one noise window for all spectra of the source that the averages leave, chosen or
     // not: a spectrum then has the same errors in a batch as alone. Nothing to do when the window
     // is asked for or known, or there is one spectrum. Of many spectra it takes 1024, evenly.
-    void share_noise_window();
+    //   memory    for the FIDs of one pass over the file [MiB]
+    void share_noise_window(long long memory);
     // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
     engine::noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
     // What a user should know about the conversion, a sentence each.
@@ -75,6 +78,7 @@ class spectrum_conversion {
     bool conjugated_, rises_;
     long long points_;
     std::size_t used_;
+    std::optional<kernel::transform_plan> plan_; // of points_ points
     point_stretch known_noise_, fit_points_, asked_noise_;
     point_stretch shared_noise_; // of shared_by_ spectra
     long long shared_by_ = 0;

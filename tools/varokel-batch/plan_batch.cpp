@@ -226,7 +226,7 @@ static void convert_input(const plan_options &options, const std::string &work,
     const std::size_t step =
         std::max<std::size_t>(1, (static_cast<std::size_t>(options.spectrum.memory) << 20) /
                                      (used * sizeof(std::complex<double>)));
-    conversion.share_noise_window();
+    conversion.share_noise_window(options.spectrum.memory);
     part_file file(work + "/spectra.f32");
     std::vector<complex_signal> fids;
     bool described = false;
