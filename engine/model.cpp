@@ -154,7 +154,10 @@ result<model> model::make(const fit_problem &problem) {
     m.runs_ = std::move(*runs);
     m.part_ = problem.part;
     m.noise_sd_ = problem.noise_sd;
-    for (const entry &e : problem.entries) m.types_.push_back(e.type);
+    for (const entry &e : problem.entries) {
+        m.types_.push_back(e.type);
+        m.takes_lineshape_.push_back(e.takes_lineshape);
+    }
     m.patterns_ = problem.patterns;
     m.measured_lineshape_ = problem.measured_lineshape;
     m.lineshape_ = problem.lineshape;

@@ -45,6 +45,11 @@ class model {
     bool is_pattern(int entry) const {
         return types_[static_cast<std::size_t>(entry)] == line_type::pattern;
     }
+    // Whether two entries are of one type and take the same lineshape.
+    bool alike(int k, int l) const {
+        const std::size_t a = static_cast<std::size_t>(k), b = static_cast<std::size_t>(l);
+        return types_[a] == types_[b] && takes_lineshape_[a] == takes_lineshape_[b];
+    }
     // Entries that move together, the first of a group, and how many groups there are.
     int groups() const { return static_cast<int>(groups_.size()); }
     const std::vector<int> &entries_of_group(int g) const {
@@ -72,6 +77,7 @@ class model {
     acquisition when_;
     parameter_map map_;
     std::vector<line_type> types_;
+    std::vector<bool> takes_lineshape_; // of each entry
     std::vector<group> groups_;
     std::vector<interval> runs_; // merged and in order
     channel part_ = channel::both;

@@ -15,7 +15,7 @@ namespace {
 class trial_series {
   public:
     trial_series(const model &of, model_workspace &ws, const fit_options &options)
-        : of_(of), ws_(ws), options_(options) {}
+        : of_(of), ws_(ws), options_(options), given_(of.starts()), pairs_(interchangeable(of)) {}
 
     void run(const std::string &name, const std::vector<double> &start, double shift = 0.0);
     void run_broadened(const std::vector<double> &start, double shift);
@@ -32,6 +32,8 @@ class trial_series {
     const model &of_;
     model_workspace &ws_;
     const fit_options &options_;
+    std::vector<double> given_;
+    std::vector<std::pair<int, int>> pairs_; // of lines that may change places
     searcher search_;
     std::vector<minimum> ends_;
     std::vector<start_report> reports_;
@@ -45,6 +47,7 @@ void trial_series::run(const std::string &name, const std::vector<double> &start
     linearizations_ += found.linearizations;
     evaluations_ += found.evaluations;
     if (found.end == search_end::not_finite) return;
+    restore_order(of_, pairs_, given_, found);
     reports_.push_back({name, found.sum_of_squares, shift, false});
     ends_.push_back(std::move(found));
     // a later one has to be lower by more than what the searches leave

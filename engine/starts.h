@@ -4,6 +4,7 @@
 
 #include "engine/search.h"
 
+#include <utility>
 #include <vector>
 
 namespace engine {
@@ -38,6 +39,15 @@ struct relocation {
 // Source: matched filter: D. O. North, Proc. IEEE 51 (1963) 1016-1027.
 std::vector<relocation> relocations(const model &of, model_workspace &ws, std::span<const double> x,
                                     std::span<const double> start, double least);
+
+// Lines that the model cannot tell apart but by their numbers: of one type, without followers, each
+// of their columns their own or shared by both.
+std::vector<std::pair<int, int>> interchangeable(const model &of);
+
+// Exchanges such lines where they came out in the other order than that in which they were given,
+// and where their windows allow it: the model stays what it is.
+void restore_order(const model &of, std::span<const std::pair<int, int>> pairs,
+                   std::span<const double> given, minimum &found);
 
 // x with random changes: areas and widths by factors around 2, frequencies by about a linewidth,
 // phases by about 30 degrees. The same number gives the same changes everywhere.
