@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """problems.py -- fits with a known truth: the data of tests/data/peer31p and simulated classes
 
-Each generator gives problems as tests/oracle/least_squares.py has them, with "name", "truth" (true
-parameters, (5, entries)) and "interchangeable" (whether its lines may change places).
+Each generator gives problems as tests/oracle/least_squares.py has them, with "name" and "truth" (true
+parameters, (5, entries); none where they are not known).
 """
 import json
 import pathlib
@@ -48,8 +48,7 @@ def peer31p(folder=tree / "tests/data/peer31p"):
     fids = fids.reshape(axis["n_spectra"], points)
     for i, fid in enumerate(fids):
         yield dict(name=f"peer31p/{i + 1}", points=points, entries=entries, truth=None,
-                   noise_sd=0.7459 / points**0.5, spectrum=spectrum_of_fid(fid),
-                   interchangeable=False)
+                   noise_sd=0.7459 / points**0.5, spectrum=spectrum_of_fid(fid))
 
 
 def tied_to(source, factor=1.0, offset=0.0):
@@ -144,7 +143,7 @@ def simulated(kind, count, seed):
     for i in range(count):
         points, entries = classes[kind](random)
         problem = dict(name=f"{kind}/{seed}.{i + 1}", points=points, entries=entries, noise_sd=1.0,
-                       spectrum=numpy.zeros(points, complex), interchangeable=kind == "merged")
+                       spectrum=numpy.zeros(points, complex))
         model = least_squares.fit_model(problem)
         problem["truth"] = model.parameters(model.start)
         clean = model.spectra(problem["truth"][0] @ model.curves(problem["truth"]))
