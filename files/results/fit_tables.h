@@ -2,24 +2,18 @@
 // fit_tables.h -- the .exl, .mat and .err of a fit
 #pragma once
 
-#include "files/results/run_result.h"
+#include "files/results/fitted_entries.h"
 
-#include <array>
 #include <string>
 #include <vector>
 
 namespace tools {
 
-// Area, frequency, Gaussian width, phase and Lorentzian width, as the files have them.
-typedef std::array<double, 5> parameter_row;
-
 // The values of a .mat or the errors of a .err. Errors: bad_input, naming file and line; `rows` is
 // how many entries there must be.
 std::vector<parameter_row> matrix_of(const std::string &file, std::size_t rows);
 
-struct spreadsheet_row {
-    int type;
-    std::array<int, 5> link;
+struct spreadsheet_row : linked_entry {
     parameter_row value, error;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// run_entries.h -- entries of a run: names, values with errors and links, signs, places on the axes
+// run_entries.h -- entries of a run: names, values with errors and links, signs
 #pragma once
 
 #include "files/results/fit_tables.h"
@@ -17,16 +17,12 @@ void name_entries(run_result &run, const std::string &asked);
 // Whether all that a line of this type has is finite.
 bool all_finite(int type, const parameter_row &row);
 
-// Adds the entries of the tables, in the units that are shown.
-void fill_entries(run_result &run, const std::vector<spreadsheet_row> &rows,
+// The entries of the tables, in the units that are shown.
+void fill_entries(run_result &run, const std::vector<linked_entry> &rows,
                   const std::vector<parameter_row> &values,
                   const std::vector<parameter_row> &errors);
 
-// Of the two descriptions that every curve has, the one with positive areas; phases in (-180, 180].
-// The covariance of areas follows.
+// The description with positive areas; the covariance of areas follows, a note says so.
 void choose_signs(run_result &run);
-
-// Places on the axes, from the points of the spectrum and what the sidecar knows.
-void place_entries(run_result &run);
 
 } // namespace tools

@@ -7,6 +7,7 @@
 #include "files/pictures/spectrum_view.h"
 #include "files/spectra/signal_file.h"
 #include "files/results/fit_tables.h"
+#include "files/results/fitted_entries.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/run_control.h"
@@ -25,12 +26,6 @@
 namespace tools {
 
 namespace fs = std::filesystem;
-
-double fitted_parameter::percent_1sd() const {
-    if (!std::isfinite(error_2sd) || !std::isfinite(value) || error_2sd < 0.0) return not_known;
-    if (value == 0.0) return error_2sd == 0.0 ? not_known : 999.0;
-    return std::min(999.0, 100.0 * error_1sd() / std::fabs(value));
-}
 
 static void read_signals(run_result &run) {
     const std::string base = in_folder(run.folder, run.name);
@@ -227,7 +222,7 @@ static void take_optimum(run_result &run) {
     run.chi_after = run.control.chi_in_intervals;
     run.weighting = 1;
     run.iterations = run.optimum->linearizations;
-    std::vector<spreadsheet_row> rows(n);
+    std::vector<linked_entry> rows(n);
     std::vector<parameter_row> values(n), errors(n);
     run.free_parameters = 0;
     for (std::size_t k = 0; k < n; ++k) {
@@ -243,7 +238,6 @@ static void take_optimum(run_result &run) {
         }
     }
     run.has_errors = run.covariance_agrees = run.control.has_covariance;
-    run.entries.clear();
     fill_entries(run, rows, values, errors);
 }
 
@@ -271,7 +265,7 @@ static bool take_search(run_result &run, const result_options &options) {
     for (const parameter_row &row : errors)
         for (const double error : row) run.has_errors = run.has_errors || error != 0.0;
     read_control(run, values);
-    fill_entries(run, rows, values, errors);
+    fill_entries(run, {rows.begin(), rows.end()}, values, errors);
     return true;
 }
 
@@ -297,7 +291,7 @@ run_result read_run(const std::string &folder, const std::string &name,
     if (exact) take_optimum(run);
     const double wider = run.axis.error_factor() * run.axis.error_factor();
     for (double &covariance : run.control.area_covariance) covariance *= wider;
-    place_entries(run);
+    place_entries(run.entries, run.axis, static_cast<long long>(run.data.size()));
     name_entries(run, options.names_file);
     run.quality_before = not_known;
     const std::string start = start_file_of(run, options.start_file);

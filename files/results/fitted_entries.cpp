@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fitted_entries.cpp -- entries in shown units, from the numbers of a fit
+#include "files/results/fitted_entries.h"
+
+#include "files/base/not_known.h"
+#include "files/results/equivalent_signs.h"
+#include "files/start/start_file.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tools {
+
+double fitted_parameter::percent_1sd() const {
+    if (!std::isfinite(error_2sd) || !std::isfinite(value) || error_2sd < 0.0) return not_known;
+    if (value == 0.0) return error_2sd == 0.0 ? not_known : 999.0;
+    return std::min(999.0, 100.0 * error_1sd() / std::fabs(value));
+}
+
+bool has_any_error(const std::vector<parameter_row> &errors) {
+    bool any = false;
+    for (const parameter_row &row : errors)
+        for (const double error : row) any = any || error != 0.0;
+    return any;
+}
+
+std::vector<fitted_entry> shown_entries(const std::vector<linked_entry> &rows,
+                                        const std::vector<parameter_row> &values,
+                                        const std::vector<parameter_row> &errors,
+                                        const spectrum_axis &axis) {
+    const double hz = axis.hz_per_point.value_or(not_known);
+    const bool has_errors = has_any_error(errors);
+    std::vector<fitted_entry> entries(rows.size());
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        fitted_entry &entry = entries[k];
+        entry.number = static_cast<int>(k) + 1;
+        entry.type = rows[k].type;
+        fitted_parameter *const parameters[] = {&entry.area, &entry.frequency, &entry.gauss_width,
+                                                &entry.phase, &entry.lorentz_width};
+        for (std::size_t j = 0; j < 5; ++j) {
+            fitted_parameter &p = *parameters[j];
+            const int link = rows[k].link[j];
+            const int q = static_cast<int>(j);
+            const double factor = width_unit(q, entry.type, hz);
+            p.value = values[k][j] * factor;
+            p.error_2sd = has_errors ? errors[k][j] * factor * axis.error_factor() : not_known;
+            if (!is_used(q, entry.type)) {
+                p.state = parameter_state::unused;
+                p.value = p.error_2sd = not_known;
+            } else if (link == entry.number) {
+                p.state = parameter_state::fixed;
+                p.error_2sd = not_known;
+            } else if (link >= 1 && link <= static_cast<int>(rows.size())) {
+                p.state = parameter_state::linked;
+                p.source = link;
+                const auto at = static_cast<std::size_t>(link - 1);
+                const double other = values[at][j] * width_unit(q, rows[at].type, hz);
+                p.link_constant = j == 0 ? p.value / other : p.value - other;
+            }
+        }
+    }
+    return entries;
+}
+
+void place_entries(std::vector<fitted_entry> &entries, const spectrum_axis &axis,
+                   long long points) {
+    const double carrier_hz =
+        static_cast<double>(points / 2) * axis.hz_per_point.value_or(not_known);
+    const double sense = axis.ppm_rises_with_points ? 1.0 : -1.0;
+    const double mhz = axis.mhz.value_or(not_known);
+    for (fitted_entry &entry : entries) {
+        const double f = entry.frequency.value;
+        const bool is_shift = entry.type == pattern_entry;
+        entry.hz_from_carrier = is_shift ? f : f - carrier_hz;
+        entry.ppm = sense * entry.hz_from_carrier / mhz +
+                    (is_shift ? 0.0 : axis.ppm_at_carrier.value_or(not_known));
+        entry.ppm_2sd = entry.frequency.error_2sd / mhz;
+    }
+}
+
+std::vector<bool> choose_signs(std::vector<fitted_entry> &entries,
+                               const std::vector<double> &start_areas) {
+    std::vector<signed_entry> signs;
+    const auto link_of = [](const fitted_entry &entry, const fitted_parameter &p) {
+        return p.state == parameter_state::linked  ? p.source
+               : p.state == parameter_state::fixed ? entry.number
+                                                   : 0;
+    };
+    for (std::size_t k = 0; k < entries.size(); ++k) {
+        const fitted_entry &entry = entries[k];
+        signs.push_back({link_of(entry, entry.area), link_of(entry, entry.phase), entry.area.value,
+                         start_areas[k]});
+    }
+    std::vector<bool> turned = entries_to_turn(signs);
+    for (std::size_t k = 0; k < entries.size(); ++k) {
+        fitted_entry &entry = entries[k];
+        if (turned[k]) {
+            entry.area.value = -entry.area.value;
+            entry.phase.value += 180.0;
+        }
+        if (std::isfinite(entry.phase.value))
+            entry.phase.value = principal_phase(entry.phase.value);
+    }
+    return turned;
+}
+
+} // namespace tools

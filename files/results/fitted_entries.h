@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fitted_entries.h -- entries in shown units, from the numbers of a fit
+#pragma once
+
+#include "files/results/run_result.h"
+
+#include <array>
+#include <vector>
+
+namespace tools {
+
+// Area, frequency, Gaussian width, phase and Lorentzian width, as .mat and .err have them.
+typedef std::array<double, 5> parameter_row;
+
+struct linked_entry {
+    int type = 0;
+    std::array<int, 5> link{}; // 0 free, the own number fixed, another number tied to that entry
+};
+
+// Errors that are all zero are none.
+bool has_any_error(const std::vector<parameter_row> &errors);
+
+// Numbered from 1, without names, places and heights. errors: two standard deviations, without the
+// factor for zeros that were filled in.
+std::vector<fitted_entry> shown_entries(const std::vector<linked_entry> &rows,
+                                        const std::vector<parameter_row> &values,
+                                        const std::vector<parameter_row> &errors,
+                                        const spectrum_axis &axis);
+
+// Sets their places on the axes. points: of the spectrum, whose carrier is at half of them.
+void place_entries(std::vector<fitted_entry> &entries, const spectrum_axis &axis, long long points);
+
+// Of the two descriptions that every curve has, takes the one with positive areas, else with the
+// signs of the start values (none: 0 each); phases in (-180, 180]. Returns which were turned.
+std::vector<bool> choose_signs(std::vector<fitted_entry> &entries,
+                               const std::vector<double> &start_areas);
+
+} // namespace tools
