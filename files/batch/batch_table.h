@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // batch_table.h -- records of fits as rows of tables, and as values of maps
 //
-// Columns, units and rounding are those of the results table of single fits, with a column for each
-// direction of the input behind the name of the spectrum.
+// The tables are those of single fits (results/results_table.h), with a column for each direction
+// of the input behind the name of the spectrum, and a row for each entry also without results.
 #pragma once
 
 #include "files/batch/fit_record.h"
-#include "files/results/judgement.h"
+#include "files/results/fitted_entries.h"
+#include "files/results/results_table.h"
 
 #include <string>
 #include <vector>
@@ -34,43 +35,38 @@ static constexpr map_quantity every_map[] = {
 const char *map_name(map_quantity quantity);
 const char *map_unit(map_quantity quantity);
 
-// Nine digits, enough for what the result files hold; "n/a" for what is no finite number.
-std::string table_text(double value);
+// Of results.tsv, one for each entry, and of quality.tsv, with what they say.
+struct batch_rows {
+    std::string results, quality;
+    fit_judgement judgement; // as of a single fit; correlations are not known here
+};
 
 class batch_table {
   public:
     explicit batch_table(const batch_plan &plan);
-    // As of a single fit; correlations are not known here.
-    fit_judgement judgement(const fit_record &record) const;
-    std::string results_header() const;
-    std::string quality_header() const;
-    std::string results_rows(const planned_spectrum &spectrum, const fit_record &record) const;
-    std::string quality_row(const planned_spectrum &spectrum, const fit_record &record) const;
-    std::string results_dictionary() const;
-    std::string quality_dictionary() const;
+    std::string results_header() const { return tools::results_header(shape_); }
+    std::string quality_header() const { return tools::quality_header(shape_); }
+    std::string results_dictionary() const { return tools::results_dictionary(shape_); }
+    std::string quality_dictionary() const { return tools::quality_dictionary(shape_); }
+    batch_rows rows_of(const planned_spectrum &spectrum, const fit_record &record) const;
 
     std::vector<map_quantity> entry_maps(std::size_t entry) const;
     std::vector<map_quantity> fit_maps() const;
-    // Not a number where there is none.
-    double value_of(map_quantity quantity, const fit_record &record, std::size_t entry) const;
+    // In shown units, without names and heights.
+    std::vector<fitted_entry> entries_of(const fit_record &record) const;
+    // Not a number where there is none. entry: one of entries_of, for a quantity of an entry.
+    static double value_of(map_quantity quantity, const fit_record &record,
+                           const fitted_entry &entry);
 
   private:
-    struct shown {
-        double value, error_2sd; // shown unit
-    };
-    shown parameter(const fit_record &record, std::size_t entry, int quantity) const;
-    std::vector<bool> turned(const fit_record &record) const;
-    std::string signs_text(const fit_record &record) const; // which were turned; or empty
-    // The record with areas of positive sum where phases are free (results/equivalent_signs.h).
-    fit_record with_signs(fit_record record) const;
-    double ppm(std::size_t entry, double hz) const;
-    std::string link(const fit_record &record, std::size_t entry, int quantity) const;
-    std::string place(const planned_spectrum &spectrum) const;
+    std::vector<fitted_entry> entries_of(const fit_record &record, std::vector<bool> &turned) const;
+    run_result result_of(const planned_spectrum &spectrum, const fit_record &record) const;
 
     const batch_plan &plan_;
-    double hz_per_point_, carrier_hz_;
-    fit_facts common_; // what holds for all fits
-    std::vector<std::pair<long long, long long>> intervals_;
+    run_result common_; // what holds for all fits
+    std::vector<linked_entry> rows_;
+    std::vector<double> start_areas_;
+    table_shape shape_;
 };
 
 } // namespace tools

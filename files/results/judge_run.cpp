@@ -19,6 +19,7 @@ static judged_entry facts_of(const run_result &run, const fitted_entry &entry) {
     for (const fitted_parameter *p :
          {&entry.area, &entry.frequency, &entry.gauss_width, &entry.phase, &entry.lorentz_width}) {
         if (p->state == parameter_state::unused) continue;
+        if (run.axis.hz_per_point) facts.finite = facts.finite && std::isfinite(p->value);
         if (run.has_errors && p->state == parameter_state::free)
             facts.bounded = facts.bounded && std::isfinite(p->error_2sd);
     }

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// results_table.cpp -- every column of results.tsv and quality.tsv: name, unit, meaning and cell
 #include "files/results/results_table.h"
 
 #include "files/results/number_text.h"
+
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <vector>
@@ -100,7 +103,7 @@ const entry_column entry_columns[] = {
     {"phase_link", "", link_description, LINK(e.phase, false)},
     {"snr", "1", "highest magnitude of the entry's own spectrum over the noise standard deviation",
      VALUE(e.snr)},
-    {"warnings", "", entry_warnings_description,
+    {"warnings", "", "words of the warnings that name this entry; n/a without any",
      [](const run_result &run, const fitted_entry &e) {
          return one_cell(run.judgement.words_of(static_cast<std::size_t>(e.number - 1)));
      }},
@@ -121,8 +124,11 @@ const spectrum_column spectrum_columns[] = {
      [](const run_result &run) { return one_cell(run.name); }},
     {"status", "", "how the fit ended",
      [](const run_result &run) { return std::string(status_text(run.judgement.status)); }},
-    {"reason", "", "why there are no results, or why it counts as at_limit",
-     [](const run_result &run) { return one_cell(run.judgement.reason); }},
+    {"reason", "", "why there are no results, why it counts as at_limit, or what else to know",
+     [](const run_result &run) {
+         const std::string &why = run.judgement.reason;
+         return one_cell(why + (why.empty() || run.remark.empty() ? "" : "; ") + run.remark);
+     }},
     {"entries", "1", "lines and patterns of the model",
      [](const run_result &run) {
          return run.fitted ? count_text(static_cast<long long>(run.entries.size()))
@@ -178,9 +184,9 @@ const spectrum_column spectrum_columns[] = {
                  text += (text.empty() ? "" : "; ") + cause_text(cause, names);
          return one_cell(text);
      }},
-    {"level", "", level_description,
+    {"level", "", "the gravest of the warnings: red, amber, note, none",
      [](const run_result &run) { return std::string(level_text(run.judgement.level())); }},
-    {"warnings", "", warnings_description,
+    {"warnings", "", "what a reader should know, as words with commas between; n/a without any",
      [](const run_result &run) { return one_cell(run.judgement.words()); }},
 };
 
@@ -188,32 +194,18 @@ const spectrum_column spectrum_columns[] = {
 #undef OPTIMUM
 
 template <class columns>
-std::string header_of(const columns &table) {
+std::string header_of(const columns &table, const table_shape &shape) {
     std::string line;
-    for (const auto &column : table) line += (line.empty() ? "" : "\t") + std::string(column.name);
+    for (const auto &column : table) {
+        line += (line.empty() ? "" : "\t") + std::string(column.name);
+        if (&column == &table[0])
+            for (const table_shape::column &place : shape.places) line += "\t" + place.name;
+    }
     return line + "\n";
 }
 
-template <class columns>
-std::string dictionary_of(const columns &table) {
-    nlohmann::ordered_json all;
-    for (const auto &column : table) {
-        const std::string name = column.name;
-        nlohmann::ordered_json &item = all[name];
-        item["Description"] = column.description;
-        if (*column.unit != '\0') item["Units"] = column.unit;
-        describe_judgement(name, item);
-        if (name == "type")
-            for (int type = 1; type <= 4; ++type)
-                item["Levels"][type_text(type)] =
-                    type == 4 ? "stored signal, shifted and broadened" : "line of that shape";
-    }
-    return all.dump(2) + "\n";
-}
-
-} // namespace
-
-void describe_judgement(const std::string &column, nlohmann::ordered_json &item) {
+// The words of a column that has a few only, with their meaning.
+void add_levels(const std::string &column, nlohmann::ordered_json &item) {
     if (column == "status")
         for (const fit_status status : {fit_status::converged, fit_status::at_limit,
                                         fit_status::fitted, fit_status::not_fitted})
@@ -226,45 +218,74 @@ void describe_judgement(const std::string &column, nlohmann::ordered_json &item)
     if (column == "warnings")
         for (const finding_kind kind : all_findings())
             item["Levels"][finding_text(kind)] = finding_meaning(kind);
+    if (column == "type")
+        for (int type = 1; type <= 4; ++type)
+            item["Levels"][type_text(type)] =
+                type == 4 ? "stored signal, shifted and broadened" : "line of that shape";
 }
 
-std::string results_header() {
-    return header_of(entry_columns);
+template <class columns>
+std::string dictionary_of(const columns &table, const table_shape &shape) {
+    nlohmann::ordered_json all;
+    for (const auto &column : table) {
+        nlohmann::ordered_json &item = all[column.name];
+        item["Description"] = column.description;
+        if (*column.unit != '\0') item["Units"] = column.unit;
+        add_levels(column.name, item);
+        if (&column == &table[0])
+            for (const table_shape::column &place : shape.places)
+                all[place.name]["Description"] = place.description;
+    }
+    return all.dump(2) + "\n";
 }
 
-std::string quality_header() {
-    return header_of(spectrum_columns);
+void add_cells(std::string &line, const std::vector<std::string> &cells) {
+    for (const std::string &cell : cells) line += "\t" + cell;
 }
 
-std::string results_rows(const run_result &run) {
-    if (!run.fitted) {
-        std::string line = one_cell(run.name) + "\t" + status_text(fit_status::not_fitted);
+} // namespace
+
+std::string results_header(const table_shape &shape) {
+    return header_of(entry_columns, shape);
+}
+
+std::string quality_header(const table_shape &shape) {
+    return header_of(spectrum_columns, shape);
+}
+
+std::string results_rows(const run_result &run, const std::vector<std::string> &places) {
+    if (run.entries.empty()) {
+        std::string line = one_cell(run.name);
+        add_cells(line, places);
+        line += "\t" + std::string(status_text(fit_status::not_fitted));
         for (std::size_t c = 2; c < std::size(entry_columns); ++c) line += "\tn/a";
         return line + "\n";
     }
     std::string rows;
     for (const fitted_entry &entry : run.entries) {
-        std::string line;
-        for (const entry_column &column : entry_columns)
-            line += (line.empty() ? "" : "\t") + column.cell(run, entry);
-        rows += line + "\n";
+        rows += entry_columns[0].cell(run, entry);
+        add_cells(rows, places);
+        for (std::size_t c = 1; c < std::size(entry_columns); ++c)
+            rows += "\t" + entry_columns[c].cell(run, entry);
+        rows += "\n";
     }
     return rows;
 }
 
-std::string quality_row(const run_result &run) {
-    std::string line;
-    for (const spectrum_column &column : spectrum_columns)
-        line += (line.empty() ? "" : "\t") + column.cell(run);
+std::string quality_row(const run_result &run, const std::vector<std::string> &places) {
+    std::string line = spectrum_columns[0].cell(run);
+    add_cells(line, places);
+    for (std::size_t c = 1; c < std::size(spectrum_columns); ++c)
+        line += "\t" + spectrum_columns[c].cell(run);
     return line + "\n";
 }
 
-std::string results_dictionary() {
-    return dictionary_of(entry_columns);
+std::string results_dictionary(const table_shape &shape) {
+    return dictionary_of(entry_columns, shape);
 }
 
-std::string quality_dictionary() {
-    return dictionary_of(spectrum_columns);
+std::string quality_dictionary(const table_shape &shape) {
+    return dictionary_of(spectrum_columns, shape);
 }
 
 std::string link_text(const run_result &run, const fitted_parameter &parameter, bool is_area) {

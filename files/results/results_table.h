@@ -7,34 +7,32 @@
 
 #include "files/results/run_result.h"
 
-#include <nlohmann/json.hpp>
-
 #include <string>
+#include <vector>
 
 namespace tools {
 
-// The line of column names, with its line feed.
-std::string results_header();
-std::string quality_header();
+// What the tables of a batch have beside the columns of a spectrum: one for each direction of the
+// input, behind the name.
+struct table_shape {
+    struct column {
+        std::string name, description;
+    };
+    std::vector<column> places;
+};
 
-// A row for each entry; one row for a spectrum without results.
-std::string results_rows(const run_result &run);
+// The line of column names, with its line feed.
+std::string results_header(const table_shape &shape = {});
+std::string quality_header(const table_shape &shape = {});
+
+// A row for each entry; one row for a spectrum that has none. places: the cells of such columns.
+std::string results_rows(const run_result &run, const std::vector<std::string> &places = {});
 // One row.
-std::string quality_row(const run_result &run);
+std::string quality_row(const run_result &run, const std::vector<std::string> &places = {});
 
 // JSON that describes the columns.
-std::string results_dictionary();
-std::string quality_dictionary();
-
-// Columns of the judgement, in the tables of single fits as in those of a batch.
-inline constexpr const char *level_description =
-    "the gravest of the warnings: red, amber, note, none";
-inline constexpr const char *warnings_description =
-    "what a reader should know, as words with commas between; n/a without any";
-inline constexpr const char *entry_warnings_description =
-    "words of the warnings that name this entry; n/a without any";
-// Adds the words of the columns status, level and warnings, with their meaning, as levels.
-void describe_judgement(const std::string &column, nlohmann::ordered_json &item);
+std::string results_dictionary(const table_shape &shape = {});
+std::string quality_dictionary(const table_shape &shape = {});
 
 // How a parameter hangs together with others: "free", "fixed", "PCr * 0.5", "PCr + 15", "unused".
 std::string link_text(const run_result &run, const fitted_parameter &parameter, bool is_area);

@@ -157,7 +157,7 @@ static void measure_signals(run_result &run) {
 }
 
 std::vector<std::pair<long long, long long>> run_result::intervals() const {
-    const auto n = static_cast<long long>(data.size());
+    const long long n = points();
     std::vector<std::pair<long long, long long>> found;
     for (auto step = control.steps.rbegin(); step != control.steps.rend(); ++step) {
         if (!step->fits_something()) continue;
@@ -171,7 +171,7 @@ std::vector<std::pair<long long, long long>> run_result::intervals() const {
 }
 
 std::pair<long long, long long> run_result::view() const {
-    const auto n = static_cast<long long>(data.size());
+    const long long n = points();
     long long first = n - 1, last = 0;
     for (const auto &[a, b] : intervals()) {
         first = std::min(first, a);

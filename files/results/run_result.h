@@ -89,8 +89,13 @@ struct run_result {
     fit_judgement judgement;
     std::vector<std::string> warnings; // its findings
     std::vector<std::string> notes;    // what to know of the numbers, but no cause for doubt
+    std::string remark;                // what quality.tsv says behind the reason of the judgement
     std::vector<provenance_item> provenance;
 
+    // Of the spectrum, which need not be here.
+    long long points() const {
+        return data.empty() ? axis.points : static_cast<long long>(data.size());
+    }
     // Intervals of the last step that fits something, and the points from the first to the last of
     // them with a margin; all points when they are not known.
     std::vector<std::pair<long long, long long>> intervals() const;

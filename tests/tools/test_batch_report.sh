@@ -33,8 +33,7 @@ my %batch = map { $names[1][$_] => $_ } 0 .. $#{$names[1]};
 my $bad = 0;
 my $complain = sub { print @_, "\n"; $bad = 1 };
 $complain->('columns of the batch stand there twice') if keys %batch != @{$names[1]};
-# the batch is one of searches: it has no columns of an exact fit
-my @missing = grep { !exists $batch{$_} && !/^(method|verdict|expected_decrease|search_distance|starts|reasons)$/ } @{$names[0]};
+my @missing = grep { !exists $batch{$_} } @{$names[0]};
 $complain->("the batch lacks @missing") if @missing;
 my @more = grep { !exists $single{$_} } @{$names[1]};
 $complain->("the batch has @more, wanted index") if "@more" ne 'index';

@@ -7,6 +7,7 @@
 #include "files/batch/batch_table.h"
 #include "files/batch/shard_files.h"
 #include "files/nifti/grid_maps.h"
+#include "files/results/number_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -96,12 +97,13 @@ static void write_tables(const batch_plan &plan, const plan_lines &lines, all_pa
         const planned_spectrum spectrum = lines.read(line);
         const fit_record &record = parts.read(line);
         if (record.state == fit_state::failed) ++failed;
-        results.add(table.results_rows(spectrum, record));
-        quality.add(table.quality_row(spectrum, record));
+        const batch_rows rows = table.rows_of(spectrum, record);
+        results.add(rows.results);
+        quality.add(rows.quality);
         if (record.state != fit_state::fitted) continue;
         ++fitted;
         std::set<finding_kind> kinds; // one that names several entries counts once
-        for (const finding &each : table.judgement(record).findings)
+        for (const finding &each : rows.judgement.findings)
             if (each.level >= finding_level::amber) kinds.insert(each.kind);
         for (const finding_kind kind : kinds) ++found[kind];
     }
@@ -172,8 +174,10 @@ static void write_maps(const batch_plan &plan, const plan_lines &lines, all_part
             if (record.state != fit_state::fitted) continue;
             long long place = 0;
             for (std::size_t a = 0; a < stride.size(); ++a) place += spectrum.at[a] * stride[a];
+            const fitted_entry own = table.entries_of(record)[entry];
             for (std::size_t m = 0; m < group.size(); ++m)
-                maps[m][static_cast<std::size_t>(place)] = table.value_of(group[m], record, entry);
+                maps[m][static_cast<std::size_t>(place)] =
+                    batch_table::value_of(group[m], record, own);
         }
         for (std::size_t m = 0; m < group.size(); ++m) {
             const std::string name = plan.file("maps/") + stem + map_name(group[m]) + ".nii.gz";
@@ -236,7 +240,7 @@ static void write_curves(const batch_plan &plan, const plan_lines &lines,
         curves.add(std::string_view(bytes).substr(sizeof head));
         const planned_spectrum spectrum = lines.read(head.line);
         list += std::to_string(row++) + "\t" + std::to_string(spectrum.number) + "\t" +
-                spectrum.name + "\t" + table_text(head.quality) + "\n";
+                spectrum.name + "\t" + table_number(head.quality) + "\n";
     }
     write_files({{plan.file("pictures.tsv"), list}}, {}, true);
     curves.finish();
