@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// conversion_options.h -- what is taken of a measured file, and what is done to it
+#pragma once
+
+#include "files/measured/choose_spectra.h"
+
+#include <optional>
+#include <string>
+
+namespace tools {
+
+// Options that both conversions take.
+struct input_options {
+    std::string input, format;
+    std::string json;                // empty: the one beside input, if any
+    std::optional<long long> points; // of one FID
+    choice_options choice;
+    std::string resize; // empty, "fill", "cut" or a number
+    std::string phase;  // empty, "auto" or degrees
+    bool conjugate = false;
+    bool force = false;
+};
+
+// Options of a spectrum; what is given wins over what the file says.
+struct spectrum_options {
+    std::string folder;
+    std::optional<double> dwell_time, bandwidth, mhz, ppm_at_carrier, begin_time;
+    std::optional<std::string> nucleus, axis;
+    std::string noise;     // empty or "first:last"
+    std::string reference; // file of the FID of a single strong line
+    bool eddy = false;
+    long long memory = 128; // for the FIDs of one pass over the file [MiB]
+};
+
+} // namespace tools

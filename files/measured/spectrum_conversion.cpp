@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/measured/spectrum_conversion.h"
+
+#include "files/base/tool_error.h"
+#include "files/spectra/point_range.h"
+#include "files/measured/signal_items.h"
+#include "files/measured/text_items.h"
+
+#include "engine/centred_spectrum.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <set>
+
+namespace tools {
+
+// A stretch of the centred spectrum of n points after the FID was conjugated (point i goes to
+// n - i) and resized to m points; nothing when little of it is left.
+static point_stretch moved(const point_stretch &stretch, bool conjugate, long long n, long long m) {
+    if (!stretch) return stretch;
+    long long first = stretch->first, last = stretch->second;
+    if (conjugate) {
+        if (first == 0) first = 1; // the point at the edge is its own mirror image
+        std::swap(first, last);
+        first = n - first;
+        last = n - last;
+    }
+    first = (first * m + n - 1) / n;
+    last = last * m / n;
+    if (last - first < 1) return std::nullopt;
+    return std::pair(first, last);
+}
+
+std::vector<complex_signal> read_fids(spectrum_source &source,
+                                      const std::vector<chosen_spectrum> &chosen, std::size_t first,
+                                      std::size_t stop, std::size_t points) {
+    std::vector<signal_share> shares;
+    for (std::size_t s = first; s < stop; ++s)
+        for (const long long spectrum : chosen[s].spectra) shares.push_back({spectrum, s - first});
+    std::sort(shares.begin(), shares.end(),
+              [](const signal_share &a, const signal_share &b) { return a.spectrum < b.spectrum; });
+    std::vector<complex_signal> fids(stop - first, complex_signal(points));
+    source.add_to(shares, fids);
+    for (std::size_t s = first; s < stop; ++s)
+        if (chosen[s].spectra.size() > 1)
+            for (std::complex<double> &point : fids[s - first])
+                point /= static_cast<double>(chosen[s].spectra.size());
+    return fids;
+}
+
+std::size_t outputs_per_pass(long long memory, std::size_t points) {
+    return std::max<std::size_t>(1, (static_cast<std::size_t>(memory) << 20) /
+                                        (points * sizeof(std::complex<double>)));
+}
+
+void apply_phase(complex_signal &fid, const std::string &phase, nlohmann::ordered_json *sidecar) {
+    if (phase.empty()) return;
+    std::optional<double> degrees = number_of(phase);
+    if (phase == "auto") degrees = phase_of_first_point(fid);
+    if (!degrees || !std::isfinite(*degrees))
+        throw tool_error(wrong_usage, "--phase " + phase + ": expected degrees, or auto");
+    turn_phase(fid, *degrees);
+    if (sidecar != nullptr) (*sidecar)["phase_applied_degrees"] = *degrees;
+}
+
+// Magnitudes at three strong proton singlets (NAA, creatine, choline) against those at their mirror
+// images about the carrier: files of this format come in both senses.
+static bool looks_mirrored(const complex_signal &spectrum, const signal_facts &facts, bool rises,
+                           double hz_per_point) {
+    if (!facts.mhz || !facts.ppm_at_carrier || std::abs(*facts.ppm_at_carrier - 4.7) > 0.3)
+        return false;
+    if (facts.nucleus && *facts.nucleus != "1H") return false;
+    const auto n = static_cast<long long>(spectrum.size());
+    double right = 0.0, mirrored = 0.0;
+    for (const double ppm : {2.01, 3.03, 3.21}) {
+        const double offset = (ppm - *facts.ppm_at_carrier) * *facts.mhz / hz_per_point;
+        const double half_width = 0.08 * *facts.mhz / hz_per_point;
+        const auto highest = [&](double sign) {
+            const double centre = static_cast<double>(n / 2) + (rises ? sign : -sign) * offset;
+            double top = 0.0;
+            for (auto i = static_cast<long long>(centre - half_width);
+                 i <= static_cast<long long>(centre + half_width); ++i)
+                if (i >= 0 && i < n)
+                    top = std::max(top, std::abs(spectrum[static_cast<std::size_t>(i)]));
+            return top;
+        };
+        right += highest(1.0);
+        mirrored += highest(-1.0);
+    }
+    return mirrored > 2.0 * right;
+}
+
+struct noise_choice {
+    engine::noise_window window;
+    std::string chosen_by, method;
+};
+
+static noise_choice choose_noise(const complex_signal &spectrum, const point_stretch &asked,
+                                 const point_stretch &known, const point_stretch &shared) {
+    if (asked)
+        return {engine::noise_of_stretch(spectrum, asked->first, asked->second + 1), "option",
+                "--noise"};
+    if (known)
+        return {engine::noise_of_stretch(spectrum, known->first, known->second + 1), "metadata",
+                "stretch named in the JSON"};
+    if (shared)
+        return {engine::noise_of_stretch(spectrum, shared->first, shared->second + 1),
+                "quietest stretch",
+                "as for one spectrum, with the mean of the variances of all over that of their own "
+                "noise; no spectrum has signal there"};
+    return {engine::noise_stretch(spectrum), "quietest stretch",
+            "of the quietest stretches of n/8 points, which differ by no more than noise does, the "
+            "one nearest to their median spread, without the outermost n/8 at each side unless all "
+            "others hold lines"};
+}
+
+spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &chosen,
+                                         const input_options &options, const spectrum_options &own)
+    : source_(source), options_(options), conjugated_(source.opposite_sense != options.conjugate) {
+    settle_facts(source, own);
+    const signal_facts &facts = source.facts;
+    rises_ = facts.ppm_rises_with_points != options.conjugate;
+    points_ = length_for_fit(source.file, source.points, options.resize);
+    plan_.emplace(static_cast<int>(points_));
+    used_ = static_cast<std::size_t>(std::min(points_, source.points));
+    known_noise_ = moved(facts.noise_points, options.conjugate, source.points, points_);
+    fit_points_ = moved(facts.fit_points, options.conjugate, source.points, points_);
+    if (!own.noise.empty()) {
+        long long first = 0, last = 0;
+        parse_point_range(own.noise, "--noise", first, last);
+        if (last >= points_ || first == last)
+            throw tool_error(wrong_usage, "--noise " + own.noise +
+                                              ": expected at least two points up to " +
+                                              std::to_string(points_ - 1));
+        asked_noise_ = {first, last};
+    }
+    if (!options.choice.average.empty())
+        for (const source_axis &axis : source.axes)
+            if (axis.name == "DIM_COIL" && chosen.spectra.front().averaged.contains(axis.name))
+                source.warnings.push_back("coils are averaged as they are; with unlike phases "
+                                          "they cancel. Combine them first if so");
+    items_ = common_items(source, conjugated_, rises_, points_);
+    for (const guessed_value &guess : source.guesses)
+        items_["guessed"].push_back(
+            {{"item", guess.item},
+             {"value",
+              guess.item == "ppm_rises_with_points" ? nlohmann::ordered_json(rises_) : guess.value},
+             {"reason", guess.reason}});
+}
+
+// Points before the zeros at the end of an FID. Fewer than one in 64 do not count: so many may be
+// measured in a file of whole numbers, and they change an error bound by less than 0.8 %.
+static long long points_before_zeros(const complex_signal &fid) {
+    auto last = static_cast<long long>(fid.size());
+    while (last > 0 && fid[static_cast<std::size_t>(last - 1)] == 0.0) --last;
+    const auto all = static_cast<long long>(fid.size());
+    return last > 0 && 64 * (all - last) >= all ? last : all;
+}
+
+long long spectrum_conversion::measured_of(const complex_signal &fid) {
+    const long long measured = points_before_zeros(fid);
+    if (measured < static_cast<long long>(fid.size())) ++with_zeros_;
+    measured_ = std::max(measured_, measured);
+    return measured;
+}
+
+complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measured_lineshape *eddy,
+                                                nlohmann::ordered_json *sidecar) const {
+    if (conjugated_) conjugate(fid);
+    if (eddy != nullptr) correct_eddy_currents(fid, *eddy);
+    apply_phase(fid, options_.phase, sidecar);
+    return engine::spectrum_of_fid(*plan_, fid);
+}
+
+void spectrum_conversion::share_noise_window(long long memory) {
+    static constexpr std::size_t most = 1024;
+    if (asked_noise_ || known_noise_ || source_.spectra() < 2) return;
+    const choice all = all_outputs(source_, options_.choice);
+    if (all.spectra.size() < 2) return;
+    std::vector<chosen_spectrum> taken;
+    const std::size_t step = (all.spectra.size() + most - 1) / most;
+    for (std::size_t s = 0; s < all.spectra.size(); s += step) taken.push_back(all.spectra[s]);
+    engine::shared_stretch_search search;
+    std::set<long long> faulty;
+    source_.faulty = &faulty; // those that are converted are named then
+    const std::size_t pass = outputs_per_pass(memory, used_);
+    for (std::size_t first = 0; first < taken.size(); first += pass) {
+        const std::size_t stop = std::min(first + pass, taken.size());
+        std::vector<complex_signal> fids = read_fids(source_, taken, first, stop, used_);
+        for (std::size_t s = first; s < stop; ++s)
+            if (std::none_of(taken[s].spectra.begin(), taken[s].spectra.end(),
+                             [&](long long member) { return faulty.contains(member); }))
+                search.add(spectrum_of(std::move(fids[s - first]), nullptr, nullptr));
+    }
+    source_.faulty = nullptr;
+    if (search.spectra() == 0) return;
+    const auto [first, stop] = search.stretch();
+    shared_noise_ = {first, stop - 1};
+    shared_by_ = search.spectra();
+}
+
+engine::noise_window spectrum_conversion::describe(const complex_signal &spectrum,
+                                                   nlohmann::ordered_json &sidecar) {
+    const noise_choice noise = choose_noise(spectrum, asked_noise_, known_noise_, shared_noise_);
+    if (!asked_noise_ && !known_noise_) ++unknown_noise_;
+    sidecar["noise_window"] = {
+        {"first", noise.window.first},   {"stop", noise.window.stop},
+        {"sd_real", noise.window.sd_re}, {"sd_imaginary", noise.window.sd_im},
+        {"chosen_by", noise.chosen_by},  {"method", noise.method}};
+    if (shared_noise_) sidecar["noise_window"]["shared_by_spectra"] = shared_by_;
+    if (fit_points_) sidecar["fit_interval_points"] = {fit_points_->first, fit_points_->second};
+    std::vector<std::string> warnings = source_.warnings;
+    if (source_.format == "LCModel RAW" &&
+        looks_mirrored(spectrum, source_.facts, rises_, items_["hz_per_point"].get<double>())) {
+        ++mirrored_;
+        warnings.push_back("the peaks fit the mirrored axis better; try --axis " + other_axis());
+    }
+    if (!warnings.empty()) sidecar["warnings"] = warnings;
+    return noise.window;
+}
+
+// --conjugate would turn points and axis together.
+std::string spectrum_conversion::other_axis() const {
+    return source_.facts.ppm_rises_with_points ? "falling" : "rising";
+}
+
+static std::string short_factor(long long points, long long measured) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3g",
+                  std::sqrt(static_cast<double>(points) / static_cast<double>(measured)));
+    return text;
+}
+
+std::vector<std::string> spectrum_conversion::remarks() const {
+    std::vector<std::string> said;
+    for (const guessed_value &guess : source_.guesses)
+        said.push_back(
+            "guessed " + guess.item + " " +
+            (guess.value.is_string() ? guess.value.get<std::string>() : guess.value.dump()) + ": " +
+            guess.reason);
+    for (const std::string &text : source_.warnings) said.push_back(source_.file + ": " + text);
+    if (points_ > source_.points)
+        said.push_back("filled with zeros from " + std::to_string(source_.points) + " to " +
+                       std::to_string(points_) + " points");
+    if (with_zeros_ > 0)
+        said.push_back(source_.file + ": zeros at the end of the FID were filled in before: " +
+                       std::to_string(measured_) + " of its " + std::to_string(used_) +
+                       " points were measured" +
+                       (source_.spectra() > 1
+                            ? " at most; " + std::to_string(with_zeros_) + " FIDs have such zeros"
+                            : std::string()));
+    if (measured_ > 0 && measured_ < points_)
+        said.push_back("the noise of neighbouring points is not independent after filling: tables "
+                       "and pages multiply the error bounds of the fit by " +
+                       short_factor(points_, measured_) +
+                       ", the square root of points over measured points; its own files hold "
+                       "them as they are");
+    if (unknown_noise_ > 0)
+        said.push_back("no noise-only points known, took the quietest stretch" +
+                       (shared_noise_ ? " of " + std::to_string(shared_by_) + " spectra together"
+                                      : std::string()) +
+                       "; look at it before you trust the error bounds");
+    if (mirrored_ > 0)
+        said.push_back(std::to_string(mirrored_) +
+                       " of the spectra fit the mirrored axis better (NAA, creatine, choline); "
+                       "files of this format exist in both senses, try --axis " +
+                       other_axis());
+    return said;
+}
+
+} // namespace tools

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// spectrum_conversion.h -- how the FIDs of a source become spectra, and what is known of all
+#pragma once
+
+#include "files/measured/condition_fid.h"
+#include "files/measured/conversion_options.h"
+#include "files/measured/spectrum_source.h"
+
+#include "engine/noise_window.h"
+#include "kernel/transform_plan.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+// How the FIDs of a source become spectra, and what is known about all of them.
+class spectrum_conversion {
+  public:
+    // Settles what options and source say. Guesses and warnings are added to those of the source,
+    // which must outlive this. Errors: bad_input, wrong_usage.
+    spectrum_conversion(spectrum_source &source, const choice &chosen, const input_options &options,
+                        const spectrum_options &own);
+
+    // Sense, correction, phase, length, transform of an FID as the source hands it out.
+    //
+    // Given:
+    //   fid       complex[used()]
+    //   eddy      line of a reference that takes eddy currents out; may be null
+    //   sidecar   gets the phase that was applied; may be null
+    complex_signal spectrum_of(complex_signal fid, const measured_lineshape *eddy,
+                               nlohmann::ordered_json *sidecar) const;
+    // Points of an FID before the zeros at its end, if these are as many as were filled in.
+    long long measured_of(const complex_signal &fid);
+    // Looks for one noise window for all spectra of the source that the averages leave, chosen or
+    // not: a spectrum then has the same errors in a batch as alone. Nothing to do when the window
+    // is asked for or known, or there is one spectrum. Of many spectra it takes 1024, evenly.
+    //   memory    for the FIDs of one pass over the file [MiB]
+    void share_noise_window(long long memory);
+    // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
+    engine::noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
+    // What a user should know about the conversion, a sentence each.
+    std::vector<std::string> remarks() const;
+
+    long long points() const { return points_; }                   // of a spectrum
+    long long measured() const { return measured_; }               // most of all FIDs so far
+    std::size_t used() const { return used_; }                     // points of an FID
+    const nlohmann::ordered_json &items() const { return items_; } // of every sidecar
+
+  private:
+    std::string other_axis() const; // what --axis would have to be for the other sense
+    spectrum_source &source_;
+    const input_options &options_;
+    bool conjugated_, rises_;
+    long long points_;
+    std::size_t used_;
+    std::optional<kernel::transform_plan> plan_; // of points_ points
+    point_stretch known_noise_, fit_points_, asked_noise_;
+    point_stretch shared_noise_; // of shared_by_ spectra
+    long long shared_by_ = 0;
+    long long measured_ = 0, with_zeros_ = 0; // most of all FIDs; FIDs with zeros at the end
+    nlohmann::ordered_json items_;
+    long long mirrored_ = 0, unknown_noise_ = 0;
+};
+
+// The FIDs of outputs first to stop - 1, each the mean of its members: one pass over the file.
+std::vector<complex_signal> read_fids(spectrum_source &source,
+                                      const std::vector<chosen_spectrum> &chosen, std::size_t first,
+                                      std::size_t stop, std::size_t points);
+
+// Outputs per pass, so that their FIDs take up to so many MiB.
+std::size_t outputs_per_pass(long long memory, std::size_t points);
+
+// Turns by degrees, or by what makes the first point real ("auto"), and notes it; nothing for an
+// empty text. Errors: wrong_usage for any other.
+void apply_phase(complex_signal &fid, const std::string &phase, nlohmann::ordered_json *sidecar);
+
+} // namespace tools
