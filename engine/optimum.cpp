@@ -147,7 +147,10 @@ result<optimum> find_optimum(const fit_problem &problem, model_workspace &ws,
                              const fit_options &options) {
     const result<model> made = model::make(problem);
     if (!made) return made.why();
-    const model &of = *made;
+    return find_optimum(*made, ws, options);
+}
+
+result<optimum> find_optimum(const model &of, model_workspace &ws, const fit_options &options) {
     if (of.columns() > of.rows())
         return failure{-1, "more free parameters (" + std::to_string(of.columns()) +
                                ") than fitted values (" + std::to_string(of.rows()) + ")"};

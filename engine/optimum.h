@@ -58,5 +58,7 @@ struct optimum {
 //   2. The same problem gives the same bits, whatever was fitted before.
 result<optimum> find_optimum(const fit_problem &problem, model_workspace &ws,
                              const fit_options &options = {});
+// The same of a model that is made already.
+result<optimum> find_optimum(const model &of, model_workspace &ws, const fit_options &options = {});
 
 } // namespace engine

@@ -66,27 +66,35 @@ optimum_record record_of(const engine::fit_problem &problem, const engine::optim
 
 } // namespace
 
+std::string refusal_text(const start_file &start, const engine::failure &why) {
+    return (why.entry >= 0 ? label(start, why.entry) + ": " : "") + why.reason;
+}
+
+exact_find find_exactly(const start_file &start, const engine::fit_problem &problem,
+                        const engine::model &of, engine::model_workspace &workspace,
+                        const exact_options &options) {
+    engine::fit_options how;
+    how.starts = options.starts;
+    if (options.search) how.extra.push_back({"search", values_in_points(*options.search)});
+    engine::result<engine::optimum> found = engine::find_optimum(of, workspace, how);
+    if (!found) throw tool_error(bad_input, refusal_text(start, found.why()));
+    optimum_record record = record_of(problem, *found);
+    if (options.search) {
+        record.method = "both";
+        record.search_distance = distance(problem, *found, values_in_points(*options.search));
+    }
+    return {std::move(*found), std::move(record)};
+}
+
 exact_result fit_exactly(const start_file &start, problem_data data,
                          engine::model_workspace &workspace, const exact_options &options) {
     const std::string why_not = why_not_exact(start);
     if (!why_not.empty()) throw tool_error(bad_input, why_not);
     const engine::fit_problem problem = problem_of(start, std::move(data), freedom::by_strategy);
-    engine::fit_options how;
-    how.starts = options.starts;
-    if (options.search) how.extra.push_back({"search", values_in_points(*options.search)});
-    const engine::result<engine::optimum> found = engine::find_optimum(problem, workspace, how);
-    if (!found) {
-        const int entry = found.why().entry;
-        throw tool_error(bad_input,
-                         (entry >= 0 ? label(start, entry) + ": " : "") + found.why().reason);
-    }
-    exact_result out = {with_values(start, found->values, found->lineshape),
-                        record_of(problem, *found)};
-    if (options.search) {
-        out.record.method = "both";
-        out.record.search_distance = distance(problem, *found, values_in_points(*options.search));
-    }
-    return out;
+    const engine::result<engine::model> of = engine::model::make(problem);
+    if (!of) throw tool_error(bad_input, refusal_text(start, of.why()));
+    exact_find found = find_exactly(start, problem, *of, workspace, options);
+    return {with_values(start, found.found.values, found.found.lineshape), std::move(found.record)};
 }
 
 std::string cause_text(const optimum_record::cause &cause, const std::vector<std::string> &names) {

@@ -54,6 +54,19 @@ struct exact_result {
 exact_result fit_exactly(const start_file &start, problem_data data,
                          engine::model_workspace &workspace, const exact_options &options);
 
+// The same for a problem and its model that are made already; the engine's report is kept beside
+// it. Errors: bad_input.
+struct exact_find {
+    engine::optimum found;
+    optimum_record record;
+};
+exact_find find_exactly(const start_file &start, const engine::fit_problem &problem,
+                        const engine::model &of, engine::model_workspace &workspace,
+                        const exact_options &options);
+
+// What the engine refuses, with the name of the entry.
+std::string refusal_text(const start_file &start, const engine::failure &why);
+
 // The record as JSON, and back.
 std::string optimum_text(const optimum_record &record);
 // Errors: bad_input, naming file and item, for anything that optimum_text does not write.
