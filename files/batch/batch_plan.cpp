@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/batch_plan.h"
 
+#include "files/base/not_known.h"
 #include "files/base/plain_text.h"
 #include "files/base/read_json.h"
 #include "files/base/sha256.h"
@@ -25,6 +26,18 @@ namespace tools {
 
 bool is_digest(const std::string &text) {
     return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == text.npos;
+}
+
+static const char *const method_names[] = {"classic", "exact", "both"};
+
+const char *name_of(fit_method method) {
+    return method_names[static_cast<int>(method)];
+}
+
+std::optional<fit_method> method_named(const std::string &name) {
+    for (const fit_method each : {fit_method::classic, fit_method::exact, fit_method::both})
+        if (name == name_of(each)) return each;
+    return std::nullopt;
 }
 
 static const char *const state_names[] = {"fit", "all zero", "not finite"};
@@ -215,6 +228,9 @@ static void read_head(batch_plan &plan, const std::string &file) {
     plan.values = items.text("values");
     if (plan.values != "same" && plan.values != "estimate" && plan.values != "neighbour")
         items.refuse("values", "none of same, estimate and neighbour");
+    const std::optional<fit_method> method = method_named(items.text("method"));
+    if (!method) items.refuse("method", "none of classic, exact and both");
+    plan.method = *method;
     read_axes(plan, items, file);
     for (const auto &entry : items.list("entries")) {
         if (!entry.is_string() || !is_plain_text(entry.get<std::string>()))
@@ -245,6 +261,20 @@ static void read_head(batch_plan &plan, const std::string &file) {
         const head_items input(each, file);
         plan.inputs.push_back(
             {bytes_of_json(input.item("file"), file), input.digest("sha256"), input.item("stamp")});
+    }
+}
+
+// Windows of a table, which a start file has no place for.
+static void read_windows(batch_plan &plan, const head_items &items, const std::string &file) {
+    for (const auto &each : items.list("windows")) {
+        const head_items window(each, file);
+        const auto entry = static_cast<std::size_t>(
+            window.whole("entry", 1, static_cast<long long>(plan.start.entries.size())));
+        const auto parameter = static_cast<std::size_t>(window.whole("parameter", 1, quantities));
+        const double from = window.number("from", false).value_or(not_known);
+        const double to = window.number("to", false).value_or(not_known);
+        if (!(from <= to)) items.refuse("windows", "no list of intervals");
+        plan.start.entries[entry - 1].parameters[parameter - 1].window = {from, to};
     }
 }
 
@@ -287,6 +317,7 @@ batch_plan read_plan(const std::string &folder) {
         refuse_manifest(name, "has no entries or not a name for each");
     if (plan.start.points != plan.points)
         refuse_manifest(name, "has another number of points than its start file");
+    read_windows(plan, items, name);
     for (const start_entry &entry : plan.start.entries)
         if (entry.type == pattern_entry &&
             std::find(plan.pattern_files.begin(), plan.pattern_files.end(), entry.pattern_file) ==

@@ -12,11 +12,19 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace tools {
+
+// By what the spectra are fitted: the fitter's search alone, the engine's optimum alone, or the
+// search and then the optimum from its end and from the start values.
+enum class fit_method { classic, exact, both };
+const char *name_of(fit_method method);
+// None for another word.
+std::optional<fit_method> method_named(const std::string &name);
 
 // What plan found in the points of a spectrum. Only those that are to be fitted are.
 enum class signal_state { fit, all_zero, not_finite };
@@ -71,11 +79,12 @@ struct batch_plan {
     std::string id;     // sha256 of the head: parts of another plan are refused
     std::shared_ptr<manifest_file> file_read;
     nlohmann::ordered_json head;
-    start_file start; // run/start.par
+    start_file start; // run/start.par, with the windows of the head
     long long spectra = 0, blocks = 0, points = 0;
     long long list_begin = 0, line_bytes = 0; // of the list of spectra
     std::string list_sha256;
     std::string values; // same, estimate or neighbour
+    fit_method method = fit_method::exact;
     std::vector<plan_axis> axes;
     std::vector<std::string> entry_names;
     std::vector<std::string> pattern_files; // in run/patterns/
@@ -123,7 +132,7 @@ struct replaced_plan {
 bool is_digest(const std::string &text);
 
 // The version of the files of a batch that this program writes and reads.
-static constexpr int batch_format = 2;
+static constexpr int batch_format = 3;
 
 // The inputs that a plan was made from are compared with it: a file whose size or time differs is
 // hashed. Errors: bad_input when one holds something else now. A file that is not there any more is

@@ -6,6 +6,7 @@
 #include "files/results/judge_run.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace tools {
@@ -96,6 +97,18 @@ static void take_remarks(const fit_record &record, run_result &run) {
     }
 }
 
+static optimum_record optimum_of(const exact_facts &facts) {
+    optimum_record optimum;
+    optimum.method = name_of(facts.method);
+    optimum.verdict = engine::name_of(facts.verdict);
+    optimum.expected_decrease = facts.expected_decrease;
+    if (facts.method == fit_method::both && std::isfinite(facts.search_distance))
+        optimum.search_distance = facts.search_distance;
+    optimum.reasons = facts.reasons;
+    optimum.starts.resize(static_cast<std::size_t>(facts.starts));
+    return optimum;
+}
+
 // As a single fit of the spectrum has it.
 run_result batch_table::result_of(const planned_spectrum &spectrum,
                                   const fit_record &record) const {
@@ -113,10 +126,11 @@ run_result batch_table::result_of(const planned_spectrum &spectrum,
     if (!names.empty())
         run.remark =
             "shown with areas of the other sign and phases turned by 180 degrees: " + names;
-    if (run.fitted)
-        take_remarks(record, run);
-    else
-        run.why_not = record.reason;
+    if (run.fitted) take_remarks(record, run);
+    for (const std::string &text : run.log_remarks)
+        if (text.starts_with(no_exact_fit) || text.starts_with(no_search))
+            run.remark += (run.remark.empty() ? "" : "; ") + text;
+    if (!run.fitted) run.why_not = record.reason;
     for (const double error : record.errors) run.has_errors = run.has_errors || error != 0.0;
     run.quality = record.figures[0];
     run.noise_re = record.figures[1];
@@ -128,6 +142,7 @@ run_result batch_table::result_of(const planned_spectrum &spectrum,
     run.iterations = record.iterations;
     run.free_parameters = record.free_parameters;
     if (record.gradients > 0) run.log_steps.push_back({record.gradients, 0.0});
+    if (record.exact) run.optimum = optimum_of(*record.exact);
     judge_run(run);
     return run;
 }

@@ -8,12 +8,17 @@
 
 namespace tools {
 
-static constexpr std::uint32_t record_mark = 0x4b425256; // "VRBK"
-static constexpr std::size_t longest_reason = 240;
-static constexpr std::size_t fixed_size = 4 + 4 + 8 + 5 * 4 + 8 + 9 * 8 + longest_reason;
+static constexpr std::uint32_t record_mark = 0x4c425256; // "VRBL"
+static constexpr std::size_t longest_reason = 240, longest_cause = 80;
+static constexpr std::size_t cause_size = 4 + 8 + longest_cause;
+static constexpr std::size_t fixed_size = 4 + 4 + 8 + 5 * 4 + 8 + 9 * 8 + longest_reason + 4 * 4 +
+                                          2 * 8 + exact_facts::most_causes * cause_size;
+// Far above what a fit tries.
+static constexpr std::int32_t most_starts = 10000;
+static constexpr auto last_verdict = static_cast<std::int32_t>(engine::finding::optimum);
 
 std::size_t record_size(std::size_t entries) {
-    return fixed_size + 11 * entries * sizeof(double);
+    return fixed_size + entries + 11 * entries * sizeof(double);
 }
 
 std::uint64_t check_sum(const char *bytes, std::size_t count) {
@@ -38,6 +43,107 @@ static void get(const char *bytes, std::size_t &at, T &value) {
     at += sizeof value;
 }
 
+// Cut at whole characters when it is too long.
+static void put_text(std::string &bytes, std::size_t &at, const std::string &text,
+                     std::size_t longest) {
+    std::size_t kept = std::min(text.size(), longest);
+    while (kept > 0 && kept < text.size() &&
+           (static_cast<unsigned char>(text[kept]) & 0xc0U) == 0x80U)
+        --kept;
+    std::memcpy(bytes.data() + at, text.data(), kept);
+    at += longest;
+}
+
+static std::string get_text(const char *bytes, std::size_t &at, std::size_t longest) {
+    std::string text = shown_text({bytes + at, strnlen(bytes + at, longest)});
+    for (char &c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = ' ';
+    at += longest;
+    return text;
+}
+
+// A verdict as its number; -1 for another word.
+static std::int32_t verdict_number(const std::string &name) {
+    for (std::int32_t k = 0; k <= last_verdict; ++k)
+        if (name == engine::name_of(static_cast<engine::finding>(k))) return k;
+    return -1;
+}
+
+// Which entries a reason names stands with the entries: a bit for each reason.
+static void put_exact(std::string &bytes, std::size_t &at, const std::optional<exact_facts> &own,
+                      std::size_t entries) {
+    exact_facts facts = own.value_or(exact_facts());
+    if (!own) facts.method = fit_method::classic;
+    put(bytes, at, static_cast<std::int32_t>(facts.method));
+    put(bytes, at, static_cast<std::int32_t>(facts.verdict));
+    put(bytes, at, facts.starts);
+    put(bytes, at, facts.expected_decrease);
+    put(bytes, at, facts.search_distance);
+    facts.reasons.resize(std::min(facts.reasons.size(), exact_facts::most_causes));
+    put(bytes, at, static_cast<std::int32_t>(facts.reasons.size()));
+    std::vector<std::uint8_t> named(entries, 0);
+    for (std::size_t c = 0; c < exact_facts::most_causes; ++c) {
+        if (c >= facts.reasons.size()) {
+            at += cause_size;
+            continue;
+        }
+        const optimum_record::cause &cause = facts.reasons[c];
+        put(bytes, at, verdict_number(cause.what));
+        put(bytes, at, cause.number);
+        put_text(bytes, at, cause.text, longest_cause);
+        for (const int entry : cause.entries)
+            named[static_cast<std::size_t>(entry - 1)] |= static_cast<std::uint8_t>(1U << c);
+    }
+    for (const std::uint8_t bits : named) put(bytes, at, bits);
+}
+
+static bool get_causes(const char *bytes, std::size_t &at, std::size_t entries,
+                       std::vector<optimum_record::cause> &causes) {
+    std::int32_t count = 0;
+    get(bytes, at, count);
+    if (count < 0 || count > static_cast<std::int32_t>(exact_facts::most_causes)) return false;
+    const std::size_t behind = at + exact_facts::most_causes * cause_size;
+    causes.resize(static_cast<std::size_t>(count));
+    for (optimum_record::cause &cause : causes) {
+        std::int32_t what = 0;
+        get(bytes, at, what);
+        get(bytes, at, cause.number);
+        if (what < 0 || what >= last_verdict) return false;
+        cause.what = engine::name_of(static_cast<engine::finding>(what));
+        cause.text = get_text(bytes, at, longest_cause);
+    }
+    at = behind;
+    for (std::size_t k = 0; k < entries; ++k) {
+        std::uint8_t bits = 0;
+        get(bytes, at, bits);
+        if (bits >> count != 0) return false;
+        for (std::size_t c = 0; c < causes.size(); ++c)
+            if ((bits >> c & 1U) != 0) causes[c].entries.push_back(static_cast<int>(k) + 1);
+    }
+    return true;
+}
+
+static bool get_exact(const char *bytes, std::size_t &at, std::optional<exact_facts> &own,
+                      std::size_t entries) {
+    std::int32_t method = 0, verdict = 0;
+    exact_facts facts;
+    get(bytes, at, method);
+    get(bytes, at, verdict);
+    get(bytes, at, facts.starts);
+    get(bytes, at, facts.expected_decrease);
+    get(bytes, at, facts.search_distance);
+    if (!get_causes(bytes, at, entries, facts.reasons)) return false;
+    if (method < static_cast<std::int32_t>(fit_method::classic) ||
+        method > static_cast<std::int32_t>(fit_method::both) || verdict < 0 ||
+        verdict > last_verdict || facts.starts < 0 || facts.starts > most_starts)
+        return false;
+    facts.method = static_cast<fit_method>(method);
+    facts.verdict = static_cast<engine::finding>(verdict);
+    own.reset();
+    if (facts.method != fit_method::classic) own = std::move(facts);
+    return true;
+}
+
 std::string record_bytes(const fit_record &record, std::size_t entries) {
     std::string bytes(record_size(entries), '\0');
     std::size_t at = 0;
@@ -53,12 +159,8 @@ std::string record_bytes(const fit_record &record, std::size_t entries) {
     for (const double figure : record.figures) put(bytes, at, figure);
     put(bytes, at, record.quality_before);
     put(bytes, at, record.snr);
-    std::size_t kept = std::min(record.reason.size(), longest_reason);
-    while (kept > 0 && kept < record.reason.size() &&
-           (static_cast<unsigned char>(record.reason[kept]) & 0xc0U) == 0x80U)
-        --kept; // whole characters
-    std::memcpy(bytes.data() + at, record.reason.data(), kept);
-    at += longest_reason;
+    put_text(bytes, at, record.reason, longest_reason);
+    put_exact(bytes, at, record.exact, entries);
     for (const std::vector<double> *const list : {&record.values, &record.errors})
         for (std::size_t i = 0; i < 5 * entries; ++i) put(bytes, at, (*list)[i]);
     for (std::size_t k = 0; k < entries; ++k) put(bytes, at, record.entry_snr[k]);
@@ -96,10 +198,8 @@ bool read_record(const char *bytes, std::size_t entries, fit_record &record) {
     for (double &figure : record.figures) get(bytes, at, figure);
     get(bytes, at, record.quality_before);
     get(bytes, at, record.snr);
-    record.reason = shown_text({bytes + at, strnlen(bytes + at, longest_reason)});
-    for (char &c : record.reason)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = ' ';
-    at += longest_reason;
+    record.reason = get_text(bytes, at, longest_reason);
+    if (!get_exact(bytes, at, record.exact, entries)) return false;
     for (std::vector<double> *const list : {&record.values, &record.errors}) {
         list->resize(5 * entries);
         for (double &value : *list) get(bytes, at, value);

@@ -7,10 +7,12 @@
 #pragma once
 
 #include "files/batch/batch_plan.h"
+#include "files/problem/exact_fit.h"
 
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,20 @@ enum class fit_state : std::int32_t { fitted = 1, failed = 2, not_tried = 3, wit
 static constexpr double not_measured = std::numeric_limits<double>::quiet_NaN();
 
 inline constexpr const char *remark_end = " | ";
+// Beginnings of remarks: of both methods one failed, and why.
+inline constexpr const char *no_exact_fit = "no exact fit, the search stands alone: ";
+inline constexpr const char *no_search = "no search: ";
+
+// What an exact fit adds to the figures of a search.
+struct exact_facts {
+    fit_method method = fit_method::exact; // both: the search came first
+    engine::finding verdict = engine::finding::optimum;
+    std::int32_t starts = 0;                    // that were tried
+    double expected_decrease = not_measured;    // of the sum of squares, still to be had [noise^2]
+    double search_distance = not_measured;      // of the search's end from the optimum, in bounds
+    std::vector<optimum_record::cause> reasons; // of the verdict; most_causes at most
+    static constexpr std::size_t most_causes = 8;
+};
 
 struct fit_record {
     long long line = 0; // of the manifest
@@ -35,6 +51,7 @@ struct fit_record {
     double snr = not_measured;            // highest magnitude of the model over the noise
     // why, of a fit that failed or was not tried; else what its log remarks, remark_end between
     std::string reason;
+    std::optional<exact_facts> exact; // none for a search alone
     // per entry: area, frequency, Gaussian width, phase, Lorentzian width as .mat and .err have
     // them; not numbers for a fit that failed
     std::vector<double> values, errors;
@@ -49,7 +66,8 @@ std::uint64_t check_sum(const char *bytes, std::size_t count);
 std::size_t record_size(std::size_t entries);
 std::string record_bytes(const fit_record &record, std::size_t entries);
 // false when the bytes are torn or damaged, and when they hold what no fit has: another state, a
-// count below 0. The line is not looked at. A reason is UTF-8 without control characters then.
+// count below 0, a method or a verdict that there is not. The line is not looked at. Texts are
+// UTF-8 without control characters then.
 bool read_record(const char *bytes, std::size_t entries, fit_record &record);
 
 // A record without results.

@@ -11,7 +11,7 @@ if grep -q 'without the NIfTI' err; then
     exit 0
 fi
 bad=$PWD/one/grid_2_1_0.bin
-status 0 "$batch" plan grid.nii --start start.par -o plan
+status 0 "$batch" plan grid.nii --start start.par --method classic -o plan
 cp -r plan good
 status 0 "$batch" run good
 status 0 "$batch" merge good
@@ -147,7 +147,7 @@ holds err "spectrum 5 does not stand where it should"
 status 3 "$batch" run nowhere
 holds err "expected the folder of a plan"
 # parts of one plan do not go into another
-status 0 "$batch" plan grid.nii --start start.par --select 0:11 --keep none -o other
+status 0 "$batch" plan grid.nii --start start.par --method classic --select 0:11 --keep none -o other
 cp -r good/shards other/
 status 3 "$batch" merge other
 holds err "the marker of another plan"

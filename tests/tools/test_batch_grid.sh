@@ -46,7 +46,39 @@ holds run/quality.tsv "grid_1_1_0	1	1	0	not_fitted	holds points that are no fini
 holds run/quality.tsv "grid_0_1_0	0	1	0	not_fitted	all its points are zero"
 holds run/results.json '"area_error_2sd"'
 
+# a curve that is kept is the model: what it leaves over is the quality of the fit
+true_that "curves and qualities" perl - <<'PERL'
+use strict; use warnings;
+sub table { open my $in, '<', $_[0] or die; my @names = split /\t/, <$in> =~ s/\n//r; my %rows;
+    while (<$in>) { chomp; my %row; @row{@names} = split /\t/; $rows{$row{spectrum}} = \%row } return %rows }
+sub points { open my $in, '<:raw', $_[0] or die; seek $in, 1024 * $_[1], 0; read $in, my $b, 1024; return unpack 'f<256', $b }
+my %quality = table('run/quality.tsv'); my %kept = table('run/pictures.tsv');
+die 'curves: ' . keys %kept if keys %kept != 46;
+for my $name (keys %kept) {
+    my @data = points('run/spectra.f32', $kept{$name}{number}); my @model = points('run/pictures.f32', $kept{$name}{row});
+    my $sum = 0; $sum += ($data[$_] - $model[$_]) ** 2 for 0 .. 255;
+    my $own = sqrt($sum / 256) / $quality{$name}{noise_sd_real};
+    die "$name: $own, not $quality{$name}{fit_quality}" if abs($own / $quality{$name}{fit_quality} - 1) > 1e-6;
+    die "$name: $quality{$name}{verdict}" if $quality{$name}{verdict} !~ /^(optimum|noise_wrong|misfit)$/ || $quality{$name}{method} ne 'exact';
+}
+PERL
+# what the exact fit cannot do is refused where it is planned, with what can
+sed 's/^@ \(.*\) 2 1 0 127/@ \1 3 1 0 127/' start.par >magnitude.par
+status 3 "$batch" plan grid.nii --start magnitude.par -o magnitude
+holds err "magnitude.par: the exact fit does not do magnitude and power spectra; the classic search does (--method classic)"
+status 3 "$batch" plan grid.nii --start magnitude.par --method both -o magnitude
+status 0 "$batch" plan grid.nii --start magnitude.par --method classic -o magnitude
+status 2 "$batch" plan grid.nii --start start.par --method fast -o fast
+# options of searches are not taken in silence
+cp -r run vain && rm -rf vain/shards
+status 0 "$batch" run vain --limit 3 --varokel ./no_such_program
+holds err "--limit is for searches, and this plan has none"
+holds err "--varokel is for searches, and this plan has none"
+
 # a voxel that goes the way of single spectra has the same numbers: value and two sigma of the area
+status 0 "$batch" plan grid.nii --start start.par --method classic -o searched --noise 0:31
+status 0 "$batch" run searched
+status 0 "$batch" merge searched
 cp start.par one/
 (cd one && "$programs/varokel" . grid_2_1_1.bin start.par >log)
 expected=$(awk 'NR == 2 { printf "%.9g", $1 }' one/grid_2_1_1.mat)
@@ -54,7 +86,7 @@ bound=$(awk 'NR == 2 { printf "%.9g", $1 }' one/grid_2_1_1.err)
 true_that "area $expected and bound $bound of the left line in the table" awk -F'\t' -v a="$expected" -v e="$bound" '
     NR == 1 { for (i = 1; i <= NF; i++) column[$i] = i }
     $1 == "grid_2_1_1" && $column["name"] == "left" { found = $column["area"] == a && $column["area_error_2sd"] == e }
-    END { exit !found }' run/results.tsv
+    END { exit !found }' searched/results.tsv
 # areas as drawn, each within five of its own standard deviations
 true_that "areas near 1 + x/4 + y/8" awk -F'\t' '
     NR == 1 { for (i = 1; i <= NF; i++) column[$i] = i; next }
@@ -64,8 +96,8 @@ true_that "areas near 1 + x/4 + y/8" awk -F'\t' '
     }
     END { exit !(n > 40 && bad == 0) }' run/results.tsv
 # the curve that is kept is the .fit of the program
-row=$(awk -F'\t' '$3 == "grid_2_1_1" { print $1 }' run/pictures.tsv)
-true_that "curve of grid_2_1_1" cmp <(tail -c +$((row * 1024 + 1)) run/pictures.f32 | head -c 1024) one/grid_2_1_1.fit
+row=$(awk -F'\t' '$3 == "grid_2_1_1" { print $1 }' searched/pictures.tsv)
+true_that "curve of grid_2_1_1" cmp <(tail -c +$((row * 1024 + 1)) searched/pictures.f32 | head -c 1024) one/grid_2_1_1.fit
 
 # the same bytes however it is divided
 same() {
@@ -77,6 +109,8 @@ same() {
 cp -r run plan && rm -rf plan/{shards,maps,results.*,quality.*,pictures.*}
 cp -r plan two && status 0 "$batch" run two -j 2
 same two
+cp -r plan many && status 0 "$batch" run many -j 64
+same many
 for n in 5 11; do
     cp -r plan "s$n"
     for ((i = n - 1; i >= 0; --i)); do
@@ -93,7 +127,7 @@ status 2 "$batch" run plan --shard 5/5
 status 2 "$batch" run plan --shard 0/49
 
 # killed, then resumed
-cp -r plan killed
+cp -r searched killed && rm -rf killed/{shards,maps,results.*,quality.*,pictures.*}
 mkdir scratch
 journal=killed/shards/0000_of_0001.journal
 journal_size() { wc -c <"$journal" 2>/dev/null || echo 0; }
@@ -107,7 +141,7 @@ done 2>/dev/null
 true_that "something was begun and not ended" test -s killed/shards/0000_of_0001.journal
 printf 'torn' >>killed/shards/0000_of_0001.journal
 status 0 "$batch" run killed --resume --scratch scratch
-same killed
+same killed searched
 true_that "nothing left of the killed ones" test -z "$(ls scratch)"
 
 # values of the nearest neighbour: waves within blocks, so no difference either
@@ -119,6 +153,16 @@ status 0 "$batch" merge near
 status 0 "$batch" run near2 --shard 1/2
 status 0 "$batch" run near2 --shard 0/2 -j 3
 same near2 near
+status 0 "$batch" plan grid.nii --start start.par --values neighbour --method both -o near3 --noise 0:31
+status 0 "$batch" run near3 -j 2
+status 0 "$batch" merge near3
+true_that "both ways end at the same areas" awk -F'\t' '
+    FNR == 1 { ++file; for (i = 1; i <= NF; i++) c[file, $i] = i; next }
+    { key = $1 $c[file, "name"]; v = $c[file, "area"] }
+    file == 1 { value[key] = v; next }
+    v != "n/a" { n++; d = v - value[key]; e = 1e-3 * $c[file, "area_error_1sd"]; if (!(d < e && d > -e)) bad++ }
+    END { if (bad || n != 92) { print n, bad; exit 1 } }' near/results.tsv near3/results.tsv
+true_that "distances of the searches" test "$(awk -F'\t' 'NR > 1 && $17 == "both" && $20 >= 0' near3/quality.tsv | wc -l)" -eq 46
 true_that "iterations differ from those of common start values" test "$(cut -f1-4,16 near/quality.tsv | cmp - <(cut -f1-4,16 run/quality.tsv) | wc -l)" -eq 1
 
 # each start is the result of another fit of the block, as the program itself writes it down
@@ -134,8 +178,8 @@ values compact.par >"$folder/values/\$line.result"
 TEXT
 chmod +x keeping
 mkdir values
-cp -r plan/start.par common.par
-status 0 "$batch" run near2 --force --varokel ./keeping
+status 0 "$batch" plan grid.nii --start start.par --values neighbour --method classic -o kept --noise 0:31
+status 0 "$batch" run kept --varokel ./keeping
 handed_on=0
 strange=0
 for start in values/*.start; do

@@ -8,7 +8,7 @@
 batch=$programs/varokel-batch
 
 two_lines_grid grid 3 2 1
-if "$batch" plan grid.nii --start start.par --noise 0:31 -o plan 2>&1 | grep -q 'without the NIfTI'; then
+if "$batch" plan grid.nii --start start.par --noise 0:31 --method classic -o plan 2>&1 | grep -q 'without the NIfTI'; then
     echo "no NIfTI in this build: left out"
     exit 77
 fi
@@ -136,6 +136,10 @@ refused "item blocks is no whole number" 's/"blocks": \d+/"blocks": 0/'
 refused "JSON nested deeper than 64 levels" 's/"guessed": \[\]/"guessed": @{["[" x 200000 . "]" x 200000]}/'
 refused "no plain name" 's|"patterns": \[\]|"patterns": [{"file": "../../../out", "sha256": "@{["0" x 64]}"}]|'
 refused "no plain name" 's|"patterns": \[\]|"patterns": [{"file": ".profile", "sha256": "@{["0" x 64]}"}]|'
+refused "item method is none of classic, exact and both" 's/"method": "classic"/"method": "fast"/'
+refused "item entry is no whole number from 1 to 2" 's/"windows": \[\]/"windows": [{"entry": 3, "parameter": 1, "from": 0, "to": 1}]/'
+refused "item parameter is no whole number from 1 to 5" 's/"windows": \[\]/"windows": [{"entry": 1, "parameter": 0, "from": 0, "to": 1}]/'
+refused "no list of intervals" 's/"windows": \[\]/"windows": [{"entry": 1, "parameter": 1, "from": 2, "to": 1}]/'
 refused "item format" 's/"format": \d+/"format": "two"/'
 refused "no valid JSON" 's/"right"/"r\xe9ght"/'
 refused "manifest.json: cannot be opened" 's/.*/;/s if 0; system "rm edited/manifest.json; mkdir edited/manifest.json"; exit 0'

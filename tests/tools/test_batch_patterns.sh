@@ -38,7 +38,7 @@ noise: 0 to 31 points
 step: gradient all iterations=60
 TEXT
 sed -e '/^right/s/3              2 /3              - /' -e '$a step: gradient all iterations=200' both.txt >peaks.txt
-plan() { status 0 "$batch" plan grid.nii --peaks "$3" --noise 0:31 --values "$1" -o "$2"; }
+plan() { status 0 "$batch" plan grid.nii --peaks "$3" --noise 0:31 --values "$1" --method "${4:-classic}" -o "$2"; }
 plan neighbour near both.txt
 holds out "blocks 1"
 true_that "patterns are in the plan" test -s near/patterns/left.pat -a -s near/patterns/right.pat

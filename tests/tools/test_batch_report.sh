@@ -11,11 +11,12 @@ perl "$tree/tests/batch/small_grid.pl" 8 1 1 128 |
     signal series.f32
 given=(--format float32 --points 128 --dwell 0.001 --frequency 51.7 --ppm-at-carrier 0 --axis rising --noise 0:31)
 
-# both_ways NAME STATUS: table of peaks NAME.txt, fitted by varokel-fit and as a batch; the columns
-# that both have must be equal, numbers to 1e-8: the tables have nine digits
+# both_ways NAME STATUS [METHOD]: table of peaks NAME.txt, fitted by varokel-fit and as a batch; the
+# columns must be equal, numbers to 1e-8: the tables have nine digits
 both_ways() {
-    status "$2" "$programs/varokel-fit" series.f32 "$1.txt" "${given[@]}" --index all -o "$1_single" --no-report --method classic
-    status 0 "$batch" plan series.f32 --peaks "$1.txt" --values estimate "${given[@]}" -o "$1_batch"
+    local method=${3:-classic}
+    status "$2" "$programs/varokel-fit" series.f32 "$1.txt" "${given[@]}" --index all -o "$1_single" --no-report --method "$method"
+    status 0 "$batch" plan series.f32 --peaks "$1.txt" --values estimate "${given[@]}" -o "$1_batch" --method "$method"
     status "$2" "$batch" run "$1_batch"
     status "$2" "$batch" merge "$1_batch"
     for table in results quality; do
@@ -82,7 +83,7 @@ true_that "snr of a line: its height over the noise" awk -F'\t' '
     END { exit !(n == 16 && !bad) }' lines_batch/quality.tsv lines_batch/results.tsv
 
 # with start values that all share: those of the fourth, whose row must be as before
-status 0 "$batch" plan series.f32 --start lines_single/series_3/start.par "${given[@]}" -o same
+status 0 "$batch" plan series.f32 --start lines_single/series_3/start.par "${given[@]}" -o same --method classic
 status 0 "$batch" run same
 status 0 "$batch" merge same
 true_that "the fourth has the same quality before" cmp <(grep -w series_3 same/quality.tsv) <(grep -w series_3 lines_batch/quality.tsv)
@@ -90,7 +91,7 @@ true_that "the others have another one" test "$(cut -f8 same/quality.tsv | cmp -
 
 # Points that are no numbers, in one FID only: the others are fitted as before; a mean with it is not.
 perl -e 'local $/; my $b = <STDIN>; substr($b, 8 * (3 * 128 + 5) + 4, 4) = pack("f<", "nan"); print $b' <series.f32 >holed.f32
-status 0 "$batch" plan holed.f32 --start same/start.par "${given[@]}" -o holed
+status 0 "$batch" plan holed.f32 --start same/start.par "${given[@]}" -o holed --method classic
 holds out "to fit 7"
 holds out "not finite 1"
 status 0 "$batch" run holed
@@ -136,4 +137,26 @@ step: gradient areas phases iterations=20 points=64
 step: gradient all iterations=100 interval=20..60,70..110
 TEXT
 both_ways steps 0
+
+# ---- the exact fit, alone and behind the search ----
+for method in exact both; do
+    for name in lines steps; do
+        cp $name.txt ${name}_$method.txt
+        both_ways ${name}_$method 0 $method
+    done
+    true_that "$method: all at the optimum" test "$(cut -f15,16 lines_${method}_batch/quality.tsv | sort | uniq -c | xargs)" = "8 $method optimum 1 method verdict"
+done
+# windows of the table, one of which holds; the numbers of its verdict with it
+sed 's/ 10           ?/ 10 [9, 9.5]   ?/' lines.txt >windows.txt
+both_ways windows 0 exact
+true_that "the window holds" awk -F'\t' '
+    NR == 1 { for (i = 1; i <= NF; i++) c[$i] = i; next }
+    $c["name"] == "right" { n++; w = $c["lorentz_fwhm_hz"]; if (w < 9 - 1e-8 || w > 9.5 + 1e-8) bad++ }
+    END { exit !(n == 8 && !bad) }' windows_batch/results.tsv
+holds windows_batch/quality.tsv "at_bound: parameters at the edge of their window (right)"
+# the same from one start file for all, which has no place for windows: the plan keeps them
+status 0 "$batch" plan series.f32 --peaks windows.txt "${given[@]}" -o kept_windows
+status 0 "$batch" run kept_windows -j 3
+status 0 "$batch" merge kept_windows
+holds kept_windows/quality.tsv "at_bound: parameters at the edge of their window (right)"
 finish

@@ -453,7 +453,9 @@ static void write_manifest(const plan_options &options, const planned_batch &bat
             {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}});
     head["grid"] = batch.grid;
     head["values"] = options.values;
+    head["method"] = options.method;
     head["entries"] = start.names;
+    head["windows"] = start.windows;
     head["start_sha256"] = sha256_of_file(work + "/start.par");
     if (!options.peaks.empty()) head["peaks_sha256"] = sha256_of_file(work + "/peaks.txt");
     head["names_sha256"] = sha256_of_file(work + "/names.txt");

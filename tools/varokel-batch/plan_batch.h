@@ -14,7 +14,7 @@ struct plan_options {
     spectrum_options spectrum;
     std::string folder;              // run/
     std::string start, peaks, names; // start file or table of peaks; names of the entries
-    std::string mask, select, values = "same";
+    std::string mask, select, values = "same", method = "exact";
     std::string keep; // empty, all, none or worst:N
     std::vector<std::string> command;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// run_batch.h -- fits the spectra of a shard with a pool of processes
+// run_batch.h -- fits the spectra of a shard, and says how far a batch is
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ struct run_options {
     std::string folder, shard, scratch, program;
     int workers = 1;
     bool resume = false, force = false, again = false, times = false;
-    double limit = 0.0; // seconds for one fit; 0: none
+    double limit = 0.0; // seconds for one search; 0: none
 };
 
 // Returns the exit status: all_right, different when fits failed, 128 + signal when interrupted.

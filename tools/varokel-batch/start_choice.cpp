@@ -6,6 +6,7 @@
 #include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/results/judge_run.h"
+#include "files/problem/start_problem.h"
 #include "files/start/read_start_file.h"
 
 #include <algorithm>
@@ -36,6 +37,11 @@ static std::vector<std::string> read_names(const std::string &file) {
         names.push_back(name);
     }
     return names;
+}
+
+// Whose limits the start files keep.
+static fitted_by limits_of(fit_method method) {
+    return method == fit_method::exact ? fitted_by::engine : fitted_by::search;
 }
 
 static void copy_patterns(start_file &start, const std::string &beside, const std::string &work,
@@ -78,7 +84,7 @@ static void refuse_other_kind(const start_file &start, const std::string &source
                                              "beside each spectrum; expected 1 or 3 in a batch");
 }
 
-static complex_signal signal_of(const std::string &bytes) {
+complex_signal signal_of(std::string_view bytes) {
     complex_signal signal(bytes.size() / 8);
     for (std::size_t i = 0; i < signal.size(); ++i) {
         float parts[2];
@@ -121,7 +127,8 @@ static start_file start_of_table(const plan_options &options, long long points,
                       row.name + ": pattern " + row.pattern_file +
                           " stands in another folder; put it beside the table for a batch");
     const std::string folder = fs::path(options.peaks).parent_path().string();
-    start_maker maker(table, {folder.empty() ? "." : folder, "."});
+    start_maker maker(table, {folder.empty() ? "." : folder, "."},
+                      limits_of(*method_named(options.method)));
     const spectrum_facts facts = facts_of_sidecar(metadata(work + "/sidecar.json"));
     const complex_signal signal = maker.estimates() || facts.guessed_sense
                                       ? strongest(work + "/spectra.f32", points, spectra)
@@ -139,6 +146,18 @@ static start_file start_of_table(const plan_options &options, long long points,
     return made.start;
 }
 
+static nlohmann::ordered_json windows_of(const start_file &start) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (std::size_t k = 0; k < start.entries.size(); ++k)
+        for (std::size_t q = 0; q < quantities; ++q)
+            if (const auto &window = start.entries[k].parameters[q].window)
+                list.push_back({{"entry", k + 1},
+                                {"parameter", q + 1},
+                                {"from", window->first},
+                                {"to", window->second}});
+    return list;
+}
+
 start_choice choose_start(const plan_options &options, const nlohmann::ordered_json &scale,
                           long long points, const std::string &work,
                           const std::vector<planned_spectrum> &spectra) {
@@ -151,9 +170,13 @@ start_choice choose_start(const plan_options &options, const nlohmann::ordered_j
     const std::string &source = with_table ? options.peaks : options.start;
     start_file start = with_table ? start_of_table(options, points, work, spectra, chosen)
                                   : read_start_file(options.start);
-    refuse_what_fails(start, source);
+    refuse_what_fails(start, source, limits_of(*method_named(options.method)));
     refuse_other_kind(start, source, scale, points);
+    if (options.method != "classic")
+        if (const std::string why = why_not_exact(start); !why.empty())
+            throw tool_error(bad_input, source + ": " + why);
     chosen.inputs.push_back(source);
+    chosen.windows = windows_of(start);
     copy_patterns(start, source, work, chosen);
     std::string names_file = options.names;
     std::error_code error;
@@ -193,11 +216,12 @@ start_choice choose_start(const plan_options &options, const nlohmann::ordered_j
 }
 
 spectrum_starts::spectrum_starts(const batch_plan &plan)
-    : maker_(read_peak_table(plan.file("peaks.txt")), {plan.file("patterns")}),
+    : maker_(read_peak_table(plan.file("peaks.txt")), {plan.file("patterns")},
+             limits_of(plan.method)),
       facts_(facts_of_sidecar(metadata(plan.file("sidecar.json")))) {}
 
-std::string spectrum_starts::text(const std::string &bytes) {
-    return version_3_text(maker_.make(signal_of(bytes), facts_).start, {});
+start_file spectrum_starts::make(const std::string &bytes) {
+    return maker_.make(signal_of(bytes), facts_).start;
 }
 
 // Of free areas, whether at least half are known better than the report's red mark. Without error
@@ -231,7 +255,7 @@ bool is_better(const fit_record &one, const fit_record &other) {
     return one.figures[0] < other.figures[0] || std::isnan(other.figures[0]);
 }
 
-std::string start_text_from(const start_file &start, const fit_record &neighbour) {
+start_file start_from(const start_file &start, const fit_record &neighbour) {
     start_file own = start;
     for (std::size_t k = 0; k < own.entries.size(); ++k)
         for (int q = 0; q < quantities; ++q) {
@@ -241,7 +265,7 @@ std::string start_text_from(const start_file &start, const fit_record &neighbour
             if (q == area_of && value == 0.0) continue;
             parameter.value = value;
         }
-    return version_3_text(own, {});
+    return own;
 }
 
 } // namespace tools

@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tools {
@@ -19,6 +20,7 @@ struct start_choice {
     std::vector<std::string> pattern_files; // in patterns/
     std::vector<std::string> inputs;        // files that were read
     std::vector<std::string> guesses;       // values that neither table nor spectrum states
+    nlohmann::ordered_json windows;         // of the table, as the manifest has them
 };
 
 // Writes start.par, names.txt, patterns/ and, with a table, peaks.txt into work, where spectra.f32
@@ -36,17 +38,20 @@ bool is_good_neighbour(const start_file &start, const fit_record &record);
 // The better of two fits of one spectrum: a failed one loses, then the larger residual does.
 bool is_better(const fit_record &one, const fit_record &other);
 
-// The text of the start file with the values of a fit. Fixed parameters keep their own; an entry
-// whose area is 0 keeps its own area, because others may be tied to it by a ratio.
-std::string start_text_from(const start_file &start, const fit_record &neighbour);
+// The start file with the values of a fit. Fixed parameters keep their own; an entry whose area is
+// 0 keeps its own area, because others may be tied to it by a ratio.
+start_file start_from(const start_file &start, const fit_record &neighbour);
 
-// Start files from the table of a plan, one for each spectrum.
+// The points of a spectrum from their bytes, complex float32.
+complex_signal signal_of(std::string_view bytes);
+
+// Start files from the table of a plan, one for each spectrum. For one thread.
 class spectrum_starts {
   public:
     // Errors: bad_input.
     explicit spectrum_starts(const batch_plan &plan);
     // bytes: complex float32. Errors: bad_input when nothing can be estimated.
-    std::string text(const std::string &bytes);
+    start_file make(const std::string &bytes);
 
   private:
     start_maker maker_;

@@ -26,6 +26,12 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
                    "nearest good neighbour (default same)")
         ->type_name("FROM")
         ->check(tools::one_of({"same", "estimate", "neighbour"}));
+    app.add_option("--method", own.method,
+                   "exact: the optimum by the engine, in this process (default); classic: the "
+                   "search by varokel, a process each; both: that search, then the optimum from "
+                   "its end and from the start values")
+        ->type_name("HOW")
+        ->check(tools::one_of({"exact", "classic", "both"}));
     app.add_option("--mask", own.mask, "image; voxels above 0 are fitted")->type_name("NIFTI");
     app.add_option("--select", own.select, "spectra by number, such as 0:99,200")
         ->type_name("LIST");
@@ -114,14 +120,15 @@ int main(int argc, char **argv) {
     runner->add_flag("--force", run.force, "begin anew");
     runner
         ->add_option("--scratch", run.scratch,
-                     "place for the folders of the fits (default TMPDIR, else /tmp)")
+                     "place for the folders of the searches (default TMPDIR, else /tmp)")
         ->type_name("DIR");
-    runner->add_option("--limit", run.limit, "a fit that takes longer has failed (default: none)")
+    runner
+        ->add_option("--limit", run.limit, "a search that takes longer has failed (default: none)")
         ->type_name("SECONDS")
         ->check(tools::positive_number);
     runner
         ->add_option("--varokel", run.program,
-                     "the program that fits (default: beside this one, else in PATH)")
+                     "the program that searches (default: beside this one, else in PATH)")
         ->type_name("FILE");
     runner->add_flag("--times", run.times, "tell at the end what it took");
     runner->footer("\nExample:\n  varokel-batch run run -j 2 --resume");

@@ -34,7 +34,8 @@ using tools::tool_error;
 namespace fs = std::filesystem;
 
 struct bids_options {
-    std::string data_set, output, level, start, peaks, names, values = "same", scratch, program;
+    std::string data_set, output, level, start, peaks, names, values = "same", method = "exact",
+                                                              scratch, program;
     std::vector<std::string> labels, sessions, average, index;
     int workers = 1;
     double limit = 0.0;
@@ -210,6 +211,7 @@ static int fit_one(const bids_options &own, const fs::path &file) {
     plan.peaks = own.peaks;
     plan.names = own.names;
     plan.values = own.values;
+    plan.method = own.method;
     plan.keep = "none";
     std::ostringstream said;
     std::streambuf *const shown = std::cout.rdbuf(said.rdbuf());
@@ -238,6 +240,7 @@ static int fit_one(const bids_options &own, const fs::path &file) {
     about["Sources"] = {"bids:raw:" + (relative / name).generic_string()};
     about["SourceSHA256"] = tools::sha256_of_file(copy);
     about["StartValues"] = own.values;
+    about["Method"] = own.method;
     const auto put = [&](const fs::path &from, const std::string &description,
                          const std::string &extension) {
         if (!fs::exists(from, error)) return;
@@ -290,6 +293,11 @@ int main(int argc, char **argv) {
     app.add_option("--peaks", own.peaks, "table of peaks, as varokel-start reads it")
         ->type_name("TABLE");
     app.add_option("--names", own.names, "names of the entries, one a line")->type_name("FILE");
+    app.add_option("--method", own.method,
+                   "exact: the optimum by the engine (default); classic: the search by varokel; "
+                   "both: that search first")
+        ->type_name("HOW")
+        ->check(tools::one_of({"exact", "classic", "both"}));
     app.add_option("--values", own.values, "start values: same, estimate or neighbour")
         ->type_name("FROM")
         ->check(tools::one_of({"same", "estimate", "neighbour"}));

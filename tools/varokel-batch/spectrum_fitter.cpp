@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-batch/spectrum_fitter.h"
+
+#include "files/base/tool_error.h"
+
+#include <cmath>
+#include <fstream>
+#include <iterator>
+
+namespace tools {
+
+static std::string text_of_file(const std::string &name) {
+    std::ifstream stream(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+fit_common::fit_common(const batch_plan &from, fit_setting own_setting, std::string place,
+                       double own_limit)
+    : plan(from), setting(std::move(own_setting)), scratch(std::move(place)), limit(own_limit),
+      start_text(text_of_file(from.file("start.par"))), spectra(from) {
+    if (plan.method != fit_method::classic)
+        patterns = patterns_of(plan.start, {plan.file("patterns")});
+}
+
+spectrum_fitter::spectrum_fitter(const fit_common &common, const stop_switch &stop)
+    : common_(common), stop_(stop), exact_(common.plan, common.setting.measure, common.patterns) {
+    if (common.plan.values == "estimate") starts_ = std::make_unique<spectrum_starts>(common.plan);
+}
+
+std::string spectrum_fitter::text_of(const start_file &start) const {
+    return common_.plan.method == fit_method::exact ? "" : version_3_text(start, {});
+}
+
+harvest spectrum_fitter::without_start(long long line, std::string reason) const {
+    // without the folder, which may be called otherwise on another machine
+    if (const std::size_t at = reason.find(common_.plan.folder + "/"); at != reason.npos)
+        reason.erase(at, common_.plan.folder.size() + 1);
+    harvest found;
+    found.record = record_without_fit(line, fit_state::failed, "no start values: " + reason,
+                                      common_.plan.start.entries.size());
+    return found;
+}
+
+// By the method of the plan; text: the start file of a search.
+std::optional<harvest> spectrum_fitter::fit_from(long long line, const start_file &start,
+                                                 const std::string &text) {
+    const fit_method method = common_.plan.method;
+    if (method == fit_method::exact) return exact_.fit(line, bytes_, start, std::nullopt);
+    search_options options;
+    options.limit = common_.limit;
+    options.with_fit = common_.plan.keep > 0;
+    options.with_end = method == fit_method::both;
+    std::optional<search_result> searched =
+        run_search(common_.setting, common_.scratch + "/" + std::to_string(line), line, bytes_,
+                   text, options, stop_);
+    if (!searched) return std::nullopt;
+    const fit_record &search = searched->found.record;
+    if (method == fit_method::classic) return std::move(searched->found);
+    harvest exact = exact_.fit(line, bytes_, start, searched->end);
+    if (exact.record.state != fit_state::fitted) {
+        if (search.state == fit_state::fitted)
+            searched->found.record.reason = no_exact_fit + exact.record.reason +
+                                            (search.reason.empty() ? "" : remark_end) +
+                                            search.reason;
+        return std::move(searched->found);
+    }
+    if (search.state == fit_state::fitted) {
+        exact.record.figures[3] = search.figures[3]; // chi-square before
+        exact.record.reason = search.reason;         // what its log remarks
+    } else {
+        exact.record.reason = no_search + search.reason;
+    }
+    return exact;
+}
+
+// A search that is worse than the one it began from may sit in a wrong place; of an exact fit the
+// verdict tells.
+static bool is_trusted(const fit_record &record, double quality_of_seed) {
+    if (record.state != fit_state::fitted) return !std::isfinite(quality_of_seed);
+    if (record.exact) return record.exact->verdict == engine::finding::optimum;
+    return !std::isfinite(quality_of_seed) || record.figures[0] <= quality_of_seed;
+}
+
+std::optional<harvest> spectrum_fitter::fit(const fit_task &task) {
+    const long long line = task.line();
+    common_.spectra.read(task.spectrum(), bytes_);
+    if (starts_) {
+        start_file start;
+        try {
+            start = starts_->make(bytes_);
+        } catch (const tool_error &error) { // of this spectrum only: the table was good for another
+            return without_start(line, error.what());
+        }
+        return fit_from(line, start, text_of(start));
+    }
+    const auto from_common = [&] { return fit_from(line, common_.plan.start, common_.start_text); };
+    if (task.neighbour == nullptr) return from_common();
+    const start_file start = start_from(common_.plan.start, *task.neighbour);
+    std::optional<harvest> found = fit_from(line, start, text_of(start));
+    // One that may sit in a wrong place: the common values are tried, too, and the better of both
+    // counts.
+    if (!found || is_trusted(found->record, task.neighbour->figures[0])) return found;
+    std::optional<harvest> again = from_common();
+    if (again && !is_better(again->record, found->record)) return found;
+    return again;
+}
+
+} // namespace tools
