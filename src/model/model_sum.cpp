@@ -19,33 +19,48 @@
 #include <utility>
 
 static constexpr int n_arrays = 8;
-static double *storage = nullptr;
-static int storage_points = 0;
+
+// What a sum left, for the next one: nobody's meanwhile.
+static double *spare = nullptr;
+static int spare_points = 0;
 
 void model_sum::release_storage() {
-    release(storage);
-    storage = nullptr;
-    storage_points = 0;
+    release(spare);
+    spare = nullptr;
+    spare_points = 0;
+}
+
+model_sum::~model_sum() {
+    if (storage_ == nullptr) return;
+    release_storage();
+    spare = storage_;
+    spare_points = storage_points_;
+}
+
+bool model_sum::have_storage(int ap) {
+    if (storage_ == nullptr) {
+        storage_ = std::exchange(spare, nullptr);
+        storage_points_ = std::exchange(spare_points, 0);
+    }
+    if (storage_ != nullptr && storage_points_ >= ap) return true;
+    release(storage_);
+    has_kept_ = false;
+    storage_ = new_doubles(static_cast<long long>(n_arrays) * ap,
+                           " Memory requested to store dummy_re[] in spec_fnc() not available\n");
+    storage_points_ = storage_ != nullptr ? ap : 0;
+    return storage_ != nullptr;
 }
 
 bool model_sum::begin(const curve_setting &setting) {
     setting_ = setting;
     const int ap = setting.ap;
     plan_ = fft_plan_of(ap);
-    if (plan_ == nullptr) return false;
-    if (storage == nullptr || storage_points < ap) {
-        release_storage();
-        storage =
-            new_doubles(static_cast<long long>(n_arrays) * ap,
-                        " Memory requested to store dummy_re[] in spec_fnc() not available\n");
-        if (storage == nullptr) return false;
-        storage_points = ap;
-    }
-    double *next = storage;
+    if (plan_ == nullptr || !have_storage(ap)) return false;
+    double *next = storage_;
     for (double **array :
          {&re_, &im_, &lsf_re_, &lsf_im_, &work_re_, &work_im_, &kept_re_, &kept_im_}) {
         *array = next;
-        next += storage_points;
+        next += storage_points_;
     }
     std::fill(re_, re_ + ap, 0.0);
     std::fill(im_, im_ + ap, 0.0);

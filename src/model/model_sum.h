@@ -16,10 +16,15 @@ struct curve_setting {
     const double *re_ref, *im_ref, *r_lsf, *i_lsf, *pat;
 };
 
-// One sum at a time; its storage is kept from call to call, so that a model evaluation allocates
-// nothing.
+// Each sum has storage of its own, from begin on. The storage of one that ends is left to the next,
+// so that the model evaluations of a run allocate once.
 class model_sum {
   public:
+    model_sum() = default;
+    ~model_sum();
+    model_sum(const model_sum &) = delete;
+    model_sum &operator=(const model_sum &) = delete;
+
     // Starts an empty sum. False when its storage cannot be had (a message
     // says so), or when the points are no power of two.
     bool begin(const curve_setting &setting);
@@ -40,14 +45,19 @@ class model_sum {
     double *re() const { return re_; }
     double *im() const { return im_; }
 
+    // Releases what the last sum left.
     static void release_storage();
 
   private:
     void add_line(int k, int type, const double *p, double factor_re, double factor_im);
     void add_pattern(int k, const double *p, double factor_re, double factor_im);
 
+    bool have_storage(int ap);
+
     curve_setting setting_{};
     const kernel::transform_plan *plan_ = nullptr;
+    double *storage_ = nullptr; // of all arrays below, storage_points_ each
+    int storage_points_ = 0;
     double *re_ = nullptr, *im_ = nullptr;         // sum of the curves without fitted lineshape
     double *lsf_re_ = nullptr, *lsf_im_ = nullptr; // sum of those that take it
     double *work_re_ = nullptr, *work_im_ = nullptr;
