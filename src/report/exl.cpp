@@ -79,7 +79,7 @@ static void write_row(std::FILE *file, int k, const natural_parameters &natural,
     std::fprintf(file, "\n");
 }
 
-void write_spreadsheet(const double &quality) {
+void write_spreadsheet(const double &quality, const double &chi_square) {
     const std::string name = std::string(path) + fnm + ".exl";
     std::FILE *file = open_report(name.c_str());
     if (file == nullptr) {
@@ -103,9 +103,9 @@ void write_spreadsheet(const double &quality) {
     std::fprintf(file, "%s\n", command);
     std::fprintf(file, "%s", mode_heading(complex));
     std::fprintf(file, "%e\t%e\t%e\t%e\t%e\t%e\t", quality, sigma, sigma_im, chi_before, chi_after,
-                 minimum);
+                 chi_square);
     std::fprintf(file, "%d\t%d\t%d\t", niter, weighting_type, nfitted);
-    std::fprintf(file, "%e\n\n", std::sqrt(minimum / (2.0 * hrange[1])) * scalefactor / sigma);
+    std::fprintf(file, "%e\n\n", std::sqrt(chi_square / (2.0 * hrange[1])) * scalefactor / sigma);
     if (natural.complete() && c_amp != nullptr) {
         fill_natural(natural);
         for (int k = 1; k <= nLines + n_patterns; ++k)

@@ -10,12 +10,6 @@
 #include <system_error>
 #include <vector>
 
-static std::string start_file;
-
-void note_start_file() {
-    start_file = strtvalfnm;
-}
-
 static bool is_none_of(const std::vector<std::string> &inputs, const char *name) {
     for (const std::string &input : inputs) {
         std::error_code unknown; // a file that is not there is none of them
@@ -36,7 +30,7 @@ static std::vector<std::string> inputs_without_start_file() {
 bool may_be_written(const char *name) {
     std::vector<std::string> inputs = inputs_without_start_file();
     inputs.emplace_back(strtvalfnm);
-    inputs.push_back(start_file);
+    inputs.emplace_back(strtvalfnm_read);
     return is_none_of(inputs, name);
 }
 

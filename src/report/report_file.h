@@ -12,9 +12,6 @@ bool may_be_written(const char *name);
 // The same for a new start file, which may take the place of the one that the run was started from.
 bool may_be_replaced(const char *name);
 
-// Keeps the name of the start file, which becomes that of the verbose one when that is written.
-void note_start_file();
-
 // Opens a report for writing. Null when it may not be written (a message says so) or cannot be
 // opened (none).
 std::FILE *open_report(const char *name);

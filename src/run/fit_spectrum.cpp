@@ -269,7 +269,7 @@ void FitSpectrum() {
 
     output_name names[n_output_signals];
     name_output_signals(names);
-    note_start_file();
+    std::snprintf(strtvalfnm_read, sizeof strtvalfnm_read, "%s", strtvalfnm);
     if (verbose > 0) {
         std::printf("Fitting will be performed on               : ");
         std::printf("%s", (std::string(path) + sdffnm).c_str());
@@ -356,7 +356,7 @@ void FitSpectrum() {
     write_fit_without_ignore(names, ge_array);
     write_start_value_files();
     write_fit_result(quality);
-    write_spreadsheet(quality);
+    write_spreadsheet(quality, minimum); // of what .fit0 shows
     if (sageidl == 2) copy_ge_data();
     write_output_signal(names[fit0_signal].data, ap, yre, yim, ge_array);
 }

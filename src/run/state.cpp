@@ -2,7 +2,8 @@
 // state.cpp -- the variables of state.h, in the order of its groups; static storage is zero
 #include "run/state.h"
 
-char path[512], fnm[512], strtvalfnm[512], command[2048], sdffnm[512], shffnm[512];
+char path[512], fnm[512], strtvalfnm[512], strtvalfnm_read[512], command[2048], sdffnm[512],
+    shffnm[512];
 char sage_idl[64], host[32], user[32], domain[64];
 
 int verbose, show_line, sageidl;

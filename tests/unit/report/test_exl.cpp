@@ -14,7 +14,7 @@
 static std::vector<std::string> written_lines() {
     const support::temporary_folder folder;
     std::snprintf(path, sizeof path, "%s/", folder.name().c_str());
-    write_spreadsheet(1.25);
+    write_spreadsheet(1.25, minimum);
     std::istringstream text(support::read_file(folder.file("brain.exl")));
     std::vector<std::string> lines;
     for (std::string line; std::getline(text, line);) lines.push_back(line);
@@ -91,6 +91,6 @@ TEST(exl, names_every_mode) {
 TEST(exl, that_cannot_be_opened_is_reported_by_name) {
     make_finished_fit();
     std::snprintf(path, sizeof path, "/no/such/folder/");
-    EXPECT_EQ(support::stdout_of([] { write_spreadsheet(1.0); }),
+    EXPECT_EQ(support::stdout_of([] { write_spreadsheet(1.0, minimum); }),
               " error in opening file /no/such/folder/brain.exl:\n ");
 }

@@ -22,7 +22,8 @@ static std::string written(void (*write)(const double &), const char *ending) {
 
 // The cells of entry k of the spreadsheet.
 static std::vector<std::string> row_of(int k) {
-    std::istringstream text(written(write_spreadsheet, ".exl"));
+    std::istringstream text(
+        written([](const double &quality) { write_spreadsheet(quality, minimum); }, ".exl"));
     std::string line;
     for (int i = 0; i < 5 + k; ++i) std::getline(text, line);
     std::vector<std::string> cells;
