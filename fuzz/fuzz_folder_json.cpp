@@ -8,7 +8,7 @@
 #include "fuzz_reader.h"
 
 #include "files/base/tool_error.h"
-#include "files/batch/batch_plan.h"
+#include "files/batch/plan_lines.h"
 #include "files/batch/shard_lock.h"
 #include "files/problem/exact_fit.h"
 #include "files/spectra/metadata.h"

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "files/batch/fit_record.h"
+#include "files/batch/plan_lines.h"
 #include "files/results/fitted_entries.h"
 #include "files/results/results_table.h"
 

@@ -3,7 +3,7 @@
 
 #include "files/base/not_known.h"
 #include "files/base/tool_error.h"
-#include "files/batch/batch_plan.h"
+#include "files/batch/plan_lines.h"
 #include "files/spectra/signal_file.h"
 
 #include <bit>

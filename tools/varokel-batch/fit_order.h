@@ -5,7 +5,7 @@
 // block; else every line of the manifest stands alone. For one thread at a time.
 #pragma once
 
-#include "files/batch/shard_files.h"
+#include "files/batch/shard_journal.h"
 
 #include <deque>
 #include <memory>

@@ -5,7 +5,7 @@
 #include "files/base/own_files.h"
 #include "files/base/tool_error.h"
 #include "files/batch/batch_table.h"
-#include "files/batch/shard_files.h"
+#include "files/batch/finished_shard.h"
 #include "files/nifti/grid_maps.h"
 #include "files/results/number_text.h"
 

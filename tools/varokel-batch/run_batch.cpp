@@ -4,7 +4,7 @@
 #include "files/base/own_files.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
-#include "files/batch/shard_files.h"
+#include "files/batch/shard_journal.h"
 #include "files/batch/shard_lock.h"
 
 #include "varokel-batch/fit_pool.h"

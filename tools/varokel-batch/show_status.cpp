@@ -3,7 +3,7 @@
 #include "varokel-batch/run_batch.h"
 
 #include "files/base/tool_error.h"
-#include "files/batch/shard_files.h"
+#include "files/batch/finished_shard.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -2,7 +2,7 @@
 // spectra_file.h -- spectra.f32 of a plan, each spectrum compared with its fingerprint
 #pragma once
 
-#include "files/batch/batch_plan.h"
+#include "files/batch/plan_lines.h"
 
 #include <cstdio>
 #include <string>

@@ -7,7 +7,7 @@
 // can be fitted in any order, by any number of workers, on any machine, with the same result.
 #pragma once
 
-#include "files/batch/batch_plan.h"
+#include "files/batch/plan_lines.h"
 
 #include <vector>
 

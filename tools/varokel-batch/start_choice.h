@@ -4,6 +4,7 @@
 
 #include "files/start/make_start.h"
 #include "files/batch/fit_record.h"
+#include "files/batch/plan_lines.h"
 #include "varokel-batch/plan_batch.h"
 
 #include <nlohmann/json.hpp>

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// finished_shard.cpp -- shards that are done, and the records of their parts
+#include "files/batch/finished_shard.h"
+
+#include "files/base/sha256.h"
+#include "files/base/tool_error.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <tuple>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+// The only reader of a marker.
+static finished_shard read_marker(const batch_plan &plan, const plan_lines &lines,
+                                  const std::string &name) {
+    const auto refuse = [&](const std::string &what) {
+        throw tool_error(bad_input, name + ": " + what +
+                                        "; remove the files of this shard, or "
+                                        "plan into a fresh folder");
+    };
+    finished_shard shard;
+    shard.stem = name.substr(0, name.size() - std::strlen(".done"));
+    const metadata marker(name);
+    if (marker.text("plan").value_or("") != plan.id) refuse("the marker of another plan");
+    const auto digest = [&](const char *item) {
+        const std::string text = marker.text(item).value_or("");
+        if (!is_digest(text)) refuse(std::string("item ") + item + " is no digest");
+        return text;
+    };
+    shard.part_sha256 = digest("part_sha256");
+    if (plan.keep > 0) shard.curves_sha256 = digest("curves_sha256");
+    const auto count = [&](const char *item) {
+        const double value = marker.number(item).value_or(-1.0);
+        if (!(value >= 0.0 && value <= static_cast<double>(plan.spectra)) ||
+            value != std::floor(value))
+            refuse(std::string("item ") + item + " is no number of spectra of this plan");
+        return static_cast<long long>(value);
+    };
+    shard.first = count("first");
+    shard.stop = count("stop");
+    shard.fitted = count("fitted");
+    shard.failed = count("failed");
+    shard.not_tried = count("not_tried");
+    const auto named = shard_of_name(fs::path(name).filename().string());
+    if (!named || named->second > plan.blocks) {
+        refuse("no shard of this plan");
+    } else {
+        std::tie(shard.shard, shard.shards) = *named;
+        if (std::pair(shard.first, shard.stop) !=
+            lines_of_shard(plan, lines, shard.shard, shard.shards))
+            refuse("names other lines than its shard has");
+    }
+    if (shard.fitted + shard.failed + shard.not_tried != shard.stop - shard.first)
+        refuse("counts other fits than its lines");
+    return shard;
+}
+
+std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_lines &lines) {
+    std::vector<finished_shard> found;
+    std::error_code error;
+    for (const fs::directory_entry &file : fs::directory_iterator(plan.file("shards"), error))
+        if (file.path().extension() == ".done")
+            found.push_back(read_marker(plan, lines, file.path().string()));
+    std::sort(found.begin(), found.end(), [](const finished_shard &a, const finished_shard &b) {
+        return a.first != b.first ? a.first < b.first
+               : a.stop != b.stop ? a.stop > b.stop
+                                  : a.shards < b.shards;
+    });
+    return found;
+}
+
+void check_part(const batch_plan &plan, const finished_shard &shard) {
+    const auto expect = [&](const std::string &name, const std::string &digest) {
+        std::error_code error;
+        if (!fs::is_regular_file(name, error) || sha256_of_file(name) != digest)
+            throw tool_error(bad_input, name +
+                                            ": missing or damaged, though its marker is there; "
+                                            "remove " +
+                                            shard.stem + ".done and run the shard again");
+    };
+    expect(shard.stem + ".part", shard.part_sha256);
+    if (plan.keep > 0) expect(shard.stem + ".curves", shard.curves_sha256);
+}
+
+part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)
+    : plan_(plan), shard_(shard), file_(std::fopen((shard.stem + ".part").c_str(), "rb")),
+      bytes_(record_size(plan.start.entries.size()), '\0') {
+    char head[shard_head_size];
+    if (file_ == nullptr || std::fread(head, 1, shard_head_size, file_) != shard_head_size ||
+        std::string(head, shard_head_size) != plan.id) {
+        if (file_ != nullptr) std::fclose(file_);
+        throw tool_error(bad_input, shard.stem +
+                                        ".part: missing or of another plan, though its "
+                                        "marker is there; remove " +
+                                        shard.stem + ".done and run the shard again");
+    }
+}
+
+part_reader::~part_reader() {
+    std::fclose(file_);
+}
+
+const fit_record &part_reader::read(long long line) {
+    const long long place = line - shard_.first;
+    if (line < shard_.first || line >= shard_.stop)
+        throw tool_error(bad_input, shard_.stem + ".part: has no line " + std::to_string(line));
+    const long at = static_cast<long>(shard_head_size) +
+                    static_cast<long>(place) * static_cast<long>(bytes_.size());
+    // a seek throws away what is read ahead
+    if ((place != next_ && std::fseek(file_, at, SEEK_SET) != 0) ||
+        std::fread(bytes_.data(), 1, bytes_.size(), file_) != bytes_.size() ||
+        !read_record(bytes_.data(), plan_.start.entries.size(), record_) || record_.line != line ||
+        record_.state == fit_state::withdrawn)
+        throw tool_error(bad_input, shard_.stem + ".part: damaged; remove " + shard_.stem +
+                                        ".done and run the shard again");
+    next_ = place + 1;
+    return record_;
+}
+
+} // namespace tools

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// finished_shard.h -- shards that are done, and the records of their parts
+#pragma once
+
+#include "files/batch/plan_lines.h"
+#include "files/batch/shard_files.h"
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+// A shard that is done.
+struct finished_shard {
+    std::string stem, part_sha256, curves_sha256; // without curves the second is empty
+    long long shard = 0, shards = 1, first = 0, stop = 0, fitted = 0, failed = 0, not_tried = 0;
+};
+
+// Those of the plan, by their first line. What a marker says is held against the plan: its lines
+// are those of its shard, its counts are as many. Errors: bad_input for a marker that says
+// otherwise, for one that cannot be read, and for one of another plan.
+std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_lines &lines);
+
+// Whether part and curves are those that the marker was written for. Errors: bad_input when not.
+void check_part(const batch_plan &plan, const finished_shard &shard);
+
+// Records of a part, one after the other. Errors: bad_input when one is damaged.
+class part_reader {
+  public:
+    part_reader(const batch_plan &plan, const finished_shard &shard);
+    part_reader(const part_reader &) = delete;
+    part_reader &operator=(const part_reader &) = delete;
+    ~part_reader();
+    const fit_record &read(long long line); // of the manifest
+
+  private:
+    const batch_plan &plan_;
+    const finished_shard &shard_;
+    std::FILE *file_;
+    long long next_ = -1;
+    std::string bytes_;
+    fit_record record_;
+};
+
+} // namespace tools

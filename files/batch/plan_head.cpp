@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// plan_head.cpp -- the head of a manifest, each item within its bounds
+#include "files/batch/plan_head.h"
+
+#include "files/base/not_known.h"
+#include "files/base/read_json.h"
+#include "files/base/tool_error.h"
+
+#include <algorithm>
+
+namespace tools {
+
+static constexpr std::size_t longest_head = std::size_t{1} << 28; // a million inputs
+static constexpr long long most_spectra = 100000000, most_points = 1 << 20, longest_line = 65536;
+static constexpr long long most_voxels = 1LL << 31;
+static constexpr std::size_t most_axes = 10;
+
+void refuse_manifest(const std::string &name, const std::string &what) {
+    throw tool_error(bad_input, name + ": " + what +
+                                    "; expected the manifest as varokel-batch plan wrote it. Plan "
+                                    "again");
+}
+
+std::string text_of_head(const manifest_file &file, long long &begin) {
+    const std::string mark = std::string("\n") + spectra_begin;
+    const auto size = static_cast<std::size_t>(file.size());
+    std::string text;
+    while (text.size() < std::min(size, longest_head)) {
+        const std::size_t known = text.size();
+        const std::size_t more = std::min<std::size_t>(1 << 16, size - known);
+        text.resize(known + more);
+        if (!file.read(text.data() + known, more, static_cast<long long>(known))) break;
+        const std::size_t at = text.find(mark, known < mark.size() ? 0 : known - mark.size());
+        if (at == text.npos) continue;
+        begin = static_cast<long long>(at + mark.size());
+        text.resize(at + 1);
+        return text;
+    }
+    refuse_manifest(file.name(), "holds no list of spectra");
+}
+
+static void read_axes(batch_plan &plan, const head_items &items, const std::string &file) {
+    long long voxels = 1;
+    int spatial = 0;
+    for (const auto &each : items.list("axes")) {
+        const head_items axis(each, file);
+        plan.axes.push_back(
+            {axis.text("name"), axis.whole("size", 1, most_voxels), axis.truth("spatial")});
+        if (plan.axes.size() > most_axes || plan.axes.back().size > most_voxels / voxels)
+            items.refuse("axes", "larger than any measurement");
+        voxels *= plan.axes.back().size;
+        if (plan.axes.back().spatial) ++spatial;
+    }
+    if (plan.grid && spatial != 3) items.refuse("grid", "true without three directions in space");
+}
+
+void read_head(batch_plan &plan, const std::string &file) {
+    const head_items items(plan.head, file);
+    if (items.whole("format", 0, 1000000) != batch_format)
+        refuse_manifest(file, "is of another version of this program");
+    plan.spectra = items.whole("count", 1, most_spectra);
+    plan.blocks = items.whole("blocks", 1, plan.spectra);
+    plan.points = items.whole("points", 2, most_points);
+    plan.keep = items.whole("keep", 0, plan.spectra);
+    plan.line_bytes = items.whole("line_bytes", 2, longest_line);
+    plan.list_sha256 = items.digest("list_sha256");
+    plan.grid = items.truth("grid");
+    plan.values = items.text("values");
+    if (plan.values != "same" && plan.values != "estimate" && plan.values != "neighbour")
+        items.refuse("values", "none of same, estimate and neighbour");
+    const std::optional<fit_method> method = method_named(items.text("method"));
+    if (!method) items.refuse("method", "none of classic, exact and both");
+    plan.method = *method;
+    read_axes(plan, items, file);
+    for (const auto &entry : items.list("entries")) {
+        if (!entry.is_string() || !is_plain_text(entry.get<std::string>()))
+            items.refuse("entries", "no list of names");
+        plan.entry_names.push_back(entry.get<std::string>());
+    }
+    const head_items scale(items.item("scale"), file);
+    plan.scale.hz_per_point = scale.number("hz_per_point", true);
+    plan.scale.mhz = scale.number("spectrometer_mhz", true);
+    plan.scale.ppm_at_carrier = scale.number("ppm_at_carrier", false);
+    plan.scale.points = plan.points;
+    if (scale.has("measured_points"))
+        plan.scale.measured = scale.whole("measured_points", 1, plan.points);
+    else if (scale.has("resized"))
+        plan.scale.measured = std::min(
+            plan.points, head_items(scale.item("resized"), file).whole("from", 1, 1LL << 40));
+    plan.scale.ppm_rises_with_points =
+        !scale.has("ppm_rises_with_points") || scale.truth("ppm_rises_with_points");
+    if (scale.has("nucleus")) plan.scale.nucleus = scale.text("nucleus");
+    for (const auto &each : items.list("patterns")) {
+        const std::string name = head_items(each, file).name("file");
+        if (std::find(plan.pattern_files.begin(), plan.pattern_files.end(), name) !=
+            plan.pattern_files.end())
+            items.refuse("patterns", "a list with a name twice");
+        plan.pattern_files.push_back(name);
+    }
+    for (const auto &each : items.list("inputs")) {
+        const head_items input(each, file);
+        plan.inputs.push_back(
+            {bytes_of_json(input.item("file"), file), input.digest("sha256"), input.item("stamp")});
+    }
+}
+
+void read_windows(batch_plan &plan, const head_items &items, const std::string &file) {
+    for (const auto &each : items.list("windows")) {
+        const head_items window(each, file);
+        const auto entry = static_cast<std::size_t>(
+            window.whole("entry", 1, static_cast<long long>(plan.start.entries.size())));
+        const auto parameter = static_cast<std::size_t>(window.whole("parameter", 1, quantities));
+        const double from = window.number("from", false).value_or(not_known);
+        const double to = window.number("to", false).value_or(not_known);
+        if (!(from <= to)) items.refuse("windows", "no list of intervals");
+        plan.start.entries[entry - 1].parameters[parameter - 1].window = {from, to};
+    }
+}
+
+} // namespace tools
