@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// planned_batch.cpp -- what a plan finds in its input: names, fingerprints, selection, scale
+#include "varokel-batch/planned_batch.h"
+
+#include "files/base/plain_text.h"
+#include "files/base/sha256.h"
+#include "files/base/tool_error.h"
+#include "files/measured/text_items.h"
+
+#include <iostream>
+#include <set>
+#include <sstream>
+
+namespace tools {
+
+void warn_of_plan(const std::string &text) {
+    std::cerr << "varokel-batch: " << text << '\n';
+}
+
+void refuse_name(const std::string &name, const std::string &file) {
+    refuse_not_utf8(name, "the name of a spectrum,");
+    if (!is_plain_name(name))
+        throw tool_error(bad_input, file + ": \"" + name +
+                                        "\" cannot be the name of a spectrum; expected up to 200 "
+                                        "characters, none of them a control character, a / or a "
+                                        "backslash, and neither . nor - in front. Rename the file");
+}
+
+void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, part_file &file) {
+    sha256 hash;
+    hash.add(bytes.data(), bytes.size());
+    spectrum.sha256 = hash.digits();
+    file.add(bytes);
+}
+
+// Numbers from 0 on: "0:99,200".
+static std::set<long long> numbers_of(const std::string &text, long long count) {
+    std::set<long long> numbers;
+    std::istringstream words(text);
+    for (std::string word; std::getline(words, word, ',');) {
+        const std::size_t colon = word.find(':');
+        const auto first = whole_number_of(word.substr(0, colon));
+        const auto last = colon == word.npos ? first : whole_number_of(word.substr(colon + 1));
+        if (!first || !last || *first < 0 || *last < *first || *last >= count)
+            throw tool_error(wrong_usage,
+                             "--select " + text +
+                                 ": expected numbers and ranges FIRST:LAST from 0 to " +
+                                 std::to_string(count - 1) + ", commas between");
+        for (long long n = *first; n <= *last; ++n) numbers.insert(n);
+    }
+    if (numbers.empty()) throw tool_error(wrong_usage, "--select is empty");
+    return numbers;
+}
+
+void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
+                   const plan_options &options) {
+    if (options.select.empty()) return;
+    const std::set<long long> wanted =
+        numbers_of(options.select, static_cast<long long>(batch.spectra.size()));
+    std::vector<planned_spectrum> kept;
+    std::vector<std::size_t> kept_origin;
+    for (std::size_t s = 0; s < batch.spectra.size(); ++s)
+        if (wanted.contains(static_cast<long long>(s))) {
+            kept.push_back(std::move(batch.spectra[s]));
+            kept_origin.push_back(origin[s]);
+        }
+    batch.spectra = std::move(kept);
+    origin = std::move(kept_origin);
+}
+
+void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidecar) {
+    for (const char *const item :
+         {"hz_per_point", "dwell_time_s", "spectrometer_mhz", "ppm_at_carrier",
+          "ppm_rises_with_points", "nucleus", "begin_time_s", "phi_1_degrees", "noise_window",
+          "fit_interval_points", "resized", "measured_points"})
+        if (sidecar.contains(item)) batch.scale[item] = sidecar[item];
+    if (!batch.scale.contains("noise_window")) return;
+    for (const char *const of_one_spectrum : {"sd_real", "sd_imaginary"})
+        batch.scale["noise_window"].erase(of_one_spectrum);
+}
+
+} // namespace tools

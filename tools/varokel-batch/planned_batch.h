@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// planned_batch.h -- what a plan finds in its input, before the manifest is written
+#pragma once
+
+#include "files/base/output_file.h"
+#include "files/batch/plan_lines.h"
+
+#include "varokel-batch/plan_batch.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace tools {
+
+void warn_of_plan(const std::string &text);
+
+// Everything that becomes the head of the manifest, and where the points come from.
+struct planned_batch {
+    std::vector<planned_spectrum> spectra;
+    std::vector<plan_axis> axes;
+    std::vector<std::string> inputs;
+    nlohmann::ordered_json scale, source;
+    long long points = 0;
+    bool grid = false;
+};
+
+// A name that goes into tables, pages and the names of files. Errors: bad_input for any other.
+void refuse_name(const std::string &name, const std::string &file);
+
+// The next spectrum of spectra.f32, with its fingerprint.
+void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, part_file &file);
+
+// Only those of --select. origin: what each spectrum was among all, kept along. Errors:
+// wrong_usage.
+void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
+                   const plan_options &options);
+
+// What all spectra share of a sidecar.
+void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidecar);
+
+// The spectra of a file with FIDs, into spectra.f32 of the folder work. Errors: wrong_usage,
+// bad_input, bad_output.
+void plan_signals(const plan_options &options, const std::string &work, planned_batch &batch);
+
+// Those of the folder that varokel-import filled: NAME.bin with NAME.json. Errors: as above.
+void plan_imported(const plan_options &options, const std::string &work, planned_batch &batch);
+
+} // namespace tools
