@@ -177,7 +177,21 @@ result<model> model::make(const fit_problem &problem) {
     return m;
 }
 
+// Root mean square of real and imaginary parts, of data of any size.
+static double rms_of(const complex_signal &signal) {
+    double largest = 0.0, sum = 0.0;
+    for (const std::complex<double> v : signal)
+        largest = std::max({largest, std::fabs(v.real()), std::fabs(v.imag())});
+    if (largest == 0.0) return 0.0;
+    for (const std::complex<double> v : signal) {
+        const double re = v.real() / largest, im = v.imag() / largest;
+        sum += re * re + im * im;
+    }
+    return largest * std::sqrt(sum / (2.0 * static_cast<double>(signal.size())));
+}
+
 void model::take_data(const complex_signal &spectrum) {
+    data_rms_ = rms_of(spectrum);
     decay_of_data_ = fid_of_spectrum(*plan_, spectrum, whole);
     const auto begin = static_cast<std::ptrdiff_t>(when_.ignored);
     const auto end = static_cast<std::ptrdiff_t>(when_.kept);

@@ -40,8 +40,9 @@ class model {
     std::span<const interval> intervals() const { return runs_; }
     channel part() const { return part_; }
     double noise_sd() const { return noise_sd_; }
-    std::vector<double> starts() const; // of the columns, lineshape included
-    std::vector<double> given() const;  // the same outside of their windows, too
+    double data_rms() const { return data_rms_; } // of all points, per channel [signal]
+    std::vector<double> starts() const;           // of the columns, lineshape included
+    std::vector<double> given() const;            // the same outside of their windows, too
     bool is_pattern(int entry) const {
         return types_[static_cast<std::size_t>(entry)] == line_type::pattern;
     }
@@ -81,7 +82,7 @@ class model {
     std::vector<group> groups_;
     std::vector<interval> runs_; // merged and in order
     channel part_ = channel::both;
-    double noise_sd_ = 1.0;
+    double noise_sd_ = 1.0, data_rms_ = 0.0;
     int rows_ = 0, lineshape_columns_ = 0;
     complex_signal spectrum_;      // as measured
     complex_signal decay_of_data_; // its decay, cut as the curves are

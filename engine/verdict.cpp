@@ -74,6 +74,12 @@ double quality_of(const model &of, double sum_of_squares) {
     return std::sqrt(sum_of_squares / degrees);
 }
 
+// Whether there is a residual at all besides what search and rounding leave.
+static bool is_seen(const model &of, double sum_of_squares) {
+    const double rms = std::sqrt(sum_of_squares / of.rows()) * of.noise_sd();
+    return sum_of_squares > verdict_limits::seen && rms > verdict_limits::stored * of.data_rms();
+}
+
 static void add(verdict &to, finding what, double number, std::vector<int> entries,
                 std::string text) {
     to.reasons.push_back({what, number, std::move(entries), std::move(text)});
@@ -159,7 +165,8 @@ verdict judge(const model &of, const minimum &found, const entry_covariance &cov
         add(out, finding::moved, static_cast<double>(lost.size()), lost,
             "lines that left the fitted points");
     const double quality = quality_of(of, found.sum_of_squares);
-    const whiteness white = whiteness_of(of, residual);
+    whiteness white = {0.0, 0.0};
+    if (is_seen(of, found.sum_of_squares)) white = whiteness_of(of, residual);
     if (!(quality <= verdict_limits::misfit_quality))
         add(out, finding::misfit, quality, {}, "the residual is larger than the noise");
     else if (std::max(white.runs, white.lag_1) > verdict_limits::whiteness)

@@ -46,6 +46,11 @@ struct verdict_limits {
     static constexpr double misfit_quality = 1.5;
     static constexpr double noise_quality = 0.7;
     static constexpr double whiteness = 5.0; // standard deviations of runs test and lag 1
+    // A residual below either is not looked at for its shape. With a sum of squares of 1
+    // [noise_sd^2] nothing that is left in it moves a parameter by its error; numbers of four bytes
+    // are rounded by up to 2^-24 of each, in a decay more where it is larger.
+    static constexpr double seen = 1.0;
+    static constexpr double stored = 0x1p-23; // of the root mean square of the data
 };
 
 // Of white noise, both figures are normal with mean 0 and standard deviation 1: how much too few

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "engine/verdict.h"
 
+#include "engine/centred_spectrum.h"
+#include "engine/optimum.h"
+
 #include "support/engine_problem.h"
 #include "support/support.h"
 
@@ -203,4 +206,59 @@ TEST(quality, counts_what_a_cut_decay_tells) {
     EXPECT_DOUBLE_EQ(quality_of(*engine::model::make(problem), 253.0), 1.0); // 256 - 3
     problem.part = engine::channel::absorption;
     EXPECT_DOUBLE_EQ(quality_of(*engine::model::make(problem), 125.0), 1.0);
+}
+
+// ---- data without noise ----
+
+// The model of three lines, times `unit`, from values of the decay as a file stores them.
+static engine::fit_problem without_noise(double noise_sd, bool four_bytes, double unit = 1.0) {
+    auto out = support::problem_with_lines(
+        512, {{5 * unit, 150.3, 3}, {3 * unit, 230.7, 4}, {2 * unit, 260.1, 3}}, noise_sd, 1);
+    const auto model = engine::model::make(out);
+    engine::model_workspace ws;
+    ws.prepare(*model);
+    out.spectrum = ws.spectrum(*model, model->starts());
+    if (four_bytes) {
+        engine::complex_signal fid = engine::fid_of_spectrum(out.spectrum);
+        for (std::complex<double> &v : fid)
+            v = {static_cast<float>(v.real()), static_cast<float>(v.imag())};
+        out.spectrum = engine::spectrum_of_fid(fid, 512);
+    }
+    for (engine::entry &e : out.entries) {
+        e.of[engine::frequency].start += 0.7;
+        e.of[engine::area].start *= 1.3;
+    }
+    return out;
+}
+
+static std::vector<finding> findings(const engine::fit_problem &problem) {
+    engine::model_workspace ws;
+    std::vector<finding> out;
+    const auto found = engine::find_optimum(problem, ws);
+    if (!found) return {finding::not_finished};
+    for (const engine::reason &r : found->judged.reasons) out.push_back(r.what);
+    return out;
+}
+
+TEST(noise_free, data_are_no_misfit_for_what_search_and_rounding_leave) {
+    typedef std::vector<finding> list;
+    for (const bool four_bytes : {false, true})
+        for (const double unit : {1.0, 1e-30, 1e30})
+            for (const double sd : {1e-1, 1e-2, 1e-4, 1e-6, 1e-8})
+                EXPECT_EQ(findings(without_noise(sd * unit, four_bytes && unit == 1.0, unit)),
+                          list{finding::noise_wrong})
+                    << four_bytes << " " << unit << " " << sd;
+    // the noise that four bytes make: 2.2e-8 of the root mean square of the data
+    EXPECT_EQ(findings(without_noise(1e-9, true)), list{});
+}
+
+TEST(noise_free, data_with_a_line_that_is_not_fitted_are_a_misfit) {
+    for (const double sd : {1e-2, 1e-4}) {
+        auto problem = without_noise(sd, true);
+        // a tenth of the noise in height, but in waves all over the spectrum
+        const double height = 0.1 * sd;
+        for (std::size_t i = 0; i < problem.spectrum.size(); ++i)
+            problem.spectrum[i] += height * std::cos(0.3 * static_cast<double>(i));
+        EXPECT_EQ(findings(problem), (std::vector<finding>{finding::misfit, finding::noise_wrong}));
+    }
 }
