@@ -19,6 +19,9 @@ class trial_series {
 
     void run(const std::string &name, const std::vector<double> &start, double shift = 0.0);
     void run_broadened(const std::vector<double> &start, double shift);
+    // From the lowest with lines whose areas changed their sign beside their neighbours, as long as
+    // that finds a lower one.
+    void run_split(std::span<const double> given);
     // From the lowest with one line somewhere else, as long as that finds a lower one.
     void relocate(std::span<const double> given);
     // What the lowest is worth; linearizes there.
@@ -60,6 +63,17 @@ void trial_series::run_broadened(const std::vector<double> &start, double shift)
     const std::vector<double> x =
         through_broad_lines(of_, ws_, search_, start, linearizations_, evaluations_);
     run("broadened", x, shift);
+}
+
+void trial_series::run_split(std::span<const double> given) {
+    static constexpr int most_rounds = 3;
+    for (int round = 0; round < most_rounds; ++round) {
+        const std::vector<double> x = split(of_, lowest().x, given);
+        if (x.empty()) return;
+        const std::size_t before = lowest_;
+        run("split", x);
+        if (lowest_ == before) return;
+    }
 }
 
 void trial_series::relocate(std::span<const double> given) {
@@ -168,6 +182,7 @@ result<optimum> find_optimum(const model &of, model_workspace &ws, const fit_opt
         x.insert(x.end(), given.begin() + of.map().columns(), given.end());
         trials.run(extra.name, x);
     }
+    if (trials.any()) trials.run_split(first);
     for (int made_up = 0; made_up < std::max(options.starts, options.most_starts); ++made_up) {
         if (made_up >= options.starts && trials.any() &&
             !asks_for_more(of, trials.judge_lowest(first), trials.lowest(), first))

@@ -27,7 +27,8 @@ struct fit_options {
 };
 
 struct start_report {
-    std::string name;      // "given", "aligned", "broadened", "perturbed 1", or an extra one's
+    std::string name; // "given", "aligned", "split", "broadened", "perturbed 1", "relocated 3",
+                      // or an extra one's
     double sum_of_squares; // where it ended [noise_sd^2]
     double shift = 0.0;    // that was applied to all frequencies [points]
     bool same = false;     // as the lowest, within 0.1 bound in every parameter

@@ -190,6 +190,72 @@ void restore_order(const model &of, std::span<const std::pair<int, int>> pairs,
     }
 }
 
+// Whether a group's line has an area and a place of its own.
+static bool stands_alone(const model &of, int g) {
+    const int f = column_of_group(of, g, frequency), a = column_of_group(of, g, area);
+    return f >= 0 && a >= 0 && !of.is_pattern(of.entries_of_group(g).front()) &&
+           groups_with(of, f, frequency) == 1 && groups_with(of, a, area) == 1;
+}
+
+static bool is_flipped(const model &of, int g, std::span<const double> x,
+                       std::span<const double> given) {
+    const std::size_t a = static_cast<std::size_t>(column_of_group(of, g, area));
+    return x[a] * given[a] < 0.0;
+}
+
+// The group whose line is nearest to that of group g and has the sign that it was given; -1: none.
+static int nearest_upright(const model &of, int g, std::span<const double> x,
+                           std::span<const double> given) {
+    const auto place = [&](int h) {
+        return x[static_cast<std::size_t>(column_of_group(of, h, frequency))];
+    };
+    int nearest = -1;
+    for (int h = 0; h < of.groups(); ++h) {
+        if (h == g || !stands_alone(of, h) || is_flipped(of, h, x, given)) continue;
+        if (nearest < 0 || std::fabs(place(h) - place(g)) < std::fabs(place(nearest) - place(g)))
+            nearest = h;
+    }
+    return nearest;
+}
+
+std::vector<double> split(const model &of, std::span<const double> x,
+                          std::span<const double> given) {
+    std::vector<double> out(x.begin(), x.end());
+    std::vector<bool> narrowed(x.size(), false);
+    bool any = false;
+    for (int g = 0; g < of.groups(); ++g) {
+        if (!stands_alone(of, g) || !is_flipped(of, g, x, given)) continue;
+        const int h = nearest_upright(of, g, x, given);
+        if (h < 0) continue;
+        const auto column = [&](int group, quantity q) {
+            return static_cast<std::size_t>(column_of_group(of, group, q));
+        };
+        const std::size_t a = column(g, area), b = column(h, area);
+        const std::size_t f = column(g, frequency), e = column(h, frequency);
+        const double joint = x[a] + x[b];
+        if (joint * given[b] <= 0.0) continue;
+        const double centre = x[e] + x[a] / joint * (x[f] - x[e]);
+        const double off = 0.25 * width_of(of, of.entries_of_group(h).front(), x);
+        const double side = given[f] < given[e] ? -1.0 : 1.0;
+        out[a] = given[a] < 0.0 ? -0.5 * std::fabs(joint) : 0.5 * std::fabs(joint);
+        out[b] = 0.5 * joint;
+        out[f] = centre + side * off;
+        out[e] = centre - side * off;
+        for (const int group : {g, h})
+            for (const quantity q : {gauss_width, lorentz_width}) {
+                const int c = column_of_group(of, group, q);
+                if (c < 0 || narrowed[static_cast<std::size_t>(c)]) continue;
+                narrowed[static_cast<std::size_t>(c)] = true;
+                out[static_cast<std::size_t>(c)] *= of.map().at(c).squared ? 0.25 : 0.5;
+            }
+        any = true;
+    }
+    if (!any) return {};
+    for (int c = 0; c < of.map().columns(); ++c)
+        out[static_cast<std::size_t>(c)] = of.map().inside(c, out[static_cast<std::size_t>(c)]);
+    return out;
+}
+
 namespace {
 // G. L. Steele, D. Lea, C. H. Flood, OOPSLA 2014, 453-472: 64 bits from a counter.
 class counter_generator {

@@ -77,6 +77,42 @@ TEST(optimum, lines_that_crossed_keep_their_names) {
     EXPECT_NEAR(found->values[1][engine::area], wanted->values[1][engine::area], 0.01);
 }
 
+// Two lines within their width and one far off, one phase for all.
+static engine::fit_problem merged_lines(std::uint64_t seed) {
+    auto out = support::problem_with_lines(512, {{2.5, 120, 3.7}, {2.5, 123.5, 3.7}, {2, 400, 5}},
+                                           0.08, seed);
+    const auto tie = [&](std::size_t k, engine::quantity q) {
+        out.entries[k].of[q].how = engine::link::tied;
+        out.entries[k].of[q].source = 0;
+    };
+    tie(1, engine::lorentz_width);
+    out.entries[0].of[engine::phase].how = engine::link::free;
+    for (const std::size_t k : {1u, 2u}) tie(k, engine::phase);
+    return out;
+}
+
+TEST(optimum, a_broad_line_less_another_is_no_end_for_two_narrow_ones) {
+    support::random_numbers random(3);
+    int splits = 0;
+    for (std::uint64_t seed = 1; seed <= 110; ++seed) {
+        auto problem = merged_lines(seed);
+        const double shift = random.uniform(-15, 15);
+        for (engine::entry &e : problem.entries) {
+            e.of[engine::frequency].start += shift;
+            e.of[engine::area].start *= std::pow(3.0, random.uniform(-1, 1));
+            e.of[engine::lorentz_width].start *= std::pow(2.0, random.uniform(-1, 1));
+        }
+        problem.entries[0].of[engine::phase].start = random.uniform(-30, 30);
+        const auto wanted = fit(merged_lines(seed)), found = fit(problem);
+        ASSERT_TRUE(wanted && found);
+        const double above = found->found.sum_of_squares - wanted->found.sum_of_squares;
+        EXPECT_LT(above, engine::verdict_limits::same_good) << seed;
+        EXPECT_TRUE(above < 1e-4 || is_refused(found)) << seed << ": " << above;
+        for (const engine::start_report &s : found->starts) splits += s.name == "split" ? 1 : 0;
+    }
+    EXPECT_GT(splits, 5); // one in ten falls for it at first
+}
+
 TEST(optimum, extra_starts_are_tried_and_reported) {
     auto problem = three_lines();
     const auto wanted = fit(problem);

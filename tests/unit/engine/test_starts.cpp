@@ -167,6 +167,35 @@ TEST(restore_order, keeps_to_the_windows) {
     EXPECT_EQ(found.x, x);
 }
 
+TEST(split, puts_a_line_of_the_wrong_sign_beside_its_neighbour) {
+    prepared p(support::problem_with_lines(512, {{4, 120, 4}, {2, 124, 4}, {3, 200, 3}}, 0.02, 5));
+    EXPECT_TRUE(split(p.of, p.x, p.x).empty());
+    const std::vector<double> broad = {7, 122, 8, -2, 129, 5, 3, 200, 3};
+    // joint area 5, centre 122 - 2/5 * 7, a quarter of 8 to either side
+    const std::vector<double> wanted = {2.5, 117.2, 4, 2.5, 121.2, 2.5, 3, 200, 3};
+    const std::vector<double> got = split(p.of, broad, p.x);
+    ASSERT_EQ(got.size(), wanted.size());
+    for (std::size_t c = 0; c < got.size(); ++c) EXPECT_NEAR(got[c], wanted[c], 1e-12) << c;
+    // the signs that were given are those that count
+    std::vector<double> inverted = p.x;
+    inverted[3] = -2;
+    EXPECT_TRUE(split(p.of, broad, inverted).empty());
+    // a line that is larger than its neighbour with the wrong sign is no part of it
+    EXPECT_TRUE(split(p.of, std::vector<double>{7, 122, 8, -9, 129, 5, 3, 200, 3}, p.x).empty());
+}
+
+TEST(split, halves_a_width_that_both_share_once_and_keeps_to_the_windows) {
+    auto problem = support::problem_with_lines(512, {{4, 120, 4}, {2, 124, 4}}, 0.02, 5);
+    problem.entries[1].of[engine::lorentz_width].how = engine::link::tied;
+    problem.entries[1].of[engine::lorentz_width].source = 0;
+    problem.entries[0].of[engine::frequency].lower = 119.0;
+    prepared p(problem);
+    const std::vector<double> got = split(p.of, std::vector<double>{7, 122, 8, -2, 129}, p.x);
+    ASSERT_EQ(got.size(), 5u);
+    EXPECT_EQ(got[1], 119.0);
+    EXPECT_EQ(got[2], 4.0);
+}
+
 TEST(perturbed, is_the_same_for_the_same_number_and_stays_in_the_windows) {
     auto problem = three_lines();
     problem.entries[0].of[engine::area].upper = 5.0;
