@@ -6,6 +6,7 @@ parameters, (5, entries); none where they are not known).
 """
 import json
 import pathlib
+import sys
 
 import numpy
 
@@ -49,6 +50,44 @@ def peer31p(folder=tree / "tests/data/peer31p"):
     for i, fid in enumerate(fids):
         yield dict(name=f"peer31p/{i + 1}", points=points, entries=entries, truth=None,
                    noise_sd=0.7459 / points**0.5, spectrum=spectrum_of_fid(fid))
+
+
+def examples():
+    """The fits of examples/ that stored patterns are no part of, as their start files have them."""
+    sys.path.insert(0, str(tree / "python"))
+    import varokel
+    from varokel.results import hz_per_unit
+    for folder in sorted((tree / "examples").iterdir()):
+        if not (folder / "start.par").exists():
+            continue
+        start = varokel.read_start_file(folder / "start.par")
+        if any(entry.pattern_file for entry in start.entries):
+            continue
+        step, hz = start.steps[-1], start.hz_per_point
+        entries = []
+        for k, entry in enumerate(start.entries):
+            of = []
+            for q, given in enumerate(entry.parameters):
+                # widths to points, FWHM / 1.67 of a Gaussian one
+                unit = hz_per_unit(varokel.Quantity(q), entry.type, hz)
+                unit /= (1.0, hz, 1.67 * hz, 1.0, hz)[q]
+                value, source = given.value * unit, given.link - 1
+                if given.link == 0:
+                    of.append(("free", value))
+                elif source == k:
+                    of.append(("fixed", value))
+                else:
+                    other = start.entries[source].parameters[q].value * unit
+                    of.append(tied_to(source, value / other) if q == 0 else
+                              tied_to(source, 1.0, value - other))
+            entries.append((int(entry.type), of))
+        spectrum = varokel.read_signal(folder / f"{folder.name}.bin", start.points)
+        first, behind = start.noise_window
+        yield dict(name=f"example/{folder.name}", points=start.points, entries=entries, truth=None,
+                   first_order_phase=start.phi_1, ignored=start.ignored,
+                   kept=step.time_points if step.time_points < start.points else 0,
+                   intervals=step.intervals, spectrum=spectrum,
+                   noise_sd=float(numpy.std(spectrum.real[first:behind])))
 
 
 def tied_to(source, factor=1.0, offset=0.0):
@@ -178,6 +217,8 @@ def write(problems, text, spectra):
             print("problem", p["name"], p["points"], p.get("first_order_phase", 0), p.get("ignored", 0),
                   p.get("kept", 0), repr(float(p["noise_sd"])), offset, file=out)
             offset += p["points"]
+            for first, last in p.get("intervals", ()):
+                print("interval", first, last, file=out)
             for type_, given in p["entries"]:
                 print("entry", type_, file=out)
                 for how, *numbers in given:

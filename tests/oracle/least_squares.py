@@ -7,6 +7,7 @@ Levenberg-Marquardt through scipy.optimize.least_squares. Shares nothing with th
 A problem is a dictionary:
 
   points, first_order_phase, ignored, kept, noise_sd, spectrum (complex, centred)
+  intervals  first and last point of each, of both channels; without any, all are fitted
   entries  list of (type, five parameters): 1 Gaussian, 2 Lorentzian, 3 Voigt; parameters area,
            frequency [points], Gaussian width [points, FWHM / 1.67], phase [degrees], Lorentzian
            width [points], each ("free", start), ("fixed", value) or ("tied", start, source,
@@ -52,6 +53,10 @@ class fit_model:
         self.weight[: problem.get("ignored", 0)] = 0.0
         if problem.get("kept", 0):
             self.weight[problem["kept"]:] = 0.0
+        self.data[self.weight == 0.0] = 0.0
+        self.fitted = numpy.zeros(self.points, bool)
+        for first, last in problem.get("intervals", ()) or [(0, self.points - 1)]:
+            self.fitted[first: last + 1] = True
 
     def parameters(self, y):
         """(5, entries)"""
@@ -76,9 +81,12 @@ class fit_model:
         return numpy.fft.fftshift(numpy.fft.fft(decays, axis=-1), axes=-1) / self.points
 
     def to_values(self, decays):
-        """Real and imaginary parts [noise_sd]. All points of the spectrum are fitted, so the sum
+        """Real and imaginary parts [noise_sd]. Where all points of the spectrum are fitted, the sum
         of squares is that over the decay (Parseval), and nothing needs a transform."""
-        return decays.view(float) * (self.points**-0.5 / self.noise_sd)
+        if self.fitted.all():
+            return decays.view(float) * (self.points**-0.5 / self.noise_sd)
+        fitted = numpy.ascontiguousarray(self.spectra(decays)[..., self.fitted])
+        return fitted.view(float) / self.noise_sd
 
     def residual(self, y):
         p = self.parameters(y)
@@ -92,7 +100,7 @@ class fit_model:
         t = self.time
         by = [e, 2j * numpy.pi * t * c, -2.0 * numpy.pi**2 * p[gauss_width][:, None] * t**2 * c,
               1j * numpy.pi / 180.0 * c, -numpy.pi * t * c]
-        out = numpy.empty((len(y), 2 * self.points))
+        out = numpy.empty((len(y), 2 * numpy.count_nonzero(self.fitted)))
         for q in range(5):  # links are between parameters of one kind
             own = self.kinds == q
             out[own] = self.links[q][:, own].T @ self.to_values(by[q])
@@ -120,8 +128,10 @@ def search(model, start, precise=False):
             found = scipy.optimize.least_squares(
                 lambda u: model.residual(values(u)), u, method="lm", x_scale="jac",
                 jac=lambda u: model.jacobian(values(u)) * numpy.where(squared, 2.0 * u, 1.0), **options)
-        except (ValueError, numpy.linalg.LinAlgError):  # the model overflowed on the way
-            return numpy.inf, start
+        except ValueError as error:
+            if "finite" not in str(error) and "NaN" not in str(error):
+                raise
+            return numpy.inf, start  # the model overflowed on the way
     y = values(found.x)
     y[model.kinds == gauss_width] = abs(y[model.kinds == gauss_width])
     return 2.0 * found.cost, y
