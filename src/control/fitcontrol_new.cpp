@@ -76,11 +76,6 @@ bool read_varokel_prior_knowledge(std::FILE *file, const char *name, const int &
     return true;
 }
 
-void read_varokel_line_shape_function(std::FILE *file, const int &nLines, const int &n_patterns,
-                                      const int &lsf_coefs, double *par) {
-    read_lsf_coefficients(file, lsf_coefs, nLines + n_patterns, par);
-}
-
 void read_varokel_strtval_file(const char *name, int &npar, int &ref_line, int &nLines, int &ap,
                                int &noise_strt, int &noise_stop, int &lsf_coefs, double &phi_1,
                                double &Hz_pp, double &T_acq, double &ftol, double *par,

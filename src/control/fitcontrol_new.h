@@ -64,10 +64,6 @@ bool read_varokel_prior_knowledge(std::FILE *file, const char *name, const int &
                                   const int &n_patterns, const int &par_ranges, const double &frscl,
                                   int *fit_lsf, parameter_record *fixpar, int &file_corrupt);
 
-// Not called: read_varokel_strtval_file reads the coefficients itself.
-void read_varokel_line_shape_function(std::FILE *file, const int &nLines, const int &n_patterns,
-                                      const int &lsf_coefs, double *par);
-
 // Turns start.par into start_verbose.par: the last four characters are cut (if there are more) and
 // the ending is appended, within the 512 characters of a start file's name.
 void name_verbose_file(char *name);

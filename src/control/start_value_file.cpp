@@ -84,24 +84,6 @@ void peep_fitcontrol_old(const char *name, int &n_lines, int &points, int &n_lsf
     std::fclose(file);
 }
 
-void read_varokel_begin_of_file(std::FILE *file, int &flag) {
-    char word[max_word + 1] = "";
-    scan_word(file, word, max_word);
-    if (std::strcmp(word, "varokel_begin_of_file") == 0) flag = 1;
-}
-
-char *substring(const char *text, int start, int len) {
-    const int room = std::max(len, 0);
-    char *part = static_cast<char *>(new_zeroed(room + 1LL, 1, nullptr));
-    if (part == nullptr) return nullptr;
-    const long long length = static_cast<long long>(std::strlen(text));
-    const long long first = std::clamp<long long>(start, 0, length);
-    const long long count = std::min<long long>(room, length - first);
-    std::memcpy(part, text + first, static_cast<std::size_t>(count));
-    part[room] = '\n';
-    return part;
-}
-
 // Storage for the peeked sizes, or for what of them is allowed: the readers refuse the others.
 // False when an array that they write to is missing, which the run ends on later.
 static bool make_parameter_arrays() {

@@ -29,13 +29,3 @@ void MakeInitValFile();
 void peep_fitcontrol_new(const char *name, int &n_lines, int &points, int &n_lsf, int &n_pat);
 void peep_f_cntl(const char *name, int &n_lines, int &points, int &n_lsf, int &n_pat);
 void peep_fitcontrol_old(const char *name, int &n_lines, int &points, int &n_lsf);
-
-// Reads a word and sets flag to 1 when it is varokel_begin_of_file. Not called.
-void read_varokel_begin_of_file(std::FILE *file, int &flag);
-
-// Copy of len characters of text from position start on, in new storage that the caller releases
-// (release(), run/storage.h). Not called.
-//
-// Returned: char[len + 1], the last one a line end and no terminating zero; zeros stand for
-//           characters beyond the end of text. Null when there is no storage.
-char *substring(const char *text, int start, int len);

@@ -14,12 +14,6 @@ void *new_zeroed(long long count, std::size_t size, const char *text);
 inline double *new_doubles(long long count, const char *text) {
     return static_cast<double *>(new_zeroed(count, sizeof(double), text));
 }
-inline float *new_floats(long long count, const char *text) {
-    return static_cast<float *>(new_zeroed(count, sizeof(float), text));
-}
-inline int *new_ints(long long count, const char *text) {
-    return static_cast<int *>(new_zeroed(count, sizeof(int), text));
-}
 void release(void *storage);
 
 // Scratch that is released at the end of its block. Null (after its message) on failure.

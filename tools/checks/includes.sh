@@ -23,6 +23,7 @@ BEGIN {
     allowed["minimize"] = allowed["errors"] = allowed["data"] = "model run_floor kernel"
     allowed["control"] = allowed["report"] = "data model run_floor kernel"
     allowed["help"] = "run_floor"
+    allowed["not_called"] = "control data model run_floor kernel"
     allowed["run_roof"] = "run_floor model minimize errors data control report help kernel"
     numbers = "engine kernel"
     allowed["files/base"] = ""
@@ -67,7 +68,7 @@ function home(file,  part) {
 function place(name, from) {
     if (name ~ /^(kernel|engine|web|files\/[a-z_]+)\/[a-z0-9_]+\.h$/) return name
     if (name ~ /^(common|varokel-[a-z]+)\/[a-z0-9_]+\.h$/ && from ~ /^tools\//) return "tools/" name
-    if (name ~ /^[a-z]+\/[a-z0-9_]+\.h$/) return "src/" name
+    if (name ~ /^[a-z_]+\/[a-z0-9_]+\.h$/) return "src/" name
     return ""
 }
 

@@ -256,20 +256,6 @@ TEST_F(fitcontrol_new, coefficients_behind_count_0_are_passed_over) {
     EXPECT_EQ(file_corrupt, 0);
 }
 
-TEST_F(fitcontrol_new, line_shape_block_reader_reads_pairs_behind_the_entries) {
-    double vector[14] = {};
-    on_stream("1.5 2.5 3.5 4.5 5.5", [&](std::FILE *file) {
-        read_varokel_line_shape_function(file, 1, 1, 0, vector);
-        EXPECT_EQ(vector[10], 0.0);
-        read_varokel_line_shape_function(file, 1, 1, -1, vector);
-        EXPECT_EQ(vector[10], 0.0);
-        read_varokel_line_shape_function(file, 1, 1, 2, vector);
-    });
-    EXPECT_EQ(vector[9], 0.0);
-    EXPECT_EQ(vector[10], 1.5);
-    EXPECT_EQ(vector[13], 4.5);
-}
-
 TEST_F(fitcontrol_new, data_format_word_sets_its_code) {
     struct {
         const char *word;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "data/array_io.h"
+#include "not_called/array_io.h"
 #include "run/storage.h"
 #include "support/support.h"
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "not_called/single_type_curves.h"
+
 #include "model/fft.h"
 #include "model/l_shapes.h"
 #include "support/support.h"

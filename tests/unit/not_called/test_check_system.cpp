@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/check_system.h"
+#include "not_called/check_system.h"
 
 #include "support/support.h"
 

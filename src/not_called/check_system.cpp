@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // check_system.cpp -- where a run takes place
-#include "run/check_system.h"
+#include "not_called/check_system.h"
 
 #include "data/scan.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // array_io.cpp -- complex vectors to and from files, by a dialogue on the console
-#include "data/array_io.h"
+#include "not_called/array_io.h"
 
 #include "data/ge_io.h"
 #include "data/scan.h"
