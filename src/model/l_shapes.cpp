@@ -1,42 +1,28 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // l_shapes.cpp -- curves of one model entry, generated in the time domain
 //
-// A Voigt line decays as exp(-pi^2 g^2 t^2 - pi L t) and turns with its frequency; the Gaussian
-// is the case L = 0, the Lorentzian the case g = 0. Time runs in units of the acquisition time,
-// t = (n + d)/N at point n, where d = phi_1/360 is the acquisition delay in points.
-// The added half band, omega = 2 pi (f frscl + N/2), puts the line at point f of the centred
-// spectrum (docs/model.md, equations 1 to 6).
+// The equation of a line is line_decay's; docs/model.md, equations 1 to 6.
 #include "model/l_shapes.h"
 
-#include "kernel/decay.h"
-#include "kernel/elementary.h"
 #include "model/fft.h"
+#include "model/line_decay.h"
 #include "model/vector_lib.h"
 #include "run/storage.h"
 #include "run/types.h"
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
-using std::numbers::pi;
-
-// The curve without lineshapes, phase included; docs/model.md, equations 1 to 4.
+// The curve without lineshapes, phase included.
 static void line_curve(int ap, int td_ap_trunc, double A, double f, double g, double phi0, double L,
                        double phi_1, double frscl, double *re, double *im) {
-    const double N = ap;
-    const double d = phi_1 / 360.0;
-    const int half = ap / 2;
-    const double omega = 2.0 * pi * (f * frscl + half);
-    // The delay's own phase is taken off at half weight.
-    const double psi = omega * d / N + pi * phi0 / 180.0 - pi * phi_1 / 360.0;
     Zero_Vector(ap, re);
     Zero_Vector(ap, im);
+    const kernel::decay curve =
+        line_decay({.area = A, .frequency = f * frscl, .gauss = g, .lorentz = L, .phase = phi0}, ap,
+                   phi_1, true);
     // points 0 and 1 are never truncated
-    const kernel::complex_value turn = kernel::exp_i(psi);
-    kernel::add_decay(
-        {A * turn.re, A * turn.im, f * frscl, pi * pi * g * g / (N * N), pi * L / N, d, ap, ap > 1},
-        0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
+    kernel::add_decay(curve, 0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
 }
 
 static void set_leading_to_zero(int ap, int ignore, double *re, double *im) {

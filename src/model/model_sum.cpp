@@ -7,15 +7,12 @@
 // which undoes the half band of its oscillation.
 #include "model/model_sum.h"
 
-#include "kernel/decay.h"
-#include "kernel/elementary.h"
 #include "model/fft_plan.h"
 #include "model/l_shapes.h"
+#include "model/line_decay.h"
 #include "run/storage.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numbers>
 #include <utility>
 
 static constexpr int n_arrays = 8;
@@ -85,28 +82,19 @@ bool model_sum::begin_with_kept(double factor) {
     return true;
 }
 
-// Decay constants and complex amplitude of an entry; docs/model.md, equations 1 to 4.
+// The curve of an entry with the widths g and L, times a complex factor.
 static kernel::decay decay_of(const curve_setting &s, const double *p, double g, double L,
                               double factor_re, double factor_im, bool half_band) {
-    using std::numbers::pi;
-    const double N = s.ap;
-    const double d = s.phi_1 / 360.0;
-    const double f = p[freq_par] * s.frscl;
-    const int half = s.ap / 2;
-    const double omega = 2.0 * pi * (f + half);
-    const double psi = omega * d / N + pi * p[phase_par] / 180.0 - pi * s.phi_1 / 360.0;
-    const kernel::complex_value turn = kernel::exp_i(psi);
-    const double c = p[area_par] * turn.re;
-    const double q = p[area_par] * turn.im;
-    kernel::decay curve;
+    kernel::decay curve = line_decay({.area = p[area_par],
+                                      .frequency = p[freq_par] * s.frscl,
+                                      .gauss = g,
+                                      .lorentz = L,
+                                      .phase = p[phase_par]},
+                                     s.ap, s.phi_1, half_band);
+    const double c = curve.re;
+    const double q = curve.im;
     curve.re = c * factor_re - q * factor_im;
     curve.im = c * factor_im + q * factor_re;
-    curve.frequency = f;
-    curve.gauss = pi * pi * g * g / (N * N);
-    curve.lorentz = pi * L / N;
-    curve.d = d;
-    curve.points = s.ap;
-    curve.half_band = half_band && s.ap > 1;
     return curve;
 }
 
@@ -120,7 +108,7 @@ void model_sum::add_line(int k, int type, const double *p, double factor_re, dou
         std::fill(lsf_im_, lsf_im_ + s.ap, 0.0);
         has_lsf_ = true;
     }
-    const int end = std::min(std::max(s.td_ap_trunc, 2), s.ap);
+    const int end = std::min(std::max(s.td_ap_trunc, 2), s.ap); // docs/quirks.md, Q22
     add_decay(decay_of(s, p, g, L, factor_re, factor_im, true), std::max(s.ignore, 0), end,
               takes_lsf ? lsf_re_ : re_, takes_lsf ? lsf_im_ : im_);
 }
