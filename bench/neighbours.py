@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: BSD-3-Clause
-"""bench/neighbours.py PROGRAMS [--size N] [--seed N] [--strategy FILE]
+"""bench/neighbours.py PROGRAMS [--size N] [--seed N] [--method exact|classic] [--strategy FILE]
 
 Whether fits that begin from a neighbour are ever worse than those that begin from common values.
 PROGRAMS is the build folder.
@@ -19,7 +19,6 @@ import csv
 import os
 import subprocess
 import tempfile
-import time
 
 import numpy as np
 
@@ -58,18 +57,18 @@ def write_nifti(voxels, file):
                        input=text.encode(), stdout=stream, check=True)
 
 
-def fit(programs, folder, values):
+def fit(programs, folder, values, method):
     words = [programs + "/varokel-batch"]
     with open(os.path.join(folder, "log"), "wb") as log:
-        subprocess.run(words + ["plan", "grid.nii", "--peaks", "peaks.txt", "--values", values, "-o",
-                                values], cwd=folder, stdout=log, stderr=log, check=True)
-        begun = time.process_time(), presets.resource.getrusage(presets.resource.RUSAGE_CHILDREN)
+        subprocess.run(words + ["plan", "grid.nii", "--peaks", "peaks.txt", "--values", values,
+                                "--method", method, "-o", values], cwd=folder, stdout=log, stderr=log, check=True)
+        begun = presets.resource.getrusage(presets.resource.RUSAGE_CHILDREN)
         subprocess.run(words + ["run", values, "-j", "2"], cwd=folder, stdout=log, stderr=log, check=True)
         ended = presets.resource.getrusage(presets.resource.RUSAGE_CHILDREN)
         subprocess.run(words + ["merge", values], cwd=folder, stdout=log, stderr=log, check=True)
     with open(os.path.join(folder, values, "quality.tsv"), encoding="utf-8") as stream:
         rows = {(int(r["x"]), int(r["y"])): r for r in csv.DictReader(stream, delimiter="\t")}
-    return rows, ended.ru_utime - begun[1].ru_utime
+    return rows, ended.ru_utime - begun.ru_utime
 
 
 def main():
@@ -77,6 +76,7 @@ def main():
     parser.add_argument("programs")
     parser.add_argument("--size", type=int, default=16)
     parser.add_argument("--seed", type=int, default=7)
+    parser.add_argument("--method", default="exact")
     parser.add_argument("--strategy", help="rows of a table, in place of the standard strategy")
     own = parser.parse_args()
     voxels, tissue = slice_of(own.size, own.seed)
@@ -85,7 +85,8 @@ def main():
         steps = open(own.strategy, encoding="utf-8").read() if own.strategy else ""
         with open(os.path.join(folder, "peaks.txt"), "w", encoding="utf-8") as stream:
             stream.write(presets.table_31p() + steps)
-        results = {v: fit(os.path.abspath(own.programs), folder, v) for v in ("same", "neighbour")}
+        results = {v: fit(os.path.abspath(own.programs), folder, v, own.method)
+                   for v in ("same", "neighbour")}
     same, near = results["same"][0], results["neighbour"][0]
     width = 2.0 * 20.7 * 2 * presets.MHZ_31P * presets.DWELL_31P * presets.POINTS_31P
 

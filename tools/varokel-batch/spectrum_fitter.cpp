@@ -73,14 +73,6 @@ std::optional<harvest> spectrum_fitter::fit_from(long long line, const start_fil
     return exact;
 }
 
-// A search that is worse than the one it began from may sit in a wrong place; of an exact fit the
-// verdict tells.
-static bool is_trusted(const fit_record &record, double quality_of_seed) {
-    if (record.state != fit_state::fitted) return !std::isfinite(quality_of_seed);
-    if (record.exact) return record.exact->verdict == engine::finding::optimum;
-    return !std::isfinite(quality_of_seed) || record.figures[0] <= quality_of_seed;
-}
-
 std::optional<harvest> spectrum_fitter::fit(const fit_task &task) {
     const long long line = task.line();
     common_.spectra.read(task.spectrum(), bytes_);
@@ -97,9 +89,9 @@ std::optional<harvest> spectrum_fitter::fit(const fit_task &task) {
     if (task.neighbour == nullptr) return from_common();
     const start_file start = start_from(common_.plan.start, *task.neighbour);
     std::optional<harvest> found = fit_from(line, start, text_of(start));
-    // One that may sit in a wrong place: the common values are tried, too, and the better of both
-    // counts.
-    if (!found || is_trusted(found->record, task.neighbour->figures[0])) return found;
+    // A neighbour may lead into a wrong place, and neither residual nor verdict tell it for sure:
+    // the common values are always tried, too, so that no fit is worse than from them.
+    if (!found) return found;
     std::optional<harvest> again = from_common();
     if (again && !is_better(again->record, found->record)) return found;
     return again;
