@@ -2,6 +2,7 @@
 // conversion_options.h -- what is taken of a measured file, and what is done to it
 #pragma once
 
+#include "files/spectra/reference_peak.h"
 #include "files/measured/choose_spectra.h"
 
 #include <optional>
@@ -26,8 +27,10 @@ struct spectrum_options {
     std::string folder;
     std::optional<double> dwell_time, bandwidth, mhz, ppm_at_carrier, begin_time;
     std::optional<std::string> nucleus, axis;
-    std::string noise;     // empty or "first:last"
-    std::string reference; // file of the FID of a single strong line
+    std::string reference_text; // of the command line, read into the following
+    std::optional<tools::reference_peak> reference_peak; // sets the ppm axis
+    std::string noise;                                   // empty or "first:last"
+    std::string reference;                               // file of the FID of a single strong line
     bool eddy = false;
     long long memory = 128; // for the FIDs of one pass over the file [MiB]
 };

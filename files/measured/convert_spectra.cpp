@@ -70,6 +70,22 @@ static reference_lines open_reference(const input_options &options, const spectr
     return lines;
 }
 
+// The one spectrum of an import that takes eddy currents out.
+static complex_signal corrected_spectrum(const spectrum_conversion &conversion,
+                                         spectrum_source &source, const choice &chosen,
+                                         const reference_lines &lines,
+                                         const input_options &options) {
+    if (chosen.spectra.size() != 1)
+        throw tool_error(wrong_usage, "--reference-peak with --eddy: expected one spectrum at a "
+                                      "time (--index)");
+    complex_signal fid = read_fids(source, chosen.spectra, 0, 1, conversion.used()).front();
+    complex_signal water =
+        read_fids(*lines.source, lines.chosen.spectra, 0, 1, conversion.used()).front();
+    if (lines.source->opposite_sense != options.conjugate) conjugate(water);
+    const measured_lineshape shape = lineshape_of(water, lines.source->file);
+    return conversion.spectrum_of(std::move(fid), &shape, nullptr);
+}
+
 void import_spectra(const input_options &options, const spectrum_options &own) {
     if (own.eddy && own.reference.empty())
         throw tool_error(wrong_usage, "--eddy needs the reference line: --reference FILE");
@@ -91,7 +107,9 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                       lines.source->companions.end());
     }
 
-    conversion.share_noise_window(own.memory);
+    conversion.look_at_all(own.memory);
+    if (own.eddy && own.reference_peak)
+        conversion.set_axis({corrected_spectrum(conversion, *source, chosen, lines, options)});
     const std::filesystem::path folder(own.folder);
     output_batch batch(inputs, options.force);
     const bool folder_was_there = std::filesystem::exists(folder);

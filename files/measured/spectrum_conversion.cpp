@@ -117,7 +117,8 @@ static noise_choice choose_noise(const complex_signal &spectrum, const point_str
 
 spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &chosen,
                                          const input_options &options, const spectrum_options &own)
-    : source_(source), options_(options), conjugated_(source.opposite_sense != options.conjugate) {
+    : source_(source), options_(options), reference_peak_(own.reference_peak), eddy_(own.eddy),
+      conjugated_(source.opposite_sense != options.conjugate) {
     settle_facts(source, own);
     const signal_facts &facts = source.facts;
     rises_ = facts.ppm_rises_with_points != options.conjugate;
@@ -173,11 +174,19 @@ complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measur
     return engine::spectrum_of_fid(*plan_, fid);
 }
 
-void spectrum_conversion::share_noise_window(long long memory) {
+bool spectrum_conversion::shares_noise() const {
+    return !asked_noise_ && !known_noise_ && source_.spectra() > 1 &&
+           all_outputs(source_, options_.choice).spectra.size() > 1;
+}
+
+void spectrum_conversion::look_at_all(long long memory) {
     static constexpr std::size_t most = 1024;
-    if (asked_noise_ || known_noise_ || source_.spectra() < 2) return;
+    const bool noise = shares_noise();
+    std::optional<reference_search> axis;
+    if (reference_peak_ && !eddy_)
+        axis.emplace(*reference_peak_, axis_of_sidecar(metadata("", items_)));
+    if (!noise && !axis) return;
     const choice all = all_outputs(source_, options_.choice);
-    if (all.spectra.size() < 2) return;
     std::vector<chosen_spectrum> taken;
     const std::size_t step = (all.spectra.size() + most - 1) / most;
     for (std::size_t s = 0; s < all.spectra.size(); s += step) taken.push_back(all.spectra[s]);
@@ -188,16 +197,40 @@ void spectrum_conversion::share_noise_window(long long memory) {
     for (std::size_t first = 0; first < taken.size(); first += pass) {
         const std::size_t stop = std::min(first + pass, taken.size());
         std::vector<complex_signal> fids = read_fids(source_, taken, first, stop, used_);
-        for (std::size_t s = first; s < stop; ++s)
-            if (std::none_of(taken[s].spectra.begin(), taken[s].spectra.end(),
-                             [&](long long member) { return faulty.contains(member); }))
-                search.add(spectrum_of(std::move(fids[s - first]), nullptr, nullptr));
+        for (std::size_t s = first; s < stop; ++s) {
+            if (std::any_of(taken[s].spectra.begin(), taken[s].spectra.end(),
+                            [&](long long member) { return faulty.contains(member); }))
+                continue;
+            const complex_signal spectrum =
+                spectrum_of(std::move(fids[s - first]), nullptr, nullptr);
+            if (noise) search.add(spectrum);
+            if (axis) axis->add(spectrum);
+        }
     }
     source_.faulty = nullptr;
-    if (search.spectra() == 0) return;
-    const auto [first, stop] = search.stretch();
-    shared_noise_ = {first, stop - 1};
-    shared_by_ = search.spectra();
+    if (noise && search.spectra() > 0) {
+        const auto [first, stop] = search.stretch();
+        shared_noise_ = {first, stop - 1};
+        shared_by_ = search.spectra();
+    }
+    if (axis) take_axis(*axis);
+}
+
+void spectrum_conversion::set_axis(const std::vector<complex_signal> &spectra) {
+    if (!reference_peak_) return;
+    reference_search search(*reference_peak_, axis_of_sidecar(metadata("", items_)));
+    for (const complex_signal &spectrum : spectra) search.add(spectrum);
+    take_axis(search);
+}
+
+void spectrum_conversion::take_axis(const reference_search &search) {
+    const found_reference found = search.found();
+    set_reference_items(items_, *reference_peak_, found);
+    std::erase_if(source_.guesses,
+                  [](const guessed_value &g) { return g.item == "ppm_at_carrier"; });
+    axis_remarks_.push_back(text_of(*reference_peak_, found));
+    if (found.guessed_width) axis_remarks_.push_back("guessed " + reference_width_text(found));
+    axis_warnings_ = warnings_of(*reference_peak_, found);
 }
 
 engine::noise_window spectrum_conversion::describe(const complex_signal &spectrum,
@@ -211,6 +244,7 @@ engine::noise_window spectrum_conversion::describe(const complex_signal &spectru
     if (shared_noise_) sidecar["noise_window"]["shared_by_spectra"] = shared_by_;
     if (fit_points_) sidecar["fit_interval_points"] = {fit_points_->first, fit_points_->second};
     std::vector<std::string> warnings = source_.warnings;
+    warnings.insert(warnings.end(), axis_warnings_.begin(), axis_warnings_.end());
     if (source_.format == "LCModel RAW" &&
         looks_mirrored(spectrum, source_.facts, rises_, items_["hz_per_point"].get<double>())) {
         ++mirrored_;
@@ -239,6 +273,8 @@ std::vector<std::string> spectrum_conversion::remarks() const {
             "guessed " + guess.item + " " +
             (guess.value.is_string() ? guess.value.get<std::string>() : guess.value.dump()) + ": " +
             guess.reason);
+    said.insert(said.end(), axis_remarks_.begin(), axis_remarks_.end());
+    for (const std::string &text : axis_warnings_) said.push_back(text);
     for (const std::string &text : source_.warnings) said.push_back(source_.file + ": " + text);
     if (points_ > source_.points)
         said.push_back("filled with zeros from " + std::to_string(source_.points) + " to " +

@@ -33,11 +33,14 @@ class spectrum_conversion {
                                nlohmann::ordered_json *sidecar) const;
     // Points of an FID before the zeros at its end, if these are as many as were filled in.
     long long measured_of(const complex_signal &fid);
-    // Looks for one noise window for all spectra of the source that the averages leave, chosen or
-    // not: a spectrum then has the same errors in a batch as alone. Nothing to do when the window
-    // is asked for or known, or there is one spectrum. Of many spectra it takes 1024, evenly.
+    // What holds for all spectra of the source that the averages leave, chosen or not: one noise
+    // window and one ppm axis. Of many spectra it takes 1024, evenly. Errors: bad_input when a
+    // reference peak is asked for and there is none.
     //   memory    for the FIDs of one pass over the file [MiB]
-    void share_noise_window(long long memory);
+    void look_at_all(long long memory);
+    // Sets the axis by the reference peak that is asked for, in these spectra together.
+    // Errors: as above.
+    void set_axis(const std::vector<complex_signal> &spectra);
     // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
     engine::noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
     // What a user should know about the conversion, a sentence each.
@@ -49,9 +52,13 @@ class spectrum_conversion {
     const nlohmann::ordered_json &items() const { return items_; } // of every sidecar
 
   private:
+    bool shares_noise() const; // whether a window is looked for
+    void take_axis(const reference_search &search);
     std::string other_axis() const; // what --axis would have to be for the other sense
     spectrum_source &source_;
     const input_options &options_;
+    std::optional<reference_peak> reference_peak_;
+    bool eddy_; // spectra are moved by the reference line, which look_at_all does not know
     bool conjugated_, rises_;
     long long points_;
     std::size_t used_;
@@ -61,6 +68,7 @@ class spectrum_conversion {
     long long shared_by_ = 0;
     long long measured_ = 0, with_zeros_ = 0; // most of all FIDs; FIDs with zeros at the end
     nlohmann::ordered_json items_;
+    std::vector<std::string> axis_remarks_, axis_warnings_;
     long long mirrored_ = 0, unknown_noise_ = 0;
 };
 

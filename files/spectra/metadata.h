@@ -19,6 +19,8 @@ class metadata {
     // Errors: bad_input when the file cannot be read, holds no JSON object, or one that is nested
     // deeper than read_json.h allows.
     explicit metadata(const std::string &file);
+    // items: a JSON object; file names it in messages.
+    metadata(std::string file, nlohmann::json items);
 
     // The item, or nothing when it is absent or null. Errors: bad_input when it is of another kind
     // or (positive) not above 0.
@@ -37,7 +39,6 @@ class metadata {
     const nlohmann::json &items() const { return items_; } // an object
 
   private:
-    metadata(std::string file, nlohmann::json items);
     const nlohmann::json *find(const char *item) const;
     [[noreturn]] void refuse(const char *item, const std::string &expected) const;
 

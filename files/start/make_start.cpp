@@ -178,6 +178,10 @@ void start_maker::prepare(const spectrum_facts &facts) {
 
     const table_axis axis(known, table_.file);
     start_result &base = made->base;
+    if (table_.reference && facts.reference_ppm != table_.reference->ppm)
+        base.warnings.push_back(
+            "the ppm axis of the spectrum was not set by the reference of the table; import it "
+            "with --reference-peak");
     start_file &start = base.start;
     start.points = facts.points;
     start.hz_per_point = facts.hz_per_point;

@@ -6,6 +6,7 @@
 // docs/file_formats/peak_table.md.
 #pragma once
 
+#include "files/spectra/reference_peak.h"
 #include "files/start/start_file.h"
 
 #include <array>
@@ -71,6 +72,7 @@ struct peak_table {
     std::optional<int> points, measured;
     std::optional<double> hz_per_point, phi_1, tolerance;
     std::optional<table_interval> noise;
+    std::optional<reference_peak> reference; // sets the ppm axis of the spectra
     std::optional<std::string> followed, data_format;
     std::optional<int> ignored, verbose, ranges;
     std::optional<bool> errors;

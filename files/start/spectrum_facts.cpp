@@ -48,9 +48,9 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
     const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
     if (first && stop) facts.noise = int_pair({*first, *stop});
     for (const nlohmann::json &guess : all.value("guessed", nlohmann::json::array()))
-        facts.guessed_sense =
-            facts.guessed_sense || (guess.is_object() && guess.contains("item") &&
-                                    guess["item"] == "ppm_rises_with_points");
+        facts.guessed_sense = facts.guessed_sense || (guess.is_object() && guess.contains("item") &&
+                                                      guess["item"] == "ppm_rises_with_points");
+    facts.reference_ppm = sidecar.inside("reference_peak").number("ppm");
     if (axis.measured > 0 && axis.measured < *points)
         facts.measured = static_cast<int>(axis.measured);
     return facts;

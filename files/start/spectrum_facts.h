@@ -22,6 +22,7 @@ struct spectrum_facts {
     double phi_1 = 0.0;                            // of the delay [degrees over the whole band]
     std::optional<std::pair<int, int>> noise;      // first point, one behind the last
     std::optional<std::pair<int, int>> fit_points; // first and last
+    std::optional<double> reference_ppm;           // by which the axis was set
     bool operator==(const spectrum_facts &) const = default;
 };
 

@@ -110,6 +110,24 @@ static void read_lineshape(table_scanner &scan, peak_table &table, int &coeffici
     }
 }
 
+reference_peak read_reference(table_scanner &scan) {
+    reference_peak peak;
+    if (!scan.number_follows()) {
+        peak.name = scan.name("the name of the reference peak, or its chemical shift");
+        scan.skip_blanks();
+    }
+    peak.ppm = scan.number("the chemical shift of the reference peak, such as 2.01 ppm");
+    scan.take_word("ppm");
+    if (scan.take("+-") || scan.take("\xc2\xb1")) {
+        const double width = scan.number("how far to both sides it is looked for, in ppm");
+        if (!(width > 0.0)) scan.refuse("a number above 0 behind +-");
+        peak.half_width = width;
+        scan.take_word("ppm");
+    }
+    scan.expect_end("the end of the reference: NAME 2.01 ppm, or NAME 2.01 ppm +- 0.3 ppm");
+    return peak;
+}
+
 void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
               const table_place &place) {
     static constexpr int most = search_limits::points;
@@ -131,6 +149,9 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
         do {
             table.intervals.push_back(read_interval(scan));
         } while (scan.take(','));
+    } else if (word == "reference") {
+        if (table.reference) refuse_at(table, place, "found a second \"reference\"");
+        table.reference = read_reference(scan);
     } else if (word == "noise") {
         table.noise = read_interval(scan);
     } else if (word == "points") {
@@ -171,7 +192,8 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
     } else {
         refuse_at(table, place,
                   "found the key \"" + std::string(key) +
-                      "\"; expected strategy, step, interval, noise, tolerance, follow, measured, "
+                      "\"; expected strategy, step, interval, noise, reference, tolerance, follow, "
+                      "measured, "
                       "ignore, lineshape, coefficients, points, hz_per_point, phi_1, ranges, "
                       "verbose, errors or format before the colon");
     }

@@ -18,4 +18,7 @@ namespace tools {
 void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
               const table_place &place);
 
+// "[NAME] PPM [ppm] [+- WIDTH [ppm]]". Errors: bad_input, by the scanner.
+reference_peak read_reference(table_scanner &scan);
+
 } // namespace tools

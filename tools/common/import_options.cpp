@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "common/import_options.h"
 
+#include "files/base/tool_error.h"
+#include "files/start/table_keys.h"
+#include "files/start/table_scanner.h"
+
 namespace tools {
 
 // Options that are added while this lives stand under one heading.
@@ -70,6 +74,10 @@ void add_spectrum_options(option_parser &app, spectrum_options &options, const s
         ->check(positive_number);
     app.add_option("--ppm-at-carrier", options.ppm_at_carrier, "chemical shift of the carrier")
         ->type_name("PPM");
+    app.add_option("--reference-peak", options.reference_text,
+                   "set the ppm axis by this line of known shift, looked for around it, as \"NAA "
+                   "2.01 ppm\" or \"2.01 +- 0.3\"")
+        ->type_name("PPM");
     app.add_option("--axis", options.axis,
                    "ppm along the points of INPUT's spectrum, before --conjugate: rising (default "
                    "for float32) or falling (for all others)")
@@ -85,6 +93,22 @@ void add_spectrum_options(option_parser &app, spectrum_options &options, const s
                    "measured lineshape of fit mode 2")
         ->type_name("FILE");
     app.add_flag("--eddy", options.eddy, "correct eddy currents with the phase of the reference");
+}
+
+void settle_reference(spectrum_options &options, const std::optional<reference_peak> &of_table) {
+    options.reference_peak = of_table;
+    if (options.reference_text.empty()) return;
+    peak_table none; // for the scanner's messages
+    none.file = "--reference-peak " + options.reference_text;
+    table_scanner scan(none, options.reference_text, 0, 1);
+    try {
+        options.reference_peak = read_reference(scan);
+    } catch (const tool_error &error) {
+        throw tool_error(wrong_usage, error.what());
+    }
+    if (of_table && *of_table != *options.reference_peak)
+        throw tool_error(wrong_usage, none.file + ": the table of peaks has another \"reference\"; "
+                                                  "expected one of them");
 }
 
 } // namespace tools

@@ -5,6 +5,7 @@
 #include "files/measured/convert_spectra.h"
 #include "common/command_line.h"
 
+#include <optional>
 #include <string>
 
 namespace tools {
@@ -16,5 +17,9 @@ void add_input_options(option_parser &app, input_options &options, const std::st
 // What is known about the spectra, and what is measured beside them.
 void add_spectrum_options(option_parser &app, spectrum_options &options,
                           const std::string &group = "");
+
+// The reference peak of a table of peaks and that of --reference-peak. Errors: wrong_usage when
+// both are there and differ, or the option's text is none.
+void settle_reference(spectrum_options &options, const std::optional<reference_peak> &of_table);
 
 } // namespace tools

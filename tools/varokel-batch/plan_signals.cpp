@@ -7,6 +7,8 @@
 #include "files/measured/text_items.h"
 #include "files/nifti/grid_maps.h"
 #include "files/spectra/signal_file.h"
+#include "files/start/peak_table.h"
+#include "common/import_options.h"
 
 #include <algorithm>
 #include <cmath>
@@ -125,13 +127,16 @@ void plan_signals(const plan_options &options, const std::string &work, planned_
     if (batch.spectra.empty())
         throw tool_error(bad_input, options.mask + ": no voxel above 0; expected some to fit");
 
-    spectrum_conversion conversion(*source, chosen, input, options.spectrum);
+    spectrum_options settled = options.spectrum;
+    settle_reference(settled, options.peaks.empty() ? std::nullopt
+                                                    : read_peak_table(options.peaks).reference);
+    spectrum_conversion conversion(*source, chosen, input, settled);
     const std::size_t used = conversion.used();
     batch.points = conversion.points();
     const std::size_t step =
         std::max<std::size_t>(1, (static_cast<std::size_t>(options.spectrum.memory) << 20) /
                                      (used * sizeof(std::complex<double>)));
-    conversion.share_noise_window(options.spectrum.memory);
+    conversion.look_at_all(options.spectrum.memory);
     part_file file(work + "/spectra.f32");
     std::vector<complex_signal> fids;
     bool described = false;

@@ -72,7 +72,7 @@ void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidecar) {
     for (const char *const item :
          {"hz_per_point", "dwell_time_s", "spectrometer_mhz", "ppm_at_carrier",
           "ppm_rises_with_points", "nucleus", "begin_time_s", "phi_1_degrees", "noise_window",
-          "fit_interval_points", "resized", "measured_points"})
+          "reference_peak", "fit_interval_points", "resized", "measured_points"})
         if (sidecar.contains(item)) batch.scale[item] = sidecar[item];
     if (!batch.scale.contains("noise_window")) return;
     for (const char *const of_one_spectrum : {"sd_real", "sd_imaginary"})

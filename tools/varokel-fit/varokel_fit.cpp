@@ -16,6 +16,7 @@
 #include "files/start/show_start.h"
 
 #include "common/command_line.h"
+#include "common/import_options.h"
 #include "common/run_tool.h"
 #include "varokel-fit/finish_fits.h"
 #include "varokel-fit/fit_options.h"
@@ -42,7 +43,8 @@ static void warn(const std::string &text) {
 }
 
 // Writes spectra and sidecars; returns their names. What the import prints is no result here.
-static std::vector<std::string> import(const fit_options &own, const fs::path &folder) {
+static std::vector<std::string> import(const fit_options &own, const fs::path &folder,
+                                       const std::optional<tools::reference_peak> &reference) {
     std::ostringstream printed;
     std::streambuf *const kept = std::cout.rdbuf(printed.rdbuf());
     try {
@@ -50,6 +52,7 @@ static std::vector<std::string> import(const fit_options &own, const fs::path &f
         // a fit needs a power of two, and filling loses nothing; it is warned of and recorded
         if (input.resize.empty()) input.resize = "fill";
         tools::spectrum_options spectrum = own.spectrum;
+        tools::settle_reference(spectrum, reference);
         spectrum.folder = folder.string();
         tools::import_spectra(input, spectrum);
     } catch (...) {
@@ -249,7 +252,7 @@ static int fit(const fit_options &own) {
     const fs::path &work = output.work();
     std::error_code error;
 
-    const std::vector<std::string> names = import(own, work);
+    const std::vector<std::string> names = import(own, work, table.reference);
     tools::start_maker maker(std::move(table),
                              {fs::absolute(own.peaks).parent_path().string(), "."},
                              searches ? tools::fitted_by::search : tools::fitted_by::engine);

@@ -96,6 +96,7 @@ int main(int argc, char **argv) {
         if (output.empty())
             throw tool_error(tools::wrong_usage, std::string("no output given; expected -o ") +
                                                      (pattern->parsed() ? "FILE.bin" : "FOLDER"));
+        tools::settle_reference(own, std::nullopt);
         if (pattern->parsed())
             tools::import_pattern(pattern_options, output);
         else if (basis->parsed())

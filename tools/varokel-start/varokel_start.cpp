@@ -54,6 +54,21 @@ static void write(const options &own, const tools::start_file &start, const std:
     if (with_names) std::cout << names << '\n';
 }
 
+// The axis by the reference of the table, where the import did not set it. The sidecar stays.
+static void set_axis(const tools::peak_table &table, const tools::metadata &sidecar,
+                     const tools::complex_signal &spectrum, tools::spectrum_facts &facts) {
+    if (!table.reference || facts.reference_ppm) return;
+    tools::reference_search search(*table.reference, tools::axis_of_sidecar(sidecar));
+    search.add(spectrum);
+    const tools::found_reference found = search.found();
+    facts.ppm_at_carrier = found.ppm_at_carrier;
+    facts.reference_ppm = table.reference->ppm;
+    warn(tools::text_of(*table.reference, found) + ", in the start file; " + sidecar.file() +
+         " stays as it is, import with --reference-peak for pages and tables");
+    if (found.guessed_width) warn("guessed " + tools::reference_width_text(found));
+    for (const std::string &text : tools::warnings_of(*table.reference, found)) warn(text);
+}
+
 static void make(const options &own) {
     std::vector<std::string> inputs = {own.peaks}, folders = {folder_of(own.peaks), "."};
     tools::start_maker maker(tools::read_peak_table(own.peaks), {});
@@ -74,6 +89,7 @@ static void make(const options &own) {
             inputs.push_back(own.spectrum);
             spectrum = tools::read_points(own.spectrum, 0, facts.points);
             folders.push_back(folder_of(own.spectrum));
+            set_axis(maker.table(), tools::metadata(sidecar), spectrum, facts);
         }
     }
     for (const tools::table_row &row : maker.table().rows)
