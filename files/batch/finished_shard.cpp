@@ -15,9 +15,8 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-// The only reader of a marker.
-static finished_shard read_marker(const batch_plan &plan, const plan_lines &lines,
-                                  const std::string &name) {
+finished_shard read_marker(const batch_plan &plan, const plan_lines &lines,
+                           const std::string &name) {
     const auto refuse = [&](const std::string &what) {
         throw tool_error(bad_input, name + ": " + what +
                                         "; remove the files of this shard, or "

@@ -17,9 +17,13 @@ struct finished_shard {
     long long shard = 0, shards = 1, first = 0, stop = 0, fitted = 0, failed = 0, not_tried = 0;
 };
 
-// Those of the plan, by their first line. What a marker says is held against the plan: its lines
-// are those of its shard, its counts are as many. Errors: bad_input for a marker that says
-// otherwise, for one that cannot be read, and for one of another plan.
+// The marker of a shard, a file STEM.done. What it says is held against the plan: its lines are
+// those of its shard, its counts are as many. Errors: bad_input for a marker that says otherwise,
+// for one that cannot be read, and for one of another plan.
+finished_shard read_marker(const batch_plan &plan, const plan_lines &lines,
+                           const std::string &name);
+
+// Those of the plan, by their first line. Errors: as above.
 std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_lines &lines);
 
 // Whether part and curves are those that the marker was written for. Errors: bad_input when not.

@@ -9,6 +9,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <string_view>
 #include <unordered_set>
 
 namespace tools {
@@ -76,74 +77,100 @@ planned_spectrum plan_lines::read(long long line) const {
     return parse(text_of(line), line);
 }
 
-planned_spectrum plan_lines::parse(const std::string &text, long long line) const {
-    const auto damaged = [&] {
-        throw tool_error(bad_input, plan_.file_read->name() + ": spectrum " + std::to_string(line) +
-                                        " does not stand where it should; expected the file as "
-                                        "varokel-batch plan wrote it. Plan again");
-    };
-    if (text.empty() || text.back() != '\n') damaged();
-    planned_spectrum spectrum;
-    // as line_of has it, without a JSON reader: there may be 100,000 of them
-    const char *p = text.data(), *const end = p + text.size();
-    const auto expect = [&](const char *word) {
-        const std::size_t n = std::strlen(word);
-        if (static_cast<std::size_t>(end - p) < n || std::memcmp(p, word, n) != 0) damaged();
-        p += n;
-    };
-    const auto number = [&] {
-        long long value = 0;
-        const auto read = std::from_chars(p, end, value);
-        if (read.ec != std::errc()) damaged();
-        p = read.ptr;
-        return value;
-    };
-    const auto quoted = [&] {
-        const char *const begin = p;
-        expect("\"");
-        while (p < end && *p != '"') p += *p == '\\' && p + 1 < end ? 2 : 1;
-        if (p >= end) damaged();
-        ++p;
-        return std::string(begin, p);
-    };
-    expect("{\"number\":");
-    spectrum.number = number();
-    expect(",\"name\":");
-    const nlohmann::json name = nlohmann::json::parse(quoted(), nullptr, false);
-    if (!name.is_string() || !is_plain_name(name.get<std::string>())) damaged();
-    spectrum.name = name.get<std::string>();
-    expect(",\"at\":[");
-    while (p < end && *p != ']') {
-        const std::size_t axis = spectrum.at.size();
-        spectrum.at.push_back(number());
-        if (axis >= plan_.axes.size() || spectrum.at.back() < 0 ||
-            spectrum.at.back() >= plan_.axes[axis].size)
-            damaged();
-        if (p < end && *p == ',') ++p;
+namespace {
+
+// The text of a line, piece by piece, as line_of has it. Without a JSON reader: there may be
+// 100,000 lines. Once something is missing, nothing counts any more.
+class line_pieces {
+  public:
+    explicit line_pieces(const std::string &text)
+        : p_(text.data()), end_(p_ + text.size()), good_(!text.empty() && text.back() == '\n') {}
+    bool good() const { return good_; }
+    void expect(std::string_view word) {
+        if (good_ && rest().starts_with(word))
+            p_ += word.size();
+        else
+            good_ = false;
     }
-    expect("],\"state\":");
-    const std::string state = quoted();
+    bool take(char c) {
+        if (!good_ || p_ >= end_ || *p_ != c) return false;
+        ++p_;
+        return true;
+    }
+    bool is_at(char c) const { return good_ && p_ < end_ && *p_ == c; }
+    long long number() {
+        long long value = 0;
+        const auto read = std::from_chars(p_, end_, value);
+        good_ = good_ && read.ec == std::errc();
+        if (good_) p_ = read.ptr;
+        return value;
+    }
+    // With its quotation marks.
+    std::string quoted() {
+        const char *const begin = p_;
+        expect("\"");
+        while (good_ && p_ < end_ && *p_ != '"') p_ += *p_ == '\\' && p_ + 1 < end_ ? 2 : 1;
+        good_ = good_ && p_ < end_;
+        if (good_) ++p_;
+        return {begin, p_};
+    }
+    std::string digest() {
+        const std::string text(rest().substr(0, 64));
+        good_ = good_ && is_digest(text);
+        if (good_) p_ += 64;
+        return text;
+    }
+
+  private:
+    std::string_view rest() const { return {p_, static_cast<std::size_t>(end_ - p_)}; }
+    const char *p_, *end_;
+    bool good_;
+};
+
+// What the plan says of its spectra: every number within its bounds.
+bool fits_plan(const planned_spectrum &spectrum, long long wave, const batch_plan &plan) {
+    bool inside = spectrum.number >= 0 && spectrum.number < plan.spectra && spectrum.block >= 0 &&
+                  spectrum.block < plan.blocks && wave >= 0 && wave <= plan.spectra &&
+                  spectrum.at.size() == plan.axes.size();
+    for (std::size_t a = 0; inside && a < spectrum.at.size(); ++a)
+        inside = spectrum.at[a] >= 0 && spectrum.at[a] < plan.axes[a].size;
+    return inside;
+}
+
+} // namespace
+
+planned_spectrum plan_lines::parse(const std::string &text, long long line) const {
+    planned_spectrum spectrum;
+    line_pieces pieces(text);
+    pieces.expect("{\"number\":");
+    spectrum.number = pieces.number();
+    pieces.expect(",\"name\":");
+    const nlohmann::json name = nlohmann::json::parse(pieces.quoted(), nullptr, false);
+    pieces.expect(",\"at\":[");
+    while (pieces.good() && !pieces.is_at(']') && spectrum.at.size() < plan_.axes.size()) {
+        spectrum.at.push_back(pieces.number());
+        pieces.take(',');
+    }
+    pieces.expect("],\"state\":");
+    const std::string state = pieces.quoted();
     int found = -1;
     for (int s = 0; s < 3; ++s)
         if (state == "\"" + std::string(state_names[s]) + "\"") found = s;
-    if (found < 0) damaged();
+    pieces.expect(",\"block\":");
+    spectrum.block = pieces.number();
+    pieces.expect(",\"wave\":");
+    const long long wave = pieces.number();
+    pieces.expect(",\"sha256\":\"");
+    spectrum.sha256 = pieces.digest();
+    pieces.expect("\"}");
+    if (!pieces.good() || found < 0 || !name.is_string() ||
+        !is_plain_name(name.get<std::string>()) || !fits_plan(spectrum, wave, plan_))
+        throw tool_error(bad_input, plan_.file_read->name() + ": spectrum " + std::to_string(line) +
+                                        " does not stand where it should; expected the file as "
+                                        "varokel-batch plan wrote it. Plan again");
+    spectrum.name = name.get<std::string>();
     spectrum.state = static_cast<signal_state>(found);
-    expect(",\"block\":");
-    spectrum.block = number();
-    expect(",\"wave\":");
-    const long long wave = number();
-    if (spectrum.block < 0 || spectrum.block >= plan_.blocks || wave < 0 || wave > plan_.spectra)
-        damaged();
     spectrum.wave = static_cast<int>(wave);
-    expect(",\"sha256\":\"");
-    if (end - p < 64) damaged();
-    spectrum.sha256.assign(p, p + 64);
-    if (!is_digest(spectrum.sha256)) damaged();
-    p += 64;
-    expect("\"}");
-    if (spectrum.number < 0 || spectrum.number >= plan_.spectra ||
-        spectrum.at.size() != plan_.axes.size())
-        damaged();
     return spectrum;
 }
 

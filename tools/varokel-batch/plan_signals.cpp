@@ -49,68 +49,80 @@ static std::vector<char> read_pass(spectrum_source &source,
     return faulty;
 }
 
-void plan_signals(const plan_options &options, const std::string &work, planned_batch &batch) {
-    input_options input = options.input;
-    const std::unique_ptr<spectrum_source> source =
-        open_source(input.input, input.format, input.json, input.points);
-    // in a batch, what is not chosen is wanted as a whole
-    choice chosen;
-    {
-        choice_options wanted = input.choice;
-        for (std::size_t a = 0; a < source->axes.size(); ++a) {
-            const source_axis &axis = source->axes[a];
-            if (axis.spatial || axis.size == 1) continue;
-            choice_options with_all = wanted;
-            with_all.index.push_back(axis.name + "=all");
-            const auto names_axis = [&](const std::string &text) {
-                const std::string name = lower_case(text.substr(0, text.find('=')));
-                const std::string own = lower_case(axis.name);
-                return name == own || "dim_" + name == own ||
-                       name == "dim_" + std::to_string(a + 2) || name == std::to_string(a + 2);
-            };
-            const bool given =
-                std::any_of(wanted.average.begin(), wanted.average.end(), names_axis) ||
-                std::any_of(wanted.index.begin(), wanted.index.end(), [&](const std::string &text) {
-                    return text.find('=') == text.npos || names_axis(text);
-                });
-            if (!given) wanted = with_all;
-        }
-        chosen = choose_spectra(*source, wanted);
+// In a batch, what is not chosen is wanted as a whole.
+static choice_options with_whole_axes(const spectrum_source &source, choice_options wanted) {
+    for (std::size_t a = 0; a < source.axes.size(); ++a) {
+        const source_axis &axis = source.axes[a];
+        if (axis.spatial || axis.size == 1) continue;
+        const auto names_axis = [&](const std::string &text) {
+            const std::string name = lower_case(text.substr(0, text.find('=')));
+            const std::string own = lower_case(axis.name);
+            return name == own || "dim_" + name == own || name == "dim_" + std::to_string(a + 2) ||
+                   name == std::to_string(a + 2);
+        };
+        const bool given =
+            std::any_of(wanted.average.begin(), wanted.average.end(), names_axis) ||
+            std::any_of(wanted.index.begin(), wanted.index.end(), [&](const std::string &text) {
+                return text.find('=') == text.npos || names_axis(text);
+            });
+        if (!given) wanted.index.push_back(axis.name + "=all");
     }
-    batch.inputs.push_back(source->file);
-    for (const std::string &companion : source->companions) batch.inputs.push_back(companion);
-    for (const source_axis &axis : source->axes)
+    return wanted;
+}
+
+// Axes and inputs of the batch. Returns whether the source has more than one voxel.
+static bool take_axes(const spectrum_source &source, planned_batch &batch) {
+    batch.inputs.push_back(source.file);
+    for (const std::string &companion : source.companions) batch.inputs.push_back(companion);
+    long long voxels = 1, directions = 0;
+    for (const source_axis &axis : source.axes) {
         if (axis.spatial || axis.size > 1) // the column "spectrum" has the names
             batch.axes.push_back(
                 {axis.name == "spectrum" ? "index" : axis.name, axis.size, axis.spatial});
+        if (!axis.spatial) continue;
+        ++directions;
+        voxels = std::max(voxels, axis.size);
+    }
+    const bool has_voxels = voxels > 1;
+    batch.grid = source.format == "NIfTI-MRS" && directions == 3 && has_voxels && has_images();
+    if (!has_voxels) std::erase_if(batch.axes, [](const plan_axis &axis) { return axis.spatial; });
+    return has_voxels;
+}
+
+// For each voxel whether it is to be fitted; empty without a mask.
+static std::vector<bool> inside_of_mask(const plan_options &options, const spectrum_source &source,
+                                        planned_batch &batch) {
+    if (options.mask.empty()) return {};
     std::vector<long long> sizes;
     for (const plan_axis &axis : batch.axes)
         if (axis.spatial) sizes.push_back(axis.size);
-    const bool has_voxels =
-        std::any_of(sizes.begin(), sizes.end(), [](long long n) { return n > 1; });
-    batch.grid = source->format == "NIfTI-MRS" && sizes.size() == 3 && has_voxels && has_images();
-    if (!has_voxels) std::erase_if(batch.axes, [](const plan_axis &axis) { return axis.spatial; });
+    if (sizes.size() != 3)
+        throw tool_error(wrong_usage,
+                         "--mask " + options.mask + ": " + source.file + " has no grid of voxels");
+    bool moved = false;
+    std::vector<bool> inside = read_mask(options.mask, sizes, source.file, moved);
+    if (moved)
+        warn_of_plan(options.mask + ": lies elsewhere in space than " + source.file +
+                     " as their headers say; voxels are taken by their number");
+    batch.inputs.push_back(options.mask);
+    return inside;
+}
 
-    std::vector<bool> inside;
-    if (!options.mask.empty()) {
-        if (sizes.size() != 3 || !has_voxels)
-            throw tool_error(wrong_usage, "--mask " + options.mask + ": " + source->file +
-                                              " has no grid of voxels");
-        bool moved = false;
-        inside = read_mask(options.mask, sizes, source->file, moved);
-        if (moved)
-            warn_of_plan(options.mask + ": lies elsewhere in space than " + source->file +
-                         " as their headers say; voxels are taken by their number");
-        batch.inputs.push_back(options.mask);
-    }
+// The spectra to be planned, with their places. Returns which of the chosen each is.
+static std::vector<std::size_t> list_spectra(const plan_options &options,
+                                             const spectrum_source &source,
+                                             const std::vector<chosen_spectrum> &chosen,
+                                             planned_batch &batch) {
+    const bool has_voxels = take_axes(source, batch);
+    const std::vector<bool> inside = inside_of_mask(options, source, batch);
     std::vector<std::size_t> origin;
-    for (std::size_t c = 0; c < chosen.spectra.size(); ++c) {
-        const chosen_spectrum &each = chosen.spectra[c];
-        const std::vector<long long> at = source->position(each.spectra.front());
+    for (std::size_t c = 0; c < chosen.size(); ++c) {
+        const chosen_spectrum &each = chosen[c];
+        const std::vector<long long> at = source.position(each.spectra.front());
         planned_spectrum spectrum;
         long long voxel = 0, stride = 1;
-        for (std::size_t a = 0; a < source->axes.size(); ++a) {
-            const source_axis &axis = source->axes[a];
+        for (std::size_t a = 0; a < source.axes.size(); ++a) {
+            const source_axis &axis = source.axes[a];
             if (axis.spatial) {
                 voxel += at[a] * stride;
                 stride *= axis.size;
@@ -118,66 +130,92 @@ void plan_signals(const plan_options &options, const std::string &work, planned_
             if (axis.spatial ? has_voxels : axis.size > 1) spectrum.at.push_back(at[a]);
         }
         if (!inside.empty() && !inside[static_cast<std::size_t>(voxel)]) continue;
-        spectrum.name = source->stem + each.suffix;
-        refuse_name(spectrum.name, source->file);
+        spectrum.name = source.stem + each.suffix;
+        refuse_name(spectrum.name, source.file);
         batch.spectra.push_back(std::move(spectrum));
         origin.push_back(c);
     }
     keep_selected(batch, origin, options);
     if (batch.spectra.empty())
         throw tool_error(bad_input, options.mask + ": no voxel above 0; expected some to fit");
+    return origin;
+}
 
+// The points of one FID after the other, into spectra.f32.
+class signal_writer {
+  public:
+    signal_writer(spectrum_conversion &conversion, planned_batch &batch, const std::string &work)
+        : conversion_(conversion), batch_(batch), file_(work + "/spectra.f32") {}
+
+    void add(planned_spectrum &spectrum, complex_signal fid, bool faulty) {
+        if (faulty)
+            spectrum.state = signal_state::not_finite;
+        else if (std::all_of(fid.begin(), fid.end(), [](auto v) { return v == 0.0; }))
+            spectrum.state = signal_state::all_zero;
+        if (spectrum.state != signal_state::fit) {
+            add_spectrum(spectrum, std::string(static_cast<std::size_t>(8 * batch_.points), '\0'),
+                         file_);
+            return;
+        }
+        conversion_.measured_of(fid);
+        const complex_signal points = conversion_.spectrum_of(std::move(fid), nullptr, nullptr);
+        if (!described_) describe(points);
+        add_spectrum(spectrum, signal_bytes(points), file_);
+    }
+    // false when there was none to fit.
+    bool finish() {
+        file_.finish();
+        return described_;
+    }
+
+  private:
+    // Window and axis of the first hold for all.
+    void describe(const complex_signal &points) {
+        nlohmann::ordered_json sidecar = conversion_.items();
+        conversion_.describe(points, sidecar);
+        described_ = true;
+        take_scale(batch_, sidecar);
+        batch_.source = sidecar.at("source");
+        for (const char *const item : {"guessed", "warnings"})
+            if (sidecar.contains(item)) batch_.source[item] = sidecar[item];
+    }
+    spectrum_conversion &conversion_;
+    planned_batch &batch_;
+    part_file file_;
+    bool described_ = false;
+};
+
+void plan_signals(const plan_options &options, const std::string &work, planned_batch &batch) {
+    input_options input = options.input;
+    const std::unique_ptr<spectrum_source> source =
+        open_source(input.input, input.format, input.json, input.points);
+    const choice chosen = choose_spectra(*source, with_whole_axes(*source, input.choice));
+    const std::vector<std::size_t> origin = list_spectra(options, *source, chosen.spectra, batch);
     spectrum_options settled = options.spectrum;
     settle_reference(settled, options.peaks.empty() ? std::nullopt
                                                     : read_peak_table(options.peaks).reference);
     spectrum_conversion conversion(*source, chosen, input, settled);
     const std::size_t used = conversion.used();
     batch.points = conversion.points();
+    conversion.look_at_all(options.spectrum.memory);
     const std::size_t step =
         std::max<std::size_t>(1, (static_cast<std::size_t>(options.spectrum.memory) << 20) /
                                      (used * sizeof(std::complex<double>)));
-    conversion.look_at_all(options.spectrum.memory);
-    part_file file(work + "/spectra.f32");
+    signal_writer writer(conversion, batch, work);
     std::vector<complex_signal> fids;
-    bool described = false;
     for (std::size_t first = 0; first < batch.spectra.size(); first += step) {
         const std::size_t stop = std::min(first + step, batch.spectra.size());
         const std::vector<char> faulty =
             read_pass(*source, chosen.spectra, origin, first, stop, fids, used);
         for (std::size_t s = first; s < stop; ++s) {
-            planned_spectrum &spectrum = batch.spectra[s];
-            spectrum.number = static_cast<long long>(s);
-            complex_signal &fid = fids[s - first];
-            const bool zero = std::all_of(fid.begin(), fid.end(), [](auto v) { return v == 0.0; });
-            if (faulty[s - first] != 0) {
-                spectrum.state = signal_state::not_finite;
-            } else if (zero) {
-                spectrum.state = signal_state::all_zero;
-            }
-            if (spectrum.state != signal_state::fit) {
-                add_spectrum(spectrum,
-                             std::string(static_cast<std::size_t>(8 * batch.points), '\0'), file);
-                continue;
-            }
-            conversion.measured_of(fid);
-            const complex_signal points = conversion.spectrum_of(std::move(fid), nullptr, nullptr);
-            if (!described) { // window and axis hold for all
-                nlohmann::ordered_json sidecar = conversion.items();
-                conversion.describe(points, sidecar);
-                described = true;
-                take_scale(batch, sidecar);
-                batch.source = sidecar.at("source");
-                for (const char *const item : {"guessed", "warnings"})
-                    if (sidecar.contains(item)) batch.source[item] = sidecar[item];
-            }
-            add_spectrum(spectrum, signal_bytes(points), file);
+            batch.spectra[s].number = static_cast<long long>(s);
+            writer.add(batch.spectra[s], std::move(fids[s - first]), faulty[s - first] != 0);
         }
         if (step < batch.spectra.size() && isatty(STDERR_FILENO) != 0)
             std::cerr << '\r' << stop << " of " << batch.spectra.size() << " spectra"
                       << (stop == batch.spectra.size() ? "\n" : "") << std::flush;
     }
-    file.finish();
-    if (!described)
+    if (!writer.finish())
         throw tool_error(bad_input, source->file + ": no spectrum with finite points that are not "
                                                    "all zero; expected measured points");
     if (conversion.measured() < batch.points)

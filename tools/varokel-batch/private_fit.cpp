@@ -222,6 +222,51 @@ static std::string how_it_ended(int wait_status) {
     return "ended with exit status " + std::to_string(WEXITSTATUS(wait_status));
 }
 
+// Why a fit has no results, as its end and its log say; empty when it should have some. no_place:
+// set when the spectrum has no fault in it.
+static std::string why_without_results(const fit_setting &setting, const std::string &folder,
+                                       const std::string &log, int wait_status, double killed_after,
+                                       std::string &no_place) {
+    if (WIFEXITED(wait_status) && WEXITSTATUS(wait_status) == program_missing) {
+        no_place = setting.program + ": cannot be started";
+        return "the program could not be started";
+    }
+    if (killed_after > 0.0) {
+        char words[80];
+        std::snprintf(words, sizeof words, "no end within the limit of %g s", killed_after);
+        return words;
+    }
+    for (const char *const words : {"error in writing file", "Could not open output file"})
+        if (log.find(words) != log.npos) {
+            no_place =
+                folder + ": the fit could not write its results there (" + last_words(log) + ")";
+            return "the fit could not write its results";
+        }
+    if (WIFSIGNALED(wait_status) || WEXITSTATUS(wait_status) != 0)
+        return how_it_ended(wait_status) + ": " + last_words(log);
+    for (const char *const words : {"Spectrum is not fitted", "Program termination status"})
+        if (log.find(words) != log.npos) return "not fitted: " + last_words(log);
+    return "";
+}
+
+// Values, errors and figures of the files of a fit. Returns the ending of one that is not whole, or
+// nullptr.
+static const char *read_results(const std::string &base, std::size_t entries, fit_record &record) {
+    std::string text;
+    if (!read_whole(base + ".mat", text) || !read_matrix(text, entries, record.values))
+        return ".mat";
+    if (!read_whole(base + ".err", text) || !read_matrix(text, entries, record.errors))
+        return ".err";
+    if (!read_whole(base + ".exl", text) || !read_figures(text, entries, record)) return ".exl";
+    // its last line
+    if (!read_whole(base + ".fitres", text) ||
+        text.rfind("\n"
+                   "Number of parameters fitted") == text.npos ||
+        text.back() != '\n')
+        return ".fitres";
+    return nullptr;
+}
+
 harvest harvest_fit(const fit_setting &setting, const std::string &folder, int log_file,
                     long long line, int wait_status, double killed_after, bool with_fit) {
     harvest found;
@@ -230,59 +275,31 @@ harvest harvest_fit(const fit_setting &setting, const std::string &folder, int l
         found.record = record_without_fit(line, fit_state::failed, reason, entries);
         return found;
     };
-    std::string log, text;
+    std::string log;
     read_rest(log_file, log);
-    if (WIFEXITED(wait_status) && WEXITSTATUS(wait_status) == program_missing) {
-        found.no_place = setting.program + ": cannot be started";
-        return failed("the program could not be started");
-    }
-    if (killed_after > 0.0) {
-        char words[80];
-        std::snprintf(words, sizeof words, "no end within the limit of %g s", killed_after);
-        return failed(words);
-    }
-    const std::string base = folder + "/spectrum";
-    for (const char *const words : {"error in writing file", "Could not open output file"})
-        if (log.find(words) != log.npos) {
-            found.no_place =
-                folder + ": the fit could not write its results there (" + last_words(log) + ")";
-            return failed("the fit could not write its results");
-        }
-    if (WIFSIGNALED(wait_status) || WEXITSTATUS(wait_status) != 0)
-        return failed(how_it_ended(wait_status) + ": " + last_words(log));
-    for (const char *const words : {"Spectrum is not fitted", "Program termination status"})
-        if (log.find(words) != log.npos) return failed("not fitted: " + last_words(log));
-
+    const std::string why =
+        why_without_results(setting, folder, log, wait_status, killed_after, found.no_place);
+    if (!why.empty()) return failed(why);
     // The folder was empty before, so every result in it is of this fit.
     fit_record &record = found.record;
     record.line = line;
     record.state = fit_state::fitted;
-    const auto incomplete = [&](const char *ending) {
+    const std::string base = folder + "/spectrum";
+    if (const char *const ending = read_results(base, entries, record)) {
         if (!has_room(folder, setting.measure.points, entries))
             found.no_place = folder + ": full while a fit wrote its results";
         return failed(std::string("its ") + ending +
                       " is missing or not whole: " + last_words(log));
-    };
-    if (!read_whole(base + ".mat", text) || !read_matrix(text, entries, record.values))
-        return incomplete(".mat");
-    if (!read_whole(base + ".err", text) || !read_matrix(text, entries, record.errors))
-        return incomplete(".err");
-    if (!read_whole(base + ".exl", text) || !read_figures(text, entries, record))
-        return incomplete(".exl");
-    // its last line
-    if (!read_whole(base + ".fitres", text) ||
-        text.rfind("\n"
-                   "Number of parameters fitted") == text.npos ||
-        text.back() != '\n')
-        return incomplete(".fitres");
+    }
     for (const double value : record.values)
         if (!std::isfinite(value)) return failed("its results are no finite numbers");
     const fit_log said = read_fit_log(log);
     record.reason = remarks_of(said);
     if (!said.steps.empty()) record.gradients = said.steps.back().gradients;
+    std::string components;
     read_whole(base + ".fit", found.fit);
-    read_whole(base + ".nln0", text);
-    measure_snr(setting.measure, found.fit, text, record);
+    read_whole(base + ".nln0", components);
+    measure_snr(setting.measure, found.fit, components, record);
     record.quality_before = quality_before_fit(setting.measure, folder, record.figures[1]);
     if (!with_fit || found.fit.size() != static_cast<std::size_t>(8 * setting.measure.points))
         found.fit.clear();

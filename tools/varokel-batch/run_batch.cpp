@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// run_batch.cpp -- one shard from its lock to its marker
 #include "varokel-batch/run_batch.h"
 
 #include "files/base/own_files.h"
@@ -16,6 +17,8 @@
 #include <iostream>
 #include <limits>
 #include <memory>
+#include <optional>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -105,7 +108,7 @@ class scratch_folder {
     std::unique_ptr<own_folder> folder_;
 };
 
-// Fits that --again does once more: those that failed, and, where start values come from
+// Fits that --again does once more: those with a failure, and, where start values come from
 // neighbours, those of later waves of their blocks, which would have begun elsewhere.
 static std::vector<long long> tried_again(const batch_plan &plan, const plan_lines &lines,
                                           const shard_journal &journal, long long first,
@@ -126,9 +129,10 @@ static std::vector<long long> tried_again(const batch_plan &plan, const plan_lin
             changed = std::numeric_limits<int>::max();
         }
         if (!journal.has(line)) continue;
-        const fit_state state = journal.read(line).state;
-        if (state == fit_state::failed) changed = std::min(changed, spectrum.wave);
-        if (state == fit_state::failed || (state == fit_state::fitted && spectrum.wave > changed))
+        const fit_record record = journal.read(line);
+        const bool failed = record.state == fit_state::failed;
+        if (failed) changed = std::min(changed, spectrum.wave);
+        if (failed || (record.state == fit_state::fitted && spectrum.wave > changed))
             again.push_back(line);
     }
     return again;
@@ -152,63 +156,58 @@ static void warn_of_options(const run_options &options, const batch_plan &plan) 
     if (!options.program.empty()) warn("--varokel");
 }
 
-int run_batch(const run_options &options) {
-    const steady::time_point begun = steady::now();
-    long long shard = 0, shards = 1;
-    if (!options.shard.empty()) parse_shard(options.shard, shard, shards);
-    const batch_plan plan = read_plan(options.folder);
-    for (const std::string &gone : check_inputs(plan))
-        std::cerr << "varokel-batch: " << gone
-                  << ": is not there any more; going on with what the plan holds of it\n";
-    const plan_lines lines(plan);
-    if (shards > plan.blocks)
+// A shard of a plan that this run works on.
+struct shard_place {
+    long long shard = 0, shards = 1, first = 0, stop = 0;
+    std::string stem;
+    bool is_done() const { return has(".done"); }
+    bool is_begun() const { return is_done() || has(".journal"); }
+
+  private:
+    bool has(const char *ending) const {
+        std::error_code error;
+        return fs::exists(stem + ending, error);
+    }
+};
+
+static shard_place place_of_shard(const run_options &options, const batch_plan &plan,
+                                  const plan_lines &lines) {
+    shard_place own;
+    if (!options.shard.empty()) parse_shard(options.shard, own.shard, own.shards);
+    if (own.shards > plan.blocks)
         throw tool_error(wrong_usage, "--shard " + options.shard + ": the plan has " +
                                           std::to_string(plan.blocks) +
                                           " blocks; expected up to so many shards");
-    const auto [first, stop] = lines_of_shard(plan, lines, shard, shards);
-    const std::string stem = shard_stem(plan, shard, shards);
+    std::tie(own.first, own.stop) = lines_of_shard(plan, lines, own.shard, own.shards);
+    own.stem = shard_stem(plan, own.shard, own.shards);
     std::error_code error;
     fs::create_directory(plan.file("shards"), error);
     if (fs::symlink_status(plan.file("shards"), error).type() != fs::file_type::directory)
         throw tool_error(bad_output, plan.file("shards") + ": cannot be made, or is no folder but "
                                                            "a link; is the folder yours?");
-    const auto summary = [&](const finished_shard &done) {
-        std::cout << "shard " << shard << "/" << shards << ": " << done.fitted << " fitted, "
-                  << done.failed << " failed, " << done.not_tried << " not tried\n";
-        return done.failed > 0 ? static_cast<int>(different) : static_cast<int>(all_right);
-    };
-    const auto own_shard = [&] {
-        finished_shard found;
-        for (const finished_shard &each : finished_shards(plan, lines))
-            if (each.stem == stem) found = each;
-        return found;
-    };
-    const bool is_done = fs::exists(stem + ".done", error);
-    const bool begun_before = is_done || fs::exists(stem + ".journal", error);
-    if (begun_before && !options.resume && !options.force)
-        throw tool_error(bad_output, stem + (is_done ? ".done" : ".journal") + ": this shard was " +
-                                         (is_done ? "done" : "begun") +
+    if (own.is_begun() && !options.resume && !options.force)
+        throw tool_error(bad_output, own.stem + (own.is_done() ? ".done" : ".journal") +
+                                         ": this shard was " + (own.is_done() ? "done" : "begun") +
                                          " before; --resume goes on with what is missing, --force "
                                          "begins anew");
-    if (is_done && options.resume && !options.again) return summary(own_shard());
+    return own;
+}
 
-    const bool searches = plan.method != fit_method::exact;
-    warn_of_options(options, plan);
-    fit_setting setting = {searches ? find_varokel(options.program) : "", "", plan.pattern_files,
-                           curve_measure(plan.start)};
-    shard_lock lock(stem);
-    remove_left(lock);
-    if (options.force && !options.resume) discard_shard(stem);
-    if (is_done && options.again && options.resume) {
-        // the records of the part become a journal again
-        shard_journal journal(plan, stem, first, stop);
-        journal.take_part(own_shard());
-        fs::remove(stem + ".done", error);
-    }
-    shard_journal journal(plan, stem, first, stop);
-    if (options.again) journal.withdraw(tried_again(plan, lines, journal, first, stop));
+static int summary(const batch_plan &plan, const plan_lines &lines, const shard_place &own) {
+    const finished_shard done = read_marker(plan, lines, own.stem + ".done");
+    std::cout << "shard " << own.shard << "/" << own.shards << ": " << done.fitted << " fitted, "
+              << done.failed << " failed, " << done.not_tried << " not tried\n";
+    return done.failed > 0 ? different : all_right;
+}
+
+// Returns 0, or the number of a signal that came.
+static int fit_shard(const run_options &options, const std::string &program, const batch_plan &plan,
+                     const plan_lines &lines, const shard_place &own, shard_lock &lock,
+                     shard_journal &journal) {
+    const steady::time_point begun = steady::now();
+    fit_setting setting = {program, "", plan.pattern_files, curve_measure(plan.start)};
     std::optional<scratch_folder> scratch;
-    if (searches) {
+    if (plan.method != fit_method::exact) {
         scratch.emplace(plan, lock, place_of(options));
         setting.patterns = scratch->name() + "/patterns";
         if (plan.values == "same")
@@ -216,16 +215,43 @@ int run_batch(const run_options &options) {
                 model_of_start(setting.measure, plan.start, setting.patterns);
     }
     const fit_common common(plan, setting, scratch ? scratch->name() : "", options.limit);
-    fit_order order(plan, lines, journal, first, stop);
-    fit_pool pool(common, order, journal, options.workers, stop - first);
-    if (const int signal = pool.run(); signal != 0) {
+    fit_order order(plan, lines, journal, own.first, own.stop);
+    fit_pool pool(common, order, journal, options.workers, own.stop - own.first);
+    const int signal = pool.run();
+    if (signal == 0 && options.times) show_times(pool.fitted_now(), seconds_since(begun));
+    return signal;
+}
+
+int run_batch(const run_options &options) {
+    const batch_plan plan = read_plan(options.folder);
+    for (const std::string &gone : check_inputs(plan))
+        std::cerr << "varokel-batch: " << gone
+                  << ": is not there any more; going on with what the plan holds of it\n";
+    const plan_lines lines(plan);
+    const shard_place own = place_of_shard(options, plan, lines);
+    if (own.is_done() && options.resume && !options.again) return summary(plan, lines, own);
+    warn_of_options(options, plan);
+    const std::string program =
+        plan.method == fit_method::exact ? "" : find_varokel(options.program);
+    shard_lock lock(own.stem);
+    remove_left(lock);
+    if (options.force && !options.resume) discard_shard(own.stem);
+    if (own.is_done() && options.again) { // the records of the part become a journal again
+        shard_journal journal(plan, own.stem, own.first, own.stop);
+        journal.take_part(read_marker(plan, lines, own.stem + ".done"));
+        std::error_code error;
+        fs::remove(own.stem + ".done", error);
+    }
+    shard_journal journal(plan, own.stem, own.first, own.stop);
+    if (options.again) journal.withdraw(tried_again(plan, lines, journal, own.first, own.stop));
+    if (const int signal = fit_shard(options, program, plan, lines, own, lock, journal);
+        signal != 0) {
         std::cerr << "varokel-batch: interrupted after " << journal.finished() << " of "
-                  << stop - first << " spectra; --resume goes on\n";
+                  << own.stop - own.first << " spectra; --resume goes on\n";
         return 128 + signal;
     }
     journal.finish();
-    if (options.times) show_times(pool.fitted_now(), seconds_since(begun));
-    return summary(own_shard());
+    return summary(plan, lines, own);
 }
 
 } // namespace tools

@@ -6,7 +6,7 @@
 #include "files/base/read_json.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
-#include "files/batch/batch_plan.h"
+#include "files/batch/plan_head.h"
 #include "files/measured/text_items.h"
 
 #include <algorithm>
@@ -27,12 +27,8 @@ static long long fits_kept(const std::string &keep, long long spectra) {
     return std::min(*count, spectra);
 }
 
-void write_manifest(const plan_options &options, const planned_batch &batch,
-                    const start_choice &start, long long blocks, const std::string &work) {
-    std::vector<std::string> lines;
-    std::size_t longest = 0;
-    for (const planned_spectrum &spectrum : batch.spectra)
-        longest = std::max(longest, line_of(spectrum).size());
+static nlohmann::ordered_json head_of(const plan_options &options, const planned_batch &batch,
+                                      const start_choice &start, const std::string &work) {
     nlohmann::ordered_json head;
     head["format"] = batch_format;
     head["program"] = "varokel-batch " VAROKEL_VERSION;
@@ -69,28 +65,35 @@ void write_manifest(const plan_options &options, const planned_batch &batch,
              {"sha256", sha256_of_file(each)},
              {"stamp", stamp_of(each)}});
     head["keep"] = fits_kept(options.keep, static_cast<long long>(batch.spectra.size()));
-    head["blocks"] = blocks;
-    head["line_bytes"] = longest + 2;
-    const std::string name = work + "/manifest.json";
-    part_file file(name);
-    head["count"] = batch.spectra.size();
-    std::string text = json_text(head, 1, name);
-    text.resize(text.rfind('\n')); // the closing brace comes behind the list
-    text += ",\n";
+    return head;
+}
+
+void write_manifest(const plan_options &options, const planned_batch &batch,
+                    const start_choice &start, long long blocks, const std::string &work) {
+    std::size_t longest = 0;
     sha256 list;
     for (const planned_spectrum &spectrum : batch.spectra) {
-        std::string line = line_of(spectrum);
+        const std::string line = line_of(spectrum);
+        longest = std::max(longest, line.size());
         list.add(line.data(), line.size());
     }
-    text += " \"list_sha256\": \"" + list.digits() + "\",\n";
-    file.add(text + " \"spectra\": [\n");
+    nlohmann::ordered_json head = head_of(options, batch, start, work);
+    head["blocks"] = blocks;
+    head["line_bytes"] = longest + 2;
+    head["count"] = batch.spectra.size();
+    head["list_sha256"] = list.digits();
+    const std::string name = work + "/manifest.json";
+    part_file file(name);
+    std::string text = json_text(head, 1, name);
+    text.resize(text.rfind('\n')); // the closing brace comes behind the list
+    file.add(text + ",\n" + spectra_begin);
     for (std::size_t s = 0; s < batch.spectra.size(); ++s) {
         std::string line = line_of(batch.spectra[s]);
         line += s + 1 < batch.spectra.size() ? "," : " ";
         line.resize(longest + 1, ' ');
         file.add(line + '\n');
     }
-    file.add(" ]\n}\n");
+    file.add(spectra_end);
     file.finish();
 }
 
