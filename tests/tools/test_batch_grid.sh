@@ -144,6 +144,23 @@ status 0 "$batch" run killed --resume --scratch scratch
 same killed searched
 true_that "nothing left of the killed ones" test -z "$(ls scratch)"
 
+# an exact run that was killed has no folder elsewhere, and what goes on is no copy of it
+two_lines_grid many_voxels 16 16 8
+status 0 "$batch" plan many_voxels.nii --start start.par --noise 0:31 --keep none -o halted
+for _ in 1 2 3 4 5; do
+    "$batch" run halted --force >/dev/null 2>&1 &
+    while kill -0 $! 2>/dev/null && ! test -s halted/shards/0000_of_0001.journal; do :; done
+    kill -KILL $! && wait $!
+    [ -e halted/shards/0000_of_0001.lock ] && break
+done 2>/dev/null
+true_that "a lock is left" test -s halted/shards/0000_of_0001.lock
+status 0 "$batch" run halted --resume
+true_that "nothing to say" test ! -s err
+cp -r halted moved && rm -rf moved/shards/*.done
+printf '{"machine":"elsewhere","process":7,"started":7,"shards":"1 2","scratch":""}\n' >moved/shards/0000_of_0001.lock
+status 0 "$batch" run moved --resume
+holds err "this folder is a copy of one in which process 7 on elsewhere was at work"
+
 # values of the nearest neighbour: waves within blocks, so no difference either
 status 0 "$batch" plan grid.nii --start start.par --values neighbour -o near --noise 0:31
 holds out "blocks 2"

@@ -68,12 +68,13 @@ std::string find_varokel(const std::string &given) {
 
 // What a killed process left of its scratch folder is removed, when it worked in this very batch.
 static void remove_left(const shard_lock &lock) {
-    if (lock.before_is_ours() && !lock.before()->scratch.empty())
-        remove_leftover(lock.before()->scratch, lock.purpose());
-    else if (lock.before())
+    if (!lock.before()) return;
+    if (!lock.before_is_ours())
         std::cerr << "varokel-batch: this folder is a copy of one in which process "
                   << lock.before()->process << " on " << lock.before()->machine
                   << " was at work; what that one has elsewhere is left alone\n";
+    else if (!lock.before()->scratch.empty())
+        remove_leftover(lock.before()->scratch, lock.purpose());
 }
 
 // A folder of this run in the scratch place, with writable patterns. The note in the lock tells a
