@@ -65,6 +65,49 @@ true_that "it was ended" test -e was_ended
 status 0 "$batch" merge once
 true_that "the same table" cmp good/results.tsv once/results.tsv
 
+# Where start values come from neighbours, the voxel in the middle comes first and others begin from
+# it. When its fit dies they begin elsewhere; --again does them once more, too.
+for method in classic both; do
+    status 0 "$batch" plan grid.nii --start start.par --method $method --values neighbour -o "near_$method"
+    cp -r "near_$method" "lost_$method"
+    status 0 "$batch" run "near_$method" -j 2
+    status 0 "$batch" merge "near_$method"
+done
+status 1 "$batch" run lost_classic --varokel ./fake_dying -j 2
+status 1 "$batch" merge lost_classic
+true_that "others of its tile began elsewhere" test "$(grep -v grid_2_1_0 near_classic/quality.tsv | cmp - <(grep -v grid_2_1_0 lost_classic/quality.tsv) | wc -l)" -eq 1
+status 0 "$batch" run lost_classic --resume --again
+status 0 "$batch" merge lost_classic --force
+# a search that dies leaves the exact fit, which is no failure
+status 0 "$batch" run lost_both --varokel ./fake_dying -j 2
+status 0 "$batch" merge lost_both
+holds lost_both/quality.tsv "no search: died of signal 11"
+holds lost_both/quality.tsv "remark"
+status 0 "$batch" run lost_both --resume --again
+status 0 "$batch" merge lost_both --force
+for method in classic both; do
+    for file in results.tsv quality.tsv pictures.f32; do
+        true_that "$method, $file: as if nothing had died" cmp "near_$method/$file" "lost_$method/$file"
+    done
+done
+
+# An exact fit fails by its data alone, here a spectrum without noise: --again changes nothing.
+perl "$tree/tests/batch/small_grid.pl" 4 3 1 128 |
+    awk 'NR % 12 == 7 { $0 = NR == 7 ? "1 0" : "0 0" } { print }' |
+    perl "$tree/tests/tools/fid_file.pl" nifti dims=4,3,1,128 dwell=0.001 mhz=51.7 nucleus=31P >silent.nii
+for values in same neighbour; do
+    status 0 "$batch" plan silent.nii --start start.par --values $values --noise 0:31 -o "exact_$values"
+    status 1 "$batch" run "exact_$values" -j 2
+    status 1 "$batch" merge "exact_$values"
+    holds "exact_$values/quality.tsv" "silent_2_1_0	2	1	0	not_fitted"
+    cp -r "exact_$values" "again_$values"
+    status 1 "$batch" run "again_$values" --resume --again
+    status 1 "$batch" merge "again_$values" --force
+    for file in results.tsv quality.tsv pictures.f32; do
+        true_that "exact, $values, $file: as before" cmp "exact_$values/$file" "again_$values/$file"
+    done
+done
+
 # --force begins anew, but not under the feet of a run
 printf '#!/bin/sh\nwhile [ ! -e %s ]; do sleep 0.05; done\nexec %s "$@"\n' "$PWD/go_on" "$programs/varokel" >waiting
 chmod +x waiting
@@ -175,7 +218,7 @@ cp -r plan job
 "$batch" run job --varokel ./slow -j 2 >out 2>err &
 process=$!
 sleep 0.3
-xargs kill -TERM <"/proc/$process/task/$process/children"
+xargs -r kill -TERM <"/proc/$process/task/$process/children"
 sleep 0.05
 kill -TERM $process
 wait $process

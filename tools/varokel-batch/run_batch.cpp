@@ -109,6 +109,13 @@ class scratch_folder {
     std::unique_ptr<own_folder> folder_;
 };
 
+// Failed, or of two methods one.
+static bool has_failure(const fit_record &record) {
+    return record.state == fit_state::failed ||
+           (record.state == fit_state::fitted &&
+            (record.reason.starts_with(no_search) || record.reason.starts_with(no_exact_fit)));
+}
+
 // Fits that --again does once more: those with a failure, and, where start values come from
 // neighbours, those of later waves of their blocks, which would have begun elsewhere.
 static std::vector<long long> tried_again(const batch_plan &plan, const plan_lines &lines,
@@ -120,8 +127,7 @@ static std::vector<long long> tried_again(const batch_plan &plan, const plan_lin
     int changed = 0; // the first wave of the block with a fit that failed
     for (long long line = first; line < stop; ++line) {
         if (!neighbours) {
-            if (journal.has(line) && journal.read(line).state == fit_state::failed)
-                again.push_back(line);
+            if (journal.has(line) && has_failure(journal.read(line))) again.push_back(line);
             continue;
         }
         const planned_spectrum spectrum = lines.read(line);
@@ -131,7 +137,7 @@ static std::vector<long long> tried_again(const batch_plan &plan, const plan_lin
         }
         if (!journal.has(line)) continue;
         const fit_record record = journal.read(line);
-        const bool failed = record.state == fit_state::failed;
+        const bool failed = has_failure(record);
         if (failed) changed = std::min(changed, spectrum.wave);
         if (failed || (record.state == fit_state::fitted && spectrum.wave > changed))
             again.push_back(line);
