@@ -10,8 +10,8 @@
 // that move together in all five parameters (the lines of a multiplet) are one group: their sum is
 // transformed, not each of them.
 //
-// Everything is in units of the noise standard deviation, per fitted value: a row of the Jacobian
-// holds the real parts of the fitted points, then the imaginary ones.
+// Everything is in units of the noise standard deviation, per fitted value: the residual and every
+// column of the Jacobian hold the real parts of the fitted points, then the imaginary ones.
 #pragma once
 
 #include "engine/parameter_map.h"
@@ -114,6 +114,7 @@ class model_workspace {
     // Notes:
     //   1. curvature: curvature() is filled, too. The residual has to be that at x then, from a
     //      chi_square(x) just before.
+    //   2. Where the last call was a linearize at this x, all is there already, without curvature.
     double linearize(const model &of, std::span<const double> x, bool curvature = false);
 
     std::span<const double> residual() const { return residual_; }
@@ -122,8 +123,8 @@ class model_workspace {
     // is half the matrix of second derivatives of the sum of squares. Without the parts of a fitted
     // lineshape.
     std::span<const double> curvature() const { return curvature_; }
-    // Row c of the Jacobian of the last linearize.
-    std::span<const double> jacobian(int c) const;
+    // Column c of the Jacobian of the last linearize, in the order of the residual.
+    std::vector<double> jacobian(const model &of, int c) const;
 
     // sum_i conj(model[i - lag]) data[i] over the fitted points, up to a factor; lag modulo points.
     complex_signal correlation(const model &of, std::span<const double> x);
@@ -140,34 +141,55 @@ class model_workspace {
     struct pair_of {
         double *re, *im;
     };
+    // A column of the Jacobian has factor times spectrum `of` in it.
+    struct term {
+        int column, of;
+        std::complex<double> factor;
+    };
+    // model_workspace.cpp
+    void count_spectra(const model &of);
     void take_values(const model &of, std::span<const double> x);
-    void make_lineshape(const model &of, std::span<const double> x);
     void add_curve(const model &of, int k, double re, double im, pair_of to) const;
     void add_model(const model &of, int only);
     pair_of to_spectrum(const model &of, pair_of decay);
     void put_row(const model &of, pair_of spectrum, std::complex<double> factor, double *row) const;
-    void stage(const model &of, pair_of spectrum, double *to) const;
-    void add_staged(const model &of, const double *from, std::complex<double> factor,
-                    double *row) const;
-    void take_back(const model &of, std::span<const double> rows);
+    // jacobian.cpp
     void curve_of_group(const model &of, std::size_t group);
     void transforms_of_groups(const model &of, bool with_moments);
+    void take_residual(const model &of);
+    void terms_of_groups(const model &of);
+    void products_of_terms(const model &of);
+    void stage(const model &of, pair_of spectrum, int to);
+    void add_staged(const model &of, int from, std::complex<double> factor, double *row) const;
+    double *staged(int spectrum) { return staged_.data() + 2 * spectrum * length_; }
+    const double *staged(int spectrum) const { return staged_.data() + 2 * spectrum * length_; }
+    // curvature.cpp
+    void take_back(const model &of, std::span<const double> rows);
+    void take_moments(std::size_t group, int n, double d);
     void add_curvature(const model &of);
-    void columns_from_transforms(const model &of);
-    void lineshape_derivatives(const model &of);
-    double *staged(std::size_t group, int power);
+    // lineshape_columns.cpp
+    void make_lineshape(const model &of, std::span<const double> x);
+    void lineshape_terms(const model &of);
 
     std::vector<values_of_entry> values_;
     std::vector<double> storage_; // the arrays of one transform each, below
     pair_of sum_{}, shaped_{}, work_{}, copy_{}, backward_{};
-    std::vector<double> staged_;   // transforms of the groups at the fitted points
-    std::vector<double> residual_; // padded with zeros, as rows of the Jacobian are
-    std::vector<double> data_;
-    std::vector<double> jacobian_, products_, curvature_;
+    // Spectra at the fitted points, real parts, then imaginary ones: those of the groups, of the
+    // lineshape, last the residual.
+    std::vector<double> staged_;
+    std::vector<std::array<int, 3>> staged_of_; // of a group, by the power of the time; -1: none
+    std::vector<term> terms_;
+    std::vector<double> of_spectra_; // their products
+    std::vector<double> of_columns_; // products of the columns with the spectra
+    std::vector<double> residual_;   // real parts, then imaginary ones, then zeros
+    std::vector<double> data_, scratch_;
+    std::vector<double> products_, curvature_;
     std::vector<std::array<double, 10>> moments_; // of each group with the residual
     std::vector<std::complex<double>> lineshape_; // its decay
     std::complex<double> lineshape_start_;
-    long long stride_ = 0;
+    std::vector<double> linearized_at_; // x; empty when the residual is another one's
+    long long length_ = 0;              // of a row of staged_, padded with zeros
+    int spectra_ = 0;                   // without the residual
     int fitted_points_ = 0;
     double extra_decay_ = 0.0; // per point
 };

@@ -53,7 +53,8 @@ void restore_order(const model &of, std::span<const std::pair<int, int>> pairs,
 // it: one broad line less another in place of two narrow ones. Both get half of their joint area, a
 // quarter of a width to either side of its centre in the order in which they were given, and half
 // the width. Empty when there are none.
-std::vector<double> split(const model &of, std::span<const double> x, std::span<const double> given);
+std::vector<double> split(const model &of, std::span<const double> x,
+                          std::span<const double> given);
 
 // x with random changes: areas and widths by factors around 2, frequencies by about a linewidth,
 // phases by about 30 degrees. The same number gives the same changes everywhere.

@@ -127,8 +127,9 @@ TEST(model_workspace, jacobian_and_products_equal_the_definition) {
                 v *= unit / sigma;
                 largest = std::max(largest, std::fabs(v));
             }
+            const std::vector<double> column_c = ws.jacobian(*model, c);
             for (std::size_t r = 0; r < wanted.back().size(); ++r)
-                ASSERT_NEAR(ws.jacobian(c)[r], static_cast<double>(wanted.back()[r]),
+                ASSERT_NEAR(column_c[r], static_cast<double>(wanted.back()[r]),
                             1e-11 * static_cast<double>(largest + sum_of_areas() / (ap * sigma)))
                     << "trial " << trial << " column " << c << " of parameter " << column.of;
             ++columns;
@@ -181,9 +182,10 @@ TEST(model_workspace, derivatives_by_the_lineshape_equal_central_differences) {
             const std::vector<double> a(moved.residual().begin(), moved.residual().end());
             moved.chi_square(*model, down);
             double largest = 0.0;
-            for (const double v : ws.jacobian(c)) largest = std::max(largest, std::fabs(v));
+            const std::vector<double> column_c = ws.jacobian(*model, c);
+            for (const double v : column_c) largest = std::max(largest, std::fabs(v));
             for (std::size_t r = 0; r < a.size(); ++r)
-                ASSERT_NEAR(ws.jacobian(c)[r], (moved.residual()[r] - a[r]) / (2.0 * h),
+                ASSERT_NEAR(column_c[r], (moved.residual()[r] - a[r]) / (2.0 * h),
                             1e-7 * largest + 1e-8)
                     << "trial " << trial << " column " << c;
         }
@@ -303,6 +305,51 @@ TEST(model_workspace, one_that_was_used_gives_the_same_bits_as_a_fresh_one) {
         for (std::size_t i = 0; i < fresh.curvature().size(); ++i)
             ASSERT_EQ(used.curvature()[i], fresh.curvature()[i]) << trial;
     }
+}
+
+TEST(model_workspace, what_is_linearized_already_is_that_of_the_last_x_and_data) {
+    const auto problem = support::problem_with_lines(256, {{5, 100.3, 2}, {3, 150, 4}}, 0.02, 3);
+    const auto model = engine::model::make(problem);
+    ASSERT_TRUE(model);
+    engine::model_workspace ws;
+    ws.prepare(*model);
+    const std::vector<double> x = model->starts();
+    std::vector<double> y = x;
+    y[1] += 1.0;
+    const auto bits = [&] {
+        std::vector<double> out(ws.products().begin(), ws.products().end());
+        out.insert(out.end(), ws.residual().begin(), ws.residual().end());
+        return out;
+    };
+    ws.linearize(*model, x);
+    const std::vector<double> wanted = bits();
+    ws.linearize(*model, x);
+    EXPECT_EQ(bits(), wanted);
+    ws.linearize(*model, y);
+    EXPECT_NE(bits(), wanted);
+    ws.linearize(*model, x);
+    EXPECT_EQ(bits(), wanted);
+    ws.chi_square(*model, y); // the residual is that of y
+    ws.linearize(*model, x);
+    EXPECT_EQ(bits(), wanted);
+    ws.spectrum(*model, y);
+    ws.linearize(*model, x);
+    EXPECT_EQ(bits(), wanted);
+    ws.matches(*model, 0);
+    ws.linearize(*model, x);
+    EXPECT_EQ(bits(), wanted);
+    ws.broaden(*model, 2.0);
+    ws.linearize(*model, x);
+    EXPECT_NE(bits(), wanted);
+    ws.broaden(*model, 0.0);
+    ws.linearize(*model, x);
+    EXPECT_EQ(bits(), wanted);
+    auto other = problem;
+    other.spectrum[100] += 5.0;
+    const auto second = engine::model::make(other);
+    ws.prepare(*second);
+    ws.linearize(*second, x);
+    EXPECT_NE(bits(), wanted);
 }
 
 TEST(model_workspace, threads_that_share_a_model_get_the_same_bits) {
