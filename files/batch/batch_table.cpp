@@ -37,12 +37,7 @@ static rebuilt_model control_of(const start_file &start, double hz_per_point) {
     rebuilt_model control;
     control.read = true;
     control.hz_per_point = hz_per_point;
-    for (const start_step &step : start.steps) {
-        rebuilt_step &own = control.steps.emplace_back();
-        own.method = step.algorithm;
-        std::copy(step.switches.begin(), step.switches.end(), own.row.begin());
-        own.intervals.assign(step.intervals.begin(), step.intervals.end());
-    }
+    control.steps = start.steps;
     return control;
 }
 

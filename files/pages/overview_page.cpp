@@ -28,10 +28,10 @@ static constexpr std::size_t curves_per_file = 100;
 static std::vector<std::pair<long long, long long>> fitted_intervals(const batch_view &batch) {
     std::vector<std::pair<long long, long long>> found;
     for (auto step = batch.start.steps.rbegin(); step != batch.start.steps.rend(); ++step) {
-        if (!step->fits_something()) continue;
+        if (!fits_something(*step)) continue;
         for (const auto &[first, last] : step->intervals)
             if (first <= last && last >= 0 && first < batch.points)
-                found.emplace_back(std::max(0LL, first), std::min(batch.points - 1, last));
+                found.emplace_back(std::max(0, first), std::min<long long>(batch.points - 1, last));
         break;
     }
     if (found.empty()) found.emplace_back(0, batch.points - 1);

@@ -232,27 +232,28 @@ static std::string steps_of(const run_result &run) {
     html += "</tr></thead>\n<tbody>\n";
     std::size_t logged = 0;
     for (std::size_t s = 0; s < run.control.steps.size(); ++s) {
-        const rebuilt_step &step = run.control.steps[s];
+        const start_step &step = run.control.steps[s];
         static const char *const what[] = {"areas",  "frequencies",       "Gaussian widths",
                                            "phases", "Lorentzian widths", "lineshape"};
         std::string fits, points;
-        for (std::size_t j = 0; j < 6; ++j)
-            if (step.row[j] != 0) fits += (fits.empty() ? "" : ", ") + std::string(what[j]);
+        for (std::size_t j = fit_areas; j <= fit_lineshape; ++j)
+            if (step.switches[j] != 0) fits += (fits.empty() ? "" : ", ") + std::string(what[j]);
         for (const auto &[first, last] : step.intervals)
             points += (points.empty() ? "" : ", ") + std::to_string(first) + " to " +
                       std::to_string(last);
-        const char *method = step.method == 1 ? "random search" : "conjugate gradients";
-        if (!step.fits_something()) method = step.row[7] != 0 ? "alignment" : "nothing";
+        const char *method = step.algorithm == 1 ? "random search" : "conjugate gradients";
+        if (!fits_something(step)) method = step.switches[align] != 0 ? "alignment" : "nothing";
         html += "<tr><td>" + std::to_string(s + 1) + "</td>" +
                 element("td", "class=\"wrap\"", method) +
                 element("td", "class=\"wrap\"", fits.empty() ? "\u2013" : fits) +
-                element("td", "class=\"wrap\"", points) + "<td>" + std::to_string(step.row[8]) +
-                "</td>";
+                element("td", "class=\"wrap\"", points) + "<td>" +
+                std::to_string(step.switches[iterations]) + "</td>";
         if (with_log) {
-            const bool there = step.fits_something() && logged < run.log_steps.size();
+            const bool there = fits_something(step) && logged < run.log_steps.size();
             if (there && run.log_steps[logged].gradients > 0)
                 html += "<td>" +
-                        std::to_string(std::min(run.log_steps[logged].gradients, step.row[8])) +
+                        std::to_string(
+                            std::min(run.log_steps[logged].gradients, step.switches[iterations])) +
                         "</td><td>" + short_number(run.log_steps[logged].scaled_chi) + "</td>";
             else
                 html += "<td>\u2013</td><td>\u2013</td>";

@@ -35,9 +35,9 @@ static judged_entry facts_of(const run_result &run, const fitted_entry &entry) {
 static std::optional<last_step> last_step_of(const run_result &run) {
     std::optional<last_step> last;
     int number = 0;
-    for (const rebuilt_step &step : run.control.steps) {
+    for (const start_step &step : run.control.steps) {
         ++number;
-        if (step.fits_something()) last = {step.method == 1, number, step.row[8]};
+        if (fits_something(step)) last = {step.algorithm == 1, number, step.switches[iterations]};
     }
     return last;
 }

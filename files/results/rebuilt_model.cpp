@@ -30,13 +30,7 @@ static void take_file(rebuilt_model &model) {
     model.errors_asked = start.errors;
     model.hz_per_point = start.hz_per_point;
     model.phi_1 = start.phi_1;
-    for (const start_step &from : start.steps) {
-        rebuilt_step &step = model.steps.emplace_back();
-        step.method = from.algorithm;
-        step.truncation = from.points;
-        step.row = from.switches;
-        for (const auto &[first, last] : from.intervals) step.intervals.emplace_back(first, last);
-    }
+    model.steps = start.steps;
     for (const start_entry &from : start.entries) {
         control_entry &entry = model.entries.emplace_back();
         entry.type = from.type;
@@ -95,12 +89,12 @@ static void take_covariance(rebuilt_model &model, const engine::entry_covariance
 // Points by which a first step that aligns moves all entries: the lag of the largest
 // cross-correlation of the magnitudes of data and model over the step's intervals, within a
 // sixteenth of the band.
-static double aligned_points(const rebuilt_step &step, const complex_signal &data,
+static double aligned_points(const start_step &step, const complex_signal &data,
                              const complex_signal &fit) {
     const auto n = static_cast<long long>(data.size());
     std::vector<double> x(data.size(), 0.0), y(data.size(), 0.0);
     for (const auto &[first, last] : step.intervals)
-        for (long long i = std::max(0LL, first); i <= std::min(n - 1, last); ++i) {
+        for (long long i = std::max(0, first); i <= std::min<long long>(n - 1, last); ++i) {
             x[static_cast<std::size_t>(i)] = std::abs(data[static_cast<std::size_t>(i)]);
             y[static_cast<std::size_t>(i)] = std::abs(fit[static_cast<std::size_t>(i)]);
         }
@@ -134,7 +128,7 @@ static void take_curves(rebuilt_model &model, const rebuilt_from &from,
     ws.prepare(*whole);
     model.chi_in_intervals = ws.chi_square(*whole, x) * problem.noise_sd * problem.noise_sd;
     model.points_in_intervals = whole->rows() / 2;
-    if (!model.steps.empty() && model.steps.front().row[7] == 1)
+    if (!model.steps.empty() && model.steps.front().switches[align] == 1)
         model.aligned_points =
             aligned_points(model.steps.front(), from.data, ws.spectrum(*whole, x));
     if (from.curves) {

@@ -18,14 +18,6 @@
 
 namespace tools {
 
-struct rebuilt_step {
-    int method = 2;            // 1 random search, else conjugate gradients
-    int truncation = 0;        // time-domain points
-    std::array<int, 10> row{}; // ampli frequ width phase voigt lsfft wtype convo niter cmplx
-    std::vector<std::pair<long long, long long>> intervals; // first and last point
-    bool fits_something() const { return row[0] + row[1] + row[2] + row[3] + row[4] + row[5] != 0; }
-};
-
 struct control_entry {
     int type = 0;
     std::array<int, 5> link{};     // area, frequency, width1, phase, width2
@@ -41,7 +33,7 @@ struct rebuilt_model {
     int points = 0, lines = 0, patterns = 0, noise_first = 0, noise_stop = 0, fit_mode = 0;
     int ignored = 0, lsf_coefficients = 0, errors_asked = 0;
     double hz_per_point = 0.0, phi_1 = 0.0;
-    std::vector<rebuilt_step> steps;
+    std::vector<start_step> steps;
     std::vector<std::string> pattern_files;
     std::vector<control_entry> entries;
     double chi_in_intervals = 0.0; // data against the model of the file, last step's points

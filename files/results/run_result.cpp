@@ -22,6 +22,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <numbers>
 
 namespace tools {
 
@@ -151,9 +152,9 @@ static void measure_signals(run_result &run) {
             entry.snr = height / run.noise_re;
         }
         if (std::isfinite(height) && std::isfinite(entry.phase.value))
-            sum += std::polar(height, entry.phase.value * M_PI / 180.0);
+            sum += std::polar(height, entry.phase.value * std::numbers::pi / 180.0);
     }
-    run.display_phase = sum == 0.0 ? 0.0 : std::arg(sum) * 180.0 / M_PI;
+    run.display_phase = sum == 0.0 ? 0.0 : std::arg(sum) * 180.0 / std::numbers::pi;
     run.display_phi_1 = run.control.read ? run.control.phi_1 : 0.0;
 }
 
@@ -161,10 +162,10 @@ std::vector<std::pair<long long, long long>> run_result::intervals() const {
     const long long n = points();
     std::vector<std::pair<long long, long long>> found;
     for (auto step = control.steps.rbegin(); step != control.steps.rend(); ++step) {
-        if (!step->fits_something()) continue;
+        if (!fits_something(*step)) continue;
         for (const auto &[first, last] : step->intervals)
             if (first < n && last >= 0 && first <= last)
-                found.emplace_back(std::max(0LL, first), std::min(n - 1, last));
+                found.emplace_back(std::max(0, first), std::min<long long>(n - 1, last));
         break;
     }
     if (found.empty() && n > 0) found.emplace_back(0, n - 1);

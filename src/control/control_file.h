@@ -52,7 +52,7 @@ struct control_values {
     const char *sage_idl;
     const int &par_ranges, &n_fit_strat_steps;
     const int *min_method;
-    const int (*user_fit_strat)[10];
+    const int (*user_fit_strat)[strategy_columns];
     const int *n_intervals, *fit_lsf;
     const parameter_record *fixpar;
     const int (*hxmin)[max_intervals + 1];

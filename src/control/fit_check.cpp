@@ -10,8 +10,6 @@
 #include <cstdio>
 
 static constexpr int many_iterations = 200;
-// Columns of a strategy row.
-enum strategy_column { ampli, frequ, width, phase, voigt, lsfft, wtype, convo, niter, cmplx };
 
 static const char fatal_header[] = "fit_check_message -> fatal error :\n";
 static const char fatal_header_blank[] = "fit_check_message -> fatal error : \n";
@@ -27,7 +25,7 @@ struct start_values {
     double phi_1;
     int steps;
     const int *var_ap_trunc, *min_method, *hrange;
-    const int (*strategy)[10];
+    const int (*strategy)[strategy_columns];
     int verbose;
     int pass;
 
@@ -149,7 +147,7 @@ static void check_range(start_values &v) {
 static void check_convolution(start_values &v) {
     int alignments = 0;
     for (int k = 1; k <= v.steps; ++k) {
-        const int choice = v.strategy[k][convo];
+        const int choice = v.strategy[k][convo_column];
         if (choice == 1) ++alignments;
         if (choice >= 0 && choice <= 1) continue;
         v.fatal(fatal_header_blank);
@@ -166,7 +164,7 @@ static void check_convolution(start_values &v) {
 
 static void check_iterations(start_values &v) {
     for (int k = 1; k <= v.steps; ++k) {
-        const int limit = v.strategy[k][niter];
+        const int limit = v.strategy[k][niter_column];
         if (limit < 1) {
             v.fatal(fatal_header_blank);
             std::printf("illegal number of iterations in fit strategy step %d  \n", k);
@@ -181,7 +179,7 @@ static void check_iterations(start_values &v) {
 
 static void check_mode(start_values &v) {
     for (int k = 1; k <= v.steps; ++k) {
-        const int mode = v.strategy[k][cmplx];
+        const int mode = v.strategy[k][cmplx_column];
         if (mode >= 0 && mode <= 4) continue;
         v.fatal(fatal_header_blank);
         std::printf("illegal spectrum mode fit is wanted in fit strategy step %d  \n", k);
@@ -200,11 +198,11 @@ static void warn_of_groups(const start_values &v) {
         std::printf("%s", text);
     };
     const bool talkative = v.verbose > 2;
-    warn(ampli, true, "area parameters will not be fitted \n");
-    warn(frequ, talkative, "frequency parameters will not be fitted \n");
-    warn(width, talkative, "gaussian linewidth  parameters will not be fitted \n");
-    warn(phase, talkative, "zero order phase parameters will not be fitted \n");
-    warn(voigt, talkative, "lorentzian decay parameters will not be fitted \n");
+    warn(ampli_column, true, "area parameters will not be fitted \n");
+    warn(frequ_column, talkative, "frequency parameters will not be fitted \n");
+    warn(width_column, talkative, "gaussian linewidth  parameters will not be fitted \n");
+    warn(phase_column, talkative, "zero order phase parameters will not be fitted \n");
+    warn(voigt_column, talkative, "lorentzian decay parameters will not be fitted \n");
 }
 
 static void check_steps(start_values &v) {
@@ -219,7 +217,7 @@ static void check_steps(start_values &v) {
     check_truncation(v);
     check_method(v);
     check_range(v);
-    if (v.pass == 1 && !v.any_step_sets(lsfft) && v.verbose > 2) {
+    if (v.pass == 1 && !v.any_step_sets(lsfft_column) && v.verbose > 2) {
         std::printf("%s", warning_header_blank);
         std::printf("lsf parameters will not be  fitted \n");
     }
@@ -251,7 +249,7 @@ static void warn_of_missing_shape(const start_values &v, const char *first, cons
     std::printf(" fit strategy step(s) : ");
     // the width switch in both warnings: deliberate
     for (int k = 1; k <= v.steps; ++k)
-        if (v.strategy[k][width] == 1) std::printf("%d ", k);
+        if (v.strategy[k][width_column] == 1) std::printf("%d ", k);
     std::printf("\n");
 }
 
@@ -266,10 +264,10 @@ static void check_shapes(const start_values &v, int pass_before) {
             if (type == lorentzian_line || type == voigt_line) ++lorentzian;
         }
     }
-    if (v.any_step_sets(width) && gaussian == 0)
+    if (v.any_step_sets(width_column) && gaussian == 0)
         warn_of_missing_shape(v, "only lorentzian lineshapes in model :\n",
                               "Gaussian decay time constant fit wanted in \n");
-    if (v.any_step_sets(voigt) && lorentzian == 0 && v.verbose > 2)
+    if (v.any_step_sets(voigt_column) && lorentzian == 0 && v.verbose > 2)
         warn_of_missing_shape(v, "only Gaussian lineshapes in model :\n",
                               "Lorentzian decay time constant fit wanted in \n");
 }
@@ -368,8 +366,8 @@ void TestInitValueFile(const int &ap, const int &nLines, const int &n_patterns,
                        const int &lsf_coefs, const double *par, const parameter_record *fixpar,
                        const int &noise_strt, const int &noise_stop, const double &phi_1,
                        const int &n_fit_strat_steps, const int *var_ap_trunc, const int *min_method,
-                       const int *hrange, const int (*user_fit_strat)[10], const int &verbose,
-                       int &pass) {
+                       const int *hrange, const int (*user_fit_strat)[strategy_columns],
+                       const int &verbose, int &pass) {
     start_values v{.ap = ap,
                    .nLines = nLines,
                    .n_patterns = n_patterns,

@@ -13,5 +13,5 @@ void TestInitValueFile(const int &ap, const int &nLines, const int &n_patterns,
                        const int &lsf_coefs, const double *par, const parameter_record *fixpar,
                        const int &noise_strt, const int &noise_stop, const double &phi_1,
                        const int &n_fit_strat_steps, const int *var_ap_trunc, const int *min_method,
-                       const int *hrange, const int (*user_fit_strat)[10], const int &verbose,
-                       int &pass);
+                       const int *hrange, const int (*user_fit_strat)[strategy_columns],
+                       const int &verbose, int &pass);

@@ -88,8 +88,8 @@ int write_varokel_strtval_file(
     const double &T_acq, const double &ftol, const double *par, const double *errors,
     const int &fitmode, const int *var_ap_trunc, const int &verbose, const int &show_line,
     const int &error_calc, const char *sage_idl, const int &par_ranges,
-    const int &n_fit_strat_steps, const int *min_method, const int (*user_fit_strat)[10],
-    const int *n_intervals, const int *fit_lsf, const parameter_record *fixpar,
-    const int (*hxmin)[max_intervals + 1], const int (*hxmax)[max_intervals + 1],
-    const double &frscl, const int &ignore, const int &n_patterns,
-    const char (*pat_name)[pattern_name_size]);
+    const int &n_fit_strat_steps, const int *min_method,
+    const int (*user_fit_strat)[strategy_columns], const int *n_intervals, const int *fit_lsf,
+    const parameter_record *fixpar, const int (*hxmin)[max_intervals + 1],
+    const int (*hxmax)[max_intervals + 1], const double &frscl, const int &ignore,
+    const int &n_patterns, const char (*pat_name)[pattern_name_size]);

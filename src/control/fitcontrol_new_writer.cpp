@@ -54,8 +54,9 @@ static void write_strategy(std::FILE *file, const control_values &v) {
         std::fprintf(file, "@  ");
         std::fprintf(file, "%3d  ", v.min_method[k]);
         std::fprintf(file, "%3d  ", v.var_ap_trunc[k]);
-        for (int i = 0; i < 7; ++i) std::fprintf(file, "%3d  ", v.user_fit_strat[k][i]);
-        for (int i = 7; i < 10; ++i) std::fprintf(file, "%4d  ", v.user_fit_strat[k][i]);
+        for (int i = 0; i < convo_column; ++i) std::fprintf(file, "%3d  ", v.user_fit_strat[k][i]);
+        for (int i = convo_column; i < strategy_columns; ++i)
+            std::fprintf(file, "%4d  ", v.user_fit_strat[k][i]);
         std::fprintf(file, "%4d  ", v.n_intervals[k]);
         for (int i = 1; i <= v.n_intervals[k]; ++i) {
             std::fprintf(file, "%4d  ", v.hxmin[k][i]);
@@ -137,11 +138,11 @@ int write_varokel_strtval_file(
     const double &T_acq, const double &ftol, const double *par, const double *errors,
     const int &fitmode, const int *var_ap_trunc, const int &verbose, const int &show_line,
     const int &error_calc, const char *sage_idl, const int &par_ranges,
-    const int &n_fit_strat_steps, const int *min_method, const int (*user_fit_strat)[10],
-    const int *n_intervals, const int *fit_lsf, const parameter_record *fixpar,
-    const int (*hxmin)[max_intervals + 1], const int (*hxmax)[max_intervals + 1],
-    const double &frscl, const int &ignore, const int &n_patterns,
-    const char (*pat_name)[pattern_name_size]) {
+    const int &n_fit_strat_steps, const int *min_method,
+    const int (*user_fit_strat)[strategy_columns], const int *n_intervals, const int *fit_lsf,
+    const parameter_record *fixpar, const int (*hxmin)[max_intervals + 1],
+    const int (*hxmax)[max_intervals + 1], const double &frscl, const int &ignore,
+    const int &n_patterns, const char (*pat_name)[pattern_name_size]) {
     const control_values values = {.nLines = nLines,
                                    .ap = ap,
                                    .noise_strt = noise_strt,

@@ -49,7 +49,7 @@ void read_fitcontrol_old(const char *name, int &npar, int &ref_line, int &nLines
                          double &Hz_pp, double &T_acq, double *par, int &fitmode, int *var_ap_trunc,
                          int &verbose, int &show_line, int &error_calc, char *sage_idl,
                          int &sageidl, int &par_ranges, int &n_fit_strat_steps, int *min_method,
-                         int (*user_fit_strat)[10], int *n_intervals, int *fit_lsf,
+                         int (*user_fit_strat)[strategy_columns], int *n_intervals, int *fit_lsf,
                          parameter_record *fixpar, int (*hxmin)[max_intervals + 1],
                          int (*hxmax)[max_intervals + 1], int *hrange, int &file_corrupt,
                          const double &frscl, int &ignore) {
@@ -98,7 +98,7 @@ int write_fitcontrol_old(const int &nLines, const int &ap, const int &noise_strt
                          const double *errors, const int &fitmode, const int *var_ap_trunc,
                          const int &verbose, const int &show_line, const int &error_calc,
                          const char *sage_idl, const int &par_ranges, const int &n_fit_strat_steps,
-                         const int *min_method, const int (*user_fit_strat)[10],
+                         const int *min_method, const int (*user_fit_strat)[strategy_columns],
                          const int *n_intervals, const int *fit_lsf, const parameter_record *fixpar,
                          const int (*hxmin)[max_intervals + 1],
                          const int (*hxmax)[max_intervals + 1], const double &frscl,

@@ -32,7 +32,7 @@ struct keyword_target {
     char *sage_idl;
     int &sageidl, &par_ranges, &n_fit_strat_steps;
     int *min_method;
-    int (*user_fit_strat)[10];
+    int (*user_fit_strat)[strategy_columns];
     int *n_intervals, *fit_lsf;
     parameter_record *fixpar;
     int (*hxmin)[max_intervals + 1];

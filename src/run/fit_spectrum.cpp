@@ -155,8 +155,10 @@ static void run_strategy() {
     for (int i = 1; i <= n_fit_strat_steps; ++i) {
         const int *row = user_fit_strat[i];
         h_cur_range = hrange[i];
-        Fit_Strategy_Step(min_method[i], var_ap_trunc[i], i, row[0], row[1], row[2], row[3], row[4],
-                          row[5], row[6], row[7], row[8], row[9]);
+        Fit_Strategy_Step(min_method[i], var_ap_trunc[i], i, row[ampli_column], row[frequ_column],
+                          row[width_column], row[phase_column], row[voigt_column],
+                          row[lsfft_column], row[wtype_column], row[convo_column],
+                          row[niter_column], row[cmplx_column]);
         Copy_Vector(ap, xre_copy, xre);
         Copy_Vector(ap, xim_copy, xim);
         Truncate_Spectrum(ap, var_ap_trunc[i + 1], xre, xim, lookup);

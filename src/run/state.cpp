@@ -30,7 +30,8 @@ double lookup[256];
 sage_header *idl;
 
 int n_fit_strat_steps;
-int min_method[max_steps + 2], var_ap_trunc[max_steps + 2], user_fit_strat[max_steps + 2][10];
+int min_method[max_steps + 2], var_ap_trunc[max_steps + 2],
+    user_fit_strat[max_steps + 2][strategy_columns];
 int n_intervals[max_steps + 2];
 int hxmin[max_steps + 2][max_intervals + 1], hxmax[max_steps + 2][max_intervals + 1];
 int hrange[max_steps + 2], h_cur_range;

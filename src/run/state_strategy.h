@@ -9,10 +9,9 @@
 #include "run/types.h"
 
 extern int n_fit_strat_steps;
-extern int min_method[max_steps + 2];         // 1 random search, else conjugate gradients
-extern int var_ap_trunc[max_steps + 2];       // time-domain points; one slot more than steps
-extern int user_fit_strat[max_steps + 2][10]; // ampli frequ width phase voigt lsfft wtype convo
-                                              // niter cmplx
+extern int min_method[max_steps + 2];   // 1 random search, else conjugate gradients
+extern int var_ap_trunc[max_steps + 2]; // time-domain points; one slot more than steps
+extern int user_fit_strat[max_steps + 2][strategy_columns];
 extern int n_intervals[max_steps + 2];
 extern int hxmin[max_steps + 2][max_intervals + 1]; // first point of an interval, inclusive
 extern int hxmax[max_steps + 2][max_intervals + 1]; // last point, inclusive

@@ -18,6 +18,21 @@ enum parameter_kind : int {
     pars_per_entry = 5
 };
 
+// Columns of a fit strategy step, in the order in which control files have them.
+enum strategy_column : int {
+    ampli_column, // 1 = this parameter group is free, up to lsfft
+    frequ_column,
+    width_column,
+    phase_column,
+    voigt_column,
+    lsfft_column,
+    wtype_column, // how the chi-square is weighted
+    convo_column, // 1 = align the frequencies before
+    niter_column,
+    cmplx_column, // which part of the spectrum is fitted
+    strategy_columns
+};
+
 // Prior knowledge of one parameter.
 struct parameter_record {
     int type;     // line type code of the entry
