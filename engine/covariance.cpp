@@ -2,6 +2,8 @@
 // covariance.cpp -- how the errors of a fit's parameters hang together
 #include "engine/covariance.h"
 
+#include "kernel/ranked_cholesky.h"
+
 #include <cmath>
 #include <limits>
 
@@ -16,7 +18,7 @@ entry_covariance::entry_covariance(const model &of, std::span<const double> x,
     std::vector<int> chosen;
     for (int c = 0; c < n_; ++c)
         if (held[static_cast<std::size_t>(c)] == 0) chosen.push_back(c);
-    ranked_cholesky cholesky;
+    kernel::ranked_cholesky cholesky;
     cholesky.factor(products, n_ + 1, chosen);
     std::vector<double> inverse(chosen.size() * chosen.size());
     cholesky.invert(inverse);

@@ -9,7 +9,6 @@
 #pragma once
 
 #include "engine/model.h"
-#include "engine/normal_matrix.h"
 
 #include <span>
 #include <vector>

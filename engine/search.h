@@ -3,7 +3,8 @@
 #pragma once
 
 #include "engine/model.h"
-#include "engine/normal_matrix.h"
+
+#include "kernel/ranked_cholesky.h"
 
 #include <span>
 #include <vector>
@@ -58,7 +59,7 @@ class searcher {
                              std::span<const double> products, std::span<const double> curvature,
                              double damping);
 
-    ranked_cholesky cholesky_;
+    kernel::ranked_cholesky cholesky_;
     std::vector<double> damped_, undamped_, scale_, right_, solved_, step_;
     std::vector<int> chosen_;
     std::vector<signed char> pressed_; // columns held at an edge by the gradient

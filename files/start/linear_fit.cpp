@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/linear_fit.h"
 
-#include "engine/normal_matrix.h"
+#include "kernel/ranked_cholesky.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,7 +42,7 @@ static std::vector<double> solve(std::vector<double> a, const std::vector<double
     for (std::size_t i = 0; i < m; ++i) a[i * m + i] *= 1.0 + ridge;
     std::vector<int> all(m);
     std::iota(all.begin(), all.end(), 0);
-    engine::ranked_cholesky cholesky;
+    kernel::ranked_cholesky cholesky;
     cholesky.factor(a, static_cast<int>(m), all);
     std::vector<double> x(m);
     cholesky.solve(b, x);

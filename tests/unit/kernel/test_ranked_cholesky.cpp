@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "engine/normal_matrix.h"
+#include "kernel/ranked_cholesky.h"
 
 #include "support/support.h"
 
@@ -33,7 +33,7 @@ static matrix random_gram(support::random_numbers &random, int n, int rows) {
 
 TEST(ranked_cholesky, solves_a_system_worked_out_by_hand) {
     const matrix a = {4, 2, 2, 3};
-    engine::ranked_cholesky c;
+    kernel::ranked_cholesky c;
     c.factor(a, 2, all(2));
     EXPECT_EQ(c.rank(), 2);
     // a few roundings of the scaled system
@@ -58,7 +58,7 @@ TEST(ranked_cholesky, inverse_times_matrix_is_one_in_any_units) {
             for (int j = 0; j < n; ++j)
                 a[static_cast<std::size_t>(i * n + j)] *=
                     unit[static_cast<std::size_t>(i)] * unit[static_cast<std::size_t>(j)];
-        engine::ranked_cholesky c;
+        kernel::ranked_cholesky c;
         c.factor(a, n, all(n));
         ASSERT_EQ(c.rank(), n);
         matrix inverse(a.size());
@@ -83,7 +83,7 @@ TEST(ranked_cholesky, inverse_times_matrix_is_one_in_any_units) {
 TEST(ranked_cholesky, uses_the_chosen_rows_and_columns_only) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const matrix a = {4, nan, 2, nan, nan, nan, 2, nan, 3};
-    engine::ranked_cholesky c;
+    kernel::ranked_cholesky c;
     c.factor(a, 3, std::vector<int>{2, 0});
     std::vector<double> x(2);
     c.solve(std::vector<double>{11, 10}, x);
@@ -96,9 +96,9 @@ TEST(ranked_cholesky, a_pivot_is_lost_at_the_limit_and_not_above) {
     for (const double left : {1e-14, 1e-12, 0.5e-10, 0.99e-10, 1.01e-10, 2e-10, 1e-8, 1e-3, 1.0}) {
         const double r = std::sqrt(1.0 - left);
         const matrix a = {1, r, r, 1};
-        engine::ranked_cholesky c;
+        kernel::ranked_cholesky c;
         c.factor(a, 2, all(2));
-        const bool lost = left < engine::ranked_cholesky::lost;
+        const bool lost = left < kernel::ranked_cholesky::lost;
         EXPECT_EQ(c.rank(), lost ? 1 : 2) << left;
         EXPECT_EQ(c.dependent().size(), lost ? 2u : 0u) << left;
     }
@@ -117,14 +117,14 @@ TEST(ranked_cholesky, names_the_columns_of_a_combination_and_keeps_the_others) {
     for (std::size_t p = 0; p < 6; ++p)
         for (std::size_t q = 0; q < 6; ++q)
             a[p * 6 + q] = std::inner_product(j[p].begin(), j[p].end(), j[q].begin(), 0.0);
-    engine::ranked_cholesky c;
+    kernel::ranked_cholesky c;
     c.factor(a, n, all(n));
     EXPECT_EQ(c.rank(), 4);
     EXPECT_EQ(c.dependent(), (std::vector<int>{1, 3, 4, 5}));
     matrix inverse(a.size());
     c.invert(inverse);
     // the errors of columns 0 and 2 are those without the combination
-    engine::ranked_cholesky part;
+    kernel::ranked_cholesky part;
     part.factor(a, n, std::vector<int>{0, 1, 2, 3});
     matrix wanted(16);
     part.invert(wanted);
@@ -137,7 +137,7 @@ TEST(ranked_cholesky, a_diagonal_that_is_no_positive_number_counts_as_nothing) {
     const double infinity = std::numeric_limits<double>::infinity();
     for (const double bad : {0.0, -1.0, infinity, -infinity, std::nan("")}) {
         const matrix a = {bad, 0, 0, 2};
-        engine::ranked_cholesky c;
+        kernel::ranked_cholesky c;
         c.factor(a, 2, all(2));
         EXPECT_EQ(c.rank(), 1) << bad;
         EXPECT_EQ(c.dependent(), std::vector<int>{0}) << bad;
@@ -152,14 +152,14 @@ TEST(ranked_cholesky, scales_of_any_size_leave_the_rank_alone) {
     // the diagonal's root and its inverse are numbers from 1e-300 to 1e300
     for (const double d : {1e-300, 1e-100, 1.0, 1e100, 1e300}) {
         const matrix a = {d, 0.5 * std::sqrt(d), 0.5 * std::sqrt(d), 1};
-        engine::ranked_cholesky c;
+        kernel::ranked_cholesky c;
         c.factor(a, 2, all(2));
         EXPECT_EQ(c.rank(), 2) << d;
     }
 }
 
 TEST(ranked_cholesky, of_nothing_is_nothing) {
-    engine::ranked_cholesky c;
+    kernel::ranked_cholesky c;
     c.factor(matrix(), 0, {});
     EXPECT_EQ(c.rank(), 0);
     EXPECT_TRUE(c.dependent().empty());

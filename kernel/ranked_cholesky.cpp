@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// normal_matrix.cpp -- steps, inverse and rank of J^T J
-#include "engine/normal_matrix.h"
+// ranked_cholesky.cpp -- solution, inverse and rank of a symmetric matrix
+#include "kernel/ranked_cholesky.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numeric>
 
-namespace engine {
+namespace kernel {
 
 void ranked_cholesky::factor(std::span<const double> matrix, int stride,
                              std::span<const int> chosen) {
@@ -127,4 +127,4 @@ std::vector<int> ranked_cholesky::dependent() const {
     return out;
 }
 
-} // namespace engine
+} // namespace kernel

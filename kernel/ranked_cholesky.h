@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// normal_matrix.h -- steps, inverse and rank of J^T J
+// ranked_cholesky.h -- solution, inverse and rank of a symmetric matrix
 #pragma once
 
 #include <span>
 #include <vector>
 
-namespace engine {
+namespace kernel {
 
 // Cholesky decomposition of a symmetric matrix that was scaled to a diagonal of 1, largest
 // remaining pivot first. The remaining diagonal of a column is the part of it that the columns
@@ -41,4 +41,4 @@ class ranked_cholesky {
     std::vector<int> order_; // row of l_ -> position in chosen
 };
 
-} // namespace engine
+} // namespace kernel
