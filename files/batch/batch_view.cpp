@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <numbers>
 
 namespace tools {
 
@@ -260,9 +261,9 @@ double batch_view::phase_of(std::size_t spectrum) const {
         const double height = std::fabs(value(spectrum, k, batch_area));
         const double phase = value(spectrum, k, batch_phase);
         if (std::isfinite(height) && std::isfinite(phase))
-            sum += std::polar(height, phase * M_PI / 180.0);
+            sum += std::polar(height, phase * std::numbers::pi / 180.0);
     }
-    return sum == 0.0 ? 0.0 : std::arg(sum) * 180.0 / M_PI;
+    return sum == 0.0 ? 0.0 : std::arg(sum) * 180.0 / std::numbers::pi;
 }
 
 } // namespace tools

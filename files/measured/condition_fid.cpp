@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace tools {
 
@@ -49,12 +50,12 @@ void conjugate(complex_signal &fid) {
 }
 
 void turn_phase(complex_signal &fid, double degrees) {
-    const std::complex<double> turn = std::polar(1.0, degrees * M_PI / 180.0);
+    const std::complex<double> turn = std::polar(1.0, degrees * std::numbers::pi / 180.0);
     for (std::complex<double> &point : fid) point *= turn;
 }
 
 double phase_of_first_point(const complex_signal &fid) {
-    return fid.empty() ? 0.0 : -std::arg(fid.front()) * 180.0 / M_PI;
+    return fid.empty() ? 0.0 : -std::arg(fid.front()) * 180.0 / std::numbers::pi;
 }
 
 complex_signal binary_pattern(const complex_signal &fid) {
@@ -114,13 +115,14 @@ measured_lineshape lineshape_of(const complex_signal &water, const std::string &
     bool reliable = true;
     double unsteady = 0.0, previous = 0.0;
     for (std::size_t k = 0; k < n; ++k) {
-        const double steady = 2.0 * M_PI * shape.frequency * static_cast<double>(k);
+        const double steady = 2.0 * std::numbers::pi * shape.frequency * static_cast<double>(k);
         const std::complex<double> still = water[k] * std::polar(1.0, -steady);
         shape.line[k] = still / water.front();
         if (reliable && std::abs(water[k]) <= 5.0 * noise) reliable = false;
         if (reliable) {
             const double angle = std::arg(still);
-            unsteady = k == 0 ? angle : unsteady + std::remainder(angle - previous, 2.0 * M_PI);
+            unsteady = k == 0 ? angle
+                              : unsteady + std::remainder(angle - previous, 2.0 * std::numbers::pi);
             previous = angle;
             shape.reliable = static_cast<long long>(k) + 1;
         }

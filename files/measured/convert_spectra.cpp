@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <numbers>
 
 #include <unistd.h>
 
@@ -195,9 +196,9 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                 complex_signal line = shape->line;
                 if (own.eddy)
                     for (std::size_t k = 0; k < line.size(); ++k)
-                        line[k] *=
-                            std::polar(1.0, 2.0 * M_PI * shape->frequency * static_cast<double>(k) -
-                                                shape->phase[k] + shape->phase[0]);
+                        line[k] *= std::polar(1.0, 2.0 * std::numbers::pi * shape->frequency *
+                                                           static_cast<double>(k) -
+                                                       shape->phase[k] + shape->phase[0]);
                 line.resize(static_cast<std::size_t>(n));
                 batch.add({signal_name + ".ref", signal_bytes(line)});
                 report += signal_name + ".ref\n";

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iostream>
+#include <numbers>
 #include <set>
 
 namespace tools {
@@ -37,11 +38,12 @@ static complex_signal fid_of_basis(const complex_signal &spectrum) {
 // sum_k x[k] exp(-2 pi i cycles k). The oscillation is taken up anew every 64 points, which keeps
 // its rounding at some 1e-14.
 static std::complex<double> sum_at(const complex_signal &x, double cycles) {
-    const std::complex<double> step = std::polar(1.0, -2.0 * M_PI * cycles);
+    const std::complex<double> step = std::polar(1.0, -2.0 * std::numbers::pi * cycles);
     std::complex<double> sum = 0.0, turn = 1.0;
     for (std::size_t k = 0; k < x.size(); ++k) {
         if (k % 64 == 0)
-            turn = std::polar(1.0, -2.0 * M_PI * std::fmod(cycles * static_cast<double>(k), 1.0));
+            turn = std::polar(1.0, -2.0 * std::numbers::pi *
+                                       std::fmod(cycles * static_cast<double>(k), 1.0));
         sum += std::complex<double>(x[k].real() * turn.real() - x[k].imag() * turn.imag(),
                                     x[k].real() * turn.imag() + x[k].imag() * turn.real());
         turn = {turn.real() * step.real() - turn.imag() * step.imag(),
@@ -61,16 +63,16 @@ complex_signal fid_on_grid(const complex_signal &spectrum, const basis_header &h
     if (same_dwell && std::abs(ratio - 1.0) < 1e-9) {
         fid.resize(n);
         for (std::size_t k = 0; k < n; ++k)
-            fid[k] *=
-                std::polar(1.0, 2.0 * M_PI * offset * grid.dwell_time * static_cast<double>(k));
+            fid[k] *= std::polar(1.0, 2.0 * std::numbers::pi * offset * grid.dwell_time *
+                                          static_cast<double>(k));
     } else {
         // Points behind the end of the measurement would wrap around to its begin.
         const double end = static_cast<double>(n) * grid.dwell_time * ratio / header.dwell_time;
         std::complex<double> at_end = 0.0; // as it lies on the grid
         if (end < static_cast<double>(fid.size()) - 1.0) {
             fid.resize(static_cast<std::size_t>(std::llround(end)) + 1);
-            at_end = fid.back() * std::polar(1.0, 2.0 * M_PI * offset * grid.dwell_time *
-                                                      static_cast<double>(n));
+            at_end = fid.back() * std::polar(1.0, 2.0 * std::numbers::pi * offset *
+                                                      grid.dwell_time * static_cast<double>(n));
             fid.back() *= 0.5;
         }
         // Halved points at both ends: then the sum times the dwell time is the integral over the

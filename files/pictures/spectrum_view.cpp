@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <numbers>
 
 namespace tools {
 
@@ -26,7 +27,7 @@ std::vector<double> real_part(const complex_signal &x, std::size_t first, std::s
     std::vector<double> re(n);
     for (std::size_t i = 0; i < n; ++i) {
         const double degrees = phi_0 + phi_1 * static_cast<double>(i) / static_cast<double>(n);
-        const double angle = degrees * M_PI / 180.0;
+        const double angle = degrees * std::numbers::pi / 180.0;
         const std::complex<double> &point = x[first + i];
         re[i] = point.real() * std::cos(angle) + point.imag() * std::sin(angle);
     }

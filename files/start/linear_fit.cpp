@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <numeric>
 #include <utility>
 
@@ -76,7 +77,7 @@ static void subtract(const std::vector<std::complex<double>> &products, complex_
 }
 
 static std::complex<double> turn(double degrees) {
-    return std::polar(1.0, degrees * M_PI / 180.0);
+    return std::polar(1.0, degrees * std::numbers::pi / 180.0);
 }
 
 struct area_group {
@@ -144,7 +145,8 @@ static void estimate_phases(const std::vector<std::complex<double>> &products,
         }
     }
     for (estimated_entry &e : entries)
-        if (!e.phase_known) e.phase = std::arg(sum[e.phase_root]) * 180.0 / M_PI + e.phase_offset;
+        if (!e.phase_known)
+            e.phase = std::arg(sum[e.phase_root]) * 180.0 / std::numbers::pi + e.phase_offset;
 }
 
 std::vector<std::size_t> estimate_areas(const std::vector<std::complex<double>> &products,

@@ -2,6 +2,7 @@
 #include "files/start/spectrum_facts.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/search_limits.h"
 
 #include <nlohmann/json.hpp>
 
@@ -15,11 +16,10 @@ static std::optional<std::pair<int, int>> int_pair(const std::pair<long long, lo
 }
 
 spectrum_facts facts_of_sidecar(const metadata &sidecar) {
-    static constexpr long long most = 1LL << 24;
     spectrum_facts facts;
     const std::optional<long long> points = sidecar.positive_integer("points");
     const std::optional<double> hz = sidecar.positive_number("hz_per_point");
-    if (!points || !hz || *points > most)
+    if (!points || !hz || *points > search_limits::points)
         throw tool_error(bad_input, sidecar.file() +
                                         ": lacks \"points\" (up to 2^24) or \"hz_per_point\"; "
                                         "expected the JSON that varokel-import writes beside a "
@@ -40,7 +40,7 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
         if (at == all.end() || !at->is_object() || !at->contains(item)) return std::nullopt;
         const nlohmann::json &value = (*at)[item];
         if (!value.is_number_integer() || value.get<long long>() < 0 ||
-            value.get<long long>() > most)
+            value.get<long long>() > search_limits::points)
             throw tool_error(bad_input, sidecar.file() + ": item \"" + object + "." + item +
                                             "\" is " + value.dump() + "; expected a point number");
         return value.get<long long>();

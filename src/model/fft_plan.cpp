@@ -2,11 +2,14 @@
 // fft_plan.cpp -- the plans of the model's transform, one per length, kept for the run
 #include "model/fft_plan.h"
 
+#include "run/capacity.h"
 #include "run/storage.h"
 
 #include <optional>
 
 static constexpr int most_lengths = 25; // 2^0 ... 2^24
+static_assert(1 << (most_lengths - 1) == kernel::transform_plan::most_points);
+static_assert(max_points == kernel::transform_plan::most_points);
 
 struct kept_plan {
     double *factors = nullptr;

@@ -8,10 +8,10 @@
 
 #include <cmath>
 #include <cstdio>
+#include <numbers>
 #include <string>
 
-static constexpr double sqrt_pi = 1.7724538509055159;
-static constexpr double pi_value = 3.141592653589793;
+static constexpr double sqrt_pi = 1.7724538509055159; // in all digits that a double has
 
 static const char *mode_heading(int mode) {
     switch (mode) {
@@ -71,7 +71,7 @@ static void write_row(std::FILE *file, int k, const natural_parameters &natural,
         integral = area * width1 * sqrt_pi;
         integral_error = error[area_par];
     } else if (record->type == lorentzian_line) {
-        integral = area * width1 * pi_value;
+        integral = area * width1 * std::numbers::pi;
         integral_error = error[area_par];
     }
     std::fprintf(file, "%e\t", integral);

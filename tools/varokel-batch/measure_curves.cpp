@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numbers>
 
 namespace tools {
 
@@ -80,7 +81,7 @@ complex_signal model_of_start(const curve_measure &measure, const start_file &st
                 engine::unit_curve(shape_in_points(entry, start.hz_per_point), when, pattern);
             const std::complex<double> factor =
                 entry.parameters[area_of].value *
-                std::polar(1.0, entry.parameters[phase_of].value * M_PI / 180.0);
+                std::polar(1.0, entry.parameters[phase_of].value * std::numbers::pi / 180.0);
             for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += factor * curve[i];
         }
     } catch (const tool_error &) { // the fit itself is good: the figure is left out
