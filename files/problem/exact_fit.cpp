@@ -4,6 +4,8 @@
 
 #include "files/base/tool_error.h"
 
+#include "kernel/line_width.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -36,6 +38,29 @@ double distance(const engine::fit_problem &problem, const engine::optimum &found
     return farthest;
 }
 
+// "Lorentz width 9.5 Hz of #2, area 0 of #3": what stands at the edge of its window.
+std::string held_text(const engine::fit_problem &problem, const engine::optimum &found) {
+    static const char *const names[] = {"area", "frequency", "Gauss width", "phase",
+                                        "Lorentz width"};
+    std::string text;
+    for (std::size_t k = 0; k < problem.entries.size(); ++k)
+        for (int q = 0; q < engine::quantities; ++q) {
+            if (!found.is_at_bound(static_cast<int>(k), static_cast<engine::quantity>(q))) continue;
+            const auto at = static_cast<std::size_t>(q);
+            const char *unit = q == engine::area ? "" : q == engine::phase ? " degrees" : " Hz";
+            double value = found.values[k][at];
+            if (q == engine::gauss_width) value *= kernel::gauss_fwhm_per_width;
+            if (q == engine::frequency && problem.entries[k].pattern < 0)
+                value -= static_cast<double>(problem.when.points / 2); // from the carrier
+            if (*unit == ' ' && q != engine::phase) value *= problem.when.hz_per_point;
+            char shown[100];
+            std::snprintf(shown, sizeof shown, "%s%s %.6g%s of #%zu", text.empty() ? "" : ", ",
+                          names[at], value, unit, k + 1);
+            text += shown;
+        }
+    return text;
+}
+
 optimum_record record_of(const engine::fit_problem &problem, const engine::optimum &found) {
     optimum_record out;
     out.method = "exact";
@@ -48,6 +73,7 @@ optimum_record record_of(const engine::fit_problem &problem, const engine::optim
         optimum_record::cause &cause = out.reasons.emplace_back();
         cause = {engine::name_of(from.what), from.number, {}, from.text};
         for (const int entry : from.entries) cause.entries.push_back(entry + 1);
+        if (from.what == engine::finding::at_bound) cause.text += ": " + held_text(problem, found);
     }
     for (const engine::start_report &from : found.starts)
         out.starts.push_back({from.name, from.sum_of_squares - found.found.sum_of_squares,

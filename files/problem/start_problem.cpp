@@ -44,8 +44,8 @@ engine::parameter parameter_of(const start_file &start, std::size_t k, int q, bo
     engine::parameter out;
     out.start = own.value * unit;
     if (windows && own.window) {
-        out.lower = own.window->first * unit;
-        out.upper = own.window->second * unit;
+        if (is_edge(own.window->first)) out.lower = own.window->first * unit;
+        if (is_edge(own.window->second)) out.upper = own.window->second * unit;
     }
     const int number = static_cast<int>(k) + 1;
     if (own.link == 0) {

@@ -234,7 +234,10 @@ void add_default_ranges(start_file &start) {
                 low = v - 60.0;
                 high = v + 60.0;
             }
-            own.range = {std::min(low, high), std::max(low, high)};
+            own.range = std::minmax({low, high});
+            if (own.window) // one edge is infinite
+                own.range = {std::clamp(own.range->first, own.window->first, own.window->second),
+                             std::clamp(own.range->second, own.window->first, own.window->second)};
         }
     }
 }

@@ -154,7 +154,8 @@ static void resolve(const peak_table &table, const table_axis &axis, double hz_p
                                        cell.range_unit, hz_per_point, false);
         const double b = value_in_file(table, axis, table.rows[r], q, cell.range->second,
                                        cell.range_unit, hz_per_point, false);
-        own.range = own.window = {std::min(a, b), std::max(a, b)};
+        own.window = std::minmax({a, b});
+        if (is_edge(a) && is_edge(b)) own.range = own.window;
     }
 }
 
@@ -276,8 +277,6 @@ void start_maker::prepare(const spectrum_facts &facts) {
     }
     prepared_ = std::move(made);
 }
-
-// ---- what does ----
 
 void start_maker::estimate(const complex_signal &spectrum, start_result &result) {
     const prepared &p = *prepared_;

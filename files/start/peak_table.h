@@ -34,7 +34,7 @@ struct table_cell {
     double factor = 1.0; // of a link of areas
     table_unit unit = table_unit::none;
     std::string source;                             // row that a link names
-    std::optional<std::pair<double, double>> range; // same unit as the value
+    std::optional<std::pair<double, double>> range; // window; an edge may be none (no_edge)
     table_unit range_unit = table_unit::none;
     table_place place;
 };
@@ -73,6 +73,7 @@ struct peak_table {
     std::optional<double> hz_per_point, phi_1, tolerance;
     std::optional<table_interval> noise;
     std::optional<reference_peak> reference; // sets the ppm axis of the spectra
+    std::vector<std::string> derived;        // NAME = EXPRESSION
     std::optional<std::string> followed, data_format;
     std::optional<int> ignored, verbose, ranges;
     std::optional<bool> errors;

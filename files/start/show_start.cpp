@@ -35,8 +35,7 @@ static std::string shown_value(int q, const start_entry &entry, double value,
     return text;
 }
 
-static std::string shown_state(int q, std::size_t k, const start_file &start,
-                               const table_axis &axis) {
+static std::string state_of(int q, std::size_t k, const start_file &start, const table_axis &axis) {
     const start_entry &entry = start.entries[k];
     const start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
     if (own.link == static_cast<int>(k) + 1) return "fixed";
@@ -55,7 +54,7 @@ static std::string shown_state(int q, std::size_t k, const start_file &start,
         return whom + format(", %+.5g Hz", q == frequency_of ? axis.sense() * apart : apart);
     }
     std::string text = "free";
-    if (own.range && start.ranges != 2 && start.ranges != 0) {
+    if (own.range && !own.window && start.ranges != 2 && start.ranges != 0) {
         double low = own.range->first, high = own.range->second;
         const char *unit = "";
         if (q == frequency_of) {
@@ -68,6 +67,38 @@ static std::string shown_state(int q, std::size_t k, const start_file &start,
         text += format(", searched from %.6g to %.6g%s", low, high, unit);
     }
     return text;
+}
+
+// ", held from 10 to 20 Hz", or above or below an edge.
+static std::string window_text(int q, const start_entry &entry, double hz, const table_axis &axis) {
+    const auto &window = entry.parameters[static_cast<std::size_t>(q)].window;
+    if (!window) return "";
+    double low = window->first, high = window->second;
+    const char *unit = q == phase_of ? " degrees" : "";
+    if (q == gauss_of || q == lorentz_of) {
+        low *= width_unit(q, entry.type, hz);
+        high *= width_unit(q, entry.type, hz);
+        unit = " Hz";
+    } else if (q == frequency_of && entry.type == pattern_entry) {
+        unit = " Hz along the points";
+    } else if (q == frequency_of) {
+        const auto shown = [&](double value) {
+            return axis.knows_ppm() ? axis.ppm_of(value)
+                                    : axis.sense() * (value - axis.carrier_hz());
+        };
+        unit = axis.knows_ppm() ? " ppm" : " Hz from the carrier";
+        const double a = shown(low), b = shown(high);
+        low = std::min(a, b);
+        high = std::max(a, b);
+    }
+    if (!is_edge(high)) return format(", held above %.6g%s", low, unit);
+    if (!is_edge(low)) return format(", held below %.6g%s", high, unit);
+    return format(", held from %.6g to %.6g%s", low, high, unit);
+}
+
+static std::string shown_state(int q, std::size_t k, const start_file &start,
+                               const table_axis &axis) {
+    return state_of(q, k, start, axis) + window_text(q, start.entries[k], start.hz_per_point, axis);
 }
 
 static std::string switches_text(const start_step &step) {

@@ -17,12 +17,19 @@ const char *name_of(int quantity);
 enum entry_type : int { gauss_entry = 1, lorentz_entry, voigt_entry, pattern_entry };
 const char *type_name(int type);
 
+// An edge of a window that is none: "> 0" has no upper one. Finite, for files that know no
+// infinity; whatever unit it is turned into, it stays beyond is_edge.
+inline constexpr double no_edge = 1e300;
+inline bool is_edge(double value) {
+    return value > -1e280 && value < 1e280;
+}
+
 // In the units of the file: Hz from the left edge (a pattern: shift in Hz), degrees; widths see
 // width_unit.
 struct start_parameter {
     double value = 0.0;
     int link = 0; // 0 free, the own number: fixed, another number: tied to that entry
-    std::optional<std::pair<double, double>> range;  // of the random search
+    std::optional<std::pair<double, double>> range;  // of the random search; finite
     std::optional<std::pair<double, double>> window; // that a table gives; the exact fit holds it
 };
 

@@ -152,6 +152,9 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
     } else if (word == "reference") {
         if (table.reference) refuse_at(table, place, "found a second \"reference\"");
         table.reference = read_reference(scan);
+    } else if (word == "derive") {
+        table.derived.push_back(scan.rest());
+        if (table.derived.back().empty()) scan.refuse("NAME = EXPRESSION, such as PCr/GATP");
     } else if (word == "noise") {
         table.noise = read_interval(scan);
     } else if (word == "points") {
@@ -192,7 +195,8 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
     } else {
         refuse_at(table, place,
                   "found the key \"" + std::string(key) +
-                      "\"; expected strategy, step, interval, noise, reference, tolerance, follow, "
+                      "\"; expected strategy, step, interval, noise, reference, derive, tolerance, "
+                      "follow, "
                       "measured, "
                       "ignore, lineshape, coefficients, points, hz_per_point, phi_1, ranges, "
                       "verbose, errors or format before the colon");

@@ -147,18 +147,55 @@ static table_unit cell_unit(table_scanner &scan, int quantity, table_unit of_col
     return unit;
 }
 
-static void read_range(table_scanner &scan, int quantity, table_unit of_column, table_cell &cell) {
-    if (!scan.take('[')) return;
-    const double least = scan.number("the least value of the search range");
-    if (!scan.take(',')) scan.refuse("a comma between the two ends of the search range");
-    const double most = scan.number("the greatest value of the search range");
-    if (!scan.take(']')) scan.refuse("] behind the search range");
+// One end of a window, "> 0", "<= 5 Hz"; its unit is that of the value unless it has its own.
+static double read_end(table_scanner &scan, int quantity, table_unit of_column, table_cell &cell) {
+    scan.take('='); // an edge belongs to its window
+    const double value = scan.number("the edge of the window");
+    table_unit unit = scan.unit();
+    if (unit == table_unit::none) unit = cell.unit == table_unit::none ? of_column : cell.unit;
+    if (!takes_unit(quantity, unit)) scan.refuse(expected_unit(quantity));
+    if (cell.range && unit != cell.range_unit) scan.refuse("both edges of the window in one unit");
+    cell.range_unit = unit;
+    return value;
+}
+
+static void read_bracket(table_scanner &scan, int quantity, table_unit of_column,
+                         table_cell &cell) {
+    const double least = scan.number("the least value of the window");
+    if (!scan.take(',')) scan.refuse("a comma between the two ends of the window");
+    const double most = scan.number("the greatest value of the window");
+    if (!scan.take(']')) scan.refuse("] behind the window");
     cell.range_unit = scan.unit();
     if (cell.range_unit == table_unit::none)
         cell.range_unit = cell.unit == table_unit::none ? of_column : cell.unit;
     if (!takes_unit(quantity, cell.range_unit)) scan.refuse(expected_unit(quantity));
-    cell.range = {least, most};
-    if (cell.range->first > cell.range->second) std::swap(cell.range->first, cell.range->second);
+    cell.range = std::minmax({least, most});
+}
+
+// "[0.5, 3]", "> 0", "< 20 Hz", both of these, or "+- 0.1" around the value.
+static void read_range(table_scanner &scan, int quantity, table_unit of_column, table_cell &cell) {
+    if (scan.take('[')) return read_bracket(scan, quantity, of_column, cell);
+    if (scan.take("+-") || scan.take("\xc2\xb1")) {
+        if (cell.kind != cell_kind::number)
+            scan.refuse("a value before +-; around an estimate or a link there is no window, "
+                        "[0.5, 3] and > 0 are some");
+        const double reach = read_end(scan, quantity, of_column, cell);
+        if (!(reach > 0.0)) scan.refuse("a number above 0 behind +-");
+        if (cell.range_unit != cell.unit) scan.refuse("the unit of the value behind +-");
+        cell.range = {cell.value - reach, cell.value + reach};
+        return;
+    }
+    for (;;) {
+        const bool above = scan.take('>'), below = !above && scan.take('<');
+        if (!above && !below) break;
+        const double edge = read_end(scan, quantity, of_column, cell);
+        if (!cell.range) cell.range = {-no_edge, no_edge};
+        double &own = above ? cell.range->first : cell.range->second;
+        if (is_edge(own)) scan.refuse("one lower and one upper edge of a window");
+        own = edge;
+        if (cell.range->first > cell.range->second)
+            scan.refuse("a window that is not empty: the lower edge below the upper one");
+    }
 }
 
 static table_cell read_cell(const peak_table &table, const table_text_cell &raw, int line,
@@ -181,16 +218,19 @@ static table_cell read_cell(const peak_table &table, const table_text_cell &raw,
             if (cell.factor == 0.0)
                 refuse_at(table, cell.place,
                           "an area of 0 times another one; take the row out, or fix it at 0");
+            read_range(scan, quantity, of_column, cell);
             scan.expect_end("the end of the cell; a tied area is =NAME, =NAME*number or "
                             "=NAME/number");
             return cell;
         }
-        const bool plus = scan.take('+'), minus = !plus && scan.take('-');
+        const bool window = scan.sees("+-");
+        const bool plus = !window && scan.take('+'), minus = !plus && !window && scan.take('-');
         if (plus || minus) {
             const double offset = scan.number("a number behind + or -");
             cell.value = minus ? -offset : offset;
             cell.unit = cell_unit(scan, quantity, of_column);
         }
+        read_range(scan, quantity, of_column, cell);
         scan.expect_end("the end of the cell; a tied parameter is =NAME, =NAME + number or "
                         "=NAME - number");
         return cell;

@@ -48,6 +48,10 @@ class table_scanner {
         at_ += token.size();
         return true;
     }
+    bool sees(std::string_view token) {
+        skip_blanks();
+        return text_.substr(at_).starts_with(token);
+    }
     // letters in any case, followed by none
     bool take_word(std::string_view wanted) {
         skip_blanks();
@@ -61,6 +65,12 @@ class table_scanner {
         const std::string_view found = word_here();
         at_ += found.size();
         return std::string(found);
+    }
+    std::string rest() {
+        skip_blanks();
+        const std::string all(text_.substr(at_));
+        at_ = text_.size();
+        return all;
     }
     // up to a blank, or to one of the characters
     std::string until(std::string_view ends) {

@@ -153,10 +153,10 @@ true_that "the window holds" awk -F'\t' '
     NR == 1 { for (i = 1; i <= NF; i++) c[$i] = i; next }
     $c["name"] == "right" { n++; w = $c["lorentz_fwhm_hz"]; if (w < 9 - 1e-8 || w > 9.5 + 1e-8) bad++ }
     END { exit !(n == 8 && !bad) }' windows_batch/results.tsv
-holds windows_batch/quality.tsv "at_bound: parameters at the edge of their window (right)"
+holds windows_batch/quality.tsv "at_bound: parameters at the edge of their window: Lorentz width 9 Hz of #1 (right)"
 # the same from one start file for all, which has no place for windows: the plan keeps them
 status 0 "$batch" plan series.f32 --peaks windows.txt "${given[@]}" -o kept_windows
 status 0 "$batch" run kept_windows -j 3
 status 0 "$batch" merge kept_windows
-holds kept_windows/quality.tsv "at_bound: parameters at the edge of their window (right)"
+holds kept_windows/quality.tsv "at_bound: parameters at the edge of their window: Lorentz width 9 Hz of #1 (right)"
 finish

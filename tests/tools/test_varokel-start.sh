@@ -268,7 +268,7 @@ mistake 2:13 'tied to itself in the end' 'A  lorentz  =B  1 ppm  -  4  0\nB  lor
 mistake 3:1 'stands in line 2, too' 'A  lorentz  1  1 ppm  -  4  0\nA  lorentz  1  0 ppm  -  4  0'
 mistake 2:26 'found "?"; areas and phases' 'A  lorentz  1  1 ppm  -  ?  0'
 mistake 2:18 'expected a comma' 'A  lorentz  1 [1 2]  1 ppm  -  4  0'
-mistake 2:26 'the greatest value of the search range' 'A  lorentz  1  1 ppm [2, ppm  -  4  0'
+mistake 2:26 'the greatest value of the window' 'A  lorentz  1  1 ppm [2, ppm  -  4  0'
 mistake 2:13 'an area of 0 times' 'A  lorentz  =B*0  1 ppm  -  4  0\nB  lorentz  1  1 ppm  -  4  0'
 mistake 3:26 'tied widths need two of the same type' 'A  voigt  1  1 ppm  5  4  0\nB  lorentz  1  1 ppm  -  =A  0'
 mistake 3:1 'found the key "intervall"' 'A  lorentz  1  1 ppm  -  4  0\nintervall: 1 to 2 ppm'
