@@ -4,6 +4,7 @@
 #include "files/base/tool_error.h"
 
 #include "engine/derived.h"
+#include "kernel/line_width.h"
 
 #include <cmath>
 #include <limits>
@@ -34,12 +35,6 @@ static engine::derived_value value_of(const engine::expression_names &names,
         throw tool_error(wrong_usage, "--derive \"" + named.expression + "\", " + f.why().reason +
                                           "; an expression is like GPE+GPC or "
                                           "PCr/(gATP1+gATP2)");
-    // A run keeps the covariance of its areas only.
-    for (const engine::values_of_entry &by : f->by)
-        for (int q = 0; q < engine::quantities; ++q)
-            if (q != engine::area && by[static_cast<std::size_t>(q)] != 0.0)
-                throw tool_error(wrong_usage, "--derive \"" + named.expression +
-                                                  "\": only areas can be derived from here");
     return *f;
 }
 
@@ -51,24 +46,41 @@ void check_derived_area(const std::vector<std::string> &names, const std::string
     value_of({names, place}, values, text, ignored);
 }
 
+// Shown units in one unit of the engine: ppm (Hz where the axis has none) and Hz for points.
+static double shown_unit(const run_result &run, int q) {
+    const double hz = run.control.hz_per_point;
+    if (q == engine::frequency) {
+        if (!run.axis.mhz || !run.axis.ppm_at_carrier) return hz;
+        return (run.axis.ppm_rises_with_points ? hz : -hz) / *run.axis.mhz;
+    }
+    if (q == engine::gauss_width) return hz * kernel::gauss_fwhm_per_width;
+    return q == engine::lorentz_width ? hz : 1.0;
+}
+
 derived_area derive_area(const run_result &run, const std::string &text) {
     engine::expression_names names;
     names.place = run.name;
     std::vector<engine::values_of_entry> values;
     for (const fitted_entry &entry : run.entries) {
         names.entries.push_back(entry.name);
-        values.emplace_back()[engine::area] = entry.area.value;
+        engine::values_of_entry &own = values.emplace_back();
+        own[engine::area] = entry.area.value;
+        own[engine::frequency] = std::isfinite(entry.ppm) ? entry.ppm : entry.hz_from_carrier;
+        own[engine::gauss_width] = entry.gauss_width.value;
+        own[engine::phase] = entry.phase.value;
+        own[engine::lorentz_width] = entry.lorentz_width.value;
     }
     derived_area result;
     const engine::derived_value f = value_of(names, values, text, result);
     result.value = f.value;
     result.error_1sd = std::numeric_limits<double>::quiet_NaN();
     if (!run.covariance_agrees) return result;
-    const std::size_t n = run.entries.size();
-    const double error = engine::error_of(f, [&](int k, engine::quantity, int l, engine::quantity) {
-        return run.control
-            .area_covariance[n * static_cast<std::size_t>(k) + static_cast<std::size_t>(l)];
-    });
+    const double error =
+        engine::error_of(f, [&](int k, engine::quantity q, int l, engine::quantity r) {
+            return shown_unit(run, q) * shown_unit(run, r) *
+                   run.control.covariance_of(static_cast<std::size_t>(k), q,
+                                             static_cast<std::size_t>(l), r);
+        });
     if (std::isfinite(error)) result.error_1sd = error;
     return result;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// derived_area.h -- sums, differences, products and ratios of areas, with their error bounds
+// derived_area.h -- sums, ratios, pH: what follows from the values of a fit, with its error bounds
 //
-//   var f = sum_kl (df/dA_k) Cov_kl (df/dA_l)
+//   var f = sum_kl (df/dp_k) Cov_kl (df/dp_l)
 //
 // to first order in the errors: exact for sums, good for ratios while the divisor is known to
 // better than about 20 %.
@@ -21,10 +21,12 @@ struct derived_area {
     double percent_1sd() const; // as of a fitted parameter
 };
 
-// text is "NAME=EXPRESSION" or "EXPRESSION"; an expression has + - * / ( ), numbers, names of
-// entries, and #3 for the third entry. A name with other characters than letters, digits, _ and .
-// stands in ' '. A name that several entries have in front of a number (gATP for gATP1 and gATP2)
-// and none has whole means their sum.
+// text is "NAME=EXPRESSION" or "EXPRESSION", as engine/derived.h has expressions: + - * / ( ),
+// numbers, log10, names of entries for their areas, and #3 for the third entry; frequency(NAME) is
+// in ppm (Hz from the carrier where the axis has no ppm), gauss_width(NAME) and lorentz_width(NAME)
+// are FWHM in Hz, phase(NAME) in degrees; pH(shift, pKa, acid, base). A name with other characters
+// than letters, digits, _ and . stands in ' '. A name that several entries have in front of a
+// number (gATP for gATP1 and gATP2) and none has whole means their sum.
 //
 // Errors: wrong_usage for what is no expression, naming the place, and for unknown names.
 derived_area derive_area(const run_result &run, const std::string &text);

@@ -46,14 +46,16 @@ static std::vector<correlated_pair> correlations_of(const run_result &run) {
     std::vector<correlated_pair> pairs;
     if (!run.covariance_agrees) return pairs;
     const std::size_t n = run.entries.size();
-    const std::vector<double> &c = run.control.area_covariance;
+    const auto c = [&](std::size_t k, std::size_t l) {
+        return run.control.covariance_of(k, area_of, l, area_of);
+    };
     const auto is_free = [&](std::size_t k) {
         return run.entries[k].area.state == parameter_state::free;
     };
     for (std::size_t i = 0; i < n; ++i)
         for (std::size_t j = 0; j < i; ++j)
             if (is_free(i) && is_free(j))
-                pairs.push_back({j, i, c[n * i + j] / std::sqrt(c[n * i + i] * c[n * j + j])});
+                pairs.push_back({j, i, c(i, j) / std::sqrt(c(i, i) * c(j, j))});
     return pairs;
 }
 

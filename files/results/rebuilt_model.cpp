@@ -42,6 +42,14 @@ static void take_file(rebuilt_model &model) {
     }
 }
 
+double rebuilt_model::covariance_of(std::size_t k, int q, std::size_t l, int r) const {
+    const auto side = static_cast<std::size_t>(quantities) * entries.size();
+    const auto place = [](std::size_t entry, int of) {
+        return static_cast<std::size_t>(quantities) * entry + static_cast<std::size_t>(of);
+    };
+    return covariance[side * place(k, q) + place(l, r)];
+}
+
 // Where the model is evaluated: the columns of these values.
 static std::vector<double> place_of(const engine::model &of, const rebuilt_from &from) {
     if (from.values.empty()) return of.given();
@@ -71,14 +79,17 @@ static void take_covariance(rebuilt_model &model, const engine::entry_covariance
         if ((", " + model.dependent + ",").find(", " + number + ",") == std::string::npos)
             model.dependent += (model.dependent.empty() ? "" : ", ") + number;
     }
+    for (int a = 0; a < quantities * n; ++a)
+        for (int b = 0; b < quantities * n; ++b)
+            model.covariance.push_back(
+                covariance.of(a / quantities, static_cast<engine::quantity>(a % quantities),
+                              b / quantities, static_cast<engine::quantity>(b % quantities)));
     for (int k = 0; k < n; ++k) {
         control_entry &entry = model.entries[static_cast<std::size_t>(k)];
         for (int q = 0; q < quantities; ++q)
             entry.error[static_cast<std::size_t>(q)] =
                 2.0 * covariance.error(k, static_cast<engine::quantity>(q)) /
                 points_of_unit(q, entry.type, model.hz_per_point);
-        for (int m = 0; m < n; ++m)
-            model.area_covariance.push_back(covariance.of(k, engine::area, m, engine::area));
     }
     model.has_covariance = true;
     if (!model.dependent.empty())

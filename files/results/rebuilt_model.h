@@ -43,8 +43,10 @@ struct rebuilt_model {
     complex_signal fit;                     // the model's spectrum, with data
     std::vector<complex_signal> components; // of each entry alone
     bool has_covariance = false;
-    std::vector<double> area_covariance; // entries x entries [signal^2]
-    std::string dependent;               // numbers of the entries that cannot be told apart, "2, 5"
+    std::vector<double> covariance; // 5 entries x 5 entries, entry by entry, engine's order and
+                                    // units (points); empty without one
+    double covariance_of(std::size_t k, int q, std::size_t l, int r) const;
+    std::string dependent; // numbers of the entries that cannot be told apart, "2, 5"
 };
 
 // What rebuild_model takes beside the file.

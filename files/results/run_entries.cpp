@@ -76,10 +76,15 @@ void choose_signs(run_result &run) {
         names += (names.empty() ? "" : ", ") + run.entries[k].name;
     }
     if (names.empty()) return;
-    if (run.control.area_covariance.size() == n * n)
-        for (std::size_t k = 0; k < n; ++k)
-            for (std::size_t l = 0; l < n; ++l)
-                if (turned[k] != turned[l]) run.control.area_covariance[n * k + l] *= -1.0;
+    // of the five parameters of an entry the area comes first
+    const std::size_t side = quantities * n;
+    if (run.control.covariance.size() == side * side)
+        for (std::size_t a = 0; a < side; ++a)
+            for (std::size_t b = 0; b < side; ++b) {
+                const bool one = a % quantities == area_of && turned[a / quantities];
+                const bool other = b % quantities == area_of && turned[b / quantities];
+                if (one != other) run.control.covariance[side * a + b] *= -1.0;
+            }
     run.notes.push_back(
         "shown with areas of the other sign and phases turned by 180 degrees, the "
         "same curve with " +

@@ -292,7 +292,7 @@ run_result read_run(const std::string &folder, const std::string &name,
     }
     if (exact) take_optimum(run);
     const double wider = run.axis.error_factor() * run.axis.error_factor();
-    for (double &covariance : run.control.area_covariance) covariance *= wider;
+    for (double &covariance : run.control.covariance) covariance *= wider;
     place_entries(run.entries, run.axis, static_cast<long long>(run.data.size()));
     name_entries(run, options.names_file);
     run.quality_before = not_known;

@@ -140,6 +140,33 @@ true_that 'two patterns' test "$(cell patterns/results.tsv 2 type)" = pattern
 true_that 'areas of their size' awk -F '\t' 'NR > 1 && !($6 > 2e-7 && $6 < 2e-5) { bad = 1 } END { exit bad }' \
     patterns/results.tsv
 
+# ---- what follows from the results, with errors that the tables have another way ----
+sed 's/^interval.*/&\nderive: pH = pH(frequency(Pin) - frequency(PCr), 6.77, 3.23, 5.7)/' "$example/peaks.txt" >derive.txt
+status 0 "$fit" "$example/p31_brain.fid.f32" derive.txt --json "$example/p31_brain.fid.json" -o derive \
+    --derive 'place = frequency(Pin)' --derive 'width = lorentz_width(PCr)' --derive 'double = 2*PCr' \
+    --derive 'angle = phase(PCr)'
+true_that 'a row of the table and four of the command' test "$(wc -l <derive/derived.tsv)" -eq 6
+same() { # DERIVED ROW COLUMN FACTOR: value and error are those of the table of results
+    true_that "$1 is $3 of row $2, with its error" perl -e '
+        my ($v, $e, $w, $f, $by) = @ARGV;
+        exit !(abs($v - $by * $w) <= 1e-6 * abs $v && abs($e - $by * $f) <= 1e-6 * $e && $e > 0)' -- \
+        "$(awk -F '\t' -v n="$1" '$2 == n { print $4 }' derive/derived.tsv)" \
+        "$(awk -F '\t' -v n="$1" '$2 == n { print $5 }' derive/derived.tsv)" \
+        "$(cell derive/results.tsv "$2" "$3")" "$(cell derive/results.tsv "$2" "$4")" "$5"
+}
+same place 13 shift_ppm shift_error_1sd_ppm 1
+same width 10 lorentz_fwhm_hz lorentz_fwhm_error_1sd_hz 1
+same double 10 area area_error_1sd 2
+same angle 10 phase_degrees phase_error_1sd_degrees 1
+# by hand: pKa + log10((d - 3.23) / (5.7 - d)) at d = 4.8165 + 0.0005, its slope times the error of d;
+# PCr has an error of its own, 30 times smaller
+holds out 'pH       7.0'
+true_that 'pH and its error' awk -F '\t' '$2 == "pH" { f = $4 > 7.0240 && $4 < 7.0249 && $5 > 0.00293 && $5 < 0.00296 }
+    END { exit !f }' derive/derived.tsv
+status 2 "$fit" "$example/p31_brain.fid.f32" derive.txt --json "$example/p31_brain.fid.json" -o wrong --derive 'PCr/Nobody'
+holds err 'no entry "Nobody"'
+true_that 'refused before the fit' test ! -e wrong
+
 # ---- an interrupt leaves nothing ----
 "$fit" "${one[@]}" "$c13/peaks.txt" -o interrupted --varokel ./hangs >out 2>err </dev/null &
 job=$!
@@ -159,8 +186,6 @@ status 2 "$fit" "$c13/c13_kidney.fid.f32" --json "$c13/c13_kidney.fid.json" "$c1
     --varokel ./hangs --derive 'Lac/Pyruvate'
 holds err '--derive "Lac/Pyruvate", character 5: no entry "Pyruvate" in '
 holds err 'peaks.txt, which has Pyr Ala PyrH Lac;'
-status 2 "$fit" "${one[@]}" "$c13/peaks.txt" -o x --varokel ./hangs --derive Lac/Pyr
-holds err '--derive is for the report'
 status 2 "$fit" "${one[@]}" "$c13/peaks.txt" -o x --format sdta
 holds err '--format: sdta not in'
 status 2 "$fit" "${one[@]}" -o x

@@ -27,7 +27,9 @@ void add_fit_options(option_parser &app, fit_options &own) {
     app.add_option("--limit", own.limit, "stop a fit after so many seconds (default: never)")
         ->type_name("S");
     app.add_option("--derive", own.derive,
-                   "sum or ratio of areas for the report, such as \"PCr/GATP\"; may be repeated")
+                   "what follows from the results, such as \"PCr/GATP\" or \"pH = "
+                   "pH(frequency(Pi), 6.77, 3.23, "
+                   "5.7)\"; printed and on the page; may be repeated")
         ->type_name("EXPR")
         ->allow_extra_args(false);
     app.add_flag("!--no-report", own.report, "no page and pictures, tables only");

@@ -141,8 +141,36 @@ static std::string with_error(const tools::fitted_parameter &parameter) {
     return value + " +- " + tools::short_number(parameter.error_1sd());
 }
 
+static void print_columns(const std::vector<std::vector<std::string>> &cells) {
+    std::vector<std::size_t> widths(cells.front().size());
+    for (const auto &row : cells)
+        for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], row[c].size());
+    std::cout << '\n';
+    for (const auto &row : cells) {
+        std::string line;
+        for (std::size_t c = 0; c < row.size(); ++c) line += padded(row[c], widths[c] + 2);
+        line.erase(line.find_last_not_of(' ') + 1);
+        std::cout << line << '\n';
+    }
+}
+
+static void print_derived(const tools::run_result &run, const std::vector<std::string> &derive) {
+    if (derive.empty()) return;
+    std::vector<std::vector<std::string>> cells = {{"derived", "value", "%"}};
+    for (const std::string &text : derive) {
+        const tools::derived_area d = tools::derive_area(run, text);
+        std::string value = tools::with_digits_of(d.value, d.error_1sd);
+        if (std::isfinite(d.error_1sd)) value += " +- " + tools::short_number(d.error_1sd);
+        char percent[40] = "n/a";
+        if (std::isfinite(d.percent_1sd()))
+            std::snprintf(percent, sizeof percent, "%.1f", d.percent_1sd());
+        cells.push_back({d.name, value, percent});
+    }
+    print_columns(cells);
+}
+
 // The entries of a single fit: a newcomer looks here first.
-static void print_entries(const tools::run_result &run) {
+static void print_entries(const tools::run_result &run, const std::vector<std::string> &derive) {
     std::vector<std::vector<std::string>> cells = {
         {"entry", "area", "%", "ppm", "Gauss Hz", "Lorentz Hz", "phase"}};
     for (const tools::fitted_entry &entry : run.entries) {
@@ -154,16 +182,8 @@ static void print_entries(const tools::run_result &run) {
                          with_error(entry.gauss_width), with_error(entry.lorentz_width),
                          with_error(entry.phase)});
     }
-    std::vector<std::size_t> widths(cells.front().size());
-    for (const auto &row : cells)
-        for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], row[c].size());
-    std::cout << '\n';
-    for (const auto &row : cells) {
-        std::string line;
-        for (std::size_t c = 0; c < row.size(); ++c) line += padded(row[c], widths[c] + 2);
-        line.erase(line.find_last_not_of(' ') + 1);
-        std::cout << line << '\n';
-    }
+    print_columns(cells);
+    print_derived(run, derive);
     std::cout << "\nErrors are one standard deviation (Cramer-Rao bounds).\n";
 }
 
@@ -186,14 +206,14 @@ static void write_tables(const fs::path &folder, const std::string &results,
 }
 
 // Returns whether there is a page, or none was to be had.
-static bool report(const fit_options &own, const fs::path &folder) {
+static bool report(const std::vector<std::string> &derive, const fs::path &folder) {
     const std::string program = tools::find_program("varokel-report");
     if (program.empty()) {
         warn("varokel-report is not there: no page, tables only");
         return true;
     }
     tools::program_call call = {{program, ".", "--force"}, folder.string(), "report.log"};
-    for (const std::string &expression : own.derive) {
+    for (const std::string &expression : derive) {
         call.words.emplace_back("--derive");
         call.words.push_back(expression);
     }
@@ -210,15 +230,15 @@ static bool report(const fit_options &own, const fs::path &folder) {
 }
 
 // What the report would refuse after all fits is refused before the first.
-static void check_derived(const fit_options &own, const tools::peak_table &table) {
-    if (!own.report && !own.derive.empty())
-        throw tool_error(tools::wrong_usage,
-                         "--derive is for the report; leave --no-report away, or call "
-                         "varokel-report --derive later");
+// Those of the table come first.
+static std::vector<std::string> derived_of(const fit_options &own, const tools::peak_table &table) {
     std::vector<std::string> names;
     for (const tools::table_row &row : table.rows) names.push_back(row.name);
-    for (const std::string &expression : own.derive)
+    std::vector<std::string> all = table.derived;
+    all.insert(all.end(), own.derive.begin(), own.derive.end());
+    for (const std::string &expression : all)
         tools::check_derived_area(names, own.peaks, expression);
+    return all;
 }
 
 // What is read; what the import finds beside the measured files stands in their folders.
@@ -233,7 +253,7 @@ static std::vector<std::string> inputs_of(const fit_options &own, const tools::p
 
 static int fit(const fit_options &own) {
     tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
-    check_derived(own, table);
+    const std::vector<std::string> derived = derived_of(own, table);
     if (table.fit_mode == 2 && own.spectrum.reference.empty())
         throw tool_error(tools::bad_input,
                          own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
@@ -324,9 +344,9 @@ static int fit(const fit_options &own) {
         if (fits.size() > 1) continue;
         for (const std::string &text : run.warnings) warn(text);
         for (const std::string &text : run.notes) warn(text);
-        print_entries(run);
+        print_entries(run, derived);
     }
-    const bool page_failed = own.report && !report(own, work);
+    const bool page_failed = own.report && !report(derived, work);
     write_tables(work, results, quality); // in the order of the file, page or not
     output.finish();
     std::cout << '\n';
