@@ -90,8 +90,11 @@ static noise_level level_of(const stretch_list &all, long long n, double freedom
     stretch_list inner, edge;
     for (const measured_stretch &each : all)
         (each.first < length || each.stop > n - length ? edge : inner).push_back(each);
-    std::ranges::sort(inner, {}, &measured_stretch::variance);
-    std::ranges::sort(edge, {}, &measured_stretch::variance);
+    const auto quieter = [](const measured_stretch &a, const measured_stretch &b) {
+        return a.variance != b.variance ? a.variance < b.variance : a.first < b.first;
+    };
+    std::sort(inner.begin(), inner.end(), quieter);
+    std::sort(edge.begin(), edge.end(), quieter);
     const bool lines_inside =
         inner.empty() || (!edge.empty() && inner[0].variance > 9.0 * edge[0].variance);
     const stretch_list &list = lines_inside ? edge : inner;

@@ -5,6 +5,8 @@
 #include "files/measured/lcmodel_namelist.h"
 #include "files/measured/spectrum_source.h"
 
+#include "kernel/transform_plan.h"
+
 #include <algorithm>
 #include <cmath>
 
