@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/read_nifti_mrs.h"
 
+#include "files/base/packed_file.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 #include "files/nifti/nifti_header.h"
 #include "files/measured/text_items.h"
-
-#ifdef VAROKEL_NIFTI
-
-#include <zlib.h>
 
 #include <algorithm>
 #include <bit>
@@ -52,16 +49,6 @@ double nifti_mrs_source::value_at(const unsigned char *byte) const {
     return value;
 }
 
-struct open_gz {
-    gzFile stream;
-    explicit open_gz(const char *name) : stream(gzopen(name, "rb")) {}
-    ~open_gz() {
-        if (stream != nullptr) gzclose_r(stream);
-    }
-    open_gz(const open_gz &) = delete;
-    open_gz &operator=(const open_gz &) = delete;
-};
-
 void nifti_mrs_source::add_to(const std::vector<signal_share> &shares,
                               std::vector<complex_signal> &sums) {
     const auto cut = [this](long long row) {
@@ -72,10 +59,7 @@ void nifti_mrs_source::add_to(const std::vector<signal_share> &shares,
                                         std::to_string(volumes) + " volumes of " +
                                         std::to_string(voxels) + " points. Is the file cut?");
     };
-    open_gz gz(file.c_str()); // reads files that are not compressed, too
-    if (gz.stream == nullptr)
-        throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
-    gzbuffer(gz.stream, 1 << 18);
+    packed_file stream(file, 1 << 18);
     finite_check finite(*this);
     const std::size_t point_size = 2 * value_size;
     std::vector<unsigned char> bytes;
@@ -102,14 +86,9 @@ void nifti_mrs_source::add_to(const std::vector<signal_share> &shares,
             bytes.resize(needed);
             const long long at = offset + row * static_cast<long long>(row_size) +
                                  first * static_cast<long long>(point_size);
-            if (gzseek(gz.stream, static_cast<z_off_t>(at), SEEK_SET) < 0) cut(row);
-            for (std::size_t done = 0; done < needed;) {
-                const auto piece =
-                    static_cast<unsigned>(std::min<std::size_t>(needed - done, 1 << 30));
-                const int got = gzread(gz.stream, bytes.data() + done, piece);
-                if (got <= 0) cut(row + static_cast<long long>(done / row_size));
-                done += static_cast<std::size_t>(got);
-            }
+            if (!stream.seek(at)) cut(row);
+            const std::size_t got = stream.read(bytes.data(), needed);
+            if (got != needed) cut(row + static_cast<long long>(got / row_size));
             for (std::size_t r = 0; r < rows; ++r) {
                 for (std::size_t share = s; share < stop; ++share) {
                     complex_signal &sum = sums[shares[share].sum];
@@ -288,16 +267,3 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
 }
 
 } // namespace tools
-
-#else
-
-namespace tools {
-
-std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
-    throw tool_error(bad_input, file + ": this program was built without the NIfTI library; build "
-                                       "it again with libnifti2-dev and zlib1g-dev installed");
-}
-
-} // namespace tools
-
-#endif

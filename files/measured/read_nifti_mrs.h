@@ -17,8 +17,7 @@ namespace tools {
 //   1. ppm falls with the points: higher ppm is lower frequency.
 //   2. TxOffset shifts the pulses, not the carrier of the points, and is not added to
 //      the reference ppm. It is noted.
-// Errors: bad_input for what is no NIfTI-MRS, for k-space data, and when the program was built
-//         without the NIfTI library.
+// Errors: bad_input for what is no NIfTI-MRS, and for k-space data.
 std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file);
 
 } // namespace tools

@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/nifti/nifti_header.h"
 
+#include "files/base/packed_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-
-#ifdef VAROKEL_NIFTI
-#include <zlib.h>
-#endif
 
 namespace tools {
 
@@ -46,27 +43,19 @@ std::array<std::array<double, 4>, 3> scanner_place(const nifti_geometry &geometr
     return place;
 }
 
-#ifdef VAROKEL_NIFTI
-
 static constexpr long long largest_extension = 1LL << 26; // bytes; real ones have thousands
 
-// A .gz file, or one that is not compressed.
-class packed_file {
+// What must be there, in a part of the file that the message names.
+class part_of_file {
   public:
-    explicit packed_file(const std::string &file, const char *part = "header")
-        : file_(file), part_(part), stream_(gzopen(file.c_str(), "rb")) {
-        if (stream_ == nullptr)
-            throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
-    }
-    ~packed_file() { gzclose_r(stream_); }
-    packed_file(const packed_file &) = delete;
-    packed_file &operator=(const packed_file &) = delete;
+    part_of_file(const std::string &file, const char *part)
+        : file_(file), part_(part), stream_(file) {}
 
     void read(void *bytes, std::size_t count) {
-        if (gzread(stream_, bytes, static_cast<unsigned>(count)) != static_cast<int>(count)) cut();
+        if (stream_.read(bytes, count) != count) cut();
     }
     void seek(long long place) {
-        if (gzseek(stream_, static_cast<z_off_t>(place), SEEK_SET) != place) cut();
+        if (!stream_.seek(place)) cut();
     }
 
   private:
@@ -75,7 +64,7 @@ class packed_file {
                                         "; is the file cut?");
     }
     std::string file_, part_;
-    gzFile stream_;
+    packed_file stream_;
 };
 
 // Values at a place of the bytes, in the byte order of the file.
@@ -126,7 +115,7 @@ static void take_values(const header_bytes &bytes, nifti_header &header, std::si
     }
 }
 
-static void take_extensions(packed_file &stream, nifti_header &header, long long place, int code,
+static void take_extensions(part_of_file &stream, nifti_header &header, long long place, int code,
                             const std::string &file) {
     if (header.offset < place + 4) return;
     std::vector<unsigned char> flag(4), head(8);
@@ -155,7 +144,7 @@ static void take_extensions(packed_file &stream, nifti_header &header, long long
 }
 
 nifti_header read_nifti_header(const std::string &file, int extension_code) {
-    packed_file stream(file);
+    part_of_file stream(file, "header");
     std::vector<unsigned char> bytes(540);
     stream.read(bytes.data(), 4);
     nifti_header header;
@@ -224,7 +213,7 @@ nifti_header read_nifti_header(const std::string &file, int extension_code) {
 }
 
 template <typename T>
-static void take_stored(packed_file &stream, bool swapped, std::vector<double> &values) {
+static void take_stored(part_of_file &stream, bool swapped, std::vector<double> &values) {
     static constexpr std::size_t piece = 65536;
     std::vector<unsigned char> bytes;
     for (std::size_t first = 0; first < values.size(); first += piece) {
@@ -239,7 +228,7 @@ static void take_stored(packed_file &stream, bool swapped, std::vector<double> &
 
 std::vector<double> read_nifti_values(const std::string &file, const nifti_header &header) {
     std::vector<double> values(static_cast<std::size_t>(header.voxels_and_more));
-    packed_file stream(file, "values");
+    part_of_file stream(file, "values");
     stream.seek(header.offset);
     const bool swapped = header.swapped;
     switch (header.datatype) {
@@ -275,19 +264,5 @@ std::vector<double> read_nifti_values(const std::string &file, const nifti_heade
         for (double &value : values) value = header.slope * value + header.intercept;
     return values;
 }
-
-#else
-
-std::vector<double> read_nifti_values(const std::string &file, const nifti_header &) {
-    throw tool_error(bad_input, file + ": this program was built without the NIfTI library; build "
-                                       "it again with libnifti2-dev and zlib1g-dev installed");
-}
-
-nifti_header read_nifti_header(const std::string &file, int) {
-    throw tool_error(bad_input, file + ": this program was built without the NIfTI library; build "
-                                       "it again with libnifti2-dev and zlib1g-dev installed");
-}
-
-#endif
 
 } // namespace tools

@@ -58,8 +58,7 @@ struct nifti_header {
 // Notes:
 //   1. Not by libnifti2: its reader trusts the number of dimensions, and writes behind its storage
 //      when a damaged header holds one above 7; and it writes messages of its own.
-// Errors: bad_input when it is no NIfTI file of one piece, and for values that are not possible;
-//         bad_input, too, when the program was built without the NIfTI library.
+// Errors: bad_input when it is no NIfTI file of one piece, and for values that are not possible.
 nifti_header read_nifti_header(const std::string &file, int extension_code);
 
 // All values of an image of real numbers, the first dimension fastest, scaled as its header says.
