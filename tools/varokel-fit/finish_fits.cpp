@@ -2,10 +2,8 @@
 // finish_fits.cpp -- the exact fit of spectra whose folders are prepared
 #include "varokel-fit/finish_fits.h"
 
-#include "files/base/output_file.h"
 #include "files/base/tool_error.h"
-#include "files/problem/exact_fit.h"
-#include "files/spectra/signal_file.h"
+#include "files/problem/fit_folder.h"
 #include "files/start/read_start_file.h"
 #include "common/each_on_threads.h"
 
@@ -16,35 +14,13 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static void write_text(const fs::path &file, const std::string &text) {
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    stream.close();
-    if (!stream)
-        throw tool_error(bad_output, file.string() + ": cannot be written; is the disk full?");
-}
-
 static void finish(const prepared_fit &fit, bool searched, int starts,
                    engine::model_workspace &workspace) {
-    const fs::path folder(fit.planned.folder);
-    const start_file &start = *fit.start;
-    const std::string signal = (folder / (fit.planned.name + ".bin")).string();
-    problem_data data;
-    data.spectrum = read_points(signal, 0, start.points);
-    data.noise_sd = noise_sd_of(start, data.spectrum);
-    data.patterns = patterns_of(start, {folder.string()});
-    if (start.fit_mode == 2)
-        data.measured_lineshape = read_points(signal + ".ref", 0, start.points);
     exact_options options;
     options.starts = starts;
-    const fs::path search = folder / "compact.par";
+    const fs::path search = fs::path(fit.planned.folder) / "compact.par";
     if (searched && fs::is_regular_file(search)) options.search = read_start_file(search.string());
-    const exact_result result = fit_exactly(start, std::move(data), workspace, options);
-    std::vector<std::string> remarks;
-    for (std::size_t k = 0; k < start.entries.size(); ++k)
-        remarks.push_back("entry " + std::to_string(k + 1) + " " + start.entries[k].name);
-    write_text(folder / "result.par", version_3_text(result.result, remarks));
-    write_text(folder / "optimum.json", optimum_text(result.record));
+    finish_fit({fit.planned.folder, fit.planned.name}, *fit.start, options, workspace);
 }
 
 // The last line that a search without result left.

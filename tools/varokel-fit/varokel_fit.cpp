@@ -7,13 +7,12 @@
 #include "files/base/own_files.h"
 #include "files/base/pattern_name.h"
 #include "files/base/tool_error.h"
+#include "files/problem/fit_folder.h"
 #include "files/results/derived_area.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
-#include "files/spectra/signal_file.h"
 #include "files/start/make_start.h"
-#include "files/start/show_start.h"
 
 #include "common/command_line.h"
 #include "common/import_options.h"
@@ -102,26 +101,11 @@ class guess_list {
 static void prepare(const fit_options &own, tools::start_maker &maker,
                     tools::prepared_fit &prepared, guess_list &guesses, bool alone) {
     tools::planned_fit &fit = prepared.planned;
-    const fs::path folder(fit.folder);
     try {
-        const tools::spectrum_facts facts =
-            tools::facts_of_sidecar(tools::metadata((folder / (fit.name + ".json")).string()));
-        tools::start_result made = maker.make(
-            tools::read_points((folder / (fit.name + ".bin")).string(), 0, facts.points), facts);
+        const tools::start_result made =
+            tools::prepare_fit({fit.folder, fit.name}, maker, own.peaks);
         guesses.add(fit.name, made.guesses, "guessed ", alone);
         guesses.add(fit.name, made.warnings, "", alone);
-        tools::pattern_names patterns(fit.name);
-        for (tools::start_entry &entry : made.start.entries)
-            if (!entry.pattern_file.empty())
-                entry.pattern_file =
-                    patterns.name_for(tools::find_pattern_file(own.peaks, entry.pattern_file));
-        for (const auto &[name, source] : patterns.files()) {
-            // the fit opens patterns from its working folder, for update
-            fs::copy_file(source, folder / name);
-            fs::permissions(folder / name, fs::perms::owner_read | fs::perms::owner_write);
-        }
-        write_new(folder / "start.par", made.text());
-        write_new(folder / "names.txt", tools::names_text(made.start));
         prepared.start = made.start;
     } catch (const tool_error &error) {
         fit.why_not = error.what();
