@@ -5,6 +5,7 @@
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
 #include "files/start/table_keys.h"
+#include "files/start/table_lines.h"
 #include "files/start/table_rows.h"
 #include "files/start/table_scanner.h"
 
@@ -76,12 +77,6 @@ static void check_widths(const peak_table &table) {
     }
 }
 
-static bool is_rule(std::string_view line) { // between heading and rows of a framed table
-    return line.find('-') != std::string_view::npos &&
-           line.find_first_not_of("|-:+= \t") == std::string_view::npos &&
-           line.find("---") != std::string_view::npos;
-}
-
 peak_table parse_peak_table(const std::string &text, const std::string &file) {
     peak_table table;
     table.file = file;
@@ -89,31 +84,15 @@ peak_table parse_peak_table(const std::string &text, const std::string &file) {
         throw tool_error(bad_input, file + ": not a text file; expected a table of peaks");
     std::vector<table_column> columns;
     int coefficients = 0;
-    int number = 0;
-    std::size_t at = text.starts_with("\xef\xbb\xbf") ? 3 : 0;
-    while (at < text.size()) {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        std::string_view line(text.data() + at, end - at);
-        at = end + 1;
-        ++number;
-        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-        for (std::size_t i = 0; i < line.size(); ++i)
-            if (line[i] == '#' && (i == 0 || line[i - 1] == ' ' || line[i - 1] == '\t')) {
-                line = line.substr(0, i);
-                break;
-            }
-        while (!line.empty() && (line.back() == ' ' || line.back() == '\t')) line.remove_suffix(1);
-        if (line.find_first_not_of(" \t") == std::string_view::npos || is_rule(line)) continue;
-        const std::size_t colon = line.find(':');
-        if (colon != std::string_view::npos) {
-            const std::size_t begin = line.find_first_not_of(" \t");
-            std::string_view key = line.substr(begin, colon - begin);
-            while (!key.empty() && key.back() == ' ') key.remove_suffix(1);
-            table_scanner scan(table, line.substr(colon + 1), number, static_cast<int>(colon) + 2);
-            read_key(table, key, scan, coefficients, {number, static_cast<int>(begin) + 1});
+    for (const table_line &line : lines_of_table(text)) {
+        const int number = line.number;
+        if (line.is_key()) {
+            table_scanner scan(table, line.text.substr(line.colon + 1), number,
+                               static_cast<int>(line.colon) + 2);
+            read_key(table, line.key(), scan, coefficients, {number, line.key_column()});
             continue;
         }
-        const std::vector<table_text_cell> cells = cells_of(table, line, number);
+        const std::vector<table_text_cell> cells = cells_of(table, line.text, number);
         if (columns.empty()) {
             columns = read_heading(table, cells, number);
             continue;
