@@ -65,8 +65,8 @@ struct run_result {
     complex_signal data, fit, residual;
     std::vector<complex_signal> components;
     spectrum_axis axis;
-    nlohmann::json sidecar;                // object; empty without one
-    rebuilt_model control;                 // of the result
+    nlohmann::json sidecar = nlohmann::json::object(); // empty without one
+    rebuilt_model control;                             // of the result
     rebuilt_model start;                   // of the start values; read is false without them
     std::optional<optimum_record> optimum; // of an exact fit, whose values all of this is about
 

@@ -277,6 +277,14 @@ done
 status 0 "$report" many
 true_that 'natural order' test "$(column many/quality.tsv spectrum | tr '\n' ' ')" = 'series_2 series_007 series_10 '
 
+# one of them damaged: a row without results, and the others as before
+cp -r many one_bad
+head -c 500 many/series_2/series_2.exl >one_bad/series_2/series_2.exl
+status 1 "$report" one_bad --force
+holds err '1 of 3 spectra not fitted'
+true_that 'not_fitted, the first' test "$(column one_bad/quality.tsv status | tr '\n' ' ')" = "not_fitted $(cell many/quality.tsv status 2) $(cell many/quality.tsv status 3) "
+holds one_bad/quality.tsv 'Is the file cut?'
+
 # What the reader of control files says of a faulty one is passed on.
 cp -r run faulty
 sed -i 's/^#1$/%1/' faulty/compact.par
