@@ -37,23 +37,21 @@ bool in_natural_order(const std::string &a, const std::string &b) {
 }
 
 std::vector<std::string> spectra_of_folder(const std::string &folder) {
-    std::vector<std::string> with_results, signals;
+    std::vector<std::string> found;
     std::error_code error;
     for (const fs::directory_entry &file : fs::directory_iterator(folder, error)) {
         if (!file.is_regular_file(error)) continue;
-        if (file.path().extension() == ".exl") with_results.push_back(file.path().stem().string());
         // a signal to be fitted has a sidecar or is one; patterns have neither
-        if (file.path().extension() == ".bin" &&
-            is_file((file.path().parent_path() / file.path().stem()).string() + ".json"))
-            signals.push_back(file.path().stem().string());
+        if (file.path().extension() == ".exl" ||
+            (file.path().extension() == ".bin" &&
+             is_file((file.path().parent_path() / file.path().stem()).string() + ".json")))
+            found.push_back(file.path().stem().string());
     }
     if (error)
         throw tool_error(bad_input, folder + ": cannot be read (" + error.message() +
                                         "); expected the folder of a fit");
-    std::vector<std::string> &found = with_results;
-    for (const std::string &name : signals)
-        if (std::find(found.begin(), found.end(), name) == found.end()) found.push_back(name);
     std::sort(found.begin(), found.end(), in_natural_order);
+    found.erase(std::unique(found.begin(), found.end()), found.end()); // with results and a signal
     return found;
 }
 
