@@ -233,6 +233,61 @@ def test_patterns_have_the_areas_of_the_program() -> None:
         varokel.fit(points, start)
 
 
+def test_text_patterns_are_those_of_their_lines(tmp_path: Path) -> None:
+    entry = varokel.Entry(
+        varokel.EntryType.PATTERN,
+        area=varokel.Parameter(0.4),
+        frequency=varokel.Parameter(1.0),
+        gauss_width=varokel.Parameter(0.0, 1),
+        phase=varokel.Parameter(2.0),
+        lorentz_width=varokel.Parameter(0.0, 1),
+        pattern_file="both.pat",
+    )
+    start = replace(two_lines(), entries=(entry,))
+    text = f"""start_pattern
+number_of_lines 2
+parameters name line_type area frequency gauss_width zero_phase lorentz_width
+sharp lorentz {TRUE_AREAS[0]} {TRUE_HZ[0]} {TRUE_PHASE} {TRUE_LORENTZ_HZ}
+broad gauss {TRUE_AREAS[1]} {TRUE_HZ[1]} {TRUE_GAUSS_HZ} {TRUE_PHASE}
+comment
+end_of_pattern
+"""
+    file = tmp_path / "any.pat"
+    file.write_text(text)
+    points = varokel.spectrum_of_fid(two_line_fid())
+    stored = varokel.pattern_of_fid(two_line_fid(seed=None))
+    wanted = varokel.fit(points, start, ExactOptions(patterns={"both.pat": stored}))
+    contents: tuple[str | Path, ...] = (text, file)
+    for content in contents:
+        fit = varokel.fit(points, start, ExactOptions(patterns={"both.pat": content}))
+        # numbers of a text have single precision
+        assert np.all(np.abs(fit.values - wanted.values)[wanted.errors > 0] < 1e-4)
+        np.testing.assert_allclose(fit.errors, wanted.errors, rtol=1e-4)
+    for wrong, said in (
+        (text.replace("broad gauss", "broad square"), "expected voigt, lorentz or gauss"),
+        (text.replace("number_of_lines 2", "number_of_lines 3"), "expected voigt"),
+        (text.replace("number_of_lines 2", "number_of_lines 5000"), "at most 4096"),
+        (text.replace(str(TRUE_HZ[0]), "x"), 'expected a number, found "x"'),
+    ):
+        with pytest.raises(varokel.FileFormatError, match=said):
+            varokel.fit(points, start, ExactOptions(patterns={"both.pat": wrong}))
+    nothing = "start_pattern number_of_lines 0 p n t a f g z lorentz_width comment end_of_pattern"
+    with pytest.raises(ValueError, match="both.pat: its first point of time is 0"):
+        varokel.fit(points, start, ExactOptions(patterns={"both.pat": nothing}))
+
+
+def test_errors_are_widened_for_zeros_that_fill_the_decay() -> None:
+    plain = varokel.fit(spectrum(), two_lines(), sidecar=SIDECAR)
+    filled = varokel.fit(spectrum(), two_lines(), sidecar=replace(SIDECAR, measured_points=128))
+    assert plain.error_factor == 1.0 and filled.error_factor == 2.0
+    np.testing.assert_allclose(filled.errors, 2.0 * plain.errors)
+    np.testing.assert_allclose(filled.covariance, 4.0 * plain.covariance)
+    assert filled.derive("#1/#2")[1] == pytest.approx(2.0 * plain.derive("#1/#2")[1])
+    assert filled.notes == (
+        "128 of 512 points were measured, the others are zeros: errors are 2 times as large",
+    )
+
+
 def test_a_table_for_pandas(monkeypatch: pytest.MonkeyPatch) -> None:
     stand_in = types.ModuleType("pandas")
     setattr(stand_in, "DataFrame", dict)

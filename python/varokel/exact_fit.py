@@ -54,11 +54,14 @@ class ExactFit:
                  left edge; of patterns a shift], Gaussian width [FWHM, Hz], phase [degrees],
                  Lorentzian width [FWHM, Hz]; FWHM in Hz for every type of line
     errors       same shape, ONE standard deviation (Cramer-Rao bounds); 0 for what is fixed or
-                 stands at the edge of its window, infinite for what cannot be told apart
+                 stands at the edge of its window, infinite for what cannot be told apart;
+                 error_factor is in them
     covariance   shape (5 entries, 5 entries), in the order of values.ravel()
     verdict      "optimum", or the first of the reasons
     reasons      all that may be said against the fit
     starts       that were tried
+    error_factor by which errors were widened for zeros that fill the decay, see
+                 Sidecar.error_factor
     quality      root mean square of the residual over the noise
     sum_of_squares, expected_decrease   of the residual [noise variances], and what is left to gain
     noise_sd     per channel [signal]
@@ -78,6 +81,7 @@ class ExactFit:
     verdict: str
     reasons: tuple[Reason, ...]
     starts: tuple[StartTried, ...] = field(repr=False)
+    error_factor: float
     quality: float
     sum_of_squares: float
     expected_decrease: float
@@ -153,7 +157,7 @@ class ExactFit:
             )
         except RefusedByLibrary as refused:
             raise ValueError(f'"{expression}": {refused.reason}') from None
-        return value.value, error.value
+        return value.value, self.error_factor * error.value
 
     def to_dataframe(self) -> object:
         """A pandas.DataFrame with a row for each entry: name, type, the values, and their errors
@@ -210,17 +214,22 @@ def read_exact_fit(
     def count(function: str) -> int:
         return int(library.of_fit(function, fit))
 
+    factor = 1.0 if sidecar is None else sidecar.error_factor
+    if sidecar is not None and factor > 1.0:
+        filled = f"{sidecar.measured_points} of {sidecar.points} points were measured"
+        notes = (*notes, f"{filled}, the others are zeros: errors are {factor:.3g} times as large")
     coefficients = table("lineshape", 2 * count("lineshape_coefficients"))
     return ExactFit(
         name=name,
         names=names,
         types=start.types,
         values=table("values", entries, columns),
-        errors=table("errors", entries, columns),
-        covariance=table("covariance", entries * columns, entries * columns),
+        errors=factor * table("errors", entries, columns),
+        covariance=factor**2 * table("covariance", entries * columns, entries * columns),
         verdict=library.verdict_name(count("verdict")),
         reasons=tuple(_reason(library, fit, i, names) for i in range(count("reasons"))),
         starts=tuple(_start_tried(library, fit, i) for i in range(count("starts"))),
+        error_factor=factor,
         quality=library.of_fit("quality", fit),
         sum_of_squares=library.of_fit("sum_of_squares", fit),
         expected_decrease=library.of_fit("expected_decrease", fit),

@@ -16,6 +16,7 @@ from .patterns import PatternContent
 from .results import hz_per_unit
 from .signals import read_signal
 from .start_file import Entry, StartFile
+from .text_pattern import decay_of_lines, parse_text_pattern
 
 Windows = Mapping[tuple[str, Quantity], tuple[float, float]]
 """Least and largest value of parameters, by name of the entry and quantity; Hz, degrees, signal."""
@@ -103,7 +104,7 @@ def _add_entry(
     if entry.type == EntryType.PATTERN:
         if entry.pattern_file not in patterns:
             raise ValueError(f"no contents given for pattern {entry.pattern_file}")
-        decay = _decay_of_pattern(entry.pattern_file, patterns[entry.pattern_file], start.points)
+        decay = _decay_of_pattern(library, start, entry.pattern_file, patterns[entry.pattern_file])
         index, pairs = c_int(), pairs_of(decay)
         library.call("problem_add_pattern", problem, pointer_to(pairs), decay.size, byref(index))
         library.call("problem_set_entry_pattern", problem, number, index.value)
@@ -145,19 +146,28 @@ def _in_hz(start: StartFile, entry: Entry, quantity: Quantity) -> float:
     return entry.parameters[quantity].value * unit
 
 
-def _decay_of_pattern(name: str, content: PatternContent, points: int) -> ComplexArray:
-    """Decay of a binary pattern: undoes pattern_of_fid, but for the half band that it keeps.
+def _decay_of_pattern(
+    library: Library, start: StartFile, name: str, content: PatternContent
+) -> ComplexArray:
+    """Decay of a pattern; of a binary one undoes pattern_of_fid, but for the half band that it keeps.
 
-    The area is a factor of the stored pattern, whatever its first point is.
+    The area is a factor of the stored pattern, whatever its first point is. A path is text where its
+    name has ".pat", as for the programs.
     """
     if isinstance(content, PathLike):
-        if Path(content).suffix != ".bin":
-            raise ValueError(f"pattern {name}: text patterns are read by the programs; {_CLASSIC}")
-        content = read_signal(content, points)
+        path = Path(content)
+        if ".pat" not in path.name:
+            content = read_signal(path, start.points)
+        else:
+            content = path.read_text(encoding="utf-8", errors="surrogateescape")
     if isinstance(content, str):
-        raise ValueError(f"pattern {name}: text patterns are read by the programs; {_CLASSIC}")
-    if content.shape != (points,):
-        raise ValueError(f"pattern {name} of shape {content.shape}; expected ({points},)")
-    centre_first = np.roll(np.conj(content), points // 2)
-    decay: ComplexArray = np.fft.fft(centre_first)
+        lines = parse_text_pattern(content, name)
+        decay = decay_of_lines(library, lines, start.points, start.hz_per_point, start.phi_1)
+    else:
+        if content.shape != (start.points,):
+            shape = f"({start.points},)"
+            raise ValueError(f"pattern {name} of shape {content.shape}; expected {shape}")
+        decay = np.fft.fft(np.roll(np.conj(content), start.points // 2))
+    if decay[0] == 0.0:
+        raise ValueError(f"pattern {name}: its first point of time is 0, so it has no area")
     return decay

@@ -26,6 +26,7 @@ _doubles, _ints = POINTER(c_double), POINTER(c_int)
 _handle, _handle_out = c_void_p, POINTER(c_void_p)
 _SIGNATURES: dict[str, list[type]] = {
     "spectrum_of_fid": [_doubles, c_int, c_int, _doubles],
+    "fid_of_spectrum": [_doubles, c_int, _doubles],
     "noise_sd": [_doubles, c_int, c_int, c_int, _doubles],
     "noise_window": [_doubles, c_int, _ints, _ints],
     "problem_create": [c_int, c_double, _handle_out],
