@@ -19,6 +19,7 @@ struct input_options {
     std::string resize; // empty, "fill", "cut" or a number
     std::string phase;  // empty, "auto" or degrees
     bool conjugate = false;
+    bool combine_coils = false, align_averages = false;
     bool force = false;
 };
 

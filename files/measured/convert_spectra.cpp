@@ -9,7 +9,7 @@
 #include "files/spectra/search_limits.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
-#include "files/measured/open_source.h"
+#include "files/measured/combined_source.h"
 #include "files/measured/signal_items.h"
 
 #include <algorithm>
@@ -49,7 +49,7 @@ static reference_lines open_reference(const input_options &options, const spectr
                                       const spectrum_source &source, const choice &outputs,
                                       std::size_t points) {
     reference_lines lines;
-    lines.source = open_source(own.reference, options.format, "", options.points);
+    lines.source = open_combined(own.reference, "", options, true);
     const spectrum_source &reference = *lines.source;
     lines.chosen = choose_spectra(reference, options.choice, true);
     if (lines.chosen.spectra.size() != 1 && lines.chosen.spectra.size() != outputs.spectra.size())
@@ -91,7 +91,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
     if (own.eddy && own.reference.empty())
         throw tool_error(wrong_usage, "--eddy needs the reference line: --reference FILE");
     const std::unique_ptr<spectrum_source> source =
-        open_source(options.input, options.format, options.json, options.points);
+        open_combined(options.input, options.json, options, false);
     const choice chosen = choose_spectra(*source, options.choice);
     spectrum_conversion conversion(*source, chosen, options, own);
     const signal_facts &facts = source->facts;
@@ -164,6 +164,8 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                 from["index"] = output.index.value_or(0);
             for (const auto &[item, value] : output.place.items()) from[item] = value;
             if (!output.averaged.empty()) from["averaged"] = output.averaged;
+            const nlohmann::ordered_json own_notes = source->notes_of(output.spectra.front());
+            for (const auto &[item, value] : own_notes.items()) from[item].update(value);
 
             const measured_lineshape *shape = nullptr;
             if (lines.source) {
@@ -229,7 +231,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
 
 void import_pattern(const input_options &options, const std::string &output) {
     const std::unique_ptr<spectrum_source> source =
-        open_source(options.input, options.format, options.json, options.points);
+        open_combined(options.input, options.json, options, false);
     const choice chosen = choose_spectra(*source, options.choice);
     if (chosen.spectra.size() != 1)
         throw tool_error(wrong_usage, source->file + ": " + std::to_string(chosen.spectra.size()) +

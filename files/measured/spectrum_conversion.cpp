@@ -275,6 +275,7 @@ std::vector<std::string> spectrum_conversion::remarks() const {
             guess.reason);
     said.insert(said.end(), axis_remarks_.begin(), axis_remarks_.end());
     for (const std::string &text : axis_warnings_) said.push_back(text);
+    for (const std::string &text : source_.remarks()) said.push_back(text);
     for (const std::string &text : source_.warnings) said.push_back(source_.file + ": " + text);
     if (points_ > source_.points)
         said.push_back("filled with zeros from " + std::to_string(source_.points) + " to " +

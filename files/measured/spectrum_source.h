@@ -65,6 +65,12 @@ class spectrum_source {
     virtual void add_to(const std::vector<signal_share> &shares,
                         std::vector<complex_signal> &sums) = 0;
 
+    // What was done to the FID of a spectrum that was handed out, for its sidecar; null for
+    // nothing.
+    virtual nlohmann::ordered_json notes_of(long long) const { return {}; }
+    // The same for a user, a sentence each.
+    virtual std::vector<std::string> remarks() const { return {}; }
+
     long long spectra() const;
     // "voxel 3,4,0, DIM_COIL 2"; empty for a file of one spectrum
     std::string label(long long spectrum) const;

@@ -48,6 +48,10 @@ void add_input_options(option_parser &app, input_options &options, const std::st
                    "take the mean over this dimension, such as DIM_DYN; may be repeated")
         ->type_name("DIM")
         ->allow_extra_args(false);
+    app.add_flag("--combine-coils", options.combine_coils,
+                 "combine the coils of DIM_COIL by their signal and the covariance of their noise");
+    app.add_flag("--align-averages", options.align_averages,
+                 "align the FIDs of DIM_DYN in frequency and phase, and take their mean");
     app.add_option("--voxel", options.choice.voxel,
                    "one voxel of a grid, counted from 0 (default: all that are not zero)")
         ->type_name("X,Y,Z");

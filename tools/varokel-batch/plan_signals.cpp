@@ -3,7 +3,7 @@
 #include "varokel-batch/planned_batch.h"
 
 #include "files/base/tool_error.h"
-#include "files/measured/open_source.h"
+#include "files/measured/combined_source.h"
 #include "files/measured/text_items.h"
 #include "files/nifti/grid_maps.h"
 #include "files/spectra/signal_file.h"
@@ -188,7 +188,7 @@ class signal_writer {
 void plan_signals(const plan_options &options, const std::string &work, planned_batch &batch) {
     input_options input = options.input;
     const std::unique_ptr<spectrum_source> source =
-        open_source(input.input, input.format, input.json, input.points);
+        open_combined(input.input, input.json, input, false);
     const choice chosen = choose_spectra(*source, with_whole_axes(*source, input.choice));
     const std::vector<std::size_t> origin = list_spectra(options, *source, chosen.spectra, batch);
     spectrum_options settled = options.spectrum;

@@ -58,6 +58,10 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
     app.add_option("--resize", own.input.resize, "points of the FID, or cut, or fill")
         ->type_name("N");
     app.add_option("--phase", own.input.phase, "degrees, or auto for each")->type_name("DEG");
+    app.add_flag("--combine-coils", own.input.combine_coils,
+                 "combine the coils of DIM_COIL, as varokel-import does");
+    app.add_flag("--align-averages", own.input.align_averages,
+                 "align the FIDs of DIM_DYN and take their mean, as varokel-import does");
     app.add_flag("--conjugate", own.input.conjugate, "reverse the sense of frequency");
     app.add_option("--dwell", own.spectrum.dwell_time, "dwell time [s]")
         ->type_name("S")
@@ -69,6 +73,9 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
         ->type_name("MHZ")
         ->check(tools::positive_number);
     app.add_option("--ppm-at-carrier", own.spectrum.ppm_at_carrier, "chemical shift of the carrier")
+        ->type_name("PPM");
+    app.add_option("--reference-peak", own.spectrum.reference_text,
+                   "set the ppm axis by this line of known shift, as \"NAA 2.01 ppm\"")
         ->type_name("PPM");
     app.add_option("--axis", own.spectrum.axis, "ppm along the points: rising or falling")
         ->type_name("SENSE")
