@@ -16,6 +16,7 @@ struct split_vector {
 class transform_plan {
   public:
     static constexpr int most_points = 1 << 24;
+    static constexpr int factors_per_butterfly = 6; // w, w^2, w^3: real and imaginary parts
 
     // Whether there is a plan for n points: n = 1, 2, 4 ... most_points.
     static bool exists_for(long long n);
