@@ -260,4 +260,8 @@ for signal in TERM HUP KILL; do
 done
 status 0 "$batch" plan grid.nii --start start.par --noise 0:31 -o stopped
 true_that "and nothing of the killed one" test -z "$(ls -d stopped/.varokel-plan.* 2>/dev/null)"
+# nor one that was killed before it had signed its folder
+mkdir -p unsigned/.varokel-plan.0123456789abcdef
+status 0 "$batch" plan grid.nii --start start.par --noise 0:31 -o unsigned
+true_that "which nobody owns, so nobody removes it" test -d unsigned/.varokel-plan.0123456789abcdef
 finish

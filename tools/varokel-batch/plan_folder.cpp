@@ -23,6 +23,15 @@ static bool is_there(const std::string &name) {
     return identity_of(name).is_there();
 }
 
+// Whether there is anything but the folders of plans that were killed: one that had no time to sign
+// its folder leaves one that nobody can call his own.
+static bool holds_others(const std::string &folder) {
+    std::error_code error;
+    for (const fs::directory_entry &each : fs::directory_iterator(folder, error))
+        if (!each.path().filename().string().starts_with(work_prefix)) return true;
+    return static_cast<bool>(error);
+}
+
 plan_folder::plan_folder(const std::string &name, bool force) : name_(name) {
     std::error_code error;
     if (fs::exists(name, error) && !fs::is_directory(name, error))
@@ -41,7 +50,7 @@ plan_folder::plan_folder(const std::string &name, bool force) : name_(name) {
     }
     const std::string purpose = "plan in " + identity_of(fs::canonical(name).string()).text();
     remove_leftovers(name, work_prefix, purpose);
-    if (!replaced_ && !fs::is_empty(name, error))
+    if (!replaced_ && holds_others(name))
         throw tool_error(bad_output, name + ": is not empty and holds no plan; choose another "
                                             "folder");
     work_ = std::make_unique<own_folder>(name, work_prefix, purpose);
