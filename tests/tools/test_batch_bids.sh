@@ -68,4 +68,25 @@ printf 'x' >data/sub-02/mrs/sub-02_svs.nii
 status 1 "$bids" data made2 participant --start start.par
 holds err "sub-02_svs.nii"
 true_that "the others are there" test -s made2/sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv
+
+# what is there stays, what is missing is done, and nothing of another kind counts as there
+cp single.nii data/sub-02/mrs/sub-02_svs.nii
+stamp=$(stat -c %y made2/sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv)
+status 0 "$bids" data made2 participant --start start.par --resume
+true_that "the missing one is there" test -s made2/sub-02/mrs/sub-02_desc-fit_svs.tsv
+true_that "the other was kept" test "$stamp" = "$(stat -c %y made2/sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv)"
+status 4 "$bids" data made2 participant --start start.par --resume --method classic
+holds err 'was made with another Method'
+echo '# changed' >>start.par
+status 4 "$bids" data made2 participant --start start.par --resume
+holds err 'was made with another StartFileSHA256'
+status 2 "$bids" data made2 participant --start start.par --resume --force
+
+# two files of one name have one name for their results; a name too long for them is refused; others go on
+gzip -c single.nii >data/sub-02/mrs/sub-02_svs.nii.gz
+cp single.nii "data/sub-02/mrs/sub-02_acq-$(printf 'a%.0s' {1..230})_svs.nii"
+status 1 "$bids" data made3 participant --start start.par --participant-label 02
+holds err 'a .nii and a .nii.gz of this name'
+true_that "neither of the two" test ! -e made3/sub-02/mrs/sub-02_desc-fit_svs.tsv
+true_that "the other one" test -s made3/sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv
 finish

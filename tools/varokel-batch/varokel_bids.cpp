@@ -14,6 +14,7 @@
 
 #include "common/command_line.h"
 #include "common/run_tool.h"
+#include "varokel-batch/bids_names.h"
 #include "varokel-batch/merge_batch.h"
 #include "varokel-batch/plan_batch.h"
 #include "varokel-batch/run_batch.h"
@@ -25,7 +26,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <set>
+#include <map>
 #include <sstream>
 
 #include <unistd.h>
@@ -39,68 +40,8 @@ struct bids_options {
     std::vector<std::string> labels, sessions, average, index;
     int workers = 1;
     double limit = 0.0;
-    bool force = false;
+    bool force = false, resume = false;
 };
-
-// Ending of the measured file, or an empty text.
-static std::string ending_of(const std::string &name) {
-    for (const char *const ending : {"_svs.nii.gz", "_mrsi.nii.gz", "_svs.nii", "_mrsi.nii"})
-        if (name.ends_with(ending)) return ending;
-    return "";
-}
-
-// "sub-01" and "01" are both understood.
-static std::string without(const std::string &label, const std::string &prefix) {
-    return label.starts_with(prefix) ? label.substr(prefix.size()) : label;
-}
-
-static std::vector<fs::path> folders_in(const fs::path &place, const std::string &prefix) {
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (const fs::directory_entry &each : fs::directory_iterator(place, error))
-        if (each.is_directory(error) && each.path().filename().string().starts_with(prefix))
-            found.push_back(each.path());
-    std::sort(found.begin(), found.end());
-    return found;
-}
-
-static std::vector<fs::path> measurements(const bids_options &own) {
-    std::error_code error;
-    if (!fs::is_regular_file(fs::path(own.data_set) / "dataset_description.json", error))
-        throw tool_error(tools::bad_input, own.data_set +
-                                               ": no dataset_description.json; expected the top "
-                                               "folder of a BIDS data set");
-    std::set<std::string> wanted, sessions, seen;
-    for (const std::string &label : own.labels) wanted.insert(without(label, "sub-"));
-    for (const std::string &label : own.sessions) sessions.insert(without(label, "ses-"));
-    std::vector<fs::path> files;
-    for (const fs::path &subject : folders_in(own.data_set, "sub-")) {
-        const std::string label = without(subject.filename().string(), "sub-");
-        if (!wanted.empty() && !wanted.contains(label)) continue;
-        seen.insert(label);
-        std::vector<fs::path> places;
-        if (sessions.empty()) places.push_back(subject);
-        for (const fs::path &session : folders_in(subject, "ses-"))
-            if (sessions.empty() || sessions.contains(without(session.filename().string(), "ses-")))
-                places.push_back(session);
-        for (const fs::path &place : places) {
-            std::vector<fs::path> here;
-            for (const fs::directory_entry &file : fs::directory_iterator(place / "mrs", error))
-                if (!ending_of(file.path().filename().string()).empty()) here.push_back(file);
-            std::sort(here.begin(), here.end());
-            files.insert(files.end(), here.begin(), here.end());
-        }
-    }
-    for (const std::string &label : wanted)
-        if (!seen.contains(label))
-            throw tool_error(tools::bad_input, own.data_set + ": no sub-" + label +
-                                                   "; expected a participant of the data set");
-    if (files.empty())
-        throw tool_error(tools::bad_input, own.data_set +
-                                               ": no sub-*/[ses-*/]mrs/*_svs.nii[.gz] or "
-                                               "*_mrsi.nii[.gz]; expected NIfTI-MRS files");
-    return files;
-}
 
 static void write_json(const fs::path &name, const nlohmann::ordered_json &items) {
     tools::write_files({{name.string(), tools::json_text(items, 2, name.string()) + "\n"}}, {},
@@ -174,17 +115,50 @@ static std::string label_of_map(const std::string &stem) {
     return label;
 }
 
+// What derivatives are made of, and how: beside them, and what --resume compares.
+static nlohmann::ordered_json made_from(const bids_options &own, const fs::path &relative,
+                                        const fs::path &file) {
+    nlohmann::ordered_json about;
+    about["Sources"] = {"bids:raw:" + (relative / file.filename()).generic_string()};
+    about["SourceSHA256"] = tools::sha256_of_file(file.string());
+    about["StartValues"] = own.values;
+    about["Method"] = own.method;
+    if (!own.start.empty()) about["StartFileSHA256"] = tools::sha256_of_file(own.start);
+    if (!own.peaks.empty()) about["PeaksSHA256"] = tools::sha256_of_file(own.peaks);
+    if (!own.names.empty()) about["NamesSHA256"] = tools::sha256_of_file(own.names);
+    if (!own.average.empty()) about["AveragedOver"] = own.average;
+    if (!own.index.empty()) about["Index"] = own.index;
+    return about;
+}
+
+// Whether the derivatives of a table are there, and made from these. Errors: bad_output when they
+// are, but of something else.
+static bool is_done(const fs::path &table, const nlohmann::ordered_json &about) {
+    std::error_code error;
+    if (!fs::exists(table, error)) return false;
+    fs::path sidecar = table;
+    sidecar.replace_extension(".json");
+    const nlohmann::ordered_json there = tools::json_of_file(sidecar.string());
+    for (const auto &[item, value] : about.items())
+        if (!there.is_object() || !there.contains(item) || there[item] != value)
+            throw tool_error(tools::bad_output, table.string() + ": was made with another " + item +
+                                                    "; --force replaces it");
+    return true;
+}
+
 static int fit_one(const bids_options &own, const fs::path &file) {
-    const std::string name = file.filename().string(), ending = ending_of(name);
-    const std::string base = name.substr(0, name.size() - ending.size());
+    const std::string name = file.filename().string();
+    const tools::measured_name parts = tools::parts_of(file);
     // by its names, not by where links on the way lead
     const fs::path relative = file.parent_path().lexically_relative(own.data_set);
     const fs::path target = folder_in_output(own, relative);
     std::error_code error;
-    const std::string suffix = ending.starts_with("_svs") ? "svs" : "mrsi";
-    const fs::path table = target / (base + "_desc-fit_" + suffix + ".tsv");
+    const fs::path table = target / parts.derivative("fit", ".tsv");
+    nlohmann::ordered_json about = made_from(own, relative, file);
+    if (own.resume && is_done(table, about)) return tools::all_right;
     if (fs::exists(table, error) && !own.force)
-        throw tool_error(tools::bad_output, table.string() + ": exists; --force replaces it");
+        throw tool_error(tools::bad_output, table.string() + ": exists; --force replaces it, "
+                                                             "--resume does what is missing");
     const char *const set = std::getenv("TMPDIR");
     const std::string place =
         own.scratch.empty() ? (set != nullptr && *set != '\0' ? set : "/tmp") : own.scratch;
@@ -235,16 +209,13 @@ static int fit_one(const bids_options &own, const fs::path &file) {
     if (status > tools::different) return status; // a signal
 
     const fs::path run(plan.folder);
-    nlohmann::ordered_json about;
     about["Description"] = "Lines and patterns fitted to " + name;
-    about["Sources"] = {"bids:raw:" + (relative / name).generic_string()};
-    about["SourceSHA256"] = tools::sha256_of_file(copy);
-    about["StartValues"] = own.values;
-    about["Method"] = own.method;
+    if (about["SourceSHA256"] != tools::sha256_of_file(copy))
+        throw tool_error(tools::bad_input, file.string() + ": was changed while it was fitted");
     const auto put = [&](const fs::path &from, const std::string &description,
                          const std::string &extension) {
         if (!fs::exists(from, error)) return;
-        const fs::path to = target / (base + "_desc-" + description + "_" + suffix + extension);
+        const fs::path to = target / parts.derivative(description, extension);
         move_result(from, to);
         std::cout << to.string() << '\n';
     };
@@ -262,9 +233,7 @@ static int fit_one(const bids_options &own, const fs::path &file) {
         nlohmann::ordered_json items = about;
         items["Description"] = stem + " of the fit of " + name;
         put(map.path(), label_of_map(stem), ".nii.gz");
-        const fs::path sidecar =
-            target / (base + "_desc-" + label_of_map(stem) + "_" + suffix + ".json");
-        write_json(sidecar, items);
+        write_json(target / parts.derivative(label_of_map(stem), ".json"), items);
     }
     put(run / "results.json", "fit", ".json");
     put(run / "results.tsv", "fit", ".tsv"); // last: it says that all are there
@@ -317,6 +286,9 @@ int main(int argc, char **argv) {
                    "place for copies and fits (default TMPDIR, else /tmp)")
         ->type_name("DIR");
     app.add_option("--varokel", own.program, "the program that fits")->type_name("FILE");
+    app.add_flag(
+        "--resume", own.resume,
+        "keep derivatives that are there and were made from the same files in the same way");
     app.add_flag("--force", own.force, "replace derivatives that are there");
     tools::common_options(app,
                           "  varokel-bids /data /data/derivatives/varokel participant "
@@ -324,7 +296,10 @@ int main(int argc, char **argv) {
                           "0 all right, 1 some fits failed");
     return tools::run_tool("varokel-bids", [&] {
         if (const std::optional<int> end = tools::parse_command_line(app, argc, argv)) return *end;
-        const std::vector<fs::path> files = measurements(own);
+        if (own.force && own.resume)
+            throw tool_error(tools::wrong_usage, "--force and --resume exclude each other");
+        const std::vector<fs::path> files =
+            tools::measurements(own.data_set, own.labels, own.sessions);
         std::error_code error;
         fs::create_directories(own.output, error);
         if (!fs::is_directory(own.output, error))
@@ -332,9 +307,15 @@ int main(int argc, char **argv) {
                                                              "yours?");
         describe_output(own);
         int status = tools::all_right;
+        std::map<fs::path, int> of_one_name;
+        for (const fs::path &file : files) ++of_one_name[tools::shared_name(file)];
         for (const fs::path &file : files) {
             int own_status = tools::all_right;
             try {
+                if (of_one_name[tools::shared_name(file)] > 1)
+                    throw tool_error(tools::bad_input,
+                                     "there is a .nii and a .nii.gz of this name, and one name for "
+                                     "the results of both; expected one of them");
                 own_status = fit_one(own, file);
             } catch (const tool_error &fault) { // the others of the data set go on
                 if (fault.status() != tools::bad_input || files.size() == 1) throw;
