@@ -161,7 +161,8 @@ void model_workspace::products_of_terms(const model &of) {
 }
 
 double model_workspace::linearize(const model &of, std::span<const double> x, bool curvature) {
-    if (!curvature && !linearized_at_.empty() && std::ranges::equal(linearized_at_, x))
+    if (!curvature && !linearized_at_.empty() &&
+        std::equal(linearized_at_.begin(), linearized_at_.end(), x.begin(), x.end()))
         return products_.back();
     take_values(of, x);
     if (curvature) take_back(of, residual_);
