@@ -2,6 +2,7 @@
 #include "files/measured/condition_fid.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/complex_polar.h"
 #include "files/spectra/search_limits.h"
 #include "files/measured/text_items.h"
 
@@ -50,12 +51,12 @@ void conjugate(complex_signal &fid) {
 }
 
 void turn_phase(complex_signal &fid, double degrees) {
-    const std::complex<double> turn = std::polar(1.0, degrees * std::numbers::pi / 180.0);
+    const std::complex<double> turn = turn_by(degrees * std::numbers::pi / 180.0);
     for (std::complex<double> &point : fid) point *= turn;
 }
 
 double phase_of_first_point(const complex_signal &fid) {
-    return fid.empty() ? 0.0 : -std::arg(fid.front()) * 180.0 / std::numbers::pi;
+    return fid.empty() ? 0.0 : -angle_of(fid.front()) * 180.0 / std::numbers::pi;
 }
 
 complex_signal binary_pattern(const complex_signal &fid) {
@@ -81,8 +82,8 @@ static double strongest_frequency(const complex_signal &fid) {
     std::size_t top = 0;
     for (std::size_t i = 1; i < n; ++i)
         if (std::norm(spectrum[i]) > std::norm(spectrum[top])) top = i;
-    const double below = std::abs(spectrum[(top + n - 1) % n]), here = std::abs(spectrum[top]),
-                 above = std::abs(spectrum[(top + 1) % n]);
+    const double below = size_of(spectrum[(top + n - 1) % n]), here = size_of(spectrum[top]),
+                 above = size_of(spectrum[(top + 1) % n]);
     const double bend = below - 2.0 * here + above;
     const double shift = bend < 0.0 ? 0.5 * (below - above) / bend : 0.0;
     const double place = (static_cast<double>(top) + shift) / static_cast<double>(n) - 0.5;
@@ -116,11 +117,11 @@ measured_lineshape lineshape_of(const complex_signal &water, const std::string &
     double unsteady = 0.0, previous = 0.0;
     for (std::size_t k = 0; k < n; ++k) {
         const double steady = 2.0 * std::numbers::pi * shape.frequency * static_cast<double>(k);
-        const std::complex<double> still = water[k] * std::polar(1.0, -steady);
+        const std::complex<double> still = water[k] * turn_by(-steady);
         shape.line[k] = still / water.front();
-        if (reliable && std::abs(water[k]) <= 5.0 * noise) reliable = false;
+        if (reliable && size_of(water[k]) <= 5.0 * noise) reliable = false;
         if (reliable) {
-            const double angle = std::arg(still);
+            const double angle = angle_of(still);
             unsteady = k == 0 ? angle
                               : unsteady + std::remainder(angle - previous, 2.0 * std::numbers::pi);
             previous = angle;
@@ -136,7 +137,7 @@ measured_lineshape lineshape_of(const complex_signal &water, const std::string &
 
 void correct_eddy_currents(complex_signal &fid, const measured_lineshape &reference) {
     for (std::size_t k = 0; k < fid.size() && k < reference.phase.size(); ++k)
-        fid[k] *= std::polar(1.0, -reference.phase[k]);
+        fid[k] *= turn_by(-reference.phase[k]);
 }
 
 } // namespace tools

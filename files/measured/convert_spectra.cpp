@@ -6,6 +6,7 @@
 #include "files/base/output_file.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/complex_polar.h"
 #include "files/spectra/search_limits.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
@@ -198,9 +199,9 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                 complex_signal line = shape->line;
                 if (own.eddy)
                     for (std::size_t k = 0; k < line.size(); ++k)
-                        line[k] *= std::polar(1.0, 2.0 * std::numbers::pi * shape->frequency *
-                                                           static_cast<double>(k) -
-                                                       shape->phase[k] + shape->phase[0]);
+                        line[k] *= turn_by(2.0 * std::numbers::pi * shape->frequency *
+                                               static_cast<double>(k) -
+                                           shape->phase[k] + shape->phase[0]);
                 line.resize(static_cast<std::size_t>(n));
                 batch.add({signal_name + ".ref", signal_bytes(line)});
                 report += signal_name + ".ref\n";

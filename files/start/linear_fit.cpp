@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/linear_fit.h"
 
+#include "files/spectra/complex_polar.h"
+
 #include "kernel/ranked_cholesky.h"
 
 #include <algorithm>
@@ -77,7 +79,7 @@ static void subtract(const std::vector<std::complex<double>> &products, complex_
 }
 
 static std::complex<double> turn(double degrees) {
-    return std::polar(1.0, degrees * std::numbers::pi / 180.0);
+    return turn_by(degrees * std::numbers::pi / 180.0);
 }
 
 struct area_group {
@@ -141,12 +143,12 @@ static void estimate_phases(const std::vector<std::complex<double>> &products,
             const double energy = products[k * n + k].real();
             if (!entries[k].phase_known)
                 sum[entries[k].phase_root] +=
-                    c * std::abs(c) * entries[k].area_factor * entries[k].area_factor * energy;
+                    c * size_of(c) * entries[k].area_factor * entries[k].area_factor * energy;
         }
     }
     for (estimated_entry &e : entries)
         if (!e.phase_known)
-            e.phase = std::arg(sum[e.phase_root]) * 180.0 / std::numbers::pi + e.phase_offset;
+            e.phase = angle_of(sum[e.phase_root]) * 180.0 / std::numbers::pi + e.phase_offset;
 }
 
 std::vector<std::size_t> estimate_areas(const std::vector<std::complex<double>> &products,
