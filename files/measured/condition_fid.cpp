@@ -90,6 +90,41 @@ static double strongest_frequency(const complex_signal &fid) {
     return place < -0.5 ? place + 1.0 : place;
 }
 
+double share_of_strongest_line(const complex_signal &fid, double half_width) {
+    std::size_t n = 1;
+    while (2 * n <= std::min(fid.size(), std::size_t{1} << 20)) n *= 2;
+    const complex_signal spectrum =
+        engine::spectrum_of_fid({fid.data(), n}, static_cast<int>(n), engine::whole);
+    const double centre = strongest_frequency(fid);
+    // the median power is that of noise, of which it is ln 2 of the mean; lines are the smaller
+    // part
+    std::vector<double> powers(n);
+    for (std::size_t i = 0; i < n; ++i) powers[i] = std::norm(spectrum[i]);
+    std::vector<double> sorted = powers;
+    std::nth_element(sorted.begin(), sorted.begin() + static_cast<std::ptrdiff_t>(n / 2),
+                     sorted.end());
+    const double noise = sorted[n / 2] / 0.6931471805599453;
+    double inside = 0.0, all = 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double place = static_cast<double>(i) / static_cast<double>(n) - 0.5;
+        all += powers[i] - noise;
+        if (std::fabs(std::remainder(place - centre, 1.0)) <= half_width)
+            inside += powers[i] - noise;
+    }
+    return inside / all;
+}
+
+bool is_copy(const complex_signal &fid, const complex_signal &other) {
+    std::complex<double> along = 0.0;
+    double own = 0.0, theirs = 0.0;
+    for (std::size_t k = 0; k < std::min(fid.size(), other.size()); ++k) {
+        along += std::conj(other[k]) * fid[k];
+        own += std::norm(fid[k]);
+        theirs += std::norm(other[k]);
+    }
+    return own > 0.0 && theirs > 0.0 && std::norm(along) >= (1.0 - 1e-3) * own * theirs;
+}
+
 measured_lineshape lineshape_of(const complex_signal &water, const std::string &file) {
     if (water.empty() || water.front() == 0.0)
         throw tool_error(bad_input, file + ": the first point of the reference is 0; expected the "

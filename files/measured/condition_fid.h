@@ -45,6 +45,13 @@ struct measured_lineshape {
 // Errors: bad_input when the first point is 0 or nothing stands above the noise.
 measured_lineshape lineshape_of(const complex_signal &water, const std::string &file);
 
+// Of the power of an FID above its noise, the part within half_width of its strongest point [cycles
+// per point]; 1 for a single line. Not a number for noise alone.
+double share_of_strongest_line(const complex_signal &fid, double half_width);
+
+// Whether one FID is the other one times a factor, to a thousandth of its power.
+bool is_copy(const complex_signal &fid, const complex_signal &other);
+
 // Multiplies by exp(-i phase): lines become as they would be in a steady field, and the line of the
 // reference comes to the carrier with phase 0.
 //

@@ -72,6 +72,25 @@ static reference_lines open_reference(const input_options &options, const spectr
     return lines;
 }
 
+// A reference that is the data, or that has many lines, would divide the data by itself: every area
+// would be wrong, silently. Within 0.5 ppm (60 Hz where nothing is known) of its strongest point a
+// reference has four fifths of its power, eddy currents or not.
+static void refuse_no_reference(const complex_signal &water, const complex_signal &data,
+                                const std::string &file, const signal_facts &facts) {
+    static constexpr double least_share = 0.8;
+    if (is_copy(water, data))
+        throw tool_error(bad_input, file + ": the reference is the data itself; expected the FID "
+                                           "of a strong single line of the same voxel");
+    const double half_width = (facts.mhz ? 0.5 * *facts.mhz : 60.0) * *facts.dwell_time;
+    const double share = share_of_strongest_line(water, half_width);
+    if (share < least_share)
+        throw tool_error(bad_input,
+                         file + ": the reference is no single line: only " +
+                             std::to_string(std::lround(100.0 * share)) +
+                             " % of its power stand around its strongest point; expected the FID "
+                             "of a strong single line, such as water without suppression");
+}
+
 // The one spectrum of an import that takes eddy currents out.
 static complex_signal corrected_spectrum(const spectrum_conversion &conversion,
                                          spectrum_source &source, const choice &chosen,
@@ -143,6 +162,8 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                     if (chosen.grid &&
                         std::all_of(water.begin(), water.end(), [](auto v) { return v == 0.0; }))
                         continue; // such voxels hold no data either
+                    refuse_no_reference(water, fids[std::min(w - begin, fids.size() - 1)],
+                                        lines.source->file, facts);
                     if (lines.source->opposite_sense != options.conjugate) conjugate(water);
                     shapes.emplace(w, lineshape_of(water, lines.source->file));
                 }

@@ -3,6 +3,7 @@
 
 #include "files/base/tool_error.h"
 #include "files/spectra/point_range.h"
+#include "files/measured/remove_lines.h"
 #include "files/measured/signal_items.h"
 #include "files/measured/text_items.h"
 
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numbers>
 #include <set>
 
 namespace tools {
@@ -115,6 +117,18 @@ static noise_choice choose_noise(const complex_signal &spectrum, const point_str
             "others hold lines"};
 }
 
+// "4.2:5.1" [ppm], in any order.
+static std::pair<double, double> removed_stretch(const std::string &text) {
+    const std::size_t colon = text.find(':');
+    const std::optional<double> low = number_of(text.substr(0, colon));
+    const std::optional<double> high =
+        colon == std::string::npos ? std::nullopt : number_of(text.substr(colon + 1));
+    if (!low || !high || *low == *high)
+        throw tool_error(wrong_usage, "--remove-water " + text +
+                                          ": expected two shifts in ppm, such as 4.2:5.1");
+    return std::minmax({*low, *high});
+}
+
 spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &chosen,
                                          const input_options &options, const spectrum_options &own)
     : source_(source), options_(options), reference_peak_(own.reference_peak), eddy_(own.eddy),
@@ -142,6 +156,12 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
                 source.warnings.push_back("coils are averaged as they are; with unlike phases "
                                           "they cancel. Combine them first if so");
     items_ = common_items(source, conjugated_, rises_, points_);
+    if (!own.remove_water.empty()) {
+        removed_ = removed_stretch(own.remove_water);
+        if (!facts.mhz || !facts.ppm_at_carrier)
+            throw tool_error(bad_input, source.file + ": --remove-water needs ppm; expected "
+                                                      "--frequency and --ppm-at-carrier");
+    }
     for (const guessed_value &guess : source.guesses)
         items_["guessed"].push_back(
             {{"item", guess.item},
@@ -171,7 +191,45 @@ complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measur
     if (conjugated_) conjugate(fid);
     if (eddy != nullptr) correct_eddy_currents(fid, *eddy);
     apply_phase(fid, options_.phase, sidecar);
+    if (removed_) take_lines_out(fid, sidecar);
     return engine::spectrum_of_fid(*plan_, fid);
+}
+
+static double power_of(const complex_signal &fid) {
+    double sum = 0.0;
+    for (const std::complex<double> &point : fid) sum += std::norm(point);
+    return sum;
+}
+
+void spectrum_conversion::take_lines_out(complex_signal &fid,
+                                         nlohmann::ordered_json *sidecar) const {
+    static constexpr int order = 25;
+    const double carrier = items_["ppm_at_carrier"].get<double>();
+    const double per_ppm = (rises_ ? 1.0 : -1.0) * items_["spectrometer_mhz"].get<double>() *
+                           items_["dwell_time_s"].get<double>();
+    const auto [low, high] = std::minmax(
+        {(removed_->first - carrier) * per_ppm, (removed_->second - carrier) * per_ppm});
+    const double before = power_of(fid);
+    const std::vector<oscillation> lines =
+        remove_lines(fid, static_cast<std::size_t>(points_before_zeros(fid)), low, high, order);
+    if (sidecar == nullptr) return;
+    nlohmann::ordered_json &own = (*sidecar)["lines_removed"];
+    own = {{"from_ppm", removed_->first}, {"to_ppm", removed_->second}, {"order", order}};
+    own["lines"] = nlohmann::ordered_json::array();
+    for (const oscillation &each : lines)
+        own["lines"].push_back(
+            {{"ppm", carrier + each.frequency / per_ppm},
+             {"width_hz", each.damping / (std::numbers::pi * items_["dwell_time_s"].get<double>())},
+             {"amplitude", std::abs(each.amplitude)}});
+    const double percent = before > 0.0 ? 100.0 * (1.0 - power_of(fid) / before) : 0.0;
+    own["power_percent"] = percent;
+    char text[160];
+    std::snprintf(
+        text, sizeof text,
+        "lines from %.4g to %.4g ppm were taken out of the FID: %zu of %d, %.3g %% of its "
+        "power",
+        removed_->first, removed_->second, lines.size(), order, percent);
+    own["text"] = text;
 }
 
 bool spectrum_conversion::shares_noise() const {
@@ -243,6 +301,8 @@ engine::noise_window spectrum_conversion::describe(const complex_signal &spectru
         {"chosen_by", noise.chosen_by},  {"method", noise.method}};
     if (shared_noise_) sidecar["noise_window"]["shared_by_spectra"] = shared_by_;
     if (fit_points_) sidecar["fit_interval_points"] = {fit_points_->first, fit_points_->second};
+    if (sidecar.contains("lines_removed") && removed_remark_.empty())
+        removed_remark_ = sidecar["lines_removed"]["text"].get<std::string>();
     std::vector<std::string> warnings = source_.warnings;
     warnings.insert(warnings.end(), axis_warnings_.begin(), axis_warnings_.end());
     if (source_.format == "LCModel RAW" &&
@@ -275,6 +335,7 @@ std::vector<std::string> spectrum_conversion::remarks() const {
             guess.reason);
     said.insert(said.end(), axis_remarks_.begin(), axis_remarks_.end());
     for (const std::string &text : axis_warnings_) said.push_back(text);
+    if (!removed_remark_.empty()) said.push_back(removed_remark_);
     for (const std::string &text : source_.remarks()) said.push_back(text);
     for (const std::string &text : source_.warnings) said.push_back(source_.file + ": " + text);
     if (points_ > source_.points)

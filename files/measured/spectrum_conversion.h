@@ -53,6 +53,7 @@ class spectrum_conversion {
 
   private:
     bool shares_noise() const; // whether a window is looked for
+    void take_lines_out(complex_signal &fid, nlohmann::ordered_json *sidecar) const;
     void take_axis(const reference_search &search);
     std::string other_axis() const; // what --axis would have to be for the other sense
     spectrum_source &source_;
@@ -68,6 +69,8 @@ class spectrum_conversion {
     long long shared_by_ = 0;
     long long measured_ = 0, with_zeros_ = 0; // most of all FIDs; FIDs with zeros at the end
     nlohmann::ordered_json items_;
+    std::optional<std::pair<double, double>> removed_; // stretch that is taken out [ppm]
+    std::string removed_remark_;                       // of the first spectrum
     std::vector<std::string> axis_remarks_, axis_warnings_;
     long long mirrored_ = 0, unknown_noise_ = 0;
 };

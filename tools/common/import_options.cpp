@@ -92,6 +92,10 @@ void add_spectrum_options(option_parser &app, spectrum_options &options, const s
     app.add_option("--nucleus", options.nucleus, "such as 31P")->type_name("NAME");
     app.add_option("--noise", options.noise, "points of the spectrum that hold noise only")
         ->type_name("FIRST:LAST");
+    app.add_option("--remove-water", options.remove_water,
+                   "take the lines between two shifts out of the FID, such as residual water: "
+                   "4.2:5.1 [ppm]")
+        ->type_name("LOW:HIGH");
     app.add_option("--reference", options.reference,
                    "FID of a strong single line (water) of the same voxel: written as .ref, the "
                    "measured lineshape of fit mode 2")

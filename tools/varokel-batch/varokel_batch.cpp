@@ -77,6 +77,9 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
     app.add_option("--reference-peak", own.spectrum.reference_text,
                    "set the ppm axis by this line of known shift, as \"NAA 2.01 ppm\"")
         ->type_name("PPM");
+    app.add_option("--remove-water", own.spectrum.remove_water,
+                   "take the lines between two shifts out of each FID, as varokel-import does")
+        ->type_name("LOW:HIGH");
     app.add_option("--axis", own.spectrum.axis, "ppm along the points: rising or falling")
         ->type_name("SENSE")
         ->check(tools::one_of({"rising", "falling"}));

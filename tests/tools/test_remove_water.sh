@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+#
+# Residual water out of the FID before the fit, and references that are none.
+. "$(dirname "$0")/harness.sh"
+
+# fid WATER: NAA and Cr at 3 T, and water of a distorted shape so many times as high
+fid() {
+    perl -e '
+        my ($water) = @ARGV;
+        srand 3;
+        my $pi = atan2(0, -1);
+        my @lines = ([2.01, 3, 4, 0], [3.03, 2, 4, 0]);
+        push @lines, [4.65 + 0.012 * $_, $water, 8 + 3 * $_, 0.4 * $_] for -1 .. 1;
+        for my $k (0 .. 1023) {
+            my ($re, $im) = (0, 0);
+            for (@lines) {
+                my $w = -2 * $pi * ($_->[0] - 4.65) * 123.25 * $k * 0.0005 + $_->[3];
+                my $a = $_->[1] * exp(-$pi * $_->[2] * $k * 0.0005);
+                $re += $a * cos $w; $im += $a * sin $w;
+            }
+            my $r = 0.05 * sqrt(-2 * log(1 - rand)); my $f = 2 * $pi * rand;
+            printf "%.9g %.9g\n", $re + $r * cos $f, $im + $r * sin $f;
+        }' -- "$1"
+}
+nifti() { perl "$tree/tests/tools/fid_file.pl" nifti; }
+fid 100 | nifti >wet.nii
+fid 0 | nifti >dry.nii
+cat >peaks.txt <<'TEXT'
+name  type     frequency[ppm]  lorentz[Hz]  phase
+NAA   lorentz  2.01            5            ?
+Cr    lorentz  3.03            =NAA         =NAA
+interval: 1.7 to 3.4 ppm
+TEXT
+cell() {
+    awk -F '\t' -v row="$2" -v name="$3" '
+        NR == 1 { for (i = 1; i <= NF; i++) if ($i == name) c = i } NR == row + 1 { print $c }' "$1"
+}
+status 0 "$programs/varokel-fit" dry.nii peaks.txt -o dry
+status 0 "$programs/varokel-fit" wet.nii peaks.txt -o removed --remove-water 4.2:5.1
+holds err 'lines from 4.2 to 5.1 ppm were taken out of the FID'
+holds removed/report.html 'lines from 4.2 to 5.1 ppm were taken out of the FID'
+holds removed/wet.json '"power_percent": 99.9'
+for row in 1 2; do # the same noise: what differs is what the removal did
+    true_that "area of row $row as without water" perl -e 'exit !(abs($ARGV[0] / $ARGV[1] - 1) < 0.005)' -- \
+        "$(cell removed/results.tsv $row area)" "$(cell dry/results.tsv $row area)"
+done
+true_that 'and no worse a fit' perl -e 'exit !($ARGV[0] < 1.05 * $ARGV[1])' -- \
+    "$(cell removed/quality.tsv 1 fit_quality)" "$(cell dry/quality.tsv 1 fit_quality)"
+status 2 "$programs/varokel-import" wet.nii -o none --remove-water 4.2
+holds err '--remove-water 4.2: expected two shifts in ppm'
+status 2 "$programs/varokel-import" wet.nii -o none --remove-water 4.2:four
+# a stretch without lines changes the spectrum by less than its noise
+status 0 "$programs/varokel-import" dry.nii -o nothing --remove-water 6:7
+status 0 "$programs/varokel-compare" nothing/dry.bin dry/dry.bin --signal --rel 0.001 --abs 0.002
+
+# ---- a reference that is the data, or has many lines ----
+status 3 "$programs/varokel-import" wet.nii -o none --reference wet.nii
+holds err 'wet.nii: the reference is the data itself'
+perl -e 'my @b = <STDIN>; print map { sprintf "%.9g %.9g\n", map { -2.5 * $_ } split } @b' <<<"$(fid 100)" | nifti >scaled.nii
+status 3 "$programs/varokel-import" wet.nii -o none --reference scaled.nii --eddy
+holds err 'scaled.nii: the reference is the data itself'
+status 3 "$programs/varokel-import" wet.nii -o none --reference dry.nii
+holds err 'dry.nii: the reference is no single line: only'
+fid 30000 | nifti >water.nii
+status 0 "$programs/varokel-import" dry.nii -o good --reference water.nii --eddy
+true_that 'nothing of the refused ones' test ! -e none
+finish
