@@ -48,15 +48,18 @@ static void write_json(const fs::path &name, const nlohmann::ordered_json &items
                        true);
 }
 
-static void move_result(const fs::path &from, const fs::path &to) {
+// Errors: bad_input, bad_output.
+static void copy_bytes(const fs::path &from, const fs::path &to) {
     std::ifstream stream(from, std::ios::binary);
-    if (!stream) return;
+    if (!stream || fs::is_directory(from))
+        throw tool_error(tools::bad_input, from.string() + ": cannot be read");
     tools::part_file written(to.string());
     std::string piece(1 << 16, '\0');
     while (stream) {
         stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
         written.add(std::string_view(piece).substr(0, static_cast<std::size_t>(stream.gcount())));
     }
+    if (stream.bad()) throw tool_error(tools::bad_input, from.string() + ": cannot be read");
     written.finish();
 }
 
@@ -169,11 +172,7 @@ static int fit_one(const bids_options &own, const fs::path &file) {
 
     // The copy is ours: the data set may be mounted read-only.
     const std::string copy = work + "/" + name;
-    fs::copy_file(file, copy, error);
-    if (error)
-        throw tool_error(tools::bad_input,
-                         file.string() + ": cannot be read (" + error.message() + ")");
-    fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add, error);
+    copy_bytes(file, copy);
 
     tools::plan_options plan;
     plan.input.input = copy;
@@ -216,7 +215,7 @@ static int fit_one(const bids_options &own, const fs::path &file) {
                          const std::string &extension) {
         if (!fs::exists(from, error)) return;
         const fs::path to = target / parts.derivative(description, extension);
-        move_result(from, to);
+        copy_bytes(from, to);
         std::cout << to.string() << '\n';
     };
     // columns of the table, and what it was made of
