@@ -200,8 +200,11 @@ static void judge_noise(const fit_facts &facts, finding_list &found) {
 static void judge_entries(const fit_facts &facts, finding_list &found) {
     if (!facts.has_errors)
         found.add(finding_kind::no_bounds, finding_level::amber,
-                  "no error bounds: they were not asked for (clcerr 0), or there is no noise "
-                  "window");
+                  facts.noise_re == 0.0
+                      ? "no error bounds: the points of the noise window are all alike, which "
+                        "makes the noise 0; choose a window of measured points"
+                      : "no error bounds: they were not asked for (clcerr 0), or there is no noise "
+                        "window");
     else
         found.add_entries(finding_kind::no_bounds, finding_level::red,
                           [](const judged_entry &e) { return !e.bounded; });

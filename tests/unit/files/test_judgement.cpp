@@ -54,6 +54,21 @@ TEST(judgement, every_finding_has_a_word_of_its_own_and_a_meaning) {
     EXPECT_STREQ(tools::finding_text(finding_kind::no_ppm), "no_ppm"); // the table is as long
 }
 
+TEST(judgement, missing_bounds_are_explained_by_a_noise_of_0_where_it_is) {
+    fit_facts facts = good_facts();
+    facts.has_errors = false;
+    const auto said = [&] {
+        std::string text;
+        for (const auto &finding : tools::judge(facts).findings)
+            if (finding.kind == finding_kind::no_bounds) text += finding.text;
+        return text;
+    };
+    EXPECT_NE(said().find("not asked for"), std::string::npos);
+    facts.noise_re = 0.0;
+    EXPECT_EQ(said().find("not asked for"), std::string::npos);
+    EXPECT_NE(said().find("all alike"), std::string::npos);
+}
+
 TEST(judgement, the_quality_is_judged_on_both_sides_of_each_edge) {
     const auto level_at = [](double quality) {
         fit_facts facts = good_facts();
