@@ -7,8 +7,6 @@
 #include "run/state.h"
 #include "run/storage.h"
 
-#include <algorithm>
-
 double chi_square_of(double *x) {
     return fnc(ap, nLines, td_ap_trunc, npar, x, par_copy, fixpar, xre, xim, yre, yim, wre, wim,
                re_ref, im_ref, r_lsf, i_lsf, frscl, phi_1, n_patterns, pat, spec, complex,
@@ -40,14 +38,5 @@ void ParToSignal(const double *p, double *re, double *im) {
         component_of(p, k, ignore, curve_re, curve_im);
         Sum_Vector(ap, re, re, curve_re);
         Sum_Vector(ap, im, im, curve_im);
-    }
-}
-
-void Create_Weighting_Function(const int &ap_points, const int &step, double *w_re, double *w_im) {
-    Zero_Vector(ap_points, w_re);
-    Zero_Vector(ap_points, w_im);
-    for (int i = 1; i <= n_intervals[step]; ++i) {
-        const int last = std::min(hxmax[step][i], ap_points - 1);
-        for (int p = std::max(hxmin[step][i], 0); p <= last; ++p) w_re[p] = w_im[p] = 1.0;
     }
 }

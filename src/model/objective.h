@@ -20,7 +20,3 @@ void ParToSignal(const double *p, double *re, double *im);
 // The curve of entry k (1-based) of vector p alone, as spectrum, into re, im (ap points), with its
 // first n_ignore points in time at zero.
 void component_of(const double *p, const int &k, const int &n_ignore, double *re, double *im);
-
-// Box weights of a fit strategy step: 1 on its intervals (both ends included, clipped to the
-// points of the signal), 0 elsewhere.
-void Create_Weighting_Function(const int &ap_points, const int &step, double *w_re, double *w_im);

@@ -4,7 +4,7 @@
 
 #include "minimize/frprmn.h"
 #include "minimize/ran_minimize.h"
-#include "model/objective.h"
+#include "model/step_weights.h"
 #include "model/vector_lib.h"
 #include "run/state.h"
 #include "run/storage.h"

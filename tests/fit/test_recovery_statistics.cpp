@@ -11,6 +11,7 @@
 #include "errors/error_bounds.h"
 #include "model/fft.h"
 #include "model/objective.h"
+#include "model/step_weights.h"
 #include "model/vector_lib.h"
 #include "oracle/definition.h"
 #include "run/fit_strategy.h"

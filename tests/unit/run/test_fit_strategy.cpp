@@ -2,6 +2,7 @@
 #include "run/fit_strategy.h"
 
 #include "model/objective.h"
+#include "model/step_weights.h"
 #include "run/state.h"
 #include "support/random_model.h"
 
