@@ -2,6 +2,7 @@
 #include "files/start/fit_plan.h"
 
 #include "files/base/tool_error.h"
+#include "files/start/strategy_presets.h"
 
 #include <algorithm>
 #include <cmath>

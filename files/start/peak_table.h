@@ -90,9 +90,4 @@ peak_table parse_peak_table(const std::string &text, const std::string &file);
 [[noreturn]] void refuse_at(const peak_table &table, const table_place &place,
                             const std::string &text);
 
-// The ten switches of preset steps, before those that the model has no use for are taken out.
-std::vector<table_step> preset_steps(const std::string &preset);
-// On which their steps end, of chi-square.
-double preset_tolerance(const std::string &preset);
-
 } // namespace tools
