@@ -7,7 +7,7 @@
 
 #include "files/batch/fit_method.h"
 #include "files/batch/manifest_file.h"
-#include "files/spectra/metadata.h"
+#include "files/spectra/spectrum_axis.h"
 #include "files/start/start_file.h"
 
 #include <nlohmann/json.hpp>

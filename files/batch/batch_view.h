@@ -3,7 +3,7 @@
 // kept
 #pragma once
 
-#include "files/spectra/metadata.h"
+#include "files/spectra/spectrum_axis.h"
 #include "files/spectra/complex_signal.h"
 #include "files/results/rebuilt_model.h"
 

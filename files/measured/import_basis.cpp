@@ -5,6 +5,7 @@
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/metadata.h"
+#include "files/spectra/spectrum_axis.h"
 #include "files/spectra/search_limits.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"

@@ -2,7 +2,7 @@
 // spectrum_view.h -- how the signals of a run are found and shown
 #pragma once
 
-#include "files/spectra/metadata.h"
+#include "files/spectra/spectrum_axis.h"
 #include "files/spectra/complex_signal.h"
 #include "files/pictures/draw_spectra.h"
 

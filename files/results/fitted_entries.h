@@ -2,6 +2,7 @@
 // fitted_entries.h -- entries in shown units, from the numbers of a fit
 #pragma once
 
+#include "files/spectra/spectrum_axis.h"
 #include "files/results/run_result.h"
 
 #include <array>

@@ -2,7 +2,7 @@
 // run_result.h -- everything that the files of one fitted spectrum say
 #pragma once
 
-#include "files/spectra/metadata.h"
+#include "files/spectra/spectrum_axis.h"
 #include "files/spectra/complex_signal.h"
 #include "files/pictures/draw_spectra.h"
 #include "files/problem/exact_fit.h"

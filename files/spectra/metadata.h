@@ -46,25 +46,4 @@ class metadata {
     nlohmann::json items_;
 };
 
-// How points of a spectrum translate into hertz from the carrier and into ppm.
-struct spectrum_axis {
-    std::optional<double> hz_per_point;   // [Hz]
-    std::optional<double> mhz;            // spectrometer frequency [MHz]
-    std::optional<double> ppm_at_carrier; // [ppm], carrier at point n/2
-    bool ppm_rises_with_points = true;
-    std::string nucleus; // such as "31P"; may be empty
-    // complex points, and those of the FID that were measured: the others are zeros; 0: not known
-    long long points = 0, measured = 0;
-
-    // What turns an error bound of a fit into that of the measurement: sqrt(points / measured), 1
-    // without zeros. The transform spreads the noise of m measured points over n, of which the fit
-    // takes each for a measurement of its own; the curves are as long as the signal, so of their
-    // information n / m times as much seems to be there.
-    double error_factor() const;
-};
-
-// The axis items of a sidecar: points, measured_points (or resized.from), hz_per_point,
-// spectrometer_mhz, ppm_at_carrier, ppm_rises_with_points, nucleus.
-spectrum_axis axis_of_sidecar(const metadata &sidecar);
-
 } // namespace tools

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "files/spectra/complex_signal.h"
-#include "files/spectra/metadata.h"
+#include "files/spectra/spectrum_axis.h"
 
 #include <optional>
 #include <string>

@@ -3,6 +3,7 @@
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/metadata.h"
+#include "files/spectra/spectrum_axis.h"
 #include "files/spectra/point_range.h"
 #include "files/spectra/signal_file.h"
 #include "files/pictures/draw_spectra.h"
