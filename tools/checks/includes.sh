@@ -66,7 +66,7 @@ function home(file,  part) {
 
 # Where a quoted name stands in the tree; empty for one that is not written from a root.
 function place(name, from) {
-    if (name ~ /^(kernel|engine|web|files\/[a-z_]+)\/[a-z0-9_]+\.h$/) return name
+    if (name ~ /^(kernel|engine|web\/[a-z_]+|files\/[a-z_]+)\/[a-z0-9_]+\.h$/) return name
     if (name ~ /^(common|varokel-[a-z]+)\/[a-z0-9_]+\.h$/ && from ~ /^tools\//) return "tools/" name
     if (name ~ /^[a-z_]+\/[a-z0-9_]+\.h$/) return "src/" name
     return ""

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// curve_calls.cpp -- data, model, components and residual as they are drawn
+#include "web/binding/current_model.h"
+#include "web/binding/module_calls.h"
+
+#include "engine/verdict.h"
+
+#include <algorithm>
+
+namespace web {
+
+static tools::view_settings settings_of(const ordered_json &asked, double hz_per_point) {
+    tools::view_settings out;
+    const std::string part = asked.value("part", "real");
+    out.part = part == "imaginary"   ? tools::seen_part::imaginary
+               : part == "magnitude" ? tools::seen_part::magnitude
+                                     : tools::seen_part::real;
+    out.phase_0 = asked.value("phase_0", 0.0);
+    out.phase_1 = asked.value("phase_1", 0.0);
+    out.broadened = asked.value("broadened_hz", 0.0) / hz_per_point;
+    return out;
+}
+
+static std::vector<double> columns_for(const current_model &now, const ordered_json &asked) {
+    const engine::model &model = *now.model;
+    std::vector<double> x = model.given();
+    const auto at = asked.find("values");
+    if (at == asked.end() || at->is_null()) return x;
+    std::vector<engine::values_of_entry> values;
+    for (const ordered_json &row : *at) {
+        engine::values_of_entry &own = values.emplace_back();
+        for (std::size_t q = 0; q < own.size(); ++q) own[q] = row.at(q).get<double>();
+    }
+    if (values.size() != static_cast<std::size_t>(model.map().entries()))
+        throw std::runtime_error("values of another number of entries");
+    const std::vector<double> columns = model.map().columns_of(values);
+    std::copy(columns.begin(), columns.end(), x.begin());
+    return x;
+}
+
+ordered_json show_curves(const ordered_json &asked) {
+    current_model &now = current();
+    if (now.spectrum.empty()) throw std::runtime_error("no spectrum is open");
+    const tools::view_settings settings = settings_of(asked, now.facts.hz_per_point);
+    if (!now.eye || !(settings == now.view)) {
+        now.view = settings;
+        now.eye = std::make_unique<tools::signal_view>(now.facts.points, settings);
+    }
+    ordered_json out = {{"data", array_for_page("data", now.eye->of(now.spectrum))}};
+    if (!now.model) return out;
+    const engine::model &model = *now.model;
+    const std::vector<double> x = columns_for(now, asked);
+    const engine::complex_signal sum = now.workspace.spectrum(model, x);
+    engine::complex_signal left(sum.size());
+    for (std::size_t i = 0; i < sum.size(); ++i) left[i] = now.spectrum[i] - sum[i];
+    out["model"] = array_for_page("model", now.eye->of(sum));
+    out["residual"] = array_for_page("residual", now.eye->of(left));
+    out["components"] = ordered_json::array();
+    const double squares = now.workspace.chi_square(model, x);
+    out["quality"] = number_for_page(engine::quality_of(model, squares));
+    if (asked.value("components", true))
+        for (int k = 0; k < model.map().entries(); ++k)
+            out["components"].push_back(
+                array_for_page("component " + std::to_string(k),
+                               now.eye->of(now.workspace.spectrum(model, x, k))));
+    // where every parameter stands now, tied ones too
+    out["values"] = ordered_json::array();
+    for (int k = 0; k < model.map().entries(); ++k) {
+        ordered_json row = ordered_json::array();
+        for (int q = 0; q < engine::quantities; ++q)
+            row.push_back(
+                number_for_page(model.map().value(k, static_cast<engine::quantity>(q), x)));
+        out["values"].push_back(std::move(row));
+    }
+    return out;
+}
+
+} // namespace web

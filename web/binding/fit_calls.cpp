@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fit_calls.cpp -- the exact fit of a spectrum and what is left of it, as varokel-fit has them
+#include "web/binding/module_calls.h"
+
+#include "files/base/tool_error.h"
+#include "files/pages/report_page.h"
+#include "files/problem/fit_folder.h"
+#include "files/results/judge_run.h"
+#include "files/results/results_table.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace web {
+
+namespace fs = std::filesystem;
+
+static std::string bytes_of(const fs::path &file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::ostringstream all;
+    all << stream.rdbuf();
+    return all.str();
+}
+
+static ordered_json parameter_for_page(const tools::run_result &run,
+                                       const tools::fitted_parameter &own, bool is_area) {
+    return {{"value", number_for_page(own.value)},
+            {"error", number_for_page(own.error_1sd())},
+            {"percent", number_for_page(own.percent_1sd())},
+            {"how", tools::link_text(run, own, is_area)},
+            {"used", own.state != tools::parameter_state::unused},
+            {"free", own.state == tools::parameter_state::free}};
+}
+
+static ordered_json entries_for_page(const tools::run_result &run) {
+    ordered_json out = ordered_json::array();
+    for (const tools::fitted_entry &entry : run.entries)
+        out.push_back({{"name", entry.name},
+                       {"type", tools::type_text(entry.type)},
+                       {"ppm", number_for_page(entry.ppm)},
+                       {"ppm_error", number_for_page(0.5 * entry.ppm_2sd)},
+                       {"hz", number_for_page(entry.hz_from_carrier)},
+                       {"snr", number_for_page(entry.snr)},
+                       {"area", parameter_for_page(run, entry.area, true)},
+                       {"frequency", parameter_for_page(run, entry.frequency, false)},
+                       {"gauss", parameter_for_page(run, entry.gauss_width, false)},
+                       {"phase", parameter_for_page(run, entry.phase, false)},
+                       {"lorentz", parameter_for_page(run, entry.lorentz_width, false)}});
+    return out;
+}
+
+// Of the areas of two entries; null where one of them has no error.
+static ordered_json correlations_of(const tools::run_result &run) {
+    ordered_json out = ordered_json::array();
+    const std::size_t n = run.entries.size();
+    if (!run.control.has_covariance) return out;
+    const auto covariance = [&](std::size_t a, std::size_t b) {
+        return run.control.covariance_of(a, engine::area, b, engine::area);
+    };
+    for (std::size_t a = 0; a < n; ++a) {
+        ordered_json row = ordered_json::array();
+        for (std::size_t b = 0; b < n; ++b)
+            row.push_back(
+                number_for_page(covariance(a, b) / std::sqrt(covariance(a, a) * covariance(b, b))));
+        out.push_back(std::move(row));
+    }
+    return out;
+}
+
+static ordered_json judgement_for_page(const tools::run_result &run) {
+    const tools::fit_judgement &judged = run.judgement;
+    ordered_json out = {{"status", tools::status_text(judged.status)},
+                        {"level", tools::level_text(judged.level())},
+                        {"reason", judged.reason},
+                        {"findings", ordered_json::array()}};
+    for (const tools::finding &each : judged.findings)
+        out["findings"].push_back({{"kind", tools::finding_text(each.kind)},
+                                   {"level", tools::level_text(each.level)},
+                                   {"text", each.text},
+                                   {"entries", each.entries}});
+    return out;
+}
+
+static ordered_json optimum_for_page(const tools::optimum_record &record,
+                                     const std::vector<std::string> &names) {
+    ordered_json out = {{"verdict", record.verdict},
+                        {"noise_sd", number_for_page(record.noise_sd)},
+                        {"sum_of_squares", number_for_page(record.sum_of_squares)},
+                        {"expected_decrease", number_for_page(record.expected_decrease)},
+                        {"linearizations", record.linearizations},
+                        {"evaluations", record.evaluations},
+                        {"reasons", ordered_json::array()},
+                        {"starts", ordered_json::array()},
+                        {"values", ordered_json::array()}};
+    for (const tools::optimum_record::cause &cause : record.reasons)
+        out["reasons"].push_back(tools::cause_text(cause, names));
+    for (const tools::optimum_record::begin &start : record.starts)
+        out["starts"].push_back({{"name", start.name},
+                                 {"above", number_for_page(start.above)},
+                                 {"shift_hz", number_for_page(start.shift_hz)},
+                                 {"same", start.same}});
+    for (const engine::values_of_entry &values : record.values) out["values"].push_back(values);
+    return out;
+}
+
+static tools::result_options reading() {
+    tools::result_options options;
+    options.hashes = false; // of copies in the module's storage nobody can check them
+    return options;
+}
+
+ordered_json fit_spectrum(const ordered_json &asked) {
+    const tools::folder_of_fit of = {asked.at("folder"), asked.at("name")};
+    const std::string peaks = asked.at("peaks");
+    tools::start_maker maker(tools::read_peak_table(peaks),
+                             {fs::path(peaks).parent_path().string()}, tools::fitted_by::engine);
+    const tools::start_result made = tools::prepare_fit(of, maker, peaks);
+    tools::exact_options options;
+    options.starts = asked.value("starts", 0);
+    static engine::model_workspace workspace;
+    tools::finish_fit(of, made.start, options, workspace);
+    const tools::run_result run = tools::read_run(of.folder, of.name, reading());
+    std::vector<std::string> names;
+    for (const tools::start_entry &entry : made.start.entries) names.push_back(entry.name);
+    ordered_json out = {{"fitted", run.fitted},
+                        {"why_not", run.why_not},
+                        {"quality", number_for_page(run.quality)},
+                        {"quality_before", number_for_page(run.quality_before)},
+                        {"snr", number_for_page(run.snr)},
+                        {"free_parameters", run.free_parameters},
+                        {"judgement", judgement_for_page(run)},
+                        {"notes", run.notes},
+                        {"guesses", made.guesses},
+                        {"warnings", made.warnings},
+                        {"entries", entries_for_page(run)},
+                        {"correlations", correlations_of(run)},
+                        {"results", tools::results_rows(run)},
+                        {"quality_row", tools::quality_row(run)}};
+    if (run.optimum) out["optimum"] = optimum_for_page(*run.optimum, names);
+    for (const char *const file : {"start.par", "result.par", "optimum.json", "names.txt"})
+        out["files"][file] = bytes_of(fs::path(of.folder) / file);
+    return out;
+}
+
+ordered_json report_fits(const ordered_json &asked) {
+    const std::vector<std::string> names = asked.at("names");
+    const std::string folder = asked.at("folder");
+    tools::report_page page(names.size());
+    ordered_json out = {{"results", tools::results_header()}, {"quality", tools::quality_header()}};
+    std::string results = tools::results_header(), quality = tools::quality_header();
+    for (const std::string &name : names) {
+        const std::string own = names.size() == 1 ? folder : (fs::path(folder) / name).string();
+        tools::reported_run reported;
+        try {
+            reported.run = tools::read_run(own, name, reading());
+        } catch (const tools::tool_error &unreadable) {
+            reported.run.folder = own;
+            reported.run.name = name;
+            reported.run.why_not = unreadable.what();
+            tools::judge_run(reported.run);
+        }
+        reported.run.provenance.push_back({"fitted by", "varokel.html " VAROKEL_VERSION});
+        page.add(reported);
+        results += tools::results_rows(reported.run);
+        quality += tools::quality_row(reported.run);
+        if (names.size() == 1 && reported.run.fitted)
+            out["picture"] = tools::report_picture(reported.run);
+    }
+    out["results"] = results;
+    out["quality"] = quality;
+    out["report"] = page.text();
+    return out;
+}
+
+} // namespace web

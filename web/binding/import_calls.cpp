@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// import_calls.cpp -- measured files, as varokel-fit imports them
+#include "web/binding/current_model.h"
+#include "web/binding/module_calls.h"
+
+#include "files/base/tool_error.h"
+#include "files/measured/convert_spectra.h"
+#include "files/start/peak_table.h"
+
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+
+namespace web {
+
+namespace {
+
+// What is written to a stream while this lives.
+class captured {
+  public:
+    explicit captured(std::ostream &stream)
+        : stream_(stream), before_(stream.rdbuf(text_.rdbuf())) {}
+    ~captured() { stream_.rdbuf(before_); }
+    captured(const captured &) = delete;
+    captured &operator=(const captured &) = delete;
+    std::vector<std::string> lines() const {
+        std::vector<std::string> out;
+        std::istringstream all(text_.str());
+        for (std::string line; std::getline(all, line);) out.push_back(line);
+        return out;
+    }
+
+  private:
+    std::ostringstream text_;
+    std::ostream &stream_;
+    std::streambuf *before_;
+};
+
+// Options that the page leaves empty are not given.
+class option_reader {
+  public:
+    explicit option_reader(const ordered_json &all) : all_(all) {}
+    void take(const char *name, std::string &to) const {
+        if (given(name)) to = all_.at(name).get<std::string>();
+    }
+    void take(const char *name, std::optional<std::string> &to) const {
+        if (given(name)) to = all_.at(name).get<std::string>();
+    }
+    template <class number>
+    void take(const char *name, std::optional<number> &to) const {
+        if (given(name)) to = all_.at(name).get<number>();
+    }
+    void take(const char *name, bool &to) const {
+        if (given(name)) to = all_.at(name).get<bool>();
+    }
+    void take(const char *name, std::vector<std::string> &to) const {
+        if (given(name)) to = all_.at(name).get<std::vector<std::string>>();
+    }
+
+  private:
+    bool given(const char *name) const {
+        const auto at = all_.find(name);
+        return at != all_.end() && !at->is_null() && *at != "";
+    }
+    const ordered_json &all_;
+};
+
+// The line that sets the ppm axis, of a table that can be read; what is wrong with one is said
+// where it is shown.
+std::optional<tools::reference_peak> reference_of(const std::string &table) {
+    try {
+        return tools::parse_peak_table(table, table_name).reference;
+    } catch (const tools::tool_error &) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+ordered_json import_files(const ordered_json &asked) {
+    tools::input_options input;
+    tools::spectrum_options spectrum;
+    const option_reader options(asked);
+    options.take("input", input.input);
+    options.take("format", input.format);
+    options.take("json", input.json);
+    options.take("points", input.points);
+    options.take("voxel", input.choice.voxel);
+    options.take("index", input.choice.index);
+    options.take("average", input.choice.average);
+    input.resize = "fill"; // as varokel-fit: a fit needs a power of two, and filling loses nothing
+    options.take("resize", input.resize);
+    options.take("phase", input.phase);
+    options.take("conjugate", input.conjugate);
+    options.take("folder", spectrum.folder);
+    options.take("dwell_time", spectrum.dwell_time);
+    options.take("bandwidth", spectrum.bandwidth);
+    options.take("mhz", spectrum.mhz);
+    options.take("ppm_at_carrier", spectrum.ppm_at_carrier);
+    options.take("begin_time", spectrum.begin_time);
+    options.take("nucleus", spectrum.nucleus);
+    options.take("axis", spectrum.axis);
+    options.take("noise", spectrum.noise);
+    options.take("reference", spectrum.reference);
+    options.take("eddy", spectrum.eddy);
+
+    if (const auto text = asked.find("table"); text != asked.end())
+        spectrum.reference_peak = reference_of(*text);
+
+    const captured printed(std::cout), said(std::cerr);
+    tools::import_spectra(input, spectrum);
+    ordered_json out = {{"names", ordered_json::array()}, {"said", ordered_json::array()}};
+    for (const std::string &line : printed.lines())
+        if (line.ends_with(".bin"))
+            out["names"].push_back(std::filesystem::path(line).stem().string());
+    const std::string program = "varokel-import: ";
+    for (const std::string &line : said.lines())
+        out["said"].push_back(line.starts_with(program) ? line.substr(program.size()) : line);
+    return out;
+}
+
+} // namespace web

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// app.js -- the page: what buttons, keys and hands do with the bench
+import { Bench } from "./bench.js";
+import { by_id, element } from "./dom.js";
+import { sort_files } from "./files.js";
+import { Hands } from "./hands.js";
+import { LinesPane } from "./lines_pane.js";
+import { ResultPane } from "./result_pane.js";
+import { option_fields, options_of_fields, SavePane } from "./save_pane.js";
+import { Screen } from "./screen.js";
+import { SpectrumMap } from "./map.js";
+import { erase, restore, save } from "./autosave.js";
+import { Tour } from "./tour.js";
+import { hand_acts, TABS, wire_buttons } from "./wiring.js";
+
+const MOST_BYTES = 2 ** 28;
+const MOST_TEXT = 2 ** 22;
+
+// The row that sets the ppm axis of what is imported; "" without one.
+const reference_row = (text) => /^\s*reference\s*:.*$/im.exec(text ?? "")?.[0].trim() ?? "";
+
+export class App {
+  constructor(client, runner, example, storage) {
+    this.runner = runner;
+    this.example = example;
+    this.storage = storage;
+    this.bench = new Bench(client);
+    this.screen = new Screen(by_id("plot"), this.bench);
+    this.lines = new LinesPane(this.bench, this);
+    this.result = new ResultPane(this.bench, this);
+    this.saving = new SavePane(this.bench, this.screen, this);
+    this.map = new SpectrumMap((i) => this.guard(() => this.open_spectrum(i)));
+    this.tour = new Tour({ example: () => this.open_example(), tab: (name) => this.tab(name), fit: () => this.fit() });
+    this.files = [];
+    this.options = {};
+    this.said = [];
+    this.adding = false;
+    this.busy = false;
+    this.bench.on((what) => this.changed(what));
+    this.wire();
+    this.restore();
+  }
+
+  // ---- words ----
+
+  say(text, bad = false) {
+    by_id("status").textContent = text;
+    by_id("status").classList.toggle("bad", bad);
+  }
+  // Whatever goes wrong is said, and the work so far stays.
+  async guard(act) {
+    try {
+      await act();
+    } catch (error) {
+      if (error.message !== "cancelled") this.say(error.message, true);
+      else this.say("Cancelled.");
+    }
+  }
+  need_spectrum() {
+    if (!this.bench.spectrum) throw new Error("Open a measured file first, or the example.");
+  }
+
+  // ---- long work ----
+
+  // moved: storage that goes to the worker and is not kept here.
+  async work(task, words, moved = []) {
+    if (this.busy) throw new Error("Something is at work already; wait for it, or cancel it.");
+    this.busy = true;
+    const begin = performance.now();
+    const bar = by_id("progress");
+    bar.removeAttribute("value");
+    bar.hidden = by_id("cancel").hidden = false;
+    this.say(`${words}…`);
+    this.show_buttons();
+    try {
+      const value = await this.runner.run(task, (done, of) => {
+        if (of > 1) {
+          bar.value = done / of;
+          this.say(`${words}: ${done} of ${of}`);
+        }
+      }, moved);
+      this.say(`${words}: done in ${((performance.now() - begin) / 1000).toFixed(1)} s.`);
+      return value;
+    } finally {
+      this.busy = false;
+      bar.hidden = by_id("cancel").hidden = true;
+      this.show_buttons();
+    }
+  }
+
+  // ---- files ----
+
+  async open_files(list) {
+    const files = [], looked_at = [];
+    let bytes = 0;
+    for (const file of list) {
+      bytes += file.size;
+      if (bytes > MOST_BYTES) throw new Error(`${file.name}: with it more than 256 MiB; varokel-fit takes files of any size`);
+      files.push({ name: file.name, read: () => file.arrayBuffer() });
+      // tables and patterns are told from their text; files of points stay where they are
+      const is_small = file.size <= MOST_TEXT;
+      looked_at.push({ name: file.name, bytes: is_small ? new Uint8Array(await file.arrayBuffer()) : new Uint8Array(1) });
+    }
+    const sorted = sort_files(looked_at);
+    if (sorted.patterns.length > 0) this.bench.add_patterns(sorted.patterns);
+    if (sorted.inputs.length > 0) {
+      this.options = {};
+      await this.import(files, sorted.inputs, sorted.tables.at(-1) ?? this.bench.text);
+    } else if (sorted.companions.length > 0 && sorted.tables.length + sorted.patterns.length === 0) {
+      throw new Error(`${sorted.companions[0]}: describes a measurement; open it together with the file of points`);
+    }
+    if (sorted.tables.length > 0) this.bench.set_text(sorted.tables.at(-1));
+    this.bench.tell("table");
+  }
+  async import(files, inputs, table) {
+    const read = async () => {
+      const whole = await Promise.all(files.map(async (file) => ({ name: file.name, bytes: await file.read() })));
+      const wanted = inputs.filter((name) => name !== this.options.reference);
+      return this.work({ kind: "import", files: whole, inputs: wanted, options: this.options, table }, "Reading", whole.map((file) => file.bytes));
+    };
+    let made;
+    try {
+      made = await read();
+    } catch (error) {
+      if (!/--index/.test(error.message) || this.options.index) throw error;
+      this.options = { ...this.options, index: ["all"] }; // a series: all of it
+      made = await read();
+    }
+    this.files = files;
+    this.inputs = inputs;
+    this.axis_of = reference_row(table);
+    this.said = made.said;
+    this.result.series = null;
+    by_id("eye-reset").click();
+    this.bench.put_spectra(made.spectra);
+    this.say(`${made.spectra.length === 1 ? made.spectra[0].name : `${made.spectra.length} spectra`} read` +
+      `${made.said.length ? `; ${made.said.length} remarks stand under File` : ""}.`);
+  }
+  open_spectrum(i, fit = null) {
+    this.bench.open(i);
+    if (fit?.optimum && !this.bench.error) this.bench.take_fit(fit);
+  }
+  async open_example() {
+    this.options = {};
+    const { text, files } = this.example();
+    await this.import(files, [files[0].name], text);
+    this.bench.set_text(text);
+    this.bench.select(0);
+    this.show_fitted();
+    this.take_model_phases();
+  }
+  show_fitted() {
+    this.need_spectrum();
+    const points = (this.bench.table?.intervals ?? []).flat();
+    if (points.length === 0) throw new Error("No table, so no fitted intervals yet.");
+    const low = Math.min(...points), high = Math.max(...points), margin = 0.06 * (high - low);
+    this.screen.axis.show(low - margin, high + margin);
+    this.screen.redraw();
+  }
+  // For the eye: the delay's phase and that of the strongest line are taken off.
+  take_model_phases() {
+    this.need_spectrum();
+    const phases = this.bench.model_phases();
+    by_id("phase-0").value = phases.phase_0;
+    by_id("phase-1").value = phases.phase_1;
+    for (const id of ["phase-0", "phase-1"]) by_id(id).dispatchEvent(new Event("input"));
+  }
+
+  // ---- fits ----
+
+  can_fit() {
+    this.need_spectrum();
+    if (this.bench.error) throw new Error(`The table has an error: ${this.bench.error.text}`);
+    if (this.axis_of !== undefined && this.axis_of !== reference_row(this.bench.text))
+      throw new Error("The row \"reference\" sets the ppm axis when a file is read: press Import again under File.");
+    if (this.bench.entries.length === 0) throw new Error("The table has no lines yet: double-click a peak.");
+    if (this.bench.table.why_not_exact) throw new Error(this.bench.table.why_not_exact);
+  }
+  async fit() {
+    this.can_fit();
+    const text = this.bench.text, spectrum = this.bench.spectrum;
+    const { fits } = await this.work(this.bench.fit_job(), "Fitting");
+    if (text !== this.bench.text || spectrum !== this.bench.spectrum) {
+      this.say("The table changed while the fit ran; its result is dropped.");
+      return;
+    }
+    this.bench.take_fit(fits[0]);
+    this.tab("result");
+    if (fits[0].error) this.say(fits[0].error, true);
+  }
+  async fit_all() {
+    this.can_fit();
+    const { fits } = await this.work({ ...this.bench.fit_job(), spectra: this.bench.spectra }, "Fitting");
+    this.result.take_series(fits);
+    const own = fits[this.bench.current];
+    if (own?.optimum) this.bench.take_fit(own);
+    this.bench.tell("fit");
+    this.tab("result");
+  }
+
+  // ---- what is shown ----
+
+  changed(what) {
+    if (what === "spectrum") {
+      this.screen.take_spectrum();
+      this.show_spectrum();
+    }
+    if (what === "spectrum" || what === "table") {
+      this.show_table();
+      this.keep_soon();
+    }
+    if (what === "spectrum" || what === "table" || what === "fit") this.result.show();
+    if (what === "fit" || what === "spectrum") this.show_map();
+    if (what === "selection") this.lines.show_selection();
+    this.show_buttons();
+    this.screen.redraw();
+  }
+  show_spectrum() {
+    const { bench } = this;
+    by_id("pick").hidden = bench.spectra.length < 2;
+    by_id("spectrum").replaceChildren(...bench.spectra.map((each, i) => element("option", { value: i, selected: i === bench.current }, each.name)));
+    by_id("unit").replaceChildren(...this.screen.units().map((unit) => element("option", { selected: unit === this.screen.unit }, unit)));
+    const side = bench.about.sidecar;
+    const facts = [["Points", `${side.points}, ${Number(side.hz_per_point.toPrecision(6))} Hz each`],
+      ["Nucleus", [side.nucleus, side.spectrometer_mhz && `${side.spectrometer_mhz} MHz`].filter(Boolean).join(", ")],
+      ["Measured as", side.source?.format], ["Noise window", side.noise_window && `points ${side.noise_window.first} to ${side.noise_window.stop - 1}, ${side.noise_window.chosen_by ?? side.noise_window.how ?? ""}`]];
+    by_id("about").replaceChildren(element("h2", {}, bench.spectrum.name),
+      ...facts.filter(([, text]) => text).map(([name, text]) => element("p", { class: "fact" }, element("strong", {}, `${name}: `), text)),
+      element("ul", { class: "said" }, ...(side.guessed ?? []).map((each) => element("li", {}, `guessed ${each.item}: ${each.value} (${each.reason})`)),
+        ...(side.warnings ?? []).map((text) => element("li", { class: "warning" }, text)), ...this.said.map((text) => element("li", { class: "warning" }, text))));
+    option_fields(this.options);
+    this.saving.show(this.options);
+  }
+  show_table() {
+    const { bench } = this;
+    const area = by_id("text");
+    if (area.value !== bench.text) area.value = bench.text;
+    const { error } = bench;
+    by_id("error").hidden = !error;
+    by_id("error").textContent = error ? `${error.line ? `Line ${error.line}${error.column ? `, column ${error.column}` : ""}: ` : ""}${error.text}` : "";
+    area.classList.toggle("bad", Boolean(error));
+    area.setAttribute("aria-invalid", String(Boolean(error)));
+    if (error) this.say(`The table has an error (peaks.txt${error.line ? `, line ${error.line}` : ""}): ${error.text}`, true);
+    else if (by_id("status").textContent.startsWith("The table has an error")) this.say("");
+    this.lines.show();
+  }
+  show_map() {
+    const { series } = this.result;
+    const values = series?.fits.map((fit) => (fit.fitted ? fit.entries[series.entry]?.area.value ?? null : null)) ?? null;
+    const name = series ? this.result.names()[series.entry] : null;
+    this.map.show(this.bench.spectra, this.bench.current, values, name ? `Area of ${name}` : null);
+  }
+  show_buttons() {
+    const { bench } = this;
+    by_id("undo").disabled = !bench.history.can_undo;
+    by_id("redo").disabled = !bench.history.can_redo;
+    by_id("fit").disabled = this.busy || !bench.spectrum;
+    by_id("fit-all").disabled = this.busy || bench.spectra.length < 2;
+    by_id("mode-add").setAttribute("aria-pressed", String(this.adding));
+  }
+  tab(name) {
+    for (const each of TABS) {
+      const chosen = each === name;
+      by_id(`tab-${each}`).setAttribute("aria-selected", String(chosen));
+      by_id(`tab-${each}`).tabIndex = chosen ? 0 : -1;
+      by_id(`pane-${each}`).hidden = !chosen;
+    }
+  }
+
+  readout(point, height) {
+    const { bench } = this;
+    const ppm = bench.about.ppm ? `${(bench.about.ppm[0] + (bench.about.ppm[1] - bench.about.ppm[0]) * point).toFixed(3)} ppm · ` : "";
+    const hz = (bench.about.hz[0] + (bench.about.hz[1] - bench.about.hz[0]) * point).toFixed(1);
+    const quality = bench.curves.quality ? ` · quality ${bench.curves.quality.toFixed(2)}` : "";
+    by_id("readout").textContent = `${ppm}${hz} Hz · point ${point.toFixed(1)} · ${height.toPrecision(3)}${quality}`;
+  }
+
+  // ---- kept work ----
+
+  keep_soon() {
+    clearTimeout(this.timer);
+    this.timer = setTimeout(() => {
+      const { bench } = this;
+      if (!bench.spectrum) return;
+      const said = save(this.storage, { text: bench.text, spectra: bench.spectra, current: bench.current, patterns: bench.patterns, options: this.options });
+      if (said && said !== this.kept_said) this.say(said, true);
+      this.kept_said = said;
+    }, 400);
+  }
+  restore() {
+    const kept = restore(this.storage);
+    if (!kept || kept.spectra.length === 0) {
+      if (kept?.text) this.bench.set_text(kept.text);
+      this.say("Open a measured file, drop it here, or look at the example.");
+      return;
+    }
+    this.guard(() => {
+      this.options = kept.options ?? {};
+      this.bench.patterns = kept.patterns;
+      this.bench.put_spectra(kept.spectra);
+      this.bench.open(Math.max(0, Math.min(kept.current, kept.spectra.length - 1)));
+      this.bench.set_text(kept.text);
+      this.say("The work that was kept in this browser is back. Take away → Erase removes it.");
+    });
+  }
+
+  // ---- hands and buttons ----
+
+  wire() {
+    wire_buttons(this);
+    new Hands(this.screen, hand_acts(this));
+    new ResizeObserver(() => this.screen.redraw()).observe(by_id("plot"));
+    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => this.screen.redraw());
+  }
+  erase_kept() {
+    clearTimeout(this.timer);
+    erase(this.storage);
+    this.say("Nothing of this work is kept in the browser any more.");
+  }
+}

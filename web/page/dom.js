@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// dom.js -- elements. Text goes in as text, so nothing of a file can become markup.
+
+export const by_id = (id) => document.getElementById(id);
+
+// element("td", {class: "x", onclick: f}, child, "text" ...)
+export function element(tag, attributes = {}, ...children) {
+  const node = document.createElement(tag);
+  for (const [name, value] of Object.entries(attributes)) {
+    if (value === false || value === null || value === undefined) continue;
+    if (name.startsWith("on")) node.addEventListener(name.slice(2), value);
+    else if (name === "value") node.value = value;
+    else node.setAttribute(name, value === true ? "" : value);
+  }
+  node.append(...children.filter((child) => child !== null && child !== undefined));
+  return node;
+}
+
+export function set_colour(node, colour) { node.style.background = colour; }
+
+export const number_text = (value, digits = 4) =>
+  value === null || value === undefined ? "n/a" : String(Number(value.toPrecision(digits)));
+export function with_error(value, error) {
+  if (value === null || value === undefined) return "n/a";
+  if (!(error > 0)) return number_text(value, 5);
+  const digits = Math.min(8, Math.max(0, 1 - Math.floor(Math.log10(error))));
+  return `${value.toFixed(digits)} ± ${number_text(error, 2)}`;
+}

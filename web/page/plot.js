@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// plot.js -- the picture of a spectrum with its model, and what of it a hand can take
+import { height_at } from "./axis.js";
+
+const MARGIN = { left: 10, right: 10, top: 24, bottom: 34 };
+const RESIDUAL_PART = 0.2; // of the height
+const HANDLE = 6;          // radius
+const REACH = 18;          // of a finger, to either side
+
+export const COLORS = ["#0072b2", "#009e73", "#cc79a7", "#e69f00", "#56b4e9", "#8c6bb1", "#d55e00",
+  "#66a61e", "#a6761d", "#1b9e77"];
+export const color_of = (k) => COLORS[k % COLORS.length];
+
+// Where the two panels lie.
+export function layout_of(width, height) {
+  const inner = height - MARGIN.top - MARGIN.bottom;
+  const below = Math.round(inner * RESIDUAL_PART);
+  return {
+    left: MARGIN.left, width: width - MARGIN.left - MARGIN.right,
+    top: MARGIN.top, height: inner - below - 8,
+    residual_top: MARGIN.top + inner - below, residual_height: below, bottom: MARGIN.top + inner,
+  };
+}
+
+// Several points of one pixel become its lowest and highest one.
+export function path_of(curve, axis, y) {
+  const first = Math.max(0, Math.floor(axis.first)), last = Math.min(curve.length - 1, Math.ceil(axis.last));
+  const path = [];
+  if ((last - first) / axis.width <= 2) {
+    for (let i = first; i <= last; ++i) path.push(axis.x(i), y(curve[i]));
+    return path;
+  }
+  let pixel = null, low = 0, high = 0, at = 0;
+  const put = () => { path.push(at, y(low), at, y(high)); };
+  for (let i = first; i <= last; ++i) {
+    const x = axis.x(i);
+    if (pixel !== null && Math.floor(x) === pixel) {
+      low = Math.min(low, curve[i]);
+      high = Math.max(high, curve[i]);
+      continue;
+    }
+    if (pixel !== null) put();
+    pixel = Math.floor(x);
+    at = x;
+    low = high = curve[i];
+  }
+  put();
+  return path;
+}
+
+// Handles of the entries: where a hand takes frequency and height, and width.
+export function handles_of(scene) {
+  const { axis, curves, entries } = scene;
+  const out = [];
+  if (!curves.components) return out;
+  entries.forEach((entry, k) => {
+    if (entry.pattern || !curves.components[k]) return;
+    const point = curves.values[k][1];
+    if (point === null || point < axis.first || point > axis.last) return;
+    const height = height_at(curves.components[k], point);
+    out.push({ kind: "line", entry: k, x: axis.x(point), y: scene.y(height), point, height });
+    if (k !== scene.selected) return;
+    const half = scene.half_width(k);
+    if (half > 0)
+      out.push({ kind: "width", entry: k, x: axis.x(point + half), y: scene.y(height / 2), point, half });
+  });
+  return out;
+}
+
+// Edges of noise window and intervals, in points.
+export function edges_of(scene) {
+  const out = [];
+  if (scene.show.noise && scene.noise) {
+    out.push({ kind: "noise", edge: 0, point: scene.noise[0] });
+    out.push({ kind: "noise", edge: 1, point: scene.noise[1] - 1 });
+  }
+  if (scene.show.intervals)
+    scene.intervals.forEach(([first, last], i) => {
+      out.push({ kind: "interval", index: i, edge: 0, point: first });
+      out.push({ kind: "interval", index: i, edge: 1, point: last });
+    });
+  return out.filter((each) => each.point >= scene.axis.first && each.point <= scene.axis.last);
+}
+
+// What lies under a finger: the nearest handle, else an edge near the bottom or the top.
+export function taken_at(scene, x, y) {
+  let best = null, least = REACH;
+  for (const handle of handles_of(scene)) {
+    const far = Math.hypot(handle.x - x, handle.y - y) - (handle.entry === scene.selected ? 3 : 0);
+    if (far < least) {
+      least = far;
+      best = handle;
+    }
+  }
+  if (best) return best;
+  for (const edge of edges_of(scene)) {
+    const far = Math.abs(scene.axis.x(edge.point) - x);
+    if (far < 8 && (y < scene.layout.top + 26 || y > scene.layout.residual_top)) return edge;
+  }
+  return null;
+}
+
+function band(pen, scene, from, to, color, opacity) {
+  const { axis, layout } = scene;
+  const a = axis.x(Math.max(from, axis.first)), b = axis.x(Math.min(to, axis.last));
+  if (to < axis.first || from > axis.last) return;
+  pen.box(Math.min(a, b), layout.top, Math.abs(b - a), layout.bottom - layout.top, color, opacity);
+}
+
+function draw_ground(pen, scene, colors) {
+  const { axis, layout } = scene;
+  if (scene.show.intervals) for (const [first, last] of scene.intervals) band(pen, scene, first, last, colors.shade, 1);
+  if (scene.show.noise && scene.noise) band(pen, scene, scene.noise[0], scene.noise[1] - 1, colors.noise, 0.25);
+  if (scene.show.windows)
+    scene.entries.forEach((entry, k) => {
+      const window = entry.of.frequency.window_points;
+      if (window) band(pen, scene, window[0], window[1], color_of(k), k === scene.selected ? 0.3 : 0.14);
+    });
+  for (const tick of axis.ticks(Math.max(2, layout.width / 80))) {
+    const x = axis.x(tick.point);
+    pen.line([x, layout.bottom, x, layout.bottom + 5], colors.muted);
+    pen.text(tick.text, x, layout.bottom + 18, colors.muted);
+  }
+  pen.line([layout.left, layout.bottom, layout.left + layout.width, layout.bottom], colors.muted);
+  pen.text(axis.unit, layout.left + layout.width, layout.bottom + 31, colors.muted, { align: "right" });
+  const zero = scene.y(0);
+  if (zero > layout.top && zero < layout.top + layout.height)
+    pen.line([layout.left, zero, layout.left + layout.width, zero], colors.line);
+}
+
+function draw_curves(pen, scene, colors) {
+  const { axis, curves, layout } = scene;
+  pen.clip(layout.left, layout.top, layout.width, layout.height, () => {
+    if (scene.show.components)
+      (curves.components ?? []).forEach((curve, k) => pen.line(path_of(curve, axis, scene.y),
+        color_of(k), k === scene.selected ? 2 : 1));
+    if (scene.show.data) pen.line(path_of(curves.data, axis, scene.y), colors.data, 1.2);
+    if (scene.show.model && curves.model) pen.line(path_of(curves.model, axis, scene.y), colors.fit, 1.6);
+  });
+  if (!curves.residual || !scene.show.residual) return;
+  const y = scene.residual_y;
+  pen.clip(layout.left, layout.residual_top, layout.width, layout.residual_height, () => {
+    pen.line([layout.left, y(0), layout.left + layout.width, y(0)], colors.line);
+    pen.line(path_of(curves.residual, axis, y), colors.residual, 1);
+  });
+  pen.text("residual", layout.left + 2, layout.residual_top + 10, colors.muted, { align: "left", size: 11 });
+}
+
+function draw_edges(pen, scene, colors) {
+  for (const edge of edges_of(scene)) {
+    const x = scene.axis.x(edge.point);
+    const color = edge.kind === "noise" ? colors.noise : colors.muted;
+    pen.line([x, scene.layout.top, x, scene.layout.bottom], color, 1, [4, 4]);
+    pen.box(x - 4, scene.layout.top, 8, 16, color, 1);
+  }
+}
+
+function draw_names(pen, scene, colors) {
+  let taken = [];
+  for (const handle of handles_of(scene)) {
+    const own = handle.entry === scene.selected;
+    if (handle.kind === "width") {
+      pen.line([scene.axis.x(handle.point), handle.y, handle.x, handle.y], color_of(handle.entry), 1, [2, 3]);
+      pen.dot(handle.x, handle.y, HANDLE - 1, colors.paper, color_of(handle.entry));
+      continue;
+    }
+    pen.dot(handle.x, handle.y, own ? HANDLE + 1 : HANDLE - 1, color_of(handle.entry), own ? colors.ink : null);
+    const name = scene.entries[handle.entry].name;
+    const wide = 7 * name.length;
+    let y = handle.y - 12;
+    for (const other of taken)
+      if (Math.abs(other.x - handle.x) < (other.wide + wide) / 2 && Math.abs(other.y - y) < 13) y = other.y - 13;
+    y = Math.max(y, scene.layout.top + 10);
+    taken.push({ x: handle.x, y, wide });
+    pen.text(name, handle.x, y, colors.ink, { size: 12, weight: own ? "bold" : "" });
+  }
+}
+
+// scene: axis, layout, curves, entries, intervals, noise, show, selected, y, residual_y, half_width
+export function draw_scene(pen, scene, colors, width, height) {
+  pen.box(0, 0, width, height, colors.paper);
+  draw_ground(pen, scene, colors);
+  draw_curves(pen, scene, colors);
+  draw_edges(pen, scene, colors);
+  if (scene.show.names) draw_names(pen, scene, colors);
+}

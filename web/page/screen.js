@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// screen.js -- the canvas with the spectrum, in the page's colours
+import { Axis, heights } from "./axis.js";
+import { CanvasPen, SvgPen } from "./pens.js";
+import { draw_scene, layout_of } from "./plot.js";
+
+export class Screen {
+  constructor(canvas, bench) {
+    this.canvas = canvas;
+    this.bench = bench;
+    this.axis = new Axis(2);
+    this.unit = "ppm";
+    this.scale_up = 1;
+    this.show = { data: true, model: true, components: true, residual: true, names: true, noise: true, intervals: true, windows: true };
+    this.edges = null; // {noise, intervals} while a hand moves them
+    this.frame = 0;
+    this.frames = [];  // durations of the last drawings [ms]
+  }
+  // Another spectrum: all of it, unless it has the same axis.
+  take_spectrum() {
+    const { about } = this.bench;
+    const same = this.axis.points === about.points && this.hz_per_point === about.hz_per_point;
+    if (!same) this.axis = new Axis(about.points);
+    this.hz_per_point = about.hz_per_point;
+    this.set_unit(this.unit);
+    if (!same) this.scale_up = 1;
+  }
+  units() { return this.bench.about?.ppm ? ["ppm", "Hz", "points"] : ["Hz", "points"]; }
+  set_unit(unit) {
+    this.unit = this.units().includes(unit) ? unit : this.units()[0];
+    const { about } = this.bench;
+    const scale = { ppm: about.ppm, Hz: about.hz }[this.unit];
+    if (scale) this.axis.set_scale(scale, this.unit);
+    else this.axis.set_scale(Float64Array.from({ length: about.points }, (_, i) => i), "points");
+    // the same way round as ppm
+    if (this.unit === "Hz" && about.ppm) this.axis.flipped = about.ppm[1] > about.ppm[0];
+    if (this.unit === "points") this.axis.flipped = (about.ppm ?? about.hz)[1] > (about.ppm ?? about.hz)[0];
+  }
+
+  scene(width = this.canvas.clientWidth, height = this.canvas.clientHeight) {
+    const { bench, axis } = this;
+    const layout = layout_of(width, height);
+    axis.place(layout.left, layout.width);
+    const curves = bench.curves;
+    const seen = [this.show.data && curves.data, this.show.model && curves.model].filter(Boolean);
+    const range = this.held_range ?? heights(seen.length ? seen : [curves.data], axis);
+    const low = range.low / this.scale_up, high = range.high / this.scale_up;
+    this.range = range;
+    const y = (value) => layout.top + layout.height * (1 - (value - low) / (high - low));
+    const per = layout.height / (high - low);
+    const middle = layout.residual_top + layout.residual_height / 2;
+    this.height_of = (pixel) => low + (1 - (pixel - layout.top) / layout.height) * (high - low);
+    return {
+      axis, layout, curves, entries: curves.values ? bench.entries : [], selected: bench.selected, y,
+      residual_y: (value) => middle - value * per,
+      intervals: this.edges?.intervals ?? bench.table?.intervals ?? [],
+      noise: this.edges?.noise ?? bench.table?.noise ?? bench.about.noise,
+      show: this.show,
+      half_width: (k) => this.half_width(k),
+    };
+  }
+  // Half of an entry's width as its start values or the hand have it [points].
+  half_width(k) {
+    const entry = this.bench.entries[k], values = this.bench.curves.values[k];
+    const half = (column, q) => {
+      const own = entry.of[column];
+      if (!own.used || !own.points) return own.used ? values[q] / 2 : 0;
+      return (own.hz / this.hz_per_point) * (values[q] / own.points) / 2;
+    };
+    return Math.max(half("lorentz", 4), half("gauss", 2));
+  }
+
+  colors() {
+    const style = getComputedStyle(document.documentElement);
+    const all = {};
+    for (const name of ["paper", "ink", "muted", "line", "shade", "data", "fit", "residual", "noise"])
+      all[name] = style.getPropertyValue(`--${name}`).trim();
+    return all;
+  }
+  // Drawn once before the next picture of the screen.
+  redraw() {
+    if (this.frame) return;
+    this.frame = requestAnimationFrame(() => {
+      this.frame = 0;
+      this.draw();
+    });
+  }
+  draw() {
+    const { canvas, bench } = this;
+    if (!bench.curves.data || canvas.clientWidth === 0) return;
+    const begin = performance.now();
+    const ratio = window.devicePixelRatio || 1;
+    const width = canvas.clientWidth, height = canvas.clientHeight;
+    if (canvas.width !== Math.round(width * ratio) || canvas.height !== Math.round(height * ratio)) {
+      canvas.width = Math.round(width * ratio);
+      canvas.height = Math.round(height * ratio);
+    }
+    const context = canvas.getContext("2d");
+    context.setTransform(ratio, 0, 0, ratio, 0, 0);
+    draw_scene(new CanvasPen(context), this.scene(), this.colors(), width, height);
+    this.frames.push(performance.now() - begin);
+    if (this.frames.length > 60) this.frames.shift();
+  }
+  svg(width = 1000, height = 560) {
+    const pen = new SvgPen(width, height);
+    draw_scene(pen, this.scene(width, height), this.colors(), width, height);
+    this.redraw();
+    return pen.markup(`${this.bench.spectrum.name}: data, model, residual`);
+  }
+  async png(width = 1600, height = 900) {
+    const canvas = document.createElement("canvas");
+    canvas.width = 2 * width;
+    canvas.height = 2 * height;
+    const context = canvas.getContext("2d");
+    context.scale(2, 2);
+    draw_scene(new CanvasPen(context), this.scene(width, height), this.colors(), width, height);
+    this.redraw();
+    return new Promise((resolve) => canvas.toBlob(resolve, "image/png"));
+  }
+}
