@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+#
+# run.sh build|copy|logic|bits|chromium PROGRAMS TREE -- the page's tests; status 77, with a word, where
+# emscripten, node or the browser is not there
+set -eu
+what=$1 programs=$(cd "$2" && pwd) tree=$(cd "$3" && pwd)
+build=$tree/build/web
+skip() {
+    echo "skipped: $1"
+    exit 77
+}
+command -v node >/dev/null || skip "no node (package nodejs)"
+if [ "$what" = copy ]; then
+    exec node "$tree/web/check_copy.mjs" "$tree" "$build/varokel.html"
+fi
+command -v em++ >/dev/null || skip "no emscripten (package emscripten)"
+# the module's file asks for files by fetch where node has one
+export NODE_OPTIONS=--no-experimental-fetch WEB_BUILD=$build PROGRAMS=$programs NODE_PATH=/usr/share/nodejs
+
+if [ "$what" = build ]; then
+    cd "$tree"
+    unset CMAKE_CXX_COMPILER_LAUNCHER CMAKE_C_COMPILER_LAUNCHER
+    cmake --preset web
+    cmake --build --preset web -j "$(nproc)"
+    size=$(stat -c %s "$build/varokel.html")
+    echo "varokel.html: $size bytes"
+    test "$size" -le 1500000
+    exit
+fi
+[ -f "$build/varokel.html" ] || skip "varokel.html was not built"
+cd "$tree/tests/web"
+if [ "$what" != chromium ]; then
+    exec node --test "$what.test.mjs"
+fi
+
+CHROMIUM=$(command -v chromium || command -v chromium-browser || true)
+[ -n "$CHROMIUM" ] || skip "no chromium (package chromium)"
+DRIVER=$build/driver
+[ -d "$DRIVER/node_modules/playwright-core" ] ||
+    npm install --prefix "$DRIVER" --no-save --no-audit --no-fund playwright-core@1.65.1 >"$build/npm.log" 2>&1 ||
+    skip "playwright-core cannot be had from npm"
+GRID=$(mktemp -d)
+trap 'rm -rf "$GRID"' EXIT
+"$programs/varokel-simulate" "$tree/examples/single_line/start.par" -o "$GRID/grid.nii" --noise 0.01 --seed 1 \
+    --grid 4,3,1 --frequency 123.2 --nucleus 1H --ppm-at-carrier 4.7
+"$programs/varokel-start" --from "$tree/examples/single_line/start.par" >"$GRID/peaks.txt"
+# shellcheck disable=SC2016 # the template texts are those of JavaScript
+node --input-type=module -e '
+import { writeFileSync } from "node:fs";
+const folder = process.argv[1], n = 4096, values = new Float32Array(2 * n), rows = [];
+for (let line = 0; line < 20; ++line) {
+    const hz = -900 + 93 * line;
+    rows.push(`L${line}  lorentz  ?  ${hz} Hz  ${8 + line}  ?`);
+    for (let i = 0; i < n; ++i) {
+        const t = i / 4000, size = Math.exp(-Math.PI * (8 + line) * t);
+        values[2 * i] += size * Math.cos(2 * Math.PI * hz * t);
+        values[2 * i + 1] += size * Math.sin(2 * Math.PI * hz * t);
+    }
+}
+writeFileSync(`${folder}/wide.f32`, values);
+writeFileSync(`${folder}/wide.json`, JSON.stringify({ dwell_time_s: 1 / 4000, spectrometer_mhz: 123, ppm_at_carrier: 4.7, nucleus: "1H" }));
+writeFileSync(`${folder}/twenty.txt`, `name  type  area  frequency  lorentz  phase\n${rows.join("\n")}\n`);
+' "$GRID"
+export CHROMIUM DRIVER GRID
+unset NODE_OPTIONS
+node --test chromium.test.mjs
