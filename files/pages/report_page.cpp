@@ -198,7 +198,7 @@ static std::string entries_of(const run_result &run) {
 static std::string derived_of(const reported_run &reported) {
     if (reported.derived.empty()) return "";
     std::string html =
-        "<h2>Derived from areas</h2>\n<div class=\"wide\"><table class=\"derived\">\n"
+        "<h2>Derived values</h2>\n<div class=\"wide\"><table class=\"derived\">\n"
         "<thead><tr><th scope=\"col\" class=\"text\">Name</th><th scope=\"col\" "
         "class=\"text\">Expression</th><th scope=\"col\">Value</th><th scope=\"col\">"
         "1 SD</th><th scope=\"col\">2 SD</th><th scope=\"col\">1 SD, %</th></tr>"

@@ -253,11 +253,15 @@ found_reference reference_search::found() const {
     return out;
 }
 
+static std::string width_reason(const found_reference &found) {
+    return found.half_width == 0.0
+               ? "ppm at the carrier were not known, so it is the strongest line"
+               : "the usual one for this nucleus; +- WIDTH behind the ppm sets another";
+}
+
 std::string reference_width_text(const found_reference &found) {
-    if (found.half_width == 0.0)
-        return "reference_peak: ppm at the carrier were not known, so it is the strongest line";
-    return "reference_peak.within_ppm " + ppm_text(found.half_width) +
-           ": the usual one for this nucleus; +- WIDTH behind the ppm sets another";
+    if (found.half_width == 0.0) return "reference_peak: " + width_reason(found);
+    return "reference_peak.within_ppm " + ppm_text(found.half_width) + ": " + width_reason(found);
 }
 
 void set_reference_items(nlohmann::ordered_json &items, const reference_peak &wanted,
@@ -284,7 +288,7 @@ void set_reference_items(nlohmann::ordered_json &items, const reference_peak &wa
         if (found.half_width > 0.0) value = found.half_width;
         guesses.push_back({{"item", "reference_peak.within_ppm"},
                            {"value", value},
-                           {"reason", reference_width_text(found)}});
+                           {"reason", width_reason(found)}});
     }
     items.erase("guessed");
     if (!guesses.empty()) items["guessed"] = guesses;
