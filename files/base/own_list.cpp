@@ -19,6 +19,7 @@
 namespace tools {
 
 static constexpr int deepest_folder = 32;
+static constexpr const char *owner_file = ".owner"; // of an own_folder
 static constexpr int most_waits = 2000; // of 1 ms, for the list
 
 // One on the list. The list is walked by handlers, so it is changed only while no signal can come.
@@ -113,6 +114,7 @@ static bool remove_entries(int folder, std::uint64_t device, int depth) noexcept
             const char *const name = entry + offsetof(kernel_entry, name);
             at += size;
             if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+            if (depth == 0 && std::strcmp(name, owner_file) == 0) continue;
             if (unlinkat(folder, name, 0) == 0) continue;
             struct stat facts = {};
             const int inner =
@@ -140,7 +142,9 @@ bool remove_tree(const char *name, std::uint64_t device, std::uint64_t inode,
     if (only_empty) return rmdir(name) == 0;
     const int folder = open(name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (folder < 0) return false;
-    if (fstat(folder, &facts) == 0 && facts.st_ino == inode) remove_entries(folder, device, 0);
+    // who made it is the last to go: what a kill leaves of the folder is still known
+    if (fstat(folder, &facts) == 0 && facts.st_ino == inode && remove_entries(folder, device, 0))
+        unlinkat(folder, owner_file, 0);
     close(folder);
     return rmdir(name) == 0;
 }
