@@ -145,6 +145,7 @@ result<model> model::make(const fit_problem &problem) {
     if (!runs) return runs.why();
     result<parameter_map> map = parameter_map::make(problem.entries);
     if (!map) return map.why();
+    map->keep_frequencies_near(problem.when.points);
 
     model m;
     m.when_ = problem.when;

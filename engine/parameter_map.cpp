@@ -131,6 +131,15 @@ result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
     return map;
 }
 
+void parameter_map::keep_frequencies_near(int points) {
+    for (column &c : columns_) {
+        if (c.of != frequency) continue;
+        const double last = points;
+        c.lower = std::max(c.lower, std::min(0.0, c.start) - last);
+        c.upper = std::min(c.upper, std::max(last, c.start) + last);
+    }
+}
+
 double parameter_map::value(int entry, quantity q, std::span<const double> x) const {
     const affine &a = of(entry, q);
     if (a.column < 0) return a.offset;

@@ -42,6 +42,11 @@ class parameter_map {
     //   3. Widths that a line type has not are fixed at 0, whatever the problem says of them.
     static result<parameter_map> make(const std::vector<entry> &entries);
 
+    // Frequencies stay within a spectral width of the spectrum, or of where they start outside of
+    // it. A line that lost its area has no place that the data could tell, and a step might take
+    // it to 1e54 Hz without a change of the sum of squares.
+    void keep_frequencies_near(int points);
+
     int columns() const { return static_cast<int>(columns_.size()); }
     int entries() const { return static_cast<int>(of_.size()); }
     const column &at(int c) const { return columns_[static_cast<std::size_t>(c)]; }

@@ -51,6 +51,27 @@ TEST(parameter_map, free_parameters_get_columns_in_order_and_fixed_ones_none) {
     EXPECT_EQ(map->value(1, engine::lorentz_width, x), 4.0);
 }
 
+TEST(parameter_map, frequencies_stay_near_the_spectrum_or_their_start) {
+    std::vector<entry> entries;
+    for (const double at : {10.0, -300.0, 1e300, 5.0, 64.0})
+        entries.push_back(voigt(1, at, 1, 0, 1));
+    entries[3].of[engine::frequency].lower = -20.0;
+    entries[3].of[engine::frequency].upper = 90.0;
+    entries[4].of[engine::frequency].lower = 5000.0;
+    auto map = parameter_map::make(entries);
+    ASSERT_TRUE(map);
+    map->keep_frequencies_near(64);
+    const double want[][2] = {{-64, 128}, {-364, 128}, {-64, 1e300}, {-20, 90}, {5000, 5064}};
+    for (int k = 0; k < 5; ++k) {
+        const engine::column &c = map->at(map->of(k, engine::frequency).column);
+        EXPECT_EQ(c.lower, want[k][0]) << k;
+        EXPECT_EQ(c.upper, want[k][1]) << k;
+        EXPECT_TRUE(c.lower <= c.start && c.start <= c.upper) << k;
+        EXPECT_EQ(map->at(map->of(k, engine::phase).column).upper,
+                  std::numeric_limits<double>::infinity());
+    }
+}
+
 TEST(parameter_map, a_gaussian_width_moves_as_its_square) {
     const auto map = parameter_map::make({voigt(1, 2, 3, 0, 1)});
     ASSERT_TRUE(map);
