@@ -20,7 +20,7 @@ namespace tools {
 
 static constexpr int deepest_folder = 32;
 static constexpr const char *owner_file = ".owner"; // of an own_folder
-static constexpr int most_waits = 2000; // of 1 ms, for the list
+static constexpr int most_waits = 2000;             // of 1 ms, for the list
 
 // One on the list. The list is walked by handlers, so it is changed only while no signal can come.
 struct own_slot {
