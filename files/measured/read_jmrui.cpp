@@ -132,6 +132,8 @@ std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
                 {"spectrometer_mhz", *facts.mhz,
                  "TransmitterFrequency is too small for hertz, taken as MHz"});
     }
+    if (const auto day = header.items.find("dateofexperiment"); day != header.items.end())
+        facts.date = date_of(day->second.value);
     const auto named = header.items.find("typeofnucleus");
     if (named != header.items.end()) facts.nucleus = nucleus_of(named->second.value);
     const std::optional<double> tesla = number("MagneticField");

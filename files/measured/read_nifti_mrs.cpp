@@ -254,6 +254,13 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
         nucleus != nullptr && nucleus->is_string())
         facts.nucleus = nucleus_of(nucleus->get<std::string>());
     facts.echo_time = number_item(meta, "EchoTime", file);
+    facts.repetition_time = number_item(meta, "RepetitionTime", file);
+    std::array<double, 3> edges = header.geometry.voxel_mm;
+    for (double &mm : edges) mm = as_written(mm);
+    // 10000 stands for "not localised", 1 on all sides for a header that nobody filled in
+    if (std::all_of(edges.begin(), edges.end(), [](double mm) { return mm > 0.0 && mm < 1e3; }) &&
+        edges != std::array<double, 3>{1.0, 1.0, 1.0})
+        facts.voxel_mm = edges;
     facts.begin_time = number_item(meta, "AcquisitionStartTime", file);
     // our own item; items outside of the standard are objects with Value and Description
     if (const auto own = meta.find("PpmAtCarrier"); own != meta.end() && own->is_object())

@@ -34,6 +34,21 @@ std::string json_beside(const std::string &file) {
     return "";
 }
 
+static std::optional<std::array<double, 3>> voxel_of(const metadata &about) {
+    const auto found = about.items().find("voxel_mm");
+    if (found == about.items().end() || found->is_null()) return std::nullopt;
+    std::array<double, 3> mm{};
+    bool three = found->is_array() && found->size() == 3;
+    for (std::size_t i = 0; three && i < 3; ++i) {
+        three = (*found)[i].is_number() && (*found)[i].get<double>() > 0.0;
+        if (three) mm[i] = (*found)[i].get<double>();
+    }
+    if (!three)
+        throw tool_error(bad_input, about.file() + ": item voxel_mm; expected three edges above 0, "
+                                                   "such as [20, 20, 25]");
+    return mm;
+}
+
 json_facts read_json_facts(const std::string &json, long long points_in_file) {
     const metadata about(json);
     json_facts read;
@@ -43,6 +58,10 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
     facts.dwell_time = about.positive_number("dwell_time_s");
     facts.mhz = about.positive_number("spectrometer_MHz");
     facts.ppm_at_carrier = about.number("ppm_at_carrier");
+    facts.echo_time = about.number("echo_time_s");
+    facts.repetition_time = about.positive_number("repetition_time_s");
+    facts.voxel_mm = voxel_of(about);
+    if (const auto date = about.text("date")) facts.date = date_of(*date);
     facts.begin_time = about.number("begin_time_s");
     if (!facts.begin_time) facts.begin_time = about.number("dead_time_s");
     facts.nucleus = about.text("nucleus");

@@ -40,6 +40,18 @@ struct rda_header {
                                             "; expected a number above 0");
         return value;
     }
+    // Edges of the voxel [mm]; of a grid or without one of them they are not known.
+    std::optional<std::array<double, 3>> edges(const std::array<const char *, 3> &names) const {
+        std::array<double, 3> mm{};
+        for (std::size_t i = 0; i < 3; ++i) {
+            const auto at = items.find(lower_case(names[i]));
+            if (at == items.end()) return std::nullopt;
+            const std::optional<double> value = number_with_comma(at->second.value);
+            if (!value || !(*value > 0.0) || !std::isfinite(*value)) return std::nullopt;
+            mm[i] = *value;
+        }
+        return mm;
+    }
     long long count(const char *name, long long absent) const {
         const std::optional<double> value = positive(name);
         if (value && (*value != std::floor(*value) || *value > 1e6))
@@ -106,6 +118,11 @@ std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
     if (const auto dwell_us = header.positive("DwellTime")) facts.dwell_time = *dwell_us / 1e6;
     facts.mhz = header.positive("MRFrequency");
     if (const auto echo_ms = header.positive("TE")) facts.echo_time = *echo_ms / 1e3;
+    if (const auto repetition_ms = header.positive("TR"))
+        facts.repetition_time = *repetition_ms / 1e3;
+    facts.voxel_mm = header.edges({"VOIReadoutFOV", "VOIPhaseFOV", "VOIThickness"});
+    if (const auto at = header.items.find("studydate"); at != header.items.end())
+        facts.date = date_of(at->second.value);
     if (const auto at = header.items.find("nucleus"); at != header.items.end())
         facts.nucleus = nucleus_of(at->second.value);
     return source;

@@ -132,6 +132,14 @@ std::unique_ptr<spectrum_source> read_sdat(const std::string &file) {
     if (const auto width = items.positive("sample_frequency")) facts.dwell_time = 1.0 / *width;
     if (const auto hertz = items.positive("synthesizer_frequency")) facts.mhz = *hertz / 1e6;
     if (const auto time = items.number("echo_time")) facts.echo_time = *time / 1e3;
+    if (const auto time = items.number("repetition_time"); time && *time > 0.0)
+        facts.repetition_time = *time / 1e3;
+    const auto ap = items.number("ap_size"), lr = items.number("lr_size"),
+               cc = items.number("cc_size");
+    if (ap && lr && cc && *ap > 0.0 && *lr > 0.0 && *cc > 0.0)
+        facts.voxel_mm = std::array<double, 3>{*ap, *lr, *cc};
+    if (const auto at = items.items.find("scan_date"); at != items.items.end())
+        facts.date = date_of(at->second.value);
     if (const auto at = items.items.find("nucleus"); at != items.items.end())
         facts.nucleus = nucleus_of(at->second.value);
     return source;

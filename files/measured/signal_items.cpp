@@ -88,6 +88,9 @@ nlohmann::ordered_json common_items(const spectrum_source &source, bool conjugat
     items["ppm_rises_with_points"] = rises;
     if (facts.nucleus) items["nucleus"] = *facts.nucleus;
     if (facts.echo_time) items["echo_time_s"] = *facts.echo_time;
+    if (facts.repetition_time) items["repetition_time_s"] = *facts.repetition_time;
+    if (facts.voxel_mm) items["voxel_mm"] = *facts.voxel_mm;
+    if (facts.date) items["date"] = *facts.date;
     if (facts.begin_time) {
         items["begin_time_s"] = *facts.begin_time;
         items["phi_1_degrees"] = delay_phase(*facts.begin_time, *facts.dwell_time);

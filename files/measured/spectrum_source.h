@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <functional>
 #include <optional>
 #include <set>
@@ -24,13 +25,16 @@ typedef std::optional<std::pair<long long, long long>> point_stretch;
 
 // What turns points into seconds, hertz and ppm.
 struct signal_facts {
-    std::optional<double> dwell_time;     // [s]
-    std::optional<double> mhz;            // spectrometer frequency [MHz]
-    std::optional<double> ppm_at_carrier; // [ppm]
-    std::optional<double> begin_time;     // of the first point [s]
-    std::optional<double> echo_time;      // [s]
-    std::optional<std::string> nucleus;   // such as "31P"
-    bool ppm_rises_with_points = false;   // once opposite_sense is undone
+    std::optional<double> dwell_time;              // [s]
+    std::optional<double> mhz;                     // spectrometer frequency [MHz]
+    std::optional<double> ppm_at_carrier;          // [ppm]
+    std::optional<double> begin_time;              // of the first point [s]
+    std::optional<double> echo_time;               // [s]
+    std::optional<double> repetition_time;         // [s]
+    std::optional<std::array<double, 3>> voxel_mm; // edges of the voxel [mm], in the file's order
+    std::optional<std::string> date;               // of the measurement, as the file has it
+    std::optional<std::string> nucleus;            // such as "31P"
+    bool ppm_rises_with_points = false;            // once opposite_sense is undone
     point_stretch noise_points, fit_points;
 };
 

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 namespace tools {
 
@@ -90,6 +91,24 @@ std::optional<std::string> nucleus_of(std::string_view text) {
     letters = lower_case(letters);
     letters[0] = static_cast<char>(letters[0] - 'a' + 'A');
     return digits + letters;
+}
+
+std::optional<std::string> date_of(std::string_view text) {
+    std::string digits;
+    text = trimmed(text);
+    if (!text.empty() && (text.front() == '"' || text.front() == '\'')) text.remove_prefix(1);
+    for (std::size_t i = 0; i < text.size() && digits.size() < 8; ++i) {
+        const bool between = (digits.size() == 4 || digits.size() == 6) && i > 0 &&
+                             is_digit(text[i - 1]) && std::strchr(".-/", text[i]) != nullptr;
+        if (is_digit(text[i]))
+            digits += text[i];
+        else if (!between)
+            return std::nullopt;
+    }
+    if (digits.size() != 8) return std::nullopt;
+    const int month = std::stoi(digits.substr(4, 2)), day = std::stoi(digits.substr(6));
+    if (digits < "19000101" || month < 1 || month > 12 || day < 1 || day > 31) return std::nullopt;
+    return digits.substr(0, 4) + "-" + digits.substr(4, 2) + "-" + digits.substr(6);
 }
 
 std::optional<std::string> nucleus_of_field(double mhz, double tesla) {

@@ -27,6 +27,10 @@ std::vector<std::string_view> words_of(std::string_view line);
 // are passed on in this form only, so that no name of a person gets into an output.
 std::optional<std::string> nucleus_of(std::string_view text);
 
+// A day as 2019-01-31 when text begins with year, month and day, together or with one sign (. - /)
+// between them, in quotes or not; else nothing.
+std::optional<std::string> date_of(std::string_view text);
+
 // The nucleus whose frequency per tesla is within one per cent of mhz / tesla.
 std::optional<std::string> nucleus_of_field(double mhz, double tesla);
 

@@ -35,11 +35,19 @@ stands() {
 # proton spectra of brain: NAA, creatine, choline; their mirror images about water hold nothing
 status 0 "$import" brain_press30.SDAT -o run --ppm-at-carrier 4.6738
 for item in '"spectrometer_mhz": 127.755264' '"dwell_time_s": 0.0005' '"nucleus": "1H"' '"echo_time_s": 0.03' \
+    '"repetition_time_s": 2.0' \
     '"conjugated": true' '"ppm_rises_with_points": false' "\"sha256\": \"$(sha256sum <brain_press30.SDAT | cut -c 1-64)\""; do
     holds run/brain_press30.json "$item"
 done
+tr -d ' \n' <run/brain_press30.json >one_line
+holds one_line '"voxel_mm":[26.0,26.0,30.0]'
+lacks one_line '"date"' # an empty item is none
+sed 's/^scan_date :.*/scan_date : "2019.01.31 12:00:00"/' brain_press30.SPAR >dated.SPAR
+cp brain_press30.SDAT dated.SDAT
+status 0 "$import" dated.SDAT -o run --ppm-at-carrier 4.6738
+holds run/dated.json '"date": "2019-01-31"'
 status 0 "$import" brain_steam11.nii.gz -o run --ppm-at-carrier 4.6538 --resize fill
-for item in '"spectrometer_mhz": 297.219948' '"dwell_time_s": 8.33e-05' '"nucleus": "1H"' '"echo_time_s": 0.011' \
+for item in '"spectrometer_mhz": 297.219948' '"dwell_time_s": 8.33e-05' '"nucleus": "1H"' '"echo_time_s": 0.011' '"repetition_time_s": 5.0' \
     '"conjugated": false' '"ppm_rises_with_points": false' '"tx_offset_ppm_not_applied": -2.0' \
     '"how": "filled with zeros"' "\"sha256\": \"$(sha256sum <brain_steam11.nii.gz | cut -c 1-64)\""; do
     holds run/brain_steam11.json "$item"
