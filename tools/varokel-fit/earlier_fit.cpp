@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// earlier_fit.cpp -- which files of a folder a fit made, and which are somebody else's
 #include "varokel-fit/earlier_fit.h"
 
 #include "files/base/own_files.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
-
-#include <algorithm>
-#include <fstream>
-#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,60 +13,12 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static constexpr std::size_t digits_of_digest = 64;
-
-// What varokel-report writes, and what it puts before these names when there are several spectra.
-static bool is_of_report(const std::string &name) {
-    static const char *const whole[] = {"report.html", "results.tsv",  "results.json",
-                                        "quality.tsv", "quality.json", "derived.tsv"};
-    static const char *const ends[] = {"fit.svg", "fit.nii.gz", "residual.nii.gz",
-                                       "components.nii.gz"};
-    return std::any_of(std::begin(whole), std::end(whole),
-                       [&](const char *each) { return name == each; }) ||
-           std::any_of(std::begin(ends), std::end(ends), [&](const char *each) {
-               return name == each || name.ends_with("." + std::string(each));
-           });
-}
-
-// All but folders, from the folder on; links are not followed.
-static std::vector<fs::path> files_of(const fs::path &folder) {
-    std::vector<fs::path> files;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(folder))
-        if (!fs::is_directory(entry.symlink_status()))
-            files.push_back(entry.path().lexically_relative(folder));
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-void write_fit_list(const fs::path &folder) {
-    std::string text;
-    for (const fs::path &file : files_of(folder)) {
-        if (file == ".owner" || (!file.has_parent_path() && is_of_report(file.string()))) continue;
-        text += sha256_of_file((folder / file).string()) + "  " + file.string() + "\n";
-    }
-    part_file list((folder / fit_list_name).string());
-    list.add(text);
-    list.finish();
-}
-
-earlier_fit::earlier_fit(const fs::path &folder) : folder_(folder) {
-    if (!fs::is_regular_file(fs::symlink_status(folder / fit_list_name))) return;
-    std::ifstream list(folder / fit_list_name, std::ios::binary);
-    for (std::string line; std::getline(list, line);) {
-        const bool whole = line.size() > digits_of_digest + 2 &&
-                           line.find_first_not_of("0123456789abcdef") == digits_of_digest &&
-                           line.compare(digits_of_digest, 2, "  ") == 0;
-        if (!whole) { // no list of ours
-            digests_.clear();
-            return;
-        }
-        digests_[line.substr(digits_of_digest + 2)] = line.substr(0, digits_of_digest);
-    }
-}
+earlier_fit::earlier_fit(const fs::path &folder)
+    : folder_(folder), digests_(read_fit_list(folder)) {}
 
 bool earlier_fit::has(const fs::path &file) const {
     if (digests_.empty()) return false;
-    if (!file.has_parent_path() && (file == fit_list_name || is_of_report(file.string())))
+    if (!file.has_parent_path() && (file == fit_list_name || is_made_by_report(file.string())))
         return true;
     const auto listed = digests_.find(file.string());
     if (listed == digests_.end() || !fs::is_regular_file(fs::symlink_status(folder_ / file)))
@@ -107,7 +56,7 @@ static void make_folders(const fs::path &file, const fs::path &from, const fs::p
 std::map<std::string, std::string> take_over(const fs::path &from, const fs::path &to) {
     const earlier_fit before(from);
     std::map<std::string, std::string> looked_at;
-    for (const fs::path &file : files_of(from)) {
+    for (const fs::path &file : files_below(from)) {
         looked_at[file.string()] = identity_of((from / file).string()).text();
         const fs::file_status there = fs::symlink_status(to / file);
         if (fs::is_directory(there))
@@ -131,7 +80,7 @@ std::map<std::string, std::string> take_over(const fs::path &from, const fs::pat
 
 void take_late_files(const fs::path &from, const fs::path &to,
                      const std::map<std::string, std::string> &looked_at) {
-    for (const fs::path &file : files_of(from)) {
+    for (const fs::path &file : files_below(from)) {
         const auto known = looked_at.find(file.string());
         const bool late =
             known == looked_at.end() || known->second != identity_of((from / file).string()).text();

@@ -1,22 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // earlier_fit.h -- which files of a folder a fit made, and which are somebody else's
 //
-// fit_files.sha256 lists what a fit left, as sha256sum(1) has it: two fields, the digest and the
-// name from the folder on. A file is of an earlier fit when it stands there and still has that
-// digest; so nothing that was changed or put there since is taken for one, whatever a list says.
-// The files of the report, which are made again at any time, are known by their names.
+// A file is of an earlier fit when the fit's list (files/results/fit_list.h) has it and it still
+// has that digest, or when it has the name of a file that the report makes.
 #pragma once
 
-#include <filesystem>
-#include <map>
-#include <string>
+#include "files/results/fit_list.h"
 
 namespace tools {
-
-inline constexpr const char *fit_list_name = "fit_files.sha256";
-
-// Writes the list of all files in a folder but those of the report. Errors: bad_output.
-void write_fit_list(const std::filesystem::path &folder);
 
 // What is known of the files of an earlier fit in a folder; nothing when there is no list.
 // Errors: none; a list that is damaged lists nothing.
@@ -28,7 +19,7 @@ class earlier_fit {
 
   private:
     std::filesystem::path folder_;
-    std::map<std::string, std::string> digests_; // by name
+    fit_list digests_;
 };
 
 // Files that are in one folder and neither in the other nor of an earlier fit are put there too:

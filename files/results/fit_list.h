@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fit_list.h -- the list of the files that a fit made, with their digests
+//
+// fit_files.sha256 lists what a fit left, as sha256sum(1) has it: two fields, the digest and the
+// name from the folder on. A file is what the fit made when it stands there and still has that
+// digest; so nothing that was changed or put there since is taken for it, whatever a list says.
+// The files of the report, which are made again at any time, are known by their names.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+inline constexpr const char *fit_list_name = "fit_files.sha256";
+
+// SHA-256 [64 hexadecimal digits] by name, from the folder of the list on.
+using fit_list = std::map<std::string, std::string>;
+
+// Writes the list of all files in a folder but those of the report. Errors: bad_output.
+void write_fit_list(const std::filesystem::path &folder);
+
+// The list of a folder. Errors: none; empty when there is none, or it is no list of write_fit_list.
+fit_list read_fit_list(const std::filesystem::path &folder);
+
+// Whether varokel-report writes files of this name, which is one without a folder.
+bool is_made_by_report(const std::string &name);
+
+// All files below a folder but folders, from it on and sorted; links are not followed.
+// Errors: std::filesystem::filesystem_error.
+std::vector<std::filesystem::path> files_below(const std::filesystem::path &folder);
+
+} // namespace tools
