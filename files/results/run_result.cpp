@@ -15,6 +15,7 @@
 #include "files/results/run_files.h"
 #include "files/results/run_log.h"
 #include "files/results/run_provenance.h"
+#include "files/results/stale_optimum.h"
 
 #include "engine/noise_window.h"
 
@@ -244,6 +245,24 @@ static void take_optimum(run_result &run) {
     fill_entries(run, rows, values, errors);
 }
 
+// The optimum is of other files than those that are there now; what the search left is not.
+static void refuse_optimum(run_result &run, const std::vector<std::string> &changed,
+                           bool searched) {
+    static constexpr std::size_t most_named = 3;
+    std::string names;
+    for (std::size_t i = 0; i < std::min(changed.size(), most_named); ++i)
+        names += (i == 0 ? "" : ", ") + changed[i];
+    if (changed.size() > most_named)
+        names += " and " + std::to_string(changed.size() - most_named) + " more";
+    if (searched)
+        run.warnings.push_back("changed since the exact fit: " + names +
+                               ". Its optimum (optimum.json) is not shown, but what the search "
+                               "left; fit again for an optimum of these files");
+    else
+        run.why_not = "changed since the exact fit: " + names +
+                      ". Its optimum (optimum.json) is not of these files; fit again";
+}
+
 // What the fitter's own files say. False when the search ran away; why_not says which entry.
 static bool take_search(run_result &run, const result_options &options) {
     const std::string base = in_folder(run.folder, run.name);
@@ -279,14 +298,20 @@ run_result read_run(const std::string &folder, const std::string &name,
     run.name = name;
     read_sidecar(run);
     read_log(run, options.log_file);
-    const bool exact = is_file(in_folder(folder, "optimum.json"));
-    if (!exact && !is_file(in_folder(folder, name + ".exl"))) {
-        run.why_not = reason_of_log(run);
-        judge_run(run);
-        note_provenance(run, options.hashes);
-        return run;
+    bool exact = is_file(in_folder(folder, "optimum.json"));
+    bool searched = is_file(in_folder(folder, name + ".exl"));
+    if (exact) {
+        const optimum_files beside = files_beside_optimum(folder, name);
+        exact = beside.changed.empty();
+        if (!exact)
+            refuse_optimum(run, beside.changed, searched);
+        else if (beside.other_search)
+            run.warnings.push_back(name + ".exl is not of the fit that left optimum.json, and is "
+                                          "not shown");
+        searched = searched && !(exact && beside.other_search);
     }
-    if (is_file(in_folder(folder, name + ".exl")) && !take_search(run, options) && !exact) {
+    if (!exact && !searched && run.why_not.empty()) run.why_not = reason_of_log(run);
+    if ((!exact && !searched) || (searched && !take_search(run, options) && !exact)) {
         judge_run(run);
         note_provenance(run, options.hashes);
         return run;

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// stale_optimum.cpp -- whether the optimum of a folder is still that of its files
+#include "files/results/stale_optimum.h"
+
+#include "files/base/sha256.h"
+#include "files/results/fit_list.h"
+
+#include <filesystem>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+// Digests of the files beside optimum.json, by name; none when the list does not have it as it is.
+static fit_list digests_beside_optimum(const fs::path &list_of, const fs::path &folder) {
+    fit_list beside;
+    const fs::path from = folder.lexically_relative(list_of);
+    for (const auto &[name, digest] : read_fit_list(list_of)) {
+        const fs::path file(name);
+        if (file.parent_path() == (from == "." ? fs::path() : from))
+            beside[file.filename().string()] = digest;
+    }
+    const auto optimum = beside.find("optimum.json");
+    if (optimum == beside.end() ||
+        sha256_of_file((folder / "optimum.json").string()) != optimum->second)
+        beside.clear();
+    return beside;
+}
+
+optimum_files files_beside_optimum(const std::string &folder, const std::string &name) {
+    const fs::path place = fs::absolute(fs::path(folder) / "").lexically_normal().parent_path();
+    fit_list beside = digests_beside_optimum(place, place);
+    if (beside.empty()) beside = digests_beside_optimum(place.parent_path(), place);
+    optimum_files found;
+    if (beside.empty()) return found;
+    std::error_code error;
+    for (const auto &[file, digest] : beside) {
+        if (file == "names.txt" || file == name + ".json" || file.ends_with(".log")) continue;
+        if (fs::is_regular_file(place / file, error) &&
+            sha256_of_file((place / file).string()) != digest)
+            found.changed.push_back(file);
+    }
+    found.other_search =
+        !beside.contains(name + ".exl") && fs::is_regular_file(place / (name + ".exl"), error);
+    return found;
+}
+
+} // namespace tools
