@@ -75,7 +75,9 @@ def two_lines(points: int = 512, hz_per_point: float = 2.0) -> StartFile:
     )
 
 
-def masked_array(points: npt.NDArray[np.complex128], *masked: int) -> npt.ArrayLike:
+def masked_array(
+    points: npt.NDArray[np.complex128] | npt.NDArray[np.bool_], *masked: int
+) -> npt.ArrayLike:
     """An array of numpy.ma in which these points are masked."""
     make = getattr(np.ma, "masked_array")  # has no types
     mask = np.isin(np.arange(points.size), masked)

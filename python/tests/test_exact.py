@@ -161,6 +161,9 @@ def test_masked_arrays_are_refused_and_the_data_of_a_fit_are_its_own() -> None:
     points = spectrum()
     with pytest.raises(ValueError, match="masked"):
         varokel.fit(masked_array(points, 9), two_lines())
+    with pytest.raises(ValueError, match="the mask has masked points"):
+        mask = masked_array(np.ones(512, dtype=np.bool_), 9)
+        varokel.fit(points, two_lines(), ExactOptions(mask=mask, noise_sd=NOISE_SD))
     fit = varokel.fit(points, two_lines())
     points[:] = 0.0
     assert np.all(fit.data[400:] != 0.0)

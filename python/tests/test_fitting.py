@@ -229,6 +229,16 @@ def test_results_that_are_cut_short_are_no_results(tmp_path: Path) -> None:
         varokel.read_fit(folder)
 
 
+def test_results_that_are_no_numbers_are_no_results(tmp_path: Path) -> None:
+    folder = tmp_path / "run"
+    varokel.fit_fid(two_line_fid(), two_lines(), FitOptions(folder=folder))
+    table = folder / "spectrum.mat"
+    words = table.read_text().split()
+    table.write_text("\n".join("\t".join(["nan", *words[k + 1 : k + 5]]) for k in (0, 5)) + "\n")
+    with pytest.raises(varokel.FitFailed, match="no finite numbers"):
+        varokel.read_fit(folder)
+
+
 def test_arguments_that_do_not_belong_together_are_refused(tmp_path: Path) -> None:
     spectrum = varokel.spectrum_of_fid(two_line_fid())
     start = two_lines()

@@ -36,3 +36,18 @@ def test_names_that_are_no_utf8_are_refused_with_their_place(tmp_path: Path) -> 
     assert "3" in str(refused.value)
     file.write_bytes("PCr\nglü\n".encode())
     assert read_names(file) == ("PCr", "glü")
+
+
+def test_a_results_table_that_is_no_utf8_is_refused_with_its_line(tmp_path: Path) -> None:
+    file = tmp_path / "results.tsv"
+    file.write_bytes(b"spectrum\tname\nbrain\tPCr\nbrain\tgl\xfc\n")
+    with pytest.raises(varokel.FileFormatError, match="UTF-8") as refused:
+        varokel.read_results_table(file)
+    assert refused.value.line == 3
+
+
+def test_json_that_is_nested_beyond_the_stack_is_an_error_of_the_file(tmp_path: Path) -> None:
+    file = tmp_path / "spectrum.json"
+    file.write_text("[" * 200_000)
+    with pytest.raises(varokel.FileFormatError, match="nested"):
+        varokel.read_sidecar(file)

@@ -109,6 +109,9 @@ def test_values_and_links_are_replaced_as_tables() -> None:
     np.testing.assert_array_equal(fixed.links[:, Quantity.AREA], [0, 0])
     with pytest.raises(ValueError, match=r"shape \(1, 5\); expected \(2, 5\)"):
         start.with_values(values[:1])
+    values[1, Quantity.PHASE] = np.nan
+    with pytest.raises(ValueError, match="no finite numbers"):
+        start.with_values(values)
 
 
 def test_what_a_file_cannot_say_is_refused() -> None:

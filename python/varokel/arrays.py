@@ -16,11 +16,16 @@ BoolArray: TypeAlias = npt.NDArray[np.bool_]
 
 
 def complex_points(signal: npt.ArrayLike) -> ComplexArray:
-    """A signal as complex128, same shape. Raises ValueError for one with points that are masked:
-    numpy would hand on what lies under the mask."""
-    if isinstance(signal, np.ma.MaskedArray) and bool(np.any(signal.mask)):
-        raise ValueError("the signal has masked points; fill or cut them first")
+    """A signal as complex128, same shape. Raises ValueError for one with points that are masked."""
+    refuse_masked(signal, "the signal has masked points; fill or cut them first")
     return np.asarray(signal, dtype=np.complex128)
+
+
+def refuse_masked(array: object, text: str) -> None:
+    """Raises ValueError with the text for an array of numpy.ma with something under its mask:
+    numpy would hand on what lies there."""
+    if isinstance(array, np.ma.MaskedArray) and bool(np.any(array.mask)):
+        raise ValueError(text)
 
 
 class Quantity(IntEnum):

@@ -11,7 +11,7 @@ from os import PathLike
 import numpy as np
 import numpy.typing as npt
 
-from .arrays import BoolArray, ComplexArray, complex_points
+from .arrays import BoolArray, ComplexArray, complex_points, refuse_masked
 from .errors import FitFailed
 from .exact_fit import ExactFit, read_exact_fit
 from .exact_problem import Windows, make_problem
@@ -154,6 +154,7 @@ def _finite_points(spectrum: npt.ArrayLike) -> ComplexArray:
 def _mask_of(mask: npt.ArrayLike | None, points: int) -> BoolArray | None:
     if mask is None:
         return None
+    refuse_masked(mask, "the mask has masked points; fill them with True or False")
     chosen = np.asarray(mask)
     if chosen.dtype != np.bool_ or chosen.shape != (points,):
         raise ValueError(

@@ -22,6 +22,8 @@ def read_json_object(file: str | PathLike[str]) -> JsonObject:
         raise FileFormatError(file, error.lineno, f"no JSON: {error.msg}") from error
     except UnicodeDecodeError as error:
         raise FileFormatError(file, 0, f"no UTF-8 text: {error.reason}") from error
+    except RecursionError:
+        raise FileFormatError(file, 0, "nested deeper than anybody writes it") from None
     if not isinstance(value, dict):
         raise FileFormatError(file, 0, "expected a JSON object")
     return value

@@ -13,7 +13,7 @@ from pathlib import Path
 
 import numpy as np
 
-from .arrays import BoolArray, EntryType, FloatArray, IntArray, Quantity
+from .arrays import BoolArray, EntryType, FloatArray, IntArray, Quantity, refuse_masked
 from .words import WordReader
 
 GAUSS_FWHM_PER_WIDTH = 1.67
@@ -163,12 +163,16 @@ class StartFile:
         """The same file with other start values, shape (entries, 5), units as in Entry.
 
         Links stay: what is tied keeps the ratio or difference of the NEW values. Ranges stay, too.
+        Raises ValueError for another shape, and for values that are masked or not finite.
         """
+        refuse_masked(values, "start values with masked ones among them; fill them first")
         table = np.asarray(values, dtype=np.float64)
         if table.shape != (len(self.entries), len(Quantity)):
             raise ValueError(
                 f"values of shape {table.shape}; expected ({len(self.entries)}, {len(Quantity)})"
             )
+        if not np.all(np.isfinite(table)):
+            raise ValueError("start values that are no finite numbers")
         changed = []
         for entry, row in zip(self.entries, table):
             new = [dataclasses.replace(p, value=float(v)) for p, v in zip(entry.parameters, row)]

@@ -91,10 +91,16 @@ class ResultsTable:
 def read_results_table(file: str | PathLike[str]) -> ResultsTable:
     """Reads a tab-separated table with a heading line, and the .json dictionary beside it, if any.
 
-    Raises FileFormatError for a row with another number of cells than the heading; OSError.
+    Raises FileFormatError for a row with another number of cells than the heading, and for a text
+    that is not UTF-8; OSError.
     """
     path = Path(file)
-    lines = path.read_text(encoding="utf-8").split("\n")
+    whole = path.read_bytes()
+    try:
+        lines = whole.decode("utf-8").split("\n")
+    except UnicodeDecodeError as error:
+        at_line = whole.count(b"\n", 0, error.start) + 1
+        raise FileFormatError(file, at_line, "no UTF-8 text; was it edited?") from None
     if lines[-1] == "":
         lines.pop()  # what stands behind the last line feed
     if not lines or not lines[0]:
