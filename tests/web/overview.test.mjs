@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // overview.test.mjs -- the page of a batch in a real browser: values that are known badly
 //
-// OVERVIEW names a folder of varokel-batch with its overview.html; DRIVER and CHROMIUM as in
-// chromium.test.mjs.
+// OVERVIEW names a folder of varokel-batch with its overview.html, DRIVER the folder with
+// playwright-core, CHROMIUM the browser.
 import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";
 import { createRequire } from "node:module";

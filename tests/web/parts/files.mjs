@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// files.mjs -- files that are opened, whole and damaged, and work that is kept
+import assert from "node:assert/strict";
+import { mkdtempSync, readFileSync, writeFileSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { gzipSync } from "node:zlib";
+import test from "node:test";
+import { bench, example, load_example, now, page_file, ready, shot, status, text_of } from "../browser.mjs";
+
+test("files come by the button, packed and with a sidecar; damaged ones leave the work alone", async () => {
+  const folder = mkdtempSync(join(tmpdir(), "varokel-web-"));
+  const put = (name, bytes) => { writeFileSync(join(folder, name), bytes); return join(folder, name); };
+  await now.page.setInputFiles("#file-input", [example("c13_kidney/c13_kidney.fid.f32"), example("c13_kidney/c13_kidney.fid.json"), example("c13_kidney/peaks.txt")]);
+  await now.page.waitForFunction(() => window.varokel.bench.entries.length === 4);
+  const packed = put("xe.fid.f32.gz", gzipSync(readFileSync(example("xe129_lung/xe129_lung.fid.f32"))));
+  const beside = put("xe.fid.json", readFileSync(example("xe129_lung/xe129_lung.fid.json")));
+  await now.page.setInputFiles("#file-input", [packed, beside, example("xe129_lung/peaks.txt")]);
+  await now.page.waitForFunction(() => window.varokel.bench.spectrum.name === "xe" && !window.varokel.bench.error);
+  const whole = await text_of();
+  for (const [name, bytes] of [["cut.nii", readFileSync(page_file.slice(7)).subarray(0, 500)], ["cut.nii.gz", gzipSync(Buffer.alloc(5000)).subarray(0, 30)],
+    ["none.dcm", Buffer.from("DICM")], ["empty.f32", Buffer.alloc(0)], ["odd.f32", Buffer.alloc(13)], ["nan.f32", Buffer.alloc(64, 0xff)], ["alone.json", Buffer.from("{}")],
+    ["deep.json", Buffer.from("[".repeat(100000))], ["words.txt", Buffer.from("hello\nworld\n")], ["x.rda", Buffer.from("<img src=x onerror=alert(1)>")]]) {
+    await now.page.evaluate(() => window.varokel.say(""));
+    await now.page.setInputFiles("#file-input", [put(name, bytes)]);
+    await now.page.waitForFunction(() => document.getElementById("status").classList.contains("bad") && !window.varokel.busy, null, { timeout: 20000 });
+    assert.ok((await status()).length > 10, name);
+    assert.equal(await text_of(), whole);
+  }
+  await shot("damaged");
+  assert.deepEqual(now.troubles, []);
+});
+
+test("the work comes back after a crash, and is gone once it is erased", async () => {
+  await load_example();
+  await bench((b) => b.edit({ edit: "key", key: "strategy", value: "quick" }));
+  const whole = await text_of();
+  await now.page.waitForTimeout(700);
+  const ready = () => now.page.waitForFunction(() => document.documentElement.dataset.ready === "yes", null, { timeout: 60000 });
+  await now.page.reload();
+  await ready();
+  assert.equal(await text_of(), whole);
+  assert.equal(await bench((b) => b.entries.length), 16);
+  await now.page.click("#tab-save");
+  await now.page.click("#erase");
+  await now.page.reload();
+  await ready();
+  assert.equal(await bench((b) => b.spectra.length), 0);
+});
