@@ -43,12 +43,19 @@ static void linearized(benchmark::State &state, const engine::fit_problem &probl
     state.SetLabel(std::to_string(model->columns()) + " free");
 }
 
-// Model, Jacobian and J^T J of the 15 lines; the second also with second derivatives.
+// Model, Jacobian and J^T J of the 15 lines; the second also with second derivatives, the third of
+// an interval that leaves out an eighth of the points.
 static void linearize_fifteen(benchmark::State &state) {
     linearized(state, fifteen_lines(0), false);
 }
 static void linearize_fifteen_curved(benchmark::State &state) {
     linearized(state, fifteen_lines(0), true);
+}
+
+static void linearize_fifteen_interval(benchmark::State &state) {
+    auto problem = fifteen_lines(0);
+    problem.intervals = {{64, 959}};
+    linearized(state, problem, false);
 }
 
 static void linearize(benchmark::State &state) {
@@ -68,9 +75,10 @@ static void model(benchmark::State &state) {
 }
 
 // From the bad starts to the optimum with covariance and verdict, the 20 spectra in turn.
-static void optimum_fifteen(benchmark::State &state) {
+static void optima_of_fifteen(benchmark::State &state, std::vector<engine::interval> intervals) {
     std::vector<engine::fit_problem> problems;
     for (int i = 0; i < 20; ++i) problems.push_back(fifteen_lines(i));
+    for (engine::fit_problem &problem : problems) problem.intervals = intervals;
     engine::model_workspace workspace;
     long long linearizations = 0, searches = 0;
     for (auto _ : state)
@@ -87,11 +95,20 @@ static void optimum_fifteen(benchmark::State &state) {
     state.SetLabel(text);
 }
 
+static void optimum_fifteen(benchmark::State &state) {
+    optima_of_fifteen(state, {});
+}
+static void optimum_fifteen_interval(benchmark::State &state) {
+    optima_of_fifteen(state, {{64, 959}});
+}
+
 BENCHMARK(fftw_transform)->Arg(0)->Arg(1);
 BENCHMARK(linearize_fifteen);
 BENCHMARK(linearize_fifteen_curved);
+BENCHMARK(linearize_fifteen_interval);
 BENCHMARK(linearize)->ArgsProduct({{5, 11, 20, 49}, {256, 512, 1024, 2048, 4096}});
 BENCHMARK(model)->ArgsProduct({{5, 11, 20, 49}, {256, 512, 1024, 2048, 4096}});
 BENCHMARK(optimum_fifteen)->Unit(benchmark::kMicrosecond);
+BENCHMARK(optimum_fifteen_interval)->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

@@ -7,7 +7,6 @@
 
 #include "engine/time_factor.h"
 #include "engine/vectors.h"
-#include "kernel/lanes.h"
 
 #include <algorithm>
 #include <numbers>
@@ -15,62 +14,6 @@
 namespace engine {
 
 using std::numbers::pi;
-
-// sum_i t_i^m conj(r_i) s_i for m = 0 to 4, t = (i + d) / n: real parts, then imaginary ones.
-template <class V>
-[[gnu::always_inline]] static inline void sum_moments(int n, double d, const double *r_re,
-                                                      const double *r_im, const double *s_re,
-                                                      const double *s_im, double *out) {
-    constexpr int moments = 5, lanes = kernel::partial_sums;
-    double part[2 * moments][lanes] = {};
-    const double step = 1.0 / n;
-    const int whole = n / lanes * lanes;
-    for (int first = 0; first < lanes; first += kernel::width_of<V>) {
-        V re[moments] = {}, im[moments] = {};
-        V t;
-        double t0[kernel::width_of<V>];
-        for (int j = 0; j < kernel::width_of<V>; ++j) t0[j] = first + j + d;
-        kernel::load(t, t0);
-        for (int i = first; i < whole; i += lanes) {
-            V a, b, x, y;
-            kernel::load(a, r_re + i);
-            kernel::load(b, r_im + i);
-            kernel::load(x, s_re + i);
-            kernel::load(y, s_im + i);
-            V product_re = a * x + b * y, product_im = a * y - b * x;
-            const V time = t * step;
-#pragma GCC unroll 5
-            for (int m = 0; m < moments; ++m) {
-                re[m] += product_re;
-                im[m] += product_im;
-                product_re *= time;
-                product_im *= time;
-            }
-            t += static_cast<double>(lanes);
-        }
-        for (int m = 0; m < moments; ++m) {
-            kernel::store(part[m] + first, re[m]);
-            kernel::store(part[moments + m] + first, im[m]);
-        }
-    }
-    for (int i = whole; i < n; ++i) {
-        double product_re = r_re[i] * s_re[i] + r_im[i] * s_im[i];
-        double product_im = r_re[i] * s_im[i] - r_im[i] * s_re[i];
-        const double time = (i + d) * step;
-        for (int m = 0; m < moments; ++m) {
-            part[m][i - whole] += product_re;
-            part[moments + m][i - whole] += product_im;
-            product_re *= time;
-            product_im *= time;
-        }
-    }
-    for (int m = 0; m < 2 * moments; ++m) out[m] = kernel::total(part[m]);
-}
-
-MULTIVERSION_WIDTHS(static void moments_of_products(int n, double d, const double *r_re,
-                                                    const double *r_im, const double *s_re,
-                                                    const double *s_im, double *out),
-                    sum_moments<V>(n, d, r_re, r_im, s_re, s_im, out))
 
 // Values at the fitted points as a decay: its real product with a curve's decay is that of the
 // values with the curve's spectrum.
@@ -92,12 +35,14 @@ void model_workspace::take_back(const model &of, std::span<const double> rows) {
         backward_.re[i] = decay.re[i];
         backward_.im[i] = -decay.im[i];
     }
-    backward_.re[0] *= 0.5; // as the first point of every curve
-    backward_.im[0] *= 0.5;
 }
 
-void model_workspace::take_moments(std::size_t group, int n, double d) {
-    moments_of_products(n, d, backward_.re, backward_.im, sum_.re, sum_.im, moments_[group].data());
+void model_workspace::take_moments(std::size_t group) {
+    double *const moments = moments_[group].data();
+    moments_[group].fill(0.0);
+    kernel::add_moments(static_cast<int>(stride_), kernel::most_moments, times_.data(),
+                        backward_.re, backward_.im, curve(group).re, curve(group).im, moments,
+                        moments + kernel::most_moments);
 }
 
 void model_workspace::add_curvature(const model &of) {
@@ -107,8 +52,9 @@ void model_workspace::add_curvature(const model &of) {
         const int k = of.groups_[i].entries.front();
         const values_of_entry &p = values_[static_cast<std::size_t>(k)];
         const auto product = [&](std::complex<double> factor, int power) {
-            const std::complex<double> moment = {moments_[i][static_cast<std::size_t>(power)],
-                                                 moments_[i][static_cast<std::size_t>(5 + power)]};
+            const std::complex<double> moment = {
+                moments_[i][static_cast<std::size_t>(power)],
+                moments_[i][static_cast<std::size_t>(kernel::most_moments + power)]};
             return (factor * moment).real() / of.noise_sd_;
         };
         for (int a = 0; a < quantities; ++a) {

@@ -18,20 +18,6 @@ namespace engine {
 
 using std::numbers::pi;
 
-// The decay of a group with area 1 into sum_.
-void model_workspace::curve_of_group(const model &of, std::size_t group) {
-    const int n = of.points();
-    const model::group &g = of.groups_[group];
-    clear(n, sum_.re, sum_.im);
-    for (std::size_t m = 0; m < g.entries.size(); ++m)
-        add_curve(of, g.entries[m], g.ratios[m], 0.0, sum_);
-    if (g.pattern >= 0)
-        multiply(n, sum_.re, sum_.im, of.patterns_[static_cast<std::size_t>(g.pattern)].data());
-    if (g.takes_lineshape) multiply(n, sum_.re, sum_.im, lineshape_.data());
-    if (!of.measured_lineshape_.empty())
-        multiply(n, sum_.re, sum_.im, of.measured_lineshape_.data());
-}
-
 void model_workspace::stage(const model &of, pair_of spectrum, int to) {
     double *row = staged(to);
     for (const interval &run : of.runs_) {
@@ -59,17 +45,13 @@ void model_workspace::transforms_of_groups(const model &of, bool with_moments) {
     const int n = of.points();
     const double d = of.when_.first_order_phase / 360.0;
     for (std::size_t i = 0; i < of.groups_.size(); ++i) {
-        curve_of_group(of, i);
-        if (with_moments) take_moments(i, n, d);
-        sum_.re[0] *= 0.5; // the decay jumps there from 0
-        sum_.im[0] *= 0.5;
-        for (int power = 2; power > 0; --power) {
+        if (with_moments) take_moments(i);
+        for (int power = 0; power < 3; ++power) {
             const int to = staged_of_[i][static_cast<std::size_t>(power)];
             if (to < 0) continue;
-            times_time(n, power, d, sum_.re, sum_.im, copy_.re, copy_.im);
+            times_time(n, power, d, curve(i).re, curve(i).im, copy_.re, copy_.im);
             stage(of, to_spectrum(of, copy_), to);
         }
-        stage(of, to_spectrum(of, sum_), staged_of_[i][0]);
     }
 }
 
@@ -77,9 +59,7 @@ void model_workspace::transforms_of_groups(const model &of, bool with_moments) {
 void model_workspace::take_residual(const model &of) {
     residual_ = data_;
     for (std::size_t i = 0; i < of.groups_.size(); ++i) {
-        const int k = of.groups_[i].entries.front();
-        add_staged(of, staged_of_[i][0], -values_[static_cast<std::size_t>(k)][area] / of.noise_sd_,
-                   residual_.data());
+        add_staged(of, staged_of_[i][0], -area_of(of, i) / of.noise_sd_, residual_.data());
     }
     double *const re = staged(spectra_), *const im = re + length_;
     const double *from = residual_.data();
@@ -118,8 +98,9 @@ void model_workspace::terms_of_groups(const model &of) {
             const time_factor t =
                 time_factor_of(q, by, of.map_.at(by.column).squared, p[gauss_width]);
             const double scale = (q == area ? 1.0 : p[area]) / of.noise_sd_;
-            terms_.push_back(
-                {by.column, staged_of_[i][static_cast<std::size_t>(t.power)], scale * t.factor});
+            const int spectrum =
+                of.is_over_time() ? -1 : staged_of_[i][static_cast<std::size_t>(t.power)];
+            terms_.push_back({by.column, spectrum, scale * t.factor, static_cast<int>(i), t.power});
         }
     }
 }
@@ -164,22 +145,35 @@ double model_workspace::linearize(const model &of, std::span<const double> x, bo
     if (!curvature && !linearized_at_.empty() &&
         std::equal(linearized_at_.begin(), linearized_at_.end(), x.begin(), x.end()))
         return products_.back();
-    take_values(of, x);
-    if (curvature) take_back(of, residual_);
-    transforms_of_groups(of, curvature);
-    take_residual(of);
+    take_curves(of, x);
     terms_of_groups(of);
-    if (curvature) add_curvature(of);
-    if (of.lineshape_columns_ > 0) lineshape_terms(of);
-    products_of_terms(of);
+    if (of.is_over_time()) {
+        products_over_time(of, curvature);
+    } else {
+        if (curvature) take_back(of, residual_);
+        transforms_of_groups(of, curvature);
+        take_residual(of);
+        if (curvature) add_curvature(of);
+        if (of.lineshape_columns_ > 0) lineshape_terms(of);
+        products_of_terms(of);
+    }
     linearized_at_.assign(x.begin(), x.end());
     return products_.back();
 }
 
-std::vector<double> model_workspace::jacobian(const model &of, int c) const {
+std::vector<double> model_workspace::jacobian(const model &of, int c) {
     std::vector<double> out(residual_.size(), 0.0);
-    for (const term &t : terms_)
-        if (t.column == c) add_staged(of, t.of, t.factor, out.data());
+    const double d = of.when_.first_order_phase / 360.0;
+    for (const term &t : terms_) {
+        if (t.column != c) continue;
+        if (t.of >= 0) {
+            add_staged(of, t.of, t.factor, out.data());
+            continue;
+        }
+        const pair_of e = curve(static_cast<std::size_t>(t.group));
+        times_time(of.points(), t.power, d, e.re, e.im, copy_.re, copy_.im);
+        put_row(of, to_spectrum(of, copy_), t.factor, out.data());
+    }
     return out;
 }
 

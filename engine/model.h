@@ -12,10 +12,16 @@
 //
 // Everything is in units of the noise standard deviation, per fitted value: the residual and every
 // column of the Jacobian hold the real parts of the fitted points, then the imaginary ones.
+//
+// Where all points and both channels are fitted, sums over the spectrum are sums over the time
+// (Parseval): no curve is transformed, and as all columns of two groups are powers of the time
+// times their curves, few moments of each product of two curves hold J^T J.
 #pragma once
 
 #include "engine/parameter_map.h"
 
+#include "kernel/aligned.h"
+#include "kernel/moments.h"
 #include "kernel/transform_plan.h"
 
 #include <memory>
@@ -34,6 +40,10 @@ class model {
     const parameter_map &map() const { return map_; }
     int columns() const { return map_.columns() + lineshape_columns_; }
     int lineshape_columns() const { return lineshape_columns_; }
+    // Whether sums over the fitted values are sums over the time.
+    bool is_over_time() const {
+        return part_ == channel::both && lineshape_columns_ == 0 && rows_ == 2 * when_.points;
+    }
     int points() const { return when_.points; }
     const acquisition &when() const { return when_; }
     int rows() const { return rows_; } // fitted values: points, twice for both channels
@@ -114,17 +124,19 @@ class model_workspace {
     // Notes:
     //   1. curvature: curvature() is filled, too. The residual has to be that at x then, from a
     //      chi_square(x) just before.
-    //   2. Where the last call was a linearize at this x, all is there already, without curvature.
+    //   2. Where the last call was a linearize at this x, all is there already, without curvature;
+    //      where it was a chi_square, the curves are.
     double linearize(const model &of, std::span<const double> x, bool curvature = false);
 
-    std::span<const double> residual() const { return residual_; }
+    // Of the last chi_square or linearize.
+    std::span<const double> residual(const model &of);
     std::span<const double> products() const { return products_; }
     // sum over the fitted values of residual times second derivative, double[n^2]: J^T J less this
     // is half the matrix of second derivatives of the sum of squares. Without the parts of a fitted
     // lineshape.
     std::span<const double> curvature() const { return curvature_; }
     // Column c of the Jacobian of the last linearize, in the order of the residual.
-    std::vector<double> jacobian(const model &of, int c) const;
+    std::vector<double> jacobian(const model &of, int c);
 
     // sum_i conj(model[i - lag]) data[i] over the fitted points, up to a factor; lag modulo points.
     complex_signal correlation(const model &of, std::span<const double> x);
@@ -141,20 +153,35 @@ class model_workspace {
     struct pair_of {
         double *re, *im;
     };
-    // A column of the Jacobian has factor times spectrum `of` in it.
+    // A column of the Jacobian has factor times spectrum `of` in it: t^power times the curve of a
+    // group.
     struct term {
         int column, of;
         std::complex<double> factor;
+        int group = -1, power = 0;
     };
     // model_workspace.cpp
     void count_spectra(const model &of);
+    void prepare_time(const model &of);
+    void prepare_spectra(const model &of);
     void take_values(const model &of, std::span<const double> x);
     void add_curve(const model &of, int k, double re, double im, pair_of to) const;
-    void add_model(const model &of, int only);
+    void take_curves(const model &of, std::span<const double> x);
+    void curve_of_group(const model &of, std::size_t group, int only, pair_of to);
+    double area_of(const model &of, std::size_t group) const;
+    void sum_curves(const model &of);
+    pair_of curve(std::size_t group) {
+        double *const row = curves_.data() + 2 * group * stride_;
+        return {row, row + stride_};
+    }
     pair_of to_spectrum(const model &of, pair_of decay);
     void put_row(const model &of, pair_of spectrum, std::complex<double> factor, double *row) const;
+    // time_products.cpp
+    double residual_over_time(const model &of);
+    void products_over_time(const model &of, bool curvature);
+    void moments_of_residual(const model &of, bool curvature);
+    void moments_of_pairs(const model &of);
     // jacobian.cpp
-    void curve_of_group(const model &of, std::size_t group);
     void transforms_of_groups(const model &of, bool with_moments);
     void take_residual(const model &of);
     void terms_of_groups(const model &of);
@@ -165,27 +192,36 @@ class model_workspace {
     const double *staged(int spectrum) const { return staged_.data() + 2 * spectrum * length_; }
     // curvature.cpp
     void take_back(const model &of, std::span<const double> rows);
-    void take_moments(std::size_t group, int n, double d);
+    void take_moments(std::size_t group);
     void add_curvature(const model &of);
     // lineshape_columns.cpp
     void make_lineshape(const model &of, std::span<const double> x);
     void lineshape_terms(const model &of);
 
     std::vector<values_of_entry> values_;
-    std::vector<double> storage_; // the arrays of one transform each, below
+    kernel::aligned_doubles storage_; // the arrays of one transform each, below, and of curves_
     pair_of sum_{}, shaped_{}, work_{}, copy_{}, backward_{};
+    kernel::aligned_doubles curves_; // of the groups, with area 1, as they are transformed
+    kernel::aligned_doubles times_;  // (i + d) / n
+    std::vector<double> curves_at_;  // x; empty when they are another one's
+    std::size_t stride_ = 0;         // of all these arrays: the points, padded with zeros
+    // sums over the time: data and residual as decays [noise_sd], moments of each pair of groups
+    kernel::aligned_doubles data_decay_, residual_decay_;
+    std::vector<std::array<double, 2 * kernel::most_moments>> pairs_;
+    std::vector<int> power_; // highest one of the time in a group's columns; -1: it does not move
     // Spectra at the fitted points, real parts, then imaginary ones: those of the groups, of the
     // lineshape, last the residual.
-    std::vector<double> staged_;
+    kernel::aligned_doubles staged_;
     std::vector<std::array<int, 3>> staged_of_; // of a group, by the power of the time; -1: none
     std::vector<term> terms_;
-    std::vector<double> of_spectra_; // their products
-    std::vector<double> of_columns_; // products of the columns with the spectra
-    std::vector<double> residual_;   // real parts, then imaginary ones, then zeros
-    std::vector<double> data_, scratch_;
+    std::vector<double> of_spectra_;   // their products
+    std::vector<double> of_columns_;   // products of the columns with the spectra
+    kernel::aligned_doubles residual_; // real parts, then imaginary ones, then zeros
+    kernel::aligned_doubles data_, scratch_;
     std::vector<double> products_, curvature_;
-    std::vector<std::array<double, 10>> moments_; // of each group with the residual
-    std::vector<std::complex<double>> lineshape_; // its decay
+    std::vector<std::array<double, 2 * kernel::most_moments>> moments_; // of each group with the
+                                                                        // residual
+    std::vector<std::complex<double>> lineshape_;                       // its decay
     std::complex<double> lineshape_start_;
     std::vector<double> linearized_at_; // x; empty when the residual is another one's
     long long length_ = 0;              // of a row of staged_, padded with zeros

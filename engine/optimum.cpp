@@ -98,7 +98,7 @@ void trial_series::relocate(std::span<const double> given) {
 verdict trial_series::judge_lowest(std::span<const double> given) {
     ws_.linearize(of_, lowest().x);
     covariance_ = entry_covariance(of_, lowest().x, ws_.products(), lowest().at_bound);
-    return judge(of_, lowest(), covariance_, ws_.residual(), given);
+    return judge(of_, lowest(), covariance_, ws_.residual(of_), given);
 }
 
 optimum trial_series::report(std::span<const double> given) {

@@ -22,6 +22,20 @@ void add_turned(int n, const double *re, const double *im, std::complex<double> 
     turned(n, re, im, factor.real(), factor.imag(), out_re, out_im);
 }
 
+MULTIVERSION static void multiples(int n, const double *__restrict re, const double *__restrict im,
+                                   double factor, double *__restrict out_re,
+                                   double *__restrict out_im) {
+    for (int i = 0; i < n; ++i) {
+        out_re[i] += factor * re[i];
+        out_im[i] += factor * im[i];
+    }
+}
+
+void add_times(int n, const double *re, const double *im, double factor, double *out_re,
+               double *out_im) {
+    multiples(n, re, im, factor, out_re, out_im);
+}
+
 MULTIVERSION static void scaled(int n, const double *__restrict x, double first,
                                 const double *__restrict y, double second, double *__restrict out) {
     for (int i = 0; i < n; ++i) out[i] += first * x[i] + second * y[i];
@@ -68,7 +82,10 @@ MULTIVERSION static void timed_twice(int n, double d, const double *__restrict r
 
 void times_time(int n, int power, double d, const double *re, const double *im, double *out_re,
                 double *out_im) {
-    if (power == 1)
+    if (power == 0) {
+        std::copy_n(re, n, out_re);
+        std::copy_n(im, n, out_im);
+    } else if (power == 1)
         timed(n, d, re, im, out_re, out_im);
     else
         timed_twice(n, d, re, im, out_re, out_im);

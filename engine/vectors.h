@@ -11,6 +11,9 @@ namespace engine {
 // out += factor (re + i im)
 void add_turned(int n, const double *re, const double *im, std::complex<double> factor,
                 double *out_re, double *out_im);
+// out += factor (re + i im)
+void add_times(int n, const double *re, const double *im, double factor, double *out_re,
+               double *out_im);
 // out += first x + second y
 void add_scaled(int n, const double *x, double first, const double *y, double second, double *out);
 // re + i im times `by`, in place

@@ -5,6 +5,8 @@
 // test compares the outputs byte by byte. Values are written as hexadecimal fractions, which
 // lose nothing. Not-a-numbers are written alike: which of two operands passes on its bits is the
 // compiler's choice.
+#include "kernel/moments.h"
+#include "kernel/sums.h"
 #include "kernel/transform_plan.h"
 
 #include "errors/error_bounds.h"
@@ -17,6 +19,7 @@
 #include "run/state.h"
 #include "support/random_model.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -131,6 +134,27 @@ static void vectors(support::random_numbers &random) {
     }
 }
 
+static void sums(support::random_numbers &random) {
+    for (const int n : {8, 16, 24, 504, 512, 520, 1024}) {
+        const std::vector<double> v = noise(random, 16 * n);
+        const double *const row = v.data();
+        put(kernel::dot(n - 3, row, row + n));
+        for (const int rows : {1, 3, 4, 7, 12}) {
+            std::vector<double> padded(static_cast<std::size_t>(kernel::padded_rows(rows) * n));
+            std::copy_n(row, rows * n, padded.data());
+            std::vector<double> products(static_cast<std::size_t>(rows * rows), 0.25);
+            kernel::add_products(rows, n, padded.data(), products.data());
+            put("products", products);
+        }
+        for (int count = 1; count <= kernel::most_moments; ++count) {
+            std::vector<double> moments(10, 0.5);
+            kernel::add_moments(n, count, row, row + n, row + 2 * n, row + 3 * n, row + 4 * n,
+                                moments.data(), moments.data() + 5);
+            put("moments", moments);
+        }
+    }
+}
+
 static void models(support::random_numbers &random) {
     for (int k = 0; k < 60; ++k) {
         support::make_random_model(random, support::random_choice(random));
@@ -162,4 +186,5 @@ int main() {
     vectors(random);
     models(random);
     inverses(random);
+    sums(random);
 }

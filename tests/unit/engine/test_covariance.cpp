@@ -107,7 +107,7 @@ static std::vector<double> errors_by_differences(const engine::model &model, dou
     const std::vector<double> x = model.starts();
     const std::size_t n = x.size();
     ws.chi_square(model, x);
-    const std::vector<double> here(ws.residual().begin(), ws.residual().end());
+    const std::vector<double> here(ws.residual(model).begin(), ws.residual(model).end());
     std::vector<std::vector<double>> jacobian;
     for (std::size_t c = 0; c < n; ++c) {
         const bool squared = model.map().at(static_cast<int>(c)).squared;
@@ -118,7 +118,7 @@ static std::vector<double> errors_by_differences(const engine::model &model, dou
         ws.chi_square(model, there);
         std::vector<double> &column = jacobian.emplace_back(here);
         for (std::size_t r = 0; r < column.size(); ++r)
-            column[r] = (column[r] - ws.residual()[r]) / h;
+            column[r] = (column[r] - ws.residual(model)[r]) / h;
     }
     std::vector<double> fisher, inverse(n * n), out;
     std::vector<int> all;

@@ -21,6 +21,17 @@ static support::model_choice any_choice(support::random_numbers &random) {
     return choice;
 }
 
+// Every other model is fitted at all points in both channels: sums over the time, without a fitted
+// lineshape.
+static void make_model(support::random_numbers &random, const support::model_choice &choice,
+                       int trial) {
+    support::make_random_model(random, choice);
+    if (trial % 2 == 1) return;
+    complex = 2;
+    std::fill(wre, wre + ap, 1.0);
+    std::fill(wim, wim + ap, 1.0);
+}
+
 static real sum_of_areas() {
     real sum = 0.0L;
     for (int k = 0; k < npar; k += 5) sum += std::fabs(static_cast<real>(par[k]));
@@ -48,7 +59,7 @@ static constexpr double model_tolerance = 1e-12;
 TEST(model_workspace, spectrum_equals_the_definition) {
     support::random_numbers random(11);
     for (int trial = 0; trial < 150; ++trial) {
-        support::make_random_model(random, any_choice(random));
+        make_model(random, any_choice(random), trial);
         const auto problem = support::engine_problem_of_state();
         const auto model = engine::model::make(problem);
         ASSERT_TRUE(model) << trial << " " << model.why().reason;
@@ -77,7 +88,7 @@ TEST(model_workspace, sum_of_squares_and_residual_equal_the_definition) {
         support::model_choice choice = any_choice(random);
         choice.ignored = 0; // else the data are cut, too
         choice.truncated = false;
-        support::make_random_model(random, choice);
+        make_model(random, choice, trial);
         sigma = random.uniform(0.1, 2.0);
         const auto model = engine::model::make(support::engine_problem_of_state());
         ASSERT_TRUE(model);
@@ -92,21 +103,21 @@ TEST(model_workspace, sum_of_squares_and_residual_equal_the_definition) {
         for (std::size_t i = 0; i < x.size(); ++i) x[i] = {xre[i], xim[i]};
         const std::vector<real> data = rows_of(x), made = rows_of(y);
         ASSERT_EQ(static_cast<std::size_t>(model->rows()), data.size());
+        const auto residual = ws.residual(*model);
         for (std::size_t i = 0; i < data.size(); ++i)
-            EXPECT_NEAR(ws.residual()[i], static_cast<double>((data[i] - made[i]) / sigma),
+            EXPECT_NEAR(residual[i], static_cast<double>((data[i] - made[i]) / sigma),
                         1e-11 * static_cast<double>(sum_of_areas() + 5.0L) / sigma);
-        for (std::size_t i = data.size(); i < ws.residual().size(); ++i)
-            EXPECT_EQ(ws.residual()[i], 0.0);
+        for (std::size_t i = data.size(); i < residual.size(); ++i) EXPECT_EQ(residual[i], 0.0);
     }
 }
 
 TEST(model_workspace, jacobian_and_products_equal_the_definition) {
     support::random_numbers random(13);
-    int columns = 0;
+    int columns = 0, over_time = 0;
     for (int trial = 0; trial < 120; ++trial) {
         support::model_choice choice = any_choice(random);
         choice.points = 1 << random.integer(4, 6);
-        support::make_random_model(random, choice);
+        make_model(random, choice, trial);
         sigma = random.uniform(0.1, 2.0);
         const auto model = engine::model::make(support::engine_problem_of_state());
         ASSERT_TRUE(model);
@@ -136,14 +147,15 @@ TEST(model_workspace, jacobian_and_products_equal_the_definition) {
         }
         const std::size_t n = static_cast<std::size_t>(model->columns()), stride = n + 1;
         const auto products = ws.products();
+        const auto residual = ws.residual(*model);
+        over_time += model->is_over_time() ? 1 : 0;
         for (std::size_t a = 0; a < wanted.size(); ++a) {
             for (std::size_t b = 0; b <= n; ++b) {
                 real sum = 0.0L, size = 0.0L;
-                const bool residual = b == n;
-                if (!residual && b >= wanted.size()) continue;
+                const bool last = b == n;
+                if (!last && b >= wanted.size()) continue;
                 for (std::size_t r = 0; r < wanted[a].size(); ++r) {
-                    const real other =
-                        residual ? static_cast<real>(ws.residual()[r]) : wanted[b][r];
+                    const real other = last ? static_cast<real>(residual[r]) : wanted[b][r];
                     sum += wanted[a][r] * other;
                     size += std::fabs(wanted[a][r] * other);
                 }
@@ -154,6 +166,7 @@ TEST(model_workspace, jacobian_and_products_equal_the_definition) {
         }
     }
     EXPECT_GT(columns, 500);
+    EXPECT_GE(over_time, 60);
 }
 
 TEST(model_workspace, derivatives_by_the_lineshape_equal_central_differences) {
@@ -161,7 +174,7 @@ TEST(model_workspace, derivatives_by_the_lineshape_equal_central_differences) {
     for (int trial = 0; trial < 20; ++trial) {
         support::model_choice choice = any_choice(random);
         choice.lsf_pairs = random.integer(2, 4);
-        support::make_random_model(random, choice);
+        make_model(random, choice, trial);
         fit_lsf[1] = 1;
         auto problem = support::engine_problem_of_state();
         problem.lineshape_free = true;
@@ -179,14 +192,15 @@ TEST(model_workspace, derivatives_by_the_lineshape_equal_central_differences) {
             up[static_cast<std::size_t>(c)] += h;
             down[static_cast<std::size_t>(c)] -= h;
             moved.chi_square(*model, up);
-            const std::vector<double> a(moved.residual().begin(), moved.residual().end());
+            const std::vector<double> a(moved.residual(*model).begin(),
+                                        moved.residual(*model).end());
             moved.chi_square(*model, down);
+            const auto b = moved.residual(*model);
             double largest = 0.0;
             const std::vector<double> column_c = ws.jacobian(*model, c);
             for (const double v : column_c) largest = std::max(largest, std::fabs(v));
             for (std::size_t r = 0; r < a.size(); ++r)
-                ASSERT_NEAR(column_c[r], (moved.residual()[r] - a[r]) / (2.0 * h),
-                            1e-7 * largest + 1e-8)
+                ASSERT_NEAR(column_c[r], (b[r] - a[r]) / (2.0 * h), 1e-7 * largest + 1e-8)
                     << "trial " << trial << " column " << c;
         }
     }
@@ -197,7 +211,7 @@ TEST(model_workspace, curvature_equals_central_differences_of_the_gradient) {
     for (int trial = 0; trial < 40; ++trial) {
         support::model_choice choice = any_choice(random);
         choice.lsf_pairs = 0;
-        support::make_random_model(random, choice);
+        make_model(random, choice, trial);
         const auto model = engine::model::make(support::engine_problem_of_state());
         ASSERT_TRUE(model);
         engine::model_workspace ws, moved;
@@ -240,29 +254,41 @@ TEST(model_workspace, curvature_equals_central_differences_of_the_gradient) {
 // Matched filter by its definition: the curve of a group, moved by whole points, with the residual
 // plus the group as it is.
 TEST(model_workspace, matches_are_products_with_the_moved_curve) {
-    auto problem = support::problem_with_lines(128, {{5, 40, 3}, {3, 80.25, 5}}, 0.01, 3);
-    problem.intervals = {{10, 100}};
-    problem.entries[0].of[engine::frequency].start = 44.0;
-    const auto model = engine::model::make(problem);
-    ASSERT_TRUE(model);
-    engine::model_workspace ws;
-    ws.prepare(*model);
-    const std::vector<double> x = model->starts();
-    ws.linearize(*model, x);
-    const auto match = ws.matches(*model, 0);
-    const auto rest = ws.spectrum(*model, x, 1);
-    std::vector<double> own = x;
-    own[0] = 1.0; // area
-    for (const int lag : {-9, -4, 0, 3, 20}) {
-        own[1] = 44.0 + lag;
-        const auto curve = ws.spectrum(*model, own, 0);
-        std::complex<double> sum = 0.0;
-        for (std::size_t i = 10; i <= 100; ++i)
-            sum += std::conj(curve[i]) * (problem.spectrum[i] - rest[i]);
-        sum /= problem.noise_sd * problem.noise_sd;
-        const std::complex<double> got = match[static_cast<std::size_t>((lag + 128) % 128)];
-        EXPECT_NEAR(std::abs(got), std::abs(sum), 1e-9 * std::abs(sum)) << lag;
-        EXPECT_NEAR(got.real(), sum.real(), 1e-9 * std::abs(sum)) << lag;
+    for (const std::size_t last : {100, 127}) { // all points: over the time
+        auto problem = support::problem_with_lines(128, {{5, 40, 3}, {3, 80.25, 5}}, 0.01, 3);
+        const std::size_t first = 127 - last;
+        problem.intervals = {{static_cast<int>(first), static_cast<int>(last)}};
+        problem.entries[0].of[engine::frequency].start = 44.0;
+        const auto model = engine::model::make(problem);
+        ASSERT_TRUE(model);
+        ASSERT_EQ(model->is_over_time(), last == 127);
+        engine::model_workspace ws;
+        ws.prepare(*model);
+        const std::vector<double> x = model->starts();
+        ws.linearize(*model, x);
+        const auto match = ws.matches(*model, 0);
+        const double size = ws.size_of(*model, 0);
+        const auto rest = ws.spectrum(*model, x, 1);
+        std::vector<double> own = x;
+        own[0] = 1.0; // area
+        const double variance = problem.noise_sd * problem.noise_sd;
+        for (const int lag : {-9, -4, 0, 3, 20}) {
+            own[1] = 44.0 + lag;
+            const auto curve = ws.spectrum(*model, own, 0);
+            std::complex<double> sum = 0.0;
+            double square = 0.0;
+            for (std::size_t i = first; i <= last; ++i) {
+                sum += std::conj(curve[i]) * (problem.spectrum[i] - rest[i]);
+                square += std::norm(curve[i]);
+            }
+            sum /= variance;
+            const std::complex<double> got = match[static_cast<std::size_t>((lag + 128) % 128)];
+            EXPECT_NEAR(std::abs(got), std::abs(sum), 1e-9 * std::abs(sum)) << lag;
+            EXPECT_NEAR(got.real(), sum.real(), 1e-9 * std::abs(sum)) << lag;
+            if (lag == 0) {
+                EXPECT_NEAR(size, square / variance, 1e-12 * size);
+            }
+        }
     }
 }
 
@@ -288,7 +314,7 @@ TEST(model_workspace, one_that_was_used_gives_the_same_bits_as_a_fresh_one) {
     support::random_numbers random(16);
     engine::model_workspace used;
     for (int trial = 0; trial < 60; ++trial) {
-        support::make_random_model(random, any_choice(random));
+        make_model(random, any_choice(random), trial);
         auto problem = support::engine_problem_of_state();
         problem.lineshape_free = trial % 2 == 0;
         const auto model = engine::model::make(problem);
@@ -318,7 +344,7 @@ TEST(model_workspace, what_is_linearized_already_is_that_of_the_last_x_and_data)
     y[1] += 1.0;
     const auto bits = [&] {
         std::vector<double> out(ws.products().begin(), ws.products().end());
-        out.insert(out.end(), ws.residual().begin(), ws.residual().end());
+        out.insert(out.end(), ws.residual(*model).begin(), ws.residual(*model).end());
         return out;
     };
     ws.linearize(*model, x);

@@ -31,7 +31,7 @@ struct example {
         found = searcher.run(*model, ws, model->starts(), {});
         start = model->starts();
         ws.linearize(*model, found.x);
-        residual.assign(ws.residual().begin(), ws.residual().end());
+        residual.assign(ws.residual(*model).begin(), ws.residual(*model).end());
     }
     engine::verdict judged() const {
         const auto model = engine::model::make(problem);
