@@ -50,7 +50,8 @@ from .spectra import (
     run_import,
     spectrum_from_fid,
 )
-from .start_file import Entry, Parameter, StartFile, Step, parse_start_file, read_start_file
+from .start_file import Entry, Parameter, StartFile, Step
+from .start_file_reading import parse_start_file, read_start_file
 from .tables import ResultsTable, read_names, read_parameter_matrix, read_results_table
 
 __version__ = "2.4.0"

@@ -21,7 +21,8 @@ from .peaks import PeakTable, start_and_warnings
 from .results import entry_names
 from .sidecar import Sidecar
 from .spectra import Spectrum
-from .start_file import StartFile, parse_start_file, read_start_file
+from .start_file import StartFile
+from .start_file_reading import parse_start_file, read_start_file
 
 
 @dataclass(frozen=True)

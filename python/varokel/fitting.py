@@ -22,7 +22,8 @@ from .results import Fit, entry_names, read_fit
 from .sidecar import Sidecar
 from .signals import signal_bytes, spectrum_of_fid
 from .spectra import Spectrum
-from .start_file import StartFile, parse_start_file, read_start_file
+from .start_file import StartFile
+from .start_file_reading import parse_start_file, read_start_file
 
 _NAME = "spectrum"
 

@@ -17,7 +17,8 @@ from .patterns import PatternContent, place_pattern
 from .programs import RunningPrograms, find_program
 from .sidecar import Sidecar
 from .signals import signal_bytes
-from .start_file import StartFile, read_start_file
+from .start_file import StartFile
+from .start_file_reading import read_start_file
 from .tables import read_names
 
 

@@ -17,7 +17,8 @@ from .judgement import Judgement, read_judgement
 from .reasons import reason_of_log
 from .sidecar import Sidecar, read_sidecar
 from .signals import read_components, read_signal
-from .start_file import GAUSS_FWHM_PER_WIDTH, StartFile, read_start_file
+from .start_file import GAUSS_FWHM_PER_WIDTH, StartFile
+from .start_file_reading import read_start_file
 from .tables import read_names, read_parameter_matrix
 
 COMPLETE_SET = (".mat", ".err", ".exl", ".fitres")
