@@ -91,18 +91,9 @@ static std::string folder_of(const std::string &name) {
 
 part_file::part_file(std::string name, std::string what_now)
     : name_(std::move(name)), what_now_(std::move(what_now)) {
-    file_ = ::open(folder_of(name_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
-    if (file_ >= 0) return;
-    give_name();
-}
-
-part_file::part_file(part_file &&other) noexcept
-    : name_(std::move(other.name_)), what_now_(std::move(other.what_now_)),
-      written_(std::move(other.written_)), bytes_(std::move(other.bytes_)),
-      file_(std::exchange(other.file_, -1)), owned_(std::move(other.owned_)) {}
-
-part_file::~part_file() {
-    if (file_ >= 0) ::close(file_);
+    file_ =
+        file_descriptor(::open(folder_of(name_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+    if (!file_.is_open()) give_name();
 }
 
 void part_file::refuse(int reason) const {
@@ -116,16 +107,16 @@ void part_file::give_name() {
     const fs::path target(name_);
     for (int i = 0; i < most_tries; ++i) {
         written_ = (target.parent_path() / (".varokel-part." + random_digits())).string();
-        if (file_ >= 0) {
-            const std::string link = "/proc/self/fd/" + std::to_string(file_);
-            owned_ = owned_path(written_, identity_of(file_)); // before it is there
+        if (file_.is_open()) {
+            const std::string link = "/proc/self/fd/" + std::to_string(file_.number());
+            owned_ = owned_path(written_, identity_of(file_.number())); // before it is there
             if (linkat(AT_FDCWD, link.c_str(), AT_FDCWD, written_.c_str(), AT_SYMLINK_FOLLOW) == 0)
                 return;
         } else {
-            file_ = ::open(written_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                           0666);
-            if (file_ >= 0) {
-                owned_ = owned_path(written_, identity_of(file_));
+            file_ = file_descriptor(::open(
+                written_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+            if (file_.is_open()) {
+                owned_ = owned_path(written_, identity_of(file_.number()));
                 return;
             }
         }
@@ -138,7 +129,7 @@ void part_file::give_name() {
 
 void part_file::flush() {
     for (std::size_t done = 0; done < bytes_.size();) {
-        const ssize_t count = ::write(file_, bytes_.data() + done, bytes_.size() - done);
+        const ssize_t count = ::write(file_.number(), bytes_.data() + done, bytes_.size() - done);
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) refuse(errno);
         done += static_cast<std::size_t>(count);
@@ -152,22 +143,20 @@ void part_file::add(std::string_view bytes) {
 }
 
 void part_file::close() {
-    if (file_ < 0) return;
+    if (!file_.is_open()) return;
     flush();
-    if (fsync(file_) != 0 && errno != EINVAL) refuse(errno);
+    if (fsync(file_.number()) != 0 && errno != EINVAL) refuse(errno);
     if (written_.empty()) give_name();
-    const int file = std::exchange(file_, -1);
-    if (::close(file) != 0) refuse(errno);
+    if (!file_.close()) refuse(errno);
 }
 
 void part_file::finish() {
     close();
     if (std::rename(written_.c_str(), name_.c_str()) != 0) refuse(errno);
     owned_.release();
-    const int folder = ::open(folder_of(name_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0) return;
-    fsync(folder); // the new name
-    ::close(folder);
+    const file_descriptor folder(
+        ::open(folder_of(name_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.is_open()) fsync(folder.number()); // the new name
 }
 
 // --- own_folder
@@ -194,20 +183,16 @@ own_folder::own_folder(const std::string &place, const std::string &prefix,
         }
     }
     const std::string owner = name_ + "/.owner", text = owner_text(purpose);
-    lock_ = ::open(owner.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (lock_ < 0) refuse(name_);
-    flock(lock_, LOCK_EX | LOCK_NB);
-    if (::write(lock_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-        const int reason = errno;
-        ::close(std::exchange(lock_, -1));
-        errno = reason;
+    lock_ = file_descriptor(
+        ::open(owner.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!lock_.is_open()) refuse(name_);
+    flock(lock_.number(), LOCK_EX | LOCK_NB);
+    if (::write(lock_.number(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
         refuse(name_);
-    }
 }
 
 own_folder::~own_folder() {
-    owned_.remove();
-    if (lock_ >= 0) ::close(lock_);
+    owned_.remove(); // before the lock goes
 }
 
 void own_folder::strip_owner() {
@@ -246,17 +231,18 @@ void own_folder::exchange_with(const std::string &target) {
         std::rename(aside.c_str(), name_.c_str());
     }
     owned_.release();
-    if (lock_ >= 0) ::close(std::exchange(lock_, -1));
+    lock_.close();
 }
 
 void own_folder::own_what_was_there() {
     // a process that is killed from here on leaves what the next one knows and removes
     if (chmod(name_.c_str(), 0700) == 0) {
         const std::string owner = name_ + "/.owner", text = owner_text(purpose_);
-        lock_ = ::open(owner.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-        if (lock_ >= 0) {
-            flock(lock_, LOCK_EX | LOCK_NB);
-            if (::write(lock_, text.data(), text.size()) < 0) unlink(owner.c_str());
+        lock_ = file_descriptor(
+            ::open(owner.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (lock_.is_open()) {
+            flock(lock_.number(), LOCK_EX | LOCK_NB);
+            if (::write(lock_.number(), text.data(), text.size()) < 0) unlink(owner.c_str());
         }
     }
     owned_ = owned_path(name_, identity_of(name_));
@@ -268,23 +254,23 @@ bool is_own_folder_name(std::string_view name, std::string_view prefix) {
 }
 
 bool remove_leftover(const std::string &folder, const std::string &purpose) {
-    const int place = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (place < 0) return false;
+    file_descriptor place(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat facts = {};
-    const bool ours =
-        fstat(place, &facts) == 0 && facts.st_uid == geteuid() && (facts.st_mode & 0777) == 0700;
-    const int owner =
-        ours ? openat(place, ".owner", O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC) : -1;
-    ::close(place);
-    if (owner < 0) return false;
+    if (!place.is_open() || fstat(place.number(), &facts) != 0 || facts.st_uid != geteuid() ||
+        (facts.st_mode & 0777) != 0700)
+        return false;
+    const file_descriptor owner(
+        openat(place.number(), ".owner", O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    place.close();
+    if (!owner.is_open()) return false;
     std::string text(longest_owner, '\0');
-    const ssize_t count = ::read(owner, text.data(), text.size());
+    const ssize_t count = ::read(owner.number(), text.data(), text.size());
     text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     bool removed = false;
     // a process that was just killed may hold its lock for a moment
     for (int tries = 0; text == owner_text(purpose) && tries < 20; ++tries) {
         if (tries > 0) usleep(50000);
-        if (flock(owner, LOCK_EX | LOCK_NB) != 0) continue;
+        if (flock(owner.number(), LOCK_EX | LOCK_NB) != 0) continue;
         // a program that it had started may still be on its way out, and writing
         for (int again = 0; again < 20 && !removed; ++again) {
             if (again > 0) usleep(50000);
@@ -293,7 +279,6 @@ bool remove_leftover(const std::string &folder, const std::string &purpose) {
         }
         break;
     }
-    ::close(owner);
     return removed;
 }
 

@@ -8,6 +8,8 @@
 // whole, so that even a process that is killed leaves nothing.
 #pragma once
 
+#include "files/base/file_descriptor.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -57,10 +59,7 @@ class part_file {
   public:
     // what_now: end of the message when it cannot be written. Errors: bad_output.
     explicit part_file(std::string name, std::string what_now = "");
-    part_file(part_file &&) noexcept;
-    part_file(const part_file &) = delete;
-    part_file &operator=(const part_file &) = delete;
-    ~part_file();
+    part_file(part_file &&) noexcept = default;
     void add(std::string_view bytes);
     void flush();
     // Everything is on the disk now; the file has no descriptor any more.
@@ -73,7 +72,7 @@ class part_file {
     [[noreturn]] void refuse(int reason) const;
     void give_name();
     std::string name_, what_now_, written_, bytes_;
-    int file_ = -1;
+    file_descriptor file_;
     owned_path owned_;
 };
 
@@ -104,7 +103,7 @@ class own_folder {
 
   private:
     std::string name_, purpose_;
-    int lock_ = -1;
+    file_descriptor lock_;
     owned_path owned_;
 };
 

@@ -11,6 +11,9 @@
 #include <filesystem>
 #include <tuple>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace tools {
 
 namespace fs = std::filesystem;
@@ -87,37 +90,29 @@ void check_part(const batch_plan &plan, const finished_shard &shard) {
 }
 
 part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)
-    : plan_(plan), shard_(shard), file_(std::fopen((shard.stem + ".part").c_str(), "rb")),
+    : plan_(plan), shard_(shard), file_(open((shard.stem + ".part").c_str(), O_RDONLY | O_CLOEXEC)),
       bytes_(record_size(plan.start.entries.size()), '\0') {
     char head[shard_head_size];
-    if (file_ == nullptr || std::fread(head, 1, shard_head_size, file_) != shard_head_size ||
-        std::string(head, shard_head_size) != plan.id) {
-        if (file_ != nullptr) std::fclose(file_);
+    if (pread(file_.number(), head, shard_head_size, 0) != static_cast<ssize_t>(shard_head_size) ||
+        std::string(head, shard_head_size) != plan.id)
         throw tool_error(bad_input, shard.stem +
                                         ".part: missing or of another plan, though its "
                                         "marker is there; remove " +
                                         shard.stem + ".done and run the shard again");
-    }
-}
-
-part_reader::~part_reader() {
-    std::fclose(file_);
 }
 
 const fit_record &part_reader::read(long long line) {
     const long long place = line - shard_.first;
     if (line < shard_.first || line >= shard_.stop)
         throw tool_error(bad_input, shard_.stem + ".part: has no line " + std::to_string(line));
-    const long at = static_cast<long>(shard_head_size) +
-                    static_cast<long>(place) * static_cast<long>(bytes_.size());
-    // a seek throws away what is read ahead
-    if ((place != next_ && std::fseek(file_, at, SEEK_SET) != 0) ||
-        std::fread(bytes_.data(), 1, bytes_.size(), file_) != bytes_.size() ||
+    const off_t at = static_cast<off_t>(shard_head_size) +
+                     static_cast<off_t>(place) * static_cast<off_t>(bytes_.size());
+    if (pread(file_.number(), bytes_.data(), bytes_.size(), at) !=
+            static_cast<ssize_t>(bytes_.size()) ||
         !read_record(bytes_.data(), plan_.start.entries.size(), record_) || record_.line != line ||
         record_.state == fit_state::withdrawn)
         throw tool_error(bad_input, shard_.stem + ".part: damaged; remove " + shard_.stem +
                                         ".done and run the shard again");
-    next_ = place + 1;
     return record_;
 }
 

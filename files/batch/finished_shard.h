@@ -2,10 +2,10 @@
 // finished_shard.h -- shards that are done, and the records of their parts
 #pragma once
 
+#include "files/base/file_descriptor.h"
 #include "files/batch/plan_lines.h"
 #include "files/batch/shard_files.h"
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -29,20 +29,16 @@ std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_l
 // Whether part and curves are those that the marker was written for. Errors: bad_input when not.
 void check_part(const batch_plan &plan, const finished_shard &shard);
 
-// Records of a part, one after the other. Errors: bad_input when one is damaged.
+// Records of a part, in any order. Errors: bad_input when one is damaged.
 class part_reader {
   public:
     part_reader(const batch_plan &plan, const finished_shard &shard);
-    part_reader(const part_reader &) = delete;
-    part_reader &operator=(const part_reader &) = delete;
-    ~part_reader();
     const fit_record &read(long long line); // of the manifest
 
   private:
     const batch_plan &plan_;
     const finished_shard &shard_;
-    std::FILE *file_;
-    long long next_ = -1;
+    file_descriptor file_;
     std::string bytes_;
     fit_record record_;
 };

@@ -16,30 +16,20 @@ namespace tools {
 manifest_file::manifest_file(const std::string &name)
     : name_(name), file_(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
     struct stat facts = {};
-    if (file_ >= 0 && (fstat(file_, &facts) != 0 || !S_ISREG(facts.st_mode))) {
-        close(file_);
-        file_ = -1;
-    }
-    if (file_ < 0)
+    if (!file_.is_open() || fstat(file_.number(), &facts) != 0 || !S_ISREG(facts.st_mode))
         throw tool_error(bad_input, name + ": cannot be opened; expected the folder of a plan. "
                                            "varokel-batch plan makes one");
-    if (flock(file_, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        close(file_);
+    if (flock(file_.number(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         throw tool_error(bad_output, name + ": is being replaced by a new plan; wait for its end");
-    }
-}
-
-manifest_file::~manifest_file() {
-    close(file_);
 }
 
 bool manifest_file::lock_alone() {
-    return flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+    return flock(file_.number(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 bool manifest_file::read(char *bytes, std::size_t count, long long at) const {
     while (count > 0) {
-        const ssize_t got = pread(file_, bytes, count, at);
+        const ssize_t got = pread(file_.number(), bytes, count, at);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return false;
         bytes += got;
@@ -51,7 +41,7 @@ bool manifest_file::read(char *bytes, std::size_t count, long long at) const {
 
 long long manifest_file::size() const {
     struct stat facts = {};
-    return fstat(file_, &facts) == 0 ? facts.st_size : 0;
+    return fstat(file_.number(), &facts) == 0 ? facts.st_size : 0;
 }
 
 } // namespace tools

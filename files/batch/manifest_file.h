@@ -2,6 +2,8 @@
 // manifest_file.h -- manifest.json of a batch, open and locked
 #pragma once
 
+#include "files/base/file_descriptor.h"
+
 #include <cstddef>
 #include <string>
 
@@ -13,9 +15,6 @@ class manifest_file {
   public:
     // Errors: bad_input when there is none; bad_output when a new plan is being put in its place.
     explicit manifest_file(const std::string &name);
-    manifest_file(const manifest_file &) = delete;
-    manifest_file &operator=(const manifest_file &) = delete;
-    ~manifest_file();
     // Waits for nothing. false when somebody works with the plan.
     bool lock_alone();
     // false when the file ends before.
@@ -25,7 +24,7 @@ class manifest_file {
 
   private:
     std::string name_;
-    int file_ = -1;
+    file_descriptor file_;
 };
 
 } // namespace tools

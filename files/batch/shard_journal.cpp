@@ -25,15 +25,16 @@ namespace tools {
 }
 
 // All or nothing: what was written of a record that does not fit is cut off again.
-static void append(int file, long long &end, const std::string &bytes, const std::string &name) {
+static void append(const file_descriptor &file, long long &end, const std::string &bytes,
+                   const std::string &name) {
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t count = pwrite(file, bytes.data() + done, bytes.size() - done,
+        const ssize_t count = pwrite(file.number(), bytes.data() + done, bytes.size() - done,
                                      end + static_cast<long long>(done));
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) {
             const int reason = errno;
-            if (ftruncate(file, end) != 0) errno = reason;
+            if (ftruncate(file.number(), end) != 0) errno = reason;
             errno = reason;
             refuse_writing(name);
         }
@@ -43,15 +44,14 @@ static void append(int file, long long &end, const std::string &bytes, const std
 }
 
 // A file of the shard that this process changes in place: a link would lead elsewhere.
-static int open_own(const std::string &name) {
-    const int file =
-        open(name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+static file_descriptor open_own(const std::string &name) {
+    file_descriptor file(
+        open(name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
     struct stat facts = {};
-    if (file >= 0 && fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_nlink == 1)
+    if (file.is_open() && fstat(file.number(), &facts) == 0 && S_ISREG(facts.st_mode) &&
+        facts.st_nlink == 1)
         return file;
-    const int reason = file < 0 ? errno : EMLINK;
-    if (file >= 0) close(file);
-    errno = reason;
+    if (file.is_open()) errno = EMLINK;
     refuse_writing(name);
 }
 
@@ -63,22 +63,21 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
     file_ = open_own(name);
     const std::size_t size = record_size(plan.start.entries.size());
     char head[shard_head_size];
-    const ssize_t got = pread(file_, head, shard_head_size, 0);
+    const ssize_t got = pread(file_.number(), head, shard_head_size, 0);
     if (got == static_cast<ssize_t>(shard_head_size) &&
         std::string(head, shard_head_size) != plan.id) {
-        close(file_);
         throw tool_error(bad_input, name + ": belongs to another plan; remove it, or plan into a "
                                            "fresh folder");
     }
     if (got < static_cast<ssize_t>(shard_head_size)) {
-        if (ftruncate(file_, 0) != 0) refuse_writing(name);
+        if (ftruncate(file_.number(), 0) != 0) refuse_writing(name);
         append(file_, end_, plan.id, name);
     } else {
         end_ = shard_head_size;
     }
     std::string bytes(size, '\0');
     fit_record record;
-    while (pread(file_, bytes.data(), size, end_) == static_cast<ssize_t>(size) &&
+    while (pread(file_.number(), bytes.data(), size, end_) == static_cast<ssize_t>(size) &&
            read_record(bytes.data(), plan.start.entries.size(), record) && record.line >= first &&
            record.line < stop) {
         const bool counts = record.state != fit_state::withdrawn;
@@ -86,7 +85,7 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
         offset_[at(record.line)] = counts ? end_ : -1;
         end_ += static_cast<long long>(size);
     }
-    if (ftruncate(file_, end_) != 0) refuse_writing(name); // a torn end
+    if (ftruncate(file_.number(), end_) != 0) refuse_writing(name); // a torn end
     take_curves();
     withdraw_without_curve();
 }
@@ -95,15 +94,15 @@ void shard_journal::take_curves() {
     kept_.clear();
     if (plan_.keep == 0) return;
     const std::string name = stem_ + ".fitted";
-    if (curves_ < 0) curves_ = open_own(name);
+    if (!curves_.is_open()) curves_ = open_own(name);
     const long long size = curve_size(plan_);
-    const long long there = lseek(curves_, 0, SEEK_END);
+    const long long there = lseek(curves_.number(), 0, SEEK_END);
     // a fit that was withdrawn and done again has two curves: the later one is its own
     std::map<long long, kept_curve> last;
     std::string bytes(static_cast<std::size_t>(size), '\0');
     for (curves_end_ = 0; curves_end_ + size <= there; curves_end_ += size) {
         curve_head head{};
-        if (pread(curves_, bytes.data(), bytes.size(), curves_end_) !=
+        if (pread(curves_.number(), bytes.data(), bytes.size(), curves_end_) !=
                 static_cast<ssize_t>(bytes.size()) ||
             !read_curve(plan_, bytes, head))
             break;
@@ -116,19 +115,15 @@ void shard_journal::take_curves() {
         kept_.insert(curve);
         if (static_cast<long long>(kept_.size()) > plan_.keep) kept_.erase(kept_.begin());
     }
-    if (ftruncate(curves_, curves_end_) != 0) refuse_writing(name);
-}
-
-shard_journal::~shard_journal() {
-    if (file_ >= 0) close(file_);
-    if (curves_ >= 0) close(curves_);
+    if (ftruncate(curves_.number(), curves_end_) != 0) refuse_writing(name);
 }
 
 fit_record shard_journal::read(long long line) const {
     const std::size_t entries = plan_.start.entries.size(), size = record_size(entries);
     std::string bytes(size, '\0');
     fit_record record;
-    if (pread(file_, bytes.data(), size, offset_[at(line)]) != static_cast<ssize_t>(size) ||
+    if (pread(file_.number(), bytes.data(), size, offset_[at(line)]) !=
+            static_cast<ssize_t>(size) ||
         !read_record(bytes.data(), entries, record))
         throw tool_error(bad_input, stem_ + ".journal: was changed while this program works on it");
     return record;
@@ -161,14 +156,19 @@ void shard_journal::take_part(const finished_shard &done) {
     check_part(plan_, done);
     part_reader part(plan_, done);
     // of the same lines in the same order, for some of them
-    std::FILE *const curves =
-        plan_.keep > 0 ? std::fopen((stem_ + ".curves").c_str(), "rb") : nullptr;
+    file_descriptor curves;
+    if (plan_.keep > 0)
+        curves = file_descriptor(open((stem_ + ".curves").c_str(), O_RDONLY | O_CLOEXEC));
+    long long next = 0;
     std::string bytes(static_cast<std::size_t>(curve_size(plan_)), '\0');
     curve_head head{};
     const auto next_curve = [&] {
-        if (curves == nullptr || std::fread(bytes.data(), bytes.size(), 1, curves) != 1 ||
+        if (!curves.is_open() ||
+            pread(curves.number(), bytes.data(), bytes.size(), next) !=
+                static_cast<ssize_t>(bytes.size()) ||
             !read_curve(plan_, bytes, head))
             head.line = -1;
+        next += static_cast<long long>(bytes.size());
     };
     next_curve();
     for (long long line = done.first; line < done.stop; ++line) {
@@ -179,7 +179,6 @@ void shard_journal::take_part(const finished_shard &done) {
         }
         if (!has(line)) add(part.read(line), curve);
     }
-    if (curves != nullptr) std::fclose(curves);
 }
 
 void shard_journal::withdraw(const std::vector<long long> &gone) {
@@ -256,7 +255,7 @@ void shard_journal::finish() {
         std::string bytes(static_cast<std::size_t>(curve_size(plan_)), '\0');
         for (const kept_curve &curve : curves) {
             curve_head head{};
-            if (pread(curves_, bytes.data(), bytes.size(), curve.offset) !=
+            if (pread(curves_.number(), bytes.data(), bytes.size(), curve.offset) !=
                     static_cast<ssize_t>(bytes.size()) ||
                 !read_curve(plan_, bytes, head) || head.line != curve.line)
                 throw tool_error(bad_input, stem_ + ".fitted: was changed while this program works "

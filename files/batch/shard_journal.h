@@ -2,6 +2,7 @@
 // shard_journal.h -- the fits of a shard while it works
 #pragma once
 
+#include "files/base/file_descriptor.h"
 #include "files/batch/finished_shard.h"
 
 #include <set>
@@ -18,7 +19,6 @@ class shard_journal {
     shard_journal(const batch_plan &plan, const std::string &stem, long long first, long long stop);
     shard_journal(const shard_journal &) = delete;
     shard_journal &operator=(const shard_journal &) = delete;
-    ~shard_journal();
 
     bool has(long long line) const { return offset_[at(line)] >= 0; }
     fit_record read(long long line) const;
@@ -41,7 +41,7 @@ class shard_journal {
     const batch_plan &plan_;
     std::string stem_;
     long long first_, stop_, finished_ = 0;
-    int file_ = -1, curves_ = -1;
+    file_descriptor file_, curves_;
     long long end_ = 0, curves_end_ = 0;
     std::vector<long long> offset_;
     struct kept_curve {

@@ -43,19 +43,17 @@ static std::optional<lock_note> note_of_text(const std::string &text, const std:
     }
 }
 
-static std::string text_of(int file) {
+static std::string text_of(const file_descriptor &file) {
     std::string text(longest_note, '\0');
-    const ssize_t count = pread(file, text.data(), text.size(), 0);
+    const ssize_t count = pread(file.number(), text.data(), text.size(), 0);
     text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     return text;
 }
 
 std::optional<lock_note> read_lock_note(const std::string &name) {
-    const int file = open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (file < 0) return std::nullopt;
-    const std::string text = text_of(file);
-    close(file);
-    return note_of_text(text, name);
+    const file_descriptor file(open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file.is_open()) return std::nullopt;
+    return note_of_text(text_of(file), name);
 }
 
 static std::string time_text(long long seconds) {
@@ -76,14 +74,14 @@ shard_lock::shard_lock(const std::string &stem)
     : name_(stem + ".lock"), shards_(identity_of(fs::path(stem).parent_path().string()).text()),
       shard_(fs::path(stem).filename().string()) {
     for (int tries = 0;;) {
-        file_ = open(name_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
-        if (file_ < 0) refuse_lock(name_);
+        file_ = file_descriptor(
+            open(name_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
+        if (!file_.is_open()) refuse_lock(name_);
         // a process that was just killed, and a fit of it, may hold the lock for a moment
-        if (flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
-            if (identity_of(file_) == identity_of(name_)) break; // not removed in between
+        if (flock(file_.number(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
+            if (identity_of(file_.number()) == identity_of(name_)) break; // not removed in between
         } else if (++tries == most_tries) {
             const std::optional<lock_note> other = note_of_text(text_of(file_), name_);
-            close(file_);
             throw tool_error(bad_output,
                              name_ + ": another process works on this shard" +
                                  (other ? ": " + std::to_string(other->process) + " on " +
@@ -93,7 +91,6 @@ shard_lock::shard_lock(const std::string &stem)
         } else {
             usleep(50000);
         }
-        close(file_);
     }
     before_ = note_of_text(text_of(file_), name_);
     write_note("");
@@ -110,14 +107,13 @@ void shard_lock::write_note(const std::string &scratch) {
                                          {"shards", shards_},
                                          {"scratch", json_of_bytes(scratch)}};
     const std::string text = note.dump() + "\n";
-    if (ftruncate(file_, 0) != 0 ||
-        pwrite(file_, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
-        const int reason = errno;
-        close(file_);
-        file_ = -1;
-        errno = reason;
-        refuse_lock(name_);
-    }
+    if (ftruncate(file_.number(), 0) == 0 &&
+        pwrite(file_.number(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()))
+        return;
+    const int reason = errno;
+    file_.close();
+    errno = reason;
+    refuse_lock(name_);
 }
 
 void shard_lock::note_scratch(const std::string &folder) {
@@ -125,9 +121,8 @@ void shard_lock::note_scratch(const std::string &folder) {
 }
 
 shard_lock::~shard_lock() {
-    if (file_ < 0) return;
-    if (identity_of(file_) == identity_of(name_)) unlink(name_.c_str());
-    close(file_);
+    if (!file_.is_open()) return;
+    if (identity_of(file_.number()) == identity_of(name_)) unlink(name_.c_str());
 }
 
 } // namespace tools

@@ -9,6 +9,8 @@
 // is all that the note names. The file is removed with the lock.
 #pragma once
 
+#include "files/base/file_descriptor.h"
+
 #include <optional>
 #include <string>
 
@@ -43,7 +45,7 @@ class shard_lock {
     void write_note(const std::string &scratch);
     std::string name_, shards_, shard_;
     std::optional<lock_note> before_;
-    int file_ = -1;
+    file_descriptor file_;
 };
 
 } // namespace tools

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/plan_folder.h"
 
+#include "files/base/file_descriptor.h"
 #include "files/base/own_list.h"
 #include "files/base/tool_error.h"
 #include "files/batch/shard_files.h"
@@ -58,10 +59,10 @@ plan_folder::plan_folder(const std::string &name, bool force) : name_(name) {
 
 // Files of these names in a folder that is no link; the folder, too, when it is empty then.
 static void remove_files(const std::string &folder, const std::vector<std::string> &names) {
-    const int place = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (place < 0) return;
-    for (const std::string &each : names) unlinkat(place, each.c_str(), 0);
-    close(place);
+    const file_descriptor place(
+        open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!place.is_open()) return;
+    for (const std::string &each : names) unlinkat(place.number(), each.c_str(), 0);
     rmdir(folder.c_str());
 }
 

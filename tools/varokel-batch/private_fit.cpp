@@ -34,21 +34,16 @@ static void refuse_place(const std::string &name) {
 }
 
 static void write_whole(const std::string &name, const std::string &bytes) {
-    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (file < 0) refuse_place(name);
+    file_descriptor file(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!file.is_open()) refuse_place(name);
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t count = write(file, bytes.data() + done, bytes.size() - done);
+        const ssize_t count = write(file.number(), bytes.data() + done, bytes.size() - done);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) {
-            const int reason = errno;
-            close(file);
-            errno = reason;
-            refuse_place(name);
-        }
+        if (count < 0) refuse_place(name);
         done += static_cast<std::size_t>(count);
     }
-    if (close(file) != 0) refuse_place(name);
+    if (!file.close()) refuse_place(name);
 }
 
 void prepare_fit(const fit_setting &setting, const std::string &folder, const std::string &spectrum,
@@ -62,8 +57,8 @@ void prepare_fit(const fit_setting &setting, const std::string &folder, const st
 }
 
 started_fit start_fit(const fit_setting &setting, const std::string &folder) {
-    const int output = memfd_create("log of a fit", MFD_CLOEXEC);
-    if (output < 0)
+    file_descriptor output(memfd_create("log of a fit", MFD_CLOEXEC));
+    if (!output.is_open())
         throw tool_error(bad_output, std::string("no storage for the log of a fit (") +
                                          std::strerror(errno) + ")");
     char path[] = ".", data[] = "spectrum.bin", start[] = "start.par";
@@ -71,13 +66,10 @@ started_fit start_fit(const fit_setting &setting, const std::string &folder) {
     char *const words[] = {name.data(), path, data, start, nullptr};
     const pid_t parent = getpid();
     const pid_t child = fork();
-    if (child < 0) {
-        const int reason = errno;
-        close(output);
-        throw tool_error(bad_output, std::string("no process to be had (") + std::strerror(reason) +
+    if (child < 0)
+        throw tool_error(bad_output, std::string("no process to be had (") + std::strerror(errno) +
                                          "); fewer workers (-j) may help, --resume goes on");
-    }
-    if (child > 0) return {child, output};
+    if (child > 0) return {child, std::move(output)};
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) _exit(1);
@@ -88,48 +80,41 @@ started_fit start_fit(const fit_setting &setting, const std::string &folder) {
     const int input = open("/dev/null", O_RDONLY);
     if (input < 0 || chdir(folder.c_str()) != 0) _exit(program_missing);
     dup2(input, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    dup2(output, STDERR_FILENO);
+    dup2(output.number(), STDOUT_FILENO);
+    dup2(output.number(), STDERR_FILENO);
     if (input > STDERR_FILENO) close(input);
     execv(setting.program.c_str(), words);
     _exit(program_missing);
 }
 
-// Closes the file.
-static bool read_rest(int file, std::string &bytes) {
+static bool read_whole(const file_descriptor &file, std::string &bytes) {
     bytes.clear();
     struct stat facts = {};
-    if (fstat(file, &facts) != 0 || !S_ISREG(facts.st_mode)) {
-        close(file);
-        return false;
-    }
+    if (fstat(file.number(), &facts) != 0 || !S_ISREG(facts.st_mode)) return false;
     bytes.resize(static_cast<std::size_t>(facts.st_size));
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t count =
-            pread(file, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
+        const ssize_t count = pread(file.number(), bytes.data() + done, bytes.size() - done,
+                                    static_cast<off_t>(done));
         if (count <= 0) break;
         done += static_cast<std::size_t>(count);
     }
-    close(file);
     bytes.resize(done);
     return true;
 }
 
 static bool read_whole(const std::string &name, std::string &bytes) {
-    bytes.clear();
-    const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    return file >= 0 && read_rest(file, bytes);
+    return read_whole(file_descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC)), bytes);
 }
 
 // Whether there is room for as much as a fit writes.
 static bool has_room(const std::string &folder, long long points, std::size_t entries) {
     const std::string name = folder + "/room";
-    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (file < 0) return false;
+    file_descriptor file(open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    if (!file.is_open()) return false;
     const off_t size = 8 * points * static_cast<off_t>(6 + entries) + 65536;
-    const int refused = posix_fallocate(file, 0, size);
-    close(file);
+    const int refused = posix_fallocate(file.number(), 0, size);
+    file.close();
     unlink(name.c_str());
     return refused == 0;
 }
@@ -267,8 +252,9 @@ static const char *read_results(const std::string &base, std::size_t entries, fi
     return nullptr;
 }
 
-harvest harvest_fit(const fit_setting &setting, const std::string &folder, int log_file,
-                    long long line, int wait_status, double killed_after, bool with_fit) {
+harvest harvest_fit(const fit_setting &setting, const std::string &folder,
+                    const file_descriptor &log_file, long long line, int wait_status,
+                    double killed_after, bool with_fit) {
     harvest found;
     const std::size_t entries = setting.measure.entries;
     const auto failed = [&](const std::string &reason) {
@@ -276,7 +262,7 @@ harvest harvest_fit(const fit_setting &setting, const std::string &folder, int l
         return found;
     };
     std::string log;
-    read_rest(log_file, log);
+    read_whole(log_file, log);
     const std::string why =
         why_without_results(setting, folder, log, wait_status, killed_after, found.no_place);
     if (!why.empty()) return failed(why);

@@ -2,6 +2,7 @@
 // private_fit.h -- one fit in a folder of its own: prepared, started, harvested, removed
 #pragma once
 
+#include "files/base/file_descriptor.h"
 #include "varokel-batch/measure_curves.h"
 
 #include <string>
@@ -25,7 +26,7 @@ void prepare_fit(const fit_setting &setting, const std::string &folder, const st
 
 struct started_fit {
     pid_t process = -1;
-    int log = -1; // what it prints; in memory, so that it is whole when the disk is full
+    file_descriptor log; // what it prints; in memory, so that it is whole when the disk is full
 };
 
 // Starts the program in the folder, in a process group of its own, so that ctrl-C of a terminal
@@ -39,10 +40,11 @@ struct harvest {
     std::string no_place; // not empty: the fit could not write, which is no fault of the spectrum
 };
 
-// Reads what the fit left, and closes its log. wait_status as waitpid has it; killed_after: seconds
+// Reads what the fit left. wait_status as waitpid has it; killed_after: seconds
 // of the limit, when the fit was ended because of it.
-harvest harvest_fit(const fit_setting &setting, const std::string &folder, int log, long long line,
-                    int wait_status, double killed_after, bool with_fit);
+harvest harvest_fit(const fit_setting &setting, const std::string &folder,
+                    const file_descriptor &log, long long line, int wait_status,
+                    double killed_after, bool with_fit);
 
 // The folder and all files in it. Quiet: what cannot be removed stays.
 void remove_fit(const std::string &folder);

@@ -32,9 +32,9 @@ struct folder_of_fit {
 // A process that is waited for, and ended when nobody wants it any more.
 class watched_process {
   public:
-    explicit watched_process(const started_fit &started)
-        : started_(started), handle_(pidfd_open(started.process, 0)) {
-        if (handle_ >= 0) return;
+    explicit watched_process(started_fit started)
+        : started_(std::move(started)), handle_(pidfd_open(started_.process, 0)) {
+        if (handle_.is_open()) return;
         const int reason = errno;
         end();
         throw tool_error(bad_output, std::string("a fit cannot be watched (") +
@@ -52,7 +52,7 @@ class watched_process {
             const std::chrono::duration<double> taken = steady::now() - begun;
             double patience = 3600.0;
             if (limit > 0.0 && !killed) patience = std::max(0.0, limit - taken.count());
-            pollfd handles[] = {{handle_, POLLIN, 0}, {stop.handle(), POLLIN, 0}};
+            pollfd handles[] = {{handle_.number(), POLLIN, 0}, {stop.handle(), POLLIN, 0}};
             const timespec wait = {static_cast<time_t>(patience),
                                    static_cast<long>(1e9 * (patience - std::floor(patience)))};
             ppoll(handles, 2, &wait, nullptr);
@@ -69,21 +69,18 @@ class watched_process {
         return killed ? outcome::killed : outcome::ended;
     }
     int status() const { return status_; }
-    // The caller's from now on.
-    int take_log() { return std::exchange(started_.log, -1); }
+    const file_descriptor &log() const { return started_.log; }
 
   private:
     void end() {
-        if (started_.process > 0) {
-            kill(-started_.process, SIGKILL);
-            kill(started_.process, SIGKILL); // its group may not be there yet
-            waitpid(started_.process, nullptr, 0);
-        }
-        if (handle_ >= 0) close(handle_);
-        if (started_.log >= 0) close(started_.log);
+        if (started_.process <= 0) return;
+        kill(-started_.process, SIGKILL);
+        kill(started_.process, SIGKILL); // its group may not be there yet
+        waitpid(started_.process, nullptr, 0);
     }
     started_fit started_;
-    int handle_, status_ = 0;
+    file_descriptor handle_;
+    int status_ = 0;
 };
 
 } // namespace
@@ -119,7 +116,7 @@ std::optional<search_result> run_search(const fit_setting &setting, const std::s
         // takes no failure that --resume would keep when the batch itself ends the next moment.
         if (was_ended_from_outside(process.status()) && !killed && !second_try) continue;
         search_result out;
-        out.found = harvest_fit(setting, folder, process.take_log(), line, process.status(),
+        out.found = harvest_fit(setting, folder, process.log(), line, process.status(),
                                 killed ? options.limit : 0.0, options.with_fit);
         if (!out.found.no_place.empty())
             throw tool_error(bad_output, out.found.no_place +

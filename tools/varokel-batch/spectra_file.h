@@ -2,9 +2,9 @@
 // spectra_file.h -- spectra.f32 of a plan, each spectrum compared with its fingerprint
 #pragma once
 
+#include "files/base/file_descriptor.h"
 #include "files/batch/plan_lines.h"
 
-#include <cstdio>
 #include <string>
 
 namespace tools {
@@ -13,16 +13,13 @@ class spectra_file {
   public:
     // Errors: bad_input when it cannot be read.
     explicit spectra_file(const batch_plan &plan);
-    spectra_file(const spectra_file &) = delete;
-    spectra_file &operator=(const spectra_file &) = delete;
-    ~spectra_file();
     // Points as complex float32 into bytes, whose storage is used again. Several threads may read.
     // Errors: bad_input when they are not those of the plan.
     void read(const planned_spectrum &spectrum, std::string &bytes) const;
 
   private:
     const batch_plan &plan_;
-    std::FILE *file_;
+    file_descriptor file_;
 };
 
 } // namespace tools

@@ -15,18 +15,14 @@
 namespace tools {
 
 stop_switch::stop_switch() : handle_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (handle_ < 0)
+    if (!handle_.is_open())
         throw tool_error(bad_output,
                          std::string("no descriptor to be had (") + std::strerror(errno) + ")");
 }
 
-stop_switch::~stop_switch() {
-    close(handle_);
-}
-
 void stop_switch::set() {
     set_ = true;
-    eventfd_write(handle_, 1);
+    eventfd_write(handle_.number(), 1);
 }
 
 static volatile std::sig_atomic_t asked_to_end = 0;

@@ -2,6 +2,8 @@
 // stop_switch.h -- tells all threads of a run to come to an end, and signals that ask for it
 #pragma once
 
+#include "files/base/file_descriptor.h"
+
 #include <atomic>
 #include <csignal>
 #include <cstddef>
@@ -13,15 +15,12 @@ class stop_switch {
   public:
     // Errors: bad_output when the system has no descriptor left.
     stop_switch();
-    stop_switch(const stop_switch &) = delete;
-    stop_switch &operator=(const stop_switch &) = delete;
-    ~stop_switch();
     void set();
     bool is_set() const { return set_; }
-    int handle() const { return handle_; } // readable once it is set
+    int handle() const { return handle_.number(); } // readable once it is set
 
   private:
-    int handle_ = -1;
+    file_descriptor handle_;
     std::atomic<bool> set_ = false;
 };
 

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// file_descriptor.h -- the one owner of an open file
+#pragma once
+
+#include <cerrno>
+#include <utility>
+
+#include <unistd.h>
+
+namespace tools {
+
+// A descriptor that is closed with the object; errno stays what it was. What open(2) and its like
+// give, -1 for none.
+class file_descriptor {
+  public:
+    file_descriptor() = default;
+    explicit file_descriptor(int number) : number_(number) {}
+    file_descriptor(file_descriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    file_descriptor &operator=(file_descriptor &&other) noexcept {
+        if (this != &other) {
+            close_quietly();
+            number_ = std::exchange(other.number_, -1);
+        }
+        return *this;
+    }
+    ~file_descriptor() { close_quietly(); }
+
+    bool is_open() const { return number_ >= 0; }
+    int number() const { return number_; }
+    // The caller's from now on.
+    int release() { return std::exchange(number_, -1); }
+    // false, and errno says why, when the system could not keep all that was written.
+    bool close() { return number_ < 0 || ::close(release()) == 0; }
+
+  private:
+    void close_quietly() {
+        const int reason = errno;
+        close();
+        errno = reason;
+    }
+    int number_ = -1;
+};
+
+} // namespace tools

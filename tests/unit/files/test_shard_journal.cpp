@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/base/file_descriptor.h"
+#include "files/base/tool_error.h"
+#include "files/batch/shard_journal.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::size_t open_descriptors() {
+    std::size_t count = 0;
+    for (const auto &each : fs::directory_iterator("/proc/self/fd")) count += each.exists();
+    return count;
+}
+
+class shard_journal_test : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string name = (fs::temp_directory_path() / "journal.XXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        place_ = name;
+        plan_.id = std::string(tools::shard_head_size, 'a');
+        plan_.points = 4;
+        plan_.keep = 1;
+        plan_.spectra = 2;
+        stem_ = (place_ / "0000_of_0001").string();
+    }
+    void TearDown() override { fs::remove_all(place_); }
+
+    // What the constructor says when it refuses; "" when it does not.
+    std::string refusal() const {
+        try {
+            const tools::shard_journal journal(plan_, stem_, 0, 2);
+            return "";
+        } catch (const tools::tool_error &error) {
+            return error.what();
+        }
+    }
+
+    fs::path place_;
+    tools::batch_plan plan_;
+    std::string stem_;
+};
+
+TEST_F(shard_journal_test, NoDescriptorStaysOpenWhateverEndsIt) {
+    const std::size_t before = open_descriptors();
+    EXPECT_EQ(refusal(), "");
+    EXPECT_EQ(open_descriptors(), before);
+
+    // the file of the curves is refused while that of the records is open
+    fs::remove(stem_ + ".fitted");
+    fs::create_symlink("elsewhere", stem_ + ".fitted");
+    EXPECT_NE(refusal().find(".fitted: cannot be written"), std::string::npos) << refusal();
+    EXPECT_EQ(open_descriptors(), before);
+    fs::remove(stem_ + ".fitted");
+
+    std::ofstream(stem_ + ".journal") << std::string(tools::shard_head_size, 'b');
+    EXPECT_NE(refusal().find("belongs to another plan"), std::string::npos) << refusal();
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST(file_descriptor, closes_once_and_leaves_errno) {
+    const std::size_t before = open_descriptors();
+    {
+        tools::file_descriptor one(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        ASSERT_TRUE(one.is_open());
+        tools::file_descriptor other(std::move(one));
+        EXPECT_FALSE(one.is_open()); // NOLINT(bugprone-use-after-move): that is what is asked
+        EXPECT_EQ(open_descriptors(), before + 1);
+        one = std::move(other);
+        one = tools::file_descriptor(open("/dev/zero", O_RDONLY | O_CLOEXEC));
+        EXPECT_EQ(open_descriptors(), before + 1);
+        EXPECT_TRUE(one.close());
+        EXPECT_TRUE(one.close()); // nothing is left to do
+        EXPECT_EQ(open_descriptors(), before);
+    }
+    tools::file_descriptor none(12345); // of no file: closing fails
+    errno = ENOSPC;
+    none = tools::file_descriptor();
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_FALSE(tools::file_descriptor(12345).close());
+}
+
+} // namespace
