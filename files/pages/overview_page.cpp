@@ -252,8 +252,10 @@ void write_overview(const batch_view &batch, const std::string &output, long lon
     page.title = "Batch " + path.filename().string();
     page.style =
         std::string(uplot_style()) + std::string(report_style()) + std::string(overview_style());
-    page.scripts = {std::string(uplot_script()), std::string(charts_script()),
-                    std::string(overview_script())};
+    for (const std::string_view script :
+         {uplot_script(), charts_script(), overview_values_script(), overview_maps_script(),
+          overview_course_script(), overview_spectrum_script(), overview_script()})
+        page.scripts.emplace_back(script);
     page.body = body_of(batch, order, page.title);
     ordered_json values = values_of(batch);
     output_batch files(batch.files_read, force);

@@ -10,7 +10,11 @@ std::string_view report_style();
 std::string_view overview_style();
 std::string_view charts_script();
 std::string_view report_script();
-std::string_view overview_script();
+std::string_view overview_values_script();
+std::string_view overview_maps_script();
+std::string_view overview_course_script();
+std::string_view overview_spectrum_script();
+std::string_view overview_script(); // after those above
 std::string_view uplot_script();
 std::string_view uplot_style();
 std::string_view uplot_licence();

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// overview_course.js -- values along the longest axis that is not drawn as a map, entry by entry
+"use strict";
+// Given: the element that says how wide the chart may be; the one that describes the point that is
+// pointed at; choose(n), called with the spectrum that is clicked.
+// Returned: the elements of the chart, and the function that draws it anew.
+const varokelCourse = (maps, readout, choose) => {
+  const { made, styleOf, colourOf, numberText, roomAround } = varokelCharts;
+  const { batch, quantities, some, size, hasMap, courseAxis, numberAt, state, hidden, pale, paleShare, paleOf } = varokelOverview;
+  const course = made("div", "course"), chips = made("div", "chips"), courseTitle = made("div", "panel-title");
+  let coursePlot = null;
+
+  // rows, errors: by entry shown, by place along the axis; null where there is none. numbers: of the
+  // spectra there, -1 where there is none; shown: numbers of the entries.
+  //
+  // The scale is that of the values that are drawn in full, with their bars; where there are
+  // none, that of all.
+  function extentOf(rows, errors, numbers, shown, all, most) {
+    let low = Infinity, high = -Infinity;
+    rows.forEach((row, s) => row.forEach((v, i) => {
+      if (v === null || pale(numbers[i], shown[s])) return;
+      low = Math.min(low, v);
+      high = Math.max(high, v);
+      if (!errors[s] || errors[s][i] === null) return;
+      low = Math.min(low, v - errors[s][i]);
+      high = Math.max(high, v + errors[s][i]);
+    }));
+    if (low > high) return roomAround(all, most);
+    const span = high - low; // pale ones too, but one wild value hides nothing
+    const least = low - 0.1 * span, greatest = high + 0.1 * span;
+    rows.forEach((row, s) => row.forEach((v, i) => {
+      if (v === null || !pale(numbers[i], shown[s])) return;
+      const sd = errors[s] && errors[s][i] !== null ? errors[s][i] : 0;
+      low = Math.min(low, Math.max(least, v - sd));
+      high = Math.max(high, Math.min(greatest, v + sd));
+    }));
+    return roomAround(low, high);
+  }
+
+  function drawBars(u, rows, errors, numbers, shown) {
+    u.ctx.save();
+    rows.forEach((row, s) => {
+      if (!errors[s]) return;
+      u.ctx.strokeStyle = colourOf(shown[s]);
+      u.ctx.lineWidth = devicePixelRatio;
+      row.forEach((v, i) => {
+        if (v === null || errors[s][i] === null) return;
+        const x = u.valToPos(i, "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
+        u.ctx.globalAlpha = pale(numbers[i], shown[s]) ? paleShare : 1;
+        u.ctx.beginPath();
+        u.ctx.moveTo(x, a);
+        u.ctx.lineTo(x, b);
+        u.ctx.stroke();
+      });
+    });
+    u.ctx.globalAlpha = 1;
+    const i = numbers.indexOf(state.chosen);
+    if (i >= 0) {
+      const x = u.valToPos(i, "x", true);
+      u.ctx.strokeStyle = "#ff2d55";
+      u.ctx.lineWidth = 1.5 * devicePixelRatio;
+      u.ctx.beginPath();
+      u.ctx.moveTo(x, u.bbox.top);
+      u.ctx.lineTo(x, u.bbox.top + u.bbox.height);
+      u.ctx.stroke();
+    }
+    u.ctx.restore();
+  }
+
+  function drawCourse() {
+    if (courseAxis < 0) return;
+    const n = size[courseAxis], quantity = quantities[state.quantity];
+    const at = state.chosen >= 0 && hasMap ? batch.at[state.chosen].slice() : state.at.slice();
+    const numbers = Array.from({ length: n }, (_, i) => {
+      at[courseAxis] = i;
+      const found = numberAt.get(at.join(","));
+      return found === undefined ? -1 : found;
+    });
+    const shown = quantity.whole ? [0] : batch.entries.map((_, k) => k).filter((k) => state.entriesShown[k] && some(quantity.of(k)));
+    const cut = (values, k) => numbers.map((m) => (m < 0 || hidden(m) || !Number.isFinite(values[m]) ? null : values[m]));
+    const rows = shown.map((k) => cut(quantity.of(k), k));
+    const known = rows.map((row, s) => row.map((v, i) => (v !== null && pale(numbers[i], shown[s]) ? null : v)));
+    const errors = shown.map((k) => (quantity.sd ? cut(quantity.sd(k), k) : null));
+    courseTitle.textContent = quantity.name + (quantity.unit ? " (" + quantity.unit + ")" : "") + (quantity.sd ? ", bars: \u00b1 1 SD" : "") +
+      (hasMap && state.chosen >= 0 ? ", voxel of " + batch.names[state.chosen] : "");
+    if (coursePlot) coursePlot.destroy();
+    course.textContent = "";
+    const ink = styleOf("--ink"), grid = styleOf("--line");
+    coursePlot = new uPlot({
+      width: Math.max(240, maps.clientWidth),
+      height: 320,
+      legend: { show: false },
+      padding: [10, 14, 0, 0],
+      cursor: { y: false, drag: { x: false, y: false } },
+      scales: { x: { time: false, range: () => [-0.5, n - 0.5] }, y: { range: (u, all, most) => extentOf(rows, errors, numbers, shown, all, most) } },
+      axes: [
+        { stroke: ink, label: batch.axes[courseAxis].name + " (from 0)", labelSize: 22, size: 30, labelFont: "13px system-ui, sans-serif",
+          grid: { stroke: grid, width: 0.5 }, incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000] },
+        { stroke: ink, size: 62, grid: { stroke: grid, width: 0.5 },
+          values: (u, splits) => splits.map((v) => (v === 0 ? "0" : Math.abs(v) >= 1e4 || Math.abs(v) < 1e-3 ? v.toExponential(1) : String(+v.toPrecision(4)))) },
+      ],
+      // all values pale, and over them those that are known well
+      series: [{}, ...shown.map((k) => ({ stroke: paleOf(k), width: 1, points: { show: true, size: 5, fill: paleOf(k) } })),
+        ...shown.map((k) => ({ stroke: colourOf(k), width: 1.3, points: { show: true, size: 5, fill: colourOf(k) } }))],
+      hooks: {
+        draw: [(u) => drawBars(u, rows, errors, numbers, shown)],
+        setCursor: [(u) => {
+          const m = u.cursor.idx === null || u.cursor.idx === undefined ? -1 : numbers[u.cursor.idx];
+          readout.textContent = m < 0 ? "" : batch.names[m] + ": " + shown.map((k) => (quantity.whole ? quantity.name : batch.entries[k]) + " " + numberText(quantity.of(k)[m])).join(", ");
+        }],
+      },
+    }, [numbers.map((_, i) => i), ...rows, ...known], course);
+    coursePlot.over.addEventListener("click", () => {
+      const i = coursePlot.cursor.idx;
+      if (i !== null && i !== undefined && numbers[i] >= 0) choose(numbers[i]);
+    });
+  }
+
+  if (courseAxis >= 0)
+    batch.entries.forEach((name, k) => {
+      const label = made("label"), box = made("input"), mark = made("i");
+      box.type = "checkbox";
+      box.checked = state.entriesShown[k];
+      mark.style.background = colourOf(k);
+      box.addEventListener("change", () => {
+        state.entriesShown[k] = box.checked;
+        drawCourse();
+      });
+      label.append(box, mark, document.createTextNode(name));
+      chips.append(label);
+    });
+
+  return { elements: [courseTitle, course, chips], draw: drawCourse };
+};
