@@ -42,7 +42,7 @@ BEGIN {
     # known by name: the gradient ends by printing the fit quality
     exception["src/model/gradient.cpp src/report/fit_quality.h"] = 1
     # known by name: data without noise come from the model of the fit
-    uses_fitter["tools/varokel-simulate/varokel_simulate.cpp"] = 1
+    uses_fitter["tools/varokel-simulate/simulated_model.cpp"] = 1
 }
 
 # Name of the layer of a file, which stands in the table.

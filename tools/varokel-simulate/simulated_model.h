@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// simulated_model.h -- the model of a start file, as a fit compares it with its data
+#pragma once
+
+#include "files/spectra/complex_signal.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+// What is said beside the model where its parameters are written.
+struct simulated_noise {
+    double sd = 0.0; // of the real and of the imaginary part of the spectrum [signal]
+    std::uint64_t seed = 0;
+};
+
+// There is one at a time: it stands in the state of the fitter, whose code makes it.
+class simulated_model {
+  public:
+    // Reads the start file and evaluates its model, links followed. What the fitter's reader has to
+    // say goes to standard error when it refuses the file. Errors: bad_input.
+    explicit simulated_model(const std::string &start);
+    simulated_model(const simulated_model &) = delete;
+    simulated_model &operator=(const simulated_model &) = delete;
+    ~simulated_model();
+
+    int points() const;
+    double dwell_time() const;                   // [s]
+    std::optional<double> begin_time() const;    // that the first-order phase means [s]; none for 0
+    int noise_first() const, noise_stop() const; // points of the noise window, 0-based, half open
+    std::vector<std::string> pattern_files() const;
+
+    // Model and noise of one seed: `points` points, of which the first points() hold the model.
+    complex_signal with_noise(const simulated_noise &noise, std::size_t points) const;
+    // Parameters of the model as JSON; spectra: how many were made of it, the seed rising by 1.
+    std::string truth(const simulated_noise &noise, long long spectra) const;
+};
+
+} // namespace tools
