@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// import_options.cpp -- the command line's side of an import, for every program that imports
 #include "common/import_options.h"
 
 #include "files/base/tool_error.h"
@@ -96,6 +97,11 @@ void add_spectrum_options(option_parser &app, spectrum_options &options, const s
                    "take the lines between two shifts out of the FID, such as residual water: "
                    "4.2:5.1 [ppm]")
         ->type_name("LOW:HIGH");
+}
+
+void add_reference_options(option_parser &app, spectrum_options &options,
+                           const std::string &group) {
+    const heading all(app, group);
     app.add_option("--reference", options.reference,
                    "FID of a strong single line (water) of the same voxel: written as .ref, the "
                    "measured lineshape of fit mode 2")

@@ -14,9 +14,13 @@ namespace tools {
 // each program has its own place for it. group: heading in --help; empty: the usual one.
 void add_input_options(option_parser &app, input_options &options, const std::string &group = "");
 
-// What is known about the spectra, and what is measured beside them.
+// What is known about the spectra.
 void add_spectrum_options(option_parser &app, spectrum_options &options,
                           const std::string &group = "");
+
+// What is measured beside them.
+void add_reference_options(option_parser &app, spectrum_options &options,
+                           const std::string &group = "");
 
 // The reference peak of a table of peaks and that of --reference-peak. Errors: wrong_usage when
 // both are there and differ, or the option's text is none.

@@ -10,6 +10,7 @@
 namespace tools {
 
 struct plan_options {
+    plan_options() { spectrum.memory = 32; } // many of them may run at a time
     input_options input;
     spectrum_options spectrum;
     std::string folder;              // run/

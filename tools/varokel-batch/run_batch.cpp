@@ -8,6 +8,7 @@
 #include "files/batch/shard_journal.h"
 #include "files/batch/shard_lock.h"
 
+#include "varokel-batch/batch_options.h"
 #include "varokel-batch/fit_pool.h"
 
 #include <algorithm>
@@ -145,13 +146,6 @@ static std::vector<long long> tried_again(const batch_plan &plan, const plan_lin
     return again;
 }
 
-// Where the folders of searches are made.
-static std::string place_of(const run_options &options) {
-    if (!options.scratch.empty()) return options.scratch;
-    const char *const set = std::getenv("TMPDIR");
-    return set != nullptr && *set != '\0' ? set : "/tmp";
-}
-
 // What is given in vain. A place for searches is no matter of doubt: job scripts always name one.
 static void warn_of_options(const run_options &options, const batch_plan &plan) {
     if (plan.method != fit_method::exact) return;
@@ -215,7 +209,7 @@ static int fit_shard(const run_options &options, const std::string &program, con
     fit_setting setting = {program, "", plan.pattern_files, curve_measure(plan.start)};
     std::optional<scratch_folder> scratch;
     if (plan.method != fit_method::exact) {
-        scratch.emplace(plan, lock, place_of(options));
+        scratch.emplace(plan, lock, scratch_place(options.scratch));
         setting.patterns = scratch->name() + "/patterns";
         if (plan.values == "same")
             setting.measure.common_model =

@@ -14,10 +14,9 @@
 
 #include "common/command_line.h"
 #include "common/run_tool.h"
+#include "varokel-batch/batch_options.h"
 #include "varokel-batch/bids_names.h"
 #include "varokel-batch/merge_batch.h"
-#include "varokel-batch/plan_batch.h"
-#include "varokel-batch/run_batch.h"
 
 #include <nlohmann/json.hpp>
 
@@ -35,11 +34,10 @@ using tools::tool_error;
 namespace fs = std::filesystem;
 
 struct bids_options {
-    std::string data_set, output, level, start, peaks, names, values = "same", method = "exact",
-                                                              scratch, program;
-    std::vector<std::string> labels, sessions, average, index;
-    int workers = 1;
-    double limit = 0.0;
+    std::string data_set, output, level;
+    std::vector<std::string> labels, sessions;
+    tools::plan_options plan; // alike for all files
+    tools::run_options run;
     bool force = false, resume = false;
 };
 
@@ -124,13 +122,14 @@ static nlohmann::ordered_json made_from(const bids_options &own, const fs::path 
     nlohmann::ordered_json about;
     about["Sources"] = {"bids:raw:" + (relative / file.filename()).generic_string()};
     about["SourceSHA256"] = tools::sha256_of_file(file.string());
-    about["StartValues"] = own.values;
-    about["Method"] = own.method;
-    if (!own.start.empty()) about["StartFileSHA256"] = tools::sha256_of_file(own.start);
-    if (!own.peaks.empty()) about["PeaksSHA256"] = tools::sha256_of_file(own.peaks);
-    if (!own.names.empty()) about["NamesSHA256"] = tools::sha256_of_file(own.names);
-    if (!own.average.empty()) about["AveragedOver"] = own.average;
-    if (!own.index.empty()) about["Index"] = own.index;
+    about["StartValues"] = own.plan.values;
+    about["Method"] = own.plan.method;
+    if (!own.plan.start.empty()) about["StartFileSHA256"] = tools::sha256_of_file(own.plan.start);
+    if (!own.plan.peaks.empty()) about["PeaksSHA256"] = tools::sha256_of_file(own.plan.peaks);
+    if (!own.plan.names.empty()) about["NamesSHA256"] = tools::sha256_of_file(own.plan.names);
+    if (!own.plan.input.choice.average.empty())
+        about["AveragedOver"] = own.plan.input.choice.average;
+    if (!own.plan.input.choice.index.empty()) about["Index"] = own.plan.input.choice.index;
     return about;
 }
 
@@ -149,68 +148,29 @@ static bool is_done(const fs::path &table, const nlohmann::ordered_json &about) 
     return true;
 }
 
-static int fit_one(const bids_options &own, const fs::path &file) {
-    const std::string name = file.filename().string();
-    const tools::measured_name parts = tools::parts_of(file);
-    // by its names, not by where links on the way lead
-    const fs::path relative = file.parent_path().lexically_relative(own.data_set);
-    const fs::path target = folder_in_output(own, relative);
-    std::error_code error;
-    const fs::path table = target / parts.derivative("fit", ".tsv");
-    nlohmann::ordered_json about = made_from(own, relative, file);
-    if (own.resume && is_done(table, about)) return tools::all_right;
-    if (fs::exists(table, error) && !own.force)
-        throw tool_error(tools::bad_output, table.string() + ": exists; --force replaces it, "
-                                                             "--resume does what is missing");
-    const char *const set = std::getenv("TMPDIR");
-    const std::string place =
-        own.scratch.empty() ? (set != nullptr && *set != '\0' ? set : "/tmp") : own.scratch;
-    const std::string purpose = "bids for " + tools::identity_of(target.string()).text();
-    tools::remove_leftovers(place, "varokel-bids.", purpose);
-    const tools::own_folder work_folder(place, "varokel-bids.", purpose);
-    const std::string &work = work_folder.name();
-
-    // The copy is ours: the data set may be mounted read-only.
-    const std::string copy = work + "/" + name;
-    copy_bytes(file, copy);
-
-    tools::plan_options plan;
-    plan.input.input = copy;
-    plan.input.choice.average = own.average;
-    plan.input.choice.index = own.index;
-    plan.spectrum.memory = 32;
-    plan.folder = work + "/run";
-    plan.start = own.start;
-    plan.peaks = own.peaks;
-    plan.names = own.names;
-    plan.values = own.values;
-    plan.method = own.method;
-    plan.keep = "none";
+// Plans, fits and merges in a folder of its own. What the steps print is about places that are gone
+// at the end: it is not shown. Returns the exit status.
+static int fit_batch(const tools::plan_options &plan, const tools::run_options &run) {
     std::ostringstream said;
     std::streambuf *const shown = std::cout.rdbuf(said.rdbuf());
-    int status = tools::all_right;
     try {
         tools::plan_batch(plan);
-        tools::run_options run;
-        run.folder = plan.folder;
-        run.workers = own.workers;
-        run.scratch = work;
-        run.program = own.program;
-        run.limit = own.limit;
-        status = tools::run_batch(run);
+        int status = tools::run_batch(run);
         if (status <= tools::different)
             status = std::max(status, tools::merge_batch(plan.folder, false));
+        std::cout.rdbuf(shown);
+        return status;
     } catch (...) {
         std::cout.rdbuf(shown);
         throw;
     }
-    std::cout.rdbuf(shown);
-    if (status > tools::different) return status; // a signal
+}
 
-    const fs::path run(plan.folder);
-    about["Description"] = "Lines and patterns fitted to " + name;
-    if (about["SourceSHA256"] != tools::sha256_of_file(copy))
-        throw tool_error(tools::bad_input, file.string() + ": was changed while it was fitted");
+// The files of a batch as derivatives of a measurement; the table last: it says that all are there.
+static void put_derivatives(const fs::path &run, const fs::path &target,
+                            const tools::measured_name &parts, const nlohmann::ordered_json &about,
+                            const std::string &name) {
+    std::error_code error;
     const auto put = [&](const fs::path &from, const std::string &description,
                          const std::string &extension) {
         if (!fs::exists(from, error)) return;
@@ -235,16 +195,48 @@ static int fit_one(const bids_options &own, const fs::path &file) {
         write_json(target / parts.derivative(label_of_map(stem), ".json"), items);
     }
     put(run / "results.json", "fit", ".json");
-    put(run / "results.tsv", "fit", ".tsv"); // last: it says that all are there
+    put(run / "results.tsv", "fit", ".tsv");
+}
+
+static int fit_one(const bids_options &own, const fs::path &file) {
+    const std::string name = file.filename().string();
+    const tools::measured_name parts = tools::parts_of(file);
+    // by its names, not by where links on the way lead
+    const fs::path relative = file.parent_path().lexically_relative(own.data_set);
+    const fs::path target = folder_in_output(own, relative);
+    std::error_code error;
+    const fs::path table = target / parts.derivative("fit", ".tsv");
+    nlohmann::ordered_json about = made_from(own, relative, file);
+    if (own.resume && is_done(table, about)) return tools::all_right;
+    if (fs::exists(table, error) && !own.force)
+        throw tool_error(tools::bad_output, table.string() + ": exists; --force replaces it, "
+                                                             "--resume does what is missing");
+    const std::string place = tools::scratch_place(own.run.scratch);
+    const std::string purpose = "bids for " + tools::identity_of(target.string()).text();
+    tools::remove_leftovers(place, "varokel-bids.", purpose);
+    const tools::own_folder work(place, "varokel-bids.", purpose);
+
+    // The copy is ours: the data set may be mounted read-only.
+    const std::string copy = work.name() + "/" + name;
+    copy_bytes(file, copy);
+    tools::plan_options plan = own.plan;
+    plan.input.input = copy;
+    plan.folder = work.name() + "/run";
+    plan.keep = "none";
+    tools::run_options run = own.run;
+    run.folder = plan.folder;
+    run.scratch = work.name();
+    const int status = fit_batch(plan, run);
+    if (status > tools::different) return status; // a signal
+
+    about["Description"] = "Lines and patterns fitted to " + name;
+    if (about["SourceSHA256"] != tools::sha256_of_file(copy))
+        throw tool_error(tools::bad_input, file.string() + ": was changed while it was fitted");
+    put_derivatives(plan.folder, target, parts, about, name);
     return status;
 }
 
-int main(int argc, char **argv) {
-    bids_options own;
-    tools::option_parser app(
-        "Fits the NIfTI-MRS files of a BIDS data set, one start file or table of peaks "
-        "for all, and writes the\nresults as BIDS derivatives.",
-        "varokel-bids");
+static void add_bids_options(tools::option_parser &app, bids_options &own) {
     app.add_option("bids_dir", own.data_set, "top folder of the data set; never written to")
         ->required();
     app.add_option("output_dir", own.output, "folder for the derivatives")->required();
@@ -257,34 +249,15 @@ int main(int argc, char **argv) {
     app.add_option("--session-label,--session_label", own.sessions,
                    "sessions, with or without ses- (default: all)")
         ->type_name("LABEL");
-    app.add_option("--start", own.start, "start file")->type_name("FILE");
-    app.add_option("--peaks", own.peaks, "table of peaks, as varokel-start reads it")
-        ->type_name("TABLE");
-    app.add_option("--names", own.names, "names of the entries, one a line")->type_name("FILE");
-    app.add_option("--method", own.method,
-                   "exact: the optimum by the engine (default); classic: the search by varokel; "
-                   "both: that search first")
-        ->type_name("HOW")
-        ->check(tools::one_of({"exact", "classic", "both"}));
-    app.add_option("--values", own.values, "start values: same, estimate or neighbour")
-        ->type_name("FROM")
-        ->check(tools::one_of({"same", "estimate", "neighbour"}));
-    app.add_option("--average", own.average, "take the mean over this dimension")
+    tools::add_model_options(app, own.plan);
+    app.add_option("--average", own.plan.input.choice.average, "take the mean over this dimension")
         ->type_name("DIM")
         ->allow_extra_args(false);
-    app.add_option("--index", own.index, "which FID of several, DIM=I (default: all)")
+    app.add_option("--index", own.plan.input.choice.index,
+                   "which FID of several, DIM=I (default: all)")
         ->type_name("DIM=I")
         ->allow_extra_args(false);
-    app.add_option("-j,--workers,--n_cpus", own.workers, "fits at a time (default 1)")
-        ->type_name("N")
-        ->check(tools::in_range(1, 1024));
-    app.add_option("--limit", own.limit, "a fit that takes longer has failed")
-        ->type_name("SECONDS")
-        ->check(tools::positive_number);
-    app.add_option("--scratch", own.scratch,
-                   "place for copies and fits (default TMPDIR, else /tmp)")
-        ->type_name("DIR");
-    app.add_option("--varokel", own.program, "the program that fits")->type_name("FILE");
+    tools::add_work_options(app, own.run, "-j,--workers,--n_cpus");
     app.add_flag(
         "--resume", own.resume,
         "keep derivatives that are there and were made from the same files in the same way");
@@ -293,37 +266,50 @@ int main(int argc, char **argv) {
                           "  varokel-bids /data /data/derivatives/varokel participant "
                           "--start start.par \\\n      --participant-label 01",
                           "0 all right, 1 some fits failed");
+}
+
+// All measurements of the data set; one that cannot be read does not end the others. Returns the
+// exit status.
+static int fit_all(const bids_options &own) {
+    if (own.force && own.resume)
+        throw tool_error(tools::wrong_usage, "--force and --resume exclude each other");
+    const std::vector<fs::path> files = tools::measurements(own.data_set, own.labels, own.sessions);
+    std::error_code error;
+    fs::create_directories(own.output, error);
+    if (!fs::is_directory(own.output, error))
+        throw tool_error(tools::bad_output, own.output + ": cannot be made; is its folder yours?");
+    describe_output(own);
+    int status = tools::all_right;
+    std::map<fs::path, int> of_one_name;
+    for (const fs::path &file : files) ++of_one_name[tools::shared_name(file)];
+    for (const fs::path &file : files) {
+        int own_status = tools::all_right;
+        try {
+            if (of_one_name[tools::shared_name(file)] > 1)
+                throw tool_error(tools::bad_input,
+                                 "there is a .nii and a .nii.gz of this name, and one name for "
+                                 "the results of both; expected one of them");
+            own_status = fit_one(own, file);
+        } catch (const tool_error &fault) { // the others of the data set go on
+            if (fault.status() != tools::bad_input || files.size() == 1) throw;
+            std::cerr << "varokel-bids: " << file.string() << ": " << fault.what() << '\n';
+            own_status = tools::different;
+        }
+        if (own_status > tools::different) return own_status;
+        status = std::max(status, own_status);
+    }
+    return status;
+}
+
+int main(int argc, char **argv) {
+    bids_options own;
+    tools::option_parser app(
+        "Fits the NIfTI-MRS files of a BIDS data set, one start file or table of peaks "
+        "for all, and writes the\nresults as BIDS derivatives.",
+        "varokel-bids");
+    add_bids_options(app, own);
     return tools::run_tool("varokel-bids", [&] {
         if (const std::optional<int> end = tools::parse_command_line(app, argc, argv)) return *end;
-        if (own.force && own.resume)
-            throw tool_error(tools::wrong_usage, "--force and --resume exclude each other");
-        const std::vector<fs::path> files =
-            tools::measurements(own.data_set, own.labels, own.sessions);
-        std::error_code error;
-        fs::create_directories(own.output, error);
-        if (!fs::is_directory(own.output, error))
-            throw tool_error(tools::bad_output, own.output + ": cannot be made; is its folder "
-                                                             "yours?");
-        describe_output(own);
-        int status = tools::all_right;
-        std::map<fs::path, int> of_one_name;
-        for (const fs::path &file : files) ++of_one_name[tools::shared_name(file)];
-        for (const fs::path &file : files) {
-            int own_status = tools::all_right;
-            try {
-                if (of_one_name[tools::shared_name(file)] > 1)
-                    throw tool_error(tools::bad_input,
-                                     "there is a .nii and a .nii.gz of this name, and one name for "
-                                     "the results of both; expected one of them");
-                own_status = fit_one(own, file);
-            } catch (const tool_error &fault) { // the others of the data set go on
-                if (fault.status() != tools::bad_input || files.size() == 1) throw;
-                std::cerr << "varokel-bids: " << file.string() << ": " << fault.what() << '\n';
-                own_status = tools::different;
-            }
-            if (own_status > tools::different) return own_status;
-            status = std::max(status, own_status);
-        }
-        return status;
+        return fit_all(own);
     });
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_options.cpp -- the options of varokel-fit
 #include "varokel-fit/fit_options.h"
 
 #include "common/import_options.h"
@@ -40,6 +41,7 @@ void add_fit_options(option_parser &app, fit_options &own) {
     const std::string group = "Import (see varokel-import --help)";
     add_input_options(app, own.input, group);
     add_spectrum_options(app, own.spectrum, group);
+    add_reference_options(app, own.spectrum, group);
     app.option_named("--resize")->add_to_description(" (default: fill)");
 }
 

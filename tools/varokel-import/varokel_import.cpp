@@ -37,6 +37,7 @@ int main(int argc, char **argv) {
     app.add_option("-o,--output", own.folder, "folder for the spectra and their sidecars")
         ->type_name("FOLDER");
     tools::add_spectrum_options(app, own);
+    tools::add_reference_options(app, own);
     app.add_option("--memory", own.memory,
                    "storage for FIDs; a larger grid is read in several passes (default 128)")
         ->type_name("MIB")
