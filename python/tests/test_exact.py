@@ -303,6 +303,42 @@ def test_a_table_for_pandas(monkeypatch: pytest.MonkeyPatch) -> None:
     np.testing.assert_array_equal(table["area_sd"], fit.area_sd)
 
 
+def test_a_table_of_many_fits_has_a_row_for_each_entry(monkeypatch: pytest.MonkeyPatch) -> None:
+    stand_in = types.ModuleType("pandas")
+    setattr(stand_in, "DataFrame", dict)
+    monkeypatch.setitem(sys.modules, "pandas", stand_in)
+    fit = varokel.fit(spectrum(), two_lines(), ExactOptions(names=("sharp", "broad")))
+    table = varokel.to_dataframe([fit, None, ValueError("no fit"), fit])
+    assert isinstance(table, dict)
+    assert table["spectrum"] == [fit.name] * 4 and table["name"] == ["sharp", "broad"] * 2
+    assert table["area"] == [*fit.areas, *fit.areas] and table["area_sd"][:2] == list(fit.area_sd)
+    assert {len(column) for column in table.values()} == {4}
+
+
+def test_a_picture_shows_data_fit_components_residual_and_noise(tmp_path: Path) -> None:
+    pytest.importorskip("matplotlib")
+    fit = varokel.fit(spectrum(), two_lines(), ExactOptions(names=("sharp", "broad")))
+    assert fit.noise_window is not None  # guessed, where nobody gave one
+    from matplotlib.figure import Figure
+
+    figure = varokel.plot(fit)
+    assert isinstance(figure, Figure)
+    upper, lower = figure.axes
+    labels = [line.get_label() for line in upper.lines]
+    assert labels == ["data", "fit", "sharp", "broad"]
+    data, model = (line.get_ydata() for line in upper.lines[:2])
+    np.testing.assert_allclose(lower.lines[0].get_ydata(), data - model, atol=1e-12)
+    parts = np.sum([line.get_ydata() for line in upper.lines[2:]], axis=0)
+    np.testing.assert_allclose(parts, model, atol=1e-9 * np.max(np.abs(model)))
+    figure.savefig(tmp_path / "fit.png")
+    figure = varokel.plot(fit, part="magnitude", components=False)
+    assert isinstance(figure, Figure)
+    size = figure.axes[0].lines[0].get_ydata()
+    np.testing.assert_allclose(size, np.abs(fit.data))
+    with pytest.raises(ValueError, match="expected real"):
+        varokel.plot(fit, part="both")
+
+
 def test_a_folder_without_the_library_is_named(tmp_path: Path) -> None:
     with pytest.raises(varokel.LibraryMissing, match=str(tmp_path)):
         varokel.fit(spectrum(), two_lines(), ExactOptions(programs=tmp_path))

@@ -25,6 +25,7 @@ from .exact_fit import ExactFit, Reason, StartTried
 from .exl import ExlTable, FitSummary, read_exl
 from .fitres import FitReport, read_fitres
 from .fitting import FitOptions, Start, fit_fid, fit_spectrum
+from .frames import plot, to_dataframe
 from .judgement import Finding, Judgement, read_judgement
 from .library import LibraryMissing, find_library
 from .methods import fit
@@ -102,6 +103,7 @@ __all__ = [
     "import_file",
     "parse_start_file",
     "pattern_of_fid",
+    "plot",
     "read_components",
     "read_exl",
     "read_fit",
@@ -119,5 +121,6 @@ __all__ = [
     "spectrum_from_fid",
     "spectrum_of_fid",
     "start_from_peaks",
+    "to_dataframe",
     "write_signal",
 ]
