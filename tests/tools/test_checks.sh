@@ -23,7 +23,6 @@ fresh_tree() {
     printf '#include "kernel/decay.h"\n#include <vector>\n' >>engine/optimum.h
     printf '#include "files/base/text_file.h"\n#include <nlohmann/json.hpp>\n' >>files/spectra/metadata.h
     printf '#include "engine/optimum.h"\n#include "files/pages/report_page.h"\n#include "common/command_line.h"\n' >tools/varokel-fit/varokel_fit.cpp
-    printf '#include "model/fft.h"\n' >tools/varokel-simulate/varokel_simulate.cpp
 }
 # broken RULE FILE LINE TEXT: with LINE at the end of FILE the rule fails and says TEXT
 broken() {

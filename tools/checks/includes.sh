@@ -41,8 +41,6 @@ BEGIN {
     allowed["python"] = allowed["web"] = all_files " " numbers
     # known by name: the gradient ends by printing the fit quality
     exception["src/model/gradient.cpp src/report/fit_quality.h"] = 1
-    # known by name: data without noise come from the model of the fit
-    uses_fitter["tools/varokel-simulate/simulated_model.cpp"] = 1
 }
 
 # Name of the layer of a file, which stands in the table.
@@ -107,7 +105,6 @@ FNR == 1 {
     quoted = 1
     to = layer(target)
     if (home(target) == home(file) || (file " " target) in exception) next
-    if (file in uses_fitter && target ~ /^src\//) next
     if (to == "program" || index(" " allowed[from] " ", " " to " ") == 0)
         complain(from " may not include " to " (\"" name "\")")
 }

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "files/spectra/complex_signal.h"
+#include "files/start/start_file.h"
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,15 +18,11 @@ struct simulated_noise {
     std::uint64_t seed = 0;
 };
 
-// There is one at a time: it stands in the state of the fitter, whose code makes it.
 class simulated_model {
   public:
-    // Reads the start file and evaluates its model, links followed. What the fitter's reader has to
-    // say goes to standard error when it refuses the file. Errors: bad_input.
+    // Reads the start file and evaluates its model. Patterns are read by the names that the file
+    // has. Errors: bad_input.
     explicit simulated_model(const std::string &start);
-    simulated_model(const simulated_model &) = delete;
-    simulated_model &operator=(const simulated_model &) = delete;
-    ~simulated_model();
 
     int points() const;
     double dwell_time() const;                   // [s]
@@ -38,6 +34,10 @@ class simulated_model {
     complex_signal with_noise(const simulated_noise &noise, std::size_t points) const;
     // Parameters of the model as JSON; spectra: how many were made of it, the seed rising by 1.
     std::string truth(const simulated_noise &noise, long long spectra) const;
+
+  private:
+    start_file file_;
+    complex_signal spectrum_; // of the model
 };
 
 } // namespace tools
