@@ -7,7 +7,7 @@
 //
 //   problem NAME POINTS FIRST_ORDER_PHASE IGNORED KEPT NOISE_SD OFFSET
 //   interval FIRST LAST                                            any number
-//   entry TYPE                                                     1 to 3
+//   entry TYPE [OFFSET]                                            of a pattern that of its decay
 //   free START LOWER UPPER | fixed START | tied START SOURCE FACTOR OFFSET
 //                                                                  five after each entry
 //   fit
@@ -113,7 +113,14 @@ int main(int argc, char **argv) {
         } else if (word == "entry") {
             int type = 0;
             words >> type;
-            problem.entries.emplace_back().type = static_cast<engine::line_type>(type);
+            engine::entry &e = problem.entries.emplace_back();
+            e.type = static_cast<engine::line_type>(type);
+            if (e.type == engine::line_type::pattern) {
+                long long offset = 0;
+                words >> offset;
+                e.pattern = static_cast<int>(problem.patterns.size());
+                problem.patterns.push_back(read_spectrum(spectra, offset, problem.when.points));
+            }
             next_parameter = 0;
         } else if (word == "free" || word == "fixed" || word == "tied") {
             if (problem.entries.empty() || next_parameter == engine::quantities) {

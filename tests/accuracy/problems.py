@@ -53,7 +53,7 @@ def peer31p(folder=tree / "tests/data/peer31p"):
 
 
 def examples():
-    """The fits of examples/ that stored patterns are no part of, as their start files have them."""
+    """The fits of examples/, as their start files have them."""
     sys.path.insert(0, str(tree / "python"))
     import varokel
     from varokel.results import hz_per_unit
@@ -61,11 +61,11 @@ def examples():
         if not (folder / "start.par").exists():
             continue
         start = varokel.read_start_file(folder / "start.par")
-        if any(entry.pattern_file for entry in start.entries):
-            continue
         step, hz = start.steps[-1], start.hz_per_point
-        entries = []
+        entries, patterns = [], {}
         for k, entry in enumerate(start.entries):
+            if entry.pattern_file:
+                patterns[k] = pattern_decay(folder / entry.pattern_file, start.points, hz)
             of = []
             for q, given in enumerate(entry.parameters):
                 # widths to points, FWHM / 1.67 of a Gaussian one
@@ -86,8 +86,34 @@ def examples():
         yield dict(name=f"example/{folder.name}", points=start.points, entries=entries, truth=None,
                    first_order_phase=start.phi_1, ignored=start.ignored,
                    kept=step.time_points if step.time_points < start.points else 0,
-                   intervals=step.intervals, spectrum=spectrum,
+                   intervals=step.intervals, spectrum=spectrum, patterns=patterns,
                    noise_sd=float(numpy.std(spectrum.real[first:behind])))
+
+
+def pattern_decay(file, points, hz):
+    """What a pattern file stands for: a sum of lines, or the conjugate of a centred spectrum. Of
+    examples without an acquisition delay."""
+    import least_squares
+    if file.suffix != ".pat":
+        spectrum = numpy.fromfile(file, "<f4").astype(float).view(complex)
+        return numpy.conj(numpy.fft.ifft(numpy.fft.ifftshift(spectrum))) * points
+    rows = [line.split() for line in file.read_text().splitlines()]
+    types = {"gauss": gaussian, "lorentz": lorentzian, "voigt": voigt}
+    entries = []
+    for row in rows:
+        if len(row) < 6 or row[1] not in types:
+            continue
+        kind, numbers = types[row[1]], iter(numpy.float32(row[2:]).astype(float))
+        area, place = next(numbers), next(numbers)
+        gauss = 0.0 if kind == lorentzian else next(numbers)
+        phase = next(numbers)
+        lorentz = 0.0 if kind == gaussian else next(numbers)
+        values = (area, place / hz, gauss / 1.67 / hz, phase, lorentz / hz)
+        entries.append((kind, [("fixed", value) for value in values]))
+    model = least_squares.fit_model(dict(points=points, noise_sd=1.0, entries=entries,
+                                         spectrum=numpy.zeros(points, complex)))
+    p = model.parameters(numpy.zeros(0))
+    return p[0] @ model.curves(p) / model.weight
 
 
 def tied_to(source, factor=1.0, offset=0.0):
@@ -217,10 +243,15 @@ def write(problems, text, spectra):
             print("problem", p["name"], p["points"], p.get("first_order_phase", 0), p.get("ignored", 0),
                   p.get("kept", 0), repr(float(p["noise_sd"])), offset, file=out)
             offset += p["points"]
+            stored = {}
+            for k, decay in p.get("patterns", {}).items():
+                decay.astype("<c16").tofile(data)
+                stored[k] = offset
+                offset += p["points"]
             for first, last in p.get("intervals", ()):
                 print("interval", first, last, file=out)
-            for type_, given in p["entries"]:
-                print("entry", type_, file=out)
+            for k, (type_, given) in enumerate(p["entries"]):
+                print("entry", type_, stored.get(k, ""), file=out)
                 for how, *numbers in given:
                     print(how, *(repr(x if isinstance(x, int) else float(x)) for x in numbers), file=out)
             print("fit", file=out)

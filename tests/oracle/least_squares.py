@@ -8,10 +8,11 @@ A problem is a dictionary:
 
   points, first_order_phase, ignored, kept, noise_sd, spectrum (complex, centred)
   intervals  first and last point of each, of both channels; without any, all are fitted
-  entries  list of (type, five parameters): 1 Gaussian, 2 Lorentzian, 3 Voigt; parameters area,
-           frequency [points], Gaussian width [points, FWHM / 1.67], phase [degrees], Lorentzian
-           width [points], each ("free", start), ("fixed", value) or ("tied", start, source,
-           factor, offset)
+  entries  list of (type, five parameters): 1 Gaussian, 2 Lorentzian, 3 Voigt, 4 pattern; parameters
+           area, frequency [points], Gaussian width [points, FWHM / 1.67], phase [degrees],
+           Lorentzian width [points], each ("free", start), ("fixed", value) or ("tied", start,
+           source, factor, offset)
+  patterns stored decays by the number of their entry, from 0; equation 6
 """
 import numpy
 import scipy.optimize
@@ -50,6 +51,8 @@ class fit_model:
         self.time = (n + self.d) / self.points
         self.weight = numpy.ones(self.points)
         self.weight[0] = 0.5
+        self.patterns = problem.get("patterns", {})
+        self.is_line = numpy.array([k not in self.patterns for k in range(len(entries))])
         self.weight[: problem.get("ignored", 0)] = 0.0
         if problem.get("kept", 0):
             self.weight[problem["kept"]:] = 0.0
@@ -63,15 +66,18 @@ class fit_model:
         return self.links @ y + self.offsets
 
     def curves(self, p):
-        """Decays with area 1, (entries, points), equations 1 to 4."""
+        """Decays with area 1, (entries, points), equations 1 to 4 and 6."""
         # exp(z n) as exp(z 32 i) exp(z j), n = 32 i + j
-        z = 2j * numpy.pi * (p[frequency] + self.points // 2) - numpy.pi * p[lorentz_width]
+        half_band = self.is_line * (self.points // 2)
+        z = 2j * numpy.pi * (p[frequency] + half_band) - numpy.pi * p[lorentz_width]
         z /= self.points
         step = min(32, self.points)
         whole = numpy.exp(numpy.outer(z, step * numpy.arange(self.points // step) + self.d)
-                          + 2j * numpy.pi * (p[phase][:, None] / 360.0 - self.d / 2.0))
+                          + 2j * numpy.pi * (p[phase] / 360.0 - self.is_line * self.d / 2.0)[:, None])
         e = whole[:, :, None] * numpy.exp(numpy.outer(z, numpy.arange(step)))[:, None, :]
         e = e.reshape(len(z), self.points) * self.weight
+        for k, decay in self.patterns.items():
+            e[k] *= decay
         for k in numpy.flatnonzero(p[gauss_width]):
             e[k] *= numpy.exp(-((numpy.pi * p[gauss_width][k] * self.time) ** 2))
         return e
