@@ -190,8 +190,8 @@ complex_signal model_workspace::spectrum(const model &of, std::span<const double
     sum_curves(of);
     if (only >= 0) {
         std::size_t group = 0;
-        while (std::ranges::find(of.groups_[group].entries, only) ==
-               of.groups_[group].entries.end())
+        while (std::find(of.groups_[group].entries.begin(), of.groups_[group].entries.end(),
+                         only) == of.groups_[group].entries.end())
             ++group;
         curve_of_group(of, group, only, copy_);
         clear(of.points(), sum_.re, sum_.im);

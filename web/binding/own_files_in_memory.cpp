@@ -22,8 +22,6 @@ void owned_path::release() noexcept {}
 
 part_file::part_file(std::string name, std::string what_now)
     : name_(std::move(name)), what_now_(std::move(what_now)) {}
-part_file::part_file(part_file &&other) noexcept = default;
-part_file::~part_file() = default;
 
 void part_file::refuse(int) const {
     throw tool_error(bad_output, name_ + ": cannot be written; is the storage full?" + what_now_);
