@@ -28,7 +28,7 @@ inline std::string digest(const std::string &text) {
 }
 
 struct batch_folder {
-    nlohmann::ordered_json head, marker, lock;
+    tools::ordered_json head, marker, lock;
     std::vector<std::string> lines; // without comma and blanks
     std::map<std::string, std::string> files;
     std::string done_stem = "shards/0000_of_0002", open_stem = "shards/0001_of_0002";
@@ -126,7 +126,7 @@ inline batch_folder whole_folder() {
           {{"name", "DIM_DYN"}, {"size", 2}, {"spatial", false}}}},
         {"entries", {"one", "two"}},
         {"scale", {{"hz_per_point", 2.0}, {"spectrometer_mhz", 51.7}, {"measured_points", 12}}},
-        {"patterns", nlohmann::ordered_json::array()},
+        {"patterns", tools::ordered_json::array()},
         {"inputs", {{{"file", "/gone"}, {"sha256", digest("")}, {"stamp", nullptr}}}},
         {"windows", {{{"entry", 1}, {"parameter", 2}, {"from", 1.0}, {"to", 2.0}}}},
         {"keep", 2},

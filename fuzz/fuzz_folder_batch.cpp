@@ -19,7 +19,7 @@
 #include <filesystem>
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
+using tools::ordered_json;
 
 static void expect(bool so) {
     if (!so) std::abort();

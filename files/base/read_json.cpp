@@ -35,19 +35,19 @@ static int depth_of(const std::string &text) {
     return deepest;
 }
 
-nlohmann::ordered_json json_of_text(const std::string &text, const std::string &file) {
+ordered_json json_of_text(const std::string &text, const std::string &file) {
     if (depth_of(text) > deepest_json)
         throw tool_error(bad_input, file + ": JSON nested deeper than " +
                                         std::to_string(deepest_json) +
                                         " levels; expected a plain document");
     try {
-        return nlohmann::ordered_json::parse(text);
-    } catch (const nlohmann::json::exception &error) {
+        return ordered_json::parse(text);
+    } catch (const json_error &error) {
         throw tool_error(bad_input, file + ": no valid JSON (" + shown_text(error.what()) + ")");
     }
 }
 
-nlohmann::ordered_json json_of_file(const std::string &file) {
+ordered_json json_of_file(const std::string &file) {
     std::error_code error;
     std::ifstream stream(file, std::ios::binary);
     if (!stream || std::filesystem::is_directory(file, error))
@@ -63,16 +63,16 @@ nlohmann::ordered_json json_of_file(const std::string &file) {
     return json_of_text(text, file);
 }
 
-std::string json_text(const nlohmann::ordered_json &items, int indent, const std::string &file) {
+std::string json_text(const ordered_json &items, int indent, const std::string &file) {
     try {
         return items.dump(indent);
-    } catch (const nlohmann::json::type_error &error) {
+    } catch (const json_error &error) {
         throw tool_error(bad_input, file + ": a text for it is no UTF-8 (" +
                                         shown_text(error.what()) + "); rename the file or entry");
     }
 }
 
-nlohmann::ordered_json json_of_bytes(const std::string &bytes) {
+ordered_json json_of_bytes(const std::string &bytes) {
     if (utf8_fault(bytes) == bytes.npos) return bytes;
     static const char digits[] = "0123456789abcdef";
     std::string hex;
@@ -83,13 +83,11 @@ nlohmann::ordered_json json_of_bytes(const std::string &bytes) {
     return {{"hex", hex}};
 }
 
-std::string bytes_of_json(const nlohmann::ordered_json &item, const std::string &file) {
+std::string bytes_of_json(const ordered_json &item, const std::string &file) {
     if (item.is_string()) return item.get<std::string>();
     const auto refuse = [&] {
-        throw tool_error(bad_input,
-                         file + ": " +
-                             item.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) +
-                             "; expected a text, or {\"hex\": \"...\"}");
+        throw tool_error(bad_input, file + ": " + item.dump_valid() +
+                                        "; expected a text, or {\"hex\": \"...\"}");
     };
     if (!item.is_object() || item.size() != 1 || !item.contains("hex") || !item["hex"].is_string())
         refuse();

@@ -5,7 +5,7 @@
 // it has read by recursion, and 200,000 brackets would end the stack.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <string>
 
@@ -14,18 +14,18 @@ namespace tools {
 static constexpr int deepest_json = 64;
 
 // file: for messages. Errors: bad_input, with the place in the text.
-nlohmann::ordered_json json_of_text(const std::string &text, const std::string &file);
+ordered_json json_of_text(const std::string &text, const std::string &file);
 
 // Errors: bad_input when the file cannot be read, is larger than 256 MiB or is no JSON.
-nlohmann::ordered_json json_of_file(const std::string &file);
+ordered_json json_of_file(const std::string &file);
 
-// The text of a document. indent as nlohmann has it, -1 for one line. Errors: bad_input when a
+// The text of a document. indent -1 for one line. Errors: bad_input when a
 // text in it is not UTF-8, with its place.
-std::string json_text(const nlohmann::ordered_json &items, int indent, const std::string &file);
+std::string json_text(const ordered_json &items, int indent, const std::string &file);
 
 // Bytes of a path or a word of the command line, which need not be UTF-8: a text, or
 // {"hex": "..."}; and back. Errors of bytes_of_json: bad_input.
-nlohmann::ordered_json json_of_bytes(const std::string &bytes);
-std::string bytes_of_json(const nlohmann::ordered_json &item, const std::string &file);
+ordered_json json_of_bytes(const std::string &bytes);
+std::string bytes_of_json(const ordered_json &item, const std::string &file);
 
 } // namespace tools

@@ -74,7 +74,7 @@ batch_plan read_plan(const std::string &folder) {
     return plan;
 }
 
-nlohmann::ordered_json stamp_of(const std::string &file) {
+ordered_json stamp_of(const std::string &file) {
     struct stat facts = {};
     if (stat(file.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) return {};
     return {{"bytes", facts.st_size},
@@ -85,7 +85,7 @@ nlohmann::ordered_json stamp_of(const std::string &file) {
 std::vector<std::string> check_inputs(const batch_plan &plan) {
     std::vector<std::string> gone;
     for (const planned_input &input : plan.inputs) {
-        const nlohmann::ordered_json stamp = stamp_of(input.file);
+        const ordered_json stamp = stamp_of(input.file);
         if (stamp.is_null()) {
             gone.push_back(input.file);
             continue;

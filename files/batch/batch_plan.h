@@ -5,12 +5,11 @@
 // comes first, then one spectrum a line, all lines of one length. A shard reads its own lines only.
 #pragma once
 
+#include "files/base/ordered_json.h"
 #include "files/batch/fit_method.h"
 #include "files/batch/manifest_file.h"
 #include "files/spectra/spectrum_axis.h"
 #include "files/start/start_file.h"
-
-#include <nlohmann/json.hpp>
 
 #include <memory>
 #include <string>
@@ -27,7 +26,7 @@ struct plan_axis {
 // A file that a plan was made from.
 struct planned_input {
     std::string file, sha256;
-    nlohmann::ordered_json stamp; // as stamp_of has it
+    ordered_json stamp; // as stamp_of has it
 };
 
 // A plan as its reader leaves it: every number within its bounds, every name a plain one, and every
@@ -36,7 +35,7 @@ struct batch_plan {
     std::string folder; // run/
     std::string id;     // sha256 of the head: parts of another plan are refused
     std::shared_ptr<manifest_file> file_read;
-    nlohmann::ordered_json head;
+    ordered_json head;
     start_file start; // run/start.par, with the windows of the head
     long long spectra = 0, blocks = 0, points = 0;
     long long list_begin = 0, line_bytes = 0; // of the list of spectra
@@ -71,6 +70,6 @@ static constexpr int batch_format = 3;
 std::vector<std::string> check_inputs(const batch_plan &plan);
 
 // Size and time of a file as the manifest has them; nothing when it is not there.
-nlohmann::ordered_json stamp_of(const std::string &file);
+ordered_json stamp_of(const std::string &file);
 
 } // namespace tools

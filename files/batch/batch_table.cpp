@@ -25,7 +25,7 @@ const char *map_unit(map_quantity quantity) {
     return units[static_cast<int>(quantity)];
 }
 
-static std::vector<std::string> texts_of(const nlohmann::ordered_json &list) {
+static std::vector<std::string> texts_of(const ordered_json &list) {
     std::vector<std::string> texts;
     for (const auto &each : list)
         texts.push_back(each.is_string() ? each.get<std::string>() : each.dump());
@@ -46,10 +46,10 @@ batch_table::batch_table(const batch_plan &plan) : plan_(plan) {
     common_.axis.points = plan.points;
     if (!common_.axis.hz_per_point) common_.axis.hz_per_point = plan.start.hz_per_point;
     common_.control = control_of(plan.start, *common_.axis.hz_per_point);
-    const auto nothing = nlohmann::ordered_json::array();
+    const auto nothing = ordered_json::array();
     common_.start_guesses = texts_of(plan.head.value("guessed", nothing));
-    const auto source = plan.head.value("source", nlohmann::ordered_json::object());
-    common_.sidecar = {{"guessed", nlohmann::json(source.value("guessed", nothing))}};
+    const auto source = plan.head.value("source", ordered_json::object());
+    common_.sidecar = {{"guessed", ordered_json(source.value("guessed", nothing))}};
     for (const start_entry &entry : plan.start.entries) {
         linked_entry &row = rows_.emplace_back();
         row.type = entry.type;

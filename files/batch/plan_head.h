@@ -25,18 +25,17 @@ std::string text_of_head(const manifest_file &file, long long &begin);
 // The items of a head, each within its bounds.
 class head_items {
   public:
-    head_items(const nlohmann::ordered_json &items, const std::string &file)
-        : items_(items), file_(file) {
+    head_items(const ordered_json &items, const std::string &file) : items_(items), file_(file) {
         if (!items.is_object()) refuse_manifest(file, "is no JSON object");
     }
-    const nlohmann::ordered_json &item(const char *name) const {
+    const ordered_json &item(const char *name) const {
         const auto found = items_.find(name);
         if (found == items_.end()) refuse(name, "missing");
         return *found;
     }
     bool has(const char *name) const { return items_.contains(name); }
     long long whole(const char *name, long long least, long long most) const {
-        const nlohmann::ordered_json &value = item(name);
+        const ordered_json &value = item(name);
         if (!value.is_number_integer() ||
             (value.is_number_unsigned() &&
              value.get<std::uint64_t>() > static_cast<std::uint64_t>(most)) ||
@@ -50,7 +49,7 @@ class head_items {
         return item(name).get<bool>();
     }
     std::string text(const char *name) const {
-        const nlohmann::ordered_json &value = item(name);
+        const ordered_json &value = item(name);
         if (!value.is_string() || !is_plain_text(value.get<std::string>()))
             refuse(name, "no text of one line");
         return value.get<std::string>();
@@ -65,7 +64,7 @@ class head_items {
         if (!is_digest(found)) refuse(name, "no digest");
         return found;
     }
-    const nlohmann::ordered_json &list(const char *name) const {
+    const ordered_json &list(const char *name) const {
         if (!item(name).is_array()) refuse(name, "no list");
         return item(name);
     }
@@ -81,7 +80,7 @@ class head_items {
     }
 
   private:
-    const nlohmann::ordered_json &items_;
+    const ordered_json &items_;
     std::string file_;
 };
 

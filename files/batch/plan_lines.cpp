@@ -18,7 +18,7 @@ static const char *const state_names[] = {"fit", "all zero", "not finite"};
 
 std::string line_of(const planned_spectrum &spectrum) {
     std::string line = "{\"number\":" + std::to_string(spectrum.number) +
-                       ",\"name\":" + nlohmann::json(spectrum.name).dump() + ",\"at\":[";
+                       ",\"name\":" + ordered_json(spectrum.name).dump() + ",\"at\":[";
     for (std::size_t a = 0; a < spectrum.at.size(); ++a)
         line += (a == 0 ? "" : ",") + std::to_string(spectrum.at[a]);
     line += "],\"state\":\"" + std::string(state_names[static_cast<int>(spectrum.state)]) +
@@ -145,7 +145,7 @@ planned_spectrum plan_lines::parse(const std::string &text, long long line) cons
     pieces.expect("{\"number\":");
     spectrum.number = pieces.number();
     pieces.expect(",\"name\":");
-    const nlohmann::json name = nlohmann::json::parse(pieces.quoted(), nullptr, false);
+    const ordered_json name = ordered_json::parse_or_null(pieces.quoted());
     pieces.expect(",\"at\":[");
     while (pieces.good() && !pieces.is_at(']') && spectrum.at.size() < plan_.axes.size()) {
         spectrum.at.push_back(pieces.number());

@@ -13,8 +13,7 @@ replaced_plan::replaced_plan(const std::string &folder) {
     try {
         file = std::make_shared<manifest_file>(name);
         long long begin = 0;
-        const nlohmann::ordered_json head =
-            json_of_text(text_of_head(*file, begin) + " \"end\": 0 }", name);
+        const ordered_json head = json_of_text(text_of_head(*file, begin) + " \"end\": 0 }", name);
         const head_items items(head, name);
         items.whole("format", 1, batch_format);
         if (!items.text("program").starts_with("varokel-batch "))

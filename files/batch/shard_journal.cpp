@@ -235,7 +235,7 @@ class digested_part {
 void shard_journal::finish() {
     const std::size_t entries = plan_.start.entries.size();
     long long counts[5] = {};
-    nlohmann::ordered_json marker;
+    ordered_json marker;
     marker["plan"] = plan_.id;
     {
         digested_part part(stem_ + ".part");

@@ -24,7 +24,7 @@ static constexpr int most_tries = 20; // of 50 ms
 
 static std::optional<lock_note> note_of_text(const std::string &text, const std::string &file) {
     try {
-        const nlohmann::ordered_json items = json_of_text(text, file);
+        const ordered_json items = json_of_text(text, file);
         lock_note note;
         note.machine = bytes_of_json(items.at("machine"), file);
         note.shards = items.at("shards").get<std::string>();
@@ -38,7 +38,7 @@ static std::optional<lock_note> note_of_text(const std::string &text, const std:
         return note;
     } catch (const tool_error &) {
         return std::nullopt;
-    } catch (const nlohmann::json::exception &) {
+    } catch (const json_error &) {
         return std::nullopt;
     }
 }
@@ -101,11 +101,11 @@ std::string shard_lock::purpose() const {
 }
 
 void shard_lock::write_note(const std::string &scratch) {
-    const nlohmann::ordered_json note = {{"machine", json_of_bytes(machine_name())},
-                                         {"process", getpid()},
-                                         {"started", std::time(nullptr)},
-                                         {"shards", shards_},
-                                         {"scratch", json_of_bytes(scratch)}};
+    const ordered_json note = {{"machine", json_of_bytes(machine_name())},
+                               {"process", getpid()},
+                               {"started", std::time(nullptr)},
+                               {"shards", shards_},
+                               {"scratch", json_of_bytes(scratch)}};
     const std::string text = note.dump() + "\n";
     if (ftruncate(file_.number(), 0) == 0 &&
         pwrite(file_.number(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()))

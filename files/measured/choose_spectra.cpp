@@ -135,10 +135,10 @@ static void add_outputs(const spectrum_source &source, const std::vector<axis_ch
     }
     for (long long output = 0; output < outputs; ++output) {
         chosen_spectrum spectrum;
-        spectrum.place = nlohmann::ordered_json::object();
-        spectrum.averaged = nlohmann::ordered_json::object();
+        spectrum.place = ordered_json::object();
+        spectrum.averaged = ordered_json::object();
         long long rest = output, base = 0;
-        nlohmann::ordered_json voxel = nlohmann::ordered_json::array();
+        ordered_json voxel = ordered_json::array();
         std::string grid_suffix, suffix;
         for (std::size_t a = 0; a < choices.size(); ++a) {
             const source_axis &axis = source.axes[a];

@@ -16,11 +16,11 @@ struct choice_options {
 
 // One output: the mean of one or more FIDs of the input.
 struct chosen_spectrum {
-    std::string suffix;              // of the output's name: "_3_4_0_coil2"; empty for the only one
-    std::vector<long long> spectra;  // of the input, rising
-    nlohmann::ordered_json place;    // {"voxel": [3, 4, 0], "DIM_COIL": 2}
-    nlohmann::ordered_json averaged; // {"DIM_DYN": 16}
-    std::optional<long long> index;  // along the only axis
+    std::string suffix;             // of the output's name: "_3_4_0_coil2"; empty for the only one
+    std::vector<long long> spectra; // of the input, rising
+    ordered_json place;             // {"voxel": [3, 4, 0], "DIM_COIL": 2}
+    ordered_json averaged;          // {"DIM_DYN": 16}
+    std::optional<long long> index; // along the only axis
 };
 
 struct choice {

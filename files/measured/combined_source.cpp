@@ -92,7 +92,7 @@ double combined_source::most_shift() const {
 }
 
 complex_signal combined_source::put_together(std::vector<std::vector<complex_signal>> fids,
-                                             nlohmann::ordered_json &said) const {
+                                             ordered_json &said) const {
     const coil_noise noise = noise_of_coils(fids);
     const auto snr = [&](const complex_signal &fid) {
         return signal_to_noise(fid, noise.first, noise.stop);
@@ -129,7 +129,7 @@ complex_signal combined_source::put_together(std::vector<std::vector<complex_sig
         farthest = std::max(farthest, std::fabs(each.frequency));
         turned = std::max(turned, std::fabs(each.phase));
     }
-    nlohmann::ordered_json &own = said["averages_aligned"];
+    ordered_json &own = said["averages_aligned"];
     own = {{"aligned", aligned}, {"left_as_they_were", averages_ - aligned}};
     if (aligned > 0 && facts.dwell_time) {
         own["shift_sd_hz"] = std::sqrt(square / static_cast<double>(aligned)) / *facts.dwell_time;
@@ -188,15 +188,15 @@ void combined_source::add_to(const std::vector<signal_share> &shares,
     inner_->faulty = nullptr;
 }
 
-nlohmann::ordered_json combined_source::notes_of(long long spectrum) const {
+ordered_json combined_source::notes_of(long long spectrum) const {
     const auto at = notes_.find(spectrum);
-    return at == notes_.end() ? nlohmann::ordered_json() : at->second;
+    return at == notes_.end() ? ordered_json() : at->second;
 }
 
 std::vector<std::string> combined_source::remarks() const {
     std::vector<std::string> said;
     if (notes_.empty()) return said;
-    const nlohmann::ordered_json &first = notes_.begin()->second;
+    const ordered_json &first = notes_.begin()->second;
     const std::string where = notes_.size() > 1
                                   ? " (first of " + std::to_string(notes_.size()) + " spectra)"
                                   : std::string();

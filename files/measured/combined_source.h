@@ -29,13 +29,13 @@ class combined_source : public spectrum_source {
 
     void add_to(const std::vector<signal_share> &shares,
                 std::vector<complex_signal> &sums) override;
-    nlohmann::ordered_json notes_of(long long spectrum) const override;
+    ordered_json notes_of(long long spectrum) const override;
     std::vector<std::string> remarks() const override;
 
   private:
     // Of one FID: [average][coil] in storage, turned into one.
     complex_signal put_together(std::vector<std::vector<complex_signal>> fids,
-                                nlohmann::ordered_json &notes) const;
+                                ordered_json &notes) const;
     std::vector<long long> members_of(long long spectrum) const;
     double most_shift() const; // [cycles per point]
 
@@ -44,7 +44,7 @@ class combined_source : public spectrum_source {
     long long coils_ = 1, averages_ = 1;    // 1: not put together
     std::vector<long long> coil_, average_; // of each member
     std::vector<long long> offset_;         // of a member from the first one of its FID
-    std::map<long long, nlohmann::ordered_json> notes_;
+    std::map<long long, ordered_json> notes_;
 };
 
 } // namespace tools

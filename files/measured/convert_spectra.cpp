@@ -178,15 +178,15 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                 continue;
             }
             const std::string name = source->stem + output.suffix;
-            nlohmann::ordered_json sidecar;
+            ordered_json sidecar;
             sidecar["signal"] = name + ".bin";
             sidecar.update(conversion.items());
-            nlohmann::ordered_json &from = sidecar["source"];
+            ordered_json &from = sidecar["source"];
             if (output.index || !output.place.contains("voxel"))
                 from["index"] = output.index.value_or(0);
             for (const auto &[item, value] : output.place.items()) from[item] = value;
             if (!output.averaged.empty()) from["averaged"] = output.averaged;
-            const nlohmann::ordered_json own_notes = source->notes_of(output.spectra.front());
+            const ordered_json own_notes = source->notes_of(output.spectra.front());
             for (const auto &[item, value] : own_notes.items()) from[item].update(value);
 
             const measured_lineshape *shape = nullptr;

@@ -169,7 +169,7 @@ static std::string file_name_of(const std::string &metabolite, std::set<std::str
 void import_basis(const basis_options &options) {
     std::optional<pattern_grid> grid;
     std::set<std::string> taken, missing(options.only.begin(), options.only.end());
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    ordered_json list = ordered_json::array();
     std::vector<std::string> inputs = {options.input};
     if (!options.like.empty()) inputs.push_back(options.like);
     output_batch batch(inputs, options.force);
@@ -206,7 +206,7 @@ void import_basis(const basis_options &options) {
                                         " metabolites, but a fit takes up to " +
                                         std::to_string(search_limits::entries) +
                                         "; choose with --only");
-    nlohmann::ordered_json sidecar;
+    ordered_json sidecar;
     sidecar["content"] = "binary patterns: spectra, conjugated and reversed";
     sidecar["points"] = grid->points;
     sidecar["dwell_time_s"] = grid->dwell_time;

@@ -120,11 +120,11 @@ static double as_written(double value) {
     return shortest;
 }
 
-static nlohmann::json extension_of(const nifti_header &header, const std::string &file) {
+static ordered_json extension_of(const nifti_header &header, const std::string &file) {
     for (const nifti_extension &extension : header.extensions) {
         std::string text = extension.bytes;
         while (!text.empty() && (text.back() == '\0' || text.back() == ' ')) text.pop_back();
-        nlohmann::json json = json_of_text(text, file + ": the header extension with code 44");
+        ordered_json json = json_of_text(text, file + ": the header extension with code 44");
         if (!json.is_object())
             throw tool_error(bad_input, file + ": the header extension with code 44 is no JSON "
                                                "object; convert the measurement again");
@@ -137,16 +137,16 @@ static nlohmann::json extension_of(const nifti_header &header, const std::string
 }
 
 // First element of an array, or the value itself: both are found in files.
-static const nlohmann::json *first_value(const nlohmann::json &meta, const char *item) {
+static const ordered_json *first_value(const ordered_json &meta, const char *item) {
     const auto at = meta.find(item);
     if (at == meta.end() || at->is_null()) return nullptr;
     if (!at->is_array()) return &*at;
     return at->empty() ? nullptr : &at->front();
 }
 
-static std::optional<double> number_item(const nlohmann::json &meta, const char *item,
+static std::optional<double> number_item(const ordered_json &meta, const char *item,
                                          const std::string &file) {
-    const nlohmann::json *const value = first_value(meta, item);
+    const ordered_json *const value = first_value(meta, item);
     if (value == nullptr) return std::nullopt;
     if (!value->is_number() || !std::isfinite(value->get<double>()))
         throw tool_error(bad_input, file + ": item " + item +
@@ -155,7 +155,7 @@ static std::optional<double> number_item(const nlohmann::json &meta, const char 
     return value->get<double>();
 }
 
-static void take_dwell_time(const nifti_header &header, const nlohmann::json &meta,
+static void take_dwell_time(const nifti_header &header, const ordered_json &meta,
                             nifti_mrs_source &source) {
     double unit = 1.0;
     if (header.time_unit == milliseconds)
@@ -188,7 +188,7 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
         throw tool_error(bad_input, file + ": points are of type " + header.datatype_name() +
                                         "; expected complex64 or complex128. Is this an image?");
     // JSON before the name: files that are images have neither
-    const nlohmann::json meta = extension_of(header, file);
+    const ordered_json meta = extension_of(header, file);
 
     auto source = std::make_unique<nifti_mrs_source>();
     source->file = file;
@@ -233,7 +233,7 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     if (const auto k_space = meta.find("kSpace"); k_space != meta.end()) {
         bool any = k_space->is_boolean() && k_space->get<bool>();
         if (k_space->is_array())
-            for (const nlohmann::json &each : *k_space)
+            for (const ordered_json &each : *k_space)
                 any = any || (each.is_boolean() && each.get<bool>());
         if (any)
             throw tool_error(bad_input, file + ": item kSpace of the JSON is true: the voxels are "
@@ -250,7 +250,7 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     if (!facts.mhz)
         source->warnings.push_back("item SpectrometerFrequency is missing in the JSON; give "
                                    "--frequency to have ppm");
-    if (const nlohmann::json *const nucleus = first_value(meta, "ResonantNucleus");
+    if (const ordered_json *const nucleus = first_value(meta, "ResonantNucleus");
         nucleus != nullptr && nucleus->is_string())
         facts.nucleus = nucleus_of(nucleus->get<std::string>());
     facts.echo_time = number_item(meta, "EchoTime", file);

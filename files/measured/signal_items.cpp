@@ -75,10 +75,9 @@ void settle_facts(spectrum_source &source, const spectrum_options &own) {
         source.notes["axis_given"] = *own.axis;
 }
 
-nlohmann::ordered_json common_items(const spectrum_source &source, bool conjugated, bool rises,
-                                    long long n) {
+ordered_json common_items(const spectrum_source &source, bool conjugated, bool rises, long long n) {
     const signal_facts &facts = source.facts;
-    nlohmann::ordered_json items;
+    ordered_json items;
     items["content"] = "centred spectrum, complex, little-endian float32; carrier at point n/2";
     items["points"] = n;
     items["dwell_time_s"] = *facts.dwell_time;
@@ -99,7 +98,7 @@ nlohmann::ordered_json common_items(const spectrum_source &source, bool conjugat
         items["resized"] = {{"from", source.points},
                             {"to", n},
                             {"how", n > source.points ? "filled with zeros" : "cut"}};
-    nlohmann::ordered_json &from = items["source"];
+    ordered_json &from = items["source"];
     from["file"] = file_name(source.file);
     from["format"] = source.format;
     from["sha256"] = sha256_of_file(source.file);

@@ -14,8 +14,7 @@ namespace tools {
 void settle_facts(spectrum_source &source, const spectrum_options &own);
 
 // Items of the sidecar that hold for every output.
-nlohmann::ordered_json common_items(const spectrum_source &source, bool conjugated, bool rises,
-                                    long long n);
+ordered_json common_items(const spectrum_source &source, bool conjugated, bool rises, long long n);
 
 // First-order phase of the delay before the first point, 360 degrees per dwell time. Rounded to a
 // millionth of a degree: 0.0003 / 0.0001 is a hair below 3.

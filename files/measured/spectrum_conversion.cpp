@@ -56,7 +56,7 @@ std::size_t outputs_per_pass(long long memory, std::size_t points) {
                                         (points * sizeof(std::complex<double>)));
 }
 
-void apply_phase(complex_signal &fid, const std::string &phase, nlohmann::ordered_json *sidecar) {
+void apply_phase(complex_signal &fid, const std::string &phase, ordered_json *sidecar) {
     if (phase.empty()) return;
     std::optional<double> degrees = number_of(phase);
     if (phase == "auto") degrees = phase_of_first_point(fid);
@@ -165,8 +165,7 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
     for (const guessed_value &guess : source.guesses)
         items_["guessed"].push_back(
             {{"item", guess.item},
-             {"value",
-              guess.item == "ppm_rises_with_points" ? nlohmann::ordered_json(rises_) : guess.value},
+             {"value", guess.item == "ppm_rises_with_points" ? ordered_json(rises_) : guess.value},
              {"reason", guess.reason}});
 }
 
@@ -187,7 +186,7 @@ long long spectrum_conversion::measured_of(const complex_signal &fid) {
 }
 
 complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measured_lineshape *eddy,
-                                                nlohmann::ordered_json *sidecar) const {
+                                                ordered_json *sidecar) const {
     if (conjugated_) conjugate(fid);
     if (eddy != nullptr) correct_eddy_currents(fid, *eddy);
     apply_phase(fid, options_.phase, sidecar);
@@ -201,8 +200,7 @@ static double power_of(const complex_signal &fid) {
     return sum;
 }
 
-void spectrum_conversion::take_lines_out(complex_signal &fid,
-                                         nlohmann::ordered_json *sidecar) const {
+void spectrum_conversion::take_lines_out(complex_signal &fid, ordered_json *sidecar) const {
     static constexpr int order = 25;
     const double carrier = items_["ppm_at_carrier"].get<double>();
     const double per_ppm = (rises_ ? 1.0 : -1.0) * items_["spectrometer_mhz"].get<double>() *
@@ -213,9 +211,9 @@ void spectrum_conversion::take_lines_out(complex_signal &fid,
     const std::vector<oscillation> lines =
         remove_lines(fid, static_cast<std::size_t>(points_before_zeros(fid)), low, high, order);
     if (sidecar == nullptr) return;
-    nlohmann::ordered_json &own = (*sidecar)["lines_removed"];
+    ordered_json &own = (*sidecar)["lines_removed"];
     own = {{"from_ppm", removed_->first}, {"to_ppm", removed_->second}, {"order", order}};
-    own["lines"] = nlohmann::ordered_json::array();
+    own["lines"] = ordered_json::array();
     for (const oscillation &each : lines)
         own["lines"].push_back(
             {{"ppm", carrier + each.frequency / per_ppm},
@@ -292,7 +290,7 @@ void spectrum_conversion::take_axis(const reference_search &search) {
 }
 
 engine::noise_window spectrum_conversion::describe(const complex_signal &spectrum,
-                                                   nlohmann::ordered_json &sidecar) {
+                                                   ordered_json &sidecar) {
     const noise_choice noise = choose_noise(spectrum, asked_noise_, known_noise_, shared_noise_);
     if (!asked_noise_ && !known_noise_) ++unknown_noise_;
     sidecar["noise_window"] = {

@@ -30,7 +30,7 @@ class spectrum_conversion {
     //   eddy      line of a reference that takes eddy currents out; may be null
     //   sidecar   gets the phase that was applied; may be null
     complex_signal spectrum_of(complex_signal fid, const measured_lineshape *eddy,
-                               nlohmann::ordered_json *sidecar) const;
+                               ordered_json *sidecar) const;
     // Points of an FID before the zeros at its end, if these are as many as were filled in.
     long long measured_of(const complex_signal &fid);
     // What holds for all spectra of the source that the averages leave, chosen or not: one noise
@@ -42,18 +42,18 @@ class spectrum_conversion {
     // Errors: as above.
     void set_axis(const std::vector<complex_signal> &spectra);
     // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
-    engine::noise_window describe(const complex_signal &spectrum, nlohmann::ordered_json &sidecar);
+    engine::noise_window describe(const complex_signal &spectrum, ordered_json &sidecar);
     // What a user should know about the conversion, a sentence each.
     std::vector<std::string> remarks() const;
 
-    long long points() const { return points_; }                   // of a spectrum
-    long long measured() const { return measured_; }               // most of all FIDs so far
-    std::size_t used() const { return used_; }                     // points of an FID
-    const nlohmann::ordered_json &items() const { return items_; } // of every sidecar
+    long long points() const { return points_; }         // of a spectrum
+    long long measured() const { return measured_; }     // most of all FIDs so far
+    std::size_t used() const { return used_; }           // points of an FID
+    const ordered_json &items() const { return items_; } // of every sidecar
 
   private:
     bool shares_noise() const; // whether a window is looked for
-    void take_lines_out(complex_signal &fid, nlohmann::ordered_json *sidecar) const;
+    void take_lines_out(complex_signal &fid, ordered_json *sidecar) const;
     void take_axis(const reference_search &search);
     std::string other_axis() const; // what --axis would have to be for the other sense
     spectrum_source &source_;
@@ -68,7 +68,7 @@ class spectrum_conversion {
     point_stretch shared_noise_; // of shared_by_ spectra
     long long shared_by_ = 0;
     long long measured_ = 0, with_zeros_ = 0; // most of all FIDs; FIDs with zeros at the end
-    nlohmann::ordered_json items_;
+    ordered_json items_;
     std::optional<std::pair<double, double>> removed_; // stretch that is taken out [ppm]
     std::string removed_remark_;                       // of the first spectrum
     std::vector<std::string> axis_remarks_, axis_warnings_;
@@ -85,6 +85,6 @@ std::size_t outputs_per_pass(long long memory, std::size_t points);
 
 // Turns by degrees, or by what makes the first point real ("auto"), and notes it; nothing for an
 // empty text. Errors: wrong_usage for any other.
-void apply_phase(complex_signal &fid, const std::string &phase, nlohmann::ordered_json *sidecar);
+void apply_phase(complex_signal &fid, const std::string &phase, ordered_json *sidecar);
 
 } // namespace tools

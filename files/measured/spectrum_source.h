@@ -6,9 +6,8 @@
 // in other files.
 #pragma once
 
+#include "files/base/ordered_json.h"
 #include "files/spectra/complex_signal.h"
-
-#include <nlohmann/json.hpp>
 
 #include <array>
 #include <functional>
@@ -41,7 +40,7 @@ struct signal_facts {
 // A value that the file does not state. It is shown as a warning and kept in the sidecar.
 struct guessed_value {
     std::string item; // of the sidecar
-    nlohmann::ordered_json value;
+    ordered_json value;
     std::string reason;
 };
 
@@ -71,7 +70,7 @@ class spectrum_source {
 
     // What was done to the FID of a spectrum that was handed out, for its sidecar; null for
     // nothing.
-    virtual nlohmann::ordered_json notes_of(long long) const { return {}; }
+    virtual ordered_json notes_of(long long) const { return {}; }
     // The same for a user, a sentence each.
     virtual std::vector<std::string> remarks() const { return {}; }
 
@@ -90,7 +89,7 @@ class spectrum_source {
     bool opposite_sense = false; // the format stores the conjugate of what this program works with
     std::vector<guessed_value> guesses;
     std::vector<std::string> warnings;
-    nlohmann::ordered_json notes; // of the format, for the sidecar
+    ordered_json notes; // of the format, for the sidecar
     // Not null: spectra with points that are no finite numbers are noted here, and are no error.
     std::set<long long> *faulty = nullptr;
 };

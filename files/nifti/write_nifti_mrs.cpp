@@ -150,8 +150,8 @@ static std::string file_of(nifti_2_header header, const std::string &extension, 
     return compressed ? gzip(bytes) : bytes;
 }
 
-static nlohmann::ordered_json json_of(const nifti_mrs_image &image) {
-    nlohmann::ordered_json items;
+static ordered_json json_of(const nifti_mrs_image &image) {
+    ordered_json items;
     items["SpectrometerFrequency"] = {image.mhz};
     items["ResonantNucleus"] = {image.nucleus};
     items["SpectralWidth"] = 1.0 / image.dwell_time;

@@ -4,10 +4,9 @@
 // Source: W. T. Clarke et al., Magn. Reson. Med. 88 (2022) 2358-2370, and the standard it names.
 #pragma once
 
+#include "files/base/ordered_json.h"
 #include "files/spectra/complex_signal.h"
 #include "files/nifti/nifti_header.h"
-
-#include <nlohmann/json.hpp>
 
 #include <array>
 #include <complex>
@@ -33,8 +32,8 @@ nifti_geometry geometry_of_affine(const std::array<long long, 3> &size,
 struct nifti_mrs_dimension {
     std::string tag = "DIM_USER_0"; // of the standard: DIM_DYN, DIM_INDIRECT_0, DIM_USER_0 ...
     long long size = 1;
-    std::string info;                // what it is, for a reader; may be empty
-    nlohmann::ordered_json header{}; // values along it, as the standard has them; null for none
+    std::string info;      // what it is, for a reader; may be empty
+    ordered_json header{}; // values along it, as the standard has them; null for none
 };
 
 // FIDs of a grid of voxels.
@@ -61,7 +60,7 @@ class nifti_mrs_image {
     std::string nucleus;                         // such as "31P"
     std::optional<double> echo_time, begin_time; // [s]
     std::optional<double> ppm_at_carrier;        // the standard has no item for it: PpmAtCarrier
-    nlohmann::ordered_json more;                 // further items of the JSON
+    ordered_json more;                           // further items of the JSON
     std::string description;                     // of the header, 79 characters at most
     std::vector<std::complex<float>> values;     // voxels fastest, then time, then place
 };

@@ -20,8 +20,7 @@ std::string float_text(const std::vector<double> &values) {
     return base64(bytes);
 }
 
-nlohmann::ordered_json short_curve(const std::vector<double> &curve, long long first,
-                                   long long last) {
+ordered_json short_curve(const std::vector<double> &curve, long long first, long long last) {
     double most = 0.0;
     for (long long i = first; i <= last; ++i) {
         const double value = curve[static_cast<std::size_t>(i)];

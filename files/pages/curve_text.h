@@ -2,7 +2,7 @@
 // curve_text.h -- curves as text inside a page
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <string>
 #include <utility>
@@ -17,8 +17,7 @@ std::string float_text(const std::vector<double> &values);
 // endian. The highest of these points is 32767 u, so a step is 1/100 of a pixel where the curve
 // fills a panel of 300, and still below a pixel at a hundredfold of that. What is no finite number
 // becomes 0.
-nlohmann::ordered_json short_curve(const std::vector<double> &curve, long long first,
-                                   long long last);
+ordered_json short_curve(const std::vector<double> &curve, long long first, long long last);
 
 // The points that pages of many spectra show: from the first to the last of the intervals, and a
 // tenth of their number to both sides.

@@ -21,7 +21,6 @@
 namespace tools {
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
 
 static constexpr std::size_t curves_per_file = 100;
 

@@ -51,9 +51,8 @@ std::string html_page(const page_content &content) {
     return page + "</body>\n</html>\n";
 }
 
-std::string data_block(const std::string &id, const nlohmann::ordered_json &data) {
-    const std::string json =
-        data.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+std::string data_block(const std::string &id, const ordered_json &data) {
+    const std::string json = data.dump_valid();
     std::string text;
     for (const char c : json) { // "</script>" inside a name would end the block
         if (c == '<')
@@ -65,10 +64,8 @@ std::string data_block(const std::string &id, const nlohmann::ordered_json &data
 }
 
 std::string valid_text(const std::string &text) {
-    const nlohmann::json value = text;
-    return nlohmann::json::parse(
-               value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace))
-        .get<std::string>();
+    const ordered_json value = text;
+    return ordered_json::parse(value.dump_valid()).get<std::string>();
 }
 
 std::string element(const std::string &tag, const std::string &attributes,

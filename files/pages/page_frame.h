@@ -6,7 +6,7 @@
 // forgotten, and the page never asks a network for anything.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <string>
 #include <vector>
@@ -28,7 +28,7 @@ std::string html_page(const page_content &content);
 std::string base64(const std::string &bytes);
 
 // A block of data that no browser runs: <script type="application/json" id="...">.
-std::string data_block(const std::string &id, const nlohmann::ordered_json &data);
+std::string data_block(const std::string &id, const ordered_json &data);
 
 // text with everything that is no UTF-8 replaced.
 std::string valid_text(const std::string &text);

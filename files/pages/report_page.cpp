@@ -47,7 +47,7 @@ static std::string chip_name(const fitted_entry &entry) {
 }
 
 // Curves of the charts. An alone one can be zoomed at will: all points, each in single precision.
-static nlohmann::ordered_json curves_of(const run_result &run, bool alone) {
+static ordered_json curves_of(const run_result &run, bool alone) {
     const auto points = static_cast<long long>(run.data.size());
     const plot_axis axis = plot_axis_of(run.axis, "", points);
     const auto [begin, end] = alone ? std::pair<long long, long long>(0, points - 1)
@@ -55,9 +55,9 @@ static nlohmann::ordered_json curves_of(const run_result &run, bool alone) {
     const long long from = begin, to = end;
     const auto text_of = [&](const complex_signal &signal) {
         const std::vector<double> curve = shown_curve(run, signal);
-        return alone ? nlohmann::ordered_json(float_text(curve)) : short_curve(curve, from, to);
+        return alone ? ordered_json(float_text(curve)) : short_curve(curve, from, to);
     };
-    nlohmann::ordered_json data;
+    ordered_json data;
     data["axis"] = {{"label", axis.label},
                     {"unit", unit_of_axis(axis.label)},
                     {"zero", axis.at_zero + axis.per_point * static_cast<double>(from)},
@@ -65,12 +65,12 @@ static nlohmann::ordered_json curves_of(const run_result &run, bool alone) {
                     {"falls", axis.falls_to_the_right}};
     const auto [first, last] = run.view();
     data["view"] = {first - from, last - from};
-    data["intervals"] = nlohmann::ordered_json::array();
+    data["intervals"] = ordered_json::array();
     for (const auto &[a, b] : run.intervals()) data["intervals"].push_back({a - from, b - from});
     data["data"] = text_of(run.data);
     data["fit"] = text_of(run.fit);
     data["residual"] = text_of(run.residual);
-    data["components"] = nlohmann::ordered_json::array();
+    data["components"] = ordered_json::array();
     for (std::size_t k = 0; k < run.components.size(); ++k)
         data["components"].push_back({{"number", std::to_string(run.entries[k].number)},
                                       {"name", chip_name(run.entries[k])},

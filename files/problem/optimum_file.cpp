@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // optimum_file.cpp -- the record of an exact fit as JSON, and back
+#include "files/base/ordered_json.h"
 #include "files/problem/exact_fit.h"
 
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cmath>
 
 namespace tools {
-
-using nlohmann::ordered_json;
 
 static constexpr const char *form = "varokel optimum 1";
 
@@ -56,7 +53,7 @@ std::string optimum_text(const optimum_record &record) {
         for (const std::complex<double> c : record.lineshape)
             all["lineshape"].push_back({number_of(c.real()), number_of(c.imag())});
     }
-    return all.dump(1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    return all.dump_valid(1) + "\n";
 }
 
 namespace {
@@ -150,7 +147,8 @@ static optimum_record record_from(const reader &from) {
         const ordered_json &entries = from.member(item, "entries");
         if (!entries.is_array()) from.refuse("entries", "a list");
         for (const ordered_json &entry : entries) {
-            if (!entry.is_number_integer() || entry < 1 || entry > n)
+            if (!entry.is_number_integer() || entry.get<long long>() < 1 ||
+                entry.get<long long>() > static_cast<long long>(n))
                 from.refuse("entries", "numbers of entries");
             cause.entries.push_back(entry.get<int>());
         }

@@ -61,12 +61,12 @@ static std::vector<correlated_pair> correlations_of(const run_result &run) {
 
 static std::vector<std::string> guesses_of(const run_result &run) {
     std::vector<std::string> said;
-    const nlohmann::json guessed = run.sidecar.value("guessed", nlohmann::json::array());
+    const ordered_json guessed = run.sidecar.value("guessed", ordered_json::array());
     if (!guessed.is_array()) return said;
-    for (const nlohmann::json &guess : guessed) {
+    for (const ordered_json &guess : guessed) {
         if (!guess.is_object() || !guess.contains("item") || !guess["item"].is_string()) continue;
-        const nlohmann::json value = guess.value("value", nlohmann::json());
-        const nlohmann::json reason = guess.value("reason", nlohmann::json(""));
+        const ordered_json value = guess.value("value", ordered_json());
+        const ordered_json reason = guess.value("reason", ordered_json(""));
         said.push_back("guessed at import: " + guess["item"].get<std::string>() + " = " +
                        (value.is_string() ? value.get<std::string>() : value.dump()) +
                        (reason.is_string() && !reason.get<std::string>().empty()

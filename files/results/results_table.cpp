@@ -2,9 +2,8 @@
 // results_table.cpp -- every column of results.tsv and quality.tsv: name, unit, meaning and cell
 #include "files/results/results_table.h"
 
+#include "files/base/ordered_json.h"
 #include "files/results/number_text.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <vector>
@@ -205,7 +204,7 @@ std::string header_of(const columns &table, const table_shape &shape) {
 }
 
 // The words of a column that has a few only, with their meaning.
-void add_levels(const std::string &column, nlohmann::ordered_json &item) {
+void add_levels(const std::string &column, ordered_json &item) {
     if (column == "status")
         for (const fit_status status : {fit_status::converged, fit_status::at_limit,
                                         fit_status::fitted, fit_status::not_fitted})
@@ -226,9 +225,9 @@ void add_levels(const std::string &column, nlohmann::ordered_json &item) {
 
 template <class columns>
 std::string dictionary_of(const columns &table, const table_shape &shape) {
-    nlohmann::ordered_json all;
+    ordered_json all;
     for (const auto &column : table) {
-        nlohmann::ordered_json &item = all[column.name];
+        ordered_json &item = all[column.name];
         item["Description"] = column.description;
         if (*column.unit != '\0') item["Units"] = column.unit;
         add_levels(column.name, item);

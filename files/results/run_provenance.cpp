@@ -18,7 +18,7 @@ void note_provenance(run_result &run, bool hashes) {
     };
     note("program", run.program_version);
     note("command", run.command);
-    const nlohmann::json source = run.sidecar.value("source", nlohmann::json::object());
+    const ordered_json source = run.sidecar.value("source", ordered_json::object());
     if (source.is_object()) {
         for (const char *const item : {"file", "format", "sha256", "index"})
             if (source.contains(item) && !source[item].is_null())

@@ -61,7 +61,7 @@ static void read_signals(run_result &run) {
 
 static void read_sidecar(run_result &run) {
     const std::string file = in_folder(run.folder, run.name + ".json");
-    run.sidecar = nlohmann::json::object();
+    run.sidecar = ordered_json::object();
     if (!is_file(file)) return;
     const metadata sidecar(file);
     run.axis = axis_of_sidecar(sidecar);

@@ -2,6 +2,7 @@
 // run_result.h -- everything that the files of one fitted spectrum say
 #pragma once
 
+#include "files/base/ordered_json.h"
 #include "files/spectra/spectrum_axis.h"
 #include "files/spectra/complex_signal.h"
 #include "files/pictures/draw_spectra.h"
@@ -9,8 +10,6 @@
 #include "files/results/rebuilt_model.h"
 #include "files/results/fit_log.h"
 #include "files/results/judgement.h"
-
-#include <nlohmann/json.hpp>
 
 #include <array>
 #include <limits>
@@ -65,8 +64,8 @@ struct run_result {
     complex_signal data, fit, residual;
     std::vector<complex_signal> components;
     spectrum_axis axis;
-    nlohmann::json sidecar = nlohmann::json::object(); // empty without one
-    rebuilt_model control;                             // of the result
+    ordered_json sidecar = ordered_json::object(); // empty without one
+    rebuilt_model control;                         // of the result
     rebuilt_model start;                   // of the start values; read is false without them
     std::optional<optimum_record> optimum; // of an exact fit, whose values all of this is about
 

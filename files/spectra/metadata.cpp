@@ -15,15 +15,15 @@ metadata::metadata(const std::string &file) : file_(file) {
         throw tool_error(bad_input, file + ": expected a JSON object, { \"item\": value, ... }");
 }
 
-metadata::metadata(std::string file, nlohmann::json items)
+metadata::metadata(std::string file, ordered_json items)
     : file_(std::move(file)), items_(std::move(items)) {}
 
 metadata metadata::inside(const char *item) const {
-    const nlohmann::json *const value = find(item);
-    return {file_, value != nullptr && value->is_object() ? *value : nlohmann::json::object()};
+    const ordered_json *const value = find(item);
+    return {file_, value != nullptr && value->is_object() ? *value : ordered_json::object()};
 }
 
-const nlohmann::json *metadata::find(const char *item) const {
+const ordered_json *metadata::find(const char *item) const {
     const auto at = items_.find(item);
     return at == items_.end() || at->is_null() ? nullptr : &*at;
 }
@@ -34,7 +34,7 @@ void metadata::refuse(const char *item, const std::string &expected) const {
 }
 
 std::optional<double> metadata::number(const char *item) const {
-    const nlohmann::json *const value = find(item);
+    const ordered_json *const value = find(item);
     if (value == nullptr) return std::nullopt;
     if (!value->is_number() || !std::isfinite(value->get<double>())) refuse(item, "a number");
     return value->get<double>();
@@ -47,7 +47,7 @@ std::optional<double> metadata::positive_number(const char *item) const {
 }
 
 std::optional<long long> metadata::positive_integer(const char *item) const {
-    const nlohmann::json *const value = find(item);
+    const ordered_json *const value = find(item);
     if (value == nullptr) return std::nullopt;
     if (!value->is_number_integer() || value->get<long long>() < 1)
         refuse(item, "a whole number above 0");
@@ -55,14 +55,14 @@ std::optional<long long> metadata::positive_integer(const char *item) const {
 }
 
 std::optional<std::string> metadata::text(const char *item) const {
-    const nlohmann::json *const value = find(item);
+    const ordered_json *const value = find(item);
     if (value == nullptr) return std::nullopt;
     if (!value->is_string()) refuse(item, "a text");
     return value->get<std::string>();
 }
 
 std::optional<bool> metadata::truth(const char *item) const {
-    const nlohmann::json *const value = find(item);
+    const ordered_json *const value = find(item);
     if (value == nullptr) return std::nullopt;
     if (!value->is_boolean()) refuse(item, "true or false");
     return value->get<bool>();
@@ -70,7 +70,7 @@ std::optional<bool> metadata::truth(const char *item) const {
 
 std::optional<std::pair<long long, long long>> metadata::point_pair(const char *item,
                                                                     long long limit) const {
-    const nlohmann::json *const value = find(item);
+    const ordered_json *const value = find(item);
     if (value == nullptr) return std::nullopt;
     const bool whole = value->is_array() && value->size() == 2 && (*value)[0].is_number_integer() &&
                        (*value)[1].is_number_integer();

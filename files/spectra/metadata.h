@@ -5,7 +5,7 @@
 // signal came from, stands in a sidecar: a JSON object beside each converted signal.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <optional>
 #include <string>
@@ -20,7 +20,7 @@ class metadata {
     // deeper than read_json.h allows.
     explicit metadata(const std::string &file);
     // items: a JSON object; file names it in messages.
-    metadata(std::string file, nlohmann::json items);
+    metadata(std::string file, ordered_json items);
 
     // The item, or nothing when it is absent or null. Errors: bad_input when it is of another kind
     // or (positive) not above 0.
@@ -36,14 +36,14 @@ class metadata {
     // The same object inside an item, empty when there is none.
     metadata inside(const char *item) const;
     const std::string &file() const { return file_; }
-    const nlohmann::json &items() const { return items_; } // an object
+    const ordered_json &items() const { return items_; } // an object
 
   private:
-    const nlohmann::json *find(const char *item) const;
+    const ordered_json *find(const char *item) const;
     [[noreturn]] void refuse(const char *item, const std::string &expected) const;
 
     std::string file_;
-    nlohmann::json items_;
+    ordered_json items_;
 };
 
 } // namespace tools

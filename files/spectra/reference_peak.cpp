@@ -264,14 +264,14 @@ std::string reference_width_text(const found_reference &found) {
     return "reference_peak.within_ppm " + ppm_text(found.half_width) + ": " + width_reason(found);
 }
 
-void set_reference_items(nlohmann::ordered_json &items, const reference_peak &wanted,
+void set_reference_items(ordered_json &items, const reference_peak &wanted,
                          const found_reference &found) {
     items["ppm_at_carrier"] = found.ppm_at_carrier;
-    nlohmann::ordered_json guesses = nlohmann::ordered_json::array();
+    ordered_json guesses = ordered_json::array();
     if (items.contains("guessed"))
         for (const auto &guess : items["guessed"])
             if (guess.value("item", "") != "ppm_at_carrier") guesses.push_back(guess);
-    nlohmann::ordered_json &own = items["reference_peak"] = nlohmann::ordered_json::object();
+    ordered_json &own = items["reference_peak"] = ordered_json::object();
     if (!wanted.name.empty()) own["name"] = wanted.name;
     own["ppm"] = wanted.ppm;
     if (found.half_width > 0.0) own["within_ppm"] = found.half_width;
@@ -284,7 +284,7 @@ void set_reference_items(nlohmann::ordered_json &items, const reference_peak &wa
     if (found.away > 0) own["farthest_ppm"] = found.farthest_ppm;
     own["text"] = text_of(wanted, found);
     if (found.guessed_width) {
-        nlohmann::ordered_json value;
+        ordered_json value;
         if (found.half_width > 0.0) value = found.half_width;
         guesses.push_back({{"item", "reference_peak.within_ppm"},
                            {"value", value},

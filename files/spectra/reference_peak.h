@@ -85,7 +85,7 @@ class reference_search {
 };
 
 // Into a sidecar: ppm_at_carrier, which is then no guess, and an item "reference_peak".
-void set_reference_items(nlohmann::ordered_json &items, const reference_peak &wanted,
+void set_reference_items(ordered_json &items, const reference_peak &wanted,
                          const found_reference &found);
 
 // "reference_peak.within_ppm 0.3: ..." for a stretch that nobody gave.

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/spectrum_facts.h"
 
+#include "files/base/ordered_json.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <limits>
@@ -34,11 +33,11 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
     if (const auto interval = sidecar.point_pair("fit_interval_points", *points - 1))
         facts.fit_points = int_pair(*interval);
     // items inside items
-    const nlohmann::json &all = sidecar.items();
+    const ordered_json &all = sidecar.items();
     const auto inner = [&](const char *object, const char *item) -> std::optional<long long> {
         const auto at = all.find(object);
         if (at == all.end() || !at->is_object() || !at->contains(item)) return std::nullopt;
-        const nlohmann::json &value = (*at)[item];
+        const ordered_json &value = (*at)[item];
         if (!value.is_number_integer() || value.get<long long>() < 0 ||
             value.get<long long>() > search_limits::points)
             throw tool_error(bad_input, sidecar.file() + ": item \"" + object + "." + item +
@@ -47,7 +46,7 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
     };
     const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
     if (first && stop) facts.noise = int_pair({*first, *stop});
-    for (const nlohmann::json &guess : all.value("guessed", nlohmann::json::array()))
+    for (const ordered_json &guess : all.value("guessed", ordered_json::array()))
         facts.guessed_sense = facts.guessed_sense || (guess.is_object() && guess.contains("item") &&
                                                       guess["item"] == "ppm_rises_with_points");
     facts.reference_ppm = sidecar.inside("reference_peak").number("ppm");

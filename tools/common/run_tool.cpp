@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "common/run_tool.h"
 
+#include "files/base/ordered_json.h"
 #include "files/base/own_files.h"
 #include "files/base/tool_error.h"
-
-#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <iostream>
@@ -35,7 +34,7 @@ static int end_of(const char *program, const std::function<int()> &body, std::st
     } catch (const std::filesystem::filesystem_error &error) {
         said = error.what();
         return status_of(error.code());
-    } catch (const nlohmann::json::exception &error) {
+    } catch (const json_error &error) {
         said = std::string("a JSON document holds something else than expected (") + error.what() +
                ")";
     } catch (const std::exception &error) {

@@ -36,7 +36,7 @@ void plan_batch(const plan_options &options) {
     } else {
         plan_signals(options, work, batch);
     }
-    nlohmann::ordered_json sidecar = {{"points", batch.points}};
+    ordered_json sidecar = {{"points", batch.points}};
     sidecar.update(batch.scale);
     if (batch.source.contains("guessed")) sidecar["guessed"] = batch.source["guessed"];
     write_files({{work + "/sidecar.json", json_text(sidecar, 2, "sidecar.json") + "\n"}}, {},

@@ -20,7 +20,7 @@ namespace tools {
 namespace fs = std::filesystem;
 
 // A place along an axis, from 0 on.
-static bool is_place(const nlohmann::ordered_json &item) {
+static bool is_place(const ordered_json &item) {
     static constexpr long long most = 1000000;
     return item.is_number_integer() && item.get<long long>() >= 0 && item.get<long long>() <= most;
 }
@@ -30,7 +30,7 @@ struct imported_signal {
     std::string name;
     std::vector<long long> voxel, index; // places; empty when they are not known
     // of the noise window: two whole numbers, or null; whether it was chosen for this spectrum
-    nlohmann::ordered_json first, stop;
+    ordered_json first, stop;
     bool chosen = false;
 };
 
@@ -51,23 +51,23 @@ static std::vector<std::string> names_in(const std::string &folder) {
     return names;
 }
 
-static imported_signal facts_of(const std::string &name, const nlohmann::ordered_json &items) {
+static imported_signal facts_of(const std::string &name, const ordered_json &items) {
     imported_signal own;
     own.name = name;
-    const auto nothing = nlohmann::ordered_json::object();
+    const auto nothing = ordered_json::object();
     const auto object = [&](const char *item) {
         const auto found = items.find(item);
         return found != items.end() && found->is_object() ? *found : nothing;
     };
-    const nlohmann::ordered_json from = object("source"), window = object("noise_window");
+    const ordered_json from = object("source"), window = object("noise_window");
     if (from.contains("voxel") && from["voxel"].is_array() && from["voxel"].size() == 3 &&
         std::all_of(from["voxel"].begin(), from["voxel"].end(), is_place))
         own.voxel = from["voxel"].get<std::vector<long long>>();
     if (from.contains("index") && is_place(from["index"]))
         own.index = {from["index"].get<long long>()};
-    own.first = window.value("first", nlohmann::ordered_json());
-    own.stop = window.value("stop", nlohmann::ordered_json());
-    own.chosen = window.value("chosen_by", nlohmann::ordered_json()) == "quietest stretch";
+    own.first = window.value("first", ordered_json());
+    own.stop = window.value("stop", ordered_json());
+    own.chosen = window.value("chosen_by", ordered_json()) == "quietest stretch";
     return own;
 }
 
@@ -82,7 +82,7 @@ static std::vector<imported_signal> read_sidecars(const std::string &folder, pla
         if (!n || !hz)
             throw tool_error(bad_input, sidecar.file() + ": item points or hz_per_point is "
                                                          "missing; convert the signal again");
-        const nlohmann::ordered_json items = json_of_file(sidecar.file());
+        const ordered_json items = json_of_file(sidecar.file());
         if (found.empty()) {
             batch.points = *n;
             axis_of_sidecar(sidecar); // items of the wrong kind are refused here

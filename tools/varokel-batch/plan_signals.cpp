@@ -171,7 +171,7 @@ class signal_writer {
   private:
     // Window and axis of the first hold for all.
     void describe(const complex_signal &points) {
-        nlohmann::ordered_json sidecar = conversion_.items();
+        ordered_json sidecar = conversion_.items();
         conversion_.describe(points, sidecar);
         described_ = true;
         take_scale(batch_, sidecar);

@@ -68,7 +68,7 @@ void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
     origin = std::move(kept_origin);
 }
 
-void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidecar) {
+void take_scale(planned_batch &batch, const ordered_json &sidecar) {
     for (const char *const item :
          {"hz_per_point", "dwell_time_s", "spectrometer_mhz", "ppm_at_carrier",
           "ppm_rises_with_points", "nucleus", "begin_time_s", "phi_1_degrees", "noise_window",

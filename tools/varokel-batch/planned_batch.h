@@ -2,12 +2,11 @@
 // planned_batch.h -- what a plan finds in its input, before the manifest is written
 #pragma once
 
+#include "files/base/ordered_json.h"
 #include "files/base/output_file.h"
 #include "files/batch/plan_lines.h"
 
 #include "varokel-batch/plan_batch.h"
-
-#include <nlohmann/json.hpp>
 
 #include <string>
 #include <vector>
@@ -21,7 +20,7 @@ struct planned_batch {
     std::vector<planned_spectrum> spectra;
     std::vector<plan_axis> axes;
     std::vector<std::string> inputs;
-    nlohmann::ordered_json scale, source;
+    ordered_json scale, source;
     long long points = 0;
     bool grid = false;
 };
@@ -38,7 +37,7 @@ void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
                    const plan_options &options);
 
 // What all spectra share of a sidecar.
-void take_scale(planned_batch &batch, const nlohmann::ordered_json &sidecar);
+void take_scale(planned_batch &batch, const ordered_json &sidecar);
 
 // The spectra of a file with FIDs, into spectra.f32 of the folder work. Errors: wrong_usage,
 // bad_input, bad_output.

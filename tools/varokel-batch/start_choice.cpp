@@ -66,7 +66,7 @@ static void copy_patterns(start_file &start, const std::string &beside, const st
 }
 
 static void refuse_other_kind(const start_file &start, const std::string &source,
-                              const nlohmann::ordered_json &scale, long long points) {
+                              const ordered_json &scale, long long points) {
     if (start.points != points)
         throw tool_error(bad_input, source + ": n_pnts is " + std::to_string(start.points) +
                                         ", but the spectra have " + std::to_string(points) +
@@ -146,8 +146,8 @@ static start_file start_of_table(const plan_options &options, long long points,
     return made.start;
 }
 
-static nlohmann::ordered_json windows_of(const start_file &start) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+static ordered_json windows_of(const start_file &start) {
+    ordered_json list = ordered_json::array();
     for (std::size_t k = 0; k < start.entries.size(); ++k)
         for (std::size_t q = 0; q < quantities; ++q)
             if (const auto &window = start.entries[k].parameters[q].window)
@@ -158,9 +158,8 @@ static nlohmann::ordered_json windows_of(const start_file &start) {
     return list;
 }
 
-start_choice choose_start(const plan_options &options, const nlohmann::ordered_json &scale,
-                          long long points, const std::string &work,
-                          const std::vector<planned_spectrum> &spectra) {
+start_choice choose_start(const plan_options &options, const ordered_json &scale, long long points,
+                          const std::string &work, const std::vector<planned_spectrum> &spectra) {
     start_choice chosen;
     const bool with_table = !options.peaks.empty();
     if (options.values == "estimate" && !with_table)

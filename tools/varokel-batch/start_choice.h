@@ -2,12 +2,11 @@
 // start_choice.h -- the start values of a batch, and of each of its fits
 #pragma once
 
+#include "files/base/ordered_json.h"
 #include "files/start/make_start.h"
 #include "files/batch/fit_record.h"
 #include "files/batch/plan_lines.h"
 #include "varokel-batch/plan_batch.h"
-
-#include <nlohmann/json.hpp>
 
 #include <memory>
 #include <string>
@@ -21,16 +20,15 @@ struct start_choice {
     std::vector<std::string> pattern_files; // in patterns/
     std::vector<std::string> inputs;        // files that were read
     std::vector<std::string> guesses;       // values that neither table nor spectrum states
-    nlohmann::ordered_json windows;         // of the table, as the manifest has them
+    ordered_json windows;                   // of the table, as the manifest has them
 };
 
 // Writes start.par, names.txt, patterns/ and, with a table, peaks.txt into work, where spectra.f32
 // and sidecar.json are. With a table, what it leaves to estimates comes from the spectrum with the
 // most signal. Errors: wrong_usage, bad_input when the start
 // file is not for such spectra.
-start_choice choose_start(const plan_options &options, const nlohmann::ordered_json &scale,
-                          long long points, const std::string &work,
-                          const std::vector<planned_spectrum> &spectra);
+start_choice choose_start(const plan_options &options, const ordered_json &scale, long long points,
+                          const std::string &work, const std::vector<planned_spectrum> &spectra);
 
 // A fit that may hand on its result: fitted, finite, with a residual of up to twice the noise, and
 // with at least half of its free areas known; noise has nothing to hand on.

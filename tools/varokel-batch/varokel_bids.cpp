@@ -5,6 +5,7 @@
 //
 // Reads sub-*/[ses-*/]mrs/*_svs.nii.gz and *_mrsi.nii.gz (or .nii). The data set is never written
 // to: it may be mounted read-only.
+#include "files/base/ordered_json.h"
 #include "files/base/output_file.h"
 #include "files/base/own_files.h"
 #include "files/base/plain_text.h"
@@ -17,8 +18,6 @@
 #include "varokel-batch/batch_options.h"
 #include "varokel-batch/bids_names.h"
 #include "varokel-batch/merge_batch.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdlib>
@@ -41,7 +40,7 @@ struct bids_options {
     bool force = false, resume = false;
 };
 
-static void write_json(const fs::path &name, const nlohmann::ordered_json &items) {
+static void write_json(const fs::path &name, const tools::ordered_json &items) {
     tools::write_files({{name.string(), tools::json_text(items, 2, name.string()) + "\n"}}, {},
                        true);
 }
@@ -82,17 +81,17 @@ static fs::path folder_in_output(const bids_options &own, const fs::path &relati
 }
 
 static void describe_output(const bids_options &own) {
-    nlohmann::ordered_json items;
+    tools::ordered_json items;
     items["Name"] = "varokel: areas, frequencies, widths and phases of fitted lines";
     items["BIDSVersion"] = "1.10.0"; // the first with the mrs data type
     items["DatasetType"] = "derivative";
-    nlohmann::ordered_json program = {{"Name", "varokel"}, {"Version", VAROKEL_VERSION}};
+    tools::ordered_json program = {{"Name", "varokel"}, {"Version", VAROKEL_VERSION}};
     if (const char *const image = std::getenv("VAROKEL_CONTAINER"); image != nullptr)
         program["Container"] = {{"Type", "oci"}, {"Tag", image}};
-    items["GeneratedBy"] = nlohmann::ordered_json::array({program});
+    items["GeneratedBy"] = tools::ordered_json::array({program});
     // where the data set lies on this machine is nobody's business
-    items["SourceDatasets"] = nlohmann::ordered_json::array();
-    const nlohmann::ordered_json source =
+    items["SourceDatasets"] = tools::ordered_json::array();
+    const tools::ordered_json source =
         tools::json_of_file((fs::path(own.data_set) / "dataset_description.json").string());
     if (source.is_object() && source.contains("DatasetDOI") && source["DatasetDOI"].is_string())
         items["SourceDatasets"].push_back({{"DOI", source["DatasetDOI"]}});
@@ -117,9 +116,9 @@ static std::string label_of_map(const std::string &stem) {
 }
 
 // What derivatives are made of, and how: beside them, and what --resume compares.
-static nlohmann::ordered_json made_from(const bids_options &own, const fs::path &relative,
-                                        const fs::path &file) {
-    nlohmann::ordered_json about;
+static tools::ordered_json made_from(const bids_options &own, const fs::path &relative,
+                                     const fs::path &file) {
+    tools::ordered_json about;
     about["Sources"] = {"bids:raw:" + (relative / file.filename()).generic_string()};
     about["SourceSHA256"] = tools::sha256_of_file(file.string());
     about["StartValues"] = own.plan.values;
@@ -135,12 +134,12 @@ static nlohmann::ordered_json made_from(const bids_options &own, const fs::path 
 
 // Whether the derivatives of a table are there, and made from these. Errors: bad_output when they
 // are, but of something else.
-static bool is_done(const fs::path &table, const nlohmann::ordered_json &about) {
+static bool is_done(const fs::path &table, const tools::ordered_json &about) {
     std::error_code error;
     if (!fs::exists(table, error)) return false;
     fs::path sidecar = table;
     sidecar.replace_extension(".json");
-    const nlohmann::ordered_json there = tools::json_of_file(sidecar.string());
+    const tools::ordered_json there = tools::json_of_file(sidecar.string());
     for (const auto &[item, value] : about.items())
         if (!there.is_object() || !there.contains(item) || there[item] != value)
             throw tool_error(tools::bad_output, table.string() + ": was made with another " + item +
@@ -168,7 +167,7 @@ static int fit_batch(const tools::plan_options &plan, const tools::run_options &
 
 // The files of a batch as derivatives of a measurement; the table last: it says that all are there.
 static void put_derivatives(const fs::path &run, const fs::path &target,
-                            const tools::measured_name &parts, const nlohmann::ordered_json &about,
+                            const tools::measured_name &parts, const tools::ordered_json &about,
                             const std::string &name) {
     std::error_code error;
     const auto put = [&](const fs::path &from, const std::string &description,
@@ -179,8 +178,8 @@ static void put_derivatives(const fs::path &run, const fs::path &target,
         std::cout << to.string() << '\n';
     };
     // columns of the table, and what it was made of
-    const nlohmann::ordered_json columns = tools::json_of_file((run / "results.json").string());
-    nlohmann::ordered_json with_source = about;
+    const tools::ordered_json columns = tools::json_of_file((run / "results.json").string());
+    tools::ordered_json with_source = about;
     with_source.update(columns);
     write_json(run / "results.json", with_source);
     put(run / "quality.tsv", "quality", ".tsv");
@@ -189,7 +188,7 @@ static void put_derivatives(const fs::path &run, const fs::path &target,
     for (const fs::directory_entry &map : fs::directory_iterator(run / "maps", error)) {
         const std::string map_name = map.path().filename().string();
         const std::string stem = map_name.substr(0, map_name.find(".nii"));
-        nlohmann::ordered_json items = about;
+        tools::ordered_json items = about;
         items["Description"] = stem + " of the fit of " + name;
         put(map.path(), label_of_map(stem), ".nii.gz");
         write_json(target / parts.derivative(label_of_map(stem), ".json"), items);
@@ -206,7 +205,7 @@ static int fit_one(const bids_options &own, const fs::path &file) {
     const fs::path target = folder_in_output(own, relative);
     std::error_code error;
     const fs::path table = target / parts.derivative("fit", ".tsv");
-    nlohmann::ordered_json about = made_from(own, relative, file);
+    tools::ordered_json about = made_from(own, relative, file);
     if (own.resume && is_done(table, about)) return tools::all_right;
     if (fs::exists(table, error) && !own.force)
         throw tool_error(tools::bad_output, table.string() + ": exists; --force replaces it, "

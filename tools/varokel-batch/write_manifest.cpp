@@ -27,17 +27,17 @@ static long long fits_kept(const std::string &keep, long long spectra) {
     return std::min(*count, spectra);
 }
 
-static nlohmann::ordered_json head_of(const plan_options &options, const planned_batch &batch,
-                                      const start_choice &start, const std::string &work) {
-    nlohmann::ordered_json head;
+static ordered_json head_of(const plan_options &options, const planned_batch &batch,
+                            const start_choice &start, const std::string &work) {
+    ordered_json head;
     head["format"] = batch_format;
     head["program"] = "varokel-batch " VAROKEL_VERSION;
-    head["command"] = nlohmann::ordered_json::array();
+    head["command"] = ordered_json::array();
     for (const std::string &word : options.command) head["command"].push_back(json_of_bytes(word));
     head["source"] = batch.source;
     head["scale"] = batch.scale;
     head["points"] = batch.points;
-    head["axes"] = nlohmann::ordered_json::array();
+    head["axes"] = ordered_json::array();
     for (const plan_axis &axis : batch.axes)
         head["axes"].push_back(
             {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}});
@@ -52,11 +52,11 @@ static nlohmann::ordered_json head_of(const plan_options &options, const planned
     if (batch.grid) head["voxels_sha256"] = sha256_of_file(work + "/voxels.nii");
     head["sidecar_sha256"] = sha256_of_file(work + "/sidecar.json");
     head["guessed"] = start.guesses;
-    head["patterns"] = nlohmann::ordered_json::array();
+    head["patterns"] = ordered_json::array();
     for (const std::string &name : start.pattern_files)
         head["patterns"].push_back(
             {{"file", name}, {"sha256", sha256_of_file(work + "/patterns/" + name)}});
-    head["inputs"] = nlohmann::ordered_json::array();
+    head["inputs"] = ordered_json::array();
     std::vector<std::string> inputs = batch.inputs;
     for (const std::string &each : start.inputs) inputs.push_back(each);
     for (const std::string &each : inputs)
@@ -77,7 +77,7 @@ void write_manifest(const plan_options &options, const planned_batch &batch,
         longest = std::max(longest, line.size());
         list.add(line.data(), line.size());
     }
-    nlohmann::ordered_json head = head_of(options, batch, start, work);
+    ordered_json head = head_of(options, batch, start, work);
     head["blocks"] = blocks;
     head["line_bytes"] = longest + 2;
     head["count"] = batch.spectra.size();

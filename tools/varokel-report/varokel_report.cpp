@@ -128,7 +128,7 @@ static void add_nifti(const run_result &run, const std::string &stem,
     files.push_back({stem + "residual.nii.gz", image_of({&run.residual}, {}, "residual")});
     if (run.components.empty()) return;
     std::vector<const tools::complex_signal *> components;
-    nlohmann::ordered_json names = nlohmann::ordered_json::array();
+    tools::ordered_json names = tools::ordered_json::array();
     for (std::size_t k = 0; k < run.components.size(); ++k) {
         components.push_back(&run.components[k]);
         names.push_back(run.entries[k].name);
@@ -196,17 +196,17 @@ static void add_inputs(const std::vector<std::pair<std::string, std::string>> &p
 static int print_judgements(report_options options) {
     options.files.quality_before = options.files.hashes = false;
     const auto places = places_of(options);
-    nlohmann::ordered_json all = nlohmann::ordered_json::array();
+    tools::ordered_json all = tools::ordered_json::array();
     bool failed = false;
     for (const auto &place : places) {
         const run_result run = read_or_say_why(place, options, places.size() == 1);
         const tools::fit_judgement &judged = run.judgement;
         failed = failed || judged.status == tools::fit_status::not_fitted;
-        nlohmann::ordered_json one = {{"spectrum", run.name},
-                                      {"status", tools::status_text(judged.status)},
-                                      {"level", tools::level_text(judged.level())},
-                                      {"reason", judged.reason},
-                                      {"findings", nlohmann::ordered_json::array()}};
+        tools::ordered_json one = {{"spectrum", run.name},
+                                   {"status", tools::status_text(judged.status)},
+                                   {"level", tools::level_text(judged.level())},
+                                   {"reason", judged.reason},
+                                   {"findings", tools::ordered_json::array()}};
         for (const tools::finding &each : judged.findings)
             one["findings"].push_back({{"kind", tools::finding_text(each.kind)},
                                        {"level", tools::level_text(each.level)},

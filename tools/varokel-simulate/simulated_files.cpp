@@ -2,11 +2,10 @@
 // simulated_files.cpp -- simulated spectra as a spectrum, as FIDs, as NIfTI-MRS
 #include "varokel-simulate/simulated_files.h"
 
+#include "files/base/ordered_json.h"
 #include "files/base/tool_error.h"
 #include "files/nifti/write_nifti_mrs.h"
 #include "files/spectra/signal_file.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 
@@ -51,7 +50,7 @@ static std::string float32_file(const simulate_options &options, const simulated
 }
 
 static std::string json_of_float32(const simulate_options &options, const simulated_model &model) {
-    nlohmann::ordered_json about;
+    ordered_json about;
     about["n_points"] = model.points();
     about["n_spectra"] = options.count;
     about["dwell_time_s"] = model.dwell_time();

@@ -7,12 +7,11 @@
 // back, but for the noise.
 #include "varokel-simulate/simulated_model.h"
 
+#include "files/base/ordered_json.h"
 #include "files/base/tool_error.h"
 #include "files/problem/exact_fit.h"
 #include "files/start/read_start_file.h"
 #include "varokel-simulate/gaussian_noise.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <filesystem>
@@ -117,21 +116,21 @@ complex_signal simulated_model::with_noise(const simulated_noise &noise, std::si
 }
 
 std::string simulated_model::truth(const simulated_noise &noise, long long spectra) const {
-    nlohmann::ordered_json truth;
+    ordered_json truth;
     truth["points"] = file_.points;
     truth["hz_per_point"] = file_.hz_per_point;
     truth["phi_1_degrees"] = file_.phi_1;
     truth["noise_sd"] = noise.sd;
     truth["seed"] = noise.seed;
     if (spectra > 1) truth["spectra"] = spectra; // the seed rises by 1 from one to the next
-    truth["entries"] = nlohmann::ordered_json::array();
+    truth["entries"] = ordered_json::array();
     static const char *const type_names[] = {"?", "Gaussian", "Lorentzian", "Voigt", "pattern"};
     int number = 0;
     for (const start_entry &from : file_.entries) {
         const auto value = [&](int q) {
             return is_used(q, from.type) ? from.parameters[static_cast<std::size_t>(q)].value : 0.0;
         };
-        nlohmann::ordered_json entry;
+        ordered_json entry;
         entry["entry"] = ++number;
         entry["type"] = type_names[from.type];
         entry["area"] = value(area_of);

@@ -112,8 +112,9 @@ static tools::result_options reading() {
 }
 
 ordered_json fit_spectrum(const ordered_json &asked) {
-    const tools::folder_of_fit of = {asked.at("folder"), asked.at("name")};
-    const std::string peaks = asked.at("peaks");
+    const tools::folder_of_fit of = {asked.at("folder").get<std::string>(),
+                                     asked.at("name").get<std::string>()};
+    const std::string peaks = asked.at("peaks").get<std::string>();
     tools::start_maker maker(tools::read_peak_table(peaks),
                              {fs::path(peaks).parent_path().string()}, tools::fitted_by::engine);
     const tools::start_result made = tools::prepare_fit(of, maker, peaks);
@@ -145,8 +146,8 @@ ordered_json fit_spectrum(const ordered_json &asked) {
 }
 
 ordered_json report_fits(const ordered_json &asked) {
-    const std::vector<std::string> names = asked.at("names");
-    const std::string folder = asked.at("folder");
+    const std::vector<std::string> names = asked.at("names").get<std::vector<std::string>>();
+    const std::string folder = asked.at("folder").get<std::string>();
     tools::report_page page(names.size());
     ordered_json out = {{"results", tools::results_header()}, {"quality", tools::quality_header()}};
     std::string results = tools::results_header(), quality = tools::quality_header();

@@ -105,7 +105,7 @@ ordered_json import_files(const ordered_json &asked) {
     options.take("eddy", spectrum.eddy);
 
     if (const auto text = asked.find("table"); text != asked.end())
-        spectrum.reference_peak = reference_of(*text);
+        spectrum.reference_peak = reference_of(text->get<std::string>());
 
     const captured printed(std::cout), said(std::cerr);
     tools::import_spectra(input, spectrum);

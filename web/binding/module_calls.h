@@ -5,14 +5,14 @@
 // the same question is asked again.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <string>
 #include <vector>
 
 namespace web {
 
-using nlohmann::ordered_json;
+using tools::ordered_json;
 
 // Storage of arrays that the page reads. A name is given once a call.
 ordered_json array_for_page(const std::string &name, std::vector<double> values);

@@ -48,7 +48,7 @@ static std::string answer(const std::string &name, const std::string &asked) {
     } catch (const std::exception &error) {
         out = {{"error", error.what()}};
     }
-    return out.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+    return out.dump_valid();
 }
 
 } // namespace web

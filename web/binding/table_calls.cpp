@@ -24,7 +24,8 @@ current_model &current() {
 
 ordered_json open_spectrum(const ordered_json &asked) {
     current_model &now = current();
-    const std::string folder = asked.at("folder"), name = asked.at("name");
+    const std::string folder = asked.at("folder").get<std::string>(),
+                      name = asked.at("name").get<std::string>();
     const std::filesystem::path path = std::filesystem::path(folder) / name;
     const tools::metadata sidecar(path.string() + ".json");
     const tools::spectrum_facts facts = tools::facts_of_sidecar(sidecar);
@@ -133,12 +134,14 @@ static ordered_json entries_for_page(const current_model &now) {
     for (std::size_t k = 0; k < now.start.start.entries.size(); ++k) {
         const tools::start_entry &entry = now.start.start.entries[k];
         const std::size_t row = now.row_of[k];
+        ordered_json text_of_row = ordered_json::object();
+        for (const auto &[column, cell] : cells.at(row)) text_of_row[column] = cell;
         ordered_json one = {{"name", entry.name},
                             {"type", tools::type_name(entry.type)},
                             {"pattern", entry.type == tools::pattern_entry},
                             {"row", row},
                             {"line", now.table->rows[row].place.line},
-                            {"cells", cells.at(row)},
+                            {"cells", text_of_row},
                             {"of", ordered_json::object()}};
         for (int q = 0; q < tools::quantities; ++q)
             one["of"][columns[q]] = parameter_for_page(now, k, q);
@@ -151,8 +154,8 @@ ordered_json set_table(const ordered_json &asked) {
     current_model &now = current();
     now.model.reset();
     now.table.reset();
-    now.text = asked.at("text");
-    const std::string folder = asked.at("patterns");
+    now.text = asked.at("text").get<std::string>();
+    const std::string folder = asked.at("patterns").get<std::string>();
     if (now.spectrum.empty()) throw std::runtime_error("no spectrum is open");
     tools::peak_table table = tools::parse_peak_table(now.text, table_name);
     now.row_of = rows_of_entries(table);
@@ -191,8 +194,8 @@ static int quantity_named(const std::string &column) {
 static std::string number_for_cell(const ordered_json &asked) {
     const current_model &now = current();
     if (!now.table) throw std::runtime_error("the table has an error");
-    const std::size_t row = asked.at("row");
-    const int q = quantity_named(asked.at("column"));
+    const std::size_t row = asked.at("row").get<std::size_t>();
+    const int q = quantity_named(asked.at("column").get<std::string>());
     const tools::table_row &own = now.table->rows.at(row);
     const double hz = now.facts.hz_per_point;
     double value = asked.at("points").get<double>() / tools::points_of_unit(q, own.type, hz);
@@ -206,22 +209,26 @@ static std::string number_for_cell(const ordered_json &asked) {
 }
 
 ordered_json edit_table(const ordered_json &asked) {
-    const std::string what = asked.at("edit");
+    const std::string what = asked.at("edit").get<std::string>();
     const auto given = [&](const char *item) { return asked.at(item).get<std::string>(); };
     std::string text;
     if (what == "empty") {
         text = tools::empty_table(current().axis && current().axis->knows_ppm());
     } else if (what == "number") {
-        text = tools::with_cell(given("text"), asked.at("row"), given("column"),
+        text = tools::with_cell(given("text"), asked.at("row").get<std::size_t>(), given("column"),
                                 number_for_cell(asked));
     } else if (what == "cell") {
-        text = tools::with_cell(given("text"), asked.at("row"), given("column"), given("cell"));
+        text = tools::with_cell(given("text"), asked.at("row").get<std::size_t>(), given("column"),
+                                given("cell"));
     } else if (what == "row") {
-        text = tools::with_row(given("text"), asked.at("cells").get<tools::cells_by_column>());
+        tools::cells_by_column cells;
+        for (const auto &[column, cell] : asked.at("cells").items())
+            cells[column] = cell.get<std::string>();
+        text = tools::with_row(given("text"), cells);
     } else if (what == "without row") {
-        text = tools::without_row(given("text"), asked.at("row"));
+        text = tools::without_row(given("text"), asked.at("row").get<std::size_t>());
     } else if (what == "name") {
-        text = tools::with_name(given("text"), asked.at("row"), given("name"));
+        text = tools::with_name(given("text"), asked.at("row").get<std::size_t>(), given("name"));
     } else if (what == "key") {
         text = tools::with_key(given("text"), given("key"), given("value"));
     } else {

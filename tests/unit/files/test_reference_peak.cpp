@@ -171,7 +171,7 @@ TEST(reference_peak, the_sidecar_gets_the_axis_and_loses_the_guess) {
     add(spectrum, point_of(axis, 1.80), 200.0, 1.5);
     const reference_peak naa = {"NAA", 2.01, 0.3};
     const found_reference found = found_in(spectrum, naa, axis);
-    nlohmann::ordered_json items = {
+    tools::ordered_json items = {
         {"ppm_at_carrier", 4.65},
         {"guessed", {{{"item", "ppm_at_carrier"}, {"value", 4.65}, {"reason", "usual"}}}}};
     tools::set_reference_items(items, naa, found);
