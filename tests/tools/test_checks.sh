@@ -21,7 +21,8 @@ fresh_tree() {
     printf '#pragma once\n' | tee kernel/decay.h engine/optimum.h files/base/text_file.h files/spectra/metadata.h \
         files/results/run_result.h files/pages/report_page.h tools/common/command_line.h >tools/varokel-plot/plot_options.h
     printf '#include "kernel/decay.h"\n#include <vector>\n' >>engine/optimum.h
-    printf '#include "files/base/text_file.h"\n#include <nlohmann/json.hpp>\n' >>files/spectra/metadata.h
+    printf '#include "files/base/text_file.h"\n#include <vector>\n' >>files/spectra/metadata.h
+    printf '#include <nlohmann/json.hpp>\n' >files/base/json_library.cpp
     printf '#include "engine/optimum.h"\n#include "files/pages/report_page.h"\n#include "common/command_line.h"\n' >tools/varokel-fit/varokel_fit.cpp
 }
 # broken RULE FILE LINE TEXT: with LINE at the end of FILE the rule fails and says TEXT
@@ -66,6 +67,10 @@ broken includes kernel/decay.h '#include "run/types.h"' 'kernel/decay.h:2: kerne
 broken includes kernel/decay.h '#include <nlohmann/json.hpp>' 'kernel needs the standard library only'
 broken includes engine/optimum.h '#include "files/base/text_file.h"' 'comes behind an include in <>'
 broken includes engine/optimum.h '#include <CLI/CLI.hpp>' 'engine needs the standard library only'
+broken includes files/base/text_file.h '#include <nlohmann/json.hpp>' '<nlohmann/json.hpp> belongs behind a cover'
+broken includes files/base/text_file.h '#include <nlohmann/json_fwd.hpp>' 'belongs behind a cover'
+broken includes tools/varokel-fit/varokel_fit.cpp '#include <CLI/CLI.hpp>' '<CLI/CLI.hpp> belongs behind a cover'
+broken includes tools/common/command_line.h '#include <regex>' '<regex> in a header'
 broken includes run/types.h '#include "kernel/decay.h"' 'run_floor may not include kernel'
 broken includes kernel/decay.h '#include "kernel/none.h"' 'is not there'
 broken includes run/types.h '#include "engine/optimum.h"' 'run_floor may not include engine'

@@ -41,6 +41,9 @@ BEGIN {
     allowed["python"] = allowed["web"] = all_files " " numbers
     # known by name: the gradient ends by printing the fit quality
     exception["src/model/gradient.cpp src/report/fit_quality.h"] = 1
+    # known by name: these alone see the libraries whose headers take longer to compile than all else
+    sees["nlohmann/json.hpp"] = "files/base/json_library.cpp"
+    sees["CLI/CLI.hpp"] = "tools/common/command_line.cpp tools/common/completion.cpp tools/common/option_parser.cpp"
 }
 
 # Name of the layer of a file, which stands in the table.
@@ -90,6 +93,10 @@ FNR == 1 {
     angled = 1
     if (file ~ /^(kernel|engine)\// && $0 !~ /<([a-z_0-9]+|immintrin\.h|arm_neon\.h|stddef\.h)>/)
         complain(from " needs the standard library only")
+    library = $0; sub(/^[^<]*</, "", library); sub(/>.*/, "", library)
+    if (library ~ /^(nlohmann|CLI)\// && index(" " sees[library] " ", " " file " ") == 0)
+        complain("<" library "> belongs behind a cover of our own: ordered_json.h, option_parser.h")
+    if (library == "regex" && file ~ /\.h$/) complain("<regex> in a header is compiled everywhere")
     next
 }
 
