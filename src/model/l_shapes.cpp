@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // l_shapes.cpp -- curves of one model entry, generated in the time domain
 //
-// The equation of a line is line_decay's; docs/model.md, equations 1 to 6.
+// The equation of a line is that of kernel/line_decay.h; docs/model.md, equations 1 to 6.
 #include "model/l_shapes.h"
 
 #include "model/fft.h"
-#include "model/line_decay.h"
 #include "model/vector_lib.h"
 #include "run/storage.h"
 #include "run/types.h"
+
+#include "kernel/line_decay.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,9 +19,9 @@ static void line_curve(int ap, int td_ap_trunc, double A, double f, double g, do
                        double phi_1, double frscl, double *re, double *im) {
     Zero_Vector(ap, re);
     Zero_Vector(ap, im);
-    const kernel::decay curve =
-        line_decay({.area = A, .frequency = f * frscl, .gauss = g, .lorentz = L, .phase = phi0}, ap,
-                   phi_1, true);
+    const kernel::decay curve = kernel::line_decay(
+        {.area = A, .frequency = f * frscl, .gauss = g, .lorentz = L, .phase = phi0}, ap, phi_1,
+        true);
     // points 0 and 1 are never truncated
     kernel::add_decay(curve, 0, std::min(std::max(td_ap_trunc, 2), ap), re, im);
 }

@@ -9,8 +9,9 @@
 
 #include "model/fft_plan.h"
 #include "model/l_shapes.h"
-#include "model/line_decay.h"
 #include "run/storage.h"
+
+#include "kernel/line_decay.h"
 
 #include <algorithm>
 #include <utility>
@@ -85,12 +86,12 @@ bool model_sum::begin_with_kept(double factor) {
 // The curve of an entry with the widths g and L, times a complex factor.
 static kernel::decay decay_of(const curve_setting &s, const double *p, double g, double L,
                               double factor_re, double factor_im, bool half_band) {
-    kernel::decay curve = line_decay({.area = p[area_par],
-                                      .frequency = p[freq_par] * s.frscl,
-                                      .gauss = g,
-                                      .lorentz = L,
-                                      .phase = p[phase_par]},
-                                     s.ap, s.phi_1, half_band);
+    kernel::decay curve = kernel::line_decay({.area = p[area_par],
+                                              .frequency = p[freq_par] * s.frscl,
+                                              .gauss = g,
+                                              .lorentz = L,
+                                              .phase = p[phase_par]},
+                                             s.ap, s.phi_1, half_band);
     const double c = curve.re;
     const double q = curve.im;
     curve.re = c * factor_re - q * factor_im;

@@ -4,10 +4,12 @@
 
 #include "kernel/decay.h"
 
+namespace kernel {
+
 // A line of the centred spectrum.
 struct line_shape {
     double area;      // [signal]
-    double frequency; // [points], 0 = the first point; scaled by frscl already
+    double frequency; // [points], 0 = the first point
     double gauss;     // Gaussian width [points / 1.67]
     double lorentz;   // Lorentzian width [points]
     double phase;     // zero-order phase [degrees]
@@ -16,4 +18,6 @@ struct line_shape {
 // The line in the time domain, docs/model.md equations 1 to 4, for a delay of phi_1 degrees before
 // the first point. half_band turns it so that frequency counts from the first point of the centred
 // spectrum (never with a single point).
-kernel::decay line_decay(const line_shape &line, int points, double phi_1, bool half_band);
+decay line_decay(const line_shape &line, int points, double phi_1, bool half_band);
+
+} // namespace kernel

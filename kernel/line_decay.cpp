@@ -5,13 +5,15 @@
 // is the case L = 0, the Lorentzian the case g = 0. Time runs in units of the acquisition time,
 // t = (n + d)/N at point n, where d = phi_1/360 is the acquisition delay in points.
 // The added half band, omega = 2 pi (f + N/2), puts the line at point f of the centred spectrum.
-#include "model/line_decay.h"
+#include "kernel/line_decay.h"
 
 #include "kernel/elementary.h"
 
 #include <numbers>
 
-kernel::decay line_decay(const line_shape &line, int points, double phi_1, bool half_band) {
+namespace kernel {
+
+decay line_decay(const line_shape &line, int points, double phi_1, bool half_band) {
     using std::numbers::pi;
     const double N = points;
     const double d = phi_1 / 360.0;
@@ -19,7 +21,7 @@ kernel::decay line_decay(const line_shape &line, int points, double phi_1, bool 
     const double omega = 2.0 * pi * (line.frequency + half);
     // The delay's own phase is taken off at half weight. docs/quirks.md, Q23.
     const double psi = omega * d / N + pi * line.phase / 180.0 - pi * phi_1 / 360.0;
-    const kernel::complex_value turn = kernel::exp_i(psi);
+    const complex_value turn = exp_i(psi);
     return {.re = line.area * turn.re,
             .im = line.area * turn.im,
             .frequency = line.frequency,
@@ -29,3 +31,5 @@ kernel::decay line_decay(const line_shape &line, int points, double phi_1, bool 
             .points = points,
             .half_band = half_band && points > 1};
 }
+
+} // namespace kernel
