@@ -28,6 +28,8 @@ const char *varokel_status_text(int status) {
         return "the expression cannot be evaluated";
     case VAROKEL_NO_MEMORY:
         return "there is not enough memory";
+    case VAROKEL_STOPPED:
+        return "the progress function stopped the fit";
     case VAROKEL_FAILED:
         return "an error inside the library";
     default:
@@ -95,6 +97,19 @@ int varokel_options_set_expected_decrease(varokel_options *options, double decre
     return VAROKEL_OK;
 }
 
+int varokel_options_set_progress(varokel_options *options, varokel_progress progress, void *with) {
+    if (options == nullptr) return VAROKEL_BAD_ARGUMENT;
+    return guarded(nullptr, [&] {
+        if (progress == nullptr)
+            options->of.watch = nullptr;
+        else
+            options->of.watch = [progress, with](const engine::search_progress &now) {
+                return progress(with, now.searches, now.linearizations, now.sum_of_squares) == 0;
+            };
+        return VAROKEL_OK;
+    });
+}
+
 int varokel_options_add_start(varokel_options *options, const char *name, const double *values,
                               size_t count) {
     if (options == nullptr || values == nullptr || count % VAROKEL_QUANTITIES != 0)
@@ -146,7 +161,8 @@ int varokel_fit_find(const varokel_problem *problem, const varokel_options *opti
         engine::result<engine::optimum> found =
             engine::find_optimum(problem->of, workspace->of, taken);
         if (!found)
-            return refuse(failed, VAROKEL_BAD_PROBLEM, found.why().reason, found.why().entry);
+            return refuse(failed, found.why().stopped ? VAROKEL_STOPPED : VAROKEL_BAD_PROBLEM,
+                          found.why().reason, found.why().entry);
         engine::result<engine::model> of = engine::model::make(problem->of);
         if (!of) return refuse(failed, VAROKEL_BAD_PROBLEM, of.why().reason, of.why().entry);
         *fit = new varokel_fit{std::move(*of), std::move(*found), problem->names,

@@ -15,7 +15,9 @@ namespace {
 class trial_series {
   public:
     trial_series(const model &of, model_workspace &ws, const fit_options &options)
-        : of_(of), ws_(ws), options_(options), given_(of.starts()), pairs_(interchangeable(of)) {}
+        : of_(of), ws_(ws), options_(options), given_(of.starts()), pairs_(interchangeable(of)) {
+        search_.watch(options.watch);
+    }
 
     void run(const std::string &name, const std::vector<double> &start, double shift = 0.0);
     void run_broadened(const std::vector<double> &start, double shift);
@@ -26,6 +28,7 @@ class trial_series {
     void relocate(std::span<const double> given);
     // What the lowest is worth; linearizes there.
     verdict judge_lowest(std::span<const double> given);
+    bool stopped() const { return search_.stopped(); }
     bool any() const { return !ends_.empty(); }
     int count() const { return static_cast<int>(ends_.size()); }
     const minimum &lowest() const { return ends_[lowest_]; }
@@ -72,7 +75,7 @@ void trial_series::run_split(std::span<const double> given) {
         if (x.empty()) return;
         const std::size_t before = lowest_;
         run("split", x);
-        if (lowest_ == before) return;
+        if (lowest_ == before || stopped()) return;
     }
 }
 
@@ -89,9 +92,9 @@ void trial_series::relocate(std::span<const double> given) {
             std::vector<double> x = lowest().x;
             x[static_cast<std::size_t>(move.column)] = move.to;
             run("relocated " + std::to_string(of_.map().at(move.column).entry + 1), x);
-            if (lowest_ != before) break;
+            if (lowest_ != before || stopped()) break;
         }
-        if (lowest_ == before) return;
+        if (lowest_ == before || stopped()) return;
     }
 }
 
@@ -184,6 +187,7 @@ result<optimum> find_optimum(const model &of, model_workspace &ws, const fit_opt
     }
     if (trials.any()) trials.run_split(first);
     for (int made_up = 0; made_up < std::max(options.starts, options.most_starts); ++made_up) {
+        if (trials.stopped()) break;
         if (made_up >= options.starts && trials.any() &&
             !asks_for_more(of, trials.judge_lowest(first), trials.lowest(), first))
             break;
@@ -199,7 +203,8 @@ result<optimum> find_optimum(const model &of, model_workspace &ws, const fit_opt
             trials.run("perturbed " + std::to_string(number), perturbed(of, from, number));
         }
     }
-    if (trials.any()) trials.relocate(first);
+    if (trials.any() && !trials.stopped()) trials.relocate(first);
+    if (trials.stopped()) return failure{-1, "the fit was stopped", true};
     if (!trials.any()) return failure{-1, "the model is not finite where the fit begins"};
     return trials.report(first);
 }

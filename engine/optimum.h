@@ -24,6 +24,7 @@ struct fit_options {
     int most_starts = 6;
     std::vector<extra_start> extra;
     search_options search;
+    search_watch watch;
 };
 
 struct start_report {
@@ -53,7 +54,7 @@ struct optimum {
 // The lowest minimum that the starts lead to.
 //
 // Errors: what model::make refuses; more free parameters than fitted values; a model that is not
-//         finite where it begins.
+//         finite where it begins; a watch that says no.
 // Notes:
 //   1. A workspace serves one call at a time and keeps its storage for the next.
 //   2. The same problem gives the same bits, whatever was fitted before.

@@ -12,6 +12,7 @@ namespace engine {
 struct failure {
     int entry = -1;
     std::string reason;
+    bool stopped = false; // by what watches, and not refused
 };
 
 template <class T>

@@ -92,6 +92,12 @@ searcher::step_result searcher::bounded_step(const model &of, std::span<const do
     return {gain, positive};
 }
 
+bool searcher::goes_on(double sum_of_squares) {
+    done_.sum_of_squares = sum_of_squares;
+    if (!stopped_ && watch_) stopped_ = !watch_(done_);
+    return !stopped_;
+}
+
 minimum searcher::run(const model &of, model_workspace &ws, std::vector<double> start,
                       const search_options &options) {
     const int n = of.columns();
@@ -103,6 +109,8 @@ minimum searcher::run(const model &of, model_workspace &ws, std::vector<double> 
     std::vector<double> trial(at(n));
     out.sum_of_squares = ws.linearize(of, out.x);
     out.linearizations = 1;
+    ++done_.searches;
+    ++done_.linearizations;
     if (!std::isfinite(out.sum_of_squares)) return out;
     scale_.assign(at(n), 0.0);
     double damping = first_damping, growth = 2.0;
@@ -115,6 +123,7 @@ minimum searcher::run(const model &of, model_workspace &ws, std::vector<double> 
         return out;
     };
     for (;;) {
+        if (!goes_on(out.sum_of_squares)) return ended(search_end::stopped);
         const std::span<const double> products = ws.products();
         std::span<const double> curvature;
         if (curved) curvature = ws.curvature();
@@ -171,6 +180,7 @@ minimum searcher::run(const model &of, model_workspace &ws, std::vector<double> 
         out.x = trial;
         out.sum_of_squares = ws.linearize(of, out.x, curved);
         ++out.linearizations;
+        ++done_.linearizations;
     }
 }
 

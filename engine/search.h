@@ -6,6 +6,7 @@
 
 #include "kernel/ranked_cholesky.h"
 
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -20,8 +21,18 @@ enum class search_end {
     at_minimum,  // no step is expected to gain more than that
     at_rounding, // steps are too small for the numbers of a double to move
     limit,       // of linearizations
+    stopped,     // by what watches
     not_finite   // the model is not, where the search began
 };
+
+// Where a fit is, before each step of its searches.
+struct search_progress {
+    int searches = 0;            // begun, this one among them
+    int linearizations = 0;      // of all of them
+    double sum_of_squares = 0.0; // of the residual, of this one [noise_sd^2]
+};
+// Sees that and says whether the fit goes on. It changes nothing of one that does.
+typedef std::function<bool(const search_progress &)> search_watch;
 
 struct minimum {
     search_end end = search_end::not_finite;
@@ -48,8 +59,12 @@ class searcher {
   public:
     minimum run(const model &of, model_workspace &ws, std::vector<double> start,
                 const search_options &options);
+    // Of all runs from now on; empty: nobody watches. Once it says no, later runs end at once, too.
+    void watch(search_watch by) { watch_ = std::move(by); }
+    bool stopped() const { return stopped_; }
 
   private:
+    bool goes_on(double sum_of_squares);
     struct step_result {
         double predicted; // decrease of the sum of squares by the step
         bool positive;    // whether the matrix was positive definite
@@ -64,6 +79,9 @@ class searcher {
     std::vector<int> chosen_;
     std::vector<signed char> pressed_; // columns held at an edge by the gradient
     std::vector<signed char> reached_; // columns that the step would carry over an edge
+    search_watch watch_;
+    search_progress done_;
+    bool stopped_ = false;
 };
 
 } // namespace engine

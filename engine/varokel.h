@@ -50,7 +50,8 @@ enum varokel_status {
     VAROKEL_BAD_PROBLEM = 2,    /* what no fit can have; the message says what, and which entry */
     VAROKEL_BAD_EXPRESSION = 3, /* of varokel_fit_derive */
     VAROKEL_NO_MEMORY = 4,
-    VAROKEL_FAILED = 5 /* anything else */
+    VAROKEL_FAILED = 5, /* anything else */
+    VAROKEL_STOPPED = 6 /* by a progress function */
 };
 
 enum varokel_line { VAROKEL_GAUSSIAN = 1, VAROKEL_LORENTZIAN, VAROKEL_VOIGT, VAROKEL_PATTERN };
@@ -191,6 +192,18 @@ int varokel_options_set_expected_decrease(varokel_options *options, double decre
  */
 int varokel_options_add_start(varokel_options *options, const char *name, const double *values,
                               size_t count);
+
+/* A function that is called before each step of each search of a fit, in the thread of
+ * varokel_fit_find; NULL: none. It may call whatever does not use the workspace of that fit.
+ *   searches        begun so far, this one among them; how many there will be, the verdicts decide
+ *   linearizations  of all of them
+ *   sum_of_squares  of the residual of this one, in units of the noise variance; smaller where data
+ *                   and model are broadened for a rough search
+ *
+ * Returns 0 to go on; anything else ends the fit with VAROKEL_STOPPED and without a result. */
+typedef int (*varokel_progress)(void *with, int searches, int linearizations,
+                                double sum_of_squares);
+int varokel_options_set_progress(varokel_options *options, varokel_progress progress, void *with);
 
 /* ---- fit --------------------------------------------------------------------------------------
  */

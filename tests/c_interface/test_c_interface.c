@@ -191,6 +191,60 @@ static void windows_starts_and_verdicts(void) {
     varokel_workspace_destroy(w);
 }
 
+/* What a progress function saw, and after how many calls it says stop (0: never). */
+struct seen {
+    int calls, searches, linearizations, stop_after;
+    double lowest;
+};
+
+static int watch(void *with, int searches, int linearizations, double sum_of_squares) {
+    struct seen *all = (struct seen *)with;
+    CHECK(searches >= all->searches && linearizations > all->linearizations - 1);
+    ++all->calls;
+    all->searches = searches;
+    all->linearizations = linearizations;
+    if (all->calls == 1 || sum_of_squares < all->lowest) all->lowest = sum_of_squares;
+    return all->stop_after != 0 && all->calls >= all->stop_after;
+}
+
+static void progress_is_told_and_stops(void) {
+    struct seen all = {0, 0, 0, 0, 0.0}, cut = {0, 0, 0, 2, 0.0};
+    double plain[2][5], watched[2][5];
+    varokel_problem *p = two_lines();
+    varokel_options *options = NULL;
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+    CHECK(varokel_options_create(&options) == VAROKEL_OK);
+    CHECK(varokel_options_set_starts(options, 4, 6) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_values(fit, &plain[0][0], 10) == VAROKEL_OK);
+    varokel_fit_destroy(fit);
+    CHECK(varokel_options_set_progress(NULL, watch, &all) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_options_set_progress(options, watch, &all) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_values(fit, &watched[0][0], 10) == VAROKEL_OK);
+    CHECK(memcmp(plain, watched, sizeof plain) == 0); /* it changes nothing */
+    CHECK(all.searches >= 4 && all.calls > all.searches);
+    CHECK(all.lowest < varokel_fit_sum_of_squares(fit) + 1e-3);
+    varokel_fit_destroy(fit);
+
+    fit = NULL;
+    CHECK(varokel_options_set_progress(options, watch, &cut) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_STOPPED);
+    CHECK(fit == NULL && cut.calls == 2); /* it is not asked again */
+    CHECK(strstr(varokel_workspace_message(w), "stopped") != NULL);
+    CHECK(strcmp(varokel_status_text(VAROKEL_STOPPED), varokel_status_text(VAROKEL_FAILED)) != 0);
+    CHECK(varokel_options_set_progress(options, NULL, NULL) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_values(fit, &watched[0][0], 10) == VAROKEL_OK);
+    CHECK(memcmp(plain, watched, sizeof plain) == 0); /* nor does a fit that was stopped */
+    varokel_fit_destroy(fit);
+    varokel_options_destroy(options);
+    varokel_problem_destroy(p);
+    varokel_workspace_destroy(w);
+}
+
 static void intervals_and_channels(void) {
     static double other[2 * N];
     double values[2][2][5], errors[2][5];
@@ -264,6 +318,7 @@ int main(void) {
     values_errors_and_curves();
     settings_of_a_problem();
     windows_starts_and_verdicts();
+    progress_is_told_and_stops();
     intervals_and_channels();
     the_same_bits_from_every_thread();
     printf("%d failures\n", failures);
