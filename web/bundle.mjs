@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // bundle.mjs -- one HTML file of module, page and example
 //
-//   node bundle.mjs SOURCE_TREE MODULE.js MODULE.wasm OUTPUT.html
+//   node bundle.mjs SOURCE_TREE MODULES OUTPUT.html
+//
+// MODULES is a folder with varokel_module.js and .wasm, and plain_module.js and .wasm, which are the
+// same without vector instructions.
 //
 // The modules of page/ are joined in the order in which they need each other; their names are all
 // different, so that "import" and "export" can be left out. The policy of the page names style and
@@ -56,7 +59,7 @@ const EXAMPLE = ["examples/p31_brain/p31_brain.fid.f32", "examples/p31_brain/p31
 const sha = (text) => `'sha256-${createHash("sha256").update(text).digest("base64")}'`;
 const block = (id, type, text) => `<script type="${type}" id="${id}">${text}</script>\n`;
 
-export function page_text(tree, glue, wasm) {
+export function page_text(tree, glue, wasm, plain_wasm) {
   const folder = join(tree, "web", "page");
   const script = `"use strict";\n${glue}\n(() => {\n${joined_modules(folder)}\nrun_page(make_varokel);\n})();\n`;
   if (/<\/script/i.test(script)) throw new Error("the script ends its own element");
@@ -71,11 +74,15 @@ export function page_text(tree, glue, wasm) {
     `<title>varokel workbench</title>\n<style>${style}</style>\n</head>\n<body>\n` +
     readFileSync(join(folder, "page.html"), "utf8") +
     block("module", "application/gzip", gzipSync(wasm, { level: 9 }).toString("base64")) +
+    block("plain-module", "application/gzip", gzipSync(plain_wasm, { level: 9 }).toString("base64")) +
     block("example-files", "application/json", JSON.stringify(example)) +
     `<script>${script}</script>\n</body>\n</html>\n`;
 }
 
 if (process.argv[1] === new URL(import.meta.url).pathname) {
-  const [, , tree, glue, wasm, output] = process.argv;
-  writeFileSync(output, page_text(tree, readFileSync(glue, "utf8"), readFileSync(wasm)));
+  const [, , tree, modules, output] = process.argv;
+  const glue = (name) => readFileSync(join(modules, `${name}_module.js`), "utf8").replaceAll(`${name}_module`, "module");
+  if (glue("varokel") !== glue("plain")) throw new Error("the modules are called in different ways");
+  const wasm = ["varokel", "plain"].map((name) => readFileSync(join(modules, `${name}_module.wasm`)));
+  writeFileSync(output, page_text(tree, glue("varokel"), ...wasm));
 }
