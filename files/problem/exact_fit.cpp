@@ -101,6 +101,7 @@ exact_find find_exactly(const start_file &start, const engine::fit_problem &prob
                         const exact_options &options) {
     engine::fit_options how;
     how.starts = options.starts;
+    how.watch = options.watch;
     if (options.search) how.extra.push_back({"search", values_in_points(*options.search)});
     engine::result<engine::optimum> found = engine::find_optimum(of, workspace, how);
     if (!found) throw tool_error(bad_input, refusal_text(start, found.why()));

@@ -43,6 +43,7 @@ struct optimum_record {
 struct exact_options {
     int starts = 0;                   // beside those that the verdict asks for
     std::optional<start_file> search; // the end of the fitter's search
+    engine::search_watch watch;       // one that says no ends the fit by an error
 };
 
 struct exact_result {

@@ -9,11 +9,10 @@ import { copyFileSync, existsSync, mkdirSync, mkdtempSync, readdirSync, readFile
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import test from "node:test";
-import { run_task } from "../../web/page/tasks.js";
-import { file_of, module_of_build, tree } from "./start.mjs";
+import { file_of, fit_spectra, import_files, module_file, module_of_build, tree } from "./start.mjs";
 
 const programs = process.env.PROGRAMS;
-const client = await module_of_build();
+const with_vectors = await module_of_build(), plain = await module_of_build("plain");
 const run = (program, words, folder) => execFileSync(join(programs, program), words, { cwd: folder, encoding: "utf8", stdio: ["ignore", "pipe", "pipe"] });
 
 // Files of an example in a folder of their own: measured ones with the table, and where the example
@@ -34,12 +33,12 @@ function prepared(name) {
   return { folder, input };
 }
 
-async function page_fit(folder, input) {
+async function page_fit(folder, input, client = with_vectors) {
   const names = readdirSync(folder).filter((file) => file.startsWith(input.split(".")[0]) && /\.(f32|json)$/.test(file));
-  const { spectra } = await run_task(client, { kind: "import", files: names.map((name) => file_of(join(folder, name))), inputs: [input], options: {} }, () => {});
+  const { spectra } = await import_files(client, { files: names.map((name) => file_of(join(folder, name))), inputs: [input] });
   const patterns = readdirSync(folder).filter((name) => /\.pat$|^creatine\.bin$/.test(name)).map((name) => file_of(join(folder, name)));
   const text = readFileSync(join(folder, "peaks.txt"), "utf8");
-  const { fits, report } = await run_task(client, { kind: "fit", spectra, text, patterns, report: true }, () => {});
+  const { fits, report } = await fit_spectra(client, { spectra, text, patterns, report: true });
   return { spectra, fit: fits[0], report };
 }
 
@@ -60,6 +59,8 @@ for (const name of examples) {
     assert.equal(fit.files["result.par"], theirs("result.par"));
     assert.equal(report.results, theirs("results.tsv"));
     assert.equal(report.quality, theirs("quality.tsv"));
+    const again = (await page_fit(folder, input, plain)).fit;
+    assert.equal(again.files["optimum.json"], theirs("optimum.json"), "without vectors");
     assert.ok(JSON.parse(theirs("optimum.json")).values_in_points.length > 0);
   });
 }
@@ -71,11 +72,17 @@ test("a series and its single spectra have the same bits", async () => {
   const text = run("varokel-start", ["--from", join(tree, "examples/single_line/start.par")], folder);
   writeFileSync(join(folder, "peaks.txt"), text);
   run("varokel-fit", ["in/series.nii", "peaks.txt", "-o", "run", "--method", "exact", "--no-report"], folder);
-  const { spectra } = await run_task(client, { kind: "import", files: [file_of(join(folder, "in/series.nii"))], inputs: ["series.nii"], options: {} }, () => {});
+  const { spectra } = await import_files(with_vectors, { files: [file_of(join(folder, "in/series.nii"))], inputs: ["series.nii"] });
   assert.equal(spectra.length, 6);
   const seen = [];
-  const { fits, report } = await run_task(client, { kind: "fit", spectra, text, patterns: [], report: true }, (done, of) => seen.push([done, of]));
+  const { fits, report } = await fit_spectra(with_vectors, { spectra, text, report: true }, (done, of) => seen.push([done, of]));
   assert.deepEqual(seen.at(-1), [6, 6]);
   assert.equal(report.results, readFileSync(join(folder, "run/results.tsv"), "utf8"));
   for (const fit of fits) assert.equal(fit.files["optimum.json"], readFileSync(join(folder, "run", fit.name, "optimum.json"), "utf8"));
+});
+
+test("the plain module has no vector instruction, the other has", () => {
+  const text = (which) => execFileSync("wasm-dis", [module_file(which)], { encoding: "latin1", maxBuffer: 2 ** 29 });
+  assert.doesNotMatch(text("plain"), /v128|f64x2/);
+  assert.match(text("varokel"), /f64x2\.mul/);
 });

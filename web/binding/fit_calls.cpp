@@ -11,6 +11,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace web {
@@ -34,38 +35,59 @@ static ordered_json parameter_for_page(const tools::run_result &run,
             {"free", own.state == tools::parameter_state::free}};
 }
 
+static const tools::fitted_parameter &parameter_of(const tools::fitted_entry &entry, int q) {
+    const tools::fitted_parameter *const all[] = {&entry.area, &entry.frequency, &entry.gauss_width,
+                                                  &entry.phase, &entry.lorentz_width};
+    return *all[q];
+}
+
 static ordered_json entries_for_page(const tools::run_result &run) {
     ordered_json out = ordered_json::array();
-    for (const tools::fitted_entry &entry : run.entries)
-        out.push_back({{"name", entry.name},
-                       {"type", tools::type_text(entry.type)},
-                       {"ppm", number_for_page(entry.ppm)},
-                       {"ppm_error", number_for_page(0.5 * entry.ppm_2sd)},
-                       {"hz", number_for_page(entry.hz_from_carrier)},
-                       {"snr", number_for_page(entry.snr)},
-                       {"area", parameter_for_page(run, entry.area, true)},
-                       {"frequency", parameter_for_page(run, entry.frequency, false)},
-                       {"gauss", parameter_for_page(run, entry.gauss_width, false)},
-                       {"phase", parameter_for_page(run, entry.phase, false)},
-                       {"lorentz", parameter_for_page(run, entry.lorentz_width, false)}});
+    for (const tools::fitted_entry &entry : run.entries) {
+        ordered_json one = {{"name", entry.name},
+                            {"type", tools::type_text(entry.type)},
+                            {"ppm", number_for_page(entry.ppm)},
+                            {"ppm_error", number_for_page(0.5 * entry.ppm_2sd)},
+                            {"hz", number_for_page(entry.hz_from_carrier)},
+                            {"snr", number_for_page(entry.snr)}};
+        for (int q = 0; q < engine::quantities; ++q)
+            one[quantity_names[q]] = parameter_for_page(run, parameter_of(entry, q), q == 0);
+        out.push_back(std::move(one));
+    }
     return out;
 }
 
-// Of the areas of two entries; null where one of them has no error.
+// Pairs of free parameters by how much they hang on one another; what follows another by a link is
+// not known apart from it, and left out.
 static ordered_json correlations_of(const tools::run_result &run) {
-    ordered_json out = ordered_json::array();
-    const std::size_t n = run.entries.size();
-    if (!run.control.has_covariance) return out;
-    const auto covariance = [&](std::size_t a, std::size_t b) {
-        return run.control.covariance_of(a, engine::area, b, engine::area);
+    static constexpr double least = 0.7; // a pair that is less is not told
+    struct parameter {
+        std::size_t entry;
+        engine::quantity of;
+        double variance;
     };
-    for (std::size_t a = 0; a < n; ++a) {
-        ordered_json row = ordered_json::array();
-        for (std::size_t b = 0; b < n; ++b)
-            row.push_back(
-                number_for_page(covariance(a, b) / std::sqrt(covariance(a, a) * covariance(b, b))));
-        out.push_back(std::move(row));
-    }
+    ordered_json out = ordered_json::array();
+    if (!run.control.has_covariance) return out;
+    const auto covariance = [&](const parameter &a, const parameter &b) {
+        return run.control.covariance_of(a.entry, a.of, b.entry, b.of);
+    };
+    std::vector<parameter> free;
+    for (std::size_t k = 0; k < run.entries.size(); ++k)
+        for (int q = 0; q < engine::quantities; ++q) {
+            if (parameter_of(run.entries[k], q).state != tools::parameter_state::free) continue;
+            parameter own = {k, static_cast<engine::quantity>(q), 0.0};
+            own.variance = covariance(own, own);
+            if (own.variance > 0.0 && std::isfinite(own.variance)) free.push_back(own);
+        }
+    for (std::size_t i = 0; i < free.size(); ++i)
+        for (std::size_t j = i + 1; j < free.size(); ++j) {
+            const double value =
+                covariance(free[i], free[j]) / std::sqrt(free[i].variance * free[j].variance);
+            if (!(std::fabs(value) >= least)) continue;
+            out.push_back({{"entries", {free[i].entry, free[j].entry}},
+                           {"of", {quantity_names[free[i].of], quantity_names[free[j].of]}},
+                           {"value", value}});
+        }
     return out;
 }
 
@@ -120,6 +142,11 @@ ordered_json fit_spectrum(const ordered_json &asked) {
     const tools::start_result made = tools::prepare_fit(of, maker, peaks);
     tools::exact_options options;
     options.starts = asked.value("starts", 0);
+    // to be stopped, the page ends the worker
+    options.watch = [](const engine::search_progress &now) {
+        say_progress(now.searches, now.linearizations);
+        return true;
+    };
     static engine::model_workspace workspace;
     tools::finish_fit(of, made.start, options, workspace);
     const tools::run_result run = tools::read_run(of.folder, of.name, reading());
@@ -145,10 +172,16 @@ ordered_json fit_spectrum(const ordered_json &asked) {
     return out;
 }
 
+ordered_json table_heads(const ordered_json &) {
+    return {{"results", tools::results_header()}, {"quality", tools::quality_header()}};
+}
+
 ordered_json report_fits(const ordered_json &asked) {
     const std::vector<std::string> names = asked.at("names").get<std::vector<std::string>>();
     const std::string folder = asked.at("folder").get<std::string>();
-    tools::report_page page(names.size());
+    const bool with_page = asked.value("page", true);
+    std::optional<tools::report_page> page;
+    if (with_page) page.emplace(names.size());
     ordered_json out = {{"results", tools::results_header()}, {"quality", tools::quality_header()}};
     std::string results = tools::results_header(), quality = tools::quality_header();
     for (const std::string &name : names) {
@@ -163,15 +196,15 @@ ordered_json report_fits(const ordered_json &asked) {
             tools::judge_run(reported.run);
         }
         reported.run.provenance.push_back({"fitted by", "varokel.html " VAROKEL_VERSION});
-        page.add(reported);
+        if (with_page) page->add(reported);
         results += tools::results_rows(reported.run);
         quality += tools::quality_row(reported.run);
-        if (names.size() == 1 && reported.run.fitted)
+        if (with_page && names.size() == 1 && reported.run.fitted)
             out["picture"] = tools::report_picture(reported.run);
     }
     out["results"] = results;
     out["quality"] = quality;
-    out["report"] = page.text();
+    if (with_page) out["report"] = page->text();
     return out;
 }
 

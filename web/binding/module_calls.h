@@ -14,11 +14,17 @@ namespace web {
 
 using tools::ordered_json;
 
+// The parameters of an entry, in the engine's order.
+inline constexpr const char *quantity_names[] = {"area", "frequency", "gauss", "phase", "lorentz"};
+
 // Storage of arrays that the page reads. A name is given once a call.
 ordered_json array_for_page(const std::string &name, std::vector<double> values);
 
 // A number for JSON, which has no infinity and no "not a number": null instead.
 ordered_json number_for_page(double value);
+
+// Tells the page how far a call is: how much is done, and of how much (0: not known).
+void say_progress(double done, double of);
 
 // {input, folder, format, json, points, voxel, index, average, ... as varokel-import has them}
 // -> {names, said}
@@ -42,7 +48,11 @@ ordered_json show_curves(const ordered_json &asked);
 // {folder, name, peaks, starts} -> values, errors, verdict, files
 ordered_json fit_spectrum(const ordered_json &asked);
 
-// {folder, names}: tables and page of the fits there -> {results, quality, report, picture}
+// -> {results, quality}: the first rows of both tables
+ordered_json table_heads(const ordered_json &asked);
+
+// {folder, names, page}: tables, and unless page is false the page, of the fits there
+// -> {results, quality, report, picture}
 ordered_json report_fits(const ordered_json &asked);
 
 } // namespace web

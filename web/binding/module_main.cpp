@@ -21,6 +21,14 @@ ordered_json array_for_page(const std::string &name, std::vector<double> values)
     return {{"at", reinterpret_cast<std::uintptr_t>(kept.data())}, {"length", kept.size()}};
 }
 
+EM_JS(void, tell_page, (double done, double of), {
+    if (Module["progress"]) Module["progress"](done, of);
+});
+
+void say_progress(double done, double of) {
+    tell_page(done, of);
+}
+
 ordered_json number_for_page(double value) {
     return std::isfinite(value) ? ordered_json(value) : ordered_json(nullptr);
 }
@@ -34,7 +42,7 @@ typedef ordered_json (*question)(const ordered_json &asked);
 static const std::map<std::string, question> questions = {
     {"version", version},  {"import", import_files}, {"spectrum", open_spectrum},
     {"table", set_table},  {"edit", edit_table},     {"curves", show_curves},
-    {"fit", fit_spectrum}, {"report", report_fits},
+    {"fit", fit_spectrum}, {"heads", table_heads},   {"report", report_fits},
 };
 
 static std::string answer(const std::string &name, const std::string &asked) {

@@ -6,6 +6,7 @@
 #include "files/base/own_files.h"
 
 #include "files/base/tool_error.h"
+#include "web/binding/module_calls.h"
 
 #include <fstream>
 #include <utility>
@@ -21,7 +22,10 @@ void owned_path::remove() noexcept {}
 void owned_path::release() noexcept {}
 
 part_file::part_file(std::string name, std::string what_now)
-    : name_(std::move(name)), what_now_(std::move(what_now)) {}
+    : name_(std::move(name)), what_now_(std::move(what_now)) {
+    static double made = 0.0;
+    if (name_.ends_with(".bin")) web::say_progress(++made, 0.0);
+}
 
 void part_file::refuse(int) const {
     throw tool_error(bad_output, name_ + ": cannot be written; is the storage full?" + what_now_);

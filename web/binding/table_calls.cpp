@@ -9,13 +9,12 @@
 #include "files/start/show_start.h"
 #include "files/start/table_edit.h"
 
+#include <cmath>
 #include <filesystem>
 
 namespace web {
 
 using tools::start_parameter;
-
-static const char *const columns[] = {"area", "frequency", "gauss", "phase", "lorentz"};
 
 current_model &current() {
     static current_model one;
@@ -123,8 +122,11 @@ static ordered_json parameter_for_page(const current_model &now, std::size_t k, 
         if (now.axis->knows_ppm() && !shift)
             out["ppm"] = number_for_page(now.axis->ppm_of(own.value));
     }
-    if (own.window)
-        out["window_points"] = {own.window->first * to_points, own.window->second * to_points};
+    const auto edge = [&](double value) {
+        return std::fabs(value) < tools::no_edge ? ordered_json(value * to_points)
+                                                 : ordered_json(nullptr);
+    };
+    if (own.window) out["window_points"] = {edge(own.window->first), edge(own.window->second)};
     return out;
 }
 
@@ -144,7 +146,7 @@ static ordered_json entries_for_page(const current_model &now) {
                             {"cells", text_of_row},
                             {"of", ordered_json::object()}};
         for (int q = 0; q < tools::quantities; ++q)
-            one["of"][columns[q]] = parameter_for_page(now, k, q);
+            one["of"][quantity_names[q]] = parameter_for_page(now, k, q);
         out.push_back(std::move(one));
     }
     return out;
@@ -186,7 +188,7 @@ ordered_json set_table(const ordered_json &asked) {
 
 static int quantity_named(const std::string &column) {
     for (int q = 0; q < tools::quantities; ++q)
-        if (column == columns[q]) return q;
+        if (column == quantity_names[q]) return q;
     throw std::runtime_error("no such column: " + column);
 }
 
@@ -202,7 +204,7 @@ static std::string number_for_cell(const ordered_json &asked) {
     if (q == tools::gauss_of || q == tools::lorentz_of) value *= tools::width_unit(q, own.type, hz);
     const std::vector<tools::cells_by_column> cells =
         tools::cells_of_table(asked.at("text").get<std::string>());
-    const auto before = cells.at(row).find(columns[q]);
+    const auto before = cells.at(row).find(quantity_names[q]);
     return tools::number_cell(
         *now.table, row, q, value, *now.axis, before == cells.at(row).end() ? "-" : before->second,
         asked.value("exact", false) ? tools::cell_digits::all : tools::cell_digits::by_hand);

@@ -1,27 +1,33 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // app.js -- the page: what buttons, keys and hands do with the bench
 import { Bench } from "./bench.js";
-import { by_id, element } from "./dom.js";
+import { by_id } from "./dom.js";
 import { sort_files } from "./files.js";
 import { Hands } from "./hands.js";
 import { LinesPane } from "./lines_pane.js";
 import { ResultPane } from "./result_pane.js";
-import { option_fields, options_of_fields, SavePane } from "./save_pane.js";
+import { SavePane } from "./save_pane.js";
+import { option_fields, show_choice, show_facts } from "./file_pane.js";
 import { Screen } from "./screen.js";
 import { SpectrumMap } from "./map.js";
 import { erase, restore, save } from "./autosave.js";
+import { repacked, spectra_of } from "./spectra.js";
+import { LongWork } from "./work.js";
 import { Tour } from "./tour.js";
 import { hand_acts, TABS, wire_buttons } from "./wiring.js";
 
 const MOST_BYTES = 2 ** 28;
 const MOST_TEXT = 2 ** 22;
+const MOST_AT_REST = 2 ** 25; // bytes of spectra after which the worker's storage is given back
+const PART = 32; // spectra that go to the worker at once
+const MOST_WITH_FILES = 256; // fits of a series whose own files are kept
 
 // The row that sets the ppm axis of what is imported; "" without one.
 const reference_row = (text) => /^\s*reference\s*:.*$/im.exec(text ?? "")?.[0].trim() ?? "";
 
 export class App {
   constructor(client, runner, example, storage) {
-    this.runner = runner;
+    this.work = new LongWork(runner, (text) => this.say(text), () => this.show_buttons());
     this.example = example;
     this.storage = storage;
     this.bench = new Bench(client);
@@ -35,11 +41,14 @@ export class App {
     this.options = {};
     this.said = [];
     this.adding = false;
-    this.busy = false;
     this.bench.on((what) => this.changed(what));
     this.wire();
+    this.show_buttons();
     this.restore();
   }
+
+  get busy() { return this.work.busy; }
+  get runner() { return this.work.runner; }
 
   // ---- words ----
 
@@ -58,34 +67,6 @@ export class App {
   }
   need_spectrum() {
     if (!this.bench.spectrum) throw new Error("Open a measured file first, or the example.");
-  }
-
-  // ---- long work ----
-
-  // moved: storage that goes to the worker and is not kept here.
-  async work(task, words, moved = []) {
-    if (this.busy) throw new Error("Something is at work already; wait for it, or cancel it.");
-    this.busy = true;
-    const begin = performance.now();
-    const bar = by_id("progress");
-    bar.removeAttribute("value");
-    bar.hidden = by_id("cancel").hidden = false;
-    this.say(`${words}…`);
-    this.show_buttons();
-    try {
-      const value = await this.runner.run(task, (done, of) => {
-        if (of > 1) {
-          bar.value = done / of;
-          this.say(`${words}: ${done} of ${of}`);
-        }
-      }, moved);
-      this.say(`${words}: done in ${((performance.now() - begin) / 1000).toFixed(1)} s.`);
-      return value;
-    } finally {
-      this.busy = false;
-      bar.hidden = by_id("cancel").hidden = true;
-      this.show_buttons();
-    }
   }
 
   // ---- files ----
@@ -116,7 +97,7 @@ export class App {
     const read = async () => {
       const whole = await Promise.all(files.map(async (file) => ({ name: file.name, bytes: await file.read() })));
       const wanted = inputs.filter((name) => name !== this.options.reference);
-      return this.work({ kind: "import", files: whole, inputs: wanted, options: this.options, table }, "Reading", whole.map((file) => file.bytes));
+      return this.work.run({ kind: "import", files: whole, inputs: wanted, options: this.options, table }, "Reading", { moved: whole.map((file) => file.bytes) });
     };
     let made;
     try {
@@ -126,17 +107,20 @@ export class App {
       this.options = { ...this.options, index: ["all"] }; // a series: all of it
       made = await read();
     }
+    if (made.packed.pool.length > MOST_AT_REST) this.runner.rest();
     this.files = files;
     this.inputs = inputs;
     this.axis_of = reference_row(table);
     this.said = made.said;
     this.result.series = null;
     by_id("eye-reset").click();
-    this.bench.put_spectra(made.spectra);
-    this.say(`${made.spectra.length === 1 ? made.spectra[0].name : `${made.spectra.length} spectra`} read` +
-      `${made.said.length ? `; ${made.said.length} remarks stand under File` : ""}.`);
+    const spectra = spectra_of(made.packed);
+    this.bench.put_spectra(spectra);
+    this.say(`${spectra.length === 1 ? spectra[0].name : `${spectra.length} spectra`} read` +
+      `${made.said.length ? `; what was said about it stands under File` : ""}.`);
   }
   open_spectrum(i, fit = null) {
+    if (!this.bench.spectra[i]) throw new Error(`There are spectra 0 to ${this.bench.spectra.length - 1}.`);
     this.bench.open(i);
     if (fit?.optimum && !this.bench.error) this.bench.take_fit(fit);
   }
@@ -179,7 +163,7 @@ export class App {
   async fit() {
     this.can_fit();
     const text = this.bench.text, spectrum = this.bench.spectrum;
-    const { fits } = await this.work(this.bench.fit_job(), "Fitting");
+    const { fits } = await this.work.run(this.bench.fit_job(), "Fitting");
     if (text !== this.bench.text || spectrum !== this.bench.spectrum) {
       this.say("The table changed while the fit ran; its result is dropped.");
       return;
@@ -188,20 +172,46 @@ export class App {
     this.tab("result");
     if (fits[0].error) this.say(fits[0].error, true);
   }
+  series_job() {
+    const { bench } = this;
+    return { ...bench.fit_job(), spectra: bench.spectra.map((each) => each.copy), slim: bench.spectra.length > MOST_WITH_FILES };
+  }
+  // A series goes to the worker by and by: no copy of all of it, and none that blocks.
+  series_parts() {
+    const { bench } = this, job = { ...bench.fit_job(), slim: bench.spectra.length > MOST_WITH_FILES };
+    const { spectra } = bench;
+    let first = 0;
+    return () => {
+      if (first >= spectra.length) return null;
+      const part = spectra.slice(first, first += PART).map((each) => each.copy);
+      return { ...job, spectra: part };
+    };
+  }
+  // Cancelled, it keeps the fits that are done.
   async fit_all() {
     this.can_fit();
-    const { fits } = await this.work({ ...this.bench.fit_job(), spectra: this.bench.spectra }, "Fitting");
-    this.result.take_series(fits);
-    const own = fits[this.bench.current];
-    if (own?.optimum) this.bench.take_fit(own);
-    this.bench.tell("fit");
-    this.tab("result");
+    const { bench } = this;
+    const { spectra, text } = bench;
+    const fits = spectra.map((each) => ({ name: each.name, error: "not fitted: the work was cancelled" }));
+    let done = 0;
+    try {
+      await this.work.run_parts(this.series_parts(), spectra.length, "Fitting", { each: (fit, i) => { fits[i] = fit; ++done; } });
+    } finally {
+      if (done > 0 && bench.spectra === spectra) {
+        this.result.take_series(fits, text);
+        const own = fits[bench.current];
+        if (own.optimum && text === bench.text) bench.take_fit(own);
+        bench.tell("fit");
+        this.tab("result");
+      }
+    }
   }
 
   // ---- what is shown ----
 
   changed(what) {
     if (what === "spectrum") {
+      by_id("readout").textContent = "";
       this.screen.take_spectrum();
       this.show_spectrum();
     }
@@ -216,18 +226,10 @@ export class App {
     this.screen.redraw();
   }
   show_spectrum() {
-    const { bench } = this;
-    by_id("pick").hidden = bench.spectra.length < 2;
-    by_id("spectrum").replaceChildren(...bench.spectra.map((each, i) => element("option", { value: i, selected: i === bench.current }, each.name)));
-    by_id("unit").replaceChildren(...this.screen.units().map((unit) => element("option", { selected: unit === this.screen.unit }, unit)));
-    const side = bench.about.sidecar;
-    const facts = [["Points", `${side.points}, ${Number(side.hz_per_point.toPrecision(6))} Hz each`],
-      ["Nucleus", [side.nucleus, side.spectrometer_mhz && `${side.spectrometer_mhz} MHz`].filter(Boolean).join(", ")],
-      ["Measured as", side.source?.format], ["Noise window", side.noise_window && `points ${side.noise_window.first} to ${side.noise_window.stop - 1}, ${side.noise_window.chosen_by ?? side.noise_window.how ?? ""}`]];
-    by_id("about").replaceChildren(element("h2", {}, bench.spectrum.name),
-      ...facts.filter(([, text]) => text).map(([name, text]) => element("p", { class: "fact" }, element("strong", {}, `${name}: `), text)),
-      element("ul", { class: "said" }, ...(side.guessed ?? []).map((each) => element("li", {}, `guessed ${each.item}: ${each.value} (${each.reason})`)),
-        ...(side.warnings ?? []).map((text) => element("li", { class: "warning" }, text)), ...this.said.map((text) => element("li", { class: "warning" }, text))));
+    const { bench, screen } = this;
+    this.listed = show_choice(bench, this.listed);
+    by_id("unit").replaceChildren(...screen.units().map((unit) => new Option(unit, unit, false, unit === screen.unit)));
+    show_facts(bench, this.said);
     option_fields(this.options);
     this.saving.show(this.options);
   }
@@ -245,18 +247,23 @@ export class App {
     this.lines.show();
   }
   show_map() {
-    const { series } = this.result;
-    const values = series?.fits.map((fit) => (fit.fitted ? fit.entries[series.entry]?.area.value ?? null : null)) ?? null;
-    const name = series ? this.result.names()[series.entry] : null;
-    this.map.show(this.bench.spectra, this.bench.current, values, name ? `Area of ${name}` : null);
+    const mapped = this.result.map_values();
+    const is_of_these = mapped?.values.length === this.bench.spectra.length;
+    this.map.show(this.bench.spectra, this.bench.current, is_of_these ? mapped.values : null, is_of_these ? mapped.title : null);
   }
+  // What cannot do anything yet looks so.
   show_buttons() {
     const { bench } = this;
+    const have = { spectrum: Boolean(bench.spectrum), fit: Boolean(bench.fit?.files), fits: Boolean(bench.fit?.files || this.result.series_of(bench.text)),
+      lines: bench.entries.length > 0 && !bench.error };
+    for (const node of document.querySelectorAll("[data-needs]")) node.disabled = !have[node.dataset.needs];
     by_id("undo").disabled = !bench.history.can_undo;
     by_id("redo").disabled = !bench.history.can_redo;
     by_id("fit").disabled = this.busy || !bench.spectrum;
     by_id("fit-all").disabled = this.busy || bench.spectra.length < 2;
+    for (const id of ["open", "example", "tour", "import-again"]) by_id(id).disabled = this.busy || (id === "import-again" && this.files.length === 0);
     by_id("mode-add").setAttribute("aria-pressed", String(this.adding));
+    by_id("empty").hidden = Boolean(bench.spectrum);
   }
   tab(name) {
     for (const each of TABS) {
@@ -297,7 +304,7 @@ export class App {
     this.guard(() => {
       this.options = kept.options ?? {};
       this.bench.patterns = kept.patterns;
-      this.bench.put_spectra(kept.spectra);
+      this.bench.put_spectra(spectra_of(repacked(kept.spectra)));
       this.bench.open(Math.max(0, Math.min(kept.current, kept.spectra.length - 1)));
       this.bench.set_text(kept.text);
       this.say("The work that was kept in this browser is back. Take away → Erase removes it.");

@@ -3,6 +3,7 @@
 
 const KEY = "varokel workbench";
 const FORM = 1;
+const MOST_BYTES_KEPT = 2 ** 22; // browsers give a page 5 or 10 MB of text
 
 export function text_of_bytes(bytes) {
   let text = "";
@@ -11,7 +12,7 @@ export function text_of_bytes(bytes) {
 }
 export const bytes_of_text = (text) => Uint8Array.from(atob(text), (c) => c.charCodeAt(0));
 
-const to_keep = (spectrum) => ({ ...spectrum, bin: text_of_bytes(spectrum.bin), reference: spectrum.reference && text_of_bytes(spectrum.reference) });
+const to_keep = ({ name, input, json, bin, reference }) => ({ name, input, json, bin: text_of_bytes(bin), reference: reference && text_of_bytes(reference) });
 const from_kept = (spectrum) => ({ ...spectrum, bin: bytes_of_text(spectrum.bin), reference: spectrum.reference && bytes_of_text(spectrum.reference) });
 
 // Of a page: {text, spectra, current, patterns, options, inputs}.
@@ -20,6 +21,9 @@ export function save(storage, state) {
   const put = (spectra, current) => storage.setItem(KEY, JSON.stringify({ form: FORM, ...state, current,
     spectra: spectra.map(to_keep), patterns: state.patterns.map((each) => ({ name: each.name, bytes: text_of_bytes(each.bytes) })) }));
   try {
+    // what cannot fit is not even made into text
+    const bytes = state.spectra[0]?.packed.pool.length ?? 0;
+    if (bytes > MOST_BYTES_KEPT) throw new Error("too much");
     put(state.spectra, state.current);
     return "";
   } catch { /* too much for the storage: this spectrum alone */ }

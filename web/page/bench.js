@@ -49,7 +49,8 @@ export class Bench {
     const path = `${folder}/${spectrum.name}`;
     this.client.write(`${path}.bin`, spectrum.bin.slice());
     this.client.write(`${path}.json`, new TextEncoder().encode(spectrum.json));
-    if (spectrum.reference) this.client.write(`${path}.bin.ref`, spectrum.reference.slice());
+    const { reference } = spectrum;
+    if (reference) this.client.write(`${path}.bin.ref`, reference.slice());
     for (const pattern of this.patterns) this.client.write(`${folder}/${pattern.name}`, pattern.bytes.slice());
     const about = this.client.ask("spectrum", { folder, name: spectrum.name });
     about.hz = this.client.array(about.hz);
@@ -195,7 +196,7 @@ export class Bench {
     this.fit_is_shown = false;
   }
   fit_job(report = false, starts = 0) {
-    return { kind: "fit", spectra: [this.spectrum], text: this.text, patterns: this.patterns, starts, report };
+    return { kind: "fit", spectra: [this.spectrum.copy], text: this.text, patterns: this.patterns, starts, report };
   }
   take_fit(fit) {
     this.fit = fit;

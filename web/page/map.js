@@ -4,21 +4,25 @@ import { by_id, element, number_text } from "./dom.js";
 
 // Place of a spectrum: {x, y, z} of a voxel, or its number in a series.
 export function place_of(spectrum, i) {
-  const source = JSON.parse(spectrum.json).source ?? {};
-  return Array.isArray(source.voxel) ? { x: source.voxel[0], y: source.voxel[1], z: source.voxel[2] } : { x: i, y: 0, z: 0 };
+  const { voxel } = spectrum;
+  return voxel ? { x: voxel[0], y: voxel[1], z: voxel[2] } : { x: i, y: 0, z: 0 };
 }
 
-// {columns, slices: [{z, rows: [[index or -1]]}]}; a long series is broken into rows.
-export function arrange(spectra, most = 24) {
+// {columns, slices: [{z, rows: [[index or -1]]}]}; a long series is broken into rows, and a very long one
+// into slices.
+export function arrange(spectra, most = 24, most_rows = 40) {
   const places = spectra.map(place_of);
-  const is_grid = places.some((place) => place.y > 0 || place.z > 0) || spectra.some((each) => Array.isArray((JSON.parse(each.json).source ?? {}).voxel));
+  const is_grid = places.some((place) => place.y > 0 || place.z > 0) || spectra.some((each) => each.voxel);
   if (!is_grid) {
     const rows = [];
     for (let i = 0; i < spectra.length; i += most)
       rows.push(Array.from({ length: Math.min(most, spectra.length) }, (_, k) => (i + k < spectra.length ? i + k : -1)));
-    return { columns: Math.min(most, spectra.length), grid: false, slices: [{ z: 0, rows }] };
+    const slices = [];
+    for (let i = 0; i < rows.length; i += most_rows) slices.push({ z: slices.length, rows: rows.slice(i, i + most_rows) });
+    return { columns: Math.min(most, spectra.length), grid: false, slices };
   }
-  const columns = Math.max(...places.map((place) => place.x)) + 1, tall = Math.max(...places.map((place) => place.y)) + 1;
+  const size = (axis) => places.reduce((most_of, place) => Math.max(most_of, place[axis] + 1), 1);
+  const columns = size("x"), tall = size("y");
   const slices = new Map();
   places.forEach((place, i) => {
     if (!slices.has(place.z)) slices.set(place.z, Array.from({ length: tall }, () => Array(columns).fill(-1)));
@@ -39,19 +43,30 @@ export class SpectrumMap {
   constructor(pick) {
     this.pick = pick;
     this.slice = 0;
+    this.spectra = this.shown = null; // what the buttons show
+    this.buttons = [];
   }
   show(spectra, current, values, title) {
     by_id("map-box").hidden = spectra.length < 2;
     if (spectra.length < 2) return;
-    const { columns, slices, grid } = arrange(spectra);
-    this.slice = Math.min(this.slice, slices.length - 1);
+    if (this.spectra !== spectra) this.arranged = arrange(spectra);
+    const { columns, slices, grid } = this.arranged;
     by_id("map-title").textContent = title ?? (grid ? "Voxels" : "Spectra of the series");
-    by_id("map-tools").replaceChildren(...(slices.length > 1 ? [element("label", {}, "Slice ", element("input", {
+    const now = JSON.stringify([this.slice, values]);
+    if (this.spectra === spectra && this.shown === now) {
+      for (const [i, button] of this.buttons) button.setAttribute("aria-current", String(i === current));
+      return;
+    }
+    this.spectra = spectra;
+    this.slice = Math.min(this.slice, slices.length - 1);
+    this.shown = JSON.stringify([this.slice, values]);
+    by_id("map-tools").replaceChildren(...(slices.length > 1 ? [element("label", {}, grid ? "Slice " : "Part ", element("input", {
       type: "number", min: 0, max: slices.length - 1, value: this.slice,
-      onchange: (event) => { this.slice = Math.min(Math.max(0, Number(event.target.value)), slices.length - 1); this.show(spectra, current, values, title); },
+      onchange: (event) => { this.slice = Math.min(Math.max(0, Number(event.target.value)), slices.length - 1); this.show(this.spectra, current, values, title); },
     }))] : []));
-    const highest = values ? Math.max(...values.filter((value) => value !== null && Number.isFinite(value)), 1e-300) : 1;
+    const highest = (values ?? []).reduce((most, value) => (value > most ? value : most), 1e-300);
     by_id("map").style.gridTemplateColumns = `repeat(${columns}, minmax(0, 1fr))`;
+    this.buttons = [];
     const cells = slices[this.slice].rows.flat().map((i) => {
       if (i < 0) return element("span", { role: "presentation" });
       const value = values?.[i] ?? null;
@@ -61,6 +76,7 @@ export class SpectrumMap {
         button.style.background = heat(value / highest);
         button.style.color = value / highest > 0.6 ? "#000" : "#fff";
       }
+      this.buttons.push([i, button]);
       return button;
     });
     by_id("map").replaceChildren(...cells);

@@ -34,6 +34,14 @@ export class ModuleClient {
   write(file, content) { this.module.FS.writeFile(file, content, { canOwn: true }); }
   read(file) { return this.module.FS.readFile(file); }
   has(file) { return this.module.FS.analyzePath(file).exists; }
+  size(file) { return this.has(file) ? this.module.FS.stat(file).size : 0; }
+  // Its content, once; null when there is none.
+  take(file) {
+    if (!this.has(file)) return null;
+    const content = this.read(file);
+    this.module.FS.unlink(file);
+    return content;
+  }
   list(folder) { return this.module.FS.readdir(folder).filter((name) => name !== "." && name !== ".."); }
 
   remove_folder(folder) {

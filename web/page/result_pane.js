@@ -2,7 +2,11 @@
 // result_pane.js -- values with errors, verdict, correlations; a series as table and map
 import { by_id, element, number_text, with_error } from "./dom.js";
 
-const HIGH = 0.7; // correlations that are listed
+const MOST_PAIRS = 40; // correlations that are listed
+const MOST_ROWS = 400; // spectra that are listed
+const OF_ENTRY = { area: "area", frequency: "frequency", gauss: "Gaussian width", phase: "phase", lorentz: "Lorentzian width" };
+
+const MAPPED = { area: "area", percent: "error of the area in %", position: "position", quality: "quality" };
 
 const cell = (text, kind = "") => element("td", { class: kind }, text);
 const head = (...words) => element("tr", {}, ...words.map((word) => element("th", { scope: "col" }, word)));
@@ -39,16 +43,21 @@ export class ResultPane {
       element("button", { "aria-pressed": String(shown), onclick: () => app.guard(() => bench.show_fit(!shown)) }, shown ? "Optimum is shown" : "Start is shown"));
     return [this.verdict(fit), buttons, this.values(fit), this.moved(fit), this.correlations(fit), this.starts(fit)].filter(Boolean);
   }
+  // Columns that no entry uses are left out.
   values(fit) {
-    const rows = fit.entries.map((entry) => element("tr", {},
-      element("th", { scope: "row" }, entry.name),
-      cell(with_error(entry.area.value, entry.area.error), entry.area.percent > 50 ? "red" : entry.area.percent > 20 ? "amber" : ""),
-      cell(entry.ppm === null ? with_error(entry.frequency.value, entry.frequency.error) : with_error(entry.ppm, entry.ppm_error)),
-      cell(entry.lorentz.used ? with_error(entry.lorentz.value, entry.lorentz.error) : "–"),
-      cell(entry.gauss.used ? with_error(entry.gauss.value, entry.gauss.error) : "–"),
-      cell(with_error(entry.phase.value, entry.phase.error)), cell(number_text(entry.snr, 3))));
-    return element("div", { class: "wide" }, element("table", { id: "values" },
-      element("thead", {}, head("", "area", "ppm", "Lorentz Hz", "Gauss Hz", "phase °", "SNR")), element("tbody", {}, ...rows)));
+    const knows_ppm = fit.entries.some((entry) => entry.ppm !== null);
+    const columns = [
+      ["area", (entry) => [with_error(entry.area.value, entry.area.error), entry.area.percent > 50 ? "red" : entry.area.percent > 20 ? "amber" : ""]],
+      [knows_ppm ? "ppm" : "Hz", (entry) => [entry.ppm === null ? with_error(entry.hz, entry.frequency.error) : with_error(entry.ppm, entry.ppm_error)]],
+      ...["lorentz", "gauss"].filter((name) => fit.entries.some((entry) => entry[name].used)).map((name) =>
+        [`${name} Hz`, (entry) => [entry[name].used ? with_error(entry[name].value, entry[name].error) : "–"]]),
+      ["phase °", (entry) => [with_error(entry.phase.value, entry.phase.error)]],
+      ["SNR", (entry) => [number_text(entry.snr, 3)]],
+    ];
+    const rows = fit.entries.map((entry) => element("tr", {}, element("th", { scope: "row" }, entry.name),
+      ...columns.map(([, text]) => cell(...text(entry)))));
+    return element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Values with errors" }, element("table", { id: "values" },
+      element("thead", {}, head("", ...columns.map(([name]) => name))), element("tbody", {}, ...rows)));
   }
   // What the optimum moved, of what is free.
   moved(fit) {
@@ -62,15 +71,14 @@ export class ResultPane {
     return element("details", {}, element("summary", {}, "What moved since the start"), element("table", {},
       element("thead", {}, head("", "frequency", "area")), element("tbody", {}, ...rows)));
   }
+  // Of all parameters that are free; what follows another by a link is no pair with it.
   correlations(fit) {
-    const pairs = [];
-    fit.correlations.forEach((row, a) => row.forEach((value, b) => {
-      if (b > a && value !== null && Math.abs(value) >= HIGH) pairs.push({ a, b, value });
-    }));
-    pairs.sort((x, y) => Math.abs(y.value) - Math.abs(x.value));
-    const name = (k) => fit.entries[k].name;
-    return element("details", { open: pairs.length > 0 }, element("summary", {}, `Correlated areas (${pairs.length} of ${HIGH} or more)`),
-      element("ul", { class: "said" }, ...pairs.map(({ a, b, value }) => element("li", {}, `${name(a)}, ${name(b)}: ${value.toFixed(2)}`))));
+    const pairs = [...fit.correlations].sort((x, y) => Math.abs(y.value) - Math.abs(x.value));
+    const name = (pair, i) => `${OF_ENTRY[pair.of[i]]} of ${fit.entries[pair.entries[i]].name}`;
+    const items = pairs.slice(0, MOST_PAIRS).map((pair) => element("li", {}, `${name(pair, 0)}, ${name(pair, 1)}: ${pair.value.toFixed(2)}`));
+    if (pairs.length > MOST_PAIRS) items.push(element("li", {}, `and ${pairs.length - MOST_PAIRS} more`));
+    return element("details", { id: "correlations", open: pairs.length > 0 }, element("summary", {}, `Correlations of free parameters (${pairs.length} of 0.7 or more)`),
+      element("ul", { class: "said" }, ...items));
   }
   starts(fit) {
     return element("details", {}, element("summary", {}, `Starts (${fit.optimum.starts.length})`), element("ul", { class: "said" },
@@ -79,24 +87,38 @@ export class ResultPane {
 
   // ---- a series or a grid ----
 
-  take_series(fits) {
-    this.series = { fits, entry: 0 };
+  // text: of the table that was fitted
+  take_series(fits, text) {
+    this.series = { fits, text, entry: 0, of: "area" };
+  }
+  // The series, when it is of this table.
+  series_of(text) { return this.series?.text === text ? this.series : null; }
+  // What the map shows: a number of each spectrum, and its name.
+  map_values() {
+    if (!this.series) return null;
+    const { fits, entry, of } = this.series;
+    const value = (fit) => (of === "quality" ? fit.quality : of === "area" ? fit.entries[entry]?.area.value : of === "percent" ? fit.entries[entry]?.area.percent : fit.entries[entry]?.ppm ?? fit.entries[entry]?.hz);
+    const name = this.names()[entry] ?? "";
+    return { values: fits.map((fit) => (fit.fitted ? value(fit) ?? null : null)), title: of === "quality" ? "Quality" : `${MAPPED[of]} of ${name}` };
   }
   names() { return this.series.fits.find((fit) => fit.fitted)?.entries.map((entry) => entry.name) ?? []; }
   all() {
-    const { fits } = this.series;
+    const { fits, text } = this.series;
     const names = this.names();
     const failed = fits.filter((fit) => !fit.fitted).length;
-    const choose = element("select", { "aria-label": "Area that the map shows", onchange: (event) => {
-      this.series.entry = Number(event.target.value);
+    const choose = (label, options, now, act) => element("label", {}, `${label} `, element("select", { "aria-label": label, onchange: (event) => {
+      act(event.target.value);
       this.app.show_map();
-    } }, ...names.map((name, k) => element("option", { value: k, selected: k === this.series.entry }, name)));
-    const rows = fits.map((fit, i) => element("tr", {},
-      element("th", { scope: "row" }, element("button", { onclick: () => this.app.guard(() => this.app.open_spectrum(i, fit)) }, fit.name)),
+    } }, ...options.map(([value, word]) => element("option", { value, selected: String(value) === String(now) }, word))));
+    const rows = fits.slice(0, MOST_ROWS).map((fit, i) => element("tr", {},
+      element("th", { scope: "row" }, element("button", { onclick: () => this.app.guard(() => this.app.open_spectrum(i, text === this.bench.text ? fit : null)) }, fit.name)),
       cell(fit.fitted ? fit.optimum?.verdict ?? "" : "not fitted", fit.fitted ? "" : "red"), cell(number_text(fit.quality, 3)),
-      ...(fit.fitted ? fit.entries.map((entry) => cell(with_error(entry.area.value, entry.area.error))) : [element("td", { colspan: names.length, class: "wrap" }, fit.error ?? fit.why_not)])));
+      ...(fit.fitted ? fit.entries.map((entry) => cell(with_error(entry.area.value, entry.area.error))) : [element("td", { colspan: Math.max(1, names.length), class: "wrap" }, fit.error ?? fit.why_not)])));
     return [element("h2", {}, `${fits.length} spectra${failed ? `, ${failed} not fitted` : ""}`),
-      element("div", { class: "row" }, element("label", {}, "Map of ", choose)),
-      element("div", { class: "wide" }, element("table", { id: "series" }, element("thead", {}, head("", "verdict", "quality", ...names)), element("tbody", {}, ...rows)))];
+      ...(text === this.bench.text ? [] : [element("p", { class: "help" }, "The table has changed since these were fitted.")]),
+      ...(fits.length > MOST_ROWS ? [element("p", { class: "help" }, `The first ${MOST_ROWS} are listed; results.tsv has all.`)] : []),
+      element("div", { class: "row" }, choose("Map of", Object.entries(MAPPED), this.series.of, (of) => { this.series.of = of; }),
+        choose("entry", names.map((name, k) => [k, name]), this.series.entry, (k) => { this.series.entry = Number(k); })),
+      element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Results of all spectra" }, element("table", { id: "series" }, element("thead", {}, head("", "verdict", "quality", ...names)), element("tbody", {}, ...rows)))];
   }
 }

@@ -3,6 +3,8 @@
 //
 // A task takes everything that it needs and keeps nothing, so a worker may be ended at any time.
 
+import { pack_spectra } from "./spectra.js";
+
 const GZIP = [0x1f, 0x8b];
 
 // File name without folders; one that would lead elsewhere is none.
@@ -33,20 +35,35 @@ async function unpacked(file) {
   return { name: plain_name(file.name).replace(/\.gz$/i, ""), bytes: whole };
 }
 
-// {files: [{name, bytes}], inputs: [name], options, table} -> {spectra, said}; the table may name a
-// line that sets the ppm axis
+const SOON = 60; // milliseconds between two words about progress
+
+// Hands on what a call of the module tells, not more often than can be read.
+function listen(client, tell) {
+  let last = 0;
+  client.module.progress = (done, of) => {
+    if (performance.now() - last < SOON) return;
+    last = performance.now();
+    tell(done, of);
+  };
+}
+
+// {files: [{name, bytes}], inputs: [name], options, table} -> {packed, said}, packed as spectra.js
+// has it; the table may name a line that sets the ppm axis
 async function import_task(client, task, progress) {
   const folder = client.new_folder();
   const renamed = new Map();
   for (const file of task.files) {
     const plain = await unpacked(file);
+    file.bytes = null;
     renamed.set(file.name, plain.name);
     client.write(`${folder}/${plain.name}`, plain.bytes);
   }
-  const spectra = [], said = [];
+  const made_files = [], said = [], outs = [];
   for (const [i, input] of task.inputs.entries()) {
     progress(i, task.inputs.length);
+    listen(client, (done) => progress(i, task.inputs.length, { spectra: made_files.length + done }));
     const out = client.new_folder();
+    outs.push(out);
     const options = { ...task.options };
     if (options.reference) options.reference = `${folder}/${renamed.get(options.reference) ?? options.reference}`;
     const about = { ...options, input: `${folder}/${renamed.get(input)}`, folder: out };
@@ -54,18 +71,14 @@ async function import_task(client, task, progress) {
     const made = client.ask("import", about);
     said.push(...made.said.map((text) => text.replaceAll(`${folder}/`, "").replaceAll(`${out}/`, "")));
     for (const name of made.names) {
-      const reference = `${out}/${name}.bin.ref`;
-      spectra.push({
-        name, input,
-        bin: client.read(`${out}/${name}.bin`),
-        json: new TextDecoder().decode(client.read(`${out}/${name}.json`)),
-        reference: client.has(reference) ? client.read(reference) : null,
-      });
+      const files = [`${out}/${name}.bin`, `${out}/${name}.json`, `${out}/${name}.bin.ref`];
+      made_files.push({ name, input, bytes: files.map((file) => client.size(file)), read: () => files.map((file) => client.take(file)) });
     }
-    client.remove_folder(out);
   }
   client.remove_folder(folder);
-  return { spectra, said };
+  const packed = pack_spectra(made_files);
+  for (const out of outs) client.remove_folder(out);
+  return { packed, said };
 }
 
 function put_spectrum(client, folder, spectrum) {
@@ -82,30 +95,45 @@ export function table_folder(client, text, patterns) {
   return folder;
 }
 
-// {spectra, text, patterns, starts, report} -> {fits: [{name, ...} or {name, error}], report}
+// {spectra, text, patterns, starts, report, slim}
+//   -> {fits: [{name, ...} or {name, error}], report}; slim leaves out what files a fit has.
+// Every fit is told when it is there: what is cancelled has those before.
 async function fit_task(client, task, progress) {
+  const { spectra } = task;
   const peaks = table_folder(client, task.text, task.patterns);
   const all = client.new_folder();
-  const alone = task.spectra.length === 1;
+  const alone = spectra.length === 1;
   const fits = [];
-  for (const [i, spectrum] of task.spectra.entries()) {
+  for (const [i, spectrum] of spectra.entries()) {
     const folder = alone ? all : `${all}/${spectrum.name}`;
     if (!alone) client.module.FS.mkdir(folder);
     put_spectrum(client, folder, spectrum);
+    listen(client, (searches, linearizations) => progress(i, spectra.length, { searches, linearizations }));
+    let fit;
     try {
-      fits.push({ name: spectrum.name, ...client.ask("fit",
-        { folder, name: spectrum.name, peaks: `${peaks}/peaks.txt`, starts: task.starts ?? 0 }) });
+      fit = { name: spectrum.name, ...client.ask("fit", { folder, name: spectrum.name, peaks: `${peaks}/peaks.txt`, starts: task.starts ?? 0 }) };
+      if (task.slim) delete fit.files;
     } catch (error) {
       const text = error.message.replaceAll(`${peaks}/`, "").replaceAll(`${folder}/`, "");
-      fits.push({ name: spectrum.name, error: text });
+      fit = { name: spectrum.name, error: text, ...rows_of_none(client, folder, spectrum.name) };
     }
-    progress(i + 1, task.spectra.length);
+    fits.push(fit);
+    if (!alone && !task.report) client.remove_folder(folder);
+    progress(i + 1, spectra.length, alone ? {} : { fit });
   }
-  const report = task.report
-    ? client.ask("report", { folder: all, names: task.spectra.map((each) => each.name) }) : null;
+  client.module.progress = null;
+  const report = task.report ? client.ask("report", { folder: all, names: spectra.map((each) => each.name) }) : null;
   client.remove_folder(all);
   client.remove_folder(peaks);
-  return { fits, report };
+  // of many, each was told when it was there
+  return { fits: alone ? fits : null, report };
+}
+
+// The rows of both tables for a spectrum that could not be fitted.
+function rows_of_none(client, folder, name) {
+  const { results, quality } = client.ask("report", { folder, names: [name], page: false });
+  const body = (table) => table.slice(table.indexOf("\n") + 1);
+  return { results: body(results), quality_row: body(quality) };
 }
 
 const KINDS = { import: import_task, fit: fit_task };

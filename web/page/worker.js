@@ -13,12 +13,13 @@ export function serve_tasks(scope, make) {
     }
     const answer = { number: data.number };
     try {
-      const progress = (done, of) => scope.postMessage({ number: data.number, done, of });
+      const progress = (done, of, more = {}) => scope.postMessage({ number: data.number, done, of, more });
       answer.value = await run_task(await client, data.task, progress);
     } catch (error) {
       answer.error = error.message ?? String(error);
     }
-    scope.postMessage(answer);
+    const pool = answer.value?.packed?.pool;
+    scope.postMessage(answer, pool ? [pool.buffer] : []);
   };
 }
 
@@ -44,7 +45,7 @@ export class TaskRunner {
     const task = this.waiting.get(data.number);
     if (!task) return;
     if (data.done !== undefined) {
-      task.progress(data.done, data.of);
+      task.progress(data.done, data.of, data.more);
       return;
     }
     this.waiting.delete(data.number);
@@ -63,6 +64,12 @@ export class TaskRunner {
     this.worker = null;
     for (const task of this.waiting.values()) task.reject(error);
     this.waiting.clear();
+  }
+  // Gives back its storage, which grows and never shrinks, when there is nothing to do.
+  rest() {
+    if (this.waiting.size > 0) return;
+    this.worker?.terminate();
+    this.worker = null;
   }
   cancel() { this.end(new Error("cancelled")); }
 }

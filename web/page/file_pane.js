@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// file_pane.js -- which spectrum is shown, what is known of it, and how it was imported
+import { by_id, element } from "./dom.js";
+
+const MOST_LISTED = 400; // spectra, above which they are chosen by number
+
+const OPTIONS = [
+  ["format", "Format", "nifti, raw, jmrui, sdat, rda, text or float32"], ["points", "Points of one FID", "where the file does not say", "number"],
+  ["dwell_time", "Dwell time [s]", "", "number"], ["bandwidth", "Spectral width [Hz]", "one over the dwell time", "number"],
+  ["mhz", "Frequency [MHz]", "of the spectrometer", "number"], ["ppm_at_carrier", "ppm at the carrier", "", "number"],
+  ["nucleus", "Nucleus", "such as 31P"], ["axis", "ppm along the points", "rising or falling"],
+  ["begin_time", "First point at [s]", "delay of the first point", "number"], ["noise", "Noise window", "FIRST:LAST, points of the spectrum"],
+  ["phase", "Phase of the FID", "degrees, or auto"], ["resize", "Length", "points, cut or fill; empty: fill"],
+  ["voxel", "Voxel", "x,y,z from 0; empty: all"], ["index", "Index", "[DIM=]I, blanks between", "list"],
+  ["average", "Average over", "dimensions such as DIM_DYN", "list"], ["reference", "Reference line", "name of an opened file"],
+];
+
+export function option_fields(options) {
+  by_id("option-fields").replaceChildren(...OPTIONS.map(([name, label, hint]) => element("label", { title: hint }, label,
+    element("input", { "data-option": name, value: Array.isArray(options[name]) ? options[name].join(" ") : options[name] ?? "", placeholder: hint }))),
+  element("label", {}, "Conjugate", element("input", { type: "checkbox", "data-option": "conjugate", checked: Boolean(options.conjugate) })));
+}
+// What the fields say. A number that is none is refused.
+export function options_of_fields() {
+  const options = {};
+  for (const input of document.querySelectorAll("#option-fields input")) {
+    const name = input.dataset.option, text = input.value.trim();
+    if (input.type === "checkbox") {
+      if (input.checked) options[name] = true;
+      continue;
+    }
+    if (text === "") continue;
+    const [, label, , kind] = OPTIONS.find((each) => each[0] === name);
+    if (kind === "number") {
+      if (!Number.isFinite(Number(text))) throw new Error(`${label}: found "${text}"; expected a number`);
+      options[name] = Number(text);
+    } else options[name] = kind === "list" ? text.split(/\s+/) : text;
+  }
+  return options;
+}
+
+// The list of spectra, made anew only when they are others.
+export function show_choice(bench, listed) {
+  const { spectra, current } = bench;
+  by_id("pick").hidden = spectra.length < 2;
+  const many = spectra.length > MOST_LISTED;
+  by_id("spectrum").hidden = many;
+  by_id("spectrum-number").hidden = !many;
+  if (many) {
+    Object.assign(by_id("spectrum-number"), { min: 0, max: spectra.length - 1, value: current });
+  } else {
+    if (listed !== spectra) by_id("spectrum").replaceChildren(...spectra.map((each, i) => element("option", { value: i }, each.name)));
+    by_id("spectrum").value = String(current);
+  }
+  return spectra;
+}
+
+export function show_facts(bench, said) {
+  const side = bench.about.sidecar, noise = side.noise_window;
+  const facts = [["Points", `${side.points}, ${Number(side.hz_per_point.toPrecision(6))} Hz each`],
+    ["Nucleus", [side.nucleus, side.spectrometer_mhz && `${side.spectrometer_mhz} MHz`].filter(Boolean).join(", ")],
+    ["Measured as", side.source?.format],
+    ["Noise window", noise && `points ${noise.first} to ${noise.stop - 1}, ${noise.chosen_by ?? noise.how ?? ""}`]];
+  by_id("about").replaceChildren(element("h2", {}, bench.spectrum.name),
+    ...facts.filter(([, text]) => text).map(([name, text]) => element("p", { class: "fact" }, element("strong", {}, `${name}: `), text)),
+    element("ul", { class: "said" }, ...(side.guessed ?? []).map((each) => element("li", {}, `guessed ${each.item}: ${each.value} (${each.reason})`)),
+      ...(side.warnings ?? []).map((text) => element("li", { class: "warning" }, text)), ...said.map((text) => element("li", { class: "warning" }, text))));
+}
