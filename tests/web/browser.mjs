@@ -26,8 +26,8 @@ export const now = { browser: null, page: null, troubles: [], requests: [] };
 // of its own before a picture, which the page's policy refuses.
 const of_the_driver = (text) => is_firefox && /blocked an inline style \(style-src-elem\)/.test(text);
 
-export async function open_page(options = {}) {
-  const context = await now.browser.newContext({ viewport: { width: 1280, height: 900 }, acceptDownloads: true, ...options });
+export async function open_page(options = {}, browser = now.browser) {
+  const context = await browser.newContext({ viewport: { width: 1280, height: 900 }, acceptDownloads: true, ...options });
   const fresh = await context.newPage();
   const trouble = (text) => of_the_driver(text) || now.troubles.push(text);
   fresh.on("pageerror", (error) => trouble(error.message));
@@ -39,9 +39,12 @@ export async function open_page(options = {}) {
 }
 export const ready = (page = now.page) =>
   page.waitForFunction(() => document.documentElement.dataset.ready === "yes", null, { timeout: 60000 });
+export function launch(...words) {
+  const own = is_firefox ? { channel: "moz-firefox", downloadsPath: downloads } : { args: ["--no-sandbox", ...words] };
+  return driver[is_firefox ? "firefox" : "chromium"].launch({ executablePath: process.env.PROGRAM, ...own });
+}
 export async function begin() {
-  const own = is_firefox ? { channel: "moz-firefox", downloadsPath: downloads } : { args: ["--no-sandbox"] };
-  now.browser = await driver[is_firefox ? "firefox" : "chromium"].launch({ executablePath: process.env.PROGRAM, ...own });
+  now.browser = await launch();
   now.page = await open_page();
 }
 export async function end() {
@@ -61,9 +64,12 @@ export const text_of = () => now.page.inputValue("#text");
 export const status = () => now.page.textContent("#status");
 export const row_of = async (name) => (await text_of()).split("\n").find((line) => line.startsWith(`${name} `));
 export const bench = (act, argument) => now.page.evaluate(`(${act})(window.varokel.bench, ${JSON.stringify(argument ?? null)})`);
-// Waits until a condition of the page holds: a function of its bench.
-export const until = (condition, argument, most = 60000) =>
-  now.page.waitForFunction(`(${condition})(window.varokel.bench, ${JSON.stringify(argument ?? null)})`, null, { timeout: most });
+// Waits until a condition of the page holds: a function of its bench. (The driver's own way to wait for a
+// text of JavaScript would need the policy to allow it.)
+export async function until(condition, argument, most = 60000) {
+  for (const begin = Date.now(); !(await bench(condition, argument)); await now.page.waitForTimeout(50))
+    if (Date.now() - begin > most) throw new Error(`never: ${condition}`);
+}
 export const idle = () => now.page.waitForFunction(() => !window.varokel.busy, null, { timeout: 120000 });
 
 // Where a handle of a line is on the screen.

@@ -2,25 +2,24 @@
 // logic.test.mjs -- the page without a screen: undo, table, lines, ties, files, kept work
 import assert from "node:assert/strict";
 import test from "node:test";
-import { erase, restore, save } from "../../web/page/autosave.js";
 import { Axis, half_width, heights, height_at, nearest_peak } from "../../web/page/axis.js";
 import { Bench } from "../../web/page/bench.js";
 import { fit_command, is_table, sort_files } from "../../web/page/files.js";
 import { History } from "../../web/page/history.js";
-import { add_line, make_multiplet, ratios_of, remove_entry, set_intervals, set_noise, set_state, tie, toggle_window } from "../../web/page/lines.js";
+import { add_line, make_multiplet, ratios_of, remove_entry, set_intervals, set_noise, set_state, set_window, tie, toggle_window, window_text } from "../../web/page/lines.js";
 import { arrange, heat } from "../../web/page/map.js";
 import { place_of_error } from "../../web/page/module_client.js";
-import { path_of, taken_at } from "../../web/page/plot.js";
+import { place_names, taken_at } from "../../web/page/handles.js";
+import { path_of } from "../../web/page/plot.js";
 import { plain_name, run_task } from "../../web/page/tasks.js";
-import { TaskRunner } from "../../web/page/worker.js";
 import { faults_of } from "../../web/check_copy.mjs";
 import { joined_modules } from "../../web/bundle.mjs";
-import { example_file, module_of_build, tree } from "./start.mjs";
+import { example_file, import_files, module_of_build, tree } from "./start.mjs";
 import { readFileSync } from "node:fs";
 
 const client = await module_of_build();
-const example = await run_task(client, { kind: "import", inputs: ["p31_brain.fid.f32"], options: {},
-  files: [example_file("p31_brain/p31_brain.fid.f32"), example_file("p31_brain/p31_brain.fid.json")] }, () => {});
+const example = await import_files(client, { inputs: ["p31_brain.fid.f32"],
+  files: [example_file("p31_brain/p31_brain.fid.f32"), example_file("p31_brain/p31_brain.fid.json")] });
 const peaks = readFileSync(`${tree}/examples/p31_brain/peaks.txt`, "utf8");
 
 function bench_of(text) {
@@ -285,63 +284,17 @@ test("an accepted fit is the start of the next one, which ends where it began", 
   near(again.optimum.sum_of_squares, first.optimum.sum_of_squares, 1e-4);
 });
 
-test("work is kept, comes back, and is less where the storage is small", () => {
-  const storage = (most) => ({ all: new Map(), getItem(key) { return this.all.get(key) ?? null; }, removeItem(key) { this.all.delete(key); },
-    setItem(key, value) { if (value.length > most) throw new Error("quota"); this.all.set(key, value); } });
-  const state = { text: peaks, spectra: [...example.spectra, ...example.spectra], current: 1, patterns: [{ name: "a.pat", bytes: new Uint8Array([1, 200]) }], options: { mhz: 1 } };
-  const large = storage(1e9);
-  assert.equal(save(large, state), "");
-  const back = restore(large);
-  assert.equal(back.text, peaks);
-  assert.deepEqual(back.spectra[1].bin, example.spectra[0].bin);
-  assert.deepEqual([...back.patterns[0].bytes], [1, 200]);
-  const middle = storage(16000);
-  assert.match(save(middle, state), /this spectrum are kept/);
-  assert.equal(restore(middle).spectra.length, 1);
-  const small = storage(3000);
-  assert.match(save(small, state), /table alone/);
-  assert.equal(restore(small).text, peaks);
-  assert.match(save(storage(0), state), /keeps nothing/);
-  assert.equal(restore({ getItem: () => "{ damaged" }), null);
-  assert.equal(restore({ getItem: () => '{"form":1,"text":"a","spectra":[{"bin":5}],"patterns":[]}' }), null);
-  erase(large);
-  assert.equal(restore(large), null);
-});
-
 test("voxels stand where they were measured, a series breaks into rows", () => {
-  const at = (voxel) => ({ json: JSON.stringify({ source: { voxel } }) });
+  const at = (voxel) => ({ voxel });
   const grid = arrange([at([0, 0, 1]), at([2, 1, 0])]);
   assert.deepEqual(grid.slices, [{ z: 0, rows: [[-1, -1, -1], [-1, -1, 1]] }, { z: 1, rows: [[0, -1, -1], [-1, -1, -1]] }]);
-  const series = arrange(Array(30).fill({ json: "{}" }));
+  const series = arrange(Array(30).fill({ voxel: null }));
   assert.equal(series.slices[0].rows.length, 2);
+  const long = arrange(Array(2000).fill({ voxel: null }));
+  assert.equal(long.slices.length, 3);
+  assert.deepEqual(long.slices.flatMap((slice) => slice.rows.flat()).filter((i) => i >= 0), Array.from({ length: 2000 }, (_, i) => i));
   assert.equal(heat(0), "rgb(40 42 92)");
   assert.equal(heat(7), heat(1));
-});
-
-test("a worker that ends or is cancelled rejects what waits, and the next task gets another", async () => {
-  let made = 0;
-  const runner = new TaskRunner(() => { ++made; return { postMessage() {}, terminate() {} }; }, new ArrayBuffer(0));
-  const first = runner.run({});
-  runner.cancel();
-  await assert.rejects(first, /cancelled/);
-  const second = runner.run({});
-  assert.equal(made, 2);
-  runner.worker.onmessage({ data: { number: 2, value: 5 } });
-  assert.equal(await second, 5);
-  const third = runner.run({});
-  runner.worker.onerror({ message: "out of memory" });
-  await assert.rejects(third, /out of memory/);
-});
-
-test("what no file is, is refused by a sentence", async () => {
-  const task = (name, bytes) => run_task(client, { kind: "import", files: [{ name, bytes }], inputs: [name], options: {} }, () => {});
-  await assert.rejects(task("a.nii", new Uint8Array(1000)), /no NIfTI header/);
-  await assert.rejects(task("a.dcm", new Uint8Array(10)), /not read here/);
-  await assert.rejects(task("a.nii.gz", new Uint8Array([0x1f, 0x8b, 8, 0, 1, 2, 3])), /damaged/);
-  await assert.rejects(task("a.f32", new Uint8Array(0)), /empty/);
-  const spectrum = { ...example.spectra[0], json: "{}" };
-  const { fits } = await run_task(client, { kind: "fit", spectra: [spectrum], text: peaks, patterns: [] }, () => {});
-  assert.match(fits[0].error, /points/);
 });
 
 test("the page is of one piece, and a change of it is seen", () => {
@@ -364,4 +317,47 @@ test("a finger takes the nearest handle, and an edge at the top only", () => {
   const edge = axis.x(bench.table.noise[0]);
   assert.equal(taken_at(scene, edge, 25).kind, "noise");
   assert.equal(taken_at(scene, edge, 120), null);
+});
+
+test("a window's edges become what the table says, either way round, open or not", () => {
+  const falling = { ppm: [10, 9.5], hz: [0, 1] }, hz_only = { ppm: null, hz: [-5, -4] };
+  assert.equal(window_text(falling, [2, 4]), "[8.0000, 9.0000] ppm");
+  assert.equal(window_text(falling, [4, 2]), "[8.0000, 9.0000] ppm");
+  assert.equal(window_text(falling, [null, 4]), "> 8.0000 ppm");
+  assert.equal(window_text(falling, [2, null]), "< 9.0000 ppm");
+  assert.equal(window_text(hz_only, [5, null]), "> 0.00 Hz");
+  assert.equal(window_text(hz_only, [null, null]), "");
+  const bench = bench_of(peaks);
+  const k = named(bench, "PCr"), at = bench.entries[k].of.frequency.points;
+  set_window(bench, k, [at - 3, at + 5]);
+  assert.equal(bench.error, null, bench.error?.text);
+  const [low, high] = bench.entries[k].of.frequency.window_points;
+  near(low, at - 3, 0.01);
+  near(high, at + 5, 0.01);
+  set_window(bench, k, [null, at + 5]);
+  assert.equal(bench.entries[k].of.frequency.window_points[0], null);
+  const tied = named(bench, "BATP2"), from = bench.entries[tied].of.frequency.points;
+  set_window(bench, tied, [from - 2, from + 2]);
+  assert.equal(bench.error, null, bench.error?.text);
+  assert.match(bench.entries[tied].cells.frequency, /^=BATP - 15 Hz \[/);
+});
+
+test("names of lines never stand on one another or on a dot, and the selected one always has a place", () => {
+  let state = 1;
+  const random = () => (state = (state * 48271) % 2147483647) / 2147483647;
+  for (let round = 0; round < 300; ++round) {
+    const dots = Array.from({ length: 1 + Math.floor(random() * 30) }, (_, i) => ({ x: random() * 300, y: 20 + random() * 150, wide: 10 + random() * 50, own: i === 3 }));
+    const places = place_names(dots, 10);
+    const boxes = places.flatMap((at, i) => (at && !dots[i].own ? [{ left: at.x - dots[i].wide / 2, right: at.x + dots[i].wide / 2, top: at.y - 9, bottom: at.y + 2 }] : []));
+    boxes.forEach((a, i) => boxes.slice(i + 1).forEach((b) => assert.ok(a.right <= b.left || b.right <= a.left || a.bottom <= b.top || b.bottom <= a.top, `round ${round}`)));
+    for (const a of boxes) for (const dot of dots) assert.ok(dot.x + 5 < a.left || dot.x - 5 > a.right || dot.y + 5 < a.top || dot.y - 5 > a.bottom, `round ${round}, on a dot`);
+    if (dots.length > 3) assert.ok(places[3]);
+    if (dots.length === 1) assert.ok(places[0]);
+  }
+});
+
+test("ratios of a multiplet are binomial, equal, or its own", () => {
+  assert.deepEqual(ratios_of(4, "binomial"), [1, 3, 3, 1]);
+  assert.deepEqual(ratios_of(3, "2 : 4:1"), [1, 2, 0.5]);
+  for (const bad of ["1:2", "1:2:x", "1:2:0", "1:2:", "1:-2:1", "?"]) assert.throws(() => ratios_of(3, bad), /expected binomial, equal, or 3 numbers/);
 });

@@ -3,6 +3,7 @@
 #
 # run.sh build|copy|logic|bits|chromium|firefox|overview PROGRAMS TREE -- the pages' tests; status 77, with a word,
 # where emscripten, node or the browser is not there
+# run.sh frames|large PROGRAMS TREE -- what bench/workbench.mjs measures
 set -eu
 what=$1 programs=$(cd "$2" && pwd) tree=$(cd "$3" && pwd)
 build=$tree/build/web
@@ -32,12 +33,15 @@ if [ "$what" != overview ]; then
     [ -f "$build/varokel.html" ] || skip "varokel.html was not built"
     cd "$tree/tests/web"
     case $what in
-    chromium | firefox) ;;
+    chromium | firefox | frames | large) ;;
     *) exec node --test "$what"*.test.mjs ;;
     esac
 fi
 
-if [ "$what" = firefox ]; then
+browser=chromium
+[ "$what" != firefox ] || browser=firefox
+case $what in frames | large) browser=${BROWSER:-chromium} ;; esac # measured, no tests
+if [ "$browser" = firefox ]; then
     PROGRAM=$(command -v firefox-esr || command -v firefox || true)
     [ -n "$PROGRAM" ] || skip "no firefox (package firefox-esr)"
 else
@@ -47,10 +51,10 @@ fi
 # The version that speaks with a Firefox as it is installed, too; later ones ask for more than it has. Each
 # browser has a driver of its own, as both tests may run at once.
 version=1.60.0
-DRIVER=$build/driver-$version-${what/overview/chromium}
+DRIVER=$build/driver-$version-$browser
 mkdir -p "$build"
 [ -d "$DRIVER/node_modules/playwright-core" ] ||
-    npm install --prefix "$DRIVER" --no-save --no-audit --no-fund "playwright-core@$version" >"$build/npm-$what.log" 2>&1 ||
+    npm install --prefix "$DRIVER" --no-save --no-audit --no-fund "playwright-core@$version" >"$build/npm-$browser.log" 2>&1 ||
     skip "playwright-core cannot be had from npm"
 GRID=$(mktemp -d)
 trap 'rm -rf "$GRID"' EXIT
@@ -70,6 +74,7 @@ fi
 "$programs/varokel-simulate" "$tree/examples/single_line/start.par" -o "$GRID/grid.nii" --noise 0.01 --seed 1 \
     --grid 4,3,1 --frequency 123.2 --nucleus 1H --ppm-at-carrier 4.7
 "$programs/varokel-start" --from "$tree/examples/single_line/start.par" >"$GRID/peaks.txt"
+"$programs/varokel-start" --from "$tree/examples/h1_patterns/start.par" >"$GRID/patterns.txt"
 # shellcheck disable=SC2016 # the template texts are those of JavaScript
 node --input-type=module -e '
 import { writeFileSync } from "node:fs";
@@ -87,6 +92,13 @@ writeFileSync(`${folder}/wide.f32`, values);
 writeFileSync(`${folder}/wide.json`, JSON.stringify({ dwell_time_s: 1 / 4000, spectrometer_mhz: 123, ppm_at_carrier: 4.7, nucleus: "1H" }));
 writeFileSync(`${folder}/twenty.txt`, `name  type  area  frequency  lorentz  phase\n${rows.join("\n")}\n`);
 ' "$GRID"
-export BROWSER=$what PROGRAM DRIVER GRID
+export BROWSER=$browser PROGRAM DRIVER GRID
 unset NODE_OPTIONS
-node --test browser.test.mjs
+case $what in
+frames | large)
+    [ "$what" = frames ] || "$programs/varokel-simulate" "$tree/examples/single_line/start.par" -o "$GRID/large.nii" --noise 0.01 \
+        --seed 1 --grid 32,32,31 --frequency 123.2 --nucleus 1H --ppm-at-carrier 4.7
+    node "$tree/bench/workbench.mjs" "$what"
+    ;;
+*) node --test browser.test.mjs ;;
+esac

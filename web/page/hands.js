@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // hands.js -- pointer, wheel and keys on the picture
-import { taken_at } from "./plot.js";
+import { taken_at } from "./handles.js";
 
 const CLICK = 4; // pixels that a click may slip
 
@@ -28,7 +28,10 @@ export class Hands {
   down(event) {
     if (event.button > 0) return;
     const at = this.place(event);
-    this.plot.canvas.setPointerCapture?.(event.pointerId);
+    try {
+      this.plot.canvas.setPointerCapture(event.pointerId);
+    } catch { /* that pointer is gone already */ }
+    this.finger = event.pointerType === "touch";
     this.pointers.set(event.pointerId, at);
     if (this.pointers.size === 2) {
       this.let_go();
@@ -38,11 +41,11 @@ export class Hands {
     if (this.pointers.size > 2) return;
     this.begin = at;
     this.moved = false;
-    const taken = this.acts.mode() === "look" ? taken_at(this.plot.scene(), at.x, at.y) : null;
+    const taken = this.acts.mode() === "look" ? this.under(at) : null;
     this.held = taken ? { ...taken } : { kind: "pan" };
     if (taken?.entry !== undefined) this.acts.select(taken.entry);
-    else if (taken?.kind === "line" || taken?.kind === "width") this.acts.select(taken.entry);
   }
+  under(at) { return this.acts.is_there() ? taken_at(this.plot.scene(), at.x, at.y, this.finger) : null; }
   spread() {
     const [a, b] = [...this.pointers.values()];
     return { far: Math.max(10, Math.abs(a.x - b.x)), middle: (a.x + b.x) / 2 };
@@ -50,8 +53,9 @@ export class Hands {
   move(event) {
     const at = this.place(event);
     if (!this.pointers.has(event.pointerId)) {
-      const taken = this.acts.mode() === "look" ? taken_at(this.plot.scene(), at.x, at.y) : null;
-      const shapes = { line: "move", width: "ew-resize", noise: "ew-resize", interval: "ew-resize" };
+      if (!this.acts.is_there()) return;
+      const taken = this.acts.mode() === "look" ? this.under(at) : null;
+      const shapes = { line: "move", width: "ew-resize", noise: "ew-resize", interval: "ew-resize", window: "ew-resize" };
       this.plot.canvas.style.cursor = this.acts.mode() !== "look" ? "crosshair" : shapes[taken?.kind] ?? "grab";
       this.acts.pointed(this.plot.axis.point(at.x), this.plot.height_of(at.y));
       return;
@@ -95,7 +99,7 @@ export class Hands {
     if (!this.held || this.pointers.size > 0) return;
     const held = this.held;
     this.held = null;
-    if (!this.moved) this.acts.clicked(this.plot.axis.point(at.x), taken_at(this.plot.scene(), at.x, at.y), event);
+    if (!this.moved) this.acts.clicked(this.plot.axis.point(at.x), this.under(at), event);
     else if (held.kind !== "pan") this.acts.dropped(held);
   }
   let_go() {
@@ -107,6 +111,7 @@ export class Hands {
     this.let_go();
   }
   wheel(event) {
+    if (!this.acts.is_there()) return; // the page scrolls
     event.preventDefault();
     const { axis } = this.plot;
     if (event.shiftKey || Math.abs(event.deltaX) > Math.abs(event.deltaY))
@@ -117,10 +122,10 @@ export class Hands {
   }
   double(event) {
     const at = this.place(event);
-    if (!taken_at(this.plot.scene(), at.x, at.y)) this.acts.add_at(this.plot.axis.point(at.x));
+    if (!this.under(at)) this.acts.add_at(this.plot.axis.point(at.x));
   }
   key(event) {
-    if (event.ctrlKey || event.metaKey) return;
+    if (event.ctrlKey || event.metaKey || !this.acts.is_there()) return;
     const { axis } = this.plot;
     const side = (axis.last - axis.first) / 10 * (axis.flipped ? -1 : 1);
     const one = event.shiftKey ? 1 : 0.2; // points
@@ -131,7 +136,15 @@ export class Hands {
       "-": () => axis.zoom(1.25, (axis.first + axis.last) / 2), 0: () => this.acts.show_all(),
       n: () => this.acts.select_next(1), p: () => this.acts.select_next(-1), a: () => this.acts.add_at(null),
       Delete: () => this.acts.remove(), Escape: () => this.acts.leave_mode(),
+      e: () => this.acts.next_edge(1), E: () => this.acts.next_edge(-1), w: () => this.acts.window(), Enter: () => this.acts.pick(),
+      ",": () => this.acts.cursor(-1), ".": () => this.acts.cursor(1), "<": () => this.acts.cursor(-10), ">": () => this.acts.cursor(10),
     };
+    const edge = (step) => this.acts.nudge_edge(axis.flipped ? -step : step);
+    if (event.altKey && this.acts.has_edge() && /^Arrow(Left|Right)$/.test(event.key)) {
+      event.preventDefault();
+      edge((event.key === "ArrowLeft" ? -1 : 1) * (event.shiftKey ? 10 : 1));
+      return;
+    }
     const line = {
       ArrowLeft: () => this.acts.nudge("frequency", axis.flipped ? one : -one),
       ArrowRight: () => this.acts.nudge("frequency", axis.flipped ? -one : one),

@@ -54,9 +54,15 @@ export function remove_entry(bench, k) {
 }
 const escape_name = (name) => name.replace(/[.*+?^${}()|[\]\\]/g, "\\$&");
 
-// Relative heights of n lines.
+// Relative heights of n lines: "binomial", "equal", or their own, such as "1:3:2".
 export function ratios_of(n, kind) {
   if (kind === "equal") return Array(n).fill(1);
+  if (kind !== "binomial") {
+    const own = kind.split(":").map((text) => Number(text.trim() || "none"));
+    if (own.length !== n || !own.every((each) => each > 0 && Number.isFinite(each)))
+      throw new Error(`Ratios: found "${kind}"; expected binomial, equal, or ${n} numbers above 0 such as ${Array(n).fill(1).join(":")}`);
+    return own.map((each) => each / own[0]);
+  }
   const out = [1]; // binomial
   for (let k = 1; k < n; ++k) out.push((out[k - 1] * (n - k)) / k);
   return out;
@@ -78,7 +84,7 @@ export function make_multiplet(bench, k, n, j_hz, kind) {
     names.add(name);
     const cells = {
       name, type: entry.type, phase: `=${entry.name}`,
-      area: ratios[i] === 1 ? `=${entry.name}` : `=${entry.name}*${ratios[i]}`,
+      area: ratios[i] === 1 ? `=${entry.name}` : `=${entry.name}*${round(ratios[i], 6)}`,
       frequency: `=${entry.name} - ${round(i * j_hz, 3)} Hz`, [column]: `=${entry.name}`,
     };
     if (entry.type === "voigt") cells.gauss = `=${entry.name}`;
@@ -124,14 +130,27 @@ export function toggle_window(bench, k) {
     bench.edit({ edit: "cell", row: entry.row, column: "frequency", cell: cell.replace(WINDOW, "") });
     return;
   }
-  if (entry.of.frequency.state !== "free") return;
+  if (entry.of.frequency.state !== "free" || entry.pattern) return; // a shift of a pattern has no place
   const width = Math.max(2, entry.of.lorentz.used ? entry.of.lorentz.points : 2 * entry.of.gauss.points);
   const at = entry.of.frequency.points;
-  const scale = bench.about.ppm ?? bench.about.hz;
-  const digits = bench.about.ppm ? 4 : 2;
-  const ends = [at - width, at + width].map((point) => scale[0] + (scale[1] - scale[0]) * point).sort((a, b) => a - b);
-  const range = `[${ends[0].toFixed(digits)}, ${ends[1].toFixed(digits)}] ${bench.about.ppm ? "ppm" : "Hz"}`;
-  bench.edit({ edit: "cell", row: entry.row, column: "frequency", cell: `${cell} ${range}` });
+  set_window(bench, k, [at - width, at + width]);
+}
+
+// The window of a frequency between two points; null: no limit to that side.
+export function window_text(about, ends) {
+  const scale = about.ppm ?? about.hz, unit = about.ppm ? "ppm" : "Hz", digits = about.ppm ? 4 : 2;
+  const value = (point) => (point === null ? null : scale[0] + (scale[1] - scale[0]) * point);
+  let [low, high] = scale[1] > scale[0] ? ends.map(value) : ends.map(value).reverse();
+  const of = (number) => number.toFixed(digits).replace(/^-(?=[0.]*$)/, "");
+  if (low === null && high === null) return "";
+  if (low === null) return `< ${of(high)} ${unit}`;
+  if (high === null) return `> ${of(low)} ${unit}`;
+  if (low > high) [low, high] = [high, low];
+  return `[${of(low)}, ${of(high)}] ${unit}`;
+}
+export function set_window(bench, k, ends) {
+  const entry = bench.entries[k], bare = (entry.cells.frequency ?? "?").replace(WINDOW, "");
+  bench.edit({ edit: "cell", row: entry.row, column: "frequency", cell: `${bare} ${window_text(bench.about, ends)}`.trim() });
 }
 
 // Edges of noise window and intervals, in points.

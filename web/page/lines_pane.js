@@ -37,12 +37,14 @@ export class LinesPane {
   multiplet() {
     const j = Number(by_id("multi-j").value);
     if (!(j > 0)) throw new Error("J: expected a number of hertz above 0");
-    make_multiplet(this.bench, this.bench.selected, Number(by_id("multi-n").value), j, by_id("multi-kind").value);
+    make_multiplet(this.bench, this.bench.selected, Number(by_id("multi-n").value), j, by_id("multi-kind").value.trim() || "binomial");
   }
   begin_tie() {
     this.tying = this.tying ? null : { entry: this.bench.selected, column: this.column(), how: by_id("tie-how").value };
     by_id("tie").setAttribute("aria-pressed", String(Boolean(this.tying)));
-    if (this.tying) this.app.say("Now click the line that it shall follow, in the picture or in the list. Escape ends this.");
+    if (this.tying) this.app.say("Now click the line that it shall follow, in the picture or in the list; or n and p choose it, and Enter takes it. Escape ends this.");
+    this.app.show_buttons();
+    if (this.tying) setTimeout(() => by_id("plot").focus({ preventScroll: true })); // after the key that pressed the button
   }
   end_tie() {
     this.tying = null;
@@ -54,6 +56,7 @@ export class LinesPane {
     const { entry, column, how } = this.tying;
     this.end_tie();
     if (k !== entry) tie(this.bench, entry, k, column, how === "equal" ? "equal" : "now", how.endsWith("ppm") ? "ppm" : "Hz");
+    this.bench.select(entry);
     this.app.say(k === entry ? "A line cannot follow itself." : `${this.bench.entries[entry].name} follows ${this.bench.entries[k].name}.`);
     return true;
   }
@@ -64,9 +67,12 @@ export class LinesPane {
       "aria-label": `${entry.name}, ${column}`, value: text ?? "",
       placeholder: text === undefined ? "–" : "", class: (text ?? "").startsWith("=") ? "tied" : null,
       title: this.title(entry, column),
-      onfocus: () => this.bench.selected !== k && this.bench.select(k),
+      onfocus: () => !this.tying && this.bench.selected !== k && this.bench.select(k),
       onkeydown: (event) => {
-        if (event.key === "Enter") event.target.blur();
+        if (event.key === "Enter") {
+          if (this.tying) this.app.guard(() => this.picked(k));
+          else event.target.blur();
+        }
         if (event.key === "Escape") { event.target.value = text ?? ""; event.target.blur(); }
         if ((event.key === "ArrowDown" || event.key === "ArrowUp")) this.step(event, k, column);
       },
@@ -128,6 +134,6 @@ export class LinesPane {
     by_id("line-tools").hidden = !entry;
     if (entry) by_id("line-title").textContent = entry.name;
     by_id("multiplet").disabled = Boolean(entry?.pattern);
-    by_id("window").disabled = entry?.of.frequency.state !== "free";
+    by_id("window").disabled = entry?.of.frequency.state !== "free" || Boolean(entry?.pattern);
   }
 }

@@ -44,6 +44,18 @@ export class CanvasPen {
     c.fillStyle = color;
     c.fillText(words, x, y);
   }
+  // What a hand takes of an edge, around its middle.
+  tab(x, y, width, height, color, ring) {
+    this.box(x - width / 2, y - height / 2, width, height, color);
+    if (!ring) return;
+    this.context.strokeStyle = ring;
+    this.context.lineWidth = 2;
+    this.context.strokeRect(x - width / 2, y - height / 2, width, height);
+  }
+  width_of(words, size) {
+    this.context.font = `bold ${size}px system-ui, sans-serif`;
+    return this.context.measureText(words).width;
+  }
   clip(x, y, width, height, draw) {
     const c = this.context;
     c.save();
@@ -77,6 +89,8 @@ export class SvgPen {
       `height="${short(Math.max(0, height))}" fill="${color}" fill-opacity="${opacity}"/>`);
   }
   dot() {} // handles are for hands
+  tab() {}
+  width_of(words, size) { return 0.62 * size * words.length; }
   text(words, x, y, color, { align = "center", size = 12, weight = "" } = {}) {
     const anchor = { center: "middle", left: "start", right: "end" }[align];
     this.parts.push(`<text x="${short(x)}" y="${short(y)}" fill="${color}" font-size="${size}" ` +

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // plot.js -- the picture of a spectrum with its model, and what of it a hand can take
-import { height_at } from "./axis.js";
+import { edges_of, HANDLE, handles_of, place_names, same_edge, TAB } from "./handles.js";
 
 const MARGIN = { left: 10, right: 10, top: 24, bottom: 34 };
 const RESIDUAL_PART = 0.2; // of the height
-const HANDLE = 6;          // radius
-const REACH = 18;          // of a finger, to either side
 
 export const COLORS = ["#0072b2", "#009e73", "#cc79a7", "#e69f00", "#56b4e9", "#8c6bb1", "#d55e00",
   "#66a61e", "#a6761d", "#1b9e77"];
@@ -48,58 +46,6 @@ export function path_of(curve, axis, y) {
   return path;
 }
 
-// Handles of the entries: where a hand takes frequency and height, and width.
-export function handles_of(scene) {
-  const { axis, curves, entries } = scene;
-  const out = [];
-  if (!curves.components) return out;
-  entries.forEach((entry, k) => {
-    if (entry.pattern || !curves.components[k]) return;
-    const point = curves.values[k][1];
-    if (point === null || point < axis.first || point > axis.last) return;
-    const height = height_at(curves.components[k], point);
-    out.push({ kind: "line", entry: k, x: axis.x(point), y: scene.y(height), point, height });
-    if (k !== scene.selected) return;
-    const half = scene.half_width(k);
-    if (half > 0)
-      out.push({ kind: "width", entry: k, x: axis.x(point + half), y: scene.y(height / 2), point, half });
-  });
-  return out;
-}
-
-// Edges of noise window and intervals, in points.
-export function edges_of(scene) {
-  const out = [];
-  if (scene.show.noise && scene.noise) {
-    out.push({ kind: "noise", edge: 0, point: scene.noise[0] });
-    out.push({ kind: "noise", edge: 1, point: scene.noise[1] - 1 });
-  }
-  if (scene.show.intervals)
-    scene.intervals.forEach(([first, last], i) => {
-      out.push({ kind: "interval", index: i, edge: 0, point: first });
-      out.push({ kind: "interval", index: i, edge: 1, point: last });
-    });
-  return out.filter((each) => each.point >= scene.axis.first && each.point <= scene.axis.last);
-}
-
-// What lies under a finger: the nearest handle, else an edge near the bottom or the top.
-export function taken_at(scene, x, y) {
-  let best = null, least = REACH;
-  for (const handle of handles_of(scene)) {
-    const far = Math.hypot(handle.x - x, handle.y - y) - (handle.entry === scene.selected ? 3 : 0);
-    if (far < least) {
-      least = far;
-      best = handle;
-    }
-  }
-  if (best) return best;
-  for (const edge of edges_of(scene)) {
-    const far = Math.abs(scene.axis.x(edge.point) - x);
-    if (far < 8 && (y < scene.layout.top + 26 || y > scene.layout.residual_top)) return edge;
-  }
-  return null;
-}
-
 function band(pen, scene, from, to, color, opacity) {
   const { axis, layout } = scene;
   const a = axis.x(Math.max(from, axis.first)), b = axis.x(Math.min(to, axis.last));
@@ -112,10 +58,8 @@ function draw_ground(pen, scene, colors) {
   if (scene.show.intervals) for (const [first, last] of scene.intervals) band(pen, scene, first, last, colors.shade, 1);
   if (scene.show.noise && scene.noise) band(pen, scene, scene.noise[0], scene.noise[1] - 1, colors.noise, 0.25);
   if (scene.show.windows)
-    scene.entries.forEach((entry, k) => {
-      const window = entry.of.frequency.window_points;
-      if (window) band(pen, scene, window[0], window[1], color_of(k), k === scene.selected ? 0.3 : 0.14);
-    });
+    for (const { entry, ends } of scene.windows)
+      band(pen, scene, ends[0] ?? 0, ends[1] ?? axis.points - 1, color_of(entry), entry === scene.selected ? 0.3 : 0.14);
   for (const tick of axis.ticks(Math.max(2, layout.width / 80))) {
     const x = axis.x(tick.point);
     pen.line([x, layout.bottom, x, layout.bottom + 5], colors.muted);
@@ -149,14 +93,18 @@ function draw_curves(pen, scene, colors) {
 function draw_edges(pen, scene, colors) {
   for (const edge of edges_of(scene)) {
     const x = scene.axis.x(edge.point);
-    const color = edge.kind === "noise" ? colors.noise : colors.muted;
-    pen.line([x, scene.layout.top, x, scene.layout.bottom], color, 1, [4, 4]);
-    pen.box(x - 4, scene.layout.top, 8, 16, color, 1);
+    const color = { noise: colors.noise, interval: colors.muted, window: color_of(edge.entry) }[edge.kind];
+    const chosen = same_edge(edge, scene.edge);
+    pen.line([x, scene.layout.top, x, edge.kind === "window" ? scene.layout.top + scene.layout.height : scene.layout.bottom], color, chosen ? 2 : 1, [4, 4]);
+    pen.tab(x, edge.tab, chosen ? 14 : 8, TAB, color, chosen ? colors.ink : null);
   }
+  if (scene.cursor === null || scene.cursor === undefined) return;
+  const x = scene.axis.x(scene.cursor);
+  pen.tab(x, (scene.layout.top + scene.layout.bottom) / 2, 1.5, scene.layout.bottom - scene.layout.top, colors.ink, null);
 }
 
 function draw_names(pen, scene, colors) {
-  let taken = [];
+  const dots = [];
   for (const handle of handles_of(scene)) {
     const own = handle.entry === scene.selected;
     if (handle.kind === "width") {
@@ -165,18 +113,19 @@ function draw_names(pen, scene, colors) {
       continue;
     }
     pen.dot(handle.x, handle.y, own ? HANDLE + 1 : HANDLE - 1, color_of(handle.entry), own ? colors.ink : null);
-    const name = scene.entries[handle.entry].name;
-    const wide = 7 * name.length;
-    let y = handle.y - 12;
-    for (const other of taken)
-      if (Math.abs(other.x - handle.x) < (other.wide + wide) / 2 && Math.abs(other.y - y) < 13) y = other.y - 13;
-    y = Math.max(y, scene.layout.top + 10);
-    taken.push({ x: handle.x, y, wide });
-    pen.text(name, handle.x, y, colors.ink, { size: 12, weight: own ? "bold" : "" });
+    const text = scene.entries[handle.entry].name;
+    dots.push({ x: handle.x, y: handle.y, wide: pen.width_of(text, 12), own, text });
   }
+  place_names(dots, scene.layout.top - 12).forEach((at, i) => {
+    if (!at) return;
+    const dot = dots[i];
+    if (at.y < dot.y - 20) pen.line([dot.x, at.y + 3, dot.x, dot.y - HANDLE], colors.muted, 0.7);
+    pen.text(dot.text, at.x, at.y, colors.ink, { size: 12, weight: dot.own ? "bold" : "" });
+  });
 }
 
-// scene: axis, layout, curves, entries, intervals, noise, show, selected, y, residual_y, half_width
+// scene: axis, layout, curves, entries, intervals, noise, windows, show, selected, edge, cursor, y,
+// residual_y, half_width
 export function draw_scene(pen, scene, colors, width, height) {
   pen.box(0, 0, width, height, colors.paper);
   draw_ground(pen, scene, colors);

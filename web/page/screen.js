@@ -4,6 +4,17 @@ import { Axis, heights } from "./axis.js";
 import { CanvasPen, SvgPen } from "./pens.js";
 import { draw_scene, layout_of } from "./plot.js";
 
+// Windows of the frequencies of lines, in points; null: no limit. moved: {entry, ends} of one that a hand
+// holds.
+export function windows_of(entries, moved = null) {
+  const out = [];
+  entries.forEach((entry, k) => {
+    const own = moved?.entry === k ? moved.ends : entry.of.frequency.window_points;
+    if (own && !entry.pattern) out.push({ entry: k, ends: own });
+  });
+  return out;
+}
+
 export class Screen {
   constructor(canvas, bench) {
     this.canvas = canvas;
@@ -12,7 +23,9 @@ export class Screen {
     this.unit = "ppm";
     this.scale_up = 1;
     this.show = { data: true, model: true, components: true, residual: true, names: true, noise: true, intervals: true, windows: true };
-    this.edges = null; // {noise, intervals} while a hand moves them
+    this.edges = null;  // {noise, intervals, window} while a hand moves them
+    this.edge = null;   // that keys move
+    this.cursor = null; // point where keys add a line
     this.frame = 0;
     this.frames = [];  // durations of the last drawings [ms]
   }
@@ -50,10 +63,12 @@ export class Screen {
     const per = layout.height / (high - low);
     const middle = layout.residual_top + layout.residual_height / 2;
     this.height_of = (pixel) => low + (1 - (pixel - layout.top) / layout.height) * (high - low);
+    const entries = curves.values ? bench.entries : [];
     return {
-      axis, layout, curves, entries: curves.values ? bench.entries : [], selected: bench.selected, y,
+      axis, layout, curves, entries, selected: bench.selected, edge: this.edge, cursor: this.cursor, y,
       residual_y: (value) => middle - value * per,
       intervals: this.edges?.intervals ?? bench.table?.intervals ?? [],
+      windows: windows_of(entries, this.edges?.window),
       noise: this.edges?.noise ?? bench.table?.noise ?? bench.about.noise,
       show: this.show,
       half_width: (k) => this.half_width(k),

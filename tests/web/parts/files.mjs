@@ -47,3 +47,34 @@ test("the work comes back after a crash, and is gone once it is erased", async (
   await ready();
   assert.equal(await bench((b) => b.spectra.length), 0);
 });
+
+test("a browser that is out of storage says what is kept, and the work goes on", async () => {
+  await load_example();
+  await now.page.evaluate(() => {
+    const { storage } = window.varokel;
+    window.varokel.storage = { getItem: (key) => storage.getItem(key), removeItem: (key) => storage.removeItem(key), setItem(key, text) { if (text.length > 3000) throw new DOMException("full", "QuotaExceededError"); storage.setItem(key, text); } };
+  });
+  await bench((b) => b.edit({ edit: "key", key: "strategy", value: "quick" }));
+  await now.page.waitForFunction(() => /table alone is kept/.test(document.getElementById("status").textContent));
+  const whole = await text_of();
+  await now.page.reload();
+  await ready();
+  assert.equal(await text_of(), whole);
+  assert.equal(await bench((b) => b.spectra.length), 0);
+  await load_example();
+});
+
+test("a page whose storage was damaged begins empty, and one that crashed has its work", async () => {
+  await now.page.waitForTimeout(700);
+  const kept = await now.page.evaluate(() => JSON.stringify({ ...localStorage }));
+  assert.match(kept, /p31_brain/);
+  for (const damaged of ["{", "null", '{"form":1}', '{"form":1,"text":"x","spectra":[{"name":"a","bin":"!","json":"{}"}],"patterns":[],"current":0}', '{"form":1,"text":"x","spectra":[{"name":"a","bin":"AAAA","json":"{}"}],"patterns":[],"current":0}']) {
+    await now.page.evaluate((damaged) => { for (const key of Object.keys(localStorage)) localStorage.setItem(key, damaged); }, damaged);
+    await now.page.reload();
+    await ready();
+    assert.equal(await bench((b) => b.table), null, damaged);
+    await load_example();
+    await now.page.waitForTimeout(700);
+  }
+  now.troubles.length = 0;
+});

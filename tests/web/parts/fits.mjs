@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// fits.mjs -- fits of one spectrum and of a grid, and what is taken away
+// fits.mjs -- fits of one spectrum, and what is taken away
 import assert from "node:assert/strict";
-import { join } from "node:path";
 import test from "node:test";
-import { bench, fit, load_example, now, saved, shot, status, text_of } from "../browser.mjs";
+import { bench, fit, load_example, now, saved, text_of } from "../browser.mjs";
 
 test("an accepted fit is in the table; going back leaves it alone", async () => {
+  await load_example();
   const whole = await text_of();
   await fit();
   await now.page.click("#pane-result button:has-text('Go back')");
@@ -30,22 +30,4 @@ test("everything can be taken away", async () => {
   assert.equal(png.subarray(1, 4).toString(), "PNG");
   assert.match((await saved("report.html")).toString(), /Content-Security-Policy[\s\S]*PCr/);
   assert.equal(await now.page.textContent("#command"), "varokel-fit p31_brain.fid.f32 peaks.txt -o run --method exact");
-});
-
-test("a grid has a map, is fitted as a whole, and the fit is cancelled by its button", async () => {
-  const grid = process.env.GRID; // simulated by the script that runs this
-  await now.page.setInputFiles("#file-input", [join(grid, "grid.nii"), join(grid, "peaks.txt")]);
-  await now.page.waitForFunction(() => window.varokel.bench.spectra.length === 12 && !window.varokel.bench.error);
-  assert.equal(await now.page.locator("#map button").count(), 12);
-  await now.page.click("#map button >> nth=5");
-  assert.equal(await bench((b) => b.current), 5);
-  await now.page.click("#fit-all");
-  await now.page.waitForFunction(() => window.varokel.result.series && !window.varokel.busy, null, { timeout: 120000 });
-  assert.equal(await now.page.locator("#series tbody tr").count(), 12);
-  await shot("grid");
-  await bench((b) => b.forget_fit());
-  await now.page.evaluate(() => { window.varokel.guard(() => window.varokel.fit_all()); window.varokel.runner.cancel(); });
-  await now.page.waitForFunction(() => !window.varokel.busy);
-  assert.match(await status(), /Cancelled/);
-  await fit();
 });
