@@ -3,31 +3,24 @@
 #include "engine/curve.h"
 
 #include "engine/centred_spectrum.h"
-#include "kernel/elementary.h"
+#include "kernel/line_decay.h"
 
 #include <algorithm>
-#include <numbers>
 
 namespace engine {
 
-using std::numbers::pi;
-
 kernel::decay decay_of(const values_of_entry &p, const acquisition &when, bool is_pattern,
                        std::complex<double> factor, double extra_decay) {
-    const double N = when.points;
-    const double d = when.first_order_phase / 360.0;
-    // whole turns are taken off before they are multiplied by 2 pi
-    const double turns = (p[frequency] + 0.5 * N) * d / N + p[phase] / 360.0 - 0.5 * d;
-    const auto [turn_re, turn_im] = kernel::exp_2_pi_i(turns);
-    kernel::decay curve;
-    curve.re = factor.real() * turn_re - factor.imag() * turn_im;
-    curve.im = factor.real() * turn_im + factor.imag() * turn_re;
-    curve.frequency = p[frequency];
-    curve.gauss = pi * pi * p[gauss_width] * p[gauss_width] / (N * N);
-    curve.lorentz = pi * p[lorentz_width] / N + extra_decay;
-    curve.d = d;
-    curve.points = when.points;
-    curve.half_band = !is_pattern;
+    kernel::decay curve = kernel::line_decay({.area = 1.0,
+                                              .frequency = p[frequency],
+                                              .gauss = p[gauss_width],
+                                              .lorentz = p[lorentz_width],
+                                              .phase = p[phase]},
+                                             when.points, when.first_order_phase, !is_pattern);
+    const double re = curve.re, im = curve.im;
+    curve.re = factor.real() * re - factor.imag() * im;
+    curve.im = factor.real() * im + factor.imag() * re;
+    curve.lorentz += extra_decay;
     return curve;
 }
 
