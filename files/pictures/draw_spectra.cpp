@@ -2,11 +2,13 @@
 #include "files/pictures/draw_spectra.h"
 
 #include "files/pictures/markup.h"
+#include "files/pictures/thin_curve.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
+#include <optional>
 
 namespace tools {
 
@@ -16,18 +18,21 @@ constexpr double width = 800.0;
 constexpr double left = 20.0, right = 780.0; // of the panels
 constexpr double top = 52.0;                 // below title and legend
 constexpr double curves_height = 400.0;      // of all panels without the gaps
+constexpr double data_height = 260.0;        // of data alone
 constexpr double gap = 14.0;                 // between panels
 constexpr double axis_height = 52.0;
 
 constexpr const char *data_colour = "#4d4d4d";
+constexpr const char *interval_colour = "#eef2f7", *noise_colour = "#f6ecd4";
+constexpr const char *window_colour = "#7a7a7a", *edge_colour = "#c81e3c";
+// A wide stroke below a thin one: the data stay in sight where the fit lies on them.
+constexpr double data_width = 2.2, fit_width = 1.0;
+constexpr double mark_rise = 10.0; // of names of neighbouring marks, one above the other
+constexpr int most_rises = 4;
 constexpr const char *fit_colour = "#d55e00";
 constexpr const char *residual_colour = "#0072b2";
 constexpr const char *component_colours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
                                              "#56b4e9", "#e69f00", "#4d4d4d"};
-
-struct pixel {
-    double x, y;
-};
 
 struct extent {
     double low = 0.0, high = 0.0; // a panel always shows its zero line
@@ -46,59 +51,6 @@ std::string number(double value, const char *format = "%.1f") {
     std::string out(text);
     if (out == "-0.0") out = "0.0";
     if (out.ends_with(".0")) out.resize(out.size() - 2);
-    return out;
-}
-
-// Lowest and highest of the curve in each half pixel, in the order in which they come.
-std::vector<pixel> extremes_per_half_pixel(const std::vector<pixel> &curve) {
-    std::vector<pixel> out;
-    for (std::size_t i = 0; i < curve.size();) {
-        const double column = std::floor(2.0 * curve[i].x);
-        std::size_t low = i, high = i, end = i;
-        for (; end < curve.size() && std::floor(2.0 * curve[end].x) == column; ++end) {
-            if (curve[end].y < curve[low].y) low = end;
-            if (curve[end].y > curve[high].y) high = end;
-        }
-        out.push_back(curve[std::min(low, high)]);
-        if (low != high) out.push_back(curve[std::max(low, high)]);
-        i = end;
-    }
-    return out;
-}
-
-double distance_to_line(const pixel &p, const pixel &a, const pixel &b) {
-    const double dx = b.x - a.x, dy = b.y - a.y;
-    const double length = std::hypot(dx, dy);
-    if (length == 0.0) return std::hypot(p.x - a.x, p.y - a.y);
-    return std::fabs(dx * (p.y - a.y) - dy * (p.x - a.x)) / length;
-}
-
-// Leaves out what is not seen. Method: D. H. Douglas, T. K. Peucker, Cartographica 10 (1973)
-// 112-122, with a stack of stretches that are still to be looked at.
-std::vector<pixel> without_straight_points(const std::vector<pixel> &curve, double tolerance) {
-    if (curve.size() < 3) return curve;
-    std::vector<bool> kept(curve.size(), false);
-    kept.front() = kept.back() = true;
-    std::vector<std::pair<std::size_t, std::size_t>> stretches = {{0, curve.size() - 1}};
-    while (!stretches.empty()) {
-        const auto [a, b] = stretches.back();
-        stretches.pop_back();
-        std::size_t farthest = a;
-        double distance = tolerance;
-        for (std::size_t i = a + 1; i < b; ++i) {
-            const double d = distance_to_line(curve[i], curve[a], curve[b]);
-            if (d <= distance) continue;
-            distance = d;
-            farthest = i;
-        }
-        if (farthest == a) continue;
-        kept[farthest] = true;
-        stretches.emplace_back(a, farthest);
-        stretches.emplace_back(farthest, b);
-    }
-    std::vector<pixel> out;
-    for (std::size_t i = 0; i < curve.size(); ++i)
-        if (kept[i]) out.push_back(curve[i]);
     return out;
 }
 
@@ -133,12 +85,18 @@ class picture {
     void line(double x1, double y1, double x2, double y2, const char *colour, double thickness);
     void curve(const std::vector<double> &values, const extent &range, double panel_top,
                const char *colour, double thickness);
+    void begin(double height);
     void header(bool with_components);
     void shade(double height);
+    void band(long long first, long long last, double height, const char *colour);
+    void windows(double panel_top);
+    void marks(double height);
+    double room_for_marks() const;
     void horizontal_axis(double y);
     void component_panel(const extent &range, double panel_top);
 
     const spectra_plot &plot_;
+    double top_ = top;   // of the first panel
     double scale_ = 1.0; // pixels per unit of the curves
     std::string svg_;
 };
@@ -160,7 +118,7 @@ void picture::curve(const std::vector<double> &values, const extent &range, doub
     for (long long i = plot_.first; i <= plot_.last; ++i)
         pixels.push_back({x_of_point(static_cast<double>(i)),
                           panel_top + (range.high - values[static_cast<std::size_t>(i)]) * scale_});
-    pixels = without_straight_points(extremes_per_half_pixel(pixels), 0.1);
+    pixels = thinned(pixels);
     std::string points;
     for (const pixel &p : pixels) {
         if (!points.empty()) points += ' ';
@@ -175,9 +133,10 @@ void picture::header(bool with_components) {
     struct entry {
         const char *name, *colour;
     };
-    std::vector<entry> entries = {{"data", data_colour}, {"fit", fit_colour}};
+    std::vector<entry> entries = {{"data", data_colour}};
+    if (!plot_.fit.empty()) entries.push_back({"fit", fit_colour});
     if (with_components) entries.push_back({"components", "#808080"});
-    entries.push_back({"residual", residual_colour});
+    if (!plot_.fit.empty()) entries.push_back({"residual", residual_colour});
     double x = right;
     for (auto e = entries.rbegin(); e != entries.rend(); ++e) {      // from the right edge inwards
         x -= 7.7 * static_cast<double>(std::string(e->name).size()); // wide enough for any font
@@ -187,14 +146,66 @@ void picture::header(bool with_components) {
     }
 }
 
+void picture::band(long long first, long long last, double height, const char *colour) {
+    if (first > plot_.last || last < plot_.first) return;
+    const double a = x_of_point(static_cast<double>(std::max(first, plot_.first)));
+    const double b = x_of_point(static_cast<double>(std::min(last, plot_.last)));
+    svg_ += "<rect x=\"" + number(std::min(a, b)) + "\" y=\"" + number(top_ - 6.0) + "\" width=\"" +
+            number(std::fabs(b - a)) + "\" height=\"" + number(height + 12.0) + "\" fill=\"" +
+            colour + "\"/>\n";
+}
+
 void picture::shade(double height) {
-    for (const auto &[first, last] : plot_.intervals) {
-        const double a = x_of_point(static_cast<double>(std::max(first, plot_.first)));
-        const double b = x_of_point(static_cast<double>(std::min(last, plot_.last)));
-        if (first > plot_.last || last < plot_.first) continue;
-        svg_ += "<rect x=\"" + number(std::min(a, b)) + "\" y=\"" + number(top - 6.0) +
-                "\" width=\"" + number(std::fabs(b - a)) + "\" height=\"" + number(height + 12.0) +
-                "\" fill=\"#eef2f7\"/>\n";
+    for (const auto &[first, last] : plot_.intervals) band(first, last, height, interval_colour);
+    if (!plot_.noise || plot_.noise->first > plot_.last || plot_.noise->second < plot_.first)
+        return;
+    band(plot_.noise->first, plot_.noise->second, height, noise_colour);
+    const double a = x_of_point(static_cast<double>(std::max(plot_.noise->first, plot_.first)));
+    const double b = x_of_point(static_cast<double>(std::min(plot_.noise->second, plot_.last)));
+    text(0.5 * (a + b), top_ + 6.0, "noise",
+         "font-size=\"10\" text-anchor=\"middle\" fill=\"#4d4d4d\"");
+}
+
+// Above the components: from edge to edge, red and thick where the fit presses against one.
+void picture::windows(double panel_top) {
+    int row = 0;
+    for (const plot_window &each : plot_.windows) {
+        const auto first = static_cast<double>(plot_.first), last = static_cast<double>(plot_.last);
+        if (each.high < first || each.low > last) continue;
+        const double a = x_of_point(std::max(each.low, first));
+        const double b = x_of_point(std::min(each.high, last));
+        const double y = panel_top - 2.0 - 3.0 * (row++ % 4);
+        line(a, y, b, y, each.active ? edge_colour : window_colour, each.active ? 2.5 : 1.2);
+    }
+}
+
+double picture::room_for_marks() const {
+    return plot_.marks.empty() ? 0.0 : mark_rise * most_rises + 12.0;
+}
+
+void picture::marks(double height) {
+    struct label {
+        double left, right;
+        int rise;
+    };
+    std::vector<label> placed;
+    for (const plot_mark &mark : plot_.marks) {
+        if (mark.point < static_cast<double>(plot_.first) ||
+            mark.point > static_cast<double>(plot_.last))
+            continue;
+        const double x = x_of_point(mark.point);
+        const double half = 3.1 * static_cast<double>(mark.name.size()) + 2.0;
+        int rise = 0;
+        const auto covered = [&] {
+            return std::any_of(placed.begin(), placed.end(), [&](const label &other) {
+                return other.rise == rise && x - half < other.right && x + half > other.left;
+            });
+        };
+        while (rise + 1 < most_rises && covered()) ++rise;
+        placed.push_back({x - half, x + half, rise});
+        line(x, top_ - 4.0, x, top_ + height, "#d0d0d0", 0.8);
+        text(x, top_ - 8.0 - mark_rise * rise, mark.name,
+             "font-size=\"10\" text-anchor=\"middle\" fill=\"#1a1a1a\"");
     }
 }
 
@@ -271,45 +282,54 @@ void picture::component_panel(const extent &range, double panel_top) {
     }
 }
 
-std::string picture::draw() {
-    const bool with_components = !plot_.components.empty();
-    extent main, parts, residual;
-    main.include(plot_.data, plot_.first, plot_.last);
-    main.include(plot_.fit, plot_.first, plot_.last);
-    for (const auto &component : plot_.components)
-        parts.include(component, plot_.first, plot_.last);
-    residual.include(plot_.residual, plot_.first, plot_.last);
-    const double total = main.size() + parts.size() + residual.size();
-    scale_ = total > 0.0 ? curves_height / total : 1.0;
-
-    const double parts_gap = with_components ? gap + 10.0 : 0.0; // room for the numbers
-    const double parts_top = top + main.size() * scale_ + parts_gap;
-    const double residual_top = parts_top + parts.size() * scale_ + gap;
-    const double axis_y = residual_top + residual.size() * scale_ + 8.0;
-    const double height = axis_y + axis_height;
-
+void picture::begin(double height) {
     svg_ = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"800\" height=\"" + number(height) +
            "\" viewBox=\"0 0 800 " + number(height) +
            "\" role=\"img\" font-family=\"Helvetica, Arial, 'Liberation Sans', sans-serif\">\n";
     svg_ += "<title>" +
-            escaped_markup(plot_.title.empty() ? "data, fit and residual" : plot_.title) +
+            escaped_markup(!plot_.title.empty() ? plot_.title
+                           : plot_.fit.empty()  ? "spectrum"
+                                                : "data, fit and residual") +
             "</title>\n";
     svg_ += "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
-    shade(axis_y - top - 8.0);
+}
+
+std::string picture::draw() {
+    const bool with_components = !plot_.components.empty(), with_fit = !plot_.fit.empty();
+    extent main, parts, residual;
+    main.include(plot_.data, plot_.first, plot_.last);
+    if (with_fit) main.include(plot_.fit, plot_.first, plot_.last);
+    for (const auto &component : plot_.components)
+        parts.include(component, plot_.first, plot_.last);
+    if (with_fit) residual.include(plot_.residual, plot_.first, plot_.last);
+    const double total = main.size() + parts.size() + residual.size();
+    scale_ = total > 0.0 ? (with_fit ? curves_height : data_height) / total : 1.0;
+
+    top_ = top + room_for_marks();
+    const double parts_gap = with_components ? gap + 10.0 : 0.0; // room for the numbers
+    const double parts_top = top_ + main.size() * scale_ + parts_gap;
+    const double residual_top = parts_top + parts.size() * scale_ + (with_fit ? gap : 0.0);
+    const double axis_y = residual_top + residual.size() * scale_ + 8.0;
+    begin(axis_y + axis_height);
+    shade(axis_y - top_ - 8.0);
     header(with_components);
+    marks(main.size() * scale_);
     const auto zero_line = [&](const extent &range, double panel_top) {
         const double y = panel_top + range.high * scale_;
         line(left, y, right, y, "#d0d0d0", 0.8);
     };
-    zero_line(main, top);
-    curve(plot_.data, main, top, data_colour, 1.2);
-    curve(plot_.fit, main, top, fit_colour, 1.3);
+    zero_line(main, top_);
+    curve(plot_.data, main, top_, data_colour, with_fit ? data_width : 1.2);
+    if (with_fit) curve(plot_.fit, main, top_, fit_colour, fit_width);
+    windows(with_components ? parts_top : top_);
     if (with_components) {
         zero_line(parts, parts_top);
         component_panel(parts, parts_top);
     }
-    zero_line(residual, residual_top);
-    curve(plot_.residual, residual, residual_top, residual_colour, 1.1);
+    if (with_fit) {
+        zero_line(residual, residual_top);
+        curve(plot_.residual, residual, residual_top, residual_colour, 1.1);
+    }
     horizontal_axis(axis_y);
     svg_ += "</svg>\n";
     return svg_;

@@ -3,6 +3,7 @@
 
 #include "files/base/tool_error.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <numbers>
@@ -32,6 +33,19 @@ std::vector<double> real_part(const complex_signal &x, std::size_t first, std::s
         re[i] = point.real() * std::cos(angle) + point.imag() * std::sin(angle);
     }
     return re;
+}
+
+double upright_phase(const complex_signal &x, double phi_1) {
+    double most = 0.0;
+    for (const std::complex<double> &point : x) most = std::max(most, std::abs(point));
+    std::complex<double> sum = 0.0;
+    for (std::size_t i = 0; i < x.size() && most > 0.0; ++i) {
+        if (!(std::abs(x[i]) >= most / 3.0)) continue;
+        const std::complex<double> scaled = x[i] / most; // no square leaves the range of numbers
+        const double turn = -phi_1 * static_cast<double>(i) / static_cast<double>(x.size());
+        sum += scaled * std::abs(scaled) * std::polar(1.0, turn * std::numbers::pi / 180.0);
+    }
+    return sum == 0.0 ? 0.0 : std::arg(sum) * 180.0 / std::numbers::pi;
 }
 
 plot_axis plot_axis_of(const spectrum_axis &items, const std::string &asked, long long n) {

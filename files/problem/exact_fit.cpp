@@ -84,9 +84,14 @@ optimum_record record_of(const engine::fit_problem &problem, const engine::optim
     out.lineshape = found.lineshape;
     out.held.resize(problem.entries.size());
     for (std::size_t k = 0; k < problem.entries.size(); ++k)
-        for (int q = 0; q < engine::quantities; ++q)
+        for (int q = 0; q < engine::quantities; ++q) {
             out.held[k][static_cast<std::size_t>(q)] =
                 found.is_at_bound(static_cast<int>(k), static_cast<engine::quantity>(q));
+            const engine::parameter &p = problem.entries[k].of[static_cast<std::size_t>(q)];
+            if (p.how == engine::link::fixed) continue;
+            if (std::isfinite(p.lower) || std::isfinite(p.upper))
+                out.windows.push_back({static_cast<int>(k) + 1, q, p.lower, p.upper});
+        }
     return out;
 }
 

@@ -26,6 +26,12 @@ struct optimum_record {
         double shift_hz = 0.0; // that was applied to all frequencies
         bool same = false;     // as the lowest
     };
+    // What the table says of a parameter that is not fixed, in points as the values; an edge that
+    // is none is infinite.
+    struct window {
+        int entry = 0, quantity = 0; // from 1; as a start file has them
+        double low = 0.0, high = 0.0;
+    };
     std::string method; // "exact", or "both": the search of the fitter came first
     std::string verdict;
     double noise_sd = 0.0;       // [signal]
@@ -38,6 +44,7 @@ struct optimum_record {
     std::vector<engine::values_of_entry> values; // in points
     std::vector<std::complex<double>> lineshape;
     std::vector<std::array<bool, 5>> held; // at the edge of a window
+    std::vector<window> windows;
 };
 
 struct exact_options {

@@ -48,6 +48,11 @@ std::string optimum_text(const optimum_record &record) {
         all["values_in_points"].push_back(row);
     }
     for (const auto &row : record.held) all["at_bound"].push_back(row);
+    for (const optimum_record::window &each : record.windows)
+        all["windows_in_points"].push_back({{"entry", each.entry},
+                                            {"parameter", each.quantity},
+                                            {"low", number_of(each.low)},
+                                            {"high", number_of(each.high)}});
     if (!record.lineshape.empty()) {
         all["lineshape"] = ordered_json::array();
         for (const std::complex<double> c : record.lineshape)
@@ -139,6 +144,18 @@ static optimum_record record_from(const reader &from) {
         for (std::size_t q = 0; q < held.size(); ++q) held[q] = from.truth(five[q], "at_bound");
     }
     if (out.held.size() != n) from.refuse("at_bound", "a row for each entry");
+    if (from.has("windows_in_points"))
+        for (const ordered_json &item : from.list("windows_in_points")) {
+            const double entry = from.number(item, "entry"), q = from.number(item, "parameter");
+            if (!(entry >= 1.0 && entry <= static_cast<double>(n)) ||
+                !(q >= 0.0 && q < double(quantities)))
+                from.refuse("windows_in_points", "parameters of entries");
+            const double low = from.number(item, "low"), high = from.number(item, "high");
+            static constexpr double none = std::numeric_limits<double>::infinity();
+            out.windows.push_back({static_cast<int>(entry), static_cast<int>(q),
+                                   std::isfinite(low) ? low : -none,
+                                   std::isfinite(high) ? high : none});
+        }
     for (const ordered_json &item : from.list("reasons")) {
         optimum_record::cause &cause = out.reasons.emplace_back();
         cause.what = from.text(item, "what");
