@@ -257,7 +257,7 @@ void start_maker::prepare(const spectrum_facts &facts) {
                 patterns[k] = read_pattern(
                     find_pattern(table_, table_.rows[made->row_of[k]], pattern_folders_),
                     made->curves);
-    if ((estimates() || facts.guessed_sense) && kernel::transform_plan::exists_for(start.points)) {
+    if (kernel::transform_plan::exists_for(start.points)) {
         std::vector<bool> inside(static_cast<std::size_t>(facts.points), false);
         for (const start_step &step : start.steps)
             for (const auto &[first, last] : step.intervals)
@@ -334,13 +334,13 @@ void start_maker::estimate(const complex_signal &spectrum, start_result &result)
                                  weak);
 }
 
-// Both senses of a guessed axis are held against the spectrum.
+// Both senses of the axis are held against the spectrum: files and users state the wrong one, too.
 void start_maker::look_at_mirror(const complex_signal &spectrum, start_result &result) const {
     const prepared &p = *prepared_;
     const auto first = static_cast<std::size_t>(std::max(0, result.start.noise_first));
     const auto stop =
         std::min(spectrum.size(), static_cast<std::size_t>(std::max(0, result.start.noise_stop)));
-    if (!p.facts.guessed_sense || p.unit.empty() || spectrum.empty() || stop < first + 2) return;
+    if (p.unit.empty() || spectrum.empty() || stop < first + 2) return;
     std::complex<double> mean = 0.0;
     for (std::size_t i = first; i < stop; ++i) mean += spectrum[i];
     mean /= static_cast<double>(stop - first);
@@ -351,8 +351,10 @@ void start_maker::look_at_mirror(const complex_signal &spectrum, start_result &r
     if (!advice) return;
     char text[200];
     std::snprintf(text, sizeof text,
-                  "the sense of the ppm axis is a guess, and the start values explain %.0f %% of "
-                  "the signal on the mirrored axis, here %.0f %%: try --axis %s",
+                  "%s the start values explain %.0f %% of the signal on the mirrored axis, here "
+                  "%.0f %%: try --axis %s",
+                  p.facts.guessed_sense ? "the sense of the ppm axis is a guess, and"
+                                        : "does the ppm axis run the other way?",
                   100.0 * advice->mirrored, 100.0 * advice->here,
                   p.facts.ppm_rises_with_points ? "falling" : "rising");
     result.warnings.emplace_back(text);

@@ -267,6 +267,11 @@ static std::string table_cell_text(int q, std::size_t k, const start_file &start
     std::string text = shown(value, false);
     if (own.range && (start.ranges == 1 || start.ranges == 3)) {
         double low = own.range->first, high = own.range->second;
+        if (value != own.value) { // a width whose sign was turned: its window turns with it
+            std::swap(low, high);
+            low = std::max(0.0, -low);
+            high = std::max(0.0, -high);
+        }
         text += " [" + shown(low, true) + ", " + shown(high, true) + "]";
     }
     return text;

@@ -134,6 +134,11 @@ for kind in "--dwell 0.001 ${about[*]}" "--json with.json"; do
             lacks err "on the mirrored axis"
         fi
     done
+    # an axis that was stated is held against the lines, too
+    # shellcheck disable=SC2086
+    status 0 "$programs/varokel-fit" rising.txt ppm.txt $kind --axis falling -o wrong.run --force
+    holds err "does the ppm axis run the other way?"
+    holds err "try --axis rising"
     # shellcheck disable=SC2086
     status 0 "$programs/varokel-fit" falling.txt ppm.txt $kind --axis falling -o falling.run --force
     lacks err "ppm_rises_with_points"
