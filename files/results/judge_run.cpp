@@ -42,7 +42,7 @@ static std::optional<last_step> last_step_of(const run_result &run) {
     return last;
 }
 
-static std::vector<correlated_pair> correlations_of(const run_result &run) {
+std::vector<correlated_pair> correlations_of(const run_result &run) {
     std::vector<correlated_pair> pairs;
     if (!run.covariance_agrees) return pairs;
     const std::size_t n = run.entries.size();
@@ -59,9 +59,9 @@ static std::vector<correlated_pair> correlations_of(const run_result &run) {
     return pairs;
 }
 
-static std::vector<std::string> guesses_of(const run_result &run) {
+std::vector<std::string> guesses_of_sidecar(const ordered_json &sidecar) {
     std::vector<std::string> said;
-    const ordered_json guessed = run.sidecar.value("guessed", ordered_json::array());
+    const ordered_json guessed = sidecar.value("guessed", ordered_json::array());
     if (!guessed.is_array()) return said;
     for (const ordered_json &guess : guessed) {
         if (!guess.is_object() || !guess.contains("item") || !guess["item"].is_string()) continue;
@@ -136,7 +136,7 @@ static fit_facts facts_of(const run_result &run) {
     facts.files = run.warnings;
     facts.remarks = run.log_remarks;
     facts.remarks.insert(facts.remarks.end(), run.start_warnings.begin(), run.start_warnings.end());
-    facts.guesses = guesses_of(run);
+    facts.guesses = guesses_of_sidecar(run.sidecar);
     facts.guesses.insert(facts.guesses.end(), run.start_guesses.begin(), run.start_guesses.end());
     facts.points = run.axis.points;
     facts.measured = run.axis.measured;

@@ -13,4 +13,11 @@ static constexpr double far_search = 1.0;
 // files that could not be read) come in as findings.
 void judge_run(run_result &run);
 
+// Correlations of the areas that are free, each pair once; empty without a covariance that agrees
+// with the errors.
+std::vector<correlated_pair> correlations_of(const run_result &run);
+
+// What an import took without its being stated, a sentence each.
+std::vector<std::string> guesses_of_sidecar(const ordered_json &sidecar);
+
 } // namespace tools

@@ -27,6 +27,15 @@ const char *level_text(finding_level level) {
     return texts[static_cast<int>(level)];
 }
 
+std::string badge_text(const std::string &status, const std::string &level) {
+    std::string text = status;
+    std::replace(text.begin(), text.end(), '_', ' ');
+    if (status == status_text(fit_status::not_fitted)) return text;
+    if (level == level_text(finding_level::amber)) return text + ": look first";
+    if (level == level_text(finding_level::red)) return text + ": do not use as it is";
+    return text;
+}
+
 struct finding_words {
     const char *word, *meaning;
 };

@@ -36,6 +36,10 @@ const char *status_meaning(fit_status status);
 enum class finding_level { none, note, amber, red };
 const char *level_text(finding_level level); // "none", "note", "amber", "red"
 
+// What a badge says, so that one colour has one word: "converged", "converged: look first",
+// "converged: do not use as it is", "not fitted". status and level are words of the tables.
+std::string badge_text(const std::string &status, const std::string &level);
+
 // In the order in which they are said. The words of finding_text are those of the tables.
 enum class finding_kind {
     undetermined,   // most areas are smaller than their errors
