@@ -2,10 +2,12 @@
 #include "files/batch/batch_view.h"
 
 #include "files/base/not_known.h"
+#include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 #include "files/batch/plan_lines.h"
 #include "files/spectra/signal_file.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -15,6 +17,7 @@
 #include <fstream>
 #include <limits>
 #include <numbers>
+#include <set>
 
 namespace tools {
 
@@ -35,7 +38,10 @@ class table_reader {
         std::string line;
         std::getline(stream_, line);
         cut(line);
-        for (std::size_t c = 0; c < cells_.size(); ++c) columns_.emplace(cells_[c], c);
+        for (std::size_t c = 0; c < cells_.size(); ++c) {
+            columns_.emplace(cells_[c], c);
+            names_.emplace_back(cells_[c]);
+        }
         width_ = cells_.size();
     }
 
@@ -59,17 +65,23 @@ class table_reader {
         return found->second;
     }
     bool has(const char *name) const { return columns_.contains(name); }
+    const std::vector<std::string> &names() const { return names_; }
     std::string text(std::size_t column) const { return std::string(cells_[column]); }
-    double number(std::size_t column) const {
+    // Nothing for a cell that holds no number; n/a is not a number.
+    std::optional<double> number_of(std::size_t column) const {
         const std::string_view cell = cells_[column];
         if (cell == "n/a") return not_known;
         double value = 0.0;
         const auto read = std::from_chars(cell.data(), cell.data() + cell.size(), value);
-        if (read.ec != std::errc() || read.ptr != cell.data() + cell.size())
-            throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": \"" +
-                                            std::string(cell) +
-                                            "\" where a number or n/a was expected");
+        if (read.ec != std::errc() || read.ptr != cell.data() + cell.size()) return std::nullopt;
         return value;
+    }
+    double number(std::size_t column) const {
+        const std::optional<double> value = number_of(column);
+        if (!value)
+            throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": \"" +
+                                            text(column) + "\" where a number or n/a was expected");
+        return *value;
     }
 
   private:
@@ -90,6 +102,7 @@ class table_reader {
     std::string line_;
     std::vector<std::string_view> cells_;
     std::map<std::string, std::size_t> columns_;
+    std::vector<std::string> names_;
     std::size_t width_ = 0;
     long long number_ = 1;
 };
@@ -98,6 +111,7 @@ batch_view::batch_view(const std::string &run_folder) : folder(run_folder) {
     read_manifest();
     read_quality();
     read_results();
+    read_derived();
     find_curves();
     // Patterns are found from the folder in which they stand.
     const fs::path patterns = fs::path(folder) / "patterns";
@@ -116,6 +130,10 @@ void batch_view::read_manifest() {
     for (const plan_axis &axis : plan.axes) axes.push_back({axis.name, axis.size, axis.spatial});
     entries = plan.entry_names;
     scale = plan.scale;
+    const std::string sidecar = plan.file("sidecar.json");
+    std::error_code error;
+    if (fs::is_regular_file(sidecar, error))
+        repetition_time = metadata(sidecar).positive_number("repetition_time_s");
     spectra.resize(static_cast<std::size_t>(plan.spectra));
     for (long long line = 0; line < plan.spectra; ++line) {
         planned_spectrum planned = lines.read(line);
@@ -130,14 +148,51 @@ void batch_view::read_manifest() {
     files_read.push_back(plan.file("manifest.json"));
 }
 
+// Units that the description of a table gives; a table without one has none.
+static std::map<std::string, std::string> units_of(const std::string &table) {
+    std::map<std::string, std::string> units;
+    const std::string file = fs::path(table).replace_extension(".json").string();
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) return units;
+    const nlohmann::ordered_json all = json_of_file(file);
+    if (!all.is_object()) return units;
+    for (const auto &[name, about] : all.items())
+        if (about.is_object() && about.contains("Units") && about["Units"].is_string())
+            units[name] = about["Units"].get<std::string>();
+    return units;
+}
+
+// Columns of numbers that are not shown elsewhere.
+static std::vector<std::size_t> further_columns(const table_reader &table,
+                                                const std::vector<batch_axis> &axes) {
+    std::set<std::string> known = {"spectrum", "status",  "reason", "level", "warnings",
+                                   "reasons",  "verdict", "method", "snr",   "fit_quality"};
+    for (const batch_axis &axis : axes) known.insert(axis.name);
+    std::vector<std::size_t> found;
+    for (std::size_t c = 0; c < table.names().size(); ++c)
+        if (!known.contains(table.names()[c])) found.push_back(c);
+    return found;
+}
+
 void batch_view::read_quality() {
     const std::string file = (fs::path(folder) / "quality.tsv").string();
     table_reader table(file);
     const std::size_t name = table.column("spectrum"), status = table.column("status");
     const std::size_t reason = table.column("reason"), quality = table.column("fit_quality");
     const std::size_t level = table.column("level"), warnings = table.column("warnings");
-    const bool has_snr = table.has("snr");
+    const bool has_snr = table.has("snr"), has_verdict = table.has("verdict");
     const std::size_t snr = has_snr ? table.column("snr") : 0;
+    const std::size_t verdict = has_verdict ? table.column("verdict") : 0;
+    const std::vector<std::size_t> places = further_columns(table, axes);
+    const std::map<std::string, std::string> units = units_of(file);
+    std::vector<bool> numbers(places.size(), true);
+    for (const std::size_t c : places) {
+        const auto unit = units.find(table.names()[c]);
+        further.push_back({table.names()[c],
+                           unit == units.end() ? "" : unit->second,
+                           std::vector<double>(spectra.size(), not_known),
+                           {}});
+    }
     while (table.next()) {
         const auto found = by_name_.find(table.text(name));
         if (found == by_name_.end())
@@ -150,6 +205,40 @@ void batch_view::read_quality() {
         spectrum.warnings = table.text(warnings) == "n/a" ? "" : table.text(warnings);
         spectrum.quality = table.number(quality);
         if (has_snr) spectrum.snr = table.number(snr);
+        if (has_verdict && table.text(verdict) != "n/a") spectrum.verdict = table.text(verdict);
+        for (std::size_t f = 0; f < places.size(); ++f) {
+            const std::optional<double> value = table.number_of(places[f]);
+            numbers[f] = numbers[f] && value;
+            if (value) further[f].values[found->second] = *value;
+        }
+    }
+    for (std::size_t f = places.size(); f-- > 0;) // texts, and what no spectrum has
+        if (!numbers[f] || std::none_of(further[f].values.begin(), further[f].values.end(),
+                                        [](double v) { return std::isfinite(v); }))
+            further.erase(further.begin() + static_cast<std::ptrdiff_t>(f));
+    files_read.push_back(file);
+}
+
+// A row for each derived value of each spectrum.
+void batch_view::read_derived() {
+    const std::string file = (fs::path(folder) / "derived.tsv").string();
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) return;
+    table_reader table(file);
+    const std::size_t spectrum = table.column("spectrum"), name = table.column("name");
+    const std::size_t value = table.column("value"), sd = table.column("error_1sd");
+    std::map<std::string, std::size_t> at;
+    while (table.next()) {
+        const auto found = by_name_.find(table.text(spectrum));
+        if (found == by_name_.end())
+            throw tool_error(bad_input, file + ": spectrum " + table.text(spectrum) +
+                                            " is not in manifest.json; merge the batch again");
+        const auto [place, fresh] = at.emplace(table.text(name), further.size());
+        if (fresh)
+            further.push_back({table.text(name), "", std::vector<double>(spectra.size(), not_known),
+                               std::vector<double>(spectra.size(), not_known)});
+        further[place->second].values[found->second] = table.number(value);
+        further[place->second].errors[found->second] = table.number(sd);
     }
     files_read.push_back(file);
 }
@@ -168,7 +257,8 @@ void batch_view::read_results() {
                                                         "lorentz_fwhm_error_1sd_hz",
                                                         "phase_degrees",
                                                         "phase_error_1sd_degrees",
-                                                        "snr"};
+                                                        "snr",
+                                                        "frequency_hz"};
     std::optional<std::size_t> columns[batch_quantities];
     for (std::size_t q = 0; q < batch_quantities; ++q)
         if (q != batch_snr || table.has(names[q])) columns[q] = table.column(names[q]);

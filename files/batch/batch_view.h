@@ -25,6 +25,15 @@ struct batch_spectrum {
     std::string level, warnings; // of the judgement, as quality.tsv has them
     std::vector<long long> at;   // along the axes
     double quality = 0.0, snr = 0.0;
+    std::string verdict; // of an exact fit; empty without
+};
+
+// A number for each spectrum that a table of the batch has beside those above: another column of
+// quality.tsv, or a derived value.
+struct batch_column {
+    std::string name, unit;
+    std::vector<double> values, errors; // by the number of the spectrum; errors (one standard
+                                        // deviation) may be empty
 };
 
 // Columns of results.tsv that the overview shows, in this order.
@@ -41,6 +50,7 @@ enum batch_quantity : int {
     batch_phase,
     batch_phase_sd,
     batch_snr,
+    batch_frequency,
     batch_quantities
 };
 
@@ -68,6 +78,10 @@ class batch_view {
     std::vector<std::string> entries;
     long long points = 0;
     spectrum_axis scale;
+    std::vector<batch_column> further;
+    // Label of the region in which each spectrum lies, 0 for none; empty where nobody gave any.
+    std::vector<long long> regions;
+    std::optional<double> repetition_time; // [s]
     rebuilt_model start; // intervals and first-order phase; read is false when they are not known
     std::vector<std::string> files_read;
     std::size_t fits_kept() const { return curves_.size(); }
@@ -76,6 +90,7 @@ class batch_view {
     void read_manifest();
     void read_quality();
     void read_results();
+    void read_derived();
     void find_curves();
 
     std::vector<double> values_;

@@ -28,6 +28,9 @@ inline constexpr const char *remark_end = " | ";
 inline constexpr const char *no_exact_fit = "no exact fit, the search stands alone: ";
 inline constexpr const char *no_search = "no search: ";
 
+// Of a spectrum that is not tried because it holds nothing, such as a voxel outside of the body.
+inline constexpr const char *reason_all_zero = "all its points are zero";
+
 // What an exact fit adds to the figures of a search.
 struct exact_facts {
     fit_method method = fit_method::exact; // both: the search came first

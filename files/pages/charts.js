@@ -2,52 +2,11 @@
 // charts.js -- spectra as charts that can be zoomed; used by the report and by the overview
 "use strict";
 const varokelCharts = (() => {
-  // palette for colour-blind readers of M. Okabe and K. Ito (2008); the last one follows the ink
-  const palette = ["#0072b2", "#d55e00", "#009e73", "#cc79a7", "#56b4e9", "#e69f00", null];
-  const styleOf = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
-  const colourOf = (k) => palette[k % palette.length] || styleOf("--data");
+  const { made, styleOf, colourOf, numberText, tickTexts, decimalsFor, roomAround } = varokelValues;
 
-  function bytesOf(text) {
-    const raw = atob(text);
-    const bytes = new Uint8Array(raw.length);
-    for (let i = 0; i < raw.length; i++) bytes[i] = raw.charCodeAt(i);
-    return new DataView(bytes.buffer);
-  }
-
-  // little-endian whatever the machine is
-  function floatsOf(text) {
-    const view = bytesOf(text), out = new Float64Array(view.byteLength / 4);
-    for (let i = 0; i < out.length; i++) out[i] = view.getFloat32(4 * i, true);
-    return out;
-  }
-
-  function shortsOf(text, unit) {
-    const view = bytesOf(text), out = new Float64Array(view.byteLength / 2);
-    for (let i = 0; i < out.length; i++) out[i] = view.getInt16(2 * i, true) * unit;
-    return out;
-  }
-
-  // text of floats, or {unit, values} of 16 bits a point
-  const curveOf = (curve) => typeof curve === "string" ? floatsOf(curve) : shortsOf(curve.values, curve.unit);
-
-  const made = (tag, className, text) => {
-    const element = document.createElement(tag);
-    if (className) element.className = className;
-    if (text !== undefined) element.textContent = text;
-    return element;
-  };
-
-  // range of an axis: some room on both sides, more where numbers of components stand
-  const roomAround = (low, high, below = 0.06) => {
-    if (low === null || high === null || !(high > low)) return [(low || 0) - 1, (high || 0) + 1];
-    return [low - below * (high - low), high + 0.09 * (high - low)];
-  };
-
-  const decimalsFor = (step) => Math.max(0, Math.min(6, Math.ceil(-Math.log10(Math.abs(step)))));
-  const numberText = (value) => Number.isFinite(value) ? value.toPrecision(4) : "n/a";
-
-  // spectrum: {axis: {label, zero, step, falls}, data, fit, residual, components: [{number, name, values}],
-  // intervals, view}; curves are arrays over the points, in point order; fit and residual may be null
+  // spectrum: {axis: {label, zero, step, falls}, data, fit, residual, components: [{number, name, values, imaginary}],
+  // imaginary: {data, fit, residual}, intervals, noise, windows: [{number, low, high, active}], marks: [{name, point}], view}; curves are arrays
+  // over the points, in point order; fit and residual may be null; imaginary, noise and windows may be missing
   function show(place, spectrum) {
     const n = spectrum.data.length, axis = spectrum.axis;
     const reversed = axis.step < 0;
@@ -64,9 +23,19 @@ const varokelCharts = (() => {
     let range = start.slice();
     let plots = [];
     const shown = spectrum.components.map(() => true);
-    const data = inOrder(spectrum.data);
-    const fit = spectrum.fit && inOrder(spectrum.fit), residual = spectrum.residual && inOrder(spectrum.residual);
-    const components = spectrum.components.map((c) => inOrder(c.values));
+    // The part that is looked at.
+    const turned = spectrum.imaginary;
+    const partOf = { real: (re) => re, imaginary: (re, im) => im, magnitude: (re, im) => re.map((v, i) => Math.hypot(v, im[i])) };
+    let part = "real", data, fit, residual, components;
+    const takePart = () => {
+      const seen = (re, im) => re && inOrder(partOf[part](re, im));
+      data = seen(spectrum.data, turned && turned.data);
+      fit = seen(spectrum.fit, turned && turned.fit);
+      residual = seen(spectrum.residual, turned && turned.residual);
+      components = spectrum.components.map((c) => seen(c.values, c.imaginary));
+    };
+    takePart();
+    const drawn = { data: true, fit: true };
 
     place.textContent = "";
     const tools = made("div", "tools"), readout = made("div", "readout"), stage = made("div", "stage");
@@ -103,18 +72,106 @@ const varokelCharts = (() => {
     button("\u25b6", "to the right", () => shiftBy(0.3));
     button("fitted range", "show the fitted intervals", () => zoomTo(start[0], start[1])).classList.add("reset");
     button("all", "show the whole spectrum", () => zoomTo(whole[0], whole[1]));
+    if (turned) {
+      const select = made("select", "part");
+      select.setAttribute("aria-label", "part of the spectrum");
+      for (const name of Object.keys(partOf)) {
+        const option = made("option", "", name + (name === "magnitude" ? "" : " part"));
+        option.value = name;
+        select.append(option);
+      }
+      select.addEventListener("change", () => {
+        part = select.value;
+        takePart();
+        build();
+      });
+      tools.append(select);
+    }
     tools.append(made("span", "muted", "Drag to zoom, double-click to go back."));
-    place.append(tools, stage, readout);
+    const legend = made("div", "chips legend");
+    place.append(tools, legend, stage, readout);
+
+    // What is drawn how; curves of the first panel can be taken away.
+    const inLegend = (name, style, toggles) => {
+      const label = made(toggles ? "label" : "span"), mark = made("i", style);
+      if (toggles) {
+        const box = made("input");
+        box.type = "checkbox";
+        box.checked = true;
+        box.addEventListener("change", () => {
+          drawn[toggles] = box.checked;
+          build();
+        });
+        label.append(box);
+      }
+      label.append(mark, document.createTextNode(name));
+      legend.append(label);
+    };
+    inLegend("data", "of-data", "data");
+    if (fit) {
+      inLegend("fit", "of-fit", "fit");
+      inLegend("residual", "of-residual");
+    }
+    if (spectrum.intervals.length > 0) inLegend(fit ? "fitted points" : "points to fit", "of-interval");
+    if (spectrum.noise) inLegend("noise window", "of-noise");
+    if (spectrum.windows && spectrum.windows.length > 0) inLegend("windows of shifts, red: active", "of-window");
 
     function shade(u) {
       u.ctx.save();
-      u.ctx.fillStyle = styleOf("--shade");
-      for (const [a, b] of spectrum.intervals) {
-        const [low, high] = span(a, b);
+      const stretches = spectrum.intervals.map((points) => [points, "--shade"]);
+      if (spectrum.noise) stretches.push([spectrum.noise, "--noise"]);
+      for (const [points, colour] of stretches) {
+        const [low, high] = span(points[0], points[1]);
+        u.ctx.fillStyle = styleOf(colour);
         const p = u.valToPos(low, "x", true), q = u.valToPos(high, "x", true);
         const left = Math.max(u.bbox.left, Math.min(p, q));
         const right = Math.min(u.bbox.left + u.bbox.width, Math.max(p, q));
         if (right > left) u.ctx.fillRect(left, u.bbox.top, right - left, u.bbox.height);
+      }
+      u.ctx.restore();
+    }
+
+    // Windows of shifts along the upper edge.
+    function markWindows(u) {
+      const ratio = devicePixelRatio;
+      u.ctx.save();
+      (spectrum.windows || []).forEach((each, row) => {
+        const [low, high] = span(each.low, each.high);
+        if (high < range[0] || low > range[1]) return;
+        const y = u.bbox.top + (4 + 4 * (row % 4)) * ratio;
+        u.ctx.strokeStyle = styleOf(each.active ? "--edge" : "--muted");
+        u.ctx.lineWidth = (each.active ? 3 : 1.5) * ratio;
+        u.ctx.beginPath();
+        u.ctx.moveTo(u.valToPos(Math.max(low, range[0]), "x", true), y);
+        u.ctx.lineTo(u.valToPos(Math.min(high, range[1]), "x", true), y);
+        u.ctx.stroke();
+      });
+      u.ctx.restore();
+    }
+
+    // Marks of peaks that were not fitted yet, from the top of the panel.
+    function markPeaks(u) {
+      const ratio = devicePixelRatio, placed = [];
+      u.ctx.save();
+      u.ctx.font = 11 * ratio + "px system-ui, sans-serif";
+      u.ctx.textAlign = "center";
+      for (const mark of spectrum.marks || []) {
+        const at = xOf(mark.point);
+        if (at < range[0] || at > range[1]) continue;
+        const px = u.valToPos(at, "x", true), half = u.ctx.measureText(mark.name).width / 2 + 2 * ratio;
+        let row = 0;
+        while (row < 5 && placed.some(([left, right, r]) => r === row && px - half < right && px + half > left)) row++;
+        placed.push([px - half, px + half, row]);
+        const top = u.bbox.top + (12 + 12 * row) * ratio;
+        u.ctx.strokeStyle = styleOf("--fit");
+        u.ctx.lineWidth = ratio;
+        u.ctx.setLineDash([3 * ratio, 3 * ratio]);
+        u.ctx.beginPath();
+        u.ctx.moveTo(px, top + 2 * ratio);
+        u.ctx.lineTo(px, u.bbox.top + u.bbox.height);
+        u.ctx.stroke();
+        u.ctx.fillStyle = styleOf("--ink");
+        u.ctx.fillText(mark.name, px, top);
       }
       u.ctx.restore();
     }
@@ -167,7 +224,7 @@ const varokelCharts = (() => {
     }
 
     const key = "k" + Math.random().toString(36).slice(2);
-    function chart(title, height, series, columns, withAxis, draw) {
+    function chart(title, height, series, columns, withAxis, draw, crowded) {
       stage.append(made("div", "panel-title", title));
       const width = Math.max(240, stage.clientWidth);
       const ink = styleOf("--ink"), grid = styleOf("--line");
@@ -190,19 +247,20 @@ const varokelCharts = (() => {
         },
         scales: {
           x: { time: false, min: range[0], max: range[1], dir: axis.falls ? -1 : 1, range: (u, low, high) => [low, high] },
-          y: { range: (u, low, high) => roomAround(low, high, draw && low < 0 ? 0.15 : 0.06) },
+          y: { range: (u, low, high) => roomAround(low, high, draw && low < 0 ? 0.15 : 0.06, crowded ? 0.35 : 0.09) },
         },
         axes: [
           { show: withAxis, stroke: ink, label: withAxis ? axis.label : undefined, labelSize: 22, size: 30,
             labelFont: "13px system-ui, sans-serif",
-            grid: { stroke: grid, width: 0.5 }, ticks: { stroke: ink, width: 1, size: 5 } },
+            grid: { stroke: grid, width: 0.5 }, ticks: { stroke: ink, width: 1, size: 5 },
+            values: (u, splits, i, space, step) => tickTexts(splits, step) },
           { show: !narrow, stroke: ink, size: 62, grid: { stroke: grid, width: 0.5 }, ticks: { stroke: ink, size: 4 },
-            values: (u, splits) => splits.map((v) => (v === 0 ? "0" : Math.abs(v) >= 1e4 || Math.abs(v) < 1e-3 ? v.toExponential(1) : String(+v.toPrecision(4)))) },
+            values: (u, splits, i, space, step) => tickTexts(splits, step) },
         ],
         series: [{}, ...series],
         hooks: {
           drawClear: [shade],
-          draw: draw ? [draw] : [],
+          draw: draw || [],
           setCursor: [(u) => tell(u.cursor.idx)],
           setSelect: [(u) => {
             if (u.select.width < 4) return;
@@ -224,16 +282,19 @@ const varokelCharts = (() => {
       stage.textContent = "";
       const line = (stroke, width, extra) => Object.assign({ stroke, width, points: { show: false } }, extra);
       const tall = stage.clientWidth < 560 ? 200 : 280;
+      const ofPart = part === "real" ? "" : ", " + part + (part === "magnitude" ? "" : " part");
       if (!fit) {
-        chart("data", tall, [line(styleOf("--data"), 1.2)], [data], true);
+        chart("data" + ofPart, tall, [line(styleOf("--data"), 1.2)], [data], true, [markPeaks], (spectrum.marks || []).length > 0);
         return;
       }
-      chart("data and fit", tall, [line(styleOf("--data"), 1.2), line(styleOf("--fit"), 1.4)], [data, fit], false);
+      // the data lie wide and pale under the fit, so that they are seen where both agree
+      chart("data and fit" + ofPart, tall, [line(styleOf("--data"), 2.6, { show: drawn.data, alpha: 0.75 }), line(styleOf("--fit"), 1.1, { show: drawn.fit })],
+        [data, fit], false, components.length > 0 ? [] : [markWindows]);
       componentPlot = null;
       if (components.length > 0)
-        componentPlot = chart("components", Math.round(tall * 0.7),
-          components.map((c, k) => line(colourOf(k), 1.2, { show: shown[k] })), components, false, nameComponents);
-      chart("residual", Math.round(tall * 0.4), [line(styleOf("--residual"), 1.1)], [residual], true);
+        componentPlot = chart("components" + ofPart, Math.round(tall * 0.7),
+          components.map((c, k) => line(colourOf(k), 1.2, { show: shown[k] })), components, false, [markWindows, nameComponents]);
+      chart("residual" + ofPart, Math.round(tall * 0.4), [line(styleOf("--residual"), 1.1)], [residual], true);
     }
     build();
 
@@ -281,6 +342,7 @@ const varokelCharts = (() => {
     const recolour = () => build();
     dark.addEventListener("change", recolour);
     return {
+      part: () => part,
       range: () => range.slice(),
       shown: () => shown.slice(),
       zoomTo,
@@ -292,5 +354,5 @@ const varokelCharts = (() => {
       },
     };
   }
-  return { show, floatsOf, curveOf, made, styleOf, colourOf, numberText, roomAround };
+  return { show, ...varokelValues };
 })();

@@ -22,16 +22,43 @@
     controls.append(label);
     return select;
   };
-  if (hasMap) // a time course shows all entries
+  if (hasMap || batch.entries.length > 1) // a time course shows all; the histogram is of one
     choice("entry", batch.entries.map((name, k) => [String(k), name]), 0, (v) => {
       state.entry = Number(v);
       draw();
     }).id = "entry";
-  choice("show", offered.map((key) => [key, quantities[key].name + (quantities[key].unit ? " (" + quantities[key].unit + ")" : "")]),
+  const showing = choice("show", offered.map((key) => [key, quantities[key].name + (quantities[key].unit ? " (" + quantities[key].unit + ")" : "")]),
     state.quantity, (v) => {
       state.quantity = v;
       draw();
-    }).id = "quantity";
+    });
+  showing.id = "quantity";
+  {
+    const label = made("label"), box = made("input");
+    box.type = "checkbox";
+    box.id = "log";
+    box.addEventListener("change", () => {
+      state.log = box.checked;
+      draw();
+    });
+    label.append(box, document.createTextNode("logarithmic"));
+    controls.append(label);
+  }
+  if (courseAxis >= 0 && !batch.axes[courseAxis].spatial) {
+    const label = made("label", "", "seconds from one to the next"), box = made("input");
+    box.type = "number";
+    box.min = 0;
+    box.step = "any";
+    box.id = "seconds";
+    box.value = state.seconds > 0 ? String(state.seconds) : "";
+    box.placeholder = "not known";
+    box.addEventListener("input", () => {
+      state.seconds = Number(box.value) > 0 ? Number(box.value) : 0;
+      draw();
+    });
+    label.append(box);
+    controls.append(label);
+  }
   const places = new Map(); // of the axes that are looked at one place at a time
   for (const i of hasMap ? others : others.filter((a) => a !== courseAxis))
     places.set(i, choice(batch.axes[i].name, Array.from({ length: size[i] }, (_, k) => [String(k), String(k)]), state.at[i], (v) => {
@@ -68,7 +95,8 @@
   const readout = made("div", "readout");
   const drawnMaps = varokelMaps(maps, readout, choose), drawnCourse = varokelCourse(maps, readout, choose);
   const spectrum = varokelSpectrum(detail);
-  maps.append(...drawnMaps.elements, readout, ...drawnCourse.elements);
+  const spread = varokelSpread(maps);
+  maps.append(...drawnMaps.elements, readout, ...drawnCourse.elements, ...spread.elements);
 
   function choose(n) {
     state.chosen = n;
@@ -84,6 +112,7 @@
   function draw() {
     if (hasMap) drawnMaps.draw();
     drawnCourse.draw();
+    spread.draw();
   }
   draw();
   // the tables stand below what they show

@@ -5,10 +5,44 @@
 // pointed at; choose(n), called with the spectrum that is clicked.
 // Returned: the elements of the chart, and the function that draws it anew.
 const varokelCourse = (maps, readout, choose) => {
-  const { made, styleOf, colourOf, numberText, roomAround } = varokelCharts;
+  const { made, styleOf, colourOf, numberText, tickTexts, roomAround } = varokelCharts;
   const { batch, quantities, some, size, hasMap, courseAxis, numberAt, state, hidden, pale, paleShare, paleOf } = varokelOverview;
   const course = made("div", "course"), chips = made("div", "chips"), courseTitle = made("div", "panel-title");
+  const sums = made("div", "wide");
   let coursePlot = null;
+
+  // A series in time is drawn over seconds where the step is known; places in space are numbers.
+  const inSeconds = () => courseAxis >= 0 && !batch.axes[courseAxis].spatial && state.seconds > 0;
+  const placeOf = (i) => (inSeconds() ? i * state.seconds : i);
+
+  // Area under each curve by the trapezoidal rule, over the values that are drawn in full; the error
+  // is that of the sum, the values of different spectra being independent.
+  function drawSums(rows, errors, shown, quantity, numbers) {
+    sums.textContent = "";
+    if (quantity.whole || batch.axes[courseAxis].spatial) return;
+    const table = made("table", "sums"), head = made("tr"), body = made("tbody"), top = made("thead");
+    const unit = inSeconds() ? "s" : "steps";
+    for (const text of ["Entry", "area under the curve (" + (quantity.unit ? quantity.unit + " " : "") + unit + ")", "\u00b1 1 SD", "points"])
+      head.append(made("th", "", text));
+    top.append(head);
+    rows.forEach((row, s) => {
+      const points = row.map((v, i) => i).filter((i) => row[i] !== null && !pale(numbers[i], shown[s]));
+      let sum = 0, variance = 0;
+      points.forEach((i, p) => {
+        const left = p > 0 ? placeOf(i) - placeOf(points[p - 1]) : 0, right = p + 1 < points.length ? placeOf(points[p + 1]) - placeOf(i) : 0;
+        sum += row[i] * (left + right) / 2;
+        const sd = errors[s] && errors[s][i] !== null ? errors[s][i] : NaN;
+        variance += ((left + right) / 2 * sd) ** 2;
+      });
+      const line = made("tr"), name = made("th", "", batch.entries[shown[s]]);
+      name.scope = "row";
+      line.append(name, made("td", "", points.length > 1 ? numberText(sum) : "n/a"),
+        made("td", "", points.length > 1 ? numberText(Math.sqrt(variance)) : "n/a"), made("td", "", String(points.length)));
+      body.append(line);
+    });
+    table.append(top, body);
+    sums.append(table);
+  }
 
   // rows, errors: by entry shown, by place along the axis; null where there is none. numbers: of the
   // spectra there, -1 where there is none; shown: numbers of the entries.
@@ -39,13 +73,16 @@ const varokelCourse = (maps, readout, choose) => {
 
   function drawBars(u, rows, errors, numbers, shown) {
     u.ctx.save();
+    u.ctx.beginPath(); // bars of values that are hardly known end with the panel
+    u.ctx.rect(u.bbox.left, u.bbox.top, u.bbox.width, u.bbox.height);
+    u.ctx.clip();
     rows.forEach((row, s) => {
       if (!errors[s]) return;
       u.ctx.strokeStyle = colourOf(shown[s]);
       u.ctx.lineWidth = devicePixelRatio;
       row.forEach((v, i) => {
-        if (v === null || errors[s][i] === null) return;
-        const x = u.valToPos(i, "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
+        if (v === null || errors[s][i] === null || (state.log && !(v > errors[s][i]))) return;
+        const x = u.valToPos(placeOf(i), "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
         u.ctx.globalAlpha = pale(numbers[i], shown[s]) ? paleShare : 1;
         u.ctx.beginPath();
         u.ctx.moveTo(x, a);
@@ -56,7 +93,7 @@ const varokelCourse = (maps, readout, choose) => {
     u.ctx.globalAlpha = 1;
     const i = numbers.indexOf(state.chosen);
     if (i >= 0) {
-      const x = u.valToPos(i, "x", true);
+      const x = u.valToPos(placeOf(i), "x", true);
       u.ctx.strokeStyle = "#ff2d55";
       u.ctx.lineWidth = 1.5 * devicePixelRatio;
       u.ctx.beginPath();
@@ -77,10 +114,11 @@ const varokelCourse = (maps, readout, choose) => {
       return found === undefined ? -1 : found;
     });
     const shown = quantity.whole ? [0] : batch.entries.map((_, k) => k).filter((k) => state.entriesShown[k] && some(quantity.of(k)));
-    const cut = (values, k) => numbers.map((m) => (m < 0 || hidden(m) || !Number.isFinite(values[m]) ? null : values[m]));
-    const rows = shown.map((k) => cut(quantity.of(k), k));
+    const cut = (values) => numbers.map((m) => (m < 0 || hidden(m) || !Number.isFinite(values[m]) ? null : values[m]));
+    const drawnOf = (v) => (state.log && !(v > 0) ? null : v); // a logarithm has no place for others
+    const rows = shown.map((k) => cut(quantity.of(k)).map((v) => (v === null ? null : drawnOf(v))));
     const known = rows.map((row, s) => row.map((v, i) => (v !== null && pale(numbers[i], shown[s]) ? null : v)));
-    const errors = shown.map((k) => (quantity.sd ? cut(quantity.sd(k), k) : null));
+    const errors = shown.map((k) => (quantity.sd ? cut(quantity.sd(k)) : null));
     courseTitle.textContent = quantity.name + (quantity.unit ? " (" + quantity.unit + ")" : "") + (quantity.sd ? ", bars: \u00b1 1 SD" : "") +
       (hasMap && state.chosen >= 0 ? ", voxel of " + batch.names[state.chosen] : "");
     if (coursePlot) coursePlot.destroy();
@@ -92,12 +130,14 @@ const varokelCourse = (maps, readout, choose) => {
       legend: { show: false },
       padding: [10, 14, 0, 0],
       cursor: { y: false, drag: { x: false, y: false } },
-      scales: { x: { time: false, range: () => [-0.5, n - 0.5] }, y: { range: (u, all, most) => extentOf(rows, errors, numbers, shown, all, most) } },
+      scales: { x: { time: false, range: () => [placeOf(-0.5), placeOf(n - 0.5)] },
+        y: state.log ? { distr: 3 } : { range: (u, all, most) => extentOf(rows, errors, numbers, shown, all, most) } },
       axes: [
-        { stroke: ink, label: batch.axes[courseAxis].name + " (from 0)", labelSize: 22, size: 30, labelFont: "13px system-ui, sans-serif",
-          grid: { stroke: grid, width: 0.5 }, incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000] },
+        { stroke: ink, label: inSeconds() ? "time (s)" : batch.axes[courseAxis].name + " (from 0)", labelSize: 22, size: 30, labelFont: "13px system-ui, sans-serif",
+          grid: { stroke: grid, width: 0.5 }, ...(inSeconds() ? {} : { incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000] }),
+          values: (u, splits, i, space, step) => tickTexts(splits, step) },
         { stroke: ink, size: 62, grid: { stroke: grid, width: 0.5 },
-          values: (u, splits) => splits.map((v) => (v === 0 ? "0" : Math.abs(v) >= 1e4 || Math.abs(v) < 1e-3 ? v.toExponential(1) : String(+v.toPrecision(4)))) },
+          values: (u, splits, i, space, step) => (state.log ? splits.map((v) => (v === null ? "" : numberText(v))) : tickTexts(splits, step)) },
       ],
       // all values pale, and over them those that are known well
       series: [{}, ...shown.map((k) => ({ stroke: paleOf(k), width: 1, points: { show: true, size: 5, fill: paleOf(k) } })),
@@ -109,7 +149,8 @@ const varokelCourse = (maps, readout, choose) => {
           readout.textContent = m < 0 ? "" : batch.names[m] + ": " + shown.map((k) => (quantity.whole ? quantity.name : batch.entries[k]) + " " + numberText(quantity.of(k)[m])).join(", ");
         }],
       },
-    }, [numbers.map((_, i) => i), ...rows, ...known], course);
+    }, [numbers.map((_, i) => placeOf(i)), ...rows, ...known], course);
+    drawSums(rows, errors, shown, quantity, numbers);
     coursePlot.over.addEventListener("click", () => {
       const i = coursePlot.cursor.idx;
       if (i !== null && i !== undefined && numbers[i] >= 0) choose(numbers[i]);
@@ -130,5 +171,5 @@ const varokelCourse = (maps, readout, choose) => {
       chips.append(label);
     });
 
-  return { elements: [courseTitle, course, chips], draw: drawCourse };
+  return { elements: [courseTitle, course, chips, sums], draw: drawCourse };
 };

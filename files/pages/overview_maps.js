@@ -28,8 +28,17 @@ const varokelMaps = (maps, readout, choose) => {
     if (full === 0) collect(() => true);
     if (seen.length === 0) return null;
     seen.sort((a, b) => a - b);
+    if (state.log) while (seen.length > 0 && !(seen[0] > 0)) seen.shift();
+    if (seen.length === 0) return null;
     const low = seen[Math.floor(0.02 * (seen.length - 1))], high = seen[Math.ceil(0.98 * (seen.length - 1))];
     return { low, high: high > low ? high : low + (Math.abs(low) || 1), full };
+  }
+
+  // place of a value in the range, from 0 to 1; null where there is none
+  function shareOf(value, range) {
+    if (!range || !Number.isFinite(value) || (state.log && !(value > 0))) return null;
+    if (state.log) return Math.log(value / range.low) / Math.log(range.high / range.low);
+    return (value - range.low) / (range.high - range.low);
   }
 
   const columnsOfMap = hasMap ? [inSpace[0], inSpace[1] ?? -1, inSpace[2] ?? -1] : [];
@@ -64,10 +73,12 @@ const varokelMaps = (maps, readout, choose) => {
     slices.textContent = "";
     canvases.length = 0;
     for (let z = 0; z < nz; z++) {
-      const canvas = made("canvas", "map");
+      const canvas = made("canvas", "map"), slice = made("figure", "slice");
       canvas.tabIndex = 0;
       canvas.setAttribute("role", "img");
-      slices.append(canvas);
+      slice.append(canvas);
+      if (nz > 1) slice.append(made("figcaption", "", batch.axes[columnsOfMap[2]].name + " " + z));
+      slices.append(slice);
       canvases.push(canvas);
       listen(canvas, z);
     }
@@ -102,7 +113,7 @@ const varokelMaps = (maps, readout, choose) => {
     const nx = sizeOf(columnsOfMap[0]), ny = sizeOf(columnsOfMap[1]), nz = sizeOf(columnsOfMap[2]);
     const width = Math.max(200, maps.clientWidth);
     const across = nz === 1 ? 1 : Math.max(1, Math.min(nz, Math.floor(width / 180)));
-    const cell = Math.max(3, Math.min(28, Math.floor((width - 10 * (across - 1)) / across / nx)));
+    const cell = Math.max(3, Math.min(40, Math.floor((width - 10 * (across - 1)) / across / nx)));
     makeCanvases(nz);
     const ratio = devicePixelRatio || 1, colours = { empty: styleOf("--card"), away: styleOf("--line"), cross: styleOf("--muted") };
     for (let z = 0; z < nz; z++) {
@@ -122,7 +133,7 @@ const varokelMaps = (maps, readout, choose) => {
           const n = spectrumAt(x, y, z);
           if (n < 0) continue;
           const left = x * cell, top = (ny - 1 - y) * cell; // y upwards, as images of the body are shown
-          const share = hidden(n) || !Number.isFinite(values[n]) ? null : (values[n] - range.low) / (range.high - range.low);
+          const share = hidden(n) ? null : shareOf(values[n], range);
           drawVoxel(ink, n, left, top, cell, share, colours);
           if (n === state.chosen) {
             ink.strokeStyle = "#ff2d55";
@@ -139,7 +150,7 @@ const varokelMaps = (maps, readout, choose) => {
     let text = batch.names[n] + ": " + quantity.name + " " + numberText(quantity.of(k)[n]) + " " + quantity.unit;
     if (quantity.sd && Number.isFinite(quantity.sd(k)[n])) text += " \u00b1 " + numberText(quantity.sd(k)[n]) + " (1 SD)";
     if (Number.isFinite(columns.areaPercent[k][n])) text += ", area error " + numberText(columns.areaPercent[k][n]) + " %";
-    return text + ", " + batch.status[n].replace("_", " ");
+    return text + ", " + batch.said[n];
   }
 
   function listen(canvas, z) {

@@ -10,6 +10,8 @@
 #include "files/pages/page_texts.h"
 #include "files/results/judgement.h"
 
+#include "kernel/line_width.h"
+
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -60,7 +62,17 @@ static bool is_fitted(const batch_spectrum &spectrum) {
     return spectrum.status != "not_fitted";
 }
 
-// Those with results, by falling quality number. One that ran away has none: nothing is worse.
+// Whether a spectrum holds more than noise. What a model of noise leaves over tells nothing of it.
+static bool has_signal(const batch_view &batch, std::size_t spectrum) {
+    const std::string &words = batch.spectra[spectrum].warnings;
+    return batch.spectra[spectrum].verdict != finding_text(finding_kind::undetermined) &&
+           ("," + words + ",")
+                   .find(std::string(",") + finding_text(finding_kind::undetermined) + ",") ==
+               std::string::npos;
+}
+
+// Those with results: first those with signal, each by falling quality number. One that ran away
+// has none: nothing is worse.
 static std::vector<std::size_t> worst_first(const batch_view &batch) {
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < batch.spectra.size(); ++i)
@@ -69,14 +81,11 @@ static std::vector<std::size_t> worst_first(const batch_view &batch) {
         const double quality = batch.spectra[i].quality;
         return std::isfinite(quality) ? quality : std::numeric_limits<double>::infinity();
     };
-    std::stable_sort(order.begin(), order.end(),
-                     [&](std::size_t a, std::size_t b) { return badness(a) > badness(b); });
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        const bool signal_a = has_signal(batch, a), signal_b = has_signal(batch, b);
+        return signal_a != signal_b ? signal_a : badness(a) > badness(b);
+    });
     return order;
-}
-
-static std::string with_blanks(std::string status) {
-    std::replace(status.begin(), status.end(), '_', ' ');
-    return status;
 }
 
 // Spectra without results, put together by their reason: there may be thousands of one kind.
@@ -120,6 +129,29 @@ static ordered_json warnings_of(const batch_view &batch, std::size_t spectrum) {
     return list;
 }
 
+// What the page needs to draw the components of a spectrum from the values of its entries: type of
+// each, and the phase that is taken off each spectrum. Null where a line is not all there is to a
+// component (a lineshape that was measured or fitted).
+static ordered_json model_of(const batch_view &batch, long long first) {
+    if (!batch.start.read || batch.start.fit_mode != 1) return nullptr;
+    ordered_json types = ordered_json::array();
+    for (const control_entry &entry : batch.start.entries) types.push_back(entry.type);
+    std::vector<double> phases;
+    for (std::size_t i = 0; i < batch.spectra.size(); ++i) phases.push_back(batch.phase_of(i));
+    int kept = static_cast<int>(batch.points);
+    for (const start_step &step : batch.start.steps)
+        if (fits_something(step)) kept = step.points;
+    return {{"points", batch.points},
+            {"first", first},
+            {"hzPerPoint", batch.start.hz_per_point},
+            {"phi1", batch.start.phi_1},
+            {"kept", kept},
+            {"ignored", batch.start.ignored},
+            {"fwhmPerWidth", kernel::gauss_fwhm_per_width},
+            {"types", std::move(types)},
+            {"phases", float_text(phases)}};
+}
+
 static ordered_json values_of(const batch_view &batch) {
     ordered_json all;
     all["axes"] = ordered_json::array();
@@ -130,6 +162,7 @@ static ordered_json values_of(const batch_view &batch) {
     ordered_json names = ordered_json::array(), places = ordered_json::array();
     ordered_json status = ordered_json::array(), reasons = ordered_json::object();
     ordered_json levels = ordered_json::array(), warnings = ordered_json::object();
+    ordered_json said = ordered_json::array(), verdicts = ordered_json::array();
     std::vector<double> quality, snr;
     for (std::size_t i = 0; i < batch.spectra.size(); ++i) {
         const batch_spectrum &spectrum = batch.spectra[i];
@@ -137,6 +170,8 @@ static ordered_json values_of(const batch_view &batch) {
         places.push_back(spectrum.at);
         status.push_back(spectrum.status);
         levels.push_back(spectrum.level);
+        said.push_back(badge_text(spectrum.status, spectrum.level));
+        verdicts.push_back(spectrum.verdict);
         if (!spectrum.warnings.empty()) warnings[std::to_string(i)] = warnings_of(batch, i);
         if (!spectrum.reason.empty()) reasons[std::to_string(i)] = spectrum.reason;
         quality.push_back(spectrum.quality);
@@ -147,6 +182,8 @@ static ordered_json values_of(const batch_view &batch) {
     all["status"] = std::move(status);
     all["reasons"] = std::move(reasons);
     all["levels"] = std::move(levels);
+    all["said"] = std::move(said);
+    all["verdicts"] = std::move(verdicts);
     all["warnings"] = std::move(warnings);
     for (const finding_kind kind : all_findings())
         all["meanings"][finding_text(kind)] = finding_meaning(kind);
@@ -155,8 +192,8 @@ static ordered_json values_of(const batch_view &batch) {
     all["quality"] = float_text(quality);
     all["snr"] = float_text(snr);
     static const char *const keys[batch_quantities] = {
-        "area",    "areaSd",  "areaPercent", "ppm",   "ppmSd",   "gauss",
-        "gaussSd", "lorentz", "lorentzSd",   "phase", "phaseSd", "entrySnr"};
+        "area",    "areaSd",    "areaPercent", "ppm",     "ppmSd",    "gauss",    "gaussSd",
+        "lorentz", "lorentzSd", "phase",       "phaseSd", "entrySnr", "frequency"};
     for (std::size_t q = 0; q < batch_quantities; ++q) {
         ordered_json columns = ordered_json::array();
         for (std::size_t k = 0; k < batch.entries.size(); ++k) {
@@ -167,8 +204,19 @@ static ordered_json values_of(const batch_view &batch) {
         }
         all["values"][keys[q]] = std::move(columns);
     }
+    all["further"] = ordered_json::array();
+    for (const batch_column &column : batch.further)
+        all["further"].push_back(
+            {{"name", column.name},
+             {"unit", column.unit},
+             {"values", float_text(column.values)},
+             {"errors", column.errors.empty() ? ordered_json(nullptr)
+                                              : ordered_json(float_text(column.errors))}});
+    if (batch.repetition_time) all["secondsPerStep"] = *batch.repetition_time;
+    if (!batch.regions.empty()) all["regions"] = batch.regions;
     const plot_axis axis = plot_axis_of(batch.scale, "", batch.points);
     const auto [first, last] = shown_points(batch);
+    all["model"] = model_of(batch, first);
     all["axis"] = {{"label", axis.label},
                    {"unit", unit_of_axis(axis.label)},
                    {"zero", axis.at_zero + axis.per_point * static_cast<double>(first)},
@@ -205,7 +253,7 @@ static std::string worst_table(const batch_view &batch, const std::vector<std::s
         html += "<tr data-number=\"" + std::to_string(order[i]) + "\">" +
                 element("th", "scope=\"row\"", spectrum.name) + "<td class=\"text\">" +
                 element("span", "class=\"badge " + escaped_markup(spectrum.level) + "\"",
-                        with_blanks(spectrum.status)) +
+                        badge_text(spectrum.status, spectrum.level)) +
                 "</td><td>" + short_number(spectrum.quality) + "</td>";
         if (with_snr) html += "<td>" + short_number(spectrum.snr) + "</td>";
         html += element("td", "class=\"wrap\"", spaced_words(spectrum.warnings)) +
@@ -226,8 +274,9 @@ static std::string body_of(const batch_view &batch, const std::vector<std::size_
     std::string html = "<main id=\"overview\">\n" + element("h1", "", title) +
                        "\n<p class=\"sub\">" + std::to_string(batch.spectra.size()) + " spectra";
     for (const auto &[which, count] : counts)
-        html += " \u00b7 " + element("span", "class=\"badge " + escaped_markup(which.second) + "\"",
-                                     std::to_string(count) + " " + with_blanks(which.first));
+        html += " \u00b7 " +
+                element("span", "class=\"badge " + escaped_markup(which.second) + "\"",
+                        std::to_string(count) + " " + badge_text(which.first, which.second));
     html +=
         "</p>\n<noscript><p class=\"warnings\">Maps, time courses and curves need scripts; the "
         "tables results.tsv and quality.tsv hold all numbers.</p></noscript>\n"
@@ -251,9 +300,12 @@ void write_overview(const batch_view &batch, const std::string &output, long lon
     page.title = "Batch " + path.filename().string();
     page.style =
         std::string(uplot_style()) + std::string(report_style()) + std::string(overview_style());
+    page.scripts = {std::string(uplot_script()),
+                    std::string(chart_values_script()) + std::string(charts_script())};
     for (const std::string_view script :
-         {uplot_script(), charts_script(), overview_values_script(), overview_maps_script(),
-          overview_course_script(), overview_spectrum_script(), overview_script()})
+         {overview_values_script(), overview_model_script(), overview_maps_script(),
+          overview_course_script(), overview_spread_script(), overview_spectrum_script(),
+          overview_script()})
         page.scripts.emplace_back(script);
     page.body = body_of(batch, order, page.title);
     ordered_json values = values_of(batch);

@@ -83,7 +83,7 @@ const varokelSpectrum = (detail) => {
     chart = null;
     detail.textContent = "";
     const heading = made("h2", "", batch.names[n] + " ");
-    heading.append(made("span", "badge " + batch.levels[n], batch.status[n].replace("_", " ")));
+    heading.append(made("span", "badge " + batch.levels[n], batch.said[n]));
     detail.append(heading);
     const said = Object.entries(batch.warnings[n] || {});
     if (said.length > 0) {
@@ -94,7 +94,7 @@ const varokelSpectrum = (detail) => {
       detail.append(box);
     }
     if (batch.reasons[n]) detail.append(made("p", "muted", batch.reasons[n]));
-    detail.append(made("p", "muted", "fit quality " + numberText(quality[n]) + (Number.isFinite(snr[n]) ? ", SNR " + numberText(snr[n]) : "")));
+    detail.append(made("p", "muted", (batch.verdicts[n] ? "verdict " + batch.verdicts[n].replaceAll("_", " ") + ", " : "") + "fit quality " + numberText(quality[n]) + (Number.isFinite(snr[n]) ? ", SNR " + numberText(snr[n]) : "")));
     detail.append(place);
     if (batch.status[n] !== "not_fitted") detail.append(tableOf(n));
     curvesOf(n, (curves) => {
@@ -107,7 +107,8 @@ const varokelSpectrum = (detail) => {
       const data = curveOf(curves.data);
       const fit = curves.fit ? curveOf(curves.fit) : null;
       if (!fit && batch.status[n] !== "not_fitted") detail.append(made("p", "muted", "The fit itself was not kept."));
-      chart = varokelCharts.show(place, { axis: batch.axis, intervals: batch.intervals, view: [0, batch.points - 1], components: [],
+      chart = varokelCharts.show(place, { axis: batch.axis, intervals: batch.intervals, view: [0, batch.points - 1],
+        components: fit ? varokelComponents(n) : [],
         data, fit, residual: fit ? data.map((v, i) => v - fit[i]) : null });
     });
   }

@@ -22,6 +22,12 @@ const varokelOverview = (() => {
     quality: { name: "fit quality", unit: "", of: () => quality, whole: true },
     snr: { name: "SNR of the spectrum", unit: "", of: () => snr, whole: true },
   };
+  // further columns of the tables, and derived values
+  (batch.further || []).forEach((column, i) => {
+    const values = floatsOf(column.values), errors = column.errors ? floatsOf(column.errors) : null;
+    quantities["further" + i] = { name: column.name.replaceAll("_", " "), unit: column.unit, of: () => values, whole: true,
+      ...(errors ? { sd: () => errors } : {}) };
+  });
   const some = (values) => values.some(Number.isFinite);
   const offered = Object.keys(quantities).filter((key) => batch.entries.some((_, k) => some(quantities[key].of(k))));
 
@@ -39,6 +45,8 @@ const varokelOverview = (() => {
     entry: 0,
     bound: batch.redPercent,
     paled: true,
+    log: false,
+    seconds: batch.secondsPerStep || 0, // from one step of the series to the next; 0: not known
     chosen: -1,
     at: batch.axes.map(() => 0),
     entriesShown: batch.entries.map((_, k) => k < 6),
@@ -48,7 +56,8 @@ const varokelOverview = (() => {
   const hidden = (n) => batch.status[n] === "not_fitted";
   // Values that are known badly are drawn pale, not left out: those that come out high by chance
   // have the smaller errors in percent, so leaving the others out would lift what is left.
-  const pale = (n, k) => state.paled && !(columns.areaPercent[k][n] <= state.bound);
+  // A value of the whole spectrum is as well known as it is, whatever the entry that is chosen.
+  const pale = (n, k) => state.paled && !quantities[state.quantity].whole && !(columns.areaPercent[k][n] <= state.bound);
   const paleShare = 0.3;
   const paleOf = (k) => (/^#[0-9a-f]{6}$/i.test(colourOf(k)) ? colourOf(k) + "4d" : colourOf(k));
 

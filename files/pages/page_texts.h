@@ -8,13 +8,16 @@ namespace tools {
 
 std::string_view report_style();
 std::string_view overview_style();
+std::string_view chart_values_script();
 std::string_view charts_script();
 std::string_view report_script();
 std::string_view overview_values_script();
 std::string_view overview_maps_script();
 std::string_view overview_course_script();
+std::string_view overview_model_script();
+std::string_view overview_spread_script();
 std::string_view overview_spectrum_script();
-std::string_view overview_script(); // after those above
+std::string_view overview_script();
 std::string_view uplot_script();
 std::string_view uplot_style();
 std::string_view uplot_licence();

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// report.js -- replaces each picture by charts, once it comes into sight
+// report.js -- puts charts in the place of each picture, once it comes into sight; paper gets the picture
 "use strict";
 {
   const charts = [];
   const replace = (figure) => {
     const from = JSON.parse(document.getElementById(figure.dataset.spectrum).textContent);
     const curve = varokelCharts.curveOf;
-    const data = curve(from.data), fit = curve(from.fit), residual = curve(from.residual);
-    const components = from.components.map((c) => ({ name: c.name, number: c.number, values: curve(c.values) }));
-    const place = figure.querySelector(".picture");
-    charts.push(varokelCharts.show(place, { axis: from.axis, intervals: from.intervals, view: from.view, data, fit, residual, components }));
+    const three = (of) => ({ data: curve(of.data), fit: of.fit ? curve(of.fit) : null, residual: of.residual ? curve(of.residual) : null });
+    const components = from.components.map((c) => ({ name: c.name, number: c.number, values: curve(c.values), imaginary: curve(c.imaginary) }));
+    charts.push(varokelCharts.show(figure.querySelector(".charts"), { axis: from.axis, intervals: from.intervals, noise: from.noise,
+      windows: from.windows, marks: from.marks, view: from.view, ...three(from), imaginary: three(from.imaginary), components }));
     figure.dataset.live = "1";
   };
   const watcher = new IntersectionObserver((entries) => {

@@ -32,10 +32,4 @@ class report_page {
     std::string title_, contents_, sections_;
 };
 
-// Data, fit, components and residual in the fitted range, phases taken off.
-std::string report_picture(const run_result &run);
-
-// Real part of a signal of the run as the pictures show it.
-std::vector<double> shown_curve(const run_result &run, const complex_signal &signal);
-
 } // namespace tools

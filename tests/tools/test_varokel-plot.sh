@@ -110,6 +110,47 @@ status 0 "$plot" zero -o zero.svg
 lacks zero.svg nan
 lacks zero.svg inf
 
+# a spectrum that was not fitted: imported, or as it was measured; the noise window is shaded
+awk 'BEGIN { for (i = 0; i < 64; i++) print exp(-i / 9) * cos(0.6 * i), exp(-i / 9) * sin(0.6 * i) }' | signal one.fid.f32
+printf '{ "dwell_time_s": 0.001, "spectrometer_MHz": 100, "ppm_at_carrier": 4.5, "nucleus": "31P", "noise_only_points": [2, 13] }' >one.fid.json
+status 0 "$plot" one.fid.f32 -o measured.svg
+true_that 'one curve' test "$(grep -c '<polyline' measured.svg)" -eq 1
+holds measured.svg '>31P chemical shift (ppm)</text>'
+holds measured.svg '>noise</text>'
+# ppm fall to the right: point 2 of 0 to 63 is at 780 - 760 2/63 = 755.9, point 13 at 623.2
+holds measured.svg '<rect x="623.2" y="46" width="132.7"'
+lacks measured.svg '>fit</text>'
+status 0 "$programs/varokel-import" one.fid.f32 -o imported
+status 0 "$plot" imported/one.bin -o imported.svg --title one
+true_that 'imported and measured are alike' cmp measured.svg imported.svg
+status 0 "$plot" imported/one -o again.svg --title one --force
+true_that 'without its ending, too' cmp imported.svg again.svg
+status 0 "$plot" one.fid.f32 -o asked.svg --noise 20:30 --phase 0 --axis points
+holds asked.svg '<rect x="261.3" y="46" width="120.6"'
+true_that 'nothing said of a phase that was asked for' test ! -s err
+# a delay or a phase in the FID: the strongest line stands upright all the same
+awk 'BEGIN { for (i = 0; i < 64; i++) print -exp(-i / 9) * sin(0.6 * i), exp(-i / 9) * cos(0.6 * i) }' | signal turned.fid.f32
+cp one.fid.json turned.fid.json
+status 0 "$plot" turned.fid.f32 -o turned_fid.svg --title one
+holds err 'a phase of 90'
+true_that 'upright' cmp <(grep -o 'points=.*' turned_fid.svg) <(grep -o 'points=.*' measured.svg)
+# of several spectra one has to be chosen; of a grid the first that is not zero is drawn, which is said
+cat one.fid.f32 turned.fid.f32 >two.fid.f32
+sed 's/{/{ "n_points": 64,/' one.fid.json >two.fid.json
+status 2 "$plot" two.fid.f32 -o two.svg
+holds err 'holds 2 spectra; choose one with --index'
+status 0 "$plot" two.fid.f32 --index 1 -o two_1.svg
+holds two_1.svg 'two_1'
+status 0 "$programs/varokel-simulate" "$tree/examples/single_line/start.par" -o grid.nii --noise 0.01 --seed 1 \
+    --grid 2,2,1 --frequency 123.2 --nucleus 1H --ppm-at-carrier 4.7
+status 0 "$plot" grid.nii -o grid.svg
+holds err 'grid.nii holds 4 spectra; drawn is grid_0_0_0'
+status 0 "$plot" grid.nii --voxel 1,0,0 -o voxel.svg
+holds voxel.svg 'grid_1_0_0'
+status 2 "$plot" one.fid.f32 -o no.svg --components
+holds err 'it has none'
+status 4 "$plot" one.fid.f32 -o one.fid.f32 --force
+
 # what does not fit together
 status 3 "$plot" missing -o no.svg
 holds err 'missing.org: no such file'

@@ -78,3 +78,55 @@ test("at the bound of 50 % as many are pale as the table has", async () => {
   const lost = some.colours.filter((colour, n) => strong(colour) > 1.5 * strong(none.colours[n])).length;
   assert.equal(lost, 12 - badly);
 });
+
+test("the components of a spectrum add up to its fit", async () => {
+  const worst = await page.evaluate(() => {
+    const curves = JSON.parse(document.getElementById("curves").textContent), { batch } = varokelOverview;
+    let most = 0, seen = 0;
+    curves.forEach((curve, n) => {
+      if (!curve.fit) return;
+      const fit = varokelCharts.curveOf(curve.fit), parts = varokelComponents(n);
+      seen += parts.length;
+      const height = Math.max(...fit.map(Math.abs));
+      fit.forEach((v, i) => { most = Math.max(most, Math.abs(parts.reduce((sum, part) => sum + part.values[i], 0) - v) / height); });
+    });
+    return { most, seen, entries: batch.entries.length, spectra: curves.filter((c) => c.fit).length };
+  });
+  assert.ok(worst.spectra > 0);
+  assert.equal(worst.seen, worst.spectra * worst.entries);
+  // the fit is kept in 16 bits a point, the values in nine digits, single precision in the page
+  assert.ok(worst.most < 1e-4, `off by ${worst.most} of the highest point`);
+});
+
+test("median and spread are those of the table, and no wild value moves them", async () => {
+  await page.uncheck("#paled");
+  const areas = column("area").map(Number).sort((a, b) => a - b), middle = (areas[5] + areas[6]) / 2;
+  const told = await page.evaluate(() => [...document.querySelectorAll("table.spread td")].map((cell) => cell.textContent));
+  assert.equal(told[0], "12");
+  assert.ok(Math.abs(Number(told[1]) / middle - 1) < 1e-3, `${told[1]}, not ${middle}`);
+  const away = areas.map((v) => Math.abs(v - middle)).sort((a, b) => a - b);
+  assert.ok(Math.abs(Number(told[2]) / (1.4826 * (away[5] + away[6]) / 2) - 1) < 1e-3, told[2]);
+  const robust = await page.evaluate(() => [varokelRobust([1, 2, 3, 4, 5]), varokelRobust([1, 2, 3, 4, 1e9]), varokelRobust([])]);
+  assert.deepEqual(robust[0], { n: 5, median: 3, spread: 1.4826 });
+  assert.equal(robust[1].median, 3);
+  assert.equal(robust[1].spread, 1.4826);
+  assert.equal(robust[2].n, 0);
+});
+
+test("ticks keep the values they stand at", async () => {
+  const texts = await page.evaluate(() => [varokelCharts.tickTexts([12000, 12500, 13000], 500), varokelCharts.tickTexts([0, 0.0005, 0.001], 0.0005),
+    varokelCharts.tickTexts([100000, 102500], 2500), varokelCharts.tickTexts([-0.1, 0, 0.1], 0.1), varokelCharts.tickTexts([0, 1e-300], 1e-300)]);
+  assert.deepEqual(texts, [["12000", "12500", "13000"], ["0", "0.0005", "0.0010"], ["1.000e5", "1.025e5"], ["-0.1", "0", "0.1"], ["0", "1e-300"]]);
+});
+
+test("a logarithmic scale and another quantity draw without a mistake", async () => {
+  const mistakes = [];
+  page.on("pageerror", (error) => mistakes.push(error.message));
+  const names = await page.evaluate(() => [...document.getElementById("quantity").options].map((option) => option.value));
+  assert.ok(names.some((name) => name.startsWith("further")), "no further column");
+  await page.check("#log");
+  for (const name of names) await page.selectOption("#quantity", name);
+  await page.uncheck("#log");
+  for (const name of names) await page.selectOption("#quantity", name);
+  assert.deepEqual(mistakes, []);
+});

@@ -19,7 +19,7 @@ void fit_order::load_line(active_block &block, planned_spectrum &&spectrum, bool
     if (!done && spectrum.state != signal_state::fit) {
         record = record_without_fit(next_line_, fit_state::not_tried,
                                     spectrum.state == signal_state::all_zero
-                                        ? "all its points are zero"
+                                        ? reason_all_zero
                                         : "holds points that are no finite numbers",
                                     plan_.start.entries.size());
         journal_.add(record, {});

@@ -16,7 +16,8 @@ namespace tools {
 struct prepared_fit {
     planned_fit planned;
     std::optional<start_file> start;
-    std::string not_exact;     // set afterwards: why the exact fit has no result
+    std::vector<std::string> guesses, warnings; // of the start values
+    std::string not_exact;                      // set afterwards: why the exact fit has no result
     std::string search_failed; // set afterwards: what the log of a search without result ends with
 };
 

@@ -33,6 +33,9 @@ void add_fit_options(option_parser &app, fit_options &own) {
                    "5.7)\"; printed and on the page; may be repeated")
         ->type_name("EXPR")
         ->allow_extra_args(false);
+    app.add_flag("--look", own.look,
+                 "fit nothing: write look.html, the spectrum with the peaks of the table where the "
+                 "fit would begin, the points to fit, the noise window and every guess");
     app.add_flag("!--no-report", own.report, "no page and pictures, tables only");
     app.add_option("--varokel", own.program,
                    "the fitter (default: beside this program, or in PATH)")

@@ -20,6 +20,7 @@ struct fit_options {
     std::string method = "both"; // or exact, classic
     int starts = 0;
     bool report = true;
+    bool look = false; // a page of what would be fitted, and no fit
 };
 
 // Own options, and those of the import in a group of their own.

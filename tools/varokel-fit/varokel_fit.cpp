@@ -19,6 +19,7 @@
 #include "common/run_tool.h"
 #include "varokel-fit/finish_fits.h"
 #include "varokel-fit/fit_options.h"
+#include "varokel-fit/look_first.h"
 #include "varokel-fit/output_folder.h"
 #include "varokel-fit/run_fits.h"
 
@@ -107,6 +108,8 @@ static void prepare(const fit_options &own, tools::start_maker &maker,
         guesses.add(fit.name, made.guesses, "guessed ", alone);
         guesses.add(fit.name, made.warnings, "", alone);
         prepared.start = made.start;
+        prepared.guesses = made.guesses;
+        prepared.warnings = made.warnings;
     } catch (const tool_error &error) {
         fit.why_not = error.what();
     } catch (const fs::filesystem_error &error) {
@@ -235,6 +238,26 @@ static std::vector<std::string> inputs_of(const fit_options &own, const tools::p
     return inputs;
 }
 
+// Only the page stays of what was prepared.
+static int look(const std::vector<tools::prepared_fit> &fits, tools::output_folder &output,
+                const std::string &given) {
+    const std::string page = tools::page_before_fits(fits);
+    for (const tools::prepared_fit &each : fits) {
+        const tools::planned_fit &planned = each.planned;
+        if (!planned.why_not.empty()) warn(planned.name + ": " + planned.why_not);
+        if (fs::path(planned.folder) != output.work()) fs::remove_all(planned.folder);
+    }
+    for (const fs::directory_entry &file : fs::directory_iterator(output.work()))
+        if (file.path().filename() != ".owner") fs::remove_all(file.path());
+    write_new(output.work() / "look.html", page);
+    output.finish();
+    std::cout << (fs::path(given) / "look.html").string() << '\n';
+    const bool all = std::all_of(fits.begin(), fits.end(), [](const tools::prepared_fit &f) {
+        return f.planned.why_not.empty();
+    });
+    return static_cast<int>(all ? tools::all_right : tools::different);
+}
+
 static int fit(const fit_options &own) {
     tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
     const std::vector<std::string> derived = derived_of(own, table);
@@ -242,7 +265,7 @@ static int fit(const fit_options &own) {
         throw tool_error(tools::bad_input,
                          own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
                                      "measured; expected --reference FILE");
-    const bool searches = own.method != "exact";
+    const bool searches = own.method != "exact" && !own.look;
     const std::string program =
         own.program.empty() ? tools::find_program("varokel") : fs::absolute(own.program).string();
     if (searches && (program.empty() || access(program.c_str(), X_OK) != 0))
@@ -277,6 +300,7 @@ static int fit(const fit_options &own) {
         fits.push_back(std::move(prepared));
     }
     guesses.finish();
+    if (own.look) return look(fits, output, own.output);
     const std::string &first_reason = fits.front().planned.why_not;
     if (std::all_of(fits.begin(), fits.end(), [&](const tools::prepared_fit &f) {
             return !f.planned.why_not.empty() && f.planned.why_not == first_reason;

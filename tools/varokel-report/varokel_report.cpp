@@ -7,11 +7,14 @@
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
 #include "files/results/spectra_of_folder.h"
+#include "files/batch/fit_record.h"
 #include "files/pages/overview_page.h"
+#include "files/pages/report_curves.h"
 #include "files/pages/report_page.h"
 #include "files/pages/page_frame.h"
 #include "common/command_line.h"
 #include "common/run_tool.h"
+#include "varokel-report/region_labels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +31,7 @@ using tools::run_result;
 using tools::tool_error;
 
 struct report_options {
-    std::string folder, output;
+    std::string folder, output, regions; // regions: mask of a batch
     std::vector<std::string> spectra, derive;
     tools::result_options files;
     bool nifti = true, force = false, judgement = false;
@@ -156,7 +159,11 @@ static int write_batch(const report_options &options) {
     if (!options.spectra.empty() || !options.derive.empty())
         throw tool_error(tools::wrong_usage, options.folder + ": a batch; --spectrum and --derive "
                                                               "are for the folders of single fits");
-    const tools::batch_view batch(options.folder);
+    tools::batch_view batch(options.folder);
+    if (!options.regions.empty()) {
+        batch.regions = tools::region_labels(batch, options.regions);
+        batch.files_read.push_back(options.regions);
+    }
     std::vector<std::string> written;
     tools::write_overview(batch, options.output.empty() ? options.folder : options.output,
                           options.one_file_up_to, options.force, written);
@@ -167,7 +174,13 @@ static int write_batch(const report_options &options) {
     if (failed > 0)
         std::cerr << "varokel-report: " << failed << " of " << batch.spectra.size()
                   << " spectra not fitted\n";
-    return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+    // voxels outside of the body hold zeros: that these have no fit is as it should be
+    const auto without_signal = std::count_if(
+        batch.spectra.begin(), batch.spectra.end(), [](const tools::batch_spectrum &s) {
+            return s.status == "not_fitted" && s.reason == tools::reason_all_zero;
+        });
+    return failed > without_signal ? static_cast<int>(tools::different)
+                                   : static_cast<int>(tools::all_right);
 }
 
 // Files of the spectra, NAME.* in their folders, that may be read for the report: none of them may
@@ -320,6 +333,10 @@ int main(int argc, char **argv) {
                    "what the fit printed (default: NAME.log or run.log)")
         ->type_name("FILE");
     app.add_flag("!--no-nifti", options.nifti, "no NIfTI-MRS files");
+    app.add_option("--regions", options.regions,
+                   "NIfTI image of labels on the grid of a batch: the overview gives medians and "
+                   "spreads for each")
+        ->type_name("FILE");
     app.add_option("--one-file-up-to", options.one_file_up_to,
                    "spectra of a batch whose overview is one file; beyond, curves stand in files "
                    "beside the page")

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// chart_values.js -- colours, curves and numbers of the charts; stands before charts.js
+"use strict";
+const varokelValues = (() => {
+  // palette for colour-blind readers of M. Okabe and K. Ito (2008); the last one follows the ink
+  const palette = ["#0072b2", "#d55e00", "#009e73", "#cc79a7", "#56b4e9", "#e69f00", null];
+  const styleOf = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+  const colourOf = (k) => palette[k % palette.length] || styleOf("--data");
+
+  function bytesOf(text) {
+    const raw = atob(text);
+    const bytes = new Uint8Array(raw.length);
+    for (let i = 0; i < raw.length; i++) bytes[i] = raw.charCodeAt(i);
+    return new DataView(bytes.buffer);
+  }
+
+  // little-endian whatever the machine is
+  function floatsOf(text) {
+    const view = bytesOf(text), out = new Float64Array(view.byteLength / 4);
+    for (let i = 0; i < out.length; i++) out[i] = view.getFloat32(4 * i, true);
+    return out;
+  }
+
+  function shortsOf(text, unit) {
+    const view = bytesOf(text), out = new Float64Array(view.byteLength / 2);
+    for (let i = 0; i < out.length; i++) out[i] = view.getInt16(2 * i, true) * unit;
+    return out;
+  }
+
+  // text of floats, or {unit, values} of 16 bits a point
+  const curveOf = (curve) => typeof curve === "string" ? floatsOf(curve) : shortsOf(curve.values, curve.unit);
+
+  const made = (tag, className, text) => {
+    const element = document.createElement(tag);
+    if (className) element.className = className;
+    if (text !== undefined) element.textContent = text;
+    return element;
+  };
+
+  // range of an axis: some room on both sides, more where numbers of components stand
+  const roomAround = (low, high, below = 0.06, above = 0.09) => {
+    if (low === null || high === null || !(high > low)) return [(low || 0) - 1, (high || 0) + 1];
+    return [low - below * (high - low), high + above * (high - low)];
+  };
+
+  const decimalsFor = (step) => Math.max(0, Math.min(6, Math.ceil(-Math.log10(Math.abs(step)))));
+  // Texts of ticks that stand step apart: with the decimals that tell them apart, none rounded to
+  // another value; beyond five digits before or three noughts behind the point with a power of ten.
+  const tickTexts = (ticks, step) => {
+    const most = Math.max(...ticks.map(Math.abs));
+    if (!(step > 0) || !(most > 0)) return ticks.map(String);
+    const power = Math.floor(Math.log10(most) + 1e-12);
+    const exponent = power >= 5 || power < -3 ? power : 0;
+    const unit = step / 10 ** exponent;
+    let decimals = 0; // a step of 2.5 has one more than its size says
+    while (decimals < 12 && Math.abs(unit * 10 ** decimals - Math.round(unit * 10 ** decimals)) > 1e-6 * unit * 10 ** decimals) decimals++;
+    return ticks.map((v) => {
+      if (Math.abs(v) < 1e-6 * step) return "0";
+      return (v / 10 ** exponent).toFixed(decimals) + (exponent ? "e" + exponent : "");
+    });
+  };
+  const numberText = (value) => Number.isFinite(value) ? value.toPrecision(4) : "n/a";
+  return { floatsOf, curveOf, made, styleOf, colourOf, numberText, tickTexts, decimalsFor, roomAround };
+})();
