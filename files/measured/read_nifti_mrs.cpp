@@ -4,6 +4,7 @@
 #include "files/base/packed_file.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/metadata.h"
 #include "files/nifti/nifti_header.h"
 #include "files/measured/text_items.h"
 
@@ -265,6 +266,9 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     // our own item; items outside of the standard are objects with Value and Description
     if (const auto own = meta.find("PpmAtCarrier"); own != meta.end() && own->is_object())
         facts.ppm_at_carrier = number_item(*own, "Value", file);
+    if (const auto own = meta.find("NoisePoints"); own != meta.end() && own->is_object())
+        facts.noise_points =
+            metadata(file, *own).point_pair("Value", static_cast<long long>(source->points) - 1);
     if (const auto offset = number_item(meta, "TxOffset", file); offset && *offset != 0.0) {
         source->notes["tx_offset_ppm_not_applied"] = *offset;
         source->warnings.push_back("TxOffset of the JSON is taken for the place of the pulses, not "

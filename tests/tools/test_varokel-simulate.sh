@@ -194,6 +194,23 @@ if "$simulate" small.par -o carrier.nii.gz --noise 0.1 --seed 8 --ppm-at-carrier
     holds carrier/carrier.json '"ppm_at_carrier": 2.5'
     lacks err 'guess'
 fi
+# The sense of the ppm axis, and the noise window (points 20 to 29), which comes along either way.
+sed 's/^noistr 0/noistr 20/; s/^noistp .*/noistp 30/' small.par >window.par
+for sense in falling rising; do
+    status 0 "$simulate" window.par -o $sense.f32 --noise 0.1 --seed 8 --axis $sense "${about[@]}" --ppm-at-carrier 2.5
+    status 0 "$programs/varokel-import" $sense.f32 -o $sense
+    holds $sense/$sense.json "\"ppm_rises_with_points\": $([ $sense = rising ] && echo true || echo false)"
+    lacks err 'guess'
+    "$simulate" window.par -o $sense.nii.gz --noise 0.1 --seed 8 --axis $sense "${about[@]}" --ppm-at-carrier 2.5 2>err >out || continue
+    status 0 "$programs/varokel-import" $sense.nii.gz -o grid_$sense
+    holds grid_$sense/$sense.json '"how": "metadata"'
+    tr -d ' \n' <grid_$sense/$sense.json >one_line
+    [ $sense = falling ] && holds one_line '"noise_window":{"first":20,"stop":30,'
+    # point i is stored as 32 - i
+    [ $sense = rising ] && holds one_line '"noise_window":{"first":3,"stop":13,'
+done
+true_that 'the same points' cmp falling.f32 rising.f32
+status 2 "$simulate" small.par -o x.bin --noise 1 --seed 1 --axis rising
 status 2 "$simulate" small.par -o x.bin --noise 1 --seed 1 --format nifti "${about[@]}"
 status 2 "$simulate" small.par -o x.nii --noise 1 --seed 1 --format bin
 status 2 "$simulate" small.par -o x.nii --noise 1 --seed 1 "${about[@]}" --count 0

@@ -44,6 +44,10 @@ void add_simulate_options(option_parser &app, simulate_options &options) {
     app.add_option("--ppm-at-carrier", options.ppm_at_carrier,
                    "chemical shift of the carrier (nifti, float32)")
         ->type_name("PPM");
+    app.add_option("--axis", options.axis,
+                   "whether ppm rise or fall (default) with the points of START (nifti, float32)")
+        ->type_name("SENSE")
+        ->check(one_of({"rising", "falling"}));
     app.add_option("--truth", options.truth_file, "also write the parameters of the model, as JSON")
         ->type_name("FILE");
     app.add_flag("--force", options.force, "replace existing output files");
@@ -98,8 +102,10 @@ void check_usage(const simulate_options &options, const std::string &format) {
     if (format != "nifti" && !options.grid.empty()) refuse("--grid needs --format nifti");
     if (format == "nifti" && (!options.mhz || options.nucleus.empty()))
         refuse("NIfTI-MRS needs --frequency MHZ and --nucleus NAME");
-    if (format == "bin" && (options.mhz || options.ppm_at_carrier || !options.nucleus.empty()))
-        refuse("--frequency, --ppm-at-carrier and --nucleus need --format nifti or float32; the "
+    if (format == "bin" && (options.mhz || options.ppm_at_carrier || !options.nucleus.empty() ||
+                            !options.axis.empty()))
+        refuse("--frequency, --ppm-at-carrier, --axis and --nucleus need --format nifti or "
+               "float32; the "
                "fit's own format knows points only");
     if (!options.truth_file.empty() && format == "float32" &&
         options.truth_file == json_beside(options.output))

@@ -19,8 +19,9 @@ struct simulate_options {
     std::uint64_t seed = 0;
     long long count = 1; // spectra, or of each voxel
     std::optional<double> mhz, ppm_at_carrier;
-    std::string nucleus;
+    std::string nucleus, axis; // axis: rising or falling (empty) ppm with the points of the model
     bool force = false;
+    bool rises() const { return axis == "rising"; }
 };
 
 void add_simulate_options(option_parser &app, simulate_options &options);

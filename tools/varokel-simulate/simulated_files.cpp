@@ -11,6 +11,13 @@
 
 namespace tools {
 
+// First and last point of the noise window, where it lies in the model's points.
+static std::optional<std::pair<int, int>> noise_of(const simulated_model &model) {
+    const int first = model.noise_first(), stop = model.noise_stop();
+    if (first < 0 || stop > model.points() || stop - first < 2) return std::nullopt;
+    return std::pair(first, stop - 1);
+}
+
 static std::string nifti_file(const simulate_options &options, const simulated_model &model) {
     nifti_geometry geometry = geometry_of_options(options);
     std::vector<nifti_mrs_dimension> dimensions;
@@ -23,6 +30,17 @@ static std::string nifti_file(const simulate_options &options, const simulated_m
     image.ppm_at_carrier = options.ppm_at_carrier;
     image.begin_time = model.begin_time();
     image.description = "simulated";
+    if (auto window = noise_of(model)) {
+        // The standard has higher ppm at lower frequency: where they rise with the points of the
+        // model, point i is stored as point n - i.
+        if (options.rises())
+            window = std::pair(model.points() - window->second, model.points() - window->first);
+        if (window->second < model.points())
+            image.more["NoisePoints"] = {
+                {"Value", {window->first, window->second}},
+                {"Description",
+                 "first and last point of the centred spectrum that hold noise only"}};
+    }
     image.more["Simulation"] = {
         {"Value", {{"noise_sd", options.noise_sd}, {"first_seed", options.seed}}},
         {"Description", "Gaussian noise of the real and of the imaginary part of the spectrum; the "
@@ -33,7 +51,8 @@ static std::string nifti_file(const simulate_options &options, const simulated_m
         for (long long voxel = 0; voxel < geometry.voxels(); ++voxel)
             image.set_fid(
                 voxel, place,
-                nifti_fid_of_spectrum(model.with_noise({options.noise_sd, seed++}, points), false));
+                nifti_fid_of_spectrum(model.with_noise({options.noise_sd, seed++}, points),
+                                      options.rises()));
     return nifti_mrs_bytes(image, options.output.ends_with(".gz"));
 }
 
@@ -58,10 +77,9 @@ static std::string json_of_float32(const simulate_options &options, const simula
     if (options.ppm_at_carrier) about["ppm_at_carrier"] = *options.ppm_at_carrier;
     if (!options.nucleus.empty()) about["nucleus"] = options.nucleus;
     if (const auto begin = model.begin_time()) about["begin_time_s"] = *begin;
-    about["ppm_rises_with_points"] = false;
-    if (model.noise_first() >= 0 && model.noise_stop() <= model.points() &&
-        model.noise_stop() - model.noise_first() >= 2)
-        about["noise_only_points"] = {model.noise_first(), model.noise_stop() - 1};
+    about["ppm_rises_with_points"] = options.rises();
+    if (const auto window = noise_of(model))
+        about["noise_only_points"] = {window->first, window->second};
     about["simulated"] = {{"noise_sd", options.noise_sd}, {"first_seed", options.seed}};
     return about.dump(2) + "\n";
 }
