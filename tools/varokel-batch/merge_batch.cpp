@@ -266,9 +266,11 @@ int merge_batch(const std::string &folder, bool force) {
     }
     long long failed = 0;
     write_tables(plan, lines, parts, line_of_number, failed);
-    if (plan.grid) write_maps(plan, lines, parts, names);
+    std::vector<std::string> maps; // there may be hundreds: their folder is named, not each
+    if (plan.grid) write_maps(plan, lines, parts, maps);
     if (plan.keep > 0) write_curves(plan, lines, parts.shards());
     for (const std::string &name : names) std::cout << name << '\n';
+    if (!maps.empty()) std::cout << plan.file("maps/") << " (" << maps.size() << " maps)\n";
     if (failed > 0)
         std::cerr << "varokel-batch: " << failed << " fits failed; quality.tsv says why\n";
     return failed > 0 ? different : all_right;
