@@ -17,9 +17,15 @@ import importlib.util
 import sys
 from pathlib import Path
 
-import matplotlib as mpl
-import numpy as np
-from matplotlib.figure import Figure
+try:
+    import matplotlib as mpl
+    import numpy as np
+    from matplotlib.figure import Figure
+except ImportError as missing:
+    sys.exit(
+        f"batch_pictures.py: {missing.name} is not there; "
+        "expected matplotlib and numpy (Debian: python3-matplotlib, python3-numpy)"
+    )
 
 if importlib.util.find_spec("varokel") is None:  # not installed: that of this source tree
     sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
