@@ -42,8 +42,8 @@ class start_maker {
     start_result make(const complex_signal &spectrum, const spectrum_facts &facts);
 
     void look_for_patterns_in(std::vector<std::string> folders);
-    // Whether make needs the spectrum. It takes one anyway, and says when the mirrored axis explains
-    // more.
+    // Whether make needs the spectrum. It takes one anyway, and says when the mirrored axis
+    // explains more.
     bool estimates() const;
     const peak_table &table() const { return table_; }
 

@@ -32,6 +32,8 @@ true_that "the manifest is one JSON document with a line for each spectrum" \
 # run, status, merge
 status 0 "$batch" run run
 holds out "46 fitted, 0 failed, 2 not tried"
+# as many verdicts as exact fits
+true_that "counts of verdicts" awk '/^verdicts: / { n = gsub(/[^0-9 ]/, " "); for (i = 1; i <= NF; i++) sum += $i } END { exit sum != 46 }' out
 true_that "quiet where there is no terminal" test ! -s err
 status 0 "$batch" status run
 holds out "complete"
@@ -39,7 +41,10 @@ status 4 "$batch" run run
 holds err "--resume goes on with what is missing"
 status 0 "$batch" merge run
 holds out run/results.tsv
-holds out run/maps/right_area.nii.gz
+maps=$(find run/maps -name '*.nii.gz' | wc -l)
+true_that "a map of an area among $maps" test -s run/maps/right_area.nii.gz -a "$maps" -gt 10
+holds out "run/maps/ ($maps maps)" # not each
+lacks out .nii.gz
 status 4 "$batch" merge run
 true_that "two rows a voxel and a heading" test "$(wc -l <run/results.tsv)" -eq 97
 holds run/quality.tsv "grid_1_1_0	1	1	0	not_fitted	holds points that are no finite numbers"

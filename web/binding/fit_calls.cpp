@@ -59,7 +59,7 @@ static ordered_json entries_for_page(const tools::run_result &run) {
 
 // Pairs of free parameters by how much they hang on one another; what follows another by a link is
 // not known apart from it, and left out.
-static ordered_json correlations_of(const tools::run_result &run) {
+static ordered_json correlation_matrix(const tools::run_result &run) {
     static constexpr double least = 0.7; // a pair that is less is not told
     struct parameter {
         std::size_t entry;
@@ -163,7 +163,7 @@ ordered_json fit_spectrum(const ordered_json &asked) {
                         {"guesses", made.guesses},
                         {"warnings", made.warnings},
                         {"entries", entries_for_page(run)},
-                        {"correlations", correlations_of(run)},
+                        {"correlations", correlation_matrix(run)},
                         {"results", tools::results_rows(run)},
                         {"quality_row", tools::quality_row(run)}};
     if (run.optimum) out["optimum"] = optimum_for_page(*run.optimum, names);
