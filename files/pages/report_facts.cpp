@@ -100,7 +100,7 @@ static std::string noise_text(const run_result &run) {
         const auto at = window.find(item);
         return at != window.end() && at->is_number_integer() && *at == value;
     };
-    const auto how = window.find("how");
+    const auto how = window.find("chosen_by");
     if (how != window.end() && how->is_string() && is("first", run.control.noise_first) &&
         is("stop", run.control.noise_stop))
         text += " (" + how->get<std::string>() + ")";

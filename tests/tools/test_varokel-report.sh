@@ -194,6 +194,7 @@ printf 'name  type  area  frequency[ppm]  lorentz[Hz]  phase\nA  lorentz  ? > 0 
 status 0 "$programs/varokel-fit" fid/one.fid.f32 fid/peaks.txt -o windows
 page_holds windows/report.html '1H, 100 MHz, TE 30 ms, TR 2 s, voxel 20 × 25 × 30 mm (15 mL), measured 2019-01-31'
 page_holds windows/report.html '<h2>Verdict: '
+page_holds windows/report.html ' ppm (quietest stretch)'
 page_holds windows/report.html 'active: the fit presses against its edge'
 true_that 'three windows, one active' test "$(grep -c 'active: the fit presses' windows/report.html)" -eq 1 -a \
     "$(grep -o '<td class="text">inside' windows/report.html | wc -l)" -eq 2
@@ -203,7 +204,7 @@ true_that 'of the area one edge' grep -q 'area</td><td>0</td><td>none</td>' wind
 # A page before the fit.
 status 0 "$programs/varokel-fit" fid/one.fid.f32 fid/peaks.txt -o look --look
 holds out look/look.html
-true_that 'nothing but the page' test "$(ls look)" = look.html
+true_that 'nothing but the page and its list' test "$(ls look | tr '\n' ' ')" = 'fit_files.sha256 look.html '
 page_holds look/look.html 'Nothing was fitted.'
 page_holds look/look.html '>A</text>'
 page_holds look/look.html 'Yellow: the noise window, points'
@@ -214,7 +215,9 @@ true_that 'a mark where the fit would begin' perl -MJSON::PP -0ne '
     # 5.3 ppm are 60 Hz above the carrier, 1000/256 Hz a point
     exit(abs($p->{marks}[0]{point} - (128 + 60 * 0.256)) < 0.01 && !defined $p->{fit} && $p->{noise} ? 0 : 1)' look.json
 sed 's/^interval.*/interval: 4 to 7 ppm\nnoise: 300 to 400 points/' fid/peaks.txt >fid/wrong.txt
-status 3 "$programs/varokel-fit" fid/one.fid.f32 fid/wrong.txt -o wrong --look
+status 1 "$programs/varokel-fit" fid/one.fid.f32 fid/wrong.txt -o wrong --look
+page_holds wrong/look.html 'The table does not fit'
+page_holds wrong/look.html 'expected within the points 0 to 255'
 
 if command -v node >node.path; then
     for script in chart_values charts report overview_values overview_model overview_maps overview_course overview_spread overview_spectrum overview; do

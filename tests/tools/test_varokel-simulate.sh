@@ -203,7 +203,7 @@ for sense in falling rising; do
     lacks err 'guess'
     "$simulate" window.par -o $sense.nii.gz --noise 0.1 --seed 8 --axis $sense "${about[@]}" --ppm-at-carrier 2.5 2>err >out || continue
     status 0 "$programs/varokel-import" $sense.nii.gz -o grid_$sense
-    holds grid_$sense/$sense.json '"how": "metadata"'
+    holds grid_$sense/$sense.json '"chosen_by": "metadata"'
     tr -d ' \n' <grid_$sense/$sense.json >one_line
     [ $sense = falling ] && holds one_line '"noise_window":{"first":20,"stop":30,'
     # point i is stored as 32 - i
