@@ -154,7 +154,7 @@ static std::map<std::string, std::string> units_of(const std::string &table) {
     const std::string file = fs::path(table).replace_extension(".json").string();
     std::error_code error;
     if (!fs::is_regular_file(file, error)) return units;
-    const nlohmann::ordered_json all = json_of_file(file);
+    const ordered_json all = json_of_file(file);
     if (!all.is_object()) return units;
     for (const auto &[name, about] : all.items())
         if (about.is_object() && about.contains("Units") && about["Units"].is_string())

@@ -5,7 +5,7 @@
 #include "files/spectra/complex_signal.h"
 #include "files/measured/conversion_options.h"
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <cstddef>
 #include <string>
@@ -16,7 +16,7 @@ namespace tools {
 struct converted_spectrum {
     std::string name; // as the import would call its files
     complex_signal points;
-    nlohmann::ordered_json sidecar; // as the import would write it, but for what it says of files
+    ordered_json sidecar; // as the import would write it, but for what it says of files
 };
 
 struct converted_spectra {

@@ -14,8 +14,6 @@
 
 namespace tools {
 
-using nlohmann::ordered_json;
-
 // The points from the first to the last of the intervals and peaks, with a margin; else all.
 static std::pair<long long, long long> seen_points(const looked_spectrum &spectrum) {
     const auto last = static_cast<long long>(spectrum.points.size()) - 1;

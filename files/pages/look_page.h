@@ -6,7 +6,7 @@
 #include "files/spectra/complex_signal.h"
 #include "files/spectra/spectrum_axis.h"
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <optional>
 #include <string>
@@ -27,7 +27,7 @@ struct looked_spectrum {
     std::string name;
     complex_signal points;
     spectrum_axis axis;
-    nlohmann::json sidecar = nlohmann::json::object();
+    ordered_json sidecar = ordered_json::object();
     std::optional<std::pair<long long, long long>> noise; // first and last point
     std::vector<std::pair<long long, long long>> intervals;
     double phase = 0.0, phi_1 = 0.0; // [degrees] that are taken off

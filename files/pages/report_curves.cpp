@@ -13,8 +13,6 @@
 
 namespace tools {
 
-using nlohmann::ordered_json;
-
 // A quarter of a turn more brings the imaginary part where the real one was: i x -> Re(-i (i x)).
 static constexpr double quarter_turn = 90.0; // [degrees]
 

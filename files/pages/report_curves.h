@@ -4,7 +4,7 @@
 
 #include "files/results/run_result.h"
 
-#include <nlohmann/json.hpp>
+#include "files/base/ordered_json.h"
 
 #include <string>
 #include <utility>
@@ -21,6 +21,6 @@ std::string report_picture(const run_result &run);
 // What charts.js shows: both parts of the curves, phases taken off, fitted intervals, noise window
 // and windows of frequencies. An alone spectrum has all its points, each in single precision;
 // others the fitted range with a margin, in 16 bits a point.
-nlohmann::ordered_json chart_of(const run_result &run, bool alone);
+ordered_json chart_of(const run_result &run, bool alone);
 
 } // namespace tools

@@ -47,7 +47,7 @@ std::string verdict_box(const run_result &run) {
            list_of(run, finding_level::amber, finding_level::red, false) + "</div>\n";
 }
 
-std::string measurement_text(const spectrum_axis &axis, const nlohmann::json &sidecar) {
+std::string measurement_text(const spectrum_axis &axis, const ordered_json &sidecar) {
     std::string text = axis.nucleus;
     const auto add = [&](const std::string &what) { text += (text.empty() ? "" : ", ") + what; };
     const auto number = [&](const char *item) {
@@ -93,7 +93,7 @@ static std::string noise_text(const run_result &run) {
     std::string text =
         "noise window: " +
         stretch_text(run.axis, run.points(), run.control.noise_first, run.control.noise_stop - 1);
-    const nlohmann::json window = run.sidecar.value("noise_window", nlohmann::json::object());
+    const ordered_json window = run.sidecar.value("noise_window", ordered_json::object());
     if (!window.is_object()) return text;
     // of the table's own window the sidecar knows nothing
     const auto is = [&](const char *item, int value) {

@@ -20,7 +20,7 @@ std::string figures_of(const run_result &run);
 std::string caption_of(const run_result &run);
 
 // Plain text: "31P, 120.6 MHz, TE 30 ms, TR 2 s, voxel 20 x 20 x 25 mm (10 mL), 2019-01-31".
-std::string measurement_text(const spectrum_axis &axis, const nlohmann::json &sidecar);
+std::string measurement_text(const spectrum_axis &axis, const ordered_json &sidecar);
 // "points 10 to 137, -20.1 to -15.2 ppm", of so many points in all.
 std::string stretch_text(const spectrum_axis &axis, long long points, long long first,
                          long long last);

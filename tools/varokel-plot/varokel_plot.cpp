@@ -46,7 +46,7 @@ static tools::spectrum_axis with_options(tools::spectrum_axis axis, const plot_o
 static tools::metadata sidecar_of(const plot_options &options, const std::string &base) {
     std::string sidecar = options.sidecar;
     if (sidecar.empty() && exists(base + ".json")) sidecar = base + ".json";
-    return sidecar.empty() ? tools::metadata("", nlohmann::json::object())
+    return sidecar.empty() ? tools::metadata("", tools::ordered_json::object())
                            : tools::metadata(sidecar);
 }
 
