@@ -4,7 +4,6 @@
 #include "control/control_file.h"
 #include "control/limits.h"
 #include "data/scan.h"
-#include "kernel/line_width.h"
 #include "model/units.h"
 #include "run/end_run.h"
 
@@ -242,37 +241,6 @@ static void let_starting_values_win(const keyword_format &format, const keyword_
     }
 }
 
-static void scale(double &parameter, parameter_record &record, double factor) {
-    parameter *= factor;
-    record.value *= factor;
-    record.min *= factor;
-    record.max *= factor;
-}
-
-static void divide(double &parameter, parameter_record &record, double divisor) {
-    parameter /= divisor;
-    record.value /= divisor;
-    record.min /= divisor;
-    record.max /= divisor;
-}
-
-// Every width goes by the type that its own line of the file gives; these formats repeat the type
-// for each parameter.
-static void convert_to_internal_units(const keyword_target &to) {
-    for (int k = 0; k < to.entries(); ++k) {
-        double *p = to.par + pars_per_entry * k;
-        parameter_record *record = to.fixpar + pars_per_entry * k;
-        const int width1_type = record[width1_par].type;
-        const bool gaussian = width1_type == gaussian_line || width1_type == voigt_line;
-        divide(p[freq_par], record[freq_par], to.Hz_pp);
-        if (gaussian || width1_type == lorentzian_line)
-            scale(p[width1_par], record[width1_par], to.T_acq);
-        if (gaussian) divide(p[width1_par], record[width1_par], kernel::gauss_fwhm_per_width);
-        if (record[width2_par].type == voigt_line)
-            scale(p[width2_par], record[width2_par], to.T_acq);
-    }
-}
-
 void read_keyword_file(const char *name, const keyword_format &format, const keyword_target &to) {
     std::FILE *file = std::fopen(name, "r+t");
     if (file == nullptr) {
@@ -289,6 +257,8 @@ void read_keyword_file(const char *name, const keyword_format &format, const key
     // counts that were refused say nothing about the storage that there is
     if (!counts_stored(to.nLines, to.lsf_coefs, to.n_patterns)) return;
     if (to.file_corrupt != 1) let_starting_values_win(format, to);
-    convert_to_internal_units(to);
+    for (int k = 0; k < to.entries(); ++k)
+        entry_to_internal_units(to.par + pars_per_entry * k, to.fixpar + pars_per_entry * k,
+                                to.T_acq, to.Hz_pp);
     to.npar = pars_per_entry * to.entries();
 }

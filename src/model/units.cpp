@@ -23,28 +23,29 @@ static bool has_gaussian_width(int type) {
     return type == gaussian_line || type == voigt_line;
 }
 
+void entry_to_internal_units(double *p, parameter_record *record, double recip, double Hz_pp) {
+    const int type = record[width1_par].type;
+    p[freq_par] /= Hz_pp;
+    divide_record(record[freq_par], Hz_pp);
+    if (has_gaussian_width(type) || type == lorentzian_line) {
+        p[width1_par] *= recip;
+        scale_record(record[width1_par], recip);
+    }
+    if (has_gaussian_width(type)) {
+        p[width1_par] /= kernel::gauss_fwhm_per_width;
+        divide_record(record[width1_par], kernel::gauss_fwhm_per_width);
+    }
+    if (record[width2_par].type == voigt_line) {
+        p[width2_par] *= recip;
+        scale_record(record[width2_par], recip);
+    }
+}
+
 int internal_freq_units(const int &nLines, const int &n_patterns, int &npar, double *par,
                         parameter_record *fixpar, const double &recip, const double &Hz_pp) {
-    for (int k = 0; k < nLines + n_patterns; ++k) {
-        double *p = par + pars_per_entry * k;
-        parameter_record *record = fixpar + pars_per_entry * k;
-        const int type = record[width1_par].type;
-
-        p[freq_par] /= Hz_pp;
-        divide_record(record[freq_par], Hz_pp);
-        if (has_gaussian_width(type) || type == lorentzian_line) {
-            p[width1_par] *= recip;
-            scale_record(record[width1_par], recip);
-        }
-        if (has_gaussian_width(type)) {
-            p[width1_par] /= kernel::gauss_fwhm_per_width;
-            divide_record(record[width1_par], kernel::gauss_fwhm_per_width);
-        }
-        if (record[width2_par].type == voigt_line) {
-            p[width2_par] *= recip;
-            scale_record(record[width2_par], recip);
-        }
-    }
+    for (int k = 0; k < nLines + n_patterns; ++k)
+        entry_to_internal_units(par + pars_per_entry * k, fixpar + pars_per_entry * k, recip,
+                                Hz_pp);
     npar = pars_per_entry * (nLines + n_patterns);
     return npar;
 }

@@ -4,16 +4,21 @@
 
 #include "run/types.h"
 
-// Converts par and fixpar in place, sets npar to 5 (nLines + n_patterns) and returns it.
+// Converts one entry in place.
 //
 // Given:
-//   par      double[5N]            areas [signal], frequencies, widths [Hz], phases [degrees]
-//   fixpar   parameter_record[5N]  value, min, max likewise
-//   recip    1 / Hz_pp             points per Hz; widths are multiplied by it
-//   Hz_pp                          Hz per point; frequencies are divided by it
+//   p        double[5]            area [signal], frequency, widths [Hz], phase [degrees]
+//   record   parameter_record[5]  value, min, max likewise; each width goes by the type of its own
+//            record: the keyword formats state one for each parameter
+//   recip    1 / Hz_pp            points per Hz; widths are multiplied by it
+//   Hz_pp                         Hz per point; the frequency is divided by it
 // Notes:
 //   1. width1: types 1 and 3 also divided by 1.67, type 2 only by Hz_pp, patterns unchanged.
 //   2. width2 is converted for type 3 only; a Lorentzian's width2 is in points everywhere.
+void entry_to_internal_units(double *p, parameter_record *record, double recip, double Hz_pp);
+
+// All entries: par double[5N], fixpar parameter_record[5N]. Sets npar to 5 (nLines + n_patterns)
+// and returns it.
 int internal_freq_units(const int &nLines, const int &n_patterns, int &npar, double *par,
                         parameter_record *fixpar, const double &recip, const double &Hz_pp);
 
