@@ -68,7 +68,7 @@ optimum_record record_of(const engine::fit_problem &problem, const engine::optim
     out.noise_sd = problem.noise_sd;
     out.sum_of_squares = found.found.sum_of_squares;
     out.expected_decrease = found.found.expected_decrease;
-    out.quality = found.quality;
+    out.root_reduced_chi_square = found.quality;
     for (const engine::reason &from : found.judged.reasons) {
         optimum_record::cause &cause = out.reasons.emplace_back();
         cause = {engine::name_of(from.what), from.number, {}, from.text};

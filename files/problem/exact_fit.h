@@ -36,7 +36,8 @@ struct optimum_record {
     std::string verdict;
     double noise_sd = 0.0;       // [signal]
     double sum_of_squares = 0.0; // of the residual [noise_sd^2]
-    double expected_decrease = 0.0, quality = 0.0;
+    double expected_decrease = 0.0;
+    double root_reduced_chi_square = 0.0;  // per degree of freedom: what misfit is judged by
     std::optional<double> search_distance; // of the end of the search, in bounds (one sd)
     std::vector<cause> reasons;
     std::vector<begin> starts;

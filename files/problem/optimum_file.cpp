@@ -24,7 +24,7 @@ std::string optimum_text(const optimum_record &record) {
                         {"noise_sd", number_of(record.noise_sd)},
                         {"sum_of_squares", number_of(record.sum_of_squares)},
                         {"expected_decrease", number_of(record.expected_decrease)},
-                        {"quality", number_of(record.quality)},
+                        {"root_reduced_chi_square", number_of(record.root_reduced_chi_square)},
                         {"linearizations", record.linearizations},
                         {"evaluations", record.evaluations},
                         {"reasons", ordered_json::array()},
@@ -125,7 +125,7 @@ static optimum_record record_from(const reader &from) {
     out.noise_sd = from.number("noise_sd");
     out.sum_of_squares = from.number("sum_of_squares");
     out.expected_decrease = from.number("expected_decrease");
-    out.quality = from.number("quality");
+    out.root_reduced_chi_square = from.number("root_reduced_chi_square");
     out.linearizations = from.count("linearizations");
     out.evaluations = from.count("evaluations");
     if (from.has("search_distance")) out.search_distance = from.number("search_distance");

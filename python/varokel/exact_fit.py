@@ -62,7 +62,8 @@ class ExactFit:
     starts       that were tried
     error_factor by which errors were widened for zeros that fill the decay, see
                  Sidecar.error_factor
-    quality      root mean square of the residual over the noise
+    quality      root of the reduced chi-square: sum of squares per degree of freedom; fit_quality
+                 of the tables is per point
     sum_of_squares, expected_decrease   of the residual [noise variances], and what is left to gain
     noise_sd     per channel [signal]
     noise_window first point and the one behind the last; None when noise_sd was given

@@ -3,9 +3,10 @@
 #include "web/binding/current_model.h"
 #include "web/binding/module_calls.h"
 
-#include "engine/verdict.h"
+#include "engine/model.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace web {
 
@@ -57,7 +58,7 @@ ordered_json show_curves(const ordered_json &asked) {
     out["residual"] = array_for_page("residual", now.eye->of(left));
     out["components"] = ordered_json::array();
     const double squares = now.workspace.chi_square(model, x);
-    out["quality"] = number_for_page(engine::quality_of(model, squares));
+    out["quality"] = number_for_page(std::sqrt(squares / model.rows())); // as fit_quality
     if (asked.value("components", true))
         for (int k = 0; k < model.map().entries(); ++k)
             out["components"].push_back(
