@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // test_against_plain_fit.cpp -- the fast fit ends where the plain one ends
 //
-// Both minimize the same chi-square with the same search; they differ by the order of additions,
-// about 1e-16 of the chi-square. A difference quotient divides that by its step of 1e-7, and
-// conjugate gradients carry it on: paths part slowly, and meet again in the minimum.
+// What is proven is that model and gradient are right along whole fits. The line search is the same
+// in both (it has tests of its own), so both minimize the same chi-square on the same ways; they
+// differ by the order of additions, about 1e-16 of the chi-square. A difference quotient divides
+// that by its step of 1e-7, and conjugate gradients carry it on: paths part slowly, and meet again
+// in the minimum.
 #include "errors/error_bounds.h"
 #include "minimize/frprmn.h"
 #include "model/objective.h"

@@ -2,11 +2,13 @@
 // plain_fit.cpp -- the fit as it is defined, written down line by line
 //
 // One exponential per point of every curve, a textbook transform, an incremental model update per
-// derivative, four models per element of the Fisher matrix. Slow and easy to check; the product
-// is held against it, in its numbers and in its time. Works on the same module state.
+// derivative, four models per element of the Fisher matrix. Slow and easy to check; the product's
+// model, gradient and error bounds are held against it, in their numbers and in their time. The
+// line search is the product's own. Works on the same module state.
 #include "oracle/plain_fit.h"
 
 #include "errors/matrix_lib.h"
+#include "minimize/line_search.h"
 #include "model/l_shapes.h"
 #include "model/prior_knowledge.h"
 #include "model/vector_lib.h"
@@ -18,7 +20,9 @@
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+#include <numeric>
 #include <utility>
+#include <vector>
 
 namespace plain {
 
@@ -614,194 +618,50 @@ void dfnc(const double &f0, double *x, double *g) {
     single_line = 0;
 }
 
-static constexpr double golden_ratio = 1.618034;
-static constexpr double golden_section = 0.381966;
-static constexpr double extrapolation_limit = 100.0;
-static constexpr double tiny = 1e-20;            // keeps the parabola's denominator from zero
-static constexpr double line_tolerance = 0.0002; // relative; well above sqrt of the rounding unit
-static constexpr double tolerance_floor = 1e-10;
-static constexpr double first_step = 0.01; // along the gradient, in internal units
+static constexpr double chi_square_floor = 1e-10; // one that goes to zero
 
-bracket bracket_minimum(line_function f) {
-    double ax = 0.0;
-    double bx = first_step;
-    double fa = f(ax);
-    double fb = f(bx);
-    if (fb > fa) {
-        std::swap(ax, bx);
-        std::swap(fa, fb);
-    }
-    double cx = bx + golden_ratio * (bx - ax);
-    double fc = f(cx);
-    // Where no point carries weight the function is 0 for every abscissa, infinite ones included.
-    while (fb >= fc && std::isfinite(cx)) {
-        const double r = (bx - ax) * (fb - fc);
-        const double q = (bx - cx) * (fb - fa);
-        const double size = std::max(std::fabs(q - r), tiny);
-        const double s = q - r > 0.0 ? size : -size;
-        double u = bx - ((bx - cx) * q - (bx - ax) * r) / (2.0 * s);
-        const double ulim = bx + extrapolation_limit * (cx - bx);
-        double fu = 0.0;
-        if ((bx - u) * (u - cx) > 0.0) {
-            fu = f(u);
-            if (fu < fc) return {bx, u, cx};
-            if (fu > fb) return {ax, bx, u};
-            u = cx + golden_ratio * (cx - bx);
-            fu = f(u);
-        } else if ((cx - u) * (u - ulim) > 0.0) {
-            fu = f(u);
-            if (fu < fc) {
-                bx = cx;
-                cx = u;
-                u = cx + golden_ratio * (cx - bx);
-                fb = fc;
-                fc = fu;
-                fu = f(u);
-            }
-        } else if ((u - ulim) * (ulim - cx) >= 0.0) {
-            u = ulim;
-            fu = f(u);
-        } else {
-            u = cx + golden_ratio * (cx - bx);
-            fu = f(u);
-        }
-        ax = bx;
-        bx = cx;
-        cx = u;
-        fa = fb;
-        fb = fc;
-        fc = fu;
-    }
-    return {ax, bx, cx};
+static double dot(const std::vector<double> &a, const std::vector<double> &b) {
+    return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
 }
 
-double brent_minimum(line_function f, const bracket &start, const int &limit, double &f_min,
-                     bool &exhausted) {
-    double lo = std::min(start.a, start.c);
-    double hi = std::max(start.a, start.c);
-    double x = start.b;
-    double w = x;
-    double v = x;
-    double fx = f(x);
-    double fw = fx;
-    double fv = fx;
-    double d = 0.0;
-    double e = 0.0;
-    exhausted = false;
-    for (int iteration = 1; iteration <= limit; ++iteration) {
-        const double xm = (lo + hi) / 2.0;
-        const double tol1 = line_tolerance * std::fabs(x) + tolerance_floor;
-        const double tol2 = 2.0 * tol1;
-        if (std::fabs(x - xm) <= tol2 - (hi - lo) / 2.0) {
-            f_min = fx;
-            return x;
-        }
-        bool parabolic = false;
-        double u = 0.0;
-        if (std::fabs(e) > tol1) {
-            const double r = (x - w) * (fx - fv);
-            double q = (x - v) * (fx - fw);
-            double p = (x - v) * q - (x - w) * r;
-            q = 2.0 * (q - r);
-            if (q > 0.0) p = -p;
-            q = std::fabs(q);
-            const double before_last = e;
-            e = d;
-            const bool refused = std::fabs(p) >= std::fabs(q * before_last / 2.0) ||
-                                 p <= q * (lo - x) || p >= q * (hi - x);
-            if (!refused) {
-                parabolic = true;
-                d = p / q;
-                u = x + d;
-                if (u - lo < tol2 || hi - u < tol2) d = xm - x > 0.0 ? tol1 : -tol1;
-            }
-        }
-        if (!parabolic) {
-            e = x >= xm ? lo - x : hi - x;
-            d = golden_section * e;
-        }
-        if (std::fabs(d) >= tol1) {
-            u = x + d;
-        } else {
-            u = d > 0.0 ? x + tol1 : x - tol1;
-        }
-        const double fu = f(u);
-        if (fu <= fx) {
-            (u >= x ? lo : hi) = x;
-            v = w;
-            w = x;
-            x = u;
-            fv = fw;
-            fw = fx;
-            fx = fu;
-        } else {
-            (u < x ? lo : hi) = u;
-            if (fu <= fw || w == x) {
-                v = w;
-                w = u;
-                fv = fw;
-                fw = fu;
-            } else if (fu <= fv || v == x || v == w) {
-                v = u;
-                fv = fu;
-            }
-        }
-    }
-    exhausted = true;
-    f_min = fx;
-    return x;
-}
-
-static constexpr double convergence_floor = 1e-10; // of a chi-square that goes to zero
-
+// Nonlinear conjugate gradients of E. Polak and G. Ribiere (Rev. Fr. Inf. Rech. Oper. 16-R1 (1969)
+// 35-43): d <- -g + (g - g_before).g / (g_before.g_before) d. Along d goes the line search of the
+// product, which tests/unit/minimize/test_line_search.cpp holds against another one.
 void frprmn(const int &n, double *p) {
-    const long long length = pars_per_entry * (n_patterns + nLines) + 2LL * lsf_coefs;
-    // "frprnm": wording kept
-    const scratch<double> g(length,
-                            " Memory requested to store g[] in frprnm() is not available\n");
-    const scratch<double> h(length,
-                            " Memory requested to store h[] in frprmn() is not available\n");
-    const scratch<double> xi(length,
-                             " Memory requested to store xi[] in frprmn() is not available\n");
-    if (g == nullptr || h == nullptr || xi == nullptr) return;
-
+    const auto count = static_cast<std::size_t>(n);
     double fp = chi_square_of(p);
-    dfnc(fp, p, xi);
-    for (int j = 0; j < n; ++j) g[j] = h[j] = xi[j] = -xi[j];
+    std::vector<double> g(static_cast<std::size_t>(pars_per_entry * (n_patterns + nLines)) +
+                          2 * static_cast<std::size_t>(lsf_coefs));
+    dfnc(fp, p, g.data());
+    g.resize(count);
+    std::vector<double> d(count), change(count);
+    for (std::size_t j = 0; j < count; ++j) d[j] = -g[j];
 
-    for (int its = 1; its <= itmax; ++its) {
-        niter = its;
+    for (niter = 1; niter <= itmax; ++niter) {
         ncom = n;
-        Copy_Vector(n, p, pcom);
-        Copy_Vector(n, xi, xicom);
-        const bracket valley = bracket_minimum(func);
+        std::copy_n(p, n, pcom);
+        std::copy(d.begin(), d.end(), xicom);
         bool exhausted = false;
-        const double xmin = plain::brent_minimum(func, valley, brent_itmax, minimum, exhausted);
-        for (int j = 0; j < n; ++j) {
-            const double step = xi[j] * xmin;
-            if (std::isfinite(step)) p[j] += step; // a flat direction ends at infinity
-        }
+        const double along =
+            brent_minimum(func, bracket_minimum(func), brent_itmax, minimum, exhausted);
+        for (std::size_t j = 0; j < count; ++j) // a flat direction ends at infinity
+            if (std::isfinite(p[j] + along * d[j])) p[j] += along * d[j];
         if (2.0 * std::fabs(minimum - fp) <=
-            ftol * (std::fabs(minimum) + std::fabs(fp) + convergence_floor))
+            ftol * (std::fabs(minimum) + std::fabs(fp) + chi_square_floor))
             return;
 
+        const std::vector<double> before = g;
         fp = chi_square_of(p);
-        dfnc(fp, p, xi);
-        if (n < 1) break;
-        double gg = 0.0;
-        double dgg = 0.0;
-        for (int j = 0; j < n; ++j) {
-            gg += g[j] * g[j];
-            dgg += (xi[j] + g[j]) * xi[j];
-        }
-        if (gg == 0.0) break;
-        const double gam = dgg / gg;
-        for (int j = 0; j < n; ++j) {
-            g[j] = -xi[j];
-            h[j] = g[j] + gam * h[j];
-            xi[j] = h[j];
-        }
+        g.resize(static_cast<std::size_t>(pars_per_entry * (n_patterns + nLines)) +
+                 2 * static_cast<std::size_t>(lsf_coefs));
+        dfnc(fp, p, g.data());
+        g.resize(count);
+        if (n < 1 || dot(before, before) == 0.0) return;
+        for (std::size_t j = 0; j < count; ++j) change[j] = g[j] - before[j];
+        const double beta = dot(change, g) / dot(before, before);
+        for (std::size_t j = 0; j < count; ++j) d[j] = beta * d[j] - g[j];
     }
+    niter = itmax;
 }
 
 // Cramer-Rao bounds by definition: both parameters of every matrix element are derived anew.

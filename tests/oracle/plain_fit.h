@@ -4,7 +4,6 @@
 // The functions mean what those of the same name mean in src/model, src/minimize and src/errors.
 #pragma once
 
-#include "minimize/line_search.h"
 #include "run/types.h"
 
 namespace plain {
@@ -65,10 +64,8 @@ void entry_spectrum(const int &k, const int &type, const double *p, const int &a
 double chi_square_of(double *x);
 double func(const double &x);
 void dfnc(const double &f0, double *x, double *g); // prints nothing
-bracket bracket_minimum(line_function f);
-double brent_minimum(line_function f, const bracket &start, const int &limit, double &f_min,
-                     bool &exhausted);
-void frprmn(const int &n, double *p); // prints nothing
+void frprmn(const int &n,
+            double *p); // prints nothing; along a direction, the product's line search
 // Errors of vector, 5 (nLines + n_patterns) values each.
 void error_bounds(double *vector, double *errors);
 
