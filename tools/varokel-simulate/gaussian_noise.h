@@ -7,8 +7,8 @@
 namespace tools {
 
 // Independent numbers of mean 0 and standard deviation 1. Only additions, multiplications,
-// divisions and square roots, which IEEE arithmetic rounds alike everywhere; the logarithm is our
-// own, since that of the system's library may differ in its last digit.
+// divisions and square roots, which IEEE arithmetic rounds alike everywhere; the logarithm is the
+// kernel's, since that of the system's library may differ in its last digit.
 class gaussian_noise {
   public:
     explicit gaussian_noise(std::uint64_t seed) : state_(seed) {}
@@ -22,8 +22,5 @@ class gaussian_noise {
     double spare_ = 0.0;
     bool has_spare_ = false;
 };
-
-// ln x for 0 < x < infinity, good to a few units in the last place.
-double portable_log(double x);
 
 } // namespace tools
