@@ -24,8 +24,8 @@ enum class finding {
 const char *name_of(finding what);
 
 // number: expected decrease [noise_sd^2] for not_finished; difference of the sums of squares
-// [noise_sd^2] for several_minima; quality, or the larger of the two whiteness figures, for misfit;
-// quality for noise_wrong; else the number of entries.
+// [noise_sd^2] for several_minima; quality_of, or the larger of the two whiteness figures, for
+// misfit; quality_of for noise_wrong; else the number of entries.
 struct reason {
     finding what;
     double number;
@@ -38,7 +38,7 @@ struct verdict {
     std::vector<reason> reasons; // empty for optimum
 };
 
-// Limits of the verdict; each is used here and nowhere else.
+// Limits of the verdict.
 struct verdict_limits {
     static constexpr double expected_decrease =
         1e-4;                                // [noise_sd^2], every parameter within 0.01 bound
@@ -57,14 +57,14 @@ struct verdict_limits {
 // runs of one sign the residual has, and its correlation from one point to the next times the root
 // of their number.
 // Source: A. Wald, J. Wolfowitz, Ann. Math. Statist. 11 (1940) 147-162; G. E. P. Box, G. M.
-// Jenkins,
-//   Time Series Analysis, Holden-Day 1976, section 2.1.6.
+//   Jenkins, Time Series Analysis, Holden-Day 1976, section 2.1.6.
 struct whiteness {
     double runs, lag_1;
 };
 whiteness whiteness_of(const model &of, std::span<const double> residual);
 
-// sqrt(sum of squares / degrees of freedom), where points of a cut decay count for what they tell.
+// Root of the reduced chi-square: sqrt(sum of squares / degrees of freedom), where points of a cut
+// decay count for what they tell. Above the root mean square per point, which tables show.
 double quality_of(const model &of, double sum_of_squares);
 
 // Everything but several_minima, which needs other minima: add_minimum adds that.

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // batch_table.h -- records of fits as rows of tables, and as values of maps
 //
-// The tables are those of single fits (results/results_table.h), with a column for each direction
-// of the input behind the name of the spectrum, and a row for each entry also without results.
+// The tables are those of single fits (files/results/results_table.h), with a column for each
+// direction of the input behind the name of the spectrum, and a row for each entry also without
+// results.
 #pragma once
 
 #include "files/batch/fit_record.h"

@@ -13,7 +13,7 @@ namespace tools {
 //
 // Notes:
 //   1. Such a file states nothing about its points; json and points as for read_plain_fid.
-//   2. Without a JSON, ppm falls with the points: the sense of NIfTI-MRS.
+//   2. ppm rises with the points unless the JSON says otherwise, and that is a guess then.
 std::unique_ptr<spectrum_source> read_text_columns(const std::string &file, const std::string &json,
                                                    const std::optional<long long> &points);
 

@@ -48,8 +48,4 @@ std::vector<bool> read_mask(const std::string &file, const std::vector<long long
     return inside;
 }
 
-bool has_images() {
-    return can_write_nifti();
-}
-
 } // namespace tools

@@ -27,7 +27,4 @@ void write_map(const std::string &file, const std::string &like,
 std::vector<bool> read_mask(const std::string &file, const std::vector<long long> &sizes,
                             const std::string &like, bool &moved);
 
-// Whether this program was built with the library for such images.
-bool has_images();
-
 } // namespace tools

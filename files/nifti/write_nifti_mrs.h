@@ -16,8 +16,8 @@
 
 namespace tools {
 
-// false when the program was built without libnifti2: then the functions below that read or write
-// NIfTI throw bad_output.
+// false when the program was built without libnifti2: then the functions below that make the bytes
+// of a file, and geometry_of_affine, throw bad_output. Headers are read without it.
 bool can_write_nifti();
 
 // Of a NIfTI file, all values as they stand in its header. Errors: bad_input when it is none.

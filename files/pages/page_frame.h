@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// page_frame.h -- an HTML page that is one file and loads nothing
+// page_frame.h -- an HTML page that asks no network for anything
 //
 // A content security policy forbids everything but the style and the scripts that stand in the page
 // itself, named by their hashes: text that came from a file can never run, even where an escape was
-// forgotten, and the page never asks a network for anything.
+// forgotten. It loads nothing but files beside it, where it has any.
 #pragma once
 
 #include "files/base/ordered_json.h"

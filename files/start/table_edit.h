@@ -19,7 +19,7 @@ std::string empty_table(bool knows_ppm);
 // Cells of a row by the words of the heading ("area", "frequency" ...). Rows count from 0.
 typedef std::map<std::string, std::string> cells_by_column;
 
-// Texts of the rows' cells. Errors: bad_input, with line and column, for a heading that none is.
+// Texts of the rows' cells. Errors: bad_input, with line and column, for a heading that is none.
 std::vector<cells_by_column> cells_of_table(const std::string &text);
 
 // The cell of a row, whatever it holds. A column that is not there is added, with "-" in the other

@@ -15,9 +15,8 @@ int run_command_line(int argc, char **argv);
 //   data_name  signal file name
 //   start_name path and name of the start value / fit control file
 // Errors: as the command line has them, the endings of the process included; a name of more than
-// 498
-//         characters (room for the longest ending of an output is kept) is refused with a message,
-//         and nothing is run.
+//         498 characters (room for the longest ending of an output is kept) is refused with a
+//         message, and nothing is run.
 // Notes:  verbose is 2 until the control file sets it; command grows over calls.
 void varokel(const char *data_path, const char *data_name, const char *start_name);
 

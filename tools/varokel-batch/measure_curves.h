@@ -44,9 +44,9 @@ void measure_snr(const curve_measure &measure, const std::string &fit,
 //   folder   of the fit, with spectrum.org, and start.par with its patterns
 //   noise    standard deviation of the real part [signal]
 // Notes:
-//   1. The chi-square before that the fit writes counts other points, so the model of the start
-//   file
-//      is computed here; with a measured lineshape or one with coefficients that cannot be.
+//   1. The chi-square before that the fit writes counts other points, so the model of the
+//      start file is computed here; with a measured lineshape or one with coefficients that cannot
+//      be.
 double quality_before_fit(const curve_measure &measure, const std::string &folder, double noise);
 
 } // namespace tools

@@ -6,6 +6,7 @@
 #include "files/measured/combined_source.h"
 #include "files/measured/text_items.h"
 #include "files/nifti/grid_maps.h"
+#include "files/nifti/write_nifti_mrs.h"
 #include "files/spectra/signal_file.h"
 #include "files/start/peak_table.h"
 #include "common/import_options.h"
@@ -84,7 +85,7 @@ static bool take_axes(const spectrum_source &source, planned_batch &batch) {
         voxels = std::max(voxels, axis.size);
     }
     const bool has_voxels = voxels > 1;
-    batch.grid = source.format == "NIfTI-MRS" && directions == 3 && has_voxels && has_images();
+    batch.grid = source.format == "NIfTI-MRS" && directions == 3 && has_voxels && can_write_nifti();
     if (!has_voxels) std::erase_if(batch.axes, [](const plan_axis &axis) { return axis.spatial; });
     return has_voxels;
 }

@@ -40,8 +40,8 @@ struct harvest {
     std::string no_place; // not empty: the fit could not write, which is no fault of the spectrum
 };
 
-// Reads what the fit left. wait_status as waitpid has it; killed_after: seconds
-// of the limit, when the fit was ended because of it.
+// Reads what the fit left. wait_status as waitpid has it; killed_after: seconds of the limit, when
+// the fit was ended because of it.
 harvest harvest_fit(const fit_setting &setting, const std::string &folder,
                     const file_descriptor &log, long long line, int wait_status,
                     double killed_after, bool with_fit);

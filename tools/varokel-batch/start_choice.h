@@ -25,8 +25,7 @@ struct start_choice {
 
 // Writes start.par, names.txt, patterns/ and, with a table, peaks.txt into work, where spectra.f32
 // and sidecar.json are. With a table, what it leaves to estimates comes from the spectrum with the
-// most signal. Errors: wrong_usage, bad_input when the start
-// file is not for such spectra.
+// most signal. Errors: wrong_usage; bad_input when the start file is not for such spectra.
 start_choice choose_start(const plan_options &options, const ordered_json &scale, long long points,
                           const std::string &work, const std::vector<planned_spectrum> &spectra);
 

@@ -34,7 +34,7 @@ void run_fits(const std::string &program, const std::vector<planned_fit> &fits, 
 // Runs one program to its end. Returns its exit status, 128 + N when signal N ended it.
 int run_program(const program_call &call);
 
-// From here on SIGINT and SIGTERM end the fits, and then this program by an error.
+// From here on SIGINT, SIGTERM and SIGHUP end the fits, and then this program by an error.
 void watch_for_interrupts();
 
 // Number of the signal that came since, 0 without one.
