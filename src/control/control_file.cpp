@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "control/control_file.h"
 
-#include "control/limits.h"
+#include "control/allowed_counts.h"
 #include "data/scan.h"
 #include "model/units.h"
 

@@ -15,7 +15,8 @@
 //   from 1, hrange is the sum of hxmax - hxmin of a step.
 // Errors:
 //   A file that cannot be opened ends the run with status -1. A wrong marker word, or what would
-//   overrun a table (control/limits.h), sets file_corrupt to 1; units are converted all the same.
+//   overrun a table (control/allowed_counts.h), sets file_corrupt to 1; units are converted all the
+//   same.
 // Notes:
 //   1. The prior knowledge of entry i is the i-th in the file, whatever its marker says.
 //   2. Where a starting value and the value in the prior knowledge differ, the starting value is

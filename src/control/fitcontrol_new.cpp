@@ -3,7 +3,7 @@
 #include "control/fitcontrol_new.h"
 
 #include "control/control_file.h"
-#include "control/limits.h"
+#include "control/allowed_counts.h"
 #include "data/scan.h"
 #include "model/units.h"
 

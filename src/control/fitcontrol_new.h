@@ -22,7 +22,7 @@
 //   block was read.
 // Errors:
 //   A file that cannot be opened is reported; units are converted all the same. What would overrun
-//   a table (control/limits.h) sets file_corrupt to 1 and ends the reading.
+//   a table (control/allowed_counts.h) sets file_corrupt to 1 and ends the reading.
 // Notes:
 //   1. Blocks come in any order and any number; a later one overwrites an earlier one. A fit mode
 //      that sets lsf_coefs to 0 does so only if no spectrum block follows.

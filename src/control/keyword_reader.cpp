@@ -2,7 +2,7 @@
 #include "control/keyword_reader.h"
 
 #include "control/control_file.h"
-#include "control/limits.h"
+#include "control/allowed_counts.h"
 #include "data/scan.h"
 #include "model/units.h"
 #include "run/end_run.h"

@@ -14,7 +14,8 @@
 // Reads:   strtvalfnm, frscl, and the defaults of all settings
 // Changes: the settings that the file states, the parameter arrays, the strategy tables, patterns;
 //          pattern_enable 1; file_corrupt 1 when the file is faulty (patterns are not read then)
-// Errors:  a file that cannot be opened ends the run with status -1. Sizes beyond control/limits.h
+// Errors:  a file that cannot be opened ends the run with status -1. Sizes beyond
+// control/allowed_counts.h
 //          are refused before storage is made for them. When storage cannot be had, values and
 //          patterns are not read.
 // Notes:

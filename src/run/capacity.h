@@ -2,7 +2,8 @@
 // capacity.h -- the numbers behind docs/limits.md: what a run can hold, and what it fits
 #pragma once
 
-// Storage. control/limits.h holds the counts of a control file against these before they are used.
+// Storage. control/allowed_counts.h holds the counts of a control file against these before they
+// are used.
 static constexpr int max_points = 1 << 24; // complex points; single-precision exact indices
 static constexpr int max_noise_stop = (1 << 30) - 1; // two floats a point, counted in an int
 static constexpr int max_entries = 65536;            // lines and patterns for which storage is made

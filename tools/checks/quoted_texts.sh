@@ -17,7 +17,7 @@ use strict;
 use warnings;
 use File::Find;
 
-# file and table (regular expressions of "control/limits.cpp block_names"), texts that are meant (another
+# file and table (regular expressions of "control/allowed_counts.cpp block_names"), texts that are meant (another
 # one), how many of them may be left ('any' for prose that is free to change), why
 my @explained = (
     ['help/help_texts.cpp topic_[0-8]_lines', '.', 'any',

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "common/option_parser.h"
-#include "varokel-batch/plan_batch.h"
+#include "varokel-batch/make_plan.h"
 #include "varokel-batch/run_batch.h"
 
 namespace tools {

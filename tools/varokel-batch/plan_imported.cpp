@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // plan_imported.cpp -- the spectra of a batch from the folder that varokel-import filled
-#include "varokel-batch/planned_batch.h"
+#include "varokel-batch/plan_draft.h"
 
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
@@ -72,7 +72,7 @@ static imported_signal facts_of(const std::string &name, const ordered_json &ite
 }
 
 // Reads all sidecars. The scale of the batch is that of the first.
-static std::vector<imported_signal> read_sidecars(const std::string &folder, planned_batch &batch) {
+static std::vector<imported_signal> read_sidecars(const std::string &folder, plan_draft &batch) {
     std::vector<imported_signal> found;
     for (const std::string &name : names_in(folder)) {
         refuse_name(name, folder + "/" + name + ".bin");
@@ -102,7 +102,7 @@ static std::vector<imported_signal> read_sidecars(const std::string &folder, pla
 }
 
 // Axes where all spectra have a place along them.
-static void take_places(const std::vector<imported_signal> &found, planned_batch &batch) {
+static void take_places(const std::vector<imported_signal> &found, plan_draft &batch) {
     const auto all_have = [&](std::vector<long long> imported_signal::*place) {
         return std::none_of(found.begin(), found.end(),
                             [&](const imported_signal &each) { return (each.*place).empty(); });
@@ -161,7 +161,7 @@ static std::vector<float> read_signal(const std::string &name, long long count,
     return parts;
 }
 
-static void take_shared_window(const engine::shared_stretch_search &search, planned_batch &batch) {
+static void take_shared_window(const engine::shared_stretch_search &search, plan_draft &batch) {
     const auto [first, stop] = search.stretch();
     batch.scale["noise_window"] = {{"first", first},
                                    {"stop", stop},
@@ -173,7 +173,7 @@ static void take_shared_window(const engine::shared_stretch_search &search, plan
                  "; look at it before you trust the error bounds");
 }
 
-void plan_imported(const plan_options &options, const std::string &work, planned_batch &batch) {
+void plan_imported(const plan_options &options, const std::string &work, plan_draft &batch) {
     const std::string &folder = options.input.input;
     const std::vector<imported_signal> found = read_sidecars(folder, batch);
     take_places(found, batch);

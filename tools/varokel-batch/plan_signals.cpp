@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // plan_signals.cpp -- the spectra of a batch from a file with FIDs, by passes
-#include "varokel-batch/planned_batch.h"
+#include "varokel-batch/plan_draft.h"
 
 #include "files/base/tool_error.h"
 #include "files/measured/combined_source.h"
@@ -72,7 +72,7 @@ static choice_options with_whole_axes(const spectrum_source &source, choice_opti
 }
 
 // Axes and inputs of the batch. Returns whether the source has more than one voxel.
-static bool take_axes(const spectrum_source &source, planned_batch &batch) {
+static bool take_axes(const spectrum_source &source, plan_draft &batch) {
     batch.inputs.push_back(source.file);
     for (const std::string &companion : source.companions) batch.inputs.push_back(companion);
     long long voxels = 1, directions = 0;
@@ -92,7 +92,7 @@ static bool take_axes(const spectrum_source &source, planned_batch &batch) {
 
 // For each voxel whether it is to be fitted; empty without a mask.
 static std::vector<bool> inside_of_mask(const plan_options &options, const spectrum_source &source,
-                                        planned_batch &batch) {
+                                        plan_draft &batch) {
     if (options.mask.empty()) return {};
     std::vector<long long> sizes;
     for (const plan_axis &axis : batch.axes)
@@ -113,7 +113,7 @@ static std::vector<bool> inside_of_mask(const plan_options &options, const spect
 static std::vector<std::size_t> list_spectra(const plan_options &options,
                                              const spectrum_source &source,
                                              const std::vector<chosen_spectrum> &chosen,
-                                             planned_batch &batch) {
+                                             plan_draft &batch) {
     const bool has_voxels = take_axes(source, batch);
     const std::vector<bool> inside = inside_of_mask(options, source, batch);
     std::vector<std::size_t> origin;
@@ -145,7 +145,7 @@ static std::vector<std::size_t> list_spectra(const plan_options &options,
 // The points of one FID after the other, into spectra.f32.
 class signal_writer {
   public:
-    signal_writer(spectrum_conversion &conversion, planned_batch &batch, const std::string &work)
+    signal_writer(spectrum_conversion &conversion, plan_draft &batch, const std::string &work)
         : conversion_(conversion), batch_(batch), file_(work + "/spectra.f32") {}
 
     void add(planned_spectrum &spectrum, complex_signal fid, bool faulty) {
@@ -181,12 +181,12 @@ class signal_writer {
             if (sidecar.contains(item)) batch_.source[item] = sidecar[item];
     }
     spectrum_conversion &conversion_;
-    planned_batch &batch_;
+    plan_draft &batch_;
     part_file file_;
     bool described_ = false;
 };
 
-void plan_signals(const plan_options &options, const std::string &work, planned_batch &batch) {
+void plan_signals(const plan_options &options, const std::string &work, plan_draft &batch) {
     input_options input = options.input;
     const std::unique_ptr<spectrum_source> source =
         open_combined(input.input, input.json, input, false);

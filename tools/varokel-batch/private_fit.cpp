@@ -46,8 +46,8 @@ static void write_whole(const std::string &name, const std::string &bytes) {
     if (!file.close()) refuse_place(name);
 }
 
-void prepare_fit(const fit_setting &setting, const std::string &folder, const std::string &spectrum,
-                 const std::string &start) {
+void fill_fit_folder(const fit_setting &setting, const std::string &folder,
+                     const std::string &spectrum, const std::string &start) {
     if (mkdir(folder.c_str(), 0700) != 0) refuse_place(folder);
     write_whole(folder + "/spectrum.bin", spectrum);
     write_whole(folder + "/start.par", start);

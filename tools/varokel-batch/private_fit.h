@@ -21,8 +21,8 @@ struct fit_setting {
 };
 
 // Makes the folder and fills it. Errors: bad_output, when there is no place, or no right to write.
-void prepare_fit(const fit_setting &setting, const std::string &folder, const std::string &spectrum,
-                 const std::string &start);
+void fill_fit_folder(const fit_setting &setting, const std::string &folder,
+                     const std::string &spectrum, const std::string &start);
 
 struct started_fit {
     pid_t process = -1;

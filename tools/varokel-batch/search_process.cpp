@@ -24,9 +24,9 @@ typedef std::chrono::steady_clock steady;
 
 namespace {
 
-struct folder_of_fit {
+struct removed_at_end {
     const std::string &name;
-    ~folder_of_fit() { remove_fit(name); }
+    ~removed_at_end() { remove_fit(name); }
 };
 
 // A process that is waited for, and ended when nobody wants it any more.
@@ -106,8 +106,8 @@ std::optional<search_result> run_search(const fit_setting &setting, const std::s
                                         const std::string &start, const search_options &options,
                                         const stop_switch &stop) {
     for (bool second_try = false;; second_try = true) {
-        const folder_of_fit own{folder};
-        prepare_fit(setting, folder, spectrum, start);
+        const removed_at_end own{folder};
+        fill_fit_folder(setting, folder, spectrum, start);
         watched_process process(start_fit(setting, folder));
         const watched_process::outcome how = process.wait(options.limit, stop);
         if (how == watched_process::outcome::stopped) return std::nullopt;

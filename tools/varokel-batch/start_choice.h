@@ -6,7 +6,7 @@
 #include "files/start/make_start.h"
 #include "files/batch/fit_record.h"
 #include "files/batch/plan_lines.h"
-#include "varokel-batch/plan_batch.h"
+#include "varokel-batch/make_plan.h"
 
 #include <memory>
 #include <string>

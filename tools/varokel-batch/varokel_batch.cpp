@@ -7,7 +7,7 @@
 #include "varokel-batch/batch_options.h"
 #include "varokel-batch/engine_scripts.h"
 #include "varokel-batch/merge_batch.h"
-#include "varokel-batch/plan_batch.h"
+#include "varokel-batch/make_plan.h"
 #include "varokel-batch/run_batch.h"
 
 #include <iostream>
@@ -114,7 +114,7 @@ int main(int argc, char **argv) {
         if (const std::optional<int> end = tools::parse_command_line(app, argc, argv)) return *end;
         for (int i = 0; i < argc; ++i) plan.command.emplace_back(argv[i]);
         if (planner->parsed())
-            tools::plan_batch(plan);
+            tools::make_plan(plan);
         else if (runner->parsed())
             return tools::run_batch(run);
         else if (status->parsed())

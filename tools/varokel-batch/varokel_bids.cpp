@@ -153,7 +153,7 @@ static int fit_batch(const tools::plan_options &plan, const tools::run_options &
     std::ostringstream said;
     std::streambuf *const shown = std::cout.rdbuf(said.rdbuf());
     try {
-        tools::plan_batch(plan);
+        tools::make_plan(plan);
         int status = tools::run_batch(run);
         if (status <= tools::different)
             status = std::max(status, tools::merge_batch(plan.folder, false));

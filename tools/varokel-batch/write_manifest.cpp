@@ -27,7 +27,7 @@ static long long fits_kept(const std::string &keep, long long spectra) {
     return std::min(*count, spectra);
 }
 
-static ordered_json head_of(const plan_options &options, const planned_batch &batch,
+static ordered_json head_of(const plan_options &options, const plan_draft &batch,
                             const start_choice &start, const std::string &work) {
     ordered_json head;
     head["format"] = batch_format;
@@ -68,8 +68,8 @@ static ordered_json head_of(const plan_options &options, const planned_batch &ba
     return head;
 }
 
-void write_manifest(const plan_options &options, const planned_batch &batch,
-                    const start_choice &start, long long blocks, const std::string &work) {
+void write_manifest(const plan_options &options, const plan_draft &batch, const start_choice &start,
+                    long long blocks, const std::string &work) {
     std::size_t longest = 0;
     sha256 list;
     for (const planned_spectrum &spectrum : batch.spectra) {

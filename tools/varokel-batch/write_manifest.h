@@ -2,7 +2,7 @@
 // write_manifest.h -- manifest.json of a plan (files/batch/batch_plan.h reads it)
 #pragma once
 
-#include "varokel-batch/planned_batch.h"
+#include "varokel-batch/plan_draft.h"
 #include "varokel-batch/start_choice.h"
 
 #include <string>
@@ -11,7 +11,7 @@ namespace tools {
 
 // Into the folder work, where all other files of the plan are. Errors: wrong_usage for --keep;
 // bad_output.
-void write_manifest(const plan_options &options, const planned_batch &batch,
-                    const start_choice &start, long long blocks, const std::string &work);
+void write_manifest(const plan_options &options, const plan_draft &batch, const start_choice &start,
+                    long long blocks, const std::string &work);
 
 } // namespace tools

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// planned_batch.cpp -- what a plan finds in its input: names, fingerprints, selection, scale
-#include "varokel-batch/planned_batch.h"
+// plan_draft.cpp -- what a plan finds in its input: names, fingerprints, selection, scale
+#include "varokel-batch/plan_draft.h"
 
 #include "files/base/plain_text.h"
 #include "files/base/sha256.h"
@@ -52,7 +52,7 @@ static std::set<long long> numbers_of(const std::string &text, long long count) 
     return numbers;
 }
 
-void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
+void keep_selected(plan_draft &batch, std::vector<std::size_t> &origin,
                    const plan_options &options) {
     if (options.select.empty()) return;
     const std::set<long long> wanted =
@@ -68,7 +68,7 @@ void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
     origin = std::move(kept_origin);
 }
 
-void take_scale(planned_batch &batch, const ordered_json &sidecar) {
+void take_scale(plan_draft &batch, const ordered_json &sidecar) {
     for (const char *const item :
          {"hz_per_point", "dwell_time_s", "spectrometer_mhz", "ppm_at_carrier",
           "ppm_rises_with_points", "nucleus", "begin_time_s", "phi_1_degrees", "noise_window",

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// limits.h -- the one list of what a control file must not ask for, since a table would overrun
+// allowed_counts.h -- the one list of what a control file must not ask for, since a table would
+// overrun
 //
 //   item                               allowed
 //   complex points                     up to 2^24 (indices are exact in single precision); with

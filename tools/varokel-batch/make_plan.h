@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// plan_batch.h -- from an input with many spectra to the folder that a batch works on
+// make_plan.h -- from an input with many spectra to the folder that a batch works on
 #pragma once
 
 #include "files/measured/convert_spectra.h"
@@ -29,6 +29,6 @@ struct plan_options {
 //   1. Storage is bounded by options.spectrum.memory but for some hundred bytes a spectrum.
 //   2. Spectra that are all zero or hold points that are no finite numbers are in the plan, but are
 //      not fitted.
-void plan_batch(const plan_options &options);
+void make_plan(const plan_options &options);
 
 } // namespace tools

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// planned_batch.h -- what a plan finds in its input, before the manifest is written
+// plan_draft.h -- what a plan finds in its input, before the manifest is written
 #pragma once
 
 #include "files/base/ordered_json.h"
 #include "files/base/output_file.h"
 #include "files/batch/plan_lines.h"
 
-#include "varokel-batch/plan_batch.h"
+#include "varokel-batch/make_plan.h"
 
 #include <string>
 #include <vector>
@@ -16,7 +16,7 @@ namespace tools {
 void warn_of_plan(const std::string &text);
 
 // Everything that becomes the head of the manifest, and where the points come from.
-struct planned_batch {
+struct plan_draft {
     std::vector<planned_spectrum> spectra;
     std::vector<plan_axis> axes;
     std::vector<std::string> inputs;
@@ -33,17 +33,17 @@ void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, part_fil
 
 // Only those of --select. origin: what each spectrum was among all, kept along. Errors:
 // wrong_usage.
-void keep_selected(planned_batch &batch, std::vector<std::size_t> &origin,
+void keep_selected(plan_draft &batch, std::vector<std::size_t> &origin,
                    const plan_options &options);
 
 // What all spectra share of a sidecar.
-void take_scale(planned_batch &batch, const ordered_json &sidecar);
+void take_scale(plan_draft &batch, const ordered_json &sidecar);
 
 // The spectra of a file with FIDs, into spectra.f32 of the folder work. Errors: wrong_usage,
 // bad_input, bad_output.
-void plan_signals(const plan_options &options, const std::string &work, planned_batch &batch);
+void plan_signals(const plan_options &options, const std::string &work, plan_draft &batch);
 
 // Those of the folder that varokel-import filled: NAME.bin with NAME.json. Errors: as above.
-void plan_imported(const plan_options &options, const std::string &work, planned_batch &batch);
+void plan_imported(const plan_options &options, const std::string &work, plan_draft &batch);
 
 } // namespace tools

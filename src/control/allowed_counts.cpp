@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "control/limits.h"
+#include "control/allowed_counts.h"
 
 #include "run/types.h"
 #include "run/state_parameters.h"

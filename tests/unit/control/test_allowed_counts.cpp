@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Every limit is met through a file that exceeds it, and through one that just does not.
-#include "control/limits.h"
+#include "control/allowed_counts.h"
 #include "control/start_value_file.h"
 #include "files/spectra/search_limits.h"
 #include "run/capacity.h"
@@ -12,7 +12,7 @@
 
 using namespace control_example;
 
-class limits : public ::testing::Test {
+class allowed_counts : public ::testing::Test {
   protected:
     void SetUp() override {
         start_from_defaults();
@@ -52,7 +52,7 @@ class limits : public ::testing::Test {
     file_text text;
 };
 
-TEST_F(limits, two_to_24_points_are_the_most) {
+TEST_F(allowed_counts, two_to_24_points_are_the_most) {
     text.points = "16777216";
     expect_accepted(text.version_3());
     expect_accepted(text.blocks());
@@ -65,7 +65,7 @@ TEST_F(limits, two_to_24_points_are_the_most) {
     expect_refused(text.version_3(), "n_pnts is 2147483647, allowed are 0 to 16777216");
 }
 
-TEST_F(limits, the_noise_window_ends_where_twice_its_points_fill_an_int) {
+TEST_F(allowed_counts, the_noise_window_ends_where_twice_its_points_fill_an_int) {
     text.noise_end = "1073741823";
     expect_accepted(text.version_3());
     expect_accepted(text.blocks());
@@ -76,7 +76,7 @@ TEST_F(limits, the_noise_window_ends_where_twice_its_points_fill_an_int) {
                    "allowed are 0 to 1073741823");
 }
 
-TEST_F(limits, patterns_allow_4096_points) {
+TEST_F(allowed_counts, patterns_allow_4096_points) {
     text.patterns = "1";
     text.names = {folder.file("a.pat")};
     support::write_file(text.names[0],
@@ -97,7 +97,7 @@ TEST_F(limits, patterns_allow_4096_points) {
                    "is 8192, allowed are 0 to 4096");
 }
 
-TEST_F(limits, patterns_are_not_negative) {
+TEST_F(allowed_counts, patterns_are_not_negative) {
     text.patterns = "-1";
     expect_refused(text.version_3(), "pattrn is -1, allowed are 0 to 4096");
     expect_refused(text.blocks(),
@@ -114,7 +114,7 @@ static std::vector<std::string> patterns_in(const support::temporary_folder &fol
     return std::vector<std::string>(static_cast<std::size_t>(count), folder.file("a.pat"));
 }
 
-TEST_F(limits, lines_and_patterns_are_65536_together_and_patterns_4096) {
+TEST_F(allowed_counts, lines_and_patterns_are_65536_together_and_patterns_4096) {
     text.lines = "65537";
     expect_refused(text.version_3(), "nLines is 65537, allowed are 0 to 65536");
     expect_refused(text.blocks(),
@@ -142,7 +142,7 @@ TEST_F(limits, lines_and_patterns_are_65536_together_and_patterns_4096) {
 
 // A version word that is none, or more words than one: keywords and numbers change places, and what
 // stands where a count should is nobody's count.
-TEST_F(limits, counts_of_a_file_out_of_step_are_not_judged) {
+TEST_F(allowed_counts, counts_of_a_file_out_of_step_are_not_judged) {
     text.lines = "8";
     text.mode = "3";
     text.coefs = "65";
@@ -161,7 +161,7 @@ TEST_F(limits, counts_of_a_file_out_of_step_are_not_judged) {
     EXPECT_EQ(said.find("allowed are"), std::string::npos) << said;
 }
 
-TEST_F(limits, lines_above_49_are_left_to_the_reader_and_the_checks) {
+TEST_F(allowed_counts, lines_above_49_are_left_to_the_reader_and_the_checks) {
     text.with_entries(5000);
     text.entries.resize(3);
     const std::string wanted = two_fatal_lines;
@@ -171,7 +171,7 @@ TEST_F(limits, lines_above_49_are_left_to_the_reader_and_the_checks) {
     EXPECT_EQ(nLines, 5000);
 }
 
-TEST_F(limits, lineshape_coefficients_are_4096_and_not_more_than_points) {
+TEST_F(allowed_counts, lineshape_coefficients_are_4096_and_not_more_than_points) {
     text.mode = "3";
     text.points = "8192";
     text.coefs = "4096";
@@ -194,7 +194,7 @@ TEST_F(limits, lineshape_coefficients_are_4096_and_not_more_than_points) {
         "points is 65, allowed are 0 to 64");
 }
 
-TEST_F(limits, coefficients_that_the_fit_mode_sets_to_0_may_exceed_the_points) {
+TEST_F(allowed_counts, coefficients_that_the_fit_mode_sets_to_0_may_exceed_the_points) {
     for (const char *coefs : {"65", "5000", "2147483647", "-2147483648"}) {
         text.coefs = coefs;
         expect_accepted(text.version_3());
@@ -204,7 +204,7 @@ TEST_F(limits, coefficients_that_the_fit_mode_sets_to_0_may_exceed_the_points) {
     }
 }
 
-TEST_F(limits, negative_lines_and_coefficients_are_left_to_the_checks) {
+TEST_F(allowed_counts, negative_lines_and_coefficients_are_left_to_the_checks) {
     text.lines = "-3";
     text.entries.clear();
     expect_accepted(text.blocks());
@@ -217,7 +217,7 @@ TEST_F(limits, negative_lines_and_coefficients_are_left_to_the_checks) {
     EXPECT_EQ(lsf_coefs, -2);
 }
 
-TEST_F(limits, negative_lines_carry_patterns_only_when_no_entry_is_left) {
+TEST_F(allowed_counts, negative_lines_carry_patterns_only_when_no_entry_is_left) {
     text.lines = "-3";
     text.patterns = "4";
     text.names = patterns_in(folder, 4);
@@ -237,7 +237,7 @@ TEST_F(limits, negative_lines_carry_patterns_only_when_no_entry_is_left) {
     EXPECT_EQ(npar, -5);
 }
 
-TEST_F(limits, numbers_whose_multiples_overflow_are_refused) {
+TEST_F(allowed_counts, numbers_whose_multiples_overflow_are_refused) {
     text.lines = "-2147483648";
     expect_refused(text.version_3(), "nLines is -2147483648, allowed are 0 to 65536");
     text.lines = "1";
@@ -249,7 +249,7 @@ TEST_F(limits, numbers_whose_multiples_overflow_are_refused) {
     expect_refused(text.version_3(), "n_pnts is -2147483648, allowed are 0 to 16777216");
 }
 
-TEST_F(limits, nineteen_steps_are_the_most) {
+TEST_F(allowed_counts, nineteen_steps_are_the_most) {
     const std::string step = text.steps[0];
     text.steps.assign(19, step);
     expect_accepted(text.version_3());
@@ -262,7 +262,7 @@ TEST_F(limits, nineteen_steps_are_the_most) {
     expect_accepted(text.blocks());
 }
 
-TEST_F(limits, nine_intervals_are_the_most) {
+TEST_F(allowed_counts, nine_intervals_are_the_most) {
     text.steps.push_back("@ 2 64 1 1 1 1 1 0 1 0 100 2 9 0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 "
                          "17");
     expect_accepted(text.version_3());
@@ -278,7 +278,7 @@ TEST_F(limits, nine_intervals_are_the_most) {
     expect_refused(text.version_3(), "n_int of @ line 2 is 2147483647, allowed are 0 to 9");
 }
 
-TEST_F(limits, a_line_number_in_prior_knowledge_is_that_of_an_entry) {
+TEST_F(allowed_counts, a_line_number_in_prior_knowledge_is_that_of_an_entry) {
     text.with_entries(2);
     for (int number : {0, 3, -1}) {
         text.entries[1].number = number;
@@ -290,13 +290,13 @@ TEST_F(limits, a_line_number_in_prior_knowledge_is_that_of_an_entry) {
     expect_accepted(text.blocks());
 }
 
-TEST_F(limits, a_prior_knowledge_block_without_numbers_is_refused) {
+TEST_F(allowed_counts, a_prior_knowledge_block_without_numbers_is_refused) {
     expect_refused("varokel_begin_of_file " + text.spectrum_block() +
                        "varokel_prior_knowledge varokel_end_of_file",
                    "line number in varokel_prior_knowledge is 0, allowed are 1 to 1");
 }
 
-TEST_F(limits, pattern_names_have_199_characters) {
+TEST_F(allowed_counts, pattern_names_have_199_characters) {
     text.patterns = "1";
     text.with_entries(2);
     text.lines = "1";
@@ -313,7 +313,7 @@ TEST_F(limits, pattern_names_have_199_characters) {
     EXPECT_STREQ(pat_name[1], "");
 }
 
-TEST_F(limits, counts_that_outgrow_the_storage_are_refused_where_values_are_stored) {
+TEST_F(allowed_counts, counts_that_outgrow_the_storage_are_refused_where_values_are_stored) {
     file_text more;
     more.with_entries(3);
     // Storage is made for the last count of lines. A larger one before it is of no harm by itself,
@@ -344,7 +344,7 @@ TEST_F(limits, counts_that_outgrow_the_storage_are_refused_where_values_are_stor
                    "allowed are 0 to 0");
 }
 
-TEST_F(limits, a_reader_refuses_counts_beyond_the_storage_that_it_is_given) {
+TEST_F(allowed_counts, a_reader_refuses_counts_beyond_the_storage_that_it_is_given) {
     text.with_entries(3);
     support::write_file(name, text.version_3());
     EXPECT_EQ(read_version_3(name, 2), refusal("nLines + pattrn is 3, allowed are 0 to 2"));
@@ -369,7 +369,7 @@ TEST_F(limits, a_reader_refuses_counts_beyond_the_storage_that_it_is_given) {
     EXPECT_EQ(npar, 0);
 }
 
-TEST_F(limits, an_old_file_beyond_them_is_refused_once) {
+TEST_F(allowed_counts, an_old_file_beyond_them_is_refused_once) {
     const std::string announced = "verbose starting value file \n";
     text.lines = "70000";
     EXPECT_EQ(load(text.old()),
@@ -383,7 +383,7 @@ TEST_F(limits, an_old_file_beyond_them_is_refused_once) {
     EXPECT_EQ(file_corrupt, 1);
 }
 
-TEST_F(limits, nothing_is_printed_of_a_file_that_is_faulty_already) {
+TEST_F(allowed_counts, nothing_is_printed_of_a_file_that_is_faulty_already) {
     int faulty = 1;
     EXPECT_EQ(support::stdout_of([&] {
                   EXPECT_FALSE(counts_allowed("a", keyword_count_names(), 1 << 25, 1, 0, faulty));
@@ -400,7 +400,7 @@ TEST_F(limits, nothing_is_printed_of_a_file_that_is_faulty_already) {
     EXPECT_EQ(faulty, 1);
 }
 
-TEST_F(limits, what_is_allowed_leaves_a_file_as_it_is) {
+TEST_F(allowed_counts, what_is_allowed_leaves_a_file_as_it_is) {
     for (int before : {0, 1}) {
         int faulty = before;
         EXPECT_EQ(support::stdout_of([&] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// plan_batch.cpp -- from an input with many spectra to the folder that a batch works on
-#include "varokel-batch/plan_batch.h"
+// make_plan.cpp -- from an input with many spectra to the folder that a batch works on
+#include "varokel-batch/make_plan.h"
 
 #include "files/base/output_file.h"
 #include "files/base/read_json.h"
@@ -18,7 +18,7 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-void plan_batch(const plan_options &options) {
+void make_plan(const plan_options &options) {
     if (options.start.empty() == options.peaks.empty())
         throw tool_error(wrong_usage, "start values are needed: --start FILE or --peaks TABLE");
     if (options.folder.empty()) throw tool_error(wrong_usage, "-o FOLDER is needed");
@@ -28,7 +28,7 @@ void plan_batch(const plan_options &options) {
     const std::string &work = folder.work();
     std::error_code error;
 
-    planned_batch batch;
+    plan_draft batch;
     if (fs::is_directory(options.input.input, error)) {
         if (!options.mask.empty())
             throw tool_error(wrong_usage, "--mask needs an input with a grid, not a folder");
