@@ -8,6 +8,7 @@
 #include "files/batch/shard_journal.h"
 #include "files/batch/shard_lock.h"
 
+#include "common/find_program.h"
 #include "varokel-batch/batch_options.h"
 #include "varokel-batch/fit_pool.h"
 
@@ -44,28 +45,17 @@ void parse_shard(const std::string &text, long long &shard, long long &shards) {
 }
 
 std::string find_varokel(const std::string &given) {
-    std::error_code error;
-    const auto runs = [&](const fs::path &file) {
-        return fs::is_regular_file(file, error) && access(file.c_str(), X_OK) == 0;
-    };
     if (!given.empty()) {
-        if (!runs(given))
+        if (!is_program(given))
             throw tool_error(bad_input, given + ": no program that can be started; expected "
                                                 "varokel");
         return fs::absolute(given).string();
     }
-    const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path() / "varokel";
-    if (!error && runs(own)) return own.string();
-    const char *const path = std::getenv("PATH");
-    const std::string places = path == nullptr ? "" : path;
-    for (std::size_t begin = 0; begin < places.size();) {
-        const std::size_t end = std::min(places.find(':', begin), places.size());
-        const fs::path file = fs::path(places.substr(begin, end - begin)) / "varokel";
-        if (end > begin && runs(file)) return fs::absolute(file).string();
-        begin = end + 1;
-    }
-    throw tool_error(bad_input, "the program varokel is neither beside this one nor in PATH; give "
-                                "it with --varokel FILE, --resume goes on");
+    std::string found = find_program("varokel");
+    if (found.empty())
+        throw tool_error(bad_input, "the program varokel is neither beside this one nor in PATH; "
+                                    "give it with --varokel FILE, --resume goes on");
+    return found;
 }
 
 // What a killed process left of its scratch folder is removed, when it worked in this very batch.

@@ -40,25 +40,6 @@ void watch_for_interrupts() {
     sigaction(SIGHUP, &action, nullptr);
 }
 
-std::string find_program(const std::string &name) {
-    std::error_code error;
-    const auto runs = [](const fs::path &file) {
-        std::error_code ignored;
-        return fs::is_regular_file(file, ignored) && access(file.c_str(), X_OK) == 0;
-    };
-    const fs::path own = fs::read_symlink("/proc/self/exe", error);
-    if (!error && runs(own.parent_path() / name)) return (own.parent_path() / name).string();
-    const char *const variable = std::getenv("PATH");
-    const std::string path = variable == nullptr ? "" : variable;
-    for (std::size_t at = 0; at <= path.size();) {
-        const std::size_t end = std::min(path.find(':', at), path.size());
-        const fs::path folder = path.substr(at, end - at);
-        if (!folder.empty() && runs(folder / name)) return fs::absolute(folder / name).string();
-        at = end + 1;
-    }
-    return "";
-}
-
 static pid_t start_program(const program_call &call, unsigned limit) {
     std::vector<char *> words;
     for (const std::string &word : call.words) words.push_back(const_cast<char *>(word.c_str()));

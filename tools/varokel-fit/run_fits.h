@@ -7,9 +7,6 @@
 
 namespace tools {
 
-// A program that stands beside this one, or else in PATH. Empty when there is none.
-std::string find_program(const std::string &name);
-
 // What is run: program and arguments in a folder, with standard output and standard error into a
 // file there.
 struct program_call {

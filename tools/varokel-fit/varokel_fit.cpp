@@ -15,17 +15,17 @@
 #include "files/start/make_start.h"
 
 #include "common/command_line.h"
+#include "common/find_program.h"
 #include "common/import_options.h"
 #include "common/run_tool.h"
 #include "varokel-fit/finish_fits.h"
 #include "varokel-fit/fit_options.h"
 #include "varokel-fit/look_first.h"
 #include "varokel-fit/output_folder.h"
+#include "varokel-fit/print_entries.h"
 #include "varokel-fit/run_fits.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -117,63 +117,6 @@ static void prepare(const fit_options &own, tools::start_maker &maker,
     }
 }
 
-static std::string padded(const std::string &text, std::size_t width) {
-    return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
-}
-
-static std::string with_error(const tools::fitted_parameter &parameter) {
-    if (parameter.state == tools::parameter_state::unused) return "-";
-    const std::string value = tools::with_digits_of(parameter.value, parameter.error_1sd());
-    if (!(parameter.error_2sd > 0.0)) return value;
-    return value + " +- " + tools::short_number(parameter.error_1sd());
-}
-
-static void print_columns(const std::vector<std::vector<std::string>> &cells) {
-    std::vector<std::size_t> widths(cells.front().size());
-    for (const auto &row : cells)
-        for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], row[c].size());
-    std::cout << '\n';
-    for (const auto &row : cells) {
-        std::string line;
-        for (std::size_t c = 0; c < row.size(); ++c) line += padded(row[c], widths[c] + 2);
-        line.erase(line.find_last_not_of(' ') + 1);
-        std::cout << line << '\n';
-    }
-}
-
-static void print_derived(const tools::run_result &run, const std::vector<std::string> &derive) {
-    if (derive.empty()) return;
-    std::vector<std::vector<std::string>> cells = {{"derived", "value", "%"}};
-    for (const std::string &text : derive) {
-        const tools::derived_area d = tools::derive_area(run, text);
-        std::string value = tools::with_digits_of(d.value, d.error_1sd);
-        if (std::isfinite(d.error_1sd)) value += " +- " + tools::short_number(d.error_1sd);
-        char percent[40] = "n/a";
-        if (std::isfinite(d.percent_1sd()))
-            std::snprintf(percent, sizeof percent, "%.1f", d.percent_1sd());
-        cells.push_back({d.name, value, percent});
-    }
-    print_columns(cells);
-}
-
-// The entries of a single fit: a newcomer looks here first.
-static void print_entries(const tools::run_result &run, const std::vector<std::string> &derive) {
-    std::vector<std::vector<std::string>> cells = {
-        {"entry", "area", "%", "ppm", "Gauss Hz", "Lorentz Hz", "phase"}};
-    for (const tools::fitted_entry &entry : run.entries) {
-        char ppm[40] = "n/a", percent[40] = "n/a";
-        if (std::isfinite(entry.ppm)) std::snprintf(ppm, sizeof ppm, "%.4f", entry.ppm);
-        if (std::isfinite(entry.area.percent_1sd()))
-            std::snprintf(percent, sizeof percent, "%.1f", entry.area.percent_1sd());
-        cells.push_back({entry.name, with_error(entry.area), percent, ppm,
-                         with_error(entry.gauss_width), with_error(entry.lorentz_width),
-                         with_error(entry.phase)});
-    }
-    print_columns(cells);
-    print_derived(run, derive);
-    std::cout << "\nErrors are one standard deviation (Cramer-Rao bounds).\n";
-}
-
 static bool progress_is_shown() {
     return isatty(STDERR_FILENO) != 0;
 }
@@ -258,27 +201,21 @@ static int look(const std::vector<tools::prepared_fit> &fits, tools::output_fold
     return static_cast<int>(all ? tools::all_right : tools::different);
 }
 
-static int fit(const fit_options &own) {
-    tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
-    const std::vector<std::string> derived = derived_of(own, table);
-    if (table.fit_mode == 2 && own.spectrum.reference.empty())
-        throw tool_error(tools::bad_input,
-                         own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
-                                     "measured; expected --reference FILE");
-    const bool searches = own.method != "exact" && !own.look;
+// The fitter. Errors: bad_input when it is not there.
+static std::string fitter_of(const fit_options &own) {
     const std::string program =
         own.program.empty() ? tools::find_program("varokel") : fs::absolute(own.program).string();
-    if (searches && (program.empty() || access(program.c_str(), X_OK) != 0))
+    if (program.empty() || access(program.c_str(), X_OK) != 0)
         throw tool_error(tools::bad_input,
                          (own.program.empty() ? std::string("varokel") : own.program) +
                              ": no such program, neither beside this one nor in PATH; expected the "
                              "fitter, --varokel FILE names it");
-    tools::output_folder output(own.output, own.input.force);
-    output.refuse_inputs(inputs_of(own, table));
-    output.begin();
-    const fs::path &work = output.work();
-    std::error_code error;
+    return program;
+}
 
+// Imports into the folder `work` and makes start values.
+static std::vector<tools::prepared_fit> prepare_fits(const fit_options &own, const fs::path &work,
+                                                     tools::peak_table table, bool searches) {
     const std::vector<std::string> names = import(own, work, table.reference);
     tools::start_maker maker(std::move(table),
                              {fs::absolute(own.peaks).parent_path().string(), "."},
@@ -292,6 +229,7 @@ static int fit(const fit_options &own) {
         if (names.size() > 1) { // a fit writes files of fixed names: each has its own folder
             planned.folder = (work / name).string();
             fs::create_directory(planned.folder);
+            std::error_code error;
             for (const char *const ending : {".bin", ".json", ".bin.ref"})
                 fs::rename(work / (name + ending), fs::path(planned.folder) / (name + ending),
                            error);
@@ -300,6 +238,86 @@ static int fit(const fit_options &own) {
         fits.push_back(std::move(prepared));
     }
     guesses.finish();
+    return fits;
+}
+
+// What the files of a fit say; a fit without results, with the reason, where they cannot be read.
+static tools::run_result run_of(const tools::planned_fit &planned, bool searches) {
+    tools::run_result run;
+    try {
+        run = tools::read_run(planned.folder, planned.name, {});
+    } catch (const tool_error &unreadable) {
+        run.folder = planned.folder;
+        run.name = planned.name;
+        run.why_not = unreadable.what();
+        tools::judge_run(run);
+    }
+    if (!run.fitted && !searches && !planned.why_not.empty()) {
+        run.why_not = planned.why_not;
+        tools::judge_run(run);
+    }
+    return run;
+}
+
+namespace {
+struct fit_results {
+    std::string results = tools::results_header(), quality = tools::quality_header();
+    std::size_t failed = 0, at_limit = 0;
+};
+} // namespace
+
+// Prints a line for each fit, of a single one its entries, too.
+static fit_results show_fits(const fit_options &own, const std::vector<tools::prepared_fit> &fits,
+                             const std::vector<std::string> &derived) {
+    const bool searches = own.method != "exact";
+    fit_results all;
+    std::size_t width = 8;
+    for (const tools::prepared_fit &each : fits) width = std::max(width, each.planned.name.size());
+    std::cout << tools::padded("spectrum", width + 2)
+              << "status      verdict         quality  warnings\n";
+    for (const tools::prepared_fit &each : fits) {
+        if (!each.not_exact.empty() && searches)
+            warn(each.planned.name + ": no exact fit, the search stands alone: " + each.not_exact);
+        if (own.method == "both" && !each.search_failed.empty() && each.not_exact.empty())
+            warn(each.planned.name + ": the search has no result (" + each.search_failed +
+                 "); the exact fit began from the table alone");
+        const tools::run_result run = run_of(each.planned, searches);
+        all.results += tools::results_rows(run);
+        all.quality += tools::quality_row(run);
+        const tools::fit_judgement &judged = run.judgement;
+        std::cout << tools::padded(run.name, width + 2)
+                  << tools::padded(tools::status_text(judged.status), 12);
+        if (judged.status == tools::fit_status::not_fitted) {
+            ++all.failed;
+            std::cout << (judged.reason.empty() ? run.why_not : judged.reason) << '\n';
+            continue;
+        }
+        std::cout << tools::padded(run.optimum ? run.optimum->verdict : "n/a", 16)
+                  << tools::padded(tools::short_number(run.quality), 9) << run.warnings.size()
+                  << '\n';
+        if (judged.status == tools::fit_status::at_limit) ++all.at_limit;
+        if (fits.size() > 1) continue;
+        for (const std::string &text : run.warnings) warn(text);
+        for (const std::string &text : run.notes) warn(text);
+        tools::print_entries(run, derived);
+    }
+    return all;
+}
+
+static int fit(const fit_options &own) {
+    tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
+    const std::vector<std::string> derived = derived_of(own, table);
+    if (table.fit_mode == 2 && own.spectrum.reference.empty())
+        throw tool_error(tools::bad_input,
+                         own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
+                                     "measured; expected --reference FILE");
+    const bool searches = own.method != "exact" && !own.look;
+    const std::string program = searches ? fitter_of(own) : "";
+    tools::output_folder output(own.output, own.input.force);
+    output.refuse_inputs(inputs_of(own, table));
+    output.begin();
+    const fs::path &work = output.work();
+    std::vector<tools::prepared_fit> fits = prepare_fits(own, work, std::move(table), searches);
     if (own.look) return look(fits, output, own.output);
     const std::string &first_reason = fits.front().planned.why_not;
     if (std::all_of(fits.begin(), fits.end(), [&](const tools::prepared_fit &f) {
@@ -312,62 +330,22 @@ static int fit(const fit_options &own) {
     if (searches) tools::run_fits(program, searched, own.jobs, own.limit, show_progress);
     if (own.method != "classic") tools::finish_fits(fits, searches, own.starts, own.jobs);
 
-    std::string results = tools::results_header(), quality = tools::quality_header();
-    std::size_t width = 8, failed = 0, at_limit = 0;
-    for (const tools::prepared_fit &each : fits) width = std::max(width, each.planned.name.size());
-    std::cout << padded("spectrum", width + 2) << "status      verdict         quality  warnings\n";
-    for (const tools::prepared_fit &each : fits) {
-        const tools::planned_fit &planned = each.planned;
-        if (!each.not_exact.empty() && searches)
-            warn(planned.name + ": no exact fit, the search stands alone: " + each.not_exact);
-        if (own.method == "both" && !each.search_failed.empty() && each.not_exact.empty())
-            warn(planned.name + ": the search has no result (" + each.search_failed +
-                 "); the exact fit began from the table alone");
-        tools::run_result run;
-        try {
-            run = tools::read_run(planned.folder, planned.name, {});
-        } catch (const tool_error &unreadable) {
-            run.folder = planned.folder;
-            run.name = planned.name;
-            run.why_not = unreadable.what();
-            tools::judge_run(run);
-        }
-        if (!run.fitted && !searches && !planned.why_not.empty()) {
-            run.why_not = planned.why_not;
-            tools::judge_run(run);
-        }
-        results += tools::results_rows(run);
-        quality += tools::quality_row(run);
-        const tools::fit_judgement &judged = run.judgement;
-        const bool bad = judged.status == tools::fit_status::not_fitted;
-        std::cout << padded(run.name, width + 2) << padded(tools::status_text(judged.status), 12);
-        if (bad) {
-            ++failed;
-            std::cout << (judged.reason.empty() ? run.why_not : judged.reason) << '\n';
-            continue;
-        }
-        std::cout << padded(run.optimum ? run.optimum->verdict : "n/a", 16)
-                  << padded(tools::short_number(run.quality), 9) << run.warnings.size() << '\n';
-        if (judged.status == tools::fit_status::at_limit) ++at_limit;
-        if (fits.size() > 1) continue;
-        for (const std::string &text : run.warnings) warn(text);
-        for (const std::string &text : run.notes) warn(text);
-        print_entries(run, derived);
-    }
+    const fit_results all = show_fits(own, fits, derived);
     const bool page_failed = own.report && !report(derived, work);
-    write_tables(work, results, quality); // in the order of the file, page or not
+    write_tables(work, all.results, all.quality); // in the order of the file, page or not
     output.finish();
     std::cout << '\n';
+    std::error_code error;
     for (const char *const file : {"report.html", "results.tsv", "quality.tsv"})
         if (fs::exists(output.name() / file, error))
             std::cout << (fs::path(own.output) / file).string() << '\n';
-    if (at_limit > 0 && fits.size() > 1)
-        warn(std::to_string(at_limit) + " of " + std::to_string(fits.size()) +
+    if (all.at_limit > 0 && fits.size() > 1)
+        warn(std::to_string(all.at_limit) + " of " + std::to_string(fits.size()) +
              " ended at their number of iterations, not at the tolerance; quality.tsv names them");
-    if (failed > 0)
-        warn(std::to_string(failed) + " of " + std::to_string(fits.size()) + " not fitted");
+    if (all.failed > 0)
+        warn(std::to_string(all.failed) + " of " + std::to_string(fits.size()) + " not fitted");
     if (page_failed) return tools::bad_output;
-    return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+    return all.failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
 }
 
 int main(int argc, char **argv) {
