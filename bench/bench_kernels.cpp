@@ -61,7 +61,7 @@ static void plain_transform(benchmark::State &state) {
     const int n = static_cast<int>(state.range(0));
     vector data(2 * static_cast<std::size_t>(n)), table(256);
     create_lookup(table.data(), n, 1);
-    for (auto _ : state) plain::four2(data.data(), table.data(), n, 1);
+    for (auto _ : state) four2(data.data(), table.data(), n, 1);
 }
 
 template <class F>

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // plain_fit.cpp -- the fit as it is defined, written down line by line
 //
-// One exponential per point of every curve, a textbook transform, an incremental model update per
-// derivative, four models per element of the Fisher matrix. Slow and easy to check; the product's
-// model, gradient and error bounds are held against it, in their numbers and in their time. The
-// line search is the product's own. Works on the same module state.
+// One exponential per point of every curve, an incremental model update per derivative, four models
+// per element of the Fisher matrix. Slow and easy to check; the product's model, gradient and error
+// bounds are held against it, in their numbers and in their time. Of the product are the line
+// search and the radix-2 transform, which a fit takes for a fitted lineshape only; both are held
+// against others in tests of their own. Works on the same module state.
 #include "oracle/plain_fit.h"
 
 #include "errors/matrix_lib.h"
 #include "minimize/line_search.h"
+#include "model/fft.h"
 #include "model/l_shapes.h"
 #include "model/prior_knowledge.h"
 #include "model/vector_lib.h"
@@ -21,101 +23,11 @@
 #include <cstdio>
 #include <numbers>
 #include <numeric>
-#include <utility>
 #include <vector>
 
 namespace plain {
 
 using std::numbers::pi;
-
-static bool is_power_of_two(int n) {
-    return n > 0 && (n & (n - 1)) == 0;
-}
-
-void create_lookup(double *table, const int &n, const int &sign) {
-    const long long doubles = 2LL * n;
-    long long pair = 0;
-    for (long long mmax = 2; doubles > mmax && pair < 24; mmax *= 2, ++pair) {
-        const double turn = 2.0 * std::numbers::pi / static_cast<double>(mmax);
-        const double theta = sign == 1 ? -turn : turn;
-        table[2 * pair] = std::sin(0.5 * theta);
-        table[2 * pair + 1] = std::sin(theta);
-    }
-}
-
-// Puts point k of the n complex points where the bits of k are reversed.
-static void reverse_bits(double *data, long long n) {
-    long long j = 0;
-    for (long long i = 0; i < n; ++i) {
-        if (j > i) {
-            std::swap(data[2 * j], data[2 * i]);
-            std::swap(data[2 * j + 1], data[2 * i + 1]);
-        }
-        long long bit = n >> 1;
-        for (; bit >= 1 && (j & bit) != 0; bit >>= 1) j ^= bit;
-        j |= bit;
-    }
-}
-
-void four2(double *data, const double *table, const int &n, const int &scale) {
-    if (!is_power_of_two(n)) return;
-    const long long doubles = 2LL * n;
-    reverse_bits(data, n);
-    const double *stage = table;
-    for (long long mmax = 2; doubles > mmax; mmax *= 2, stage += 2) {
-        const double wpr = -2.0 * stage[0] * stage[0];
-        const double wpi = stage[1];
-        double wr = 1.0;
-        double wi = 0.0;
-        for (long long m = 0; m < mmax; m += 2) {
-            for (long long i = m; i < doubles; i += 2 * mmax) {
-                const long long j = i + mmax;
-                const double tr = wr * data[j] - wi * data[j + 1];
-                const double ti = wr * data[j + 1] + wi * data[j];
-                data[j] = data[i] - tr;
-                data[j + 1] = data[i + 1] - ti;
-                data[i] += tr;
-                data[i + 1] += ti;
-            }
-            const double before = wr;
-            wr = wr * wpr - wi * wpi + wr;
-            wi = wi * wpr + before * wpi + wi;
-        }
-    }
-    if (scale == 1) {
-        const double factor = 1.0 / n;
-        for (long long i = 0; i < doubles; ++i) data[i] *= factor;
-    }
-}
-
-static void interleave(int n, const double *re, const double *im, double *signal) {
-    for (int i = 0; i < n; ++i) {
-        signal[2 * i] = re[i];
-        signal[2 * i + 1] = im[i];
-    }
-}
-
-static void separate(int n, const double *signal, double *re, double *im) {
-    for (int i = 0; i < n; ++i) {
-        re[i] = signal[2 * i];
-        im[i] = signal[2 * i + 1];
-    }
-}
-
-void Calculate_Spectrum(const int &n, double *re, double *im, const double *table) {
-    if (n < 1) return;
-    const scratch<double> signal(
-        2LL * n, " Memory requested to store signal[] in Calculate_Spectrum() not available");
-    if (signal == nullptr) return;
-    re[0] *= 0.5;
-    im[0] *= 0.5;
-    interleave(n, re, im, signal);
-    four2(signal, table, n, 1);
-    separate(n, signal, re, im);
-    int half = n / 2;
-    Rotate_Vector(n, half, re);
-    Rotate_Vector(n, half, im);
-}
 
 static double angular_frequency(int ap, double f, double frscl) {
     return 2.0 * pi * (f * frscl + ap / 2);
@@ -429,7 +341,7 @@ void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, dou
         derive_or_end(k, entries, xt, fixpar);
         add_curve(k);
     }
-    plain::Calculate_Spectrum(ap, t_yre, t_yim, lookup);
+    Calculate_Spectrum(ap, t_yre, t_yim, lookup);
     Sum_Vector(ap, yre, yre, t_yre);
     Sum_Vector(ap, yim, yim, t_yim);
     Copy_Vector(vector_length, xt, par_copy);

@@ -8,9 +8,6 @@
 
 namespace plain {
 
-void create_lookup(double *table, const int &n, const int &sign);
-void four2(double *data, const double *table, const int &n, const int &scale);
-void Calculate_Spectrum(const int &n, double *re, double *im, const double *table);
 void Calculate_td_VoigtCurve(const int &entry, const int &ap, const int &td_ap_trunc,
                              const int &ref_line, const int *fit_lsf, const int &lsf_coefs,
                              const double &A, const double &f, const double &g, const double &phi0,
