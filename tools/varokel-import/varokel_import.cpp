@@ -22,6 +22,34 @@ static void add_source(tools::option_parser &app, tools::input_options &options)
     app.add_flag("--force", options.force, "replace existing output files");
 }
 
+static void add_basis_options(tools::option_parser &app, tools::basis_options &own) {
+    app.add_option("INPUT", own.input, "basis set, .BASIS");
+    app.add_option("-o,--output", own.folder, "folder for the patterns")->type_name("FOLDER");
+    app.add_option("--like", own.like,
+                   "sidecar of the imported spectrum: points, dwell time, frequency, axis")
+        ->type_name("FILE.json");
+    app.add_option("--points", own.points, "points of the data")
+        ->type_name("N")
+        ->check(tools::positive_number);
+    app.add_option("--dwell", own.dwell_time, "dwell time of the data [s]")
+        ->type_name("S")
+        ->check(tools::positive_number);
+    app.add_option("--bandwidth", own.bandwidth, "spectral width of the data [Hz]")
+        ->type_name("HZ")
+        ->check(tools::positive_number);
+    app.add_option("--frequency", own.mhz, "spectrometer frequency of the data [MHz]")
+        ->type_name("MHZ")
+        ->check(tools::positive_number);
+    app.add_option("--ppm-at-carrier", own.ppm_at_carrier, "chemical shift of the carrier")
+        ->type_name("PPM");
+    app.add_option("--only", own.only, "this metabolite; may be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    app.add_flag("--rescale", own.rescale, "take a basis of a field that differs by up to 5 %");
+    app.add_flag("--force", own.force, "replace existing output files");
+    app.footer("\nExample:\n  varokel-import basis press30.BASIS -o run --like run/brain.json");
+}
+
 int main(int argc, char **argv) {
     tools::input_options options, pattern_options;
     tools::spectrum_options own;
@@ -54,34 +82,7 @@ int main(int argc, char **argv) {
 
     tools::option_parser *const basis = app.add_subcommand(
         "basis", "Turns an LCModel basis set into binary patterns of varokel that match the data.");
-    basis->add_option("INPUT", basis_set.input, "basis set, .BASIS");
-    basis->add_option("-o,--output", basis_set.folder, "folder for the patterns")
-        ->type_name("FOLDER");
-    basis
-        ->add_option("--like", basis_set.like,
-                     "sidecar of the imported spectrum: points, dwell time, frequency, axis")
-        ->type_name("FILE.json");
-    basis->add_option("--points", basis_set.points, "points of the data")
-        ->type_name("N")
-        ->check(tools::positive_number);
-    basis->add_option("--dwell", basis_set.dwell_time, "dwell time of the data [s]")
-        ->type_name("S")
-        ->check(tools::positive_number);
-    basis->add_option("--bandwidth", basis_set.bandwidth, "spectral width of the data [Hz]")
-        ->type_name("HZ")
-        ->check(tools::positive_number);
-    basis->add_option("--frequency", basis_set.mhz, "spectrometer frequency of the data [MHz]")
-        ->type_name("MHZ")
-        ->check(tools::positive_number);
-    basis->add_option("--ppm-at-carrier", basis_set.ppm_at_carrier, "chemical shift of the carrier")
-        ->type_name("PPM");
-    basis->add_option("--only", basis_set.only, "this metabolite; may be repeated")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    basis->add_flag("--rescale", basis_set.rescale,
-                    "take a basis of a field that differs by up to 5 %");
-    basis->add_flag("--force", basis_set.force, "replace existing output files");
-    basis->footer("\nExample:\n  varokel-import basis press30.BASIS -o run --like run/brain.json");
+    add_basis_options(*basis, basis_set);
 
     return tools::run_tool("varokel-import", [&] {
         if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
