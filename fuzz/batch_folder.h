@@ -55,6 +55,7 @@ inline tools::start_file small_start() {
 }
 
 inline std::string record_of(long long line) {
+    const tools::record_shape shape = tools::record_shape_of(small_start());
     tools::fit_record record =
         tools::record_without_fit(line, tools::fit_state::fitted, "as it should be", entries);
     record.iterations = 7;
@@ -64,7 +65,8 @@ inline std::string record_of(long long line) {
     record.exact.emplace();
     record.exact->reasons.push_back(
         {engine::name_of(engine::finding::degenerate), 1.0, {1}, "entry 1"});
-    return tools::record_bytes(record, entries);
+    record.correlations.assign(shape.correlations, 0.25);
+    return tools::record_bytes(record, shape);
 }
 
 inline std::string curve_of(long long line) {
@@ -123,7 +125,8 @@ inline batch_folder whole_folder() {
         {"grid", false},
         {"axes",
          {{{"name", "x"}, {"size", 2}, {"spatial", true}},
-          {{"name", "DIM_DYN"}, {"size", 2}, {"spatial", false}}}},
+          {{"name", "DIM_DYN"}, {"size", 2}, {"spatial", false}, {"seconds", {0.0, 3.0}}}}},
+        {"derived", {"ratio = one/two"}},
         {"entries", {"one", "two"}},
         {"scale", {{"hz_per_point", 2.0}, {"spectrometer_mhz", 51.7}, {"measured_points", 12}}},
         {"patterns", tools::ordered_json::array()},
@@ -169,7 +172,7 @@ inline void write_folder(batch_folder &batch, std::size_t broken) {
     std::error_code error;
     std::filesystem::remove_all("shards", error);
     std::filesystem::create_directory("shards", error);
-    const std::size_t record = tools::record_size(entries),
+    const std::size_t record = tools::record_size(tools::record_shape_of(small_start())),
                       curve = sizeof(tools::curve_head) + 8 * points;
     if ((broken & 4U) == 0) {
         for (const char *name : {"part", "journal"}) seal(batch.files[name], record, true);

@@ -61,6 +61,7 @@ batch_plan read_plan(const std::string &folder) {
         expect_same(plan, "patterns/" + pattern["file"].get<std::string>(),
                     head_items(pattern, name).digest("sha256"));
     plan.start = read_start_file(plan.file("start.par"));
+    plan.records = record_shape_of(plan.start);
     if (plan.start.entries.empty() || plan.entry_names.size() != plan.start.entries.size())
         refuse_manifest(name, "has no entries or not a name for each");
     if (plan.start.points != plan.points)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "files/base/ordered_json.h"
+#include "files/batch/error_correlations.h"
 #include "files/batch/fit_method.h"
 #include "files/batch/manifest_file.h"
 #include "files/spectra/spectrum_axis.h"
@@ -21,6 +22,7 @@ struct plan_axis {
     std::string name; // "x", "DIM_DYN"
     long long size = 1;
     bool spatial = false;
+    std::vector<double> seconds = {}; // of its places; empty where they are not known
 };
 
 // A file that a plan was made from.
@@ -36,7 +38,8 @@ struct batch_plan {
     std::string id;     // sha256 of the head: parts of another plan are refused
     std::shared_ptr<manifest_file> file_read;
     ordered_json head;
-    start_file start; // run/start.par, with the windows of the head
+    start_file start;     // run/start.par, with the windows of the head
+    record_shape records; // of its fits
     long long spectra = 0, blocks = 0, points = 0;
     long long list_begin = 0, line_bytes = 0; // of the list of spectra
     std::string list_sha256;
@@ -44,6 +47,7 @@ struct batch_plan {
     fit_method method = fit_method::exact;
     std::vector<plan_axis> axes;
     std::vector<std::string> entry_names;
+    std::vector<std::string> derived; // of the table of peaks, as files/results/derived_area.h
     std::vector<std::string> pattern_files; // in run/patterns/
     std::vector<planned_input> inputs;
     spectrum_axis scale;
@@ -62,7 +66,8 @@ batch_plan read_plan(const std::string &folder);
 bool is_digest(const std::string &text);
 
 // The version of the files of a batch that this program writes and reads.
-static constexpr int batch_format = 3;
+// 4: records hold the correlations of the errors, axes their coordinates, heads what to derive.
+static constexpr int batch_format = 4;
 
 // The inputs that a plan was made from are compared with it: a file whose size or time differs is
 // hashed. Errors: bad_input when one holds something else now. A file that is not there any more is

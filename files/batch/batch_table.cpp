@@ -4,6 +4,8 @@
 
 #include "files/base/not_known.h"
 #include "files/results/judge_run.h"
+#include "files/results/number_text.h"
+#include "files/results/run_entries.h"
 
 #include <algorithm>
 #include <cmath>
@@ -41,6 +43,29 @@ static rebuilt_model control_of(const start_file &start, double hz_per_point) {
     return control;
 }
 
+table_shape table_shape_of(const batch_plan &plan) {
+    table_shape shape;
+    for (const plan_axis &axis : plan.axes) {
+        shape.places.push_back(
+            {axis.name, (axis.spatial ? "voxel along " : "place along ") + axis.name + ", from 0"});
+        if (!axis.seconds.empty())
+            shape.places.push_back(
+                {axis.name + "_seconds", "time of that place along " + axis.name + " [s]"});
+    }
+    return shape;
+}
+
+std::vector<std::string> places_of(const batch_plan &plan, const planned_spectrum &spectrum) {
+    std::vector<std::string> places;
+    for (std::size_t a = 0; a < plan.axes.size(); ++a) {
+        places.push_back(std::to_string(spectrum.at[a]));
+        if (!plan.axes[a].seconds.empty())
+            places.push_back(
+                table_number(plan.axes[a].seconds[static_cast<std::size_t>(spectrum.at[a])]));
+    }
+    return places;
+}
+
 batch_table::batch_table(const batch_plan &plan) : plan_(plan) {
     common_.axis = plan.scale;
     common_.axis.points = plan.points;
@@ -56,9 +81,7 @@ batch_table::batch_table(const batch_plan &plan) : plan_(plan) {
         for (std::size_t q = 0; q < row.link.size(); ++q) row.link[q] = entry.parameters[q].link;
         start_areas_.push_back(entry.parameters[area_of].value);
     }
-    for (const plan_axis &axis : plan.axes)
-        shape_.places.push_back(
-            {axis.name, (axis.spatial ? "voxel along " : "place along ") + axis.name + ", from 0"});
+    shape_ = table_shape_of(plan);
 }
 
 std::vector<fitted_entry> batch_table::entries_of(const fit_record &record,
@@ -104,7 +127,19 @@ static optimum_record optimum_of(const exact_facts &facts) {
     return optimum;
 }
 
-// As a single fit of the spectrum has it.
+// The covariance of the fit as a single run of it has it: widened and turned like its values.
+static void take_covariance(const start_file &start, const fit_record &record,
+                            const std::vector<bool> &turned, run_result &run) {
+    if (record.correlations.empty() && record_shape_of(start).correlations > 0) return;
+    run.control.entries.resize(start.entries.size());
+    run.control.covariance =
+        covariance_of_all(start, record.values, record.errors, record.correlations);
+    const double wider = run.axis.error_factor() * run.axis.error_factor();
+    for (double &covariance : run.control.covariance) covariance *= wider;
+    turn_covariance(run.control, turned);
+    run.covariance_agrees = run.has_errors;
+}
+
 run_result batch_table::result_of(const planned_spectrum &spectrum,
                                   const fit_record &record) const {
     run_result run = common_;
@@ -127,6 +162,7 @@ run_result batch_table::result_of(const planned_spectrum &spectrum,
             run.remark += (run.remark.empty() ? "" : "; ") + text;
     if (!run.fitted) run.why_not = record.reason;
     for (const double error : record.errors) run.has_errors = run.has_errors || error != 0.0;
+    if (run.fitted) take_covariance(plan_.start, record, turned, run);
     run.quality = record.figures[0];
     run.noise_re = record.figures[1];
     run.noise_im = record.figures[2];
@@ -144,8 +180,7 @@ run_result batch_table::result_of(const planned_spectrum &spectrum,
 
 batch_rows batch_table::rows_of(const planned_spectrum &spectrum, const fit_record &record) const {
     run_result run = result_of(spectrum, record);
-    std::vector<std::string> places;
-    for (const long long at : spectrum.at) places.push_back(std::to_string(at));
+    const std::vector<std::string> places = places_of(plan_, spectrum);
     return {results_rows(run, places), quality_row(run, places), std::move(run.judgement)};
 }
 

@@ -40,8 +40,12 @@ const char *map_unit(map_quantity quantity);
 // Of results.tsv, one for each entry, and of quality.tsv, with what they say.
 struct batch_rows {
     std::string results, quality;
-    fit_judgement judgement; // as of a single fit; correlations are not known here
+    fit_judgement judgement; // as of a single fit
 };
+
+// The columns for the directions of the input, with seconds where these are known, and their cells.
+table_shape table_shape_of(const batch_plan &plan);
+std::vector<std::string> places_of(const batch_plan &plan, const planned_spectrum &spectrum);
 
 class batch_table {
   public:
@@ -51,6 +55,9 @@ class batch_table {
     std::string results_dictionary() const { return tools::results_dictionary(shape_); }
     std::string quality_dictionary() const { return tools::quality_dictionary(shape_); }
     batch_rows rows_of(const planned_spectrum &spectrum, const fit_record &record) const;
+
+    // As a single fit of the spectrum has it, without its signals.
+    run_result result_of(const planned_spectrum &spectrum, const fit_record &record) const;
 
     std::vector<map_quantity> entry_maps(std::size_t entry) const;
     std::vector<map_quantity> fit_maps() const;
@@ -62,8 +69,6 @@ class batch_table {
 
   private:
     std::vector<fitted_entry> entries_of(const fit_record &record, std::vector<bool> &turned) const;
-    run_result result_of(const planned_spectrum &spectrum, const fit_record &record) const;
-
     const batch_plan &plan_;
     run_result common_; // what holds for all fits
     std::vector<linked_entry> rows_;

@@ -127,13 +127,17 @@ void batch_view::read_manifest() {
     const batch_plan plan = read_plan(folder);
     const plan_lines lines(plan);
     points = plan.points;
-    for (const plan_axis &axis : plan.axes) axes.push_back({axis.name, axis.size, axis.spatial});
+    for (const plan_axis &axis : plan.axes)
+        axes.push_back({axis.name, axis.size, axis.spatial});
     entries = plan.entry_names;
     scale = plan.scale;
     const std::string sidecar = plan.file("sidecar.json");
     std::error_code error;
     if (fs::is_regular_file(sidecar, error))
         repetition_time = metadata(sidecar).positive_number("repetition_time_s");
+    // what the plan says of the time between two places of a series goes before it
+    for (const plan_axis &axis : plan.axes)
+        if (axis.seconds.size() > 1) repetition_time = axis.seconds[1] - axis.seconds[0];
     spectra.resize(static_cast<std::size_t>(plan.spectra));
     for (long long line = 0; line < plan.spectra; ++line) {
         planned_spectrum planned = lines.read(line);
@@ -167,7 +171,7 @@ static std::vector<std::size_t> further_columns(const table_reader &table,
                                                 const std::vector<batch_axis> &axes) {
     std::set<std::string> known = {"spectrum", "status",  "reason", "level", "warnings",
                                    "reasons",  "verdict", "method", "snr",   "fit_quality"};
-    for (const batch_axis &axis : axes) known.insert(axis.name);
+    for (const batch_axis &axis : axes) known.insert({axis.name, axis.name + "_seconds"});
     std::vector<std::size_t> found;
     for (std::size_t c = 0; c < table.names().size(); ++c)
         if (!known.contains(table.names()[c])) found.push_back(c);
@@ -227,6 +231,7 @@ void batch_view::read_derived() {
     table_reader table(file);
     const std::size_t spectrum = table.column("spectrum"), name = table.column("name");
     const std::size_t value = table.column("value"), sd = table.column("error_1sd");
+    const std::size_t expression = table.column("expression");
     std::map<std::string, std::size_t> at;
     while (table.next()) {
         const auto found = by_name_.find(table.text(spectrum));
@@ -234,9 +239,11 @@ void batch_view::read_derived() {
             throw tool_error(bad_input, file + ": spectrum " + table.text(spectrum) +
                                             " is not in manifest.json; merge the batch again");
         const auto [place, fresh] = at.emplace(table.text(name), further.size());
-        if (fresh)
+        if (fresh) {
             further.push_back({table.text(name), "", std::vector<double>(spectra.size(), not_known),
                                std::vector<double>(spectra.size(), not_known)});
+            derived.push_back(table.text(name) + "=" + table.text(expression));
+        }
         further[place->second].values[found->second] = table.number(value);
         further[place->second].errors[found->second] = table.number(sd);
     }

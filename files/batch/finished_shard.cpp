@@ -91,7 +91,7 @@ void check_part(const batch_plan &plan, const finished_shard &shard) {
 
 part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)
     : plan_(plan), shard_(shard), file_(open((shard.stem + ".part").c_str(), O_RDONLY | O_CLOEXEC)),
-      bytes_(record_size(plan.start.entries.size()), '\0') {
+      bytes_(record_size(plan.records), '\0') {
     char head[shard_head_size];
     if (pread(file_.number(), head, shard_head_size, 0) != static_cast<ssize_t>(shard_head_size) ||
         std::string(head, shard_head_size) != plan.id)
@@ -109,7 +109,7 @@ const fit_record &part_reader::read(long long line) {
                      static_cast<off_t>(place) * static_cast<off_t>(bytes_.size());
     if (pread(file_.number(), bytes_.data(), bytes_.size(), at) !=
             static_cast<ssize_t>(bytes_.size()) ||
-        !read_record(bytes_.data(), plan_.start.entries.size(), record_) || record_.line != line ||
+        !read_record(bytes_.data(), plan_.records, record_) || record_.line != line ||
         record_.state == fit_state::withdrawn)
         throw tool_error(bad_input, shard_.stem + ".part: damaged; remove " + shard_.stem +
                                         ".done and run the shard again");

@@ -4,11 +4,12 @@
 #include "files/base/plain_text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace tools {
 
-static constexpr std::uint32_t record_mark = 0x4c425256; // "VRBL"
+static constexpr std::uint32_t record_mark = 0x4d425256; // "VRBM"
 static constexpr std::size_t longest_reason = 240, longest_cause = 80;
 static constexpr std::size_t cause_size = 4 + 8 + longest_cause;
 static constexpr std::size_t fixed_size = 4 + 4 + 8 + 5 * 4 + 8 + 9 * 8 + longest_reason + 4 * 4 +
@@ -17,8 +18,8 @@ static constexpr std::size_t fixed_size = 4 + 4 + 8 + 5 * 4 + 8 + 9 * 8 + longes
 static constexpr std::int32_t most_starts = 10000;
 static constexpr auto last_verdict = static_cast<std::int32_t>(engine::finding::optimum);
 
-std::size_t record_size(std::size_t entries) {
-    return fixed_size + entries + 11 * entries * sizeof(double);
+std::size_t record_size(const record_shape &shape) {
+    return fixed_size + shape.entries + (11 * shape.entries + shape.correlations) * sizeof(double);
 }
 
 std::uint64_t check_sum(const char *bytes, std::size_t count) {
@@ -144,8 +145,9 @@ static bool get_exact(const char *bytes, std::size_t &at, std::optional<exact_fa
     return true;
 }
 
-std::string record_bytes(const fit_record &record, std::size_t entries) {
-    std::string bytes(record_size(entries), '\0');
+std::string record_bytes(const fit_record &record, const record_shape &shape) {
+    const std::size_t entries = shape.entries;
+    std::string bytes(record_size(shape), '\0');
     std::size_t at = 0;
     put(bytes, at, record_mark);
     put(bytes, at, static_cast<std::uint32_t>(entries));
@@ -164,13 +166,30 @@ std::string record_bytes(const fit_record &record, std::size_t entries) {
     for (const std::vector<double> *const list : {&record.values, &record.errors})
         for (std::size_t i = 0; i < 5 * entries; ++i) put(bytes, at, (*list)[i]);
     for (std::size_t k = 0; k < entries; ++k) put(bytes, at, record.entry_snr[k]);
+    for (std::size_t i = 0; i < shape.correlations; ++i)
+        put(bytes, at, record.correlations.empty() ? not_measured : record.correlations[i]);
     const std::uint64_t sum = check_sum(bytes.data(), bytes.size());
     std::memcpy(bytes.data() + sum_at, &sum, sizeof sum);
     return bytes;
 }
 
-bool read_record(const char *bytes, std::size_t entries, fit_record &record) {
-    std::string copy(bytes, record_size(entries));
+// None of them is a number where they are not known.
+static bool get_correlations(const char *bytes, std::size_t &at, std::size_t count,
+                             std::vector<double> &correlations) {
+    correlations.resize(count);
+    std::size_t known = 0, inside = 0;
+    for (double &r : correlations) {
+        get(bytes, at, r);
+        known += std::isnan(r) ? 0U : 1U;
+        inside += r >= -1.0 && r <= 1.0 ? 1U : 0U;
+    }
+    if (known == 0) correlations.clear();
+    return inside == correlations.size();
+}
+
+bool read_record(const char *bytes, const record_shape &shape, fit_record &record) {
+    const std::size_t entries = shape.entries;
+    std::string copy(bytes, record_size(shape));
     std::uint64_t sum = 0;
     std::memcpy(&sum, bytes + sum_at, sizeof sum);
     std::memset(copy.data() + sum_at, 0, sizeof sum);
@@ -206,7 +225,7 @@ bool read_record(const char *bytes, std::size_t entries, fit_record &record) {
     }
     record.entry_snr.resize(entries);
     for (double &value : record.entry_snr) get(bytes, at, value);
-    return true;
+    return get_correlations(bytes, at, shape.correlations, record.correlations);
 }
 
 fit_record record_without_fit(long long line, fit_state state, const std::string &reason,

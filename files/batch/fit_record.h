@@ -60,18 +60,21 @@ struct fit_record {
     std::vector<double> values, errors;
     std::vector<double>
         entry_snr; // per entry: highest magnitude of its own spectrum over the noise
+    // of the errors of the free parameters, as packed_correlations has them; empty where they are
+    // not known
+    std::vector<double> correlations;
 };
 
 // Fowler-Noll-Vo, 64 bits, variant 1a: it finds torn and changed bytes.
 std::uint64_t check_sum(const char *bytes, std::size_t count);
 
-// Bytes of a record with this many entries.
-std::size_t record_size(std::size_t entries);
-std::string record_bytes(const fit_record &record, std::size_t entries);
+// Bytes of a record of this shape.
+std::size_t record_size(const record_shape &shape);
+std::string record_bytes(const fit_record &record, const record_shape &shape);
 // false when the bytes are torn or damaged, and when they hold what no fit has: another state, a
-// count below 0, a method or a verdict that there is not. The line is not looked at. Texts are
-// UTF-8 without control characters then.
-bool read_record(const char *bytes, std::size_t entries, fit_record &record);
+// count below 0, a method or a verdict that there is not, a correlation beyond 1. The line is not
+// looked at. Texts are UTF-8 without control characters then.
+bool read_record(const char *bytes, const record_shape &shape, fit_record &record);
 
 // A record without results.
 fit_record record_without_fit(long long line, fit_state state, const std::string &reason,

@@ -39,6 +39,16 @@ std::string text_of_head(const manifest_file &file, long long &begin) {
     refuse_manifest(file.name(), "holds no list of spectra");
 }
 
+static void read_seconds(plan_axis &axis, const head_items &items) {
+    for (const auto &each : items.list("seconds")) {
+        if (!each.is_number() || !std::isfinite(each.get<double>()))
+            items.refuse("seconds", "no list of numbers");
+        axis.seconds.push_back(each.get<double>());
+    }
+    if (static_cast<long long>(axis.seconds.size()) != axis.size)
+        items.refuse("seconds", "no list with a number for each place");
+}
+
 static void read_axes(batch_plan &plan, const head_items &items, const std::string &file) {
     long long voxels = 1;
     int spatial = 0;
@@ -46,6 +56,7 @@ static void read_axes(batch_plan &plan, const head_items &items, const std::stri
         const head_items axis(each, file);
         plan.axes.push_back(
             {axis.text("name"), axis.whole("size", 1, most_voxels), axis.truth("spatial")});
+        if (each.contains("seconds")) read_seconds(plan.axes.back(), axis);
         if (plan.axes.size() > most_axes || plan.axes.back().size > most_voxels / voxels)
             items.refuse("axes", "larger than any measurement");
         voxels *= plan.axes.back().size;
@@ -56,8 +67,13 @@ static void read_axes(batch_plan &plan, const head_items &items, const std::stri
 
 void read_head(batch_plan &plan, const std::string &file) {
     const head_items items(plan.head, file);
-    if (items.whole("format", 0, 1000000) != batch_format)
-        refuse_manifest(file, "is of another version of this program");
+    if (const long long format = items.whole("format", 0, 1000000); format != batch_format)
+        throw tool_error(bad_input,
+                         file + ": of format " + std::to_string(format) +
+                             ", as another version of this program wrote it; this one reads " +
+                             std::to_string(batch_format) +
+                             ", which also holds how the errors of a fit hang together. That "
+                             "version merges what it fitted; else plan and fit again");
     plan.spectra = items.whole("count", 1, most_spectra);
     plan.blocks = items.whole("blocks", 1, plan.spectra);
     plan.points = items.whole("points", 2, most_points);
@@ -76,6 +92,11 @@ void read_head(batch_plan &plan, const std::string &file) {
         if (!entry.is_string() || !is_plain_text(entry.get<std::string>()))
             items.refuse("entries", "no list of names");
         plan.entry_names.push_back(entry.get<std::string>());
+    }
+    for (const auto &each : items.list("derived")) {
+        if (!each.is_string() || !is_plain_text(each.get<std::string>()))
+            items.refuse("derived", "no list of expressions");
+        plan.derived.push_back(each.get<std::string>());
     }
     const head_items scale(items.item("scale"), file);
     plan.scale.hz_per_point = scale.number("hz_per_point", true);

@@ -61,7 +61,7 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
       offset_(static_cast<std::size_t>(stop - first), -1) {
     const std::string name = stem + ".journal";
     file_ = open_own(name);
-    const std::size_t size = record_size(plan.start.entries.size());
+    const std::size_t size = record_size(plan.records);
     char head[shard_head_size];
     const ssize_t got = pread(file_.number(), head, shard_head_size, 0);
     if (got == static_cast<ssize_t>(shard_head_size) &&
@@ -78,7 +78,7 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
     std::string bytes(size, '\0');
     fit_record record;
     while (pread(file_.number(), bytes.data(), size, end_) == static_cast<ssize_t>(size) &&
-           read_record(bytes.data(), plan.start.entries.size(), record) && record.line >= first &&
+           read_record(bytes.data(), plan.records, record) && record.line >= first &&
            record.line < stop) {
         const bool counts = record.state != fit_state::withdrawn;
         finished_ += static_cast<int>(counts) - static_cast<int>(has(record.line));
@@ -119,12 +119,12 @@ void shard_journal::take_curves() {
 }
 
 fit_record shard_journal::read(long long line) const {
-    const std::size_t entries = plan_.start.entries.size(), size = record_size(entries);
+    const std::size_t size = record_size(plan_.records);
     std::string bytes(size, '\0');
     fit_record record;
     if (pread(file_.number(), bytes.data(), size, offset_[at(line)]) !=
             static_cast<ssize_t>(size) ||
-        !read_record(bytes.data(), entries, record))
+        !read_record(bytes.data(), plan_.records, record))
         throw tool_error(bad_input, stem_ + ".journal: was changed while this program works on it");
     return record;
 }
@@ -147,7 +147,7 @@ void shard_journal::add(const fit_record &record, const std::string &curve) {
         if (static_cast<long long>(kept_.size()) > plan_.keep) kept_.erase(kept_.begin());
     }
     const long long begin = end_;
-    append(file_, end_, record_bytes(record, plan_.start.entries.size()), stem_ + ".journal");
+    append(file_, end_, record_bytes(record, plan_.records), stem_ + ".journal");
     if (!has(record.line)) ++finished_;
     offset_[at(record.line)] = begin;
 }
@@ -186,7 +186,8 @@ void shard_journal::withdraw(const std::vector<long long> &gone) {
     for (const long long line : gone) {
         if (!has(line)) continue;
         append(file_, end_,
-               record_bytes(record_without_fit(line, fit_state::withdrawn, "", entries), entries),
+               record_bytes(record_without_fit(line, fit_state::withdrawn, "", entries),
+                            plan_.records),
                stem_ + ".journal");
         offset_[at(line)] = -1;
         --finished_;
@@ -233,7 +234,6 @@ class digested_part {
 };
 
 void shard_journal::finish() {
-    const std::size_t entries = plan_.start.entries.size();
     long long counts[5] = {};
     ordered_json marker;
     marker["plan"] = plan_.id;
@@ -243,7 +243,7 @@ void shard_journal::finish() {
         for (long long line = first_; line < stop_; ++line) {
             const fit_record record = read(line);
             ++counts[static_cast<int>(record.state)];
-            part.add(record_bytes(record, entries));
+            part.add(record_bytes(record, plan_.records));
         }
         marker["part_sha256"] = part.finish();
     }

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/results/derived_area.h"
 
+#include "files/base/line_text.h"
+#include "files/base/ordered_json.h"
 #include "files/base/tool_error.h"
+#include "files/results/number_text.h"
 
 #include "engine/derived.h"
 #include "kernel/line_width.h"
@@ -19,14 +22,21 @@ double derived_area::percent_1sd() const {
     return like.percent_1sd();
 }
 
+std::string derived_expression(const std::string &text) {
+    const std::size_t equals = text.find('=');
+    return trimmed(equals == std::string::npos ? text : text.substr(equals + 1));
+}
+
+std::string derived_name(const std::string &text) {
+    return trimmed(text.substr(0, text.find('=')));
+}
+
 // Takes text apart into name and expression, and evaluates that.
 static engine::derived_value value_of(const engine::expression_names &names,
                                       std::span<const engine::values_of_entry> values,
                                       const std::string &text, derived_area &named) {
-    const std::size_t equals = text.find('=');
-    named.expression = equals == std::string::npos ? text : text.substr(equals + 1);
-    named.name = equals == std::string::npos ? text : text.substr(0, equals);
-    while (!named.name.empty() && named.name.back() == ' ') named.name.pop_back();
+    named.expression = derived_expression(text);
+    named.name = derived_name(text);
     if (named.name.empty())
         throw tool_error(wrong_usage, "--derive \"" + text + "\": no name before the \"=\"");
     const engine::result<engine::derived_value> f =
@@ -83,6 +93,41 @@ derived_area derive_area(const run_result &run, const std::string &text) {
         });
     if (std::isfinite(error)) result.error_1sd = error;
     return result;
+}
+
+std::string derived_header(const table_shape &shape) {
+    std::string line = "spectrum";
+    for (const table_shape::column &place : shape.places) line += "\t" + place.name;
+    return line + "\tname\texpression\tvalue\terror_1sd\terror_2sd\terror_percent_1sd\tunit\n";
+}
+
+std::string derived_row(const std::string &spectrum, const derived_area &derived,
+                        const std::vector<std::string> &places) {
+    std::string line = spectrum;
+    for (const std::string &place : places) line += "\t" + place;
+    return line + "\t" + derived.name + "\t" + derived.expression + "\t" +
+           table_number(derived.value) + "\t" + table_number(derived.error_1sd) + "\t" +
+           table_number(2.0 * derived.error_1sd) + "\t" + table_number(derived.percent_1sd()) +
+           "\t" + (derived.unit.empty() ? "n/a" : derived.unit) + "\n";
+}
+
+std::string derived_dictionary(const table_shape &shape) {
+    ordered_json all;
+    all["spectrum"]["Description"] = "name of the spectrum";
+    for (const table_shape::column &place : shape.places)
+        all[place.name]["Description"] = place.description;
+    all["name"]["Description"] = "name of the derived value";
+    all["expression"]["Description"] = "what it is in terms of the entries";
+    all["value"]["Description"] =
+        "in the units of the areas [signal] or of their ratio, ppm, Hz, degrees, pH";
+    all["error_1sd"]["Description"] =
+        "one standard deviation, from the covariance of all parameters, to first order";
+    all["error_2sd"]["Description"] = "two standard deviations";
+    all["error_percent_1sd"] = {
+        {"Description", "one standard deviation, of the magnitude of the value, 999 at most"},
+        {"Units", "%"}};
+    all["unit"]["Description"] = "of an amount by a water reference; else n/a";
+    return all.dump(2) + "\n";
 }
 
 } // namespace tools

@@ -7,7 +7,7 @@
 // better than about 20 %.
 #pragma once
 
-#include "files/results/run_result.h"
+#include "files/results/results_table.h"
 
 #include <string>
 #include <vector>
@@ -19,6 +19,7 @@ struct derived_area {
     double value = 0.0;         // not a number when a divisor is 0
     double error_1sd = 0.0;     // not a number without a covariance
     double percent_1sd() const; // as of a fitted parameter
+    std::string unit;           // of an amount; empty for what the areas and the expression give
 };
 
 // text is "NAME=EXPRESSION" or "EXPRESSION", as engine/derived.h has expressions: + - * / ( ),
@@ -35,5 +36,15 @@ derived_area derive_area(const run_result &run, const std::string &text);
 // place: what has the names, for messages. Errors: as above.
 void check_derived_area(const std::vector<std::string> &names, const std::string &place,
                         const std::string &text);
+
+// The two parts of such a text; without "=" both are the whole of it.
+std::string derived_name(const std::string &text);
+std::string derived_expression(const std::string &text);
+
+// derived.tsv: its line of column names, a row, and the JSON that describes the columns.
+std::string derived_header(const table_shape &shape = {});
+std::string derived_row(const std::string &spectrum, const derived_area &derived,
+                        const std::vector<std::string> &places = {});
+std::string derived_dictionary(const table_shape &shape = {});
 
 } // namespace tools

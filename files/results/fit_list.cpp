@@ -18,7 +18,7 @@ static constexpr std::size_t digits_of_digest = 64;
 bool is_made_by_report(const std::string &name) {
     static const char *const whole[] = {"report.html",  "look.html",   "results.tsv",
                                         "results.json", "quality.tsv", "quality.json",
-                                        "derived.tsv"};
+                                        "derived.tsv",  "derived.json"};
     static const char *const ends[] = {"fit.svg", "fit.nii.gz", "residual.nii.gz",
                                        "components.nii.gz"};
     return std::any_of(std::begin(whole), std::end(whole),

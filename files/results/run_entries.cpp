@@ -62,6 +62,18 @@ void fill_entries(run_result &run, const std::vector<linked_entry> &rows,
     run.entries = shown_entries(rows, values, errors, run.axis);
 }
 
+void turn_covariance(rebuilt_model &model, const std::vector<bool> &turned) {
+    // of the five parameters of an entry the area comes first
+    const std::size_t side = quantities * turned.size();
+    if (model.covariance.size() != side * side) return;
+    for (std::size_t a = 0; a < side; ++a)
+        for (std::size_t b = 0; b < side; ++b) {
+            const bool one = a % quantities == area_of && turned[a / quantities];
+            const bool other = b % quantities == area_of && turned[b / quantities];
+            if (one != other) model.covariance[side * a + b] *= -1.0;
+        }
+}
+
 void choose_signs(run_result &run) {
     const std::size_t n = run.entries.size();
     std::vector<double> start_areas(n, 0.0);
@@ -76,15 +88,7 @@ void choose_signs(run_result &run) {
         names += (names.empty() ? "" : ", ") + run.entries[k].name;
     }
     if (names.empty()) return;
-    // of the five parameters of an entry the area comes first
-    const std::size_t side = quantities * n;
-    if (run.control.covariance.size() == side * side)
-        for (std::size_t a = 0; a < side; ++a)
-            for (std::size_t b = 0; b < side; ++b) {
-                const bool one = a % quantities == area_of && turned[a / quantities];
-                const bool other = b % quantities == area_of && turned[b / quantities];
-                if (one != other) run.control.covariance[side * a + b] *= -1.0;
-            }
+    turn_covariance(run.control, turned);
     run.notes.push_back(
         "shown with areas of the other sign and phases turned by 180 degrees, the "
         "same curve with " +

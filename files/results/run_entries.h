@@ -25,4 +25,7 @@ void fill_entries(run_result &run, const std::vector<linked_entry> &rows,
 // The description with positive areas; the covariance of areas follows, a note says so.
 void choose_signs(run_result &run);
 
+// The covariance where the areas of these entries have the other sign. Nothing without one.
+void turn_covariance(rebuilt_model &model, const std::vector<bool> &turned);
+
 } // namespace tools

@@ -26,6 +26,11 @@ static void take_values(const start_file &start, const engine::optimum &found, f
                 ++record.free_parameters;
         }
     }
+    record.correlations =
+        packed_correlations(start, [&](std::size_t k, int q, std::size_t l, int r) {
+            return found.covariance.of(static_cast<int>(k), static_cast<engine::quantity>(q),
+                                       static_cast<int>(l), static_cast<engine::quantity>(r));
+        });
 }
 
 static exact_facts facts_of(const exact_find &fit) {

@@ -16,7 +16,8 @@ struct plan_options {
     std::string folder;              // run/
     std::string start, peaks, names; // start file or table of peaks; names of the entries
     std::string mask, select, values = "same", method = "exact";
-    std::string keep; // empty, all, none or worst:N
+    std::string keep;                // empty, all, none or worst:N
+    std::vector<std::string> derive; // behind those of the table
     std::vector<std::string> command;
 };
 

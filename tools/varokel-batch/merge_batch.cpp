@@ -4,8 +4,7 @@
 #include "files/base/output_file.h"
 #include "files/base/own_files.h"
 #include "files/base/tool_error.h"
-#include "files/batch/batch_table.h"
-#include "files/batch/finished_shard.h"
+#include "files/batch/derived_batch.h"
 #include "files/nifti/grid_maps.h"
 #include "files/results/number_text.h"
 
@@ -27,61 +26,6 @@ namespace fs = std::filesystem;
 
 static const char merge_again[] = " Merge again then";
 
-// The records of all parts by their line in the manifest.
-class all_parts {
-  public:
-    all_parts(const batch_plan &plan, const plan_lines &lines) : plan_(plan) {
-        long long reached = 0, shards = 0;
-        std::string missing;
-        const std::vector<finished_shard> found = finished_shards(plan, lines);
-        for (const finished_shard &each : found) shards = std::max(shards, each.shards);
-        const auto miss = [&](long long first, long long stop) {
-            if (first < stop)
-                missing += (missing.empty() ? "" : ", ") + std::to_string(first) + " to " +
-                           std::to_string(stop - 1);
-        };
-        for (const finished_shard &each : found) {
-            if (each.stop <= reached) continue; // fitted with another number of shards, too
-            miss(reached, each.first);
-            check_part(plan, each);
-            shards_.push_back(each);
-            reached = each.stop;
-        }
-        miss(reached, plan.spectra);
-        if (missing.empty()) return;
-        std::string names;
-        std::error_code error;
-        for (long long shard = 0; shard < shards; ++shard)
-            if (!fs::exists(shard_stem(plan, shard, shards) + ".done", error))
-                names += (names.empty() ? "" : ", ") + std::to_string(shard) + "/" +
-                         std::to_string(shards);
-        throw tool_error(bad_input, plan.folder + ": not all spectra are fitted; missing: " +
-                                        (names.empty() ? "" : "shards " + names + "; ") + "lines " +
-                                        missing +
-                                        " of the manifest. varokel-batch run --resume does them");
-    }
-    const fit_record &read(long long line) {
-        while (line < first() || line >= stop()) {
-            at_ = line < first() ? at_ - 1 : at_ + 1;
-            reader_.reset();
-        }
-        if (!reader_) reader_ = std::make_unique<part_reader>(plan_, shards_[at_]);
-        return reader_->read(line);
-    }
-    const std::vector<finished_shard> &shards() const { return shards_; }
-
-  private:
-    // where shards of two partitions overlap the later one begins at the end of the one before
-    long long first() const {
-        return at_ == 0 ? shards_[0].first : std::max(shards_[at_].first, shards_[at_ - 1].stop);
-    }
-    long long stop() const { return shards_[at_].stop; }
-    const batch_plan &plan_;
-    std::vector<finished_shard> shards_;
-    std::size_t at_ = 0;
-    std::unique_ptr<part_reader> reader_;
-};
-
 static void write_tables(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
                          const std::vector<long long> &line_of_number, long long &failed) {
     part_file results(plan.file("results.tsv"), merge_again),
@@ -92,8 +36,7 @@ static void write_tables(const batch_plan &plan, const plan_lines &lines, all_pa
     results.add(table.results_header());
     quality.add(table.quality_header());
     for (long long number = 0; number < plan.spectra; ++number) {
-        const long long line =
-            line_of_number.empty() ? number : line_of_number[static_cast<std::size_t>(number)];
+        const long long line = line_of_number[static_cast<std::size_t>(number)];
         const planned_spectrum spectrum = lines.read(line);
         const fit_record &record = parts.read(line);
         if (record.state == fit_state::failed) ++failed;
@@ -146,42 +89,106 @@ std::vector<std::string> map_files_of(const std::vector<std::string> &entry_name
     return files;
 }
 
-// One map after the other: storage for one entry's maps only.
-static void write_maps(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
-                       std::vector<std::string> &names) {
+// Sizes of the images, and where each spectrum is in them.
+struct map_shape {
+    explicit map_shape(const batch_plan &plan) {
+        for (const plan_axis &axis : plan.axes) {
+            stride.push_back(voxels);
+            if (axis.spatial || axis.size > 1) sizes.push_back(axis.size);
+            voxels *= axis.size;
+        }
+    }
+    std::size_t place_of(const planned_spectrum &spectrum) const {
+        long long place = 0;
+        for (std::size_t a = 0; a < stride.size(); ++a) place += spectrum.at[a] * stride[a];
+        return static_cast<std::size_t>(place);
+    }
     std::vector<long long> sizes, stride;
     long long voxels = 1;
-    const std::vector<std::string> stems = stems_of(plan.entry_names);
-    for (const plan_axis &axis : plan.axes) {
-        stride.push_back(voxels);
-        if (axis.spatial || axis.size > 1) sizes.push_back(axis.size);
-        voxels *= axis.size;
-    }
+};
+
+static void make_map_folder(const batch_plan &plan) {
     std::error_code error;
     fs::create_directory(plan.file("maps"), error);
     if (fs::symlink_status(plan.file("maps"), error).type() != fs::file_type::directory)
         throw tool_error(bad_output, plan.file("maps") + ": cannot be made, or is no folder but a "
                                                          "link; is the folder yours?");
+}
+
+// With a point, which names of entries become none of.
+static constexpr const char *derived_prefix = "derived.";
+
+bool is_derived_map(const std::string &file_name) {
+    return file_name.starts_with(derived_prefix) && file_name.ends_with(".nii.gz");
+}
+
+// What an earlier merge derived.
+static void remove_derived(const batch_plan &plan) {
+    unlink(plan.file("derived.tsv").c_str());
+    unlink(plan.file("derived.json").c_str());
+    std::error_code error;
+    std::vector<fs::path> gone;
+    if (fs::symlink_status(plan.file("maps"), error).type() != fs::file_type::directory) return;
+    for (const fs::directory_entry &file : fs::directory_iterator(plan.file("maps"), error))
+        if (is_derived_map(file.path().filename().string())) gone.push_back(file.path());
+    for (const fs::path &file : gone) unlink(file.c_str());
+}
+
+// derived.tsv, and two maps for each expression of a grid: value and error.
+static void write_derived(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
+                          const std::vector<std::string> &expressions,
+                          std::vector<std::string> &names) {
+    const std::vector<derived_column> columns = derive_batch(plan, lines, parts, expressions);
+    write_files({{plan.file("derived.tsv"), derived_table(plan, lines, columns)},
+                 {plan.file("derived.json"), derived_table_dictionary(plan)}},
+                {}, true);
+    if (!plan.grid) return;
+    make_map_folder(plan);
+    const map_shape shape(plan);
+    std::vector<std::string> titles;
+    static constexpr std::size_t longest = 100; // file systems have an end
+    for (const derived_column &column : columns) titles.push_back(column.name.substr(0, longest));
+    const std::vector<std::string> stems = stems_of(titles);
+    for (std::size_t c = 0; c < columns.size(); ++c)
+        for (const bool error : {false, true}) {
+            const std::vector<double> &from = error ? columns[c].errors : columns[c].values;
+            std::vector<double> map(static_cast<std::size_t>(shape.voxels),
+                                    std::numeric_limits<double>::quiet_NaN());
+            for (long long line = 0; line < plan.spectra; ++line) {
+                const planned_spectrum spectrum = lines.read(line);
+                map[shape.place_of(spectrum)] = from[static_cast<std::size_t>(spectrum.number)];
+            }
+            const std::string name = plan.file("maps/") + derived_prefix + stems[c] +
+                                     (error ? ".error_1sd" : "") + ".nii.gz";
+            write_map(name, plan.file("voxels.nii"), shape.sizes, map,
+                      columns[c].name + (error ? " error 1sd" : ""));
+            names.push_back(name);
+        }
+}
+
+// One map after the other: storage for one entry's maps only.
+static void write_maps(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
+                       std::vector<std::string> &names) {
+    const std::vector<std::string> stems = stems_of(plan.entry_names);
+    const map_shape shape(plan);
+    make_map_folder(plan);
     const double none = std::numeric_limits<double>::quiet_NaN();
     const batch_table table(plan);
     const auto write_group = [&](const std::vector<map_quantity> &group, std::size_t entry,
                                  const std::string &stem, const std::string &title) {
         std::vector<std::vector<double>> maps(
-            group.size(), std::vector<double>(static_cast<std::size_t>(voxels), none));
+            group.size(), std::vector<double>(static_cast<std::size_t>(shape.voxels), none));
         for (long long line = 0; line < plan.spectra; ++line) {
             const planned_spectrum spectrum = lines.read(line);
             const fit_record &record = parts.read(line);
             if (record.state != fit_state::fitted) continue;
-            long long place = 0;
-            for (std::size_t a = 0; a < stride.size(); ++a) place += spectrum.at[a] * stride[a];
             const fitted_entry own = table.entries_of(record)[entry];
             for (std::size_t m = 0; m < group.size(); ++m)
-                maps[m][static_cast<std::size_t>(place)] =
-                    batch_table::value_of(group[m], record, own);
+                maps[m][shape.place_of(spectrum)] = batch_table::value_of(group[m], record, own);
         }
         for (std::size_t m = 0; m < group.size(); ++m) {
             const std::string name = plan.file("maps/") + stem + map_name(group[m]) + ".nii.gz";
-            write_map(name, plan.file("voxels.nii"), sizes, maps[m],
+            write_map(name, plan.file("voxels.nii"), shape.sizes, maps[m],
                       title + std::string(map_name(group[m])) + " " + map_unit(group[m]));
             names.push_back(name);
         }
@@ -246,28 +253,28 @@ static void write_curves(const batch_plan &plan, const plan_lines &lines,
     curves.finish();
 }
 
-int merge_batch(const std::string &folder, bool force) {
-    const batch_plan plan = read_plan(folder);
+int merge_batch(const merge_options &options) {
+    const batch_plan plan = read_plan(options.folder);
+    const std::vector<std::string> expressions = expressions_of(plan, options.derive);
     std::vector<std::string> names = {plan.file("results.tsv"), plan.file("results.json"),
                                       plan.file("quality.tsv"), plan.file("quality.json")};
     if (plan.keep > 0) {
         names.push_back(plan.file("pictures.f32"));
         names.push_back(plan.file("pictures.tsv"));
     }
-    const output_batch check({}, force);
+    if (!expressions.empty())
+        names.insert(names.end(), {plan.file("derived.tsv"), plan.file("derived.json")});
+    const output_batch check({}, options.force);
     for (const std::string &name : names) check.refuse_overwriting(name);
     const plan_lines lines(plan);
     all_parts parts(plan, lines);
-    std::vector<long long> line_of_number;
-    if (plan.blocks != plan.spectra) {
-        line_of_number.resize(static_cast<std::size_t>(plan.spectra));
-        for (long long line = 0; line < plan.spectra; ++line)
-            line_of_number[static_cast<std::size_t>(lines.read(line).number)] = line;
-    }
+    const std::vector<long long> line_of_number = lines_by_number(plan, lines);
     long long failed = 0;
     write_tables(plan, lines, parts, line_of_number, failed);
     std::vector<std::string> maps; // there may be hundreds: their folder is named, not each
     if (plan.grid) write_maps(plan, lines, parts, maps);
+    if (options.force) remove_derived(plan);
+    if (!expressions.empty()) write_derived(plan, lines, parts, expressions, maps);
     if (plan.keep > 0) write_curves(plan, lines, parts.shards());
     for (const std::string &name : names) std::cout << name << '\n';
     if (!maps.empty()) std::cout << plan.file("maps/") << " (" << maps.size() << " maps)\n";

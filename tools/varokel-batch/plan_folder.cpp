@@ -68,11 +68,15 @@ static void remove_files(const std::string &folder, const std::vector<std::strin
 
 void plan_folder::remove_replaced() const {
     for (const char *const result : {"results.tsv", "results.json", "quality.tsv", "quality.json",
-                                     "pictures.f32", "pictures.tsv"})
+                                     "derived.tsv", "derived.json", "pictures.f32", "pictures.tsv"})
         unlink((name_ + "/" + result).c_str());
-    remove_files(name_ + "/maps", map_files_of(replaced_->entry_names));
-    std::vector<std::string> shards;
     std::error_code error;
+    std::vector<std::string> maps = map_files_of(replaced_->entry_names);
+    for (const fs::directory_entry &file : fs::directory_iterator(name_ + "/maps", error))
+        if (is_derived_map(file.path().filename().string()))
+            maps.push_back(file.path().filename().string());
+    remove_files(name_ + "/maps", maps);
+    std::vector<std::string> shards;
     for (const fs::directory_entry &file : fs::directory_iterator(name_ + "/shards", error)) {
         const std::string name = file.path().filename().string();
         for (const char *const ending :

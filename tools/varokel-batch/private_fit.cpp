@@ -5,6 +5,8 @@
 #include "files/base/tool_error.h"
 #include "files/results/fit_log.h"
 #include "files/results/judgement.h"
+#include "files/results/rebuilt_model.h"
+#include "files/spectra/signal_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -252,6 +254,23 @@ static const char *read_results(const std::string &base, std::size_t entries, fi
     return nullptr;
 }
 
+// From the files of the fit: it leaves the error of each parameter only.
+static void take_correlations(const std::string &folder, long long points, fit_record &record) {
+    rebuilt_from from;
+    try {
+        from.data = read_points(folder + "/spectrum.org", 0, points);
+    } catch (const tool_error &) { // the fit itself is good: they are left out
+        return;
+    }
+    from.noise_sd = record.figures[1];
+    const rebuilt_model model = rebuild_model(folder, "compact.par", from);
+    if (!model.has_covariance) return;
+    record.correlations =
+        packed_correlations(model.file, [&](std::size_t k, int q, std::size_t l, int r) {
+            return model.covariance_of(k, q, l, r);
+        });
+}
+
 harvest harvest_fit(const fit_setting &setting, const std::string &folder,
                     const file_descriptor &log_file, long long line, int wait_status,
                     double killed_after, bool with_fit) {
@@ -287,6 +306,7 @@ harvest harvest_fit(const fit_setting &setting, const std::string &folder,
     read_whole(base + ".nln0", components);
     measure_snr(setting.measure, found.fit, components, record);
     record.quality_before = quality_before_fit(setting.measure, folder, record.figures[1]);
+    take_correlations(folder, setting.measure.points, record);
     if (!with_fit || found.fit.size() != static_cast<std::size_t>(8 * setting.measure.points))
         found.fit.clear();
     return found;

@@ -44,7 +44,7 @@ int show_status(const std::string &folder) {
         if (!named) continue;
         of = std::max(of, named->second);
         if (file.path().extension() != ".journal") continue;
-        const long long size = static_cast<long long>(record_size(plan.start.entries.size()));
+        const long long size = static_cast<long long>(record_size(plan.records));
         const std::uintmax_t bytes = fs::file_size(file.path(), error);
         if (error) continue;
         open.push_back("unfinished: shard " + std::to_string(named->first) + "/" +

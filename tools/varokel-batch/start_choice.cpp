@@ -7,6 +7,7 @@
 #include "files/base/tool_error.h"
 #include "files/results/judge_run.h"
 #include "files/problem/start_problem.h"
+#include "files/results/derived_area.h"
 #include "files/start/read_start_file.h"
 
 #include <algorithm>
@@ -121,6 +122,7 @@ static start_file start_of_table(const plan_options &options, long long points,
                                  const std::vector<planned_spectrum> &spectra,
                                  start_choice &chosen) {
     const peak_table table = read_peak_table(options.peaks);
+    chosen.derived = table.derived;
     for (const table_row &row : table.rows) // estimates of each spectrum find it by this name
         if (row.pattern_file.find('/') != row.pattern_file.npos)
             refuse_at(table, row.place,
@@ -211,6 +213,8 @@ start_choice choose_start(const plan_options &options, const ordered_json &scale
     }
     write_files({{work + "/start.par", version_3_text(start, {})}, {work + "/names.txt", list}}, {},
                 false);
+    chosen.derived.insert(chosen.derived.end(), options.derive.begin(), options.derive.end());
+    for (const std::string &text : chosen.derived) check_derived_area(chosen.names, source, text);
     return chosen;
 }
 

@@ -22,6 +22,11 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
         ->required();
     app.add_option("-o,--output", own.folder, "folder of the batch")->type_name("RUN")->required();
     tools::add_model_options(app, own);
+    app.add_option("--derive", own.derive,
+                   "what merge derives from the results, such as \"PCr/GATP\"; behind the rows "
+                   "derive: of the table; may be repeated")
+        ->type_name("EXPR")
+        ->allow_extra_args(false);
     app.add_option("--mask", own.mask, "image; voxels above 0 are fitted")->type_name("NIFTI");
     app.add_option("--select", own.select, "spectra by number, such as 0:99,200")
         ->type_name("LIST");
@@ -73,8 +78,8 @@ int main(int argc, char **argv) {
     tools::plan_options plan;
     tools::run_options run;
     tools::engine_options engine;
-    std::string status_folder, merge_folder;
-    bool merge_force = false;
+    std::string status_folder;
+    tools::merge_options merge;
 
     tools::option_parser app(
         "Fits all spectra of a grid or a series, and brings the results together: plan, "
@@ -100,8 +105,14 @@ int main(int argc, char **argv) {
     status->footer("\nExample:\n  varokel-batch status run");
 
     tools::option_parser *const merger = app.add_subcommand("merge", "Writes tables and maps.");
-    add_folder(*merger, merge_folder);
-    merger->add_flag("--force", merge_force, "replace them");
+    add_folder(*merger, merge.folder);
+    merger
+        ->add_option("--derive", merge.derive,
+                     "what follows from the results, such as \"PCr/GATP\", into derived.tsv and "
+                     "maps; beside what the plan asks for; may be repeated")
+        ->type_name("EXPR")
+        ->allow_extra_args(false);
+    merger->add_flag("--force", merge.force, "replace them");
     merger->footer("\nExample:\n  varokel-batch merge run");
 
     tools::option_parser *const slurm =
@@ -120,7 +131,7 @@ int main(int argc, char **argv) {
         else if (status->parsed())
             return tools::show_status(status_folder);
         else if (merger->parsed())
-            return tools::merge_batch(merge_folder, merge_force);
+            return tools::merge_batch(merge);
         else
             std::cout << (slurm->parsed() ? tools::slurm_script(engine)
                                           : tools::snakemake_rules(engine));

@@ -156,7 +156,7 @@ static int fit_batch(const tools::plan_options &plan, const tools::run_options &
         tools::make_plan(plan);
         int status = tools::run_batch(run);
         if (status <= tools::different)
-            status = std::max(status, tools::merge_batch(plan.folder, false));
+            status = std::max(status, tools::merge_batch({plan.folder, {}, false}));
         std::cout.rdbuf(shown);
         return status;
     } catch (...) {

@@ -38,14 +38,17 @@ static ordered_json head_of(const plan_options &options, const plan_draft &batch
     head["scale"] = batch.scale;
     head["points"] = batch.points;
     head["axes"] = ordered_json::array();
-    for (const plan_axis &axis : batch.axes)
+    for (const plan_axis &axis : batch.axes) {
         head["axes"].push_back(
             {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}});
+        if (!axis.seconds.empty()) head["axes"].back()["seconds"] = axis.seconds;
+    }
     head["grid"] = batch.grid;
     head["values"] = options.values;
     head["method"] = options.method;
     head["entries"] = start.names;
     head["windows"] = start.windows;
+    head["derived"] = start.derived;
     head["start_sha256"] = sha256_of_file(work + "/start.par");
     if (!options.peaks.empty()) head["peaks_sha256"] = sha256_of_file(work + "/peaks.txt");
     head["names_sha256"] = sha256_of_file(work + "/names.txt");

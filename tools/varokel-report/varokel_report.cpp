@@ -2,6 +2,7 @@
 // varokel_report.cpp -- page, tables, picture and NIfTI-MRS of the fits in a folder
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
+#include "files/batch/derived_batch.h"
 #include "files/nifti/write_nifti_mrs.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
@@ -145,28 +146,45 @@ static void add_nifti(const run_result &run, const std::string &stem,
     files.push_back({stem + "components.nii.gz", image_of(components, {dimension}, "components")});
 }
 
-static std::string derived_rows(const reported_run &reported) {
-    std::string table;
-    for (const tools::derived_area &d : reported.derived)
-        table += reported.run.name + "\t" + d.name + "\t" + d.expression + "\t" +
-                 tools::table_number(d.value) + "\t" + tools::table_number(d.error_1sd) + "\t" +
-                 tools::table_number(2.0 * d.error_1sd) + "\t" +
-                 tools::table_number(d.percent_1sd()) + "\n";
-    return table;
+// What is derived here joins what merge derived, in the table as on the page.
+static void derive_more(tools::batch_view &batch, const report_options &options,
+                        const std::string &output, std::vector<std::string> &written) {
+    tools::batch_plan plan = tools::read_plan(options.folder);
+    plan.derived.clear(); // they are among those of the batch already
+    const tools::plan_lines lines(plan);
+    tools::all_parts parts(plan, lines);
+    std::vector<std::string> wanted = batch.derived;
+    wanted.insert(wanted.end(), options.derive.begin(), options.derive.end());
+    const std::vector<tools::derived_column> columns =
+        tools::derive_batch(plan, lines, parts, tools::expressions_of(plan, wanted));
+    for (const tools::derived_column &column : columns) {
+        std::erase_if(batch.further, [&](const tools::batch_column &other) {
+            return other.name == column.name && !other.errors.empty();
+        });
+        batch.further.push_back({column.name, "", column.values, column.errors});
+    }
+    tools::output_batch files({}, options.force);
+    const std::string names[] = {(fs::path(output) / "derived.tsv").string(),
+                                 (fs::path(output) / "derived.json").string()};
+    files.add({names[0], tools::derived_table(plan, lines, columns)});
+    files.add({names[1], tools::derived_table_dictionary(plan)});
+    files.commit();
+    written.insert(written.end(), std::begin(names), std::end(names));
 }
 
 static int write_batch(const report_options &options) {
-    if (!options.spectra.empty() || !options.derive.empty())
-        throw tool_error(tools::wrong_usage, options.folder + ": a batch; --spectrum and --derive "
-                                                              "are for the folders of single fits");
+    if (!options.spectra.empty())
+        throw tool_error(tools::wrong_usage, options.folder + ": a batch; --spectrum is for the "
+                                                              "folders of single fits");
     tools::batch_view batch(options.folder);
+    const std::string output = options.output.empty() ? options.folder : options.output;
     if (!options.regions.empty()) {
         batch.regions = tools::region_labels(batch, options.regions);
         batch.files_read.push_back(options.regions);
     }
     std::vector<std::string> written;
-    tools::write_overview(batch, options.output.empty() ? options.folder : options.output,
-                          options.one_file_up_to, options.force, written);
+    if (!options.derive.empty()) derive_more(batch, options, output, written);
+    tools::write_overview(batch, output, options.one_file_up_to, options.force, written);
     for (const std::string &name : written) std::cout << name << '\n';
     const auto failed =
         std::count_if(batch.spectra.begin(), batch.spectra.end(),
@@ -255,8 +273,7 @@ static int write_report(const report_options &options) {
 
     tools::report_page page(places.size());
     std::string results = tools::results_header(), quality = tools::quality_header();
-    std::string derived = "spectrum\tname\texpression\tvalue\terror_1sd\terror_2sd\t"
-                          "error_percent_1sd\n";
+    std::string derived = tools::derived_header();
     std::size_t failed = 0, done = 0;
     const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
     for (const auto &place : places) { // one at a time: the signals of many need much storage
@@ -271,7 +288,8 @@ static int write_report(const report_options &options) {
         page.add(reported);
         results += tools::results_rows(run);
         quality += tools::quality_row(run);
-        derived += derived_rows(reported);
+        for (const tools::derived_area &d : reported.derived)
+            derived += tools::derived_row(run.name, d);
         if (run.fitted) {
             const std::string stem = in_output(alone ? "" : run.name + ".");
             write({stem + "fit.svg", tools::report_picture(run)});
@@ -293,7 +311,10 @@ static int write_report(const report_options &options) {
     write({in_output("results.json"), tools::results_dictionary()});
     write({in_output("quality.tsv"), quality});
     write({in_output("quality.json"), tools::quality_dictionary()});
-    if (!options.derive.empty()) write({in_output("derived.tsv"), derived});
+    if (!options.derive.empty()) {
+        write({in_output("derived.tsv"), derived});
+        write({in_output("derived.json"), tools::derived_dictionary()});
+    }
     write({in_output("report.html"), page.text()});
     const tools::output_batch all_inputs(inputs, true);
     for (const std::string &name : written) all_inputs.refuse_overwriting(name);

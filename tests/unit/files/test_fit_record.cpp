@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 using tools::exact_facts;
@@ -12,6 +13,7 @@ using tools::fit_record;
 using tools::fit_state;
 
 static constexpr std::size_t entries = 3;
+static constexpr tools::record_shape shape = {entries, 6}; // of four free parameters
 
 static fit_record exact_record() {
     fit_record record;
@@ -29,6 +31,7 @@ static fit_record exact_record() {
         record.errors.push_back(1e-3 * static_cast<double>(i));
     }
     record.entry_snr = {3.0, 2.0, 1.0};
+    record.correlations = {0.1, -0.2, 1.0, 0.0, -1.0, 0.999999999};
     exact_facts facts;
     facts.method = tools::fit_method::both;
     facts.verdict = engine::finding::moved;
@@ -43,10 +46,10 @@ static fit_record exact_record() {
 }
 
 static fit_record read_back(const fit_record &record) {
-    const std::string bytes = tools::record_bytes(record, entries);
-    EXPECT_EQ(bytes.size(), tools::record_size(entries));
+    const std::string bytes = tools::record_bytes(record, shape);
+    EXPECT_EQ(bytes.size(), tools::record_size(shape));
     fit_record back;
-    EXPECT_TRUE(tools::read_record(bytes.data(), entries, back));
+    EXPECT_TRUE(tools::read_record(bytes.data(), shape, back));
     return back;
 }
 
@@ -62,6 +65,7 @@ TEST(fit_record, an_exact_fit_comes_back_with_its_verdict_and_the_entries_it_nam
     EXPECT_EQ(back.values, record.values);
     EXPECT_EQ(back.errors, record.errors);
     EXPECT_EQ(back.entry_snr, record.entry_snr);
+    EXPECT_EQ(back.correlations, record.correlations);
     ASSERT_TRUE(back.exact);
     EXPECT_EQ(back.exact->method, tools::fit_method::both);
     EXPECT_EQ(back.exact->verdict, engine::finding::moved);
@@ -81,6 +85,12 @@ TEST(fit_record, a_search_alone_comes_back_without_a_verdict) {
     fit_record record = exact_record();
     record.exact.reset();
     EXPECT_FALSE(read_back(record).exact);
+}
+
+TEST(fit_record, correlations_that_are_not_known_come_back_as_none) {
+    fit_record record = exact_record();
+    record.correlations.clear();
+    EXPECT_TRUE(read_back(record).correlations.empty());
 }
 
 TEST(fit_record, every_sentence_of_the_verdict_fits) {
@@ -109,21 +119,21 @@ TEST(fit_record, a_text_that_is_too_long_ends_at_a_whole_character) {
 }
 
 TEST(fit_record, any_changed_bit_is_noticed) {
-    const std::string bytes = tools::record_bytes(exact_record(), entries);
+    const std::string bytes = tools::record_bytes(exact_record(), shape);
     fit_record back;
     for (std::size_t at = 0; at < bytes.size(); ++at) {
         std::string changed = bytes;
         changed[at] = static_cast<char>(changed[at] ^ (1 << at % 8));
-        EXPECT_FALSE(tools::read_record(changed.data(), entries, back)) << at;
+        EXPECT_FALSE(tools::read_record(changed.data(), shape, back)) << at;
     }
-    EXPECT_FALSE(tools::read_record(std::string(bytes.size(), '\0').data(), entries, back));
+    EXPECT_FALSE(tools::read_record(std::string(bytes.size(), '\0').data(), shape, back));
 }
 
 // With a check sum that is right: what a fit cannot have is refused all the same.
 TEST(fit_record, numbers_that_no_fit_has_are_refused) {
     const auto is_read = [](const fit_record &record) {
         fit_record back;
-        return tools::read_record(tools::record_bytes(record, entries).data(), entries, back);
+        return tools::read_record(tools::record_bytes(record, shape).data(), shape, back);
     };
     fit_record record = exact_record();
     record.state = static_cast<fit_state>(5);
@@ -133,6 +143,11 @@ TEST(fit_record, numbers_that_no_fit_has_are_refused) {
     record = exact_record();
     record.iterations = -1;
     EXPECT_FALSE(is_read(record));
+    for (const double r : {1.0000001, -2.0, INFINITY, NAN}) {
+        record = exact_record();
+        record.correlations[3] = r;
+        EXPECT_FALSE(is_read(record)) << r;
+    }
     for (const int starts : {-1, 10001, 1 << 30}) {
         record = exact_record();
         record.exact->starts = starts;

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/batch/derived_batch.h"
+
+#include "files/base/not_known.h"
+#include "files/base/tool_error.h"
+
+#include <algorithm>
+
+namespace tools {
+
+std::vector<std::string> expressions_of(const batch_plan &plan,
+                                        const std::vector<std::string> &more) {
+    std::vector<std::string> all;
+    for (const std::vector<std::string> *const list : {&plan.derived, &more})
+        for (const std::string &text : *list) {
+            check_derived_area(plan.entry_names, plan.folder, text);
+            const auto same = std::find_if(all.begin(), all.end(), [&](const std::string &other) {
+                return derived_name(other) == derived_name(text);
+            });
+            if (same == all.end())
+                all.push_back(text);
+            else if (derived_expression(*same) != derived_expression(text))
+                throw tool_error(wrong_usage, "--derive \"" + text + "\": " + derived_name(text) +
+                                                  " is derived already; expected another name "
+                                                  "before the \"=\"");
+        }
+    return all;
+}
+
+std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_lines &lines,
+                                         all_parts &parts,
+                                         const std::vector<std::string> &expressions) {
+    const auto count = static_cast<std::size_t>(plan.spectra);
+    std::vector<derived_column> columns(expressions.size());
+    for (std::size_t e = 0; e < expressions.size(); ++e) {
+        columns[e].name = derived_name(expressions[e]);
+        columns[e].expression = derived_expression(expressions[e]);
+        columns[e].values.assign(count, not_known);
+        columns[e].errors.assign(count, not_known);
+    }
+    const batch_table table(plan);
+    for (long long line = 0; line < plan.spectra && !columns.empty(); ++line) {
+        const planned_spectrum spectrum = lines.read(line);
+        const fit_record &record = parts.read(line);
+        if (record.state != fit_state::fitted) continue;
+        const run_result run = table.result_of(spectrum, record);
+        const auto number = static_cast<std::size_t>(spectrum.number);
+        for (std::size_t e = 0; e < expressions.size(); ++e) {
+            const derived_area derived = derive_area(run, expressions[e]);
+            columns[e].values[number] = derived.value;
+            columns[e].errors[number] = derived.error_1sd;
+        }
+    }
+    return columns;
+}
+
+std::string derived_table(const batch_plan &plan, const plan_lines &lines,
+                          const std::vector<derived_column> &columns) {
+    const std::vector<long long> line_of = lines_by_number(plan, lines);
+    std::string text = derived_header(table_shape_of(plan));
+    for (std::size_t n = 0; n < line_of.size(); ++n) {
+        const planned_spectrum spectrum = lines.read(line_of[n]);
+        for (const derived_column &column : columns) {
+            derived_area derived;
+            derived.name = column.name;
+            derived.expression = column.expression;
+            derived.value = column.values[n];
+            derived.error_1sd = column.errors[n];
+            text += derived_row(spectrum.name, derived, places_of(plan, spectrum));
+        }
+    }
+    return text;
+}
+
+std::string derived_table_dictionary(const batch_plan &plan) {
+    return derived_dictionary(table_shape_of(plan));
+}
+
+} // namespace tools

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// derived_batch.h -- sums, ratios, pH of all fits of a batch
+#pragma once
+
+#include "files/batch/all_parts.h"
+#include "files/batch/batch_table.h"
+#include "files/results/derived_area.h"
+
+#include <string>
+#include <vector>
+
+namespace tools {
+
+// One expression. Not a number where a spectrum has no fit, or a fit no covariance.
+struct derived_column {
+    std::string name, expression;
+    std::vector<double> values, errors; // by the number of the spectrum; one standard deviation
+};
+
+// What the plan asks for, and more, each once. Errors: wrong_usage for what is no expression of the
+// entries of the plan, and when two of one name differ.
+std::vector<std::string> expressions_of(const batch_plan &plan,
+                                        const std::vector<std::string> &more);
+
+// Errors: bad_input for damaged parts.
+std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_lines &lines,
+                                         all_parts &parts,
+                                         const std::vector<std::string> &expressions);
+
+// derived.tsv and the JSON that describes it: a row for each expression of each spectrum.
+std::string derived_table(const batch_plan &plan, const plan_lines &lines,
+                          const std::vector<derived_column> &columns);
+std::string derived_table_dictionary(const batch_plan &plan);
+
+} // namespace tools
