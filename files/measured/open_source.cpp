@@ -42,10 +42,13 @@ static std::string format_of(const std::string &file) {
     if (ends({".basis"}))
         throw tool_error(wrong_usage, file + ": a basis set; varokel-import basis turns it into "
                                              "patterns");
-    if (ends({".dat", ".ima", ".dcm", ".7", ".mrui", ".data", ".list"}))
-        throw tool_error(bad_input, file + ": a format that is not read here; spec2nii converts "
-                                           "files of scanners to NIfTI-MRS, which is. --format "
-                                           "names the format of a file with an unusual ending");
+    // 128 bytes of any kind, then this word, whatever the file is called
+    const bool is_dicom = first_bytes(file).substr(0, 132).ends_with("DICM");
+    if (is_dicom || ends({".dat", ".ima", ".dcm", ".7", ".mrui", ".data", ".list"}))
+        throw tool_error(bad_input, file + (is_dicom ? ": DICOM, which" : ": a format that") +
+                                        " is not read here; spec2nii converts "
+                                        "files of scanners to NIfTI-MRS, which is. --format "
+                                        "names the format of a file with an unusual ending");
     return "float32";
 }
 

@@ -188,6 +188,11 @@ refused bad.f32 'whole points of 8 bytes' --dwell 0.001
 # formats of scanners that are not read: who converts them
 cp good.f32 x.dcm
 refused x.dcm spec2nii
+# DICOM under any name: a word behind 128 bytes
+{ head -c 128 /dev/zero; printf 'DICM'; head -c 4000 /dev/zero; } >IM_0001
+refused IM_0001 'DICOM, which is not read here; spec2nii converts'
+cp IM_0001 measured.f32
+refused measured.f32 'spec2nii'
 status 3 "$import" missing.nii -o run
 status 3 "$import" . -o run
 true_that 'nothing was made' test ! -e run
