@@ -30,9 +30,10 @@ struct spectrum_options {
     std::optional<std::string> nucleus, axis;
     std::string reference_text; // of the command line, read into the following
     std::optional<tools::reference_peak> reference_peak; // sets the ppm axis
-    std::string remove_water; // empty or "low:high" [ppm]: lines that are taken out
-    std::string noise;        // empty or "first:last"
-    std::string reference;    // file of the FID of a single strong line
+    std::string remove_water;  // empty or "low:high" [ppm]: lines that are taken out
+    long long water_order = 0; // of what describes the FID for that; 0: by what is left
+    std::string noise;         // empty or "first:last"
+    std::string reference;     // file of the FID of a single strong line
     bool eddy = false;
     long long memory = 128; // for the FIDs of one pass over the file [MiB]
 };

@@ -3,7 +3,7 @@
 
 #include "files/base/tool_error.h"
 #include "files/spectra/point_range.h"
-#include "files/measured/remove_lines.h"
+#include "files/measured/remove_stretch.h"
 #include "files/measured/signal_items.h"
 #include "files/measured/text_items.h"
 
@@ -156,6 +156,7 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
                 source.warnings.push_back("coils are averaged as they are; with unlike phases "
                                           "they cancel. Combine them first if so");
     items_ = common_items(source, conjugated_, rises_, points_);
+    water_order_ = static_cast<int>(own.water_order);
     if (!own.remove_water.empty()) {
         removed_ = removed_stretch(own.remove_water);
         if (!facts.mhz || !facts.ppm_at_carrier)
@@ -201,32 +202,37 @@ static double power_of(const complex_signal &fid) {
 }
 
 void spectrum_conversion::take_lines_out(complex_signal &fid, ordered_json *sidecar) const {
-    static constexpr int order = 25;
     const double carrier = items_["ppm_at_carrier"].get<double>();
-    const double per_ppm = (rises_ ? 1.0 : -1.0) * items_["spectrometer_mhz"].get<double>() *
-                           items_["dwell_time_s"].get<double>();
+    const double dwell = items_["dwell_time_s"].get<double>();
+    const double per_ppm = (rises_ ? 1.0 : -1.0) * items_["spectrometer_mhz"].get<double>() * dwell;
     const auto [low, high] = std::minmax(
         {(removed_->first - carrier) * per_ppm, (removed_->second - carrier) * per_ppm});
     const double before = power_of(fid);
-    const std::vector<oscillation> lines =
-        remove_lines(fid, static_cast<std::size_t>(points_before_zeros(fid)), low, high, order);
+    const long long measured = points_before_zeros(fid);
+    const removed_stretch_lines removed =
+        remove_stretch(*plan_, fid, static_cast<std::size_t>(measured), low, high, water_order_);
     if (sidecar == nullptr) return;
     ordered_json &own = (*sidecar)["lines_removed"];
-    own = {{"from_ppm", removed_->first}, {"to_ppm", removed_->second}, {"order", order}};
+    own = {{"from_ppm", removed_->first}, {"to_ppm", removed_->second}, {"order", removed.order}};
+    own["order_chosen_by"] = water_order_ > 0 ? "option" : "what is left in the stretch";
+    own["left_over_noise"] = removed.left_over_noise;
+    own["points"] = measured; // of the FID that the lines were taken out of
     own["lines"] = ordered_json::array();
-    for (const oscillation &each : lines)
+    for (const oscillation &each : removed.lines)
         own["lines"].push_back(
             {{"ppm", carrier + each.frequency / per_ppm},
-             {"width_hz", each.damping / (std::numbers::pi * items_["dwell_time_s"].get<double>())},
-             {"amplitude", std::abs(each.amplitude)}});
+             {"width_hz", each.damping / (std::numbers::pi * dwell)},
+             {"amplitude", std::abs(each.amplitude)},
+             {"phase_degrees", std::arg(each.amplitude) * 180.0 / std::numbers::pi}});
     const double percent = before > 0.0 ? 100.0 * (1.0 - power_of(fid) / before) : 0.0;
     own["power_percent"] = percent;
-    char text[160];
-    std::snprintf(
-        text, sizeof text,
-        "lines from %.4g to %.4g ppm were taken out of the FID: %zu of %d, %.3g %% of its "
-        "power",
-        removed_->first, removed_->second, lines.size(), order, percent);
+    char text[240];
+    std::snprintf(text, sizeof text,
+                  "lines from %.4g to %.4g ppm were taken out of the FID: %zu of %d (%s), %.3g %% "
+                  "of its power; %.2g times the noise is left there",
+                  removed_->first, removed_->second, removed.lines.size(), removed.order,
+                  water_order_ > 0 ? "--water-order" : "chosen by what is left", percent,
+                  removed.left_over_noise);
     own["text"] = text;
 }
 

@@ -70,6 +70,7 @@ class spectrum_conversion {
     long long measured_ = 0, with_zeros_ = 0; // most of all FIDs; FIDs with zeros at the end
     ordered_json items_;
     std::optional<std::pair<double, double>> removed_; // stretch that is taken out [ppm]
+    int water_order_ = 0;                              // that is asked for; 0: by what is left
     std::string removed_remark_;                       // of the first spectrum
     std::vector<std::string> axis_remarks_, axis_warnings_;
     long long mirrored_ = 0, unknown_noise_ = 0;

@@ -69,8 +69,8 @@ static void read_sidecar(run_result &run) {
         static_cast<void>(sidecar.number(item)); // a word would be taken for an absent item later
     run.sidecar = sidecar.items();
     run.files_read.push_back(file);
-    if (const auto text = sidecar.inside("lines_removed").text("text")) run.notes.push_back(*text);
-    if (const auto text = sidecar.inside("reference_peak").text("text")) run.notes.push_back(*text);
+    for (const char *const item : notes_of_import)
+        if (const auto text = sidecar.inside(item).text("text")) run.notes.push_back(*text);
 }
 
 // What the pre-alignment of the first step did.

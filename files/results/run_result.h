@@ -101,6 +101,9 @@ struct run_result {
     std::pair<long long, long long> view() const;
 };
 
+// Items of a sidecar whose "text" says what was done to the data before the fit.
+inline constexpr const char *notes_of_import[] = {"lines_removed", "reference_peak"};
+
 struct result_options {
     std::string names_file, start_file, log_file; // empty: looked for in the folder
     bool quality_before = true;                   // evaluates the start values, too

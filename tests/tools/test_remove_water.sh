@@ -39,7 +39,15 @@ cell() {
 status 0 "$programs/varokel-fit" dry.nii peaks.txt -o dry
 status 0 "$programs/varokel-fit" wet.nii peaks.txt -o removed --remove-water 4.2:5.1
 holds err 'lines from 4.2 to 5.1 ppm were taken out of the FID'
+true_that 'it is said once' test "$(grep -c 'were taken out of the FID' err)" -eq 1
 holds removed/report.html 'lines from 4.2 to 5.1 ppm were taken out of the FID'
+holds removed/wet.json '"order_chosen_by": "what is left in the stretch"'
+true_that 'little more than noise is left' perl -0777 -ne 'exit !(/"left_over_noise": ([\d.]+)/ && $1 < 2)' removed/wet.json
+# too few oscillations leave water, which is said
+status 0 "$programs/varokel-import" wet.nii -o few --remove-water 4.2:5.1 --water-order 2
+holds err '2 of 2 (--water-order)'
+true_that 'more than noise is left' perl -0777 -ne 'exit !(/"left_over_noise": ([\d.]+)/ && $1 > 3)' few/wet.json
+status 2 "$programs/varokel-import" wet.nii -o none --remove-water 4.2:5.1 --water-order 0
 holds removed/wet.json '"power_percent": 99.9'
 for row in 1 2; do # the same noise: what differs is what the removal did
     true_that "area of row $row as without water" perl -e 'exit !(abs($ARGV[0] / $ARGV[1] - 1) < 0.005)' -- \
