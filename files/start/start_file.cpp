@@ -129,7 +129,7 @@ void refuse_what_fails(const start_file &start, const std::string &source, fitte
     };
     const int count = static_cast<int>(start.entries.size());
     if (count < 1) refuse("no lines and no patterns; expected at least one");
-    const bool searched = by == fitted_by::search;
+    const bool searched = by != fitted_by::engine;
     if (searched && count > search_limits::entries)
         refuse(std::to_string(count) + " lines and patterns; expected up to " +
                std::to_string(search_limits::entries) + " (the exact fit takes more)");

@@ -92,7 +92,7 @@ bool is_used(int quantity, int type);
 //
 // search: the fitter's, which holds 49 entries and patterns of 4096 points; the engine has neither
 // limit.
-enum class fitted_by { search, engine };
+enum class fitted_by { search, engine, search_then_engine };
 void refuse_what_fails(const start_file &start, const std::string &source,
                        fitted_by by = fitted_by::search);
 

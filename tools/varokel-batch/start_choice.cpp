@@ -42,7 +42,8 @@ static std::vector<std::string> read_names(const std::string &file) {
 
 // Whose limits the start files keep.
 static fitted_by limits_of(fit_method method) {
-    return method == fit_method::exact ? fitted_by::engine : fitted_by::search;
+    if (method == fit_method::exact) return fitted_by::engine;
+    return method == fit_method::both ? fitted_by::search_then_engine : fitted_by::search;
 }
 
 static void copy_patterns(start_file &start, const std::string &beside, const std::string &work,
