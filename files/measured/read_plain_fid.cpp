@@ -54,6 +54,7 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
     json_facts read;
     read.points = about.positive_integer("n_points");
     read.spectra = about.positive_integer("n_spectra");
+    read.step_seconds = about.positive_number("time_step_s");
     signal_facts &facts = read.facts;
     facts.dwell_time = about.positive_number("dwell_time_s");
     facts.mhz = about.positive_number("spectrometer_MHz");
@@ -64,6 +65,11 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
     if (const auto date = about.text("date")) facts.date = date_of(*date);
     facts.begin_time = about.number("begin_time_s");
     if (!facts.begin_time) facts.begin_time = about.number("dead_time_s");
+    if (!facts.echo_time)
+        if (const auto time = about.positive_number("TE_ms")) facts.echo_time = *time / 1e3;
+    if (!facts.repetition_time)
+        if (const auto time = about.positive_number("TR_ms")) facts.repetition_time = *time / 1e3;
+    facts.averages = about.positive_number("averages");
     facts.nucleus = about.text("nucleus");
     facts.ppm_rises_with_points = about.truth("ppm_rises_with_points").value_or(true);
     const long long last = read.points.value_or(points_in_file) - 1;
@@ -82,6 +88,7 @@ void apply_json(spectrum_source &source, const std::string &json, long long poin
         source.facts.fit_points.reset();
     }
     split_into_spectra(source, points_in_file, points ? points : about.points, "spectrum");
+    source.axes.front().step_seconds = about.step_seconds;
     if (!points && about.spectra && *about.spectra != source.spectra())
         throw tool_error(bad_input, source.file + ": holds " + std::to_string(source.spectra()) +
                                         " spectra of " + std::to_string(source.points) +

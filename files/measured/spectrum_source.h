@@ -30,6 +30,7 @@ struct signal_facts {
     std::optional<double> begin_time;              // of the first point [s]
     std::optional<double> echo_time;               // [s]
     std::optional<double> repetition_time;         // [s]
+    std::optional<double> averages;                // that an FID is the sum or the mean of
     std::optional<std::array<double, 3>> voxel_mm; // edges of the voxel [mm], in the file's order
     std::optional<std::string> date;               // of the measurement, as the file has it
     std::optional<std::string> nucleus;            // such as "31P"
@@ -48,7 +49,8 @@ struct guessed_value {
 struct source_axis {
     std::string name;
     long long size = 1;
-    bool spatial = false; // a voxel coordinate
+    bool spatial = false;                    // a voxel coordinate
+    std::optional<double> step_seconds = {}; // from one place to the next, where it is known
 };
 
 // The FID of one spectrum is added to one sum.

@@ -97,16 +97,16 @@ void add_spectrum_options(option_parser &app, spectrum_options &options, const s
                    "take the lines between two shifts out of the FID, such as residual water: "
                    "4.2:5.1 [ppm]")
         ->type_name("LOW:HIGH");
-}
-
-void add_reference_options(option_parser &app, spectrum_options &options,
-                           const std::string &group) {
-    const heading all(app, group);
     app.add_option("--water-order", options.water_order,
                    "damped oscillations that describe the FID for --remove-water (default: 25, 40 or "
                    "60, by what is left)")
         ->type_name("N")
         ->check(in_range(1, 200));
+}
+
+void add_reference_options(option_parser &app, spectrum_options &options,
+                           const std::string &group) {
+    const heading all(app, group);
     app.add_option("--reference", options.reference,
                    "FID of a strong single line (water) of the same voxel: written as .ref, the "
                    "measured lineshape of fit mode 2")

@@ -36,6 +36,7 @@ void make_plan(const plan_options &options) {
     } else {
         plan_signals(options, work, batch);
     }
+    if (!options.time_step.empty()) take_time_step(batch, options.time_step);
     ordered_json sidecar = {{"points", batch.points}};
     sidecar.update(batch.scale);
     if (batch.source.contains("guessed")) sidecar["guessed"] = batch.source["guessed"];

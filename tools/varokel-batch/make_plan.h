@@ -17,6 +17,7 @@ struct plan_options {
     std::string start, peaks, names; // start file or table of peaks; names of the entries
     std::string mask, select, values = "same", method = "exact";
     std::string keep;                // empty, all, none or worst:N
+    std::string time_step;           // empty, "S" or "DIM=S": seconds between places of a series
     std::vector<std::string> derive; // behind those of the table
     std::vector<std::string> command;
 };

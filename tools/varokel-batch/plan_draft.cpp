@@ -7,6 +7,7 @@
 #include "files/base/tool_error.h"
 #include "files/measured/text_items.h"
 
+#include <cmath>
 #include <iostream>
 #include <set>
 #include <sstream>
@@ -66,6 +67,33 @@ void keep_selected(plan_draft &batch, std::vector<std::size_t> &origin,
         }
     batch.spectra = std::move(kept);
     origin = std::move(kept_origin);
+}
+
+std::vector<double> seconds_of(long long places, double step) {
+    std::vector<double> seconds;
+    for (long long i = 0; i < places; ++i) seconds.push_back(step * static_cast<double>(i));
+    return seconds;
+}
+
+void take_time_step(plan_draft &batch, const std::string &time_step) {
+    const std::size_t equals = time_step.find('=');
+    const std::string name = equals == std::string::npos ? "" : time_step.substr(0, equals);
+    const std::optional<double> step =
+        number_of(equals == std::string::npos ? time_step : time_step.substr(equals + 1));
+    const auto refuse = [&](const std::string &what) {
+        throw tool_error(wrong_usage, "--time-step " + time_step + ": " + what);
+    };
+    if (!step || !(*step > 0.0) || !std::isfinite(*step))
+        refuse("expected seconds above 0, as 3, or DIM_DYN=3");
+    plan_axis *found = nullptr;
+    for (plan_axis &axis : batch.axes) {
+        if (axis.spatial || axis.size < 2 || (!name.empty() && axis.name != name)) continue;
+        if (found != nullptr)
+            refuse("there are several dimensions; expected one of them, as " + found->name + "=3");
+        found = &axis;
+    }
+    if (found == nullptr) refuse("there is no series" + (name.empty() ? "" : " " + name));
+    found->seconds = seconds_of(found->size, *step);
 }
 
 void take_scale(plan_draft &batch, const ordered_json &sidecar) {

@@ -36,6 +36,12 @@ void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, part_fil
 void keep_selected(plan_draft &batch, std::vector<std::size_t> &origin,
                    const plan_options &options);
 
+// Times of so many places, the first at 0.
+std::vector<double> seconds_of(long long places, double step);
+
+// What --time-step says of an axis. Errors: wrong_usage when there is none that it can be.
+void take_time_step(plan_draft &batch, const std::string &time_step);
+
 // What all spectra share of a sidecar.
 void take_scale(plan_draft &batch, const ordered_json &sidecar);
 

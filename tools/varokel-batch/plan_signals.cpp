@@ -80,6 +80,8 @@ static bool take_axes(const spectrum_source &source, plan_draft &batch) {
         if (axis.spatial || axis.size > 1) // the column "spectrum" has the names
             batch.axes.push_back(
                 {axis.name == "spectrum" ? "index" : axis.name, axis.size, axis.spatial});
+        if (!batch.axes.empty() && axis.step_seconds && !axis.spatial && axis.size > 1)
+            batch.axes.back().seconds = seconds_of(axis.size, *axis.step_seconds);
         if (!axis.spatial) continue;
         ++directions;
         voxels = std::max(voxels, axis.size);

@@ -27,6 +27,10 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
                    "derive: of the table; may be repeated")
         ->type_name("EXPR")
         ->allow_extra_args(false);
+    app.add_option("--time-step", own.time_step,
+                   "seconds from one spectrum of a series to the next, for tables and pages; with "
+                   "several dimensions as DIM_DYN=3")
+        ->type_name("[DIM=]S");
     app.add_option("--mask", own.mask, "image; voxels above 0 are fitted")->type_name("NIFTI");
     app.add_option("--select", own.select, "spectra by number, such as 0:99,200")
         ->type_name("LIST");

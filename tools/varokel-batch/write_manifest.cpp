@@ -39,9 +39,9 @@ static ordered_json head_of(const plan_options &options, const plan_draft &batch
     head["points"] = batch.points;
     head["axes"] = ordered_json::array();
     for (const plan_axis &axis : batch.axes) {
-        head["axes"].push_back(
-            {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}});
-        if (!axis.seconds.empty()) head["axes"].back()["seconds"] = axis.seconds;
+        ordered_json item = {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}};
+        if (!axis.seconds.empty()) item["seconds"] = axis.seconds;
+        head["axes"].push_back(std::move(item));
     }
     head["grid"] = batch.grid;
     head["values"] = options.values;
