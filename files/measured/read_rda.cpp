@@ -40,6 +40,13 @@ struct rda_header {
                                             "; expected a number above 0");
         return value;
     }
+    // Of what only amounts need: 0 and words are as good as nothing.
+    std::optional<double> if_positive(const char *name) const {
+        const auto at = items.find(lower_case(name));
+        if (at == items.end()) return std::nullopt;
+        const std::optional<double> value = number_with_comma(at->second.value);
+        return value && *value > 0.0 && std::isfinite(*value) ? value : std::nullopt;
+    }
     // Edges of the voxel [mm]; of a grid or without one of them they are not known.
     std::optional<std::array<double, 3>> edges(const std::array<const char *, 3> &names) const {
         std::array<double, 3> mm{};
@@ -120,6 +127,7 @@ std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
     if (const auto echo_ms = header.positive("TE")) facts.echo_time = *echo_ms / 1e3;
     if (const auto repetition_ms = header.positive("TR"))
         facts.repetition_time = *repetition_ms / 1e3;
+    facts.averages = header.if_positive("NumberOfAverages");
     facts.voxel_mm = header.edges({"VOIReadoutFOV", "VOIPhaseFOV", "VOIThickness"});
     if (const auto at = header.items.find("studydate"); at != header.items.end())
         facts.date = date_of(at->second.value);

@@ -134,6 +134,7 @@ std::unique_ptr<spectrum_source> read_sdat(const std::string &file) {
     if (const auto time = items.number("echo_time")) facts.echo_time = *time / 1e3;
     if (const auto time = items.number("repetition_time"); time && *time > 0.0)
         facts.repetition_time = *time / 1e3;
+    if (const auto count = items.number("averages"); count && *count > 0.0) facts.averages = count;
     const auto ap = items.number("ap_size"), lr = items.number("lr_size"),
                cc = items.number("cc_size");
     if (ap && lr && cc && *ap > 0.0 && *lr > 0.0 && *cc > 0.0)

@@ -88,6 +88,7 @@ ordered_json common_items(const spectrum_source &source, bool conjugated, bool r
     if (facts.nucleus) items["nucleus"] = *facts.nucleus;
     if (facts.echo_time) items["echo_time_s"] = *facts.echo_time;
     if (facts.repetition_time) items["repetition_time_s"] = *facts.repetition_time;
+    if (facts.averages) items["averages"] = *facts.averages;
     if (facts.voxel_mm) items["voxel_mm"] = *facts.voxel_mm;
     if (facts.date) items["date"] = *facts.date;
     if (facts.begin_time) {

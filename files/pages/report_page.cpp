@@ -104,6 +104,16 @@ static std::string entries_of(const run_result &run) {
     return html;
 }
 
+// What the amounts of a water reference stand on.
+static std::string assumed_of(const run_result &run) {
+    const auto water = run.sidecar.find("water_reference");
+    if (water == run.sidecar.end() || !water->contains("assumed")) return "";
+    std::string html = "<p class=\"muted\">Amounts by water:</p>\n<ul class=\"muted\">\n";
+    for (const auto &text : (*water)["assumed"])
+        if (text.is_string()) html += element("li", "", text.get<std::string>()) + "\n";
+    return html + "</ul>\n";
+}
+
 static std::string derived_of(const reported_run &reported) {
     if (reported.derived.empty()) return "";
     std::string html =
@@ -113,13 +123,15 @@ static std::string derived_of(const reported_run &reported) {
         "1 SD</th><th scope=\"col\">2 SD</th><th scope=\"col\">1 SD, %</th></tr>"
         "</thead>\n<tbody>\n";
     for (const derived_area &d : reported.derived)
-        html += "<tr>" + element("th", "scope=\"row\"", d.name) +
-                element("td", "class=\"text\"", d.expression) +
-                element("td", "", with_digits_of(d.value, d.error_1sd)) +
-                element("td", "", short_number(d.error_1sd)) +
-                element("td", "", short_number(2.0 * d.error_1sd)) + percent_cell(d.percent_1sd()) +
-                "</tr>\n";
-    html += "</tbody></table></div>\n";
+        html +=
+            "<tr>" + element("th", "scope=\"row\"", d.name) +
+            element("td", "class=\"text\"", d.expression) +
+            element("td", "",
+                    with_digits_of(d.value, d.error_1sd) + (d.unit.empty() ? "" : " " + d.unit)) +
+            element("td", "", short_number(d.error_1sd)) +
+            element("td", "", short_number(2.0 * d.error_1sd)) + percent_cell(d.percent_1sd()) +
+            "</tr>\n";
+    html += "</tbody></table></div>\n" + assumed_of(reported.run);
     html +=
         reported.run.covariance_agrees
             ? "<p class=\"muted\">With the covariance of the areas, recomputed from the fitted "

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "files/spectra/reference_peak.h"
+#include "files/start/amount_rows.h"
 #include "files/start/start_file.h"
 
 #include <array>
@@ -19,10 +20,6 @@ namespace tools {
 
 enum class table_unit { none, ppm, hz, points, degrees };
 const char *unit_name(table_unit unit);
-
-struct table_place {
-    int line = 0, column = 0; // from 1; 0: not from a file
-};
 
 enum class cell_kind { unused, number, estimate, link };
 
@@ -74,6 +71,7 @@ struct peak_table {
     std::optional<table_interval> noise;
     std::optional<reference_peak> reference; // sets the ppm axis of the spectra
     std::vector<std::string> derived;        // NAME = EXPRESSION
+    amount_rows amounts;                     // by a water reference
     std::optional<std::string> followed, data_format;
     std::optional<int> ignored, verbose, ranges;
     std::optional<bool> errors;

@@ -155,6 +155,14 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
     } else if (word == "derive") {
         table.derived.push_back(scan.rest());
         if (table.derived.back().empty()) scan.refuse("NAME = EXPRESSION, such as PCr/GATP");
+    } else if (word == "water") {
+        table.amounts.water.push_back(read_water_row(table, scan.rest(), place));
+    } else if (word == "amount") {
+        table.amounts.amounts.push_back(read_amount_row(table, scan.rest(), place));
+    } else if (word == "te") {
+        table.amounts.echo_time = read_time(table, scan.rest(), place);
+    } else if (word == "tr") {
+        table.amounts.repetition_time = read_time(table, scan.rest(), place);
     } else if (word == "noise") {
         table.noise = read_interval(scan);
     } else if (word == "points") {
@@ -195,9 +203,8 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
     } else {
         refuse_at(table, place,
                   "found the key \"" + std::string(key) +
-                      "\"; expected strategy, step, interval, noise, reference, derive, tolerance, "
-                      "follow, "
-                      "measured, "
+                      "\"; expected strategy, step, interval, noise, reference, derive, water, "
+                      "amount, te, tr, tolerance, follow, measured, "
                       "ignore, lineshape, coefficients, points, hz_per_point, phi_1, ranges, "
                       "verbose, errors or format before the colon");
     }

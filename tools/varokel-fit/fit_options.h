@@ -15,6 +15,8 @@ struct fit_options {
     spectrum_options spectrum;
     std::string peaks, output, program;
     std::vector<std::string> derive;
+    std::string water; // file of the water of the same voxel
+    std::optional<double> water_scale, echo_time, repetition_time;
     int jobs = 1;
     unsigned limit = 0;
     std::string method = "both"; // or exact, classic

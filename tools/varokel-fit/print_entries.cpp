@@ -2,6 +2,7 @@
 // print_entries.cpp -- the entries of a fit on the terminal
 #include "varokel-fit/print_entries.h"
 
+#include "files/results/amounts.h"
 #include "files/results/derived_area.h"
 #include "files/results/number_text.h"
 
@@ -37,15 +38,18 @@ static void print_columns(const std::vector<std::vector<std::string>> &cells) {
 }
 
 static void print_derived(const run_result &run, const std::vector<std::string> &derive) {
-    if (derive.empty()) return;
+    std::vector<derived_area> all;
+    for (const std::string &text : derive) all.push_back(derive_area(run, text));
+    for (const derived_area &amount : amounts_of(run)) all.push_back(amount);
+    if (all.empty()) return;
     std::vector<std::vector<std::string>> cells = {{"derived", "value", "%"}};
-    for (const std::string &text : derive) {
-        const derived_area d = derive_area(run, text);
+    for (const derived_area &d : all) {
         std::string value = with_digits_of(d.value, d.error_1sd);
         if (std::isfinite(d.error_1sd)) value += " +- " + short_number(d.error_1sd);
         char percent[40] = "n/a";
         if (std::isfinite(d.percent_1sd()))
             std::snprintf(percent, sizeof percent, "%.1f", d.percent_1sd());
+        if (!d.unit.empty()) value += " " + d.unit;
         cells.push_back({d.name, value, percent});
     }
     print_columns(cells);

@@ -24,6 +24,7 @@
 #include "varokel-fit/output_folder.h"
 #include "varokel-fit/print_entries.h"
 #include "varokel-fit/run_fits.h"
+#include "varokel-fit/water_amounts.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -168,13 +169,15 @@ static std::vector<std::string> derived_of(const fit_options &own, const tools::
     all.insert(all.end(), own.derive.begin(), own.derive.end());
     for (const std::string &expression : all)
         tools::check_derived_area(names, own.peaks, expression);
+    for (const tools::amount_row &row : table.amounts.amounts)
+        tools::check_derived_area(names, own.peaks, row.name + "=" + row.expression);
     return all;
 }
 
 // What is read; what the import finds beside the measured files stands in their folders.
 static std::vector<std::string> inputs_of(const fit_options &own, const tools::peak_table &table) {
     std::vector<std::string> inputs = {own.input.input, own.peaks, own.input.json,
-                                       own.spectrum.reference};
+                                       own.spectrum.reference, own.water};
     for (const tools::table_row &row : table.rows)
         if (!row.pattern_file.empty())
             inputs.push_back(tools::find_pattern_file(own.peaks, row.pattern_file));
@@ -201,6 +204,17 @@ static int look(const std::vector<tools::prepared_fit> &fits, tools::output_fold
     return static_cast<int>(all ? tools::all_right : tools::different);
 }
 
+// Notes that the import has printed already.
+static bool was_said_at_import(const tools::run_result &run, const std::string &text) {
+    return std::any_of(std::begin(tools::notes_of_import), std::end(tools::notes_of_import),
+                       [&](const char *item) {
+                           const auto at = run.sidecar.find(item);
+                           if (at == run.sidecar.end()) return false;
+                           const auto said = at->find("text");
+                           return said != at->end() && *said == text;
+                       });
+}
+
 // The fitter. Errors: bad_input when it is not there.
 static std::string fitter_of(const fit_options &own) {
     const std::string program =
@@ -217,9 +231,14 @@ static std::string fitter_of(const fit_options &own) {
 static std::vector<tools::prepared_fit> prepare_fits(const fit_options &own, const fs::path &work,
                                                      tools::peak_table table, bool searches) {
     const std::vector<std::string> names = import(own, work, table.reference);
+    if (!own.water.empty())
+        for (const std::string &text : tools::add_water(own, table.amounts, work.string(), names))
+            warn(text);
+    const tools::fitted_by by = own.method == "exact"  ? tools::fitted_by::engine
+                                : own.method == "both" ? tools::fitted_by::search_then_engine
+                                                       : tools::fitted_by::search;
     tools::start_maker maker(std::move(table),
-                             {fs::absolute(own.peaks).parent_path().string(), "."},
-                             searches ? tools::fitted_by::search : tools::fitted_by::engine);
+                             {fs::absolute(own.peaks).parent_path().string(), "."}, by);
     std::vector<tools::prepared_fit> fits;
     guess_list guesses;
     for (const std::string &name : names) {
@@ -298,7 +317,8 @@ static fit_results show_fits(const fit_options &own, const std::vector<tools::pr
         if (judged.status == tools::fit_status::at_limit) ++all.at_limit;
         if (fits.size() > 1) continue;
         for (const std::string &text : run.warnings) warn(text);
-        for (const std::string &text : run.notes) warn(text);
+        for (const std::string &text : run.notes)
+            if (!was_said_at_import(run, text)) warn(text);
         tools::print_entries(run, derived);
     }
     return all;
@@ -307,6 +327,7 @@ static fit_results show_fits(const fit_options &own, const std::vector<tools::pr
 static int fit(const fit_options &own) {
     tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
     const std::vector<std::string> derived = derived_of(own, table);
+    tools::check_amounts(own, table);
     if (table.fit_mode == 2 && own.spectrum.reference.empty())
         throw tool_error(tools::bad_input,
                          own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "

@@ -4,6 +4,7 @@
 #include "files/base/tool_error.h"
 #include "files/batch/derived_batch.h"
 #include "files/nifti/write_nifti_mrs.h"
+#include "files/results/amounts.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
@@ -275,6 +276,7 @@ static int write_report(const report_options &options) {
     std::string results = tools::results_header(), quality = tools::quality_header();
     std::string derived = tools::derived_header();
     std::size_t failed = 0, done = 0;
+    bool any_derived = false;
     const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
     for (const auto &place : places) { // one at a time: the signals of many need much storage
         reported_run reported{read_or_say_why(place, options, alone), {}};
@@ -282,6 +284,10 @@ static int write_report(const report_options &options) {
         if (run.fitted)
             for (const std::string &text : options.derive)
                 reported.derived.push_back(tools::derive_area(run, text));
+        if (run.fitted)
+            for (const tools::derived_area &amount : tools::amounts_of(run))
+                reported.derived.push_back(amount);
+        any_derived = any_derived || !reported.derived.empty();
         if (run.judgement.status == tools::fit_status::not_fitted) ++failed;
         inputs.insert(inputs.end(), run.files_read.begin(), run.files_read.end());
         run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
@@ -311,7 +317,7 @@ static int write_report(const report_options &options) {
     write({in_output("results.json"), tools::results_dictionary()});
     write({in_output("quality.tsv"), quality});
     write({in_output("quality.json"), tools::quality_dictionary()});
-    if (!options.derive.empty()) {
+    if (!options.derive.empty() || any_derived) {
         write({in_output("derived.tsv"), derived});
         write({in_output("derived.json"), tools::derived_dictionary()});
     }

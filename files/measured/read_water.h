@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// read_water.h -- the water of the same voxels as some data, out of a file of its own
+#pragma once
+
+#include "files/measured/conversion_options.h"
+#include "files/measured/water_signal.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+struct water_file {
+    std::string file, sha256;
+    std::vector<water_signal> signals; // one, or one for each spectrum of the data
+    std::optional<double> echo_time, repetition_time, averages; // as its metadata say
+    std::optional<double> data_averages;                        // of the data
+};
+
+// Given:
+//   file      of water without suppression, read with the options of the data (format, coils,
+//             averages, index) as far as they hold for it
+//   options   own: of the data
+// Errors: bad_input when it is no reference of the data (reference_check.h), has another dwell time
+//         or a number of FIDs that is neither 1 nor that of the data.
+water_file read_water(const std::string &file, const input_options &options,
+                      const spectrum_options &own);
+
+} // namespace tools

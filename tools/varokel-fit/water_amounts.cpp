@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "varokel-fit/water_amounts.h"
+
+#include "files/base/output_file.h"
+#include "files/base/read_json.h"
+#include "files/base/tool_error.h"
+#include "files/measured/read_water.h"
+#include "files/results/amounts.h"
+#include "files/results/number_text.h"
+
+#include <cmath>
+#include <filesystem>
+
+namespace tools {
+
+void check_amounts(const fit_options &own, const peak_table &table) {
+    if (own.water.empty()) {
+        if (own.water_scale)
+            throw tool_error(wrong_usage, "--water-scale is of the file of --water; expected one");
+        return;
+    }
+    if (table.amounts.amounts.empty())
+        throw tool_error(wrong_usage, "--water: " + own.peaks +
+                                          " has no row \"amount\"; expected one for each amount, "
+                                          "as \"amount: NAA, protons=3\"");
+    refuse_odd_water(table);
+}
+
+// Who says a time: the option, the table, or the file; the first wins.
+static std::optional<double> first_of(std::optional<double> option, std::optional<double> table,
+                                      const ordered_json &sidecar, const char *item,
+                                      const char *what, std::vector<std::string> &said) {
+    const char *from = "the command line";
+    std::optional<double> time = option;
+    if (!time) {
+        time = table;
+        from = "the table";
+    }
+    if (!time && sidecar.contains(item) && sidecar[item].is_number()) {
+        time = sidecar[item].get<double>();
+        from = "the file";
+    }
+    if (time)
+        said.push_back(std::string(what) + " " + short_link_number(*time) + " s from " + from);
+    return time;
+}
+
+// What the files have in common, or are taken to have.
+static std::vector<std::string> scale_said(const water_file &water, std::optional<double> scale) {
+    std::vector<std::string> said;
+    if (scale)
+        said.push_back("the area of water is multiplied by " + short_link_number(*scale) +
+                       " (--water-scale)");
+    else
+        said.push_back("receiver gain and unit of both files are taken as equal (else: "
+                       "--water-scale)");
+    if (!scale && water.averages && water.data_averages && *water.averages != *water.data_averages)
+        said.push_back("the data are of " + short_link_number(*water.data_averages) +
+                       " averages and the water of " + short_link_number(*water.averages) +
+                       ": both are taken as means; where the files hold sums, --water-scale " +
+                       short_link_number(*water.data_averages / *water.averages));
+    return said;
+}
+
+static std::string signal_text(const water_file &water, const water_signal &signal) {
+    const double percent = 100.0 * signal.area_error / signal.area;
+    return "water of " + water.file + ": area " + short_link_number(signal.area) + " +- " +
+           short_number(percent) + " %, the magnitude of its points " +
+           std::to_string(signal.first) + " to " +
+           std::to_string(signal.first + signal.points - 1) +
+           " taken back to time 0 as of one Voigt line (misfit " +
+           short_number(100.0 * signal.misfit) + " %)";
+}
+
+std::vector<std::string> add_water(const fit_options &own, const amount_rows &rows,
+                                   const std::string &folder,
+                                   const std::vector<std::string> &names) {
+    // a line that is not Voigt by so much gives an area that is off by about as much
+    static constexpr double doubtful_misfit = 0.02;
+    const water_file water = read_water(own.water, own.input, own.spectrum);
+    if (water.signals.size() != 1 && water.signals.size() != names.size())
+        throw tool_error(bad_input, own.water + ": gives " + std::to_string(water.signals.size()) +
+                                        " FIDs of water for " + std::to_string(names.size()) +
+                                        " spectra that are not all zero; expected one for each");
+    std::vector<std::string> remarks;
+    for (std::size_t s = 0; s < names.size(); ++s) {
+        const water_signal &signal = water.signals[water.signals.size() == 1 ? 0 : s];
+        const std::string file = (std::filesystem::path(folder) / (names[s] + ".json")).string();
+        ordered_json sidecar = json_of_file(file);
+        std::vector<std::string> said = {signal_text(water, signal)};
+        if (signal.misfit > doubtful_misfit)
+            said.push_back("the water is no single Voigt line: its area may be off by more than "
+                           "its error");
+        for (const std::string &text : scale_said(water, own.water_scale)) said.push_back(text);
+        amount_rows own_rows = rows;
+        own_rows.echo_time =
+            first_of(own.echo_time, rows.echo_time, sidecar, "echo_time_s", "echo time", said);
+        own_rows.repetition_time = first_of(own.repetition_time, rows.repetition_time, sidecar,
+                                            "repetition_time_s", "repetition time", said);
+        water_measurement measured = {signal.area, signal.area_error, own.water_scale.value_or(1.0),
+                                      water.echo_time, water.repetition_time};
+        const auto like_data = [&](std::optional<double> &of_water, std::optional<double> of_data,
+                                   const char *what) {
+            if (!of_water && of_data)
+                said.push_back(std::string(what) + " of the water is taken "
+                                                   "as that of the data");
+            if (!of_water) of_water = of_data;
+        };
+        like_data(measured.echo_time, own_rows.echo_time, "echo time");
+        like_data(measured.repetition_time, own_rows.repetition_time, "repetition time");
+        ordered_json item = {{"file", water.file},
+                             {"sha256", water.sha256},
+                             {"first_point", signal.first},
+                             {"points", signal.points},
+                             {"lorentz_fwhm_hz", signal.lorentz_hz},
+                             {"gauss_squared_hz2", signal.gauss_squared_hz2},
+                             {"misfit", signal.misfit}};
+        item.update(amounts_item(own_rows, measured, said, own.peaks));
+        if (s == 0)
+            for (const auto &text : item["assumed"]) remarks.push_back(text.get<std::string>());
+        sidecar["water_reference"] = std::move(item);
+        write_files({{file, json_text(sidecar, 2, file) + "\n"}}, {}, true);
+    }
+    return remarks;
+}
+
+} // namespace tools
