@@ -19,7 +19,7 @@ my @lines = map {
         $_, chr(ord('a') + $_), $_ % 3, int($_ / 3), $_, '0' x 64
 } 0 .. 5;
 my %head = (
-    format => 3, method => 'exact', windows => [], program => 'varokel-batch 0', count => 6, blocks => 6, points => 16, keep => 6,
+    format => 4, derived => [], method => 'exact', windows => [], program => 'varokel-batch 0', count => 6, blocks => 6, points => 16, keep => 6,
     values => 'same', grid => JSON::PP::false, entries => ['one', 'two<'], patterns => [], inputs => [],
     axes => [map { { name => $_->[0], size => $_->[1], spatial => JSON::PP::true } } ['x', 3], ['y', 2]],
     scale => {

@@ -460,8 +460,10 @@ status 4 "$report" batch
 status 1 "$report" batch --one-file-up-to 5 --force
 holds out batch/overview/index.html
 true_that 'curves beside the page' grep -q '^varokelCurves(0,' batch/overview/curves_0.js
-status 2 "$report" batch --derive 'one+two' --force
+status 2 "$report" batch --spectrum a --force
 holds err 'a batch'
+status 3 "$report" batch --derive 'one+two' --force # this one has tables, but no fits
+holds err 'not all spectra are fitted'
 mv batch/quality.tsv kept.tsv
 status 3 "$report" batch --force
 holds err 'merge the batch first'

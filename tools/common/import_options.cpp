@@ -97,9 +97,10 @@ void add_spectrum_options(option_parser &app, spectrum_options &options, const s
                    "take the lines between two shifts out of the FID, such as residual water: "
                    "4.2:5.1 [ppm]")
         ->type_name("LOW:HIGH");
-    app.add_option("--water-order", options.water_order,
-                   "damped oscillations that describe the FID for --remove-water (default: 25, 40 or "
-                   "60, by what is left)")
+    app.add_option(
+           "--water-order", options.water_order,
+           "damped oscillations that describe the FID for --remove-water (default: 25, 40 or "
+           "60, by what is left)")
         ->type_name("N")
         ->check(in_range(1, 200));
 }

@@ -143,7 +143,7 @@ TEST(fit_record, numbers_that_no_fit_has_are_refused) {
     record = exact_record();
     record.iterations = -1;
     EXPECT_FALSE(is_read(record));
-    for (const double r : {1.0000001, -2.0, INFINITY, NAN}) {
+    for (const double r : {1.0000001, -2.0, HUGE_VAL, std::nan("")}) {
         record = exact_record();
         record.correlations[3] = r;
         EXPECT_FALSE(is_read(record)) << r;
