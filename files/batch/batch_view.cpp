@@ -127,8 +127,7 @@ void batch_view::read_manifest() {
     const batch_plan plan = read_plan(folder);
     const plan_lines lines(plan);
     points = plan.points;
-    for (const plan_axis &axis : plan.axes)
-        axes.push_back({axis.name, axis.size, axis.spatial});
+    for (const plan_axis &axis : plan.axes) axes.push_back({axis.name, axis.size, axis.spatial});
     entries = plan.entry_names;
     scale = plan.scale;
     const std::string sidecar = plan.file("sidecar.json");
