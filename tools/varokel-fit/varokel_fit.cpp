@@ -229,7 +229,7 @@ static std::string fitter_of(const fit_options &own) {
 
 // Imports into the folder `work` and makes start values.
 static std::vector<tools::prepared_fit> prepare_fits(const fit_options &own, const fs::path &work,
-                                                     tools::peak_table table, bool searches) {
+                                                     tools::peak_table table) {
     const std::vector<std::string> names = import(own, work, table.reference);
     if (!own.water.empty())
         for (const std::string &text : tools::add_water(own, table.amounts, work.string(), names))
@@ -338,7 +338,7 @@ static int fit(const fit_options &own) {
     output.refuse_inputs(inputs_of(own, table));
     output.begin();
     const fs::path &work = output.work();
-    std::vector<tools::prepared_fit> fits = prepare_fits(own, work, std::move(table), searches);
+    std::vector<tools::prepared_fit> fits = prepare_fits(own, work, std::move(table));
     if (own.look) return look(fits, output, own.output);
     const std::string &first_reason = fits.front().planned.why_not;
     if (std::all_of(fits.begin(), fits.end(), [&](const tools::prepared_fit &f) {
