@@ -270,4 +270,11 @@ status 0 "$batch" plan imported --start start.par -o from_folder
 status 0 "$batch" run from_folder
 status 0 "$batch" merge from_folder
 true_that "rows as of the grid" cmp <(grep grid_2_1_1 run/results.tsv) <(grep grid_2_1_1 from_folder/results.tsv)
+# Regions of the overview: the image of voxels to fit has 1 in 46 of 48; an image of another grid is refused.
+status 0 "$programs/varokel-batch" merge run --force
+status 1 "$programs/varokel-report" run --regions run/voxels.nii --force # a voxel with points that are no numbers
+grep -o '"regions":\[[0-9,]*' run/overview.html | tr -c '01' '\n' >labels
+true_that 'labels of all spectra' test "$(grep -c 1 labels)" -eq 46 -a "$(grep -c 0 labels)" -eq 2
+status 3 "$programs/varokel-report" run --regions "$tree/tests/tools/data/brain_steam11.nii.gz" --force
+holds err 'is of another grid; expected 6 x 4 x 2 voxels'
 finish
