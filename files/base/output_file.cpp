@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/base/output_file.h"
 
+#include "files/base/file_pile.h"
 #include "files/base/tool_error.h"
 
 #include <filesystem>
@@ -9,12 +10,19 @@
 
 namespace tools {
 
-static constexpr std::size_t most_open = 256; // descriptors; beyond, files have names of ours
+static constexpr std::size_t most_open = 256; // descriptors
+
+output_batch::output_batch(const std::vector<std::string> &inputs, bool force) : force_(force) {
+    add_inputs(inputs);
+}
+
+output_batch::~output_batch() = default;
 
 void output_batch::add_inputs(const std::vector<std::string> &inputs) {
     for (const std::string &input : inputs)
         if (struct stat facts = {}; stat(input.c_str(), &facts) == 0)
-            inputs_.emplace(std::pair(facts.st_dev, facts.st_ino), input);
+            if (inputs_.emplace(std::pair(facts.st_dev, facts.st_ino), input).second)
+                states_.emplace(input, file_state(input));
 }
 
 void output_batch::refuse_overwriting(const std::string &name) const {
@@ -36,11 +44,21 @@ void output_batch::add(const output_file &file) {
     part_file part(file.name);
     part.add(file.bytes);
     part.flush();
-    if (parts_.size() >= most_open) part.close();
-    parts_.push_back(std::move(part));
+    if (parts_.size() < most_open) {
+        parts_.push_back(std::move(part));
+        return;
+    }
+    std::string folder = std::filesystem::path(file.name).parent_path().string();
+    if (folder.empty()) folder = ".";
+    std::unique_ptr<file_pile> &pile = piles_[folder];
+    if (!pile) pile = std::make_unique<file_pile>(folder);
+    pile->add(std::move(part));
 }
 
 void output_batch::commit() {
+    for (const auto &[input, state] : states_)
+        if (file_state(input) != state)
+            throw tool_error(bad_input, input + ": was changed while it was read; begin again");
     for (part_file &each : parts_)
         each.close(); // all are on the disk before the first has its name
     for (part_file &each : parts_) {
@@ -48,6 +66,9 @@ void output_batch::commit() {
         each.finish();
     }
     parts_.clear();
+    for (auto &[folder, pile] : piles_)
+        pile->commit([this](const std::string &name) { refuse_overwriting(name); });
+    piles_.clear();
 }
 
 void write_files(const std::vector<output_file> &files, const std::vector<std::string> &inputs,

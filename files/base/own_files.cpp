@@ -61,6 +61,13 @@ file_identity identity_of(int file) {
     return fstat(file, &facts) == 0 ? identity_in(facts) : file_identity{};
 }
 
+std::string file_state(const std::string &name) {
+    struct stat facts = {};
+    if (stat(name.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) return "";
+    return identity_in(facts).text() + ":" + std::to_string(facts.st_size) + ":" +
+           std::to_string(facts.st_mtim.tv_sec) + "." + std::to_string(facts.st_mtim.tv_nsec);
+}
+
 owned_path::owned_path(const std::string &name, file_identity made, bool only_empty)
     : slot_(list_own(name, made.device, made.inode, only_empty)) {}
 
@@ -157,6 +164,14 @@ void part_file::finish() {
     const file_descriptor folder(
         ::open(folder_of(name_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.is_open()) fsync(folder.number()); // the new name
+}
+
+void part_file::move_to(const std::string &other) {
+    flush();
+    if (written_.empty()) give_name();
+    if (!file_.close()) refuse(errno);
+    if (std::rename(written_.c_str(), other.c_str()) != 0) refuse(errno);
+    owned_.release();
 }
 
 // --- own_folder

@@ -37,6 +37,10 @@ struct file_identity {
 file_identity identity_of(const std::string &name);
 file_identity identity_of(int file);
 
+// Device, inode, size and time of the last change of a plain file; empty for anything else. Links
+// are followed. Another text says that somebody wrote it or put another in its place.
+std::string file_state(const std::string &name);
+
 // On the list of what is removed at a signal, from here to the end of the object or release.
 class owned_path {
   public:
@@ -66,6 +70,9 @@ class part_file {
     void close();
     // The file under its name, in the place of what was there.
     void finish();
+    // Under a name in a folder of ours, which is to bring it to the disk (syncfs); finish cannot
+    // follow.
+    void move_to(const std::string &other);
     const std::string &name() const { return name_; }
 
   private:

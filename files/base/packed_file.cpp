@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/base/packed_file.h"
 
+#include "files/base/file_descriptor.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
 #include <cstdio>
 
 #ifdef VAROKEL_NIFTI
+#include <cerrno>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <unistd.h>
 #include <zlib.h>
 #endif
 
@@ -25,7 +31,7 @@ static gzFile stream_of(void *stream) {
 }
 
 packed_file::packed_file(const std::string &file, unsigned buffer)
-    : stream_(gzopen(file.c_str(), "rb")) {
+    : file_(file), stream_(gzopen(file.c_str(), "rb")) {
     if (stream_ == nullptr) refuse(file);
     gzbuffer(stream_of(stream_), buffer);
 }
@@ -49,6 +55,43 @@ bool packed_file::seek(long long place) {
     return gzseek(stream_of(stream_), static_cast<z_off_t>(place), SEEK_SET) == place;
 }
 
+// Copies the first `most` bytes that come out of a stream, or all. Returns whether it did.
+static bool copy_out(gzFile from, int to, long long most) {
+    std::string piece(std::size_t{1} << 18, '\0');
+    while (most > 0) {
+        const auto wanted = std::min(most, static_cast<long long>(piece.size()));
+        const int got = gzread(from, piece.data(), static_cast<unsigned>(wanted));
+        if (got <= 0) return got == 0;
+        most -= got;
+        for (ssize_t done = 0; done < got;) {
+            const auto left = static_cast<std::size_t>(got - done);
+            const ssize_t count = ::write(to, piece.data() + done, left);
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0) return false;
+            done += count;
+        }
+    }
+    return true;
+}
+
+void packed_file::unpack(long long most) {
+    if (gzdirect(stream_of(stream_)) == 1) return;
+    const char *const place = std::getenv("TMPDIR");
+    file_descriptor copy(::open(place != nullptr && *place != '\0' ? place : "/tmp",
+                                O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    if (!copy.is_open()) return;
+    const gzFile from = gzopen(file_.c_str(), "rb");
+    if (from == nullptr) return;
+    const bool whole = copy_out(from, copy.number(), most);
+    gzclose_r(from);
+    if (!whole || lseek(copy.number(), 0, SEEK_SET) != 0) return;
+    const gzFile again = gzdopen(copy.number(), "rb");
+    if (again == nullptr) return;
+    copy.release();
+    gzclose_r(stream_of(stream_));
+    stream_ = again;
+}
+
 #else
 
 static std::FILE *stream_of(void *stream) {
@@ -56,7 +99,7 @@ static std::FILE *stream_of(void *stream) {
 }
 
 packed_file::packed_file(const std::string &file, unsigned)
-    : stream_(std::fopen(file.c_str(), "rb")) {
+    : file_(file), stream_(std::fopen(file.c_str(), "rb")) {
     if (stream_ == nullptr) refuse(file);
     const int first = std::getc(stream_of(stream_)), second = std::getc(stream_of(stream_));
     std::rewind(stream_of(stream_));
@@ -77,6 +120,8 @@ std::size_t packed_file::read(void *bytes, std::size_t count) {
 bool packed_file::seek(long long place) {
     return std::fseek(stream_of(stream_), static_cast<long>(place), SEEK_SET) == 0;
 }
+
+void packed_file::unpack(long long) {}
 
 #endif
 

@@ -23,8 +23,13 @@ class packed_file {
     std::size_t read(void *bytes, std::size_t count);
     // place: from the begin of what was packed. Returns whether it can be there.
     bool seek(long long place);
+    // For a file that is read many times: from here on reads a copy of the first `most` bytes, a
+    // file without a name in TMPDIR, else /tmp, so that going back does not unpack all of it again.
+    // Nothing changes for a file that is not packed, and when there is no room for the copy.
+    void unpack(long long most);
 
   private:
+    std::string file_;
     void *stream_;
 };
 

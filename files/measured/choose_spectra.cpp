@@ -8,12 +8,6 @@
 
 namespace tools {
 
-// What is done along one axis.
-struct axis_choice {
-    enum { open, one, all, mean } what = open;
-    long long place = 0;
-};
-
 static bool same_axis(const source_axis &axis, std::size_t number, const std::string &name) {
     std::string wanted = lower_case(name), own = lower_case(axis.name);
     if (wanted == own || wanted + "s" == own || wanted == own + "s") return true;
@@ -121,66 +115,84 @@ static void refuse_open_axis(const spectrum_source &source, const source_axis &a
                                       "=all, or their mean with --average " + axis.name);
 }
 
-// All places along the axes that stay, first axis fastest; for each the FIDs of its mean.
-static void add_outputs(const spectrum_source &source, const std::vector<axis_choice> &choices,
-                        bool has_grid, choice &chosen) {
-    long long outputs = 1, members = 1;
-    std::vector<long long> stride(choices.size());
-    long long step = 1;
-    for (std::size_t a = 0; a < choices.size(); ++a) {
-        stride[a] = step;
-        step *= source.axes[a].size;
-        if (choices[a].what == axis_choice::all) outputs *= source.axes[a].size;
-        if (choices[a].what == axis_choice::mean) members *= source.axes[a].size;
+chosen_spectra::chosen_spectra(const spectrum_source &source, std::vector<axis_choice> choices,
+                               bool has_grid)
+    : axes_(source.axes), choices_(std::move(choices)), offsets_{0}, size_(1), has_grid_(has_grid) {
+    long long stride = 1;
+    for (std::size_t a = 0; a < axes_.size(); ++a) {
+        if (choices_[a].what == axis_choice::all) size_ *= static_cast<std::size_t>(axes_[a].size);
+        if (choices_[a].what == axis_choice::mean) {
+            const std::size_t before = offsets_.size();
+            for (long long i = 1; i < axes_[a].size; ++i)
+                for (std::size_t m = 0; m < before; ++m)
+                    offsets_.push_back(offsets_[m] + i * stride);
+        }
+        stride *= axes_[a].size;
     }
-    for (long long output = 0; output < outputs; ++output) {
-        chosen_spectrum spectrum;
-        spectrum.place = ordered_json::object();
-        spectrum.averaged = ordered_json::object();
-        long long rest = output, base = 0;
-        ordered_json voxel = ordered_json::array();
-        std::string grid_suffix, suffix;
-        for (std::size_t a = 0; a < choices.size(); ++a) {
-            const source_axis &axis = source.axes[a];
-            if (choices[a].what == axis_choice::mean) {
-                if (axis.size > 1) spectrum.averaged[axis.name] = axis.size;
-                continue;
-            }
-            long long place = choices[a].place;
-            if (choices[a].what == axis_choice::all) {
-                place = rest % axis.size;
-                rest /= axis.size;
-            }
-            base += place * stride[a];
-            if (axis.spatial) {
-                voxel.push_back(place);
-                grid_suffix += "_" + std::to_string(place);
-            } else if (axis.size > 1) {
-                spectrum.place[axis.name] = place;
-                std::string name = lower_case(axis.name);
-                if (name.starts_with("dim_")) name.erase(0, 4);
-                suffix += (source.axes.size() == 1 ? "_" : "_" + name) + std::to_string(place);
-            }
-            if (source.axes.size() == 1) spectrum.index = place;
-        }
-        if (has_grid) {
-            spectrum.place["voxel"] = voxel;
-            suffix = grid_suffix + suffix;
-        }
-        spectrum.suffix = suffix;
-        spectrum.spectra.reserve(static_cast<std::size_t>(members));
-        for (long long member = 0; member < members; ++member) {
-            long long left = member, at = base;
-            for (std::size_t a = 0; a < choices.size(); ++a) {
-                if (choices[a].what != axis_choice::mean) continue;
-                at += left % source.axes[a].size * stride[a];
-                left /= source.axes[a].size;
-            }
-            spectrum.spectra.push_back(at);
-        }
-        std::sort(spectrum.spectra.begin(), spectrum.spectra.end());
-        chosen.spectra.push_back(std::move(spectrum));
+    std::sort(offsets_.begin(), offsets_.end());
+}
+
+chosen_spectra chosen_spectra::every(std::size_t n) const {
+    chosen_spectra fewer = *this;
+    fewer.step_ = step_ * n;
+    fewer.size_ = (size_ + n - 1) / n;
+    return fewer;
+}
+
+// Along an axis that stays. rest: number of the output among those that differ in this axis and
+// the later ones only.
+long long chosen_spectra::place(std::size_t axis, long long &rest) const {
+    if (choices_[axis].what != axis_choice::all) return choices_[axis].place;
+    const long long at = rest % axes_[axis].size;
+    rest /= axes_[axis].size;
+    return at;
+}
+
+std::vector<long long> chosen_spectra::members(std::size_t output) const {
+    auto rest = static_cast<long long>(output * step_);
+    long long first = 0, stride = 1;
+    for (std::size_t a = 0; a < axes_.size(); ++a) {
+        if (choices_[a].what != axis_choice::mean) first += place(a, rest) * stride;
+        stride *= axes_[a].size;
     }
+    std::vector<long long> all;
+    all.reserve(offsets_.size());
+    for (const long long offset : offsets_) all.push_back(first + offset);
+    return all;
+}
+
+chosen_spectrum chosen_spectra::operator[](std::size_t output) const {
+    chosen_spectrum spectrum;
+    spectrum.place = ordered_json::object();
+    spectrum.averaged = ordered_json::object();
+    spectrum.spectra = members(output);
+    auto rest = static_cast<long long>(output * step_);
+    ordered_json voxel = ordered_json::array();
+    std::string grid_suffix, suffix;
+    for (std::size_t a = 0; a < axes_.size(); ++a) {
+        const source_axis &axis = axes_[a];
+        if (choices_[a].what == axis_choice::mean) {
+            if (axis.size > 1) spectrum.averaged[axis.name] = axis.size;
+            continue;
+        }
+        const long long at = place(a, rest);
+        if (axis.spatial) {
+            voxel.push_back(at);
+            grid_suffix += "_" + std::to_string(at);
+        } else if (axis.size > 1) {
+            spectrum.place[axis.name] = at;
+            std::string name = lower_case(axis.name);
+            if (name.starts_with("dim_")) name.erase(0, 4);
+            suffix += (axes_.size() == 1 ? "_" : "_" + name) + std::to_string(at);
+        }
+        if (axes_.size() == 1) spectrum.index = at;
+    }
+    if (has_grid_) {
+        spectrum.place["voxel"] = voxel;
+        suffix = grid_suffix + suffix;
+    }
+    spectrum.suffix = suffix;
+    return spectrum;
 }
 
 choice choose_spectra(const spectrum_source &source, const choice_options &options,
@@ -201,7 +213,7 @@ choice choose_spectra(const spectrum_source &source, const choice_options &optio
             choices[a] = {axis_choice::one, 0};
         }
     }
-    add_outputs(source, choices, has_grid, chosen);
+    chosen.spectra = chosen_spectra(source, std::move(choices), has_grid);
     return chosen;
 }
 
@@ -216,7 +228,7 @@ choice all_outputs(const spectrum_source &source, const choice_options &options)
     }
     choice chosen;
     chosen.grid = has_grid;
-    add_outputs(source, choices, has_grid, chosen);
+    chosen.spectra = chosen_spectra(source, std::move(choices), has_grid);
     return chosen;
 }
 

@@ -23,8 +23,40 @@ struct chosen_spectrum {
     std::optional<long long> index; // along the only axis
 };
 
+// What is done along one axis.
+struct axis_choice {
+    enum { open, one, all, mean } what = open;
+    long long place = 0;
+};
+
+// All places along the axes that stay, first axis fastest. An output is worked out from its number:
+// what is held does not grow with the outputs.
+class chosen_spectra {
+  public:
+    chosen_spectra() = default;
+    // choices: none of them open. has_grid: voxels are named.
+    chosen_spectra(const spectrum_source &source, std::vector<axis_choice> choices, bool has_grid);
+    std::size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+    chosen_spectrum operator[](std::size_t output) const;
+    chosen_spectrum front() const { return (*this)[0]; }
+    // FIDs of the input, rising.
+    std::vector<long long> members(std::size_t output) const;
+    std::size_t members_each() const { return offsets_.size(); }
+    // Each n-th of them, from the first on.
+    chosen_spectra every(std::size_t n) const;
+
+  private:
+    long long place(std::size_t axis, long long &rest) const;
+    std::vector<source_axis> axes_;
+    std::vector<axis_choice> choices_;
+    std::vector<long long> offsets_; // of the members of a mean, rising
+    std::size_t size_ = 0, step_ = 1;
+    bool has_grid_ = false;
+};
+
 struct choice {
-    std::vector<chosen_spectrum> spectra;
+    chosen_spectra spectra;
     bool grid = false; // all voxels of more than one, not one that was asked for
 };
 

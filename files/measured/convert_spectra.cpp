@@ -3,6 +3,7 @@
 // order, for every format
 #include "files/measured/convert_spectra.h"
 
+#include "files/base/held_text.h"
 #include "files/base/output_file.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
@@ -92,6 +93,7 @@ static complex_signal corrected_spectrum(const spectrum_conversion &conversion,
 void import_spectra(const input_options &options, const spectrum_options &own) {
     if (own.eddy && own.reference.empty())
         throw tool_error(wrong_usage, "--eddy needs the reference line: --reference FILE");
+    output_batch batch({options.input, options.json, own.reference}, options.force);
     const std::unique_ptr<spectrum_source> source =
         open_combined(options.input, options.json, options, false);
     const choice chosen = choose_spectra(*source, options.choice);
@@ -114,18 +116,18 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
     if (own.eddy && own.reference_peak)
         conversion.set_axis({corrected_spectrum(conversion, *source, chosen, lines, options)});
     const std::filesystem::path folder(own.folder);
-    output_batch batch(inputs, options.force);
+    batch.add_inputs(inputs);
     const bool folder_was_there = std::filesystem::exists(folder);
     if (folder_was_there && !std::filesystem::is_directory(folder))
         throw tool_error(bad_output, own.folder + ": no folder; expected the name of one");
-    for (const chosen_spectrum &output : chosen.spectra) { // before the long work
-        const std::string name = source->stem + output.suffix;
+    for (std::size_t s = 0; s < chosen.spectra.size(); ++s) { // before the long work
+        const std::string name = source->stem + chosen.spectra[s].suffix;
         batch.refuse_overwriting((folder / (name + ".bin")).string());
         batch.refuse_overwriting((folder / (name + ".json")).string());
         if (lines.source) batch.refuse_overwriting((folder / (name + ".bin.ref")).string());
     }
 
-    std::string report;
+    held_text report;
     long long empty_voxels = 0;
     const std::size_t step = outputs_per_pass(own.memory, used);
     const bool shows_progress = chosen.spectra.size() > step && isatty(STDERR_FILENO) != 0;
@@ -152,13 +154,13 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
             }
         }
         for (std::size_t s = first; s < stop; ++s) {
-            const chosen_spectrum &output = chosen.spectra[s];
             complex_signal &fid = fids[s - first];
             if (chosen.grid &&
                 std::all_of(fid.begin(), fid.end(), [](auto v) { return v == 0.0; })) {
                 ++empty_voxels;
                 continue;
             }
+            const chosen_spectrum output = chosen.spectra[s];
             const std::string name = source->stem + output.suffix;
             ordered_json sidecar;
             sidecar["signal"] = name + ".bin";
@@ -197,7 +199,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
             const std::string sidecar_name = (folder / (name + ".json")).string();
             batch.add({signal_name, signal_bytes(spectrum)});
             batch.add({sidecar_name, sidecar.dump(2) + "\n"});
-            report += signal_name + "\n" + sidecar_name + "\n";
+            std::string lines_of_one = signal_name + "\n" + sidecar_name + "\n";
             if (shape != nullptr) {
                 complex_signal line = shape->line;
                 if (own.eddy)
@@ -207,15 +209,17 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
                                            shape->phase[k] + shape->phase[0]);
                 line.resize(static_cast<std::size_t>(n));
                 batch.add({signal_name + ".ref", signal_bytes(line)});
-                report += signal_name + ".ref\n";
+                lines_of_one += signal_name + ".ref\n";
             }
             // as the keywords of a control file have them
-            report += "n_pnts " + std::to_string(n) + "\nHz_p_p " +
-                      shortest(conversion.items()["hz_per_point"].get<double>()) + "\nnoistr " +
-                      std::to_string(noise.first) + "\nnoistp " + std::to_string(noise.stop) + "\n";
+            lines_of_one += "n_pnts " + std::to_string(n) + "\nHz_p_p " +
+                            shortest(conversion.items()["hz_per_point"].get<double>()) +
+                            "\nnoistr " + std::to_string(noise.first) + "\nnoistp " +
+                            std::to_string(noise.stop) + "\n";
             if (facts.begin_time)
-                report +=
+                lines_of_one +=
                     "phi__1 " + shortest(delay_phase(*facts.begin_time, *facts.dwell_time)) + "\n";
+            report.add(lines_of_one, own.folder);
         }
         if (shows_progress)
             std::cerr << '\r' << stop << " of " << chosen.spectra.size() << " spectra"
@@ -230,7 +234,7 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
     for (const std::string &text : conversion.remarks()) warn(text);
     if (empty_voxels > 0)
         warn("passed over " + std::to_string(empty_voxels) + " voxels that are all zero");
-    std::cout << report;
+    report.print(std::cout);
 }
 
 void import_pattern(const input_options &options, const std::string &output) {

@@ -35,6 +35,8 @@ class nifti_mrs_source : public spectrum_source {
 
   private:
     double value_at(const unsigned char *byte) const;
+    std::unique_ptr<packed_file> stream_;
+    int passes_ = 0;
 };
 
 double nifti_mrs_source::value_at(const unsigned char *byte) const {
@@ -60,9 +62,13 @@ void nifti_mrs_source::add_to(const std::vector<signal_share> &shares,
                                         std::to_string(volumes) + " volumes of " +
                                         std::to_string(voxels) + " points. Is the file cut?");
     };
-    packed_file stream(file, 1 << 18);
-    finite_check finite(*this);
     const std::size_t point_size = 2 * value_size;
+    if (!stream_) stream_ = std::make_unique<packed_file>(file, 1 << 18);
+    // many passes would unpack all of a packed file as many times
+    if (++passes_ == 3)
+        stream_->unpack(offset + points * spectra() * static_cast<long long>(point_size));
+    packed_file &stream = *stream_;
+    finite_check finite(*this);
     std::vector<unsigned char> bytes;
     for (std::size_t s = 0; s < shares.size();) {
         // shares of one place along the higher dimensions

@@ -34,20 +34,20 @@ static point_stretch moved(const point_stretch &stretch, bool conjugate, long lo
     return std::pair(first, last);
 }
 
-std::vector<complex_signal> read_fids(spectrum_source &source,
-                                      const std::vector<chosen_spectrum> &chosen, std::size_t first,
-                                      std::size_t stop, std::size_t points) {
+std::vector<complex_signal> read_fids(spectrum_source &source, const chosen_spectra &chosen,
+                                      std::size_t first, std::size_t stop, std::size_t points) {
     std::vector<signal_share> shares;
+    shares.reserve((stop - first) * chosen.members_each());
     for (std::size_t s = first; s < stop; ++s)
-        for (const long long spectrum : chosen[s].spectra) shares.push_back({spectrum, s - first});
+        for (const long long spectrum : chosen.members(s)) shares.push_back({spectrum, s - first});
     std::sort(shares.begin(), shares.end(),
               [](const signal_share &a, const signal_share &b) { return a.spectrum < b.spectrum; });
     std::vector<complex_signal> fids(stop - first, complex_signal(points));
     source.add_to(shares, fids);
-    for (std::size_t s = first; s < stop; ++s)
-        if (chosen[s].spectra.size() > 1)
-            for (std::complex<double> &point : fids[s - first])
-                point /= static_cast<double>(chosen[s].spectra.size());
+    if (chosen.members_each() > 1)
+        for (complex_signal &fid : fids)
+            for (std::complex<double> &point : fid)
+                point /= static_cast<double>(chosen.members_each());
     return fids;
 }
 
@@ -249,9 +249,7 @@ void spectrum_conversion::look_at_all(long long memory) {
         axis.emplace(*reference_peak_, axis_of_sidecar(metadata("", items_)));
     if (!noise && !axis) return;
     const choice all = all_outputs(source_, options_.choice);
-    std::vector<chosen_spectrum> taken;
-    const std::size_t step = (all.spectra.size() + most - 1) / most;
-    for (std::size_t s = 0; s < all.spectra.size(); s += step) taken.push_back(all.spectra[s]);
+    const chosen_spectra taken = all.spectra.every((all.spectra.size() + most - 1) / most);
     engine::shared_stretch_search search;
     std::set<long long> faulty;
     source_.faulty = &faulty; // those that are converted are named then
@@ -260,7 +258,8 @@ void spectrum_conversion::look_at_all(long long memory) {
         const std::size_t stop = std::min(first + pass, taken.size());
         std::vector<complex_signal> fids = read_fids(source_, taken, first, stop, used_);
         for (std::size_t s = first; s < stop; ++s) {
-            if (std::any_of(taken[s].spectra.begin(), taken[s].spectra.end(),
+            const std::vector<long long> members = taken.members(s);
+            if (std::any_of(members.begin(), members.end(),
                             [&](long long member) { return faulty.contains(member); }))
                 continue;
             const complex_signal spectrum =

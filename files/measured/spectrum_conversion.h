@@ -77,9 +77,8 @@ class spectrum_conversion {
 };
 
 // The FIDs of outputs first to stop - 1, each the mean of its members: one pass over the file.
-std::vector<complex_signal> read_fids(spectrum_source &source,
-                                      const std::vector<chosen_spectrum> &chosen, std::size_t first,
-                                      std::size_t stop, std::size_t points);
+std::vector<complex_signal> read_fids(spectrum_source &source, const chosen_spectra &chosen,
+                                      std::size_t first, std::size_t stop, std::size_t points);
 
 // Outputs per pass, so that their FIDs take up to so many MiB.
 std::size_t outputs_per_pass(long long memory, std::size_t points);

@@ -29,6 +29,9 @@ void make_plan(const plan_options &options) {
     std::error_code error;
 
     plan_draft batch;
+    for (const std::string &input : {options.input.input, options.input.json, options.mask,
+                                     options.start, options.peaks, options.names})
+        batch.states[input] = file_state(input);
     if (fs::is_directory(options.input.input, error)) {
         if (!options.mask.empty())
             throw tool_error(wrong_usage, "--mask needs an input with a grid, not a folder");

@@ -8,6 +8,7 @@
 
 #include "varokel-batch/make_plan.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ struct plan_draft {
     std::vector<planned_spectrum> spectra;
     std::vector<plan_axis> axes;
     std::vector<std::string> inputs;
+    std::map<std::string, std::string> states; // of inputs before they were read (file_state)
     ordered_json scale, source;
     long long points = 0;
     bool grid = false;

@@ -187,6 +187,7 @@ void plan_imported(const plan_options &options, const std::string &work, plan_dr
         planned_spectrum &spectrum = batch.spectra[s];
         const std::string name = folder + "/" + spectrum.name + ".bin";
         batch.inputs.push_back(name);
+        batch.states[name] = file_state(name);
         spectrum.number = static_cast<long long>(s);
         const std::vector<float> parts = read_signal(name, batch.points, spectrum);
         if (spectrum.state == signal_state::fit && !one_window)

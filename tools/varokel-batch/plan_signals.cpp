@@ -24,14 +24,13 @@ namespace tools {
 // Reads the FIDs of a pass, means where they are wanted.
 //
 // Returns: not zero for those with points that are no finite numbers.
-static std::vector<char> read_pass(spectrum_source &source,
-                                   const std::vector<chosen_spectrum> &chosen,
+static std::vector<char> read_pass(spectrum_source &source, const chosen_spectra &chosen,
                                    const std::vector<std::size_t> &origin, std::size_t first,
                                    std::size_t stop, std::vector<complex_signal> &fids,
                                    std::size_t points) {
     std::vector<signal_share> shares;
     for (std::size_t s = first; s < stop; ++s)
-        for (const long long spectrum : chosen[origin[s]].spectra)
+        for (const long long spectrum : chosen.members(origin[s]))
             shares.push_back({spectrum, s - first});
     std::sort(shares.begin(), shares.end(),
               [](const signal_share &a, const signal_share &b) { return a.spectrum < b.spectrum; });
@@ -43,10 +42,9 @@ static std::vector<char> read_pass(spectrum_source &source,
     std::vector<char> faulty(stop - first, 0);
     for (const signal_share &share : shares)
         if (found.contains(share.spectrum)) faulty[share.sum] = 1;
-    for (std::size_t s = first; s < stop; ++s)
-        if (const std::size_t members = chosen[origin[s]].spectra.size(); members > 1)
-            for (std::complex<double> &point : fids[s - first])
-                point /= static_cast<double>(members);
+    if (const std::size_t members = chosen.members_each(); members > 1)
+        for (complex_signal &fid : fids)
+            for (std::complex<double> &point : fid) point /= static_cast<double>(members);
     return faulty;
 }
 
@@ -114,14 +112,12 @@ static std::vector<bool> inside_of_mask(const plan_options &options, const spect
 // The spectra to be planned, with their places. Returns which of the chosen each is.
 static std::vector<std::size_t> list_spectra(const plan_options &options,
                                              const spectrum_source &source,
-                                             const std::vector<chosen_spectrum> &chosen,
-                                             plan_draft &batch) {
+                                             const chosen_spectra &chosen, plan_draft &batch) {
     const bool has_voxels = take_axes(source, batch);
     const std::vector<bool> inside = inside_of_mask(options, source, batch);
     std::vector<std::size_t> origin;
     for (std::size_t c = 0; c < chosen.size(); ++c) {
-        const chosen_spectrum &each = chosen[c];
-        const std::vector<long long> at = source.position(each.spectra.front());
+        const std::vector<long long> at = source.position(chosen.members(c).front());
         planned_spectrum spectrum;
         long long voxel = 0, stride = 1;
         for (std::size_t a = 0; a < source.axes.size(); ++a) {
@@ -133,7 +129,7 @@ static std::vector<std::size_t> list_spectra(const plan_options &options,
             if (axis.spatial ? has_voxels : axis.size > 1) spectrum.at.push_back(at[a]);
         }
         if (!inside.empty() && !inside[static_cast<std::size_t>(voxel)]) continue;
-        spectrum.name = source.stem + each.suffix;
+        spectrum.name = source.stem + chosen[c].suffix;
         refuse_name(spectrum.name, source.file);
         batch.spectra.push_back(std::move(spectrum));
         origin.push_back(c);

@@ -62,11 +62,15 @@ static ordered_json head_of(const plan_options &options, const plan_draft &batch
     head["inputs"] = ordered_json::array();
     std::vector<std::string> inputs = batch.inputs;
     for (const std::string &each : start.inputs) inputs.push_back(each);
-    for (const std::string &each : inputs)
+    for (const std::string &each : inputs) {
         head["inputs"].push_back(
             {{"file", json_of_bytes(fs::absolute(each).lexically_normal().string())},
              {"sha256", sha256_of_file(each)},
              {"stamp", stamp_of(each)}});
+        const auto before = batch.states.find(each);
+        if (before != batch.states.end() && before->second != file_state(each))
+            throw tool_error(bad_input, each + ": was changed while it was read; plan again");
+    }
     head["keep"] = fits_kept(options.keep, static_cast<long long>(batch.spectra.size()));
     return head;
 }
