@@ -4,6 +4,8 @@
 #include "files/base/tool_error.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace tools {
 
@@ -71,6 +73,45 @@ bool is_plain_name(std::string_view name) {
 bool is_plain_text(std::string_view text) {
     return !text.empty() && text.size() <= longest_text && !has_control_characters(text) &&
            utf8_fault(text) == text.npos;
+}
+
+std::string text_cell(std::string_view text) {
+    static constexpr std::string_view marks = "=+-@\"'";
+    std::string cell;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        cell += byte < 0x20 || byte == 0x7f ? ' ' : c;
+    }
+    const std::size_t first = cell.find_first_not_of(' ');
+    if (cell.empty()) return "n/a";
+    if (first != cell.npos && marks.find(cell[first]) != marks.npos) cell.insert(0, "'");
+    return cell;
+}
+
+std::string text_of_cell(std::string_view cell) {
+    return std::string(cell.starts_with('\'') ? cell.substr(1) : cell);
+}
+
+std::string without_direction_marks(std::string_view text, std::string_view escape) {
+    static constexpr std::pair<std::string_view, std::string_view> marks[] = {
+        {"\xd8\x9c", "061c"},     {"\xe2\x80\x8e", "200e"}, {"\xe2\x80\x8f", "200f"},
+        {"\xe2\x80\xaa", "202a"}, {"\xe2\x80\xab", "202b"}, {"\xe2\x80\xac", "202c"},
+        {"\xe2\x80\xad", "202d"}, {"\xe2\x80\xae", "202e"}, {"\xe2\x81\xa6", "2066"},
+        {"\xe2\x81\xa7", "2067"}, {"\xe2\x81\xa8", "2068"}, {"\xe2\x81\xa9", "2069"}};
+    std::string shown;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto mark = std::find_if(std::begin(marks), std::end(marks), [&](const auto &each) {
+            return text.substr(at).starts_with(each.first);
+        });
+        if (mark == std::end(marks)) {
+            shown += text[at++];
+            continue;
+        }
+        shown += escape;
+        shown += mark->second;
+        at += mark->first.size();
+    }
+    return shown;
 }
 
 void refuse_not_utf8(std::string_view text, const std::string &what) {

@@ -23,6 +23,18 @@ bool is_plain_name(std::string_view name);
 // A text for a table, a page or a picture: 1 to 4096 bytes of UTF-8 without control characters.
 bool is_plain_text(std::string_view text);
 
+// A text as a cell of a tab-separated table: control characters become blanks, no text is "n/a",
+// and where a spreadsheet would take it for a formula or for a quoted cell (= + - @ " or ' in
+// front) a ' stands before it, which spreadsheets take for "this is text".
+std::string text_cell(std::string_view text);
+// The text of such a cell, without that mark.
+std::string text_of_cell(std::string_view cell);
+
+// The text with escape and four hexadecimal digits in the place of each character that turns the
+// direction of what follows (U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069): a reader
+// would not see the order in which letters and digits stand.
+std::string without_direction_marks(std::string_view text, std::string_view escape = "\\u");
+
 // Errors: bad_input, which says where the first byte stands that is no UTF-8.
 // what: such as "the name of the file".
 void refuse_not_utf8(std::string_view text, const std::string &what);

@@ -2,6 +2,7 @@
 #include "files/batch/batch_view.h"
 
 #include "files/base/not_known.h"
+#include "files/base/plain_text.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 #include "files/batch/plan_lines.h"
@@ -66,7 +67,7 @@ class table_reader {
     }
     bool has(const char *name) const { return columns_.contains(name); }
     const std::vector<std::string> &names() const { return names_; }
-    std::string text(std::size_t column) const { return std::string(cells_[column]); }
+    std::string text(std::size_t column) const { return text_of_cell(cells_[column]); }
     // Nothing for a cell that holds no number; n/a is not a number.
     std::optional<double> number_of(std::size_t column) const {
         const std::string_view cell = cells_[column];
@@ -278,7 +279,8 @@ void batch_view::read_results() {
                                             " is not in manifest.json; merge the batch again");
         const double number = table.number(entry);
         if (std::isnan(number)) continue; // a spectrum without results
-        if (!(number >= 1.0 && number <= static_cast<double>(entries.size())))
+        if (!(number >= 1.0 && number <= static_cast<double>(entries.size())) ||
+            number != std::floor(number))
             throw tool_error(bad_input, file + ": entry " + table.text(entry) + "; expected 1 to " +
                                             std::to_string(entries.size()));
         const std::size_t first =
@@ -300,8 +302,11 @@ void batch_view::find_curves() {
     const std::size_t row = table.column("row"), number = table.column("number");
     while (table.next()) {
         const double place = table.number(row), spectrum = table.number(number);
-        if (!(place >= 0.0) || !(spectrum >= 0.0) ||
-            !(spectrum < static_cast<double>(spectra.size())))
+        const auto is_number = [&](double value) { // of one of the spectra
+            return value >= 0.0 && value < static_cast<double>(spectra.size()) &&
+                   value == std::floor(value);
+        };
+        if (!is_number(place) || !is_number(spectrum))
             throw tool_error(bad_input, file + ": spectrum " + table.text(number) +
                                             " is not one of this batch; merge it again");
         curves_[static_cast<std::size_t>(spectrum)] = static_cast<long long>(place);

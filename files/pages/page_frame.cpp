@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/pages/page_frame.h"
 
+#include "files/base/plain_text.h"
 #include "files/base/sha256.h"
 #include "files/pictures/markup.h"
 #include "files/pages/page_texts.h"
@@ -54,7 +55,9 @@ std::string html_page(const page_content &content) {
 std::string data_block(const std::string &id, const ordered_json &data) {
     const std::string json = data.dump_valid();
     std::string text;
-    for (const char c : json) { // "</script>" inside a name would end the block
+    // a backslash of JSON itself before each: the page shows the number
+    for (const char c : without_direction_marks(json, "\\\\u")) {
+        // "</script>" inside a name would end the block
         if (c == '<')
             text += "\\u003c";
         else

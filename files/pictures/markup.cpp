@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/pictures/markup.h"
 
+#include "files/base/plain_text.h"
+
 namespace tools {
 
 std::string escaped_markup(const std::string &text) {
     std::string out;
-    for (const char c : text) {
+    for (const char c : without_direction_marks(text)) {
         if (c == '&')
             out += "&amp;";
         else if (c == '<')

@@ -7,7 +7,8 @@
 namespace tools {
 
 // text as content or quoted attribute of an element: the five characters that mean something to
-// markup become entities, control characters but the tab vanish (they are no XML).
+// markup become entities, control characters but the tab vanish (they are no XML), and those that
+// turn the direction of a text are shown by their number.
 std::string escaped_markup(const std::string &text);
 
 } // namespace tools

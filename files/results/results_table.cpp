@@ -3,6 +3,7 @@
 #include "files/results/results_table.h"
 
 #include "files/base/ordered_json.h"
+#include "files/base/plain_text.h"
 #include "files/results/number_text.h"
 
 #include <cmath>
@@ -25,13 +26,6 @@ struct spectrum_column {
     spectrum_cell cell;
 };
 
-// A cell must not end a column or a row.
-std::string one_cell(const std::string &text) {
-    std::string out;
-    for (const char c : text) out += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-    return out.empty() ? "n/a" : out;
-}
-
 std::string count_text(long long value) {
     return std::to_string(value);
 }
@@ -39,14 +33,16 @@ std::string count_text(long long value) {
 #define VALUE(expression)                                                                          \
     [](const run_result &, const fitted_entry &e) { return table_number(expression); }
 #define LINK(parameter, is_area)                                                                   \
-    [](const run_result &run, const fitted_entry &e) { return link_text(run, parameter, is_area); }
+    [](const run_result &run, const fitted_entry &e) {                                             \
+        return text_cell(link_text(run, parameter, is_area));                                      \
+    }
 
 constexpr const char *link_description =
     "free, fixed, unused, or the entry that it follows with ratio or distance";
 
 const entry_column entry_columns[] = {
     {"spectrum", "", "name of the spectrum",
-     [](const run_result &run, const fitted_entry &) { return one_cell(run.name); }},
+     [](const run_result &run, const fitted_entry &) { return text_cell(run.name); }},
     {"status", "", "how the fit ended",
      [](const run_result &run, const fitted_entry &) {
          return std::string(status_text(run.judgement.status));
@@ -54,7 +50,7 @@ const entry_column entry_columns[] = {
     {"entry", "", "number of the entry in the control file, from 1; lines first, then patterns",
      [](const run_result &, const fitted_entry &e) { return count_text(e.number); }},
     {"name", "", "name of the entry",
-     [](const run_result &, const fitted_entry &e) { return one_cell(e.name); }},
+     [](const run_result &, const fitted_entry &e) { return text_cell(e.name); }},
     {"type", "", "type of the entry",
      [](const run_result &, const fitted_entry &e) { return std::string(type_text(e.type)); }},
     {"area", "signal", "amplitude of the FID at time 0", VALUE(e.area.value)},
@@ -104,7 +100,7 @@ const entry_column entry_columns[] = {
      VALUE(e.snr)},
     {"warnings", "", "words of the warnings that name this entry; n/a without any",
      [](const run_result &run, const fitted_entry &e) {
-         return one_cell(run.judgement.words_of(static_cast<std::size_t>(e.number - 1)));
+         return text_cell(run.judgement.words_of(static_cast<std::size_t>(e.number - 1)));
      }},
 };
 
@@ -120,13 +116,13 @@ const entry_column entry_columns[] = {
 
 const spectrum_column spectrum_columns[] = {
     {"spectrum", "", "name of the spectrum",
-     [](const run_result &run) { return one_cell(run.name); }},
+     [](const run_result &run) { return text_cell(run.name); }},
     {"status", "", "how the fit ended",
      [](const run_result &run) { return std::string(status_text(run.judgement.status)); }},
     {"reason", "", "why there are no results, why it counts as at_limit, or what else to know",
      [](const run_result &run) {
          const std::string &why = run.judgement.reason;
-         return one_cell(why + (why.empty() || run.remark.empty() ? "" : "; ") + run.remark);
+         return text_cell(why + (why.empty() || run.remark.empty() ? "" : "; ") + run.remark);
      }},
     {"entries", "1", "lines and patterns of the model",
      [](const run_result &run) {
@@ -161,7 +157,7 @@ const spectrum_column spectrum_columns[] = {
      }},
     {"verdict", "", "what may be said of the exact fit",
      [](const run_result &run) {
-         return run.optimum ? one_cell(run.optimum->verdict) : std::string("n/a");
+         return run.optimum ? text_cell(run.optimum->verdict) : std::string("n/a");
      }},
     {"expected_decrease", "noise^2", "of the sum of squares that is still to be had",
      OPTIMUM(expected_decrease)},
@@ -181,12 +177,12 @@ const spectrum_column spectrum_columns[] = {
          if (run.optimum)
              for (const optimum_record::cause &cause : run.optimum->reasons)
                  text += (text.empty() ? "" : "; ") + cause_text(cause, names);
-         return one_cell(text);
+         return text_cell(text);
      }},
     {"level", "", "the gravest of the warnings: red, amber, note, none",
      [](const run_result &run) { return std::string(level_text(run.judgement.level())); }},
     {"warnings", "", "what a reader should know, as words with commas between; n/a without any",
-     [](const run_result &run) { return one_cell(run.judgement.words()); }},
+     [](const run_result &run) { return text_cell(run.judgement.words()); }},
 };
 
 #undef FIGURE
@@ -254,7 +250,7 @@ std::string quality_header(const table_shape &shape) {
 
 std::string results_rows(const run_result &run, const std::vector<std::string> &places) {
     if (run.entries.empty()) {
-        std::string line = one_cell(run.name);
+        std::string line = text_cell(run.name);
         add_cells(line, places);
         line += "\t" + std::string(status_text(fit_status::not_fitted));
         for (std::size_t c = 2; c < std::size(entry_columns); ++c) line += "\tn/a";
@@ -298,7 +294,7 @@ std::string link_text(const run_result &run, const fitted_parameter &parameter, 
     case parameter_state::linked:
         break;
     }
-    std::string other = one_cell(run.entries[static_cast<std::size_t>(parameter.source - 1)].name);
+    const std::string &other = run.entries[static_cast<std::size_t>(parameter.source - 1)].name;
     const double constant = parameter.link_constant;
     if (!std::isfinite(constant)) return other;
     if (is_area) {

@@ -51,3 +51,11 @@ def test_json_that_is_nested_beyond_the_stack_is_an_error_of_the_file(tmp_path: 
     file.write_text("[" * 200_000)
     with pytest.raises(varokel.FileFormatError, match="nested"):
         varokel.read_sidecar(file)
+
+
+def test_the_mark_before_a_name_that_looks_like_a_formula_is_taken_off(tmp_path: Path) -> None:
+    file = tmp_path / "results.tsv"
+    file.write_text("spectrum\tname\tarea\n'=1+1\t'\"open\t-1.5\n")
+    table = varokel.read_results_table(file)
+    assert table.texts("spectrum") == ("=1+1",) and table.texts("name") == ('"open',)
+    assert table.numbers("area")[0] == -1.5

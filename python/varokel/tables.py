@@ -113,7 +113,7 @@ def read_results_table(file: str | PathLike[str]) -> ResultsTable:
         cells = line.split("\t")
         if len(cells) != len(names):
             raise FileFormatError(file, number, f"{len(cells)} cells for {len(names)} columns")
-        rows.append(cells)
+        rows.append([cell.removeprefix("'") for cell in cells])  # the mark that this is text
     columns = {name: tuple(row[i] for row in rows) for i, name in enumerate(names)}
     beside = path.with_suffix(".json")
     return ResultsTable(columns, read_json_object(beside) if beside.exists() else {})

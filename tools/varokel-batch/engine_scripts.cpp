@@ -86,6 +86,7 @@ std::string slurm_script(const engine_options &options) {
     script += "set -euo pipefail\nexport TZ=UTC LC_ALL=C\n";
     script += "run=" + shell_word(place.run) + "\n";
     script += "batch=" + shell_word(place.program) + "\n";
+    script += "logs=${run//%/%%}/logs # sbatch has signs of its own in names of logs\n";
     script += "case ${1:-submit} in\n";
     script += "submit)\n";
     script += "    mkdir -p \"$run/logs\"\n";
@@ -95,11 +96,11 @@ std::string slurm_script(const engine_options &options) {
               "        --cpus-per-task=1 --mem=" +
               memory + " --time=" + time +
               " --requeue --open-mode=append \\\n"
-              "        --output=\"$run/logs/shard_%a.out\" \"$0\" shard)\n";
+              "        --output=\"$logs/shard_%a.out\" \"$0\" shard)\n";
     script += "    merge=$(sbatch --parsable --job-name=varokel-merge "
               "--dependency=\"afterok:$shards\" \\\n"
               "        --ntasks=1 --mem=" +
-              memory + " --time=" + time + " --output=\"$run/logs/merge.out\" \"$0\" merge)\n";
+              memory + " --time=" + time + " --output=\"$logs/merge.out\" \"$0\" merge)\n";
     script += "    echo \"shards $shards merge $merge\"\n    ;;\n";
     script += "shard)\n";
     script += "    status=0\n";
@@ -121,10 +122,11 @@ std::string snakemake_rules(const engine_options &options) {
     const batch_place place = place_of(options);
     for (const std::string &name : {place.run, place.program}) {
         refuse_not_utf8(name, "the path"); // a rule file is Python, which is UTF-8
-        if (name.find('\n') != name.npos)  // rules are lines, and so is the list of their files
+        // rules are lines, and so is the list of their files; braces name what rules fill in
+        if (name.find_first_of("\n{}") != name.npos)
             throw tool_error(wrong_usage, "the path \"" + name +
-                                              "\" has a line end in it, which rules cannot have; "
-                                              "rename the folder");
+                                              "\" has a line end or a brace in it, which rules "
+                                              "cannot have; rename the folder");
     }
     const std::string n = std::to_string(place.shards);
     std::string rules;
