@@ -3,6 +3,7 @@
 
 #include "files/base/line_text.h"
 #include "files/base/ordered_json.h"
+#include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/results/number_text.h"
 
@@ -103,9 +104,9 @@ std::string derived_header(const table_shape &shape) {
 
 std::string derived_row(const std::string &spectrum, const derived_area &derived,
                         const std::vector<std::string> &places) {
-    std::string line = spectrum;
+    std::string line = text_cell(spectrum);
     for (const std::string &place : places) line += "\t" + place;
-    return line + "\t" + derived.name + "\t" + derived.expression + "\t" +
+    return line + "\t" + text_cell(derived.name) + "\t" + text_cell(derived.expression) + "\t" +
            table_number(derived.value) + "\t" + table_number(derived.error_1sd) + "\t" +
            table_number(2.0 * derived.error_1sd) + "\t" + table_number(derived.percent_1sd()) +
            "\t" + (derived.unit.empty() ? "n/a" : derived.unit) + "\n";

@@ -23,11 +23,29 @@ static std::string without(const std::string &label, const std::string &prefix) 
     return label.starts_with(prefix) ? label.substr(prefix.size()) : label;
 }
 
+// A folder that is there and cannot be listed is no empty one.
+static void refuse_unreadable(const fs::path &place, const std::error_code &error) {
+    if (!error || error == std::errc::no_such_file_or_directory ||
+        error == std::errc::not_a_directory)
+        return;
+    throw tool_error(bad_input, place.string() + ": cannot be read (" + error.message() + ")");
+}
+
+static std::vector<fs::directory_entry> entries_of(const fs::path &place) {
+    std::error_code error;
+    std::vector<fs::directory_entry> entries;
+    for (fs::directory_iterator at(place, error); !error && at != fs::directory_iterator();
+         at.increment(error))
+        entries.push_back(*at);
+    refuse_unreadable(place, error);
+    return entries;
+}
+
 static std::vector<fs::path> folders_in(const fs::path &place, const std::string &prefix) {
     std::vector<fs::path> found;
     std::error_code error;
-    for (const fs::directory_entry &each : fs::directory_iterator(place, error))
-        if (each.is_directory(error) && each.path().filename().string().starts_with(prefix))
+    for (const fs::directory_entry &each : entries_of(place))
+        if (each.path().filename().string().starts_with(prefix) && each.is_directory(error))
             found.push_back(each.path());
     std::sort(found.begin(), found.end());
     return found;
@@ -55,7 +73,7 @@ std::vector<fs::path> measurements(const std::string &data_set,
                 places.push_back(session);
         for (const fs::path &place : places) {
             std::vector<fs::path> here;
-            for (const fs::directory_entry &file : fs::directory_iterator(place / "mrs", error))
+            for (const fs::directory_entry &file : entries_of(place / "mrs"))
                 if (!ending_of(file.path().filename().string()).empty()) here.push_back(file);
             std::sort(here.begin(), here.end());
             files.insert(files.end(), here.begin(), here.end());

@@ -23,7 +23,7 @@ std::filesystem::path shared_name(const std::filesystem::path &file);
 
 // sub-*/[ses-*/]mrs/*_svs.nii[.gz] and *_mrsi.nii[.gz], in the order of their names; of the labels
 // and sessions named, with or without sub- and ses-, or all. Errors: bad_input when there are none,
-// for a label that is not there, and for a folder that is no data set.
+// for a label that is not there, for a folder that is no data set, and for one that cannot be read.
 std::vector<std::filesystem::path> measurements(const std::string &data_set,
                                                 const std::vector<std::string> &labels,
                                                 const std::vector<std::string> &sessions);

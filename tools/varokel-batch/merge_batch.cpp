@@ -3,6 +3,7 @@
 
 #include "files/base/output_file.h"
 #include "files/base/own_files.h"
+#include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/batch/derived_batch.h"
 #include "files/nifti/grid_maps.h"
@@ -26,10 +27,9 @@ namespace fs = std::filesystem;
 
 static const char merge_again[] = " Merge again then";
 
-static void write_tables(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
-                         const std::vector<long long> &line_of_number, long long &failed) {
-    part_file results(plan.file("results.tsv"), merge_again),
-        quality(plan.file("quality.tsv"), merge_again);
+static void fill_tables(const batch_plan &plan, const plan_lines &lines, all_parts &parts,
+                        const std::vector<long long> &line_of_number, part_file &results,
+                        part_file &quality, long long &failed) {
     const batch_table table(plan);
     std::map<finding_kind, long long> found;
     long long fitted = 0;
@@ -53,11 +53,6 @@ static void write_tables(const batch_plan &plan, const plan_lines &lines, all_pa
     for (const auto &[kind, count] : found)
         std::cerr << "varokel-batch: " << finding_text(kind) << ", " << count << " of " << fitted
                   << " fits: " << finding_meaning(kind) << '\n';
-    write_files({{plan.file("results.json"), table.results_dictionary()},
-                 {plan.file("quality.json"), table.quality_dictionary()}},
-                {}, true);
-    results.finish();
-    quality.finish();
 }
 
 // A name of an entry as part of a file name.
@@ -247,7 +242,7 @@ static void write_curves(const batch_plan &plan, const plan_lines &lines,
         curves.add(std::string_view(bytes).substr(sizeof head));
         const planned_spectrum spectrum = lines.read(head.line);
         list += std::to_string(row++) + "\t" + std::to_string(spectrum.number) + "\t" +
-                spectrum.name + "\t" + table_number(head.quality) + "\n";
+                text_cell(spectrum.name) + "\t" + table_number(head.quality) + "\n";
     }
     write_files({{plan.file("pictures.tsv"), list}}, {}, true);
     curves.finish();
@@ -270,12 +265,23 @@ int merge_batch(const merge_options &options) {
     all_parts parts(plan, lines);
     const std::vector<long long> line_of_number = lines_by_number(plan, lines);
     long long failed = 0;
-    write_tables(plan, lines, parts, line_of_number, failed);
+    part_file results(plan.file("results.tsv"), merge_again),
+        quality(plan.file("quality.tsv"), merge_again);
+    fill_tables(plan, lines, parts, line_of_number, results, quality, failed);
+    // results.tsv says that all is there and of one merge: the first to go and the last to come
+    std::error_code error;
+    fs::remove(plan.file("results.tsv"), error);
+    const batch_table table(plan);
+    write_files({{plan.file("results.json"), table.results_dictionary()},
+                 {plan.file("quality.json"), table.quality_dictionary()}},
+                {}, true);
     std::vector<std::string> maps; // there may be hundreds: their folder is named, not each
     if (plan.grid) write_maps(plan, lines, parts, maps);
     if (options.force) remove_derived(plan);
     if (!expressions.empty()) write_derived(plan, lines, parts, expressions, maps);
     if (plan.keep > 0) write_curves(plan, lines, parts.shards());
+    quality.finish();
+    results.finish();
     for (const std::string &name : names) std::cout << name << '\n';
     if (!maps.empty()) std::cout << plan.file("maps/") << " (" << maps.size() << " maps)\n";
     if (failed > 0)

@@ -25,6 +25,7 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include <unistd.h>
@@ -115,6 +116,41 @@ static std::string label_of_map(const std::string &stem) {
     return label;
 }
 
+// The same for all maps of a folder, in the order of their names: where two would be called alike
+// ("Cr+PCr" and "CrPCr"), the later ones have a number behind.
+static std::map<std::string, std::string> labels_of_maps(const fs::path &folder) {
+    std::set<std::string> stems, taken;
+    std::error_code error;
+    for (const fs::directory_entry &map : fs::directory_iterator(folder, error)) {
+        const std::string name = map.path().filename().string();
+        stems.insert(name.substr(0, name.find(".nii")));
+    }
+    std::map<std::string, std::string> labels;
+    for (const std::string &stem : stems) {
+        std::string label = label_of_map(stem);
+        for (int number = 2; !taken.insert(label).second; ++number)
+            label = label_of_map(stem) + "x" + std::to_string(number);
+        labels[stem] = label;
+    }
+    return labels;
+}
+
+// Derivatives of the measurement that this fit did not write: of entries that an earlier one had.
+static void name_leftovers(const fs::path &target, const tools::measured_name &parts,
+                           const std::set<fs::path> &written) {
+    std::error_code error;
+    for (const fs::directory_entry &each : fs::directory_iterator(target, error)) {
+        const std::string name = each.path().filename().string();
+        const std::string ending = "_" + parts.suffix;
+        const std::size_t dot = name.find('.');
+        if (!name.starts_with(parts.base + "_desc-") || dot == name.npos ||
+            !name.substr(0, dot).ends_with(ending) || written.contains(each.path()))
+            continue;
+        std::cerr << "varokel-bids: " << each.path().string()
+                  << ": is of an earlier fit, not of this one\n";
+    }
+}
+
 // What derivatives are made of, and how: beside them, and what --resume compares.
 static tools::ordered_json made_from(const bids_options &own, const fs::path &relative,
                                      const fs::path &file) {
@@ -170,13 +206,17 @@ static void put_derivatives(const fs::path &run, const fs::path &target,
                             const tools::measured_name &parts, const tools::ordered_json &about,
                             const std::string &name) {
     std::error_code error;
+    std::set<fs::path> written;
     const auto put = [&](const fs::path &from, const std::string &description,
                          const std::string &extension) {
         if (!fs::exists(from, error)) return;
         const fs::path to = target / parts.derivative(description, extension);
         copy_bytes(from, to);
+        written.insert(to);
         std::cout << to.string() << '\n';
     };
+    // the table of an earlier fit says that all are there, and they are about to be replaced
+    fs::remove(target / parts.derivative("fit", ".tsv"), error);
     // columns of the table, and what it was made of
     const tools::ordered_json columns = tools::json_of_file((run / "results.json").string());
     tools::ordered_json with_source = about;
@@ -185,16 +225,17 @@ static void put_derivatives(const fs::path &run, const fs::path &target,
     put(run / "quality.tsv", "quality", ".tsv");
     put(run / "quality.json", "quality", ".json");
     put(run / "start.par", "start", ".par");
-    for (const fs::directory_entry &map : fs::directory_iterator(run / "maps", error)) {
-        const std::string map_name = map.path().filename().string();
-        const std::string stem = map_name.substr(0, map_name.find(".nii"));
+    for (const auto &[stem, label] : labels_of_maps(run / "maps")) {
         tools::ordered_json items = about;
         items["Description"] = stem + " of the fit of " + name;
-        put(map.path(), label_of_map(stem), ".nii.gz");
-        write_json(target / parts.derivative(label_of_map(stem), ".json"), items);
+        put(run / "maps" / (stem + ".nii.gz"), label, ".nii.gz");
+        const fs::path beside = target / parts.derivative(label, ".json");
+        write_json(beside, items);
+        written.insert(beside);
     }
     put(run / "results.json", "fit", ".json");
     put(run / "results.tsv", "fit", ".tsv");
+    name_leftovers(target, parts, written);
 }
 
 static int fit_one(const bids_options &own, const fs::path &file) {
