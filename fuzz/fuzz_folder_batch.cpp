@@ -7,6 +7,7 @@
 // check sums are then made to fit, each unless a bit says otherwise, so that the edit gets past
 // them. What the readers let pass is within its bounds.
 #include "batch_folder.h"
+#include "edits.h"
 
 #include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
@@ -15,161 +16,16 @@
 #include "files/batch/shard_lock.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 
 namespace fs = std::filesystem;
-using tools::ordered_json;
 
-static void expect(bool so) {
-    if (!so) std::abort();
-}
-
-// The edits, a byte at a time; zeros when there are no more.
-class edit_bytes {
-  public:
-    edit_bytes(const std::uint8_t *data, std::size_t size) : data_(data), left_(size) {}
-    bool more() const { return left_ > 0; }
-    std::size_t next() {
-        if (left_ == 0) return 0;
-        --left_;
-        return *data_++;
-    }
-    std::size_t below(std::size_t count) { return count == 0 ? 0 : next() % count; }
-    std::string raw(std::size_t most) {
-        std::string bytes;
-        for (std::size_t left = below(most); left > 0 && more(); --left)
-            bytes += static_cast<char>(next());
-        return bytes;
-    }
-
-  private:
-    const std::uint8_t *data_;
-    std::size_t left_;
-};
-
-static ordered_json hostile_value(edit_bytes &bytes) {
-    static const std::vector<ordered_json> values = {nullptr,
-                                                     true,
-                                                     false,
-                                                     0,
-                                                     1,
-                                                     2,
-                                                     3,
-                                                     4,
-                                                     5,
-                                                     -1,
-                                                     -4,
-                                                     65536,
-                                                     1 << 30,
-                                                     2305843009213693952LL,
-                                                     9223372036854775807LL,
-                                                     -9223372036854775807LL - 1,
-                                                     18446744073709551615ULL,
-                                                     1e300,
-                                                     1e-300,
-                                                     0.5,
-                                                     -0.5,
-                                                     "",
-                                                     "same",
-                                                     "exact",
-                                                     "../../x",
-                                                     "/etc/passwd",
-                                                     "a\nb",
-                                                     "\x7f",
-                                                     "..",
-                                                     ".",
-                                                     "-x",
-                                                     fuzz::digest("x"),
-                                                     ordered_json::array(),
-                                                     ordered_json::object(),
-                                                     {1, 2, 3},
-                                                     {{"name", "x"}},
-                                                     "<script>",
-                                                     "ä"};
-    const std::size_t which = bytes.below(values.size() + 1);
-    return which < values.size() ? values[which] : ordered_json(tools::shown_text(bytes.raw(16)));
-}
-
-// One value of a JSON, however deep, or the item itself.
-static void edit_json(ordered_json &items, edit_bytes &bytes) {
-    ordered_json *at = &items;
-    while (at->is_structured() && !at->empty()) {
-        auto member = at->begin();
-        std::advance(member, static_cast<std::ptrdiff_t>(bytes.below(at->size())));
-        const bool deeper = member->is_structured() && !member->empty() && bytes.below(2) == 0;
-        if (deeper) {
-            at = &*member;
-        } else if (bytes.below(8) == 0) {
-            at->erase(member);
-            return;
-        } else {
-            *member = hostile_value(bytes);
-            return;
-        }
-    }
-}
-
-// A number of a line of the manifest, or any of its bytes.
-static void edit_line(std::string &line, edit_bytes &bytes) {
-    static const char *const numbers[] = {"-1",
-                                          "0",
-                                          "1",
-                                          "2",
-                                          "3",
-                                          "4",
-                                          "99999999999999999999",
-                                          "-9223372036854775808",
-                                          "9223372036854775807",
-                                          "2147483648",
-                                          ""};
-    const std::size_t first = bytes.below(line.size());
-    const std::size_t digit = line.find_first_of("0123456789", first);
-    if (digit == line.npos || bytes.below(4) == 0) {
-        if (!line.empty()) line[first] = static_cast<char>(bytes.next());
-        return;
-    }
-    const std::size_t end = std::min(line.find_first_not_of("0123456789", digit), line.size());
-    line.replace(digit, end - digit, numbers[bytes.below(std::size(numbers))]);
-}
-
-// A number of a record or a curve.
-static void edit_number(std::string &text, edit_bytes &bytes) {
-    static const std::uint64_t numbers[] = {0,
-                                            1,
-                                            2,
-                                            3,
-                                            4,
-                                            5,
-                                            8,
-                                            9,
-                                            ~0ULL,
-                                            1ULL << 31,
-                                            1ULL << 61,
-                                            1ULL << 63,
-                                            0x7ff0000000000000ULL,
-                                            0x7ff8000000000000ULL,
-                                            0xfff0000000000000ULL,
-                                            0x7fefffffffffffffULL};
-    if (text.size() < 8) return;
-    const std::size_t at = (bytes.next() * 256 + bytes.next()) % (text.size() - 7) / 4 * 4;
-    const std::uint64_t number = numbers[bytes.below(std::size(numbers))];
-    std::memcpy(text.data() + at, &number, bytes.below(2) == 0 ? 4 : 8);
-}
-
-static void edit_bytes_of(std::string &text, edit_bytes &bytes) {
-    const std::size_t at = text.empty() ? 0 : (bytes.next() * 256 + bytes.next()) % text.size();
-    switch (bytes.below(3)) {
-    case 0:
-        text.resize(at);
-        break;
-    case 1:
-        text.insert(at, bytes.raw(32));
-        break;
-    default:
-        if (!text.empty()) text[at] = static_cast<char>(bytes.next());
-    }
-}
+using fuzz::edit_bytes;
+using fuzz::edit_bytes_of;
+using fuzz::edit_json;
+using fuzz::edit_line;
+using fuzz::edit_number;
+using fuzz::expect;
 
 static void edit(fuzz::batch_folder &batch, edit_bytes &bytes) {
     static const char *const binary[] = {"part", "curves", "journal", "fitted"};

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// fuzz_folder_run.cpp -- the folder of a fit that somebody changed, as varokel-report reads it
+//
+// A fit of two lines in 64 points is run once, with its exact end. The bytes are edits of its
+// files: a word, a number of a signal, an item of a JSON, a cut. What the readers let pass becomes
+// rows of both tables, the page, the picture and a ratio of areas with its error.
+#include "edits.h"
+#include "fuzz_reader.h"
+
+#include "support/small_fit.h"
+
+#include "files/base/tool_error.h"
+#include "files/pages/report_page.h"
+#include "files/problem/fit_folder.h"
+#include "files/results/judge_run.h"
+#include "files/results/results_table.h"
+#include "files/results/spectra_of_folder.h"
+#include "files/start/read_start_file.h"
+
+#include "run/varokel.h"
+
+#include <cmath>
+#include <filesystem>
+#include <map>
+
+namespace fs = std::filesystem;
+using fuzz::edit_bytes;
+using fuzz::expect;
+
+typedef std::map<std::string, std::string> folder_files;
+
+static const char *const sidecar =
+    "{\"points\": 64, \"hz_per_point\": 2.0, \"dwell_time_s\": 0.0078125, \"spectrometer_mhz\": "
+    "51.7, \"ppm_at_carrier\": 0.0, \"ppm_rises_with_points\": false, \"nucleus\": \"31P\", "
+    "\"begin_time_s\": 0.001, \"echo_time_s\": 0.03, \"measured_points\": 60, \"source\": "
+    "{\"file\": \"a.nii\", \"sha256\": \"x\"}, \"guessed\": [{\"item\": \"a\", \"value\": 1, "
+    "\"reason\": \"b\"}], \"warnings\": [\"c\"], \"lines_removed\": {\"text\": \"d\"}, "
+    "\"reference_peak\": {\"text\": \"e\"}, \"noise_window\": {\"first\": 2, \"stop\": 12}}";
+
+// A fit, its exact end, and everything that lies there then.
+static folder_files whole_run() {
+    support::write_small_fit({.verbose = 3, .patterns = true, .alignment = true});
+    support::write_file("data.json", sidecar);
+    support::write_file("names.txt", "one\ntwo\nthree\n");
+    const std::string log = support::stdout_of(
+        [] { fuzz::with_fresh_state([] { varokel("", "data.bin", "start.par"); }); });
+    support::write_file("data.log", log);
+    engine::model_workspace workspace;
+    const tools::start_file start = tools::read_start_file("start.par");
+    tools::finish_fit({".", "data"}, start, {}, workspace);
+    folder_files files;
+    for (const fs::directory_entry &each : fs::directory_iterator("."))
+        files[each.path().filename().string()] = support::read_file(each.path().string());
+    return files;
+}
+
+static bool is_signal(const std::string &name) {
+    for (const char *ending : {".bin", ".org", ".fit", ".res", ".nln0", ".fit0", ".cor"})
+        if (name.ends_with(ending)) return true;
+    return false;
+}
+
+static void edit(folder_files &files, edit_bytes &bytes) {
+    auto file = files.begin();
+    std::advance(file, static_cast<std::ptrdiff_t>(bytes.below(files.size())));
+    auto &[name, text] = *file;
+    const std::size_t how = bytes.below(8);
+    if (how == 0) return fuzz::edit_bytes_of(text, bytes);
+    if (how == 1) {
+        files.erase(file);
+        return;
+    }
+    if (is_signal(name)) return fuzz::edit_number(text, bytes);
+    if (name.ends_with(".json") && how < 6) {
+        tools::ordered_json items = tools::ordered_json::parse_or_null(text);
+        if (!items.is_structured()) return;
+        fuzz::edit_json(items, bytes);
+        text = items.dump_valid();
+        return;
+    }
+    fuzz::edit_word(text, bytes);
+}
+
+// Puts the changed files in place of those of the last case.
+static void write_changed(const folder_files &files, const folder_files &whole,
+                          folder_files &there) {
+    for (const auto &[name, text] : whole) {
+        const auto wanted = files.find(name);
+        const auto present = there.find(name);
+        if (wanted == files.end()) {
+            if (present != there.end()) fs::remove(name);
+            there.erase(name);
+        } else if (present == there.end() || present->second != wanted->second) {
+            support::write_file(name, wanted->second);
+            there[name] = wanted->second;
+        }
+    }
+}
+
+static void check(const tools::run_result &run) {
+    const std::string rows = tools::results_rows(run), quality = tools::quality_row(run);
+    const auto lines = static_cast<std::size_t>(std::count(rows.begin(), rows.end(), '\n'));
+    expect(lines == std::max<std::size_t>(1, run.entries.size()));
+    const std::string header = tools::results_header();
+    expect(std::count(rows.begin(), rows.end(), '\t') ==
+           static_cast<std::ptrdiff_t>(lines) * std::count(header.begin(), header.end(), '\t'));
+    expect(std::count(quality.begin(), quality.end(), '\n') == 1);
+    expect(tools::utf8_fault(rows + quality) == std::string::npos);
+    tools::reported_run reported{run, {}};
+    if (run.fitted) {
+        for (const tools::fitted_entry &entry : run.entries)
+            expect(std::isfinite(entry.area.value) && std::isfinite(entry.frequency.value));
+        if (run.entries.size() >= 2)
+            reported.derived.push_back(tools::derive_area(run, "ratio=#1/#2"));
+        expect(tools::report_picture(run).ends_with("</svg>\n"));
+    }
+    tools::report_page page(1);
+    page.add(reported);
+    const std::string text = page.text();
+    expect(text.ends_with("</html>\n") && tools::utf8_fault(text) == std::string::npos);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    if (size > fuzz::largest_input) return 0;
+    fuzz::enter_folder();
+    static const folder_files whole = whole_run();
+    static folder_files there = whole;
+    folder_files files = whole;
+    edit_bytes bytes(data, size);
+    const bool edited = bytes.more();
+    for (int edits = 0; bytes.more() && edits < 8; ++edits)
+        if (!files.empty()) edit(files, bytes);
+    write_changed(files, whole, there);
+    try {
+        tools::result_options options;
+        options.hashes = false;
+        const tools::run_result run = tools::read_run(".", "data", options);
+        expect(edited || (run.fitted && run.optimum && run.why_not.empty()));
+        check(run);
+    } catch (const tools::tool_error &error) {
+        expect(edited && error.status() == tools::bad_input);
+    }
+    return 0;
+}
