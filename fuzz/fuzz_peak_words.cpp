@@ -22,8 +22,6 @@ static const char *const table =
 a    | gauss   | 1.5 [0.5, 3]   | -256          | 20 Hz | -       | fixed 0 | yes
 b    | lorentz | =a*0.5         | =a + 16 Hz    | -     | 12      | =a      | no
 c    | voigt   | ?              | fixed 0.5 ppm | 10    | 12      | ?       | no
-p    | naa.pat | ?              | =c            | -     | 6       | fixed ? | no
-q    | creatine.bin | 2 | 0 | 3 | 0.02 ppm | 10 deg | no
 interval: -400 to 400 Hz, 200 to 240 points
 measured: 85 points
 noise: 5 to 40 points
