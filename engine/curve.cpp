@@ -3,7 +3,7 @@
 #include "engine/curve.h"
 
 #include "engine/centred_spectrum.h"
-#include "kernel/line_decay.h"
+#include "kernel/line_equation.h"
 
 #include <algorithm>
 

@@ -10,6 +10,7 @@
 #include "support/small_fit.h"
 
 #include "files/base/tool_error.h"
+#include "files/pages/report_curves.h"
 #include "files/pages/report_page.h"
 #include "files/problem/fit_folder.h"
 #include "files/results/judge_run.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// report_page.h -- the report of one or more fitted spectra as a page, and its static picture
+// report_page.h -- the report of one or more fitted spectra as a page
 #pragma once
 
 #include "files/results/derived_area.h"

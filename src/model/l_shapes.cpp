@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // l_shapes.cpp -- curves of one model entry, generated in the time domain
 //
-// The equation of a line is that of kernel/line_decay.h; docs/model.md, equations 1 to 6.
+// The equation of a line is that of kernel/line_equation.h; docs/model.md, equations 1 to 6.
 #include "model/l_shapes.h"
 
 #include "model/fft.h"
@@ -9,7 +9,7 @@
 #include "run/storage.h"
 #include "run/types.h"
 
-#include "kernel/line_decay.h"
+#include "kernel/line_equation.h"
 
 #include <algorithm>
 #include <cmath>

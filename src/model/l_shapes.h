@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // l_shapes.h -- curves of one model entry, each by itself, and the fitted lineshape
 //
-// A fit sums its curves in model_sum.h; both take the equation from kernel/line_decay.h.
+// A fit sums its curves in model_sum.h; both take the equation from kernel/line_equation.h.
 //
 // Common arguments: entry (index into fit_lsf), ap complex points, td_ap_trunc points that are
 // not zero, ref_line 1 = multiply by re_ref/im_ref, fit_lsf flags, lsf_coefs; area A [signal],

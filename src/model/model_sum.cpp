@@ -11,7 +11,7 @@
 #include "model/l_shapes.h"
 #include "run/storage.h"
 
-#include "kernel/line_decay.h"
+#include "kernel/line_equation.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// line_decay.cpp -- the curve equation: one line as a damped oscillation
+// line_equation.cpp -- the curve equation: one line as a damped oscillation
 //
 // A Voigt line decays as exp(-pi^2 g^2 t^2 - pi L t) and turns with its frequency; the Gaussian
 // is the case L = 0, the Lorentzian the case g = 0. Time runs in units of the acquisition time,
 // t = (n + d)/N at point n, where d = phi_1/360 is the acquisition delay in points.
 // The added half band, omega = 2 pi (f + N/2), puts the line at point f of the centred spectrum.
-#include "kernel/line_decay.h"
+#include "kernel/line_equation.h"
 
 #include "kernel/elementary.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// line_decay.h -- the curve equation: one line as a damped oscillation
+// line_equation.h -- the curve equation: one line as a damped oscillation
 #pragma once
 
 #include "kernel/decay.h"
