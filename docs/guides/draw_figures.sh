@@ -14,7 +14,7 @@ export PATH=$programs:$PATH
 mkdir -p "$here/figures"
 walk() {
     mkdir "$folder/$1"
-    ln -s "$tree/examples" "$tree/python" "$folder/$1"
+    ln -s "$tree/examples" "$tree/python" "$tree/tests" "$folder/$1"
     bash "$tree/tests/tools/walk_guide.sh" "$here/$1.md" "$folder/$1" || echo "$1: see above; its figures are drawn all the same"
 }
 # page GUIDE PAGE FIGURE HEIGHT
@@ -34,11 +34,12 @@ page() {
 }
 CHROMIUM=$(command -v chromium || command -v chromium-browser || true)
 export CHROMIUM
-for guide in p31 c13_series h1_long_echo h2 xe129 grid; do walk $guide; done
+for guide in p31 c13_series h1_long_echo h1_water h2 xe129 grid; do walk $guide; done
 cp "$folder/p31/brain/fit.svg" "$here/figures/p31_brain.svg"
 cp "$folder/p31/muscle/fit.svg" "$here/figures/p31_muscle.svg"
 cp "$folder/c13_series/c13.svg" "$here/figures/c13_point.svg"
 cp "$folder/h1_long_echo/run/fit.svg" "$here/figures/h1_long_echo.svg"
+cp "$folder/h1_water/run/fit.svg" "$here/figures/h1_water.svg"
 cp "$folder/h2/run/fit.svg" "$here/figures/h2.svg"
 cp "$folder/xe129/run/fit.svg" "$here/figures/xe129.svg"
 page p31 look/look.html p31_look.png 560

@@ -10,14 +10,14 @@ for guide in "$tree"/docs/guides/*.md; do
     name=$(basename "$guide" .md)
     [ "$name" = README ] && continue
     mkdir "$name"
-    ln -s "$tree/examples" "$tree/python" "$name"
+    ln -s "$tree/examples" "$tree/python" "$tree/tests" "$name"
     true_that "guide $name" bash "$tree/tests/tools/walk_guide.sh" "$guide" "$name"
     for figure in $(sed -n 's/^!\[.*\](\(.*\))$/\1/p' "$guide"); do
         true_that "$name: $figure is there" test -s "$tree/docs/guides/$figure"
     done
     walked=$((walked + 1))
 done
-true_that 'all guides' test "$walked" -ge 6
+true_that 'all guides' test "$walked" -ge 7
 
 mkdir batch
 ln -s "$tree/examples" batch
