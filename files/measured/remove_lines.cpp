@@ -194,14 +194,8 @@ std::vector<oscillation> oscillations_of(const complex_signal &fid, int order) {
     return out;
 }
 
-std::vector<oscillation> remove_lines(complex_signal &fid, std::size_t measured, double low,
-                                      double high, int order) {
-    measured = std::min(measured, fid.size());
-    std::vector<oscillation> lines =
-        oscillations_of({fid.begin(), fid.begin() + static_cast<std::ptrdiff_t>(measured)}, order);
-    std::erase_if(lines, [&](const oscillation &each) {
-        return !(each.frequency >= low && each.frequency <= high);
-    });
+void subtract_lines(complex_signal &fid, std::size_t measured,
+                    const std::vector<oscillation> &lines) {
     for (const oscillation &each : lines) {
         const number z =
             std::polar(std::exp(-each.damping), 2.0 * std::numbers::pi * each.frequency);
@@ -211,6 +205,17 @@ std::vector<oscillation> remove_lines(complex_signal &fid, std::size_t measured,
             value *= z;
         }
     }
+}
+
+std::vector<oscillation> remove_lines(complex_signal &fid, std::size_t measured, double low,
+                                      double high, int order) {
+    measured = std::min(measured, fid.size());
+    std::vector<oscillation> lines =
+        oscillations_of({fid.begin(), fid.begin() + static_cast<std::ptrdiff_t>(measured)}, order);
+    std::erase_if(lines, [&](const oscillation &each) {
+        return !(each.frequency >= low && each.frequency <= high);
+    });
+    subtract_lines(fid, measured, lines);
     return lines;
 }
 

@@ -33,6 +33,10 @@ struct oscillation {
 //   2. What would grow is kept at its first amplitude.
 std::vector<oscillation> oscillations_of(const complex_signal &fid, int order);
 
+// Subtracts the lines from the first points of an FID, which has at least so many.
+void subtract_lines(complex_signal &fid, std::size_t measured,
+                    const std::vector<oscillation> &lines);
+
 // Subtracts those from low to high [cycles per point] from the FID, and returns them.
 //   measured   points before zeros that were filled in; what follows stays as it is
 std::vector<oscillation> remove_lines(complex_signal &fid, std::size_t measured, double low,
