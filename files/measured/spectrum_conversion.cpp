@@ -221,6 +221,7 @@ void spectrum_conversion::take_lines_out(complex_signal &fid, ordered_json *side
     for (const oscillation &each : removed.lines)
         own["lines"].push_back(
             {{"ppm", carrier + each.frequency / per_ppm},
+             {"hz_from_carrier", each.frequency / dwell}, // stays as it is if the axis moves
              {"width_hz", each.damping / (std::numbers::pi * dwell)},
              {"amplitude", std::abs(each.amplitude)},
              {"phase_degrees", std::arg(each.amplitude) * 180.0 / std::numbers::pi}});

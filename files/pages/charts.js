@@ -4,7 +4,7 @@
 const varokelCharts = (() => {
   const { made, styleOf, colourOf, numberText, tickTexts, decimalsFor, roomAround } = varokelValues;
 
-  // spectrum: {axis: {label, zero, step, falls}, data, fit, residual, components: [{number, name, values, imaginary}],
+  // spectrum: {axis: {label, zero, step, falls}, data, fit, residual, components: [{number, name, values, imaginary, removed, off}],
   // imaginary: {data, fit, residual}, intervals, noise, windows: [{number, low, high, active}], marks: [{name, point}], view}; curves are arrays
   // over the points, in point order; fit and residual may be null; imaginary, noise and windows may be missing
   function show(place, spectrum) {
@@ -22,7 +22,8 @@ const varokelCharts = (() => {
     const whole = [x[0], x[n - 1]];
     let range = start.slice();
     let plots = [];
-    const shown = spectrum.components.map(() => true);
+    const shown = spectrum.components.map((c) => !c.off);
+    const colourAt = (k) => spectrum.components[k].removed ? styleOf("--muted") : colourOf(k); // those of the fit have colours
     // The part that is looked at.
     const turned = spectrum.imaginary;
     const partOf = { real: (re) => re, imaginary: (re, im) => im, magnitude: (re, im) => re.map((v, i) => Math.hypot(v, im[i])) };
@@ -192,7 +193,8 @@ const varokelCharts = (() => {
         for (let i = first; i <= last; i++) if (Math.abs(c[i]) > Math.abs(c[peak])) peak = i;
         const base = u.valToPos(0, "y", true), top = u.valToPos(c[peak], "y", true);
         if (Math.abs(top - base) < 2 * ratio) return;
-        const px = u.valToPos(x[peak], "x", true);
+        const half = u.ctx.measureText(spectrum.components[k].number).width / 2; // of a name, it would stand out at the edge
+        const px = Math.min(Math.max(u.valToPos(x[peak], "x", true), u.bbox.left + half), u.bbox.left + u.bbox.width - half);
         let py = top + (c[peak] < 0 ? 12 : -4) * ratio;
         for (let i = 0; i < taken.length; i++) {
           if (Math.abs(taken[i][0] - px) < 16 * ratio && Math.abs(taken[i][1] - py) < 11 * ratio) {
@@ -201,7 +203,7 @@ const varokelCharts = (() => {
           }
         }
         taken.push([px, py]);
-        u.ctx.fillStyle = colourOf(k);
+        u.ctx.fillStyle = colourAt(k);
         u.ctx.fillText(spectrum.components[k].number, px, py);
       });
       u.ctx.restore();
@@ -217,7 +219,7 @@ const varokelCharts = (() => {
       if (fit) text += ", fit " + numberText(fit[index]) + ", residual " + numberText(residual[index]);
       let largest = -1;
       components.forEach((c, k) => {
-        if (shown[k] && (largest < 0 || Math.abs(c[index]) > Math.abs(components[largest][index]))) largest = k;
+        if (shown[k] && !spectrum.components[k].removed && (largest < 0 || Math.abs(c[index]) > Math.abs(components[largest][index]))) largest = k;
       });
       if (largest >= 0) text += ", most of it " + spectrum.components[largest].name + " " + numberText(components[largest][index]);
       readout.textContent = text;
@@ -293,7 +295,7 @@ const varokelCharts = (() => {
       componentPlot = null;
       if (components.length > 0)
         componentPlot = chart("components" + ofPart, Math.round(tall * 0.7),
-          components.map((c, k) => line(colourOf(k), 1.2, { show: shown[k] })), components, false, [markWindows, nameComponents]);
+          components.map((c, k) => line(colourAt(k), 1.2, { show: shown[k], dash: spectrum.components[k].removed ? [5, 4] : undefined })), components, false, [markWindows, nameComponents]);
       chart("residual" + ofPart, Math.round(tall * 0.4), [line(styleOf("--residual"), 1.1)], [residual], true);
     }
     build();
@@ -303,6 +305,7 @@ const varokelCharts = (() => {
       const boxes = [];
       const setAll = (on) => {
         boxes.forEach((box, k) => {
+          if (on && spectrum.components[k].removed) return; // no component of the fit
           box.checked = shown[k] = on;
           componentPlot.setSeries(k + 1, { show: on });
         });
@@ -310,8 +313,8 @@ const varokelCharts = (() => {
       spectrum.components.forEach((c, k) => {
         const label = made("label"), box = made("input"), mark = made("i");
         box.type = "checkbox";
-        box.checked = true;
-        mark.style.background = colourOf(k);
+        box.checked = shown[k];
+        mark.style.background = colourAt(k);
         box.addEventListener("change", () => {
           shown[k] = box.checked;
           componentPlot.setSeries(k + 1, { show: box.checked });

@@ -5,6 +5,7 @@
 #include "files/pictures/spectrum_view.h"
 #include "files/results/fit_windows.h"
 #include "files/results/number_text.h"
+#include "files/results/removed_signal.h"
 #include "files/pages/curve_text.h"
 #include "files/pages/page_frame.h"
 
@@ -76,6 +77,19 @@ static std::string chip_name(const fitted_entry &entry) {
     return entry.name == "#" + number ? entry.name : number + " " + entry.name;
 }
 
+static double highest(const complex_signal &signal) {
+    double most = 0.0;
+    for (const std::complex<double> &point : signal) most = std::max(most, std::abs(point));
+    return most;
+}
+
+// Whether what was removed would press the components of the fit flat.
+static bool is_higher_than_components(const run_result &run, const complex_signal &removed) {
+    const double most = highest(removed);
+    return std::none_of(run.components.begin(), run.components.end(),
+                        [&](const complex_signal &each) { return highest(each) >= most; });
+}
+
 ordered_json chart_of(const run_result &run, bool alone) {
     const auto points = static_cast<long long>(run.data.size());
     const plot_axis axis = plot_axis_of(run.axis, "", points);
@@ -116,6 +130,13 @@ ordered_json chart_of(const run_result &run, bool alone) {
              {"name", chip_name(run.entries[k])},
              {"values", text_of(real_curve(run, run.components[k]))},
              {"imaginary", text_of(imaginary_curve(run, run.components[k]))}});
+    if (const complex_signal removed = removed_signal(run); !removed.empty())
+        data["components"].push_back({{"number", "removed"},
+                                      {"name", "removed water"},
+                                      {"removed", true},
+                                      {"off", is_higher_than_components(run, removed)},
+                                      {"values", text_of(real_curve(run, removed))},
+                                      {"imaginary", text_of(imaginary_curve(run, removed))}});
     return data;
 }
 

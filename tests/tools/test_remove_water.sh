@@ -58,6 +58,55 @@ true_that 'and no worse a fit' perl -e 'exit !($ARGV[0] < 1.05 * $ARGV[1])' -- \
 status 2 "$programs/varokel-import" wet.nii -o none --remove-water 4.2
 holds err '--remove-water 4.2: expected two shifts in ppm'
 status 2 "$programs/varokel-import" wet.nii -o none --remove-water 4.2:four
+
+# ---- the page draws what was taken out ----
+# drawn FOLDER BEFORE AFTER: the curve is the spectrum before less that after the removal, turned as the data of the page are
+drawn() {
+    perl -MJSON::PP -MMIME::Base64 -0777 -e '
+        use strict; use warnings;
+        my ($page, @bins) = @ARGV;
+        my $slurp = sub { open my $f, "<:raw", $_[0] or die "$_[0]: $!"; local $/; <$f> };
+        my ($text) = $slurp->($page) =~ m{<script[^>]*id="spectrum-1-data"[^>]*>(.*?)</script>}s or die "no curves";
+        my $chart = decode_json($text);
+        my @removed = grep { $_->{removed} } @{ $chart->{components} };
+        print scalar(@removed), " ";
+        exit 0 if !@removed;
+        my $curve = sub { [unpack "f<*", decode_base64($_[0])] };
+        my ($re, $im) = map { $curve->($removed[0]{$_}) } qw(values imaginary);
+        my ($x, $y) = map { $curve->($_) } $chart->{data}, $chart->{imaginary}{data};
+        my ($before, $after) = map { [unpack "f<*", $slurp->($_)] } @bins;
+        my ($most, $off, $at) = (0, 0, 0);
+        # removed / data, of the page and of the files; multiplied out
+        for my $i (0 .. $#$re) {
+            my ($a, $b) = @$after[2 * $i, 2 * $i + 1];
+            my ($c, $d) = ($before->[2 * $i] - $a, $before->[2 * $i + 1] - $b);
+            my ($p, $q) = ($re->[$i] * $a - $im->[$i] * $b - $c * $x->[$i] + $d * $y->[$i],
+                $re->[$i] * $b + $im->[$i] * $a - $c * $y->[$i] - $d * $x->[$i]);
+            my $size = sqrt(($c * $c + $d * $d) * ($a * $a + $b * $b));
+            my $wrong = sqrt($p * $p + $q * $q);
+            ($most, $at) = ($size, $i) if $size > $most;
+            $off = $wrong if $wrong > $off;
+        }
+        printf "%s %s\n", $off < 1e-4 * $most && $most > 0 && @$re == @$after / 2 ? "same" : "differs by $off of $most",
+            $removed[0]{off} ? "off" : "on";
+    ' -- "$@"
+}
+status 0 "$programs/varokel-import" wet.nii -o whole
+true_that 'the removed water is on the page, and off' test "$(drawn removed/report.html whole/wet.bin removed/wet.bin)" = '1 same off'
+true_that 'nothing of it where nothing was removed' test "$(drawn dry/report.html)" = '0 '
+status 0 "$programs/varokel-fit" wet.nii peaks.txt -o moved --remove-water 4.2:5.1 --reference-peak 'NAA 2.03 ppm'
+true_that 'also where the axis moves' test "$(drawn moved/report.html whole/wet.bin moved/wet.bin)" = '1 same off'
+fid 0.5 | nifti >moist.nii
+status 0 "$programs/varokel-import" moist.nii -o whole_moist
+status 0 "$programs/varokel-fit" moist.nii peaks.txt -o moist --remove-water 4.2:5.1
+true_that 'little water is shown' test "$(drawn moist/report.html whole_moist/moist.bin moist/moist.bin)" = '1 same on'
+# a sidecar is a file as others
+perl -pe 's/"points": \d+/"points": 9999999/ if $seen ||= /lines_removed/' moist/moist.json >edited.json
+true_that 'it is another one' test "$(cmp -s edited.json moist/moist.json; echo $?)" -eq 1
+cp edited.json moist/moist.json
+status 3 "$programs/varokel-report" moist -o moist_page --force
+holds err 'moist.json: lines_removed: expected a list of up to 2048 lines'
+
 # a stretch without lines changes the spectrum by less than its noise
 status 0 "$programs/varokel-import" dry.nii -o nothing --remove-water 6:7
 status 0 "$programs/varokel-compare" nothing/dry.bin dry/dry.bin --signal --rel 0.001 --abs 0.002
