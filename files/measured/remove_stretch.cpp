@@ -4,6 +4,7 @@
 #include "engine/centred_spectrum.h"
 #include "engine/noise_window.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -26,23 +27,39 @@ static double left_over_noise(const kernel::transform_plan &plan, const complex_
     return count > 0.0 && sd > 0.0 ? std::sqrt(sum / count) / sd : 0.0;
 }
 
+static double power_of(const complex_signal &fid) {
+    double sum = 0.0;
+    for (const std::complex<double> &point : fid) sum += std::norm(point);
+    return sum;
+}
+
 removed_stretch_lines remove_stretch(const kernel::transform_plan &plan, complex_signal &fid,
                                      std::size_t measured, double low, double high, int asked) {
     static constexpr int tried[] = {25, 40, 60};
     static constexpr double enough = 2.0;
     const complex_signal before = fid;
+    const double power = power_of(before);
     removed_stretch_lines best;
+    double added = 0.0;
+    int order = 0;
     for (const int each : tried) {
         complex_signal own = before;
-        const int order = asked > 0 ? asked : each;
+        order = asked > 0 ? asked : each;
         std::vector<oscillation> lines = remove_lines(own, measured, low, high, order);
+        const double more = power > 0.0 ? power_of(own) / power - 1.0 : 0.0;
+        if (more > 0.0) {
+            added = added > 0.0 ? std::min(added, more) : more;
+            if (asked > 0) break;
+            continue;
+        }
         const double left = left_over_noise(plan, own, low, high);
         if (best.order == 0 || left < best.left_over_noise) {
-            best = {std::move(lines), order, left};
+            best = {std::move(lines), order, left, -more, 0.0};
             fid = std::move(own);
         }
         if (asked > 0 || best.left_over_noise <= enough) break;
     }
+    if (best.order == 0) best = {{}, order, left_over_noise(plan, before, low, high), 0.0, added};
     return best;
 }
 

@@ -195,19 +195,12 @@ complex_signal spectrum_conversion::spectrum_of(complex_signal fid, const measur
     return engine::spectrum_of_fid(*plan_, fid);
 }
 
-static double power_of(const complex_signal &fid) {
-    double sum = 0.0;
-    for (const std::complex<double> &point : fid) sum += std::norm(point);
-    return sum;
-}
-
 void spectrum_conversion::take_lines_out(complex_signal &fid, ordered_json *sidecar) const {
     const double carrier = items_["ppm_at_carrier"].get<double>();
     const double dwell = items_["dwell_time_s"].get<double>();
     const double per_ppm = (rises_ ? 1.0 : -1.0) * items_["spectrometer_mhz"].get<double>() * dwell;
     const auto [low, high] = std::minmax(
         {(removed_->first - carrier) * per_ppm, (removed_->second - carrier) * per_ppm});
-    const double before = power_of(fid);
     const long long measured = points_before_zeros(fid);
     const removed_stretch_lines removed =
         remove_stretch(*plan_, fid, static_cast<std::size_t>(measured), low, high, water_order_);
@@ -225,15 +218,23 @@ void spectrum_conversion::take_lines_out(complex_signal &fid, ordered_json *side
              {"width_hz", each.damping / (std::numbers::pi * dwell)},
              {"amplitude", std::abs(each.amplitude)},
              {"phase_degrees", std::arg(each.amplitude) * 180.0 / std::numbers::pi}});
-    const double percent = before > 0.0 ? 100.0 * (1.0 - power_of(fid) / before) : 0.0;
+    const double percent = 100.0 * removed.taken;
     own["power_percent"] = percent;
     char text[240];
-    std::snprintf(text, sizeof text,
-                  "lines from %.4g to %.4g ppm were taken out of the FID: %zu of %d (%s), %.3g %% "
-                  "of its power; %.2g times the noise is left there",
-                  removed_->first, removed_->second, removed.lines.size(), removed.order,
-                  water_order_ > 0 ? "--water-order" : "chosen by what is left", percent,
-                  removed.left_over_noise);
+    if (removed.added > 0.0)
+        std::snprintf(
+            text, sizeof text,
+            "nothing from %.4g to %.4g ppm was taken out of the FID: the lines found there "
+            "would have added %.3g %% to its power; %.2g times the noise stays there",
+            removed_->first, removed_->second, 100.0 * removed.added, removed.left_over_noise);
+    else
+        std::snprintf(
+            text, sizeof text,
+            "lines from %.4g to %.4g ppm were taken out of the FID: %zu of %d (%s), %.3g %% "
+            "of its power; %.2g times the noise is left there",
+            removed_->first, removed_->second, removed.lines.size(), removed.order,
+            water_order_ > 0 ? "--water-order" : "chosen by what is left", percent,
+            removed.left_over_noise);
     own["text"] = text;
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/remove_lines.h"
+#include "files/measured/remove_stretch.h"
 #include "files/measured/small_matrix.h"
 
 #include <gtest/gtest.h>
@@ -107,6 +108,37 @@ TEST(remove_lines, zeros_short_and_growing_signals_end) {
 }
 
 // A matrix with eigenvalues of its own choice, turned by another one.
+// Of broad lines over the edge of the stretch, two that nearly cancel may be found, one of them
+// inside: without the other it is many times what is measured.
+TEST(remove_stretch, takes_no_power_in) {
+    const kernel::transform_plan plan(256);
+    const auto power = [](const complex_signal &fid) {
+        double sum = 0.0;
+        for (const number &point : fid) sum += std::norm(point);
+        return sum;
+    };
+    int refused = 0, done = 0;
+    for (unsigned seed = 30; seed < 46; ++seed) {
+        complex_signal fid(256);
+        add(fid, 0.02, 0.06, {6.0, 0.0});
+        add(fid, -0.02, 0.09, {0.0, 5.0});
+        add(fid, -0.1, 0.01, 2.0);
+        add_noise(fid, 1.0, seed);
+        const complex_signal before = fid;
+        const auto removed = tools::remove_stretch(plan, fid, fid.size(), -0.02, 0.02, 60);
+        EXPECT_LE(power(fid), power(before)) << seed;
+        if (removed.added > 0.0) {
+            ++refused;
+            EXPECT_TRUE(fid == before && removed.lines.empty()) << seed;
+        } else
+            ++done;
+        EXPECT_GT(removed.order, 0);
+    }
+    RecordProperty("refused", refused);
+    EXPECT_GE(refused, 1);
+    EXPECT_GE(done, 1);
+}
+
 TEST(small_matrix, eigenvalues_survive_a_change_of_basis) {
     std::mt19937_64 random(3);
     std::normal_distribution<double> normal;
