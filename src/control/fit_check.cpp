@@ -7,7 +7,9 @@
 #include "model/fft.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <vector>
 
 static constexpr int many_iterations = 200;
 
@@ -294,25 +296,24 @@ static void compare_with_prior_knowledge(const start_values &v) {
     }
 }
 
+// Linked widths of unlike line types, named by the line that is followed first. A follower is
+// looked at once, for a file may state ten thousand lines.
 static void check_width_links(start_values &v) {
+    std::vector<std::array<int, 3>> found; // followed, follower, width
     const int lines = v.line_records() / pars_per_entry;
-    for (int i = 1; i <= lines; ++i) {
-        for (int j = i + 1; j <= lines; ++j) {
-            const parameter_record *a = v.fixpar + pars_per_entry * (i - 1);
-            const parameter_record *b = v.fixpar + pars_per_entry * (j - 1);
-            if (b[width1_par].fixed_to == i && b[width1_par].type != a[width1_par].type) {
-                v.pass = 0;
-                std::printf("illegal linewidth prior knowledge line %d and line %d : linetype "
-                            "mismatch\n",
-                            i, j);
-            }
-            if (b[width2_par].fixed_to == i && b[width2_par].type != a[width2_par].type) {
-                v.pass = 0;
-                std::printf("illegal linewidth prior knowledge line %d and line %d  : linetype "
-                            "mismatch\n",
-                            i, j);
-            }
+    for (int j = 2; j <= lines; ++j)
+        for (const int width : {width1_par, width2_par}) {
+            const parameter_record &own = v.fixpar[pars_per_entry * (j - 1) + width];
+            const int i = own.fixed_to;
+            if (i >= 1 && i < j && own.type != v.fixpar[pars_per_entry * (i - 1) + width].type)
+                found.push_back({i, j, width});
         }
+    std::sort(found.begin(), found.end());
+    for (const auto &[followed, follower, width] : found) {
+        v.pass = 0;
+        std::printf("illegal linewidth prior knowledge line %d and line %d %s: linetype "
+                    "mismatch\n",
+                    followed, follower, width == width2_par ? " " : "");
     }
 }
 
