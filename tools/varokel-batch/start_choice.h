@@ -20,7 +20,7 @@ struct start_choice {
     std::vector<std::string> pattern_files; // in patterns/
     std::vector<std::string> inputs;        // files that were read
     std::vector<std::string> guesses;       // values that neither table nor spectrum states
-    ordered_json windows;         // of the table, as the manifest has them
+    ordered_json windows;                   // of the table, as the manifest has them
     std::vector<std::string> derived;       // what the table and the options ask for
 };
 
