@@ -112,6 +112,7 @@ export async function double_click(x, y) {
 }
 export async function open_files(...files) { await now.page.setInputFiles("#file-input", files); }
 export async function load_example() {
+  await now.page.bringToFront(); // a page behind another gets no frames in Firefox, and slow timers
   await now.page.click("#example");
   await now.page.waitForFunction(() => window.varokel.bench.entries.length === 16 && !window.varokel.busy);
 }

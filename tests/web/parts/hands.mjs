@@ -126,7 +126,7 @@ test("by keys alone: a table is built, tied, windowed, edges are moved, and it i
   await now.page.selectOption("#tie-how", "equal");
   await now.page.focus("#tie");
   await key("Enter");
-  await now.page.waitForFunction(() => document.activeElement.id === "plot");
+  await now.page.waitForFunction(() => document.activeElement.id === "plot", null, { polling: 100 });
   await key("p", "Enter");
   assert.match(await row_of("L2"), /=L1/);
   await key("Control+Enter");

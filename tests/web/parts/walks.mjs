@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // walks.mjs -- random walks of clicks, drags and keys
 //
-// WALKS: how many (100); each has its number as seed and begins with the example, so that
+// WALKS: how many (25); each has its number as seed and begins with the example, so that
 // WALK=17 repeats one alone.
 import assert from "node:assert/strict";
 import test from "node:test";
 import { bench, double_click, drag, idle, load_example, now, saved } from "../browser.mjs";
 
-const WALKS = Number(process.env.WALKS ?? 100), STEPS = 12;
+const WALKS = Number(process.env.WALKS ?? 25), STEPS = 12;
 const KEYS = ["n", "p", "a", "Delete", "+", "-", "0", "ArrowLeft", "ArrowRight", "ArrowUp", "ArrowDown", "Alt+ArrowLeft", "Alt+Shift+ArrowRight", "Alt+ArrowUp",
   "]", "[", "e", "w", ".", ",", "Enter", "Escape", "Control+z", "Control+Shift+z", "Control+Enter"];
 const BUTTONS = ["#undo", "#redo", "#mode-add", "#whole", "#fitted", "#in", "#out", "#taller", "#lower", "#tab-lines", "#tab-result", "#tab-text", "#tab-file", "#tab-save",
