@@ -157,6 +157,17 @@ def test_windows_hold() -> None:
         varokel.fit(spectrum(), two_lines(), ExactOptions(windows=windows))
 
 
+def test_windows_of_a_table_are_not_passed_over() -> None:
+    for window in ("4 > 0", "4 [0, 9]", "4 +- 2"):
+        windowed = PEAKS.replace("4     2.20", window + "   2.20")
+        assert windowed != PEAKS
+        table = varokel.PeakTable("interval: 190 to 400 points # > 0\n" + windowed)
+        with pytest.raises(ValueError, match="windows or ranges"):
+            varokel.fit(spectrum(), table, sidecar=SIDECAR)
+    fit = varokel.fit(spectrum(), table, ExactOptions(windows={}), sidecar=SIDECAR)
+    assert fit.verdict == "optimum"
+
+
 def test_masked_arrays_are_refused_and_the_data_of_a_fit_are_its_own() -> None:
     points = spectrum()
     with pytest.raises(ValueError, match="masked"):

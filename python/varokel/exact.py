@@ -34,7 +34,9 @@ class ExactOptions:
     noise_window  first point and the one behind the last of those that hold noise only; by default
                   that of the start file or the sidecar, and a guess where there is none
     noise_sd      of the noise per channel [signal], where it is known better than from a window
-    windows       least and largest value of parameters, by ("PCr", Quantity.AREA)
+    windows       least and largest value of parameters, by ("PCr", Quantity.AREA), in the units of
+                  a start file. Those of a table of peaks are not read: a table with windows or
+                  ranges is refused unless this says what holds, {} for nothing
     patterns      contents of pattern files by the names that the start values have
     starts        how many other starts are tried, whatever the first one finds
     most_linearizations   of one search, at which it gives up (verdict "not_finished")
@@ -202,6 +204,11 @@ def _start_values(
         made, said = start_and_warnings(
             start, points, sidecar, patterns=options.patterns, programs=options.programs
         )
+        if options.windows is None and (start.may_have_windows() or made.start.ranges != 2):
+            raise ValueError(
+                "the table gives windows or ranges, which a fit in process does not read; "
+                "state those that shall hold as ExactOptions(windows=...), or {} for none"
+            )
         names = tuple(options.names) or made.names
         patterns = {**start.pattern_files(), **patterns}
         return made.start, entry_names(made.start, names), patterns, said

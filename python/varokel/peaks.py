@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import re
 import tempfile
 import warnings
 from collections.abc import Mapping, Sequence
@@ -49,6 +50,17 @@ class PeakTable:
         place = Path(self.folder).absolute()
         words = {word for word in self.text.split() if ".bin" in word or ".pat" in word}
         return {word: place / word for word in sorted(words) if (place / word).is_file()}
+
+    def may_have_windows(self) -> bool:
+        """Whether a row of the table has a sign of windows: [a, b], > a, < b or +- a.
+
+        A look at the text, which varokel-start alone reads: what is in doubt counts as a window.
+        """
+        rows = (re.split(r"(?:^|\s)#", line)[0] for line in self.text.splitlines())
+        return any(
+            re.search(r"[<>]|\+-|\[\s*[-+.\d]", row) and not re.match(r"\s*\w+:", row)
+            for row in rows
+        )
 
 
 @dataclass(frozen=True)
