@@ -46,11 +46,13 @@ static const finding_words words_of_kind[] = {
     {"files", "something of the run could not be read, or does not belong to it"},
     {"not_finished", "the search stopped before its end"},
     {"several_minima", "other starts end in another minimum"},
-    {"moved", "the optimum lies away from where the search ended"},
+    {"moved", "a line ended away from where it began or where the search had left it, or in the "
+              "place of another"},
     {"noise_unknown", "the noise is 0 or not known: quality and error bounds mean nothing"},
     {"noise_unlike", "the noise of the real and of the imaginary part differ"},
-    {"misfit", "the residual is larger than the noise: the model leaves signal over, and the error "
-               "bounds, which know of noise only, are too small"},
+    {"misfit",
+     "the residual is not noise alone: the model leaves signal over, and the error bounds, "
+     "which know of noise only, are too small"},
     {"noise_wrong", "the residual is smaller than the noise: the noise window holds signal, or "
                     "there are too many parameters"},
     {"at_bound", "a parameter ended at the bound of its window"},
