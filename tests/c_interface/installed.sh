@@ -80,12 +80,12 @@ if command -v dpkg-deb >/dev/null && command -v dpkg-architecture >/dev/null; th
         complain "libraries go to $(libdir_of "$place/fresh")"
     (cd "$build" && "$(dirname "$cmake")/cpack" -G DEB -D CPACK_COMPONENTS_ALL="library;development" \
         -B "$place/packages") >"$place/log" 2>&1 || { cat "$place/log" >&2; complain cpack; exit 1; }
-    for package in "$place"/packages/*.deb; do dpkg-deb -x "$package" "$place/root"; done
-    folder=$place/root/usr/$(libdir_of "$build")
+    for package in "$place"/packages/*.deb; do dpkg-deb -x "$package" "$place/unpacked"; done
+    folder=$place/unpacked/usr/$(libdir_of "$build")
     for file in libvarokel.so libvarokel.so.2 pkgconfig/varokel.pc cmake/varokel/varokel-config.cmake; do
         [ -e "$folder/$file" ] || complain "package without $file in $(libdir_of "$build")"
     done
-    consumers_of "$place/root/usr" package
+    consumers_of "$place/unpacked/usr" package
 else
     echo "no dpkg-dev: packages left out"
 fi
