@@ -15,9 +15,13 @@ std::string shard_stem(const batch_plan &plan, long long shard, long long shards
     return plan.folder + text;
 }
 
+void discard_journal(const std::string &stem) {
+    for (const char *const ending : {".journal", ".fitted"}) unlink((stem + ending).c_str());
+}
+
 void discard_shard(const std::string &stem) {
-    for (const char *const ending : {".done", ".part", ".curves", ".fitted", ".journal"})
-        unlink((stem + ending).c_str());
+    for (const char *const ending : {".done", ".part", ".curves"}) unlink((stem + ending).c_str());
+    discard_journal(stem);
 }
 
 long long curve_size(const batch_plan &plan) {

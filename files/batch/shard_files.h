@@ -28,6 +28,10 @@ std::string shard_stem(const batch_plan &plan, long long shard, long long shards
 // I and N of a file NNNN_of_NNNN.ending; none for any other name.
 std::optional<std::pair<long long, long long>> shard_of_name(const std::string &name);
 
+// Removes what a shard holds while it works: records and curves, which a finished one has in its
+// part. The caller holds the lock.
+void discard_journal(const std::string &stem);
+
 // Removes all files of a shard but its lock, which the caller holds.
 void discard_shard(const std::string &stem);
 

@@ -272,8 +272,7 @@ void shard_journal::finish() {
     part_file done(stem_ + ".done", " What is fitted stays, --resume goes on");
     done.add(marker.dump() + "\n");
     done.finish();
-    unlink((stem_ + ".journal").c_str());
-    unlink((stem_ + ".fitted").c_str());
+    discard_journal(stem_);
 }
 
 } // namespace tools

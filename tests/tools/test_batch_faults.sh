@@ -65,6 +65,18 @@ true_that "it was ended" test -e was_ended
 status 0 "$batch" merge once
 true_that "the same table" cmp good/results.tsv once/results.tsv
 
+# a run that was ended after its marker and before its journal was removed
+cp -r good marked
+rm marked/results.tsv
+for rest in journal fitted; do
+    printf 'records that the part holds, too' >"marked/shards/0000_of_0001.$rest"
+done
+status 0 "$batch" run marked --resume
+true_that "the same files as of a run that was not" \
+    test "$(ls marked/shards)" = "$(ls good/shards)"
+status 0 "$batch" merge marked --force
+true_that "the same table" cmp good/results.tsv marked/results.tsv
+
 # Where start values come from neighbours, the voxel in the middle comes first and others begin from
 # it. When its fit dies they begin elsewhere; --again does them once more, too.
 for method in classic both; do

@@ -153,6 +153,7 @@ struct shard_place {
     long long shard = 0, shards = 1, first = 0, stop = 0;
     std::string stem;
     bool is_done() const { return has(".done"); }
+    bool has_journal() const { return has(".journal") || has(".fitted"); }
     bool is_begun() const { return is_done() || has(".journal"); }
 
   private:
@@ -237,7 +238,14 @@ int run_batch(const run_options &options) {
                   << ": is not there any more; going on with what the plan holds of it\n";
     const plan_lines lines(plan);
     const shard_place own = place_of_shard(options, plan, lines);
-    if (own.is_done() && options.resume && !options.again) return summary(plan, lines, own);
+    if (own.is_done() && options.resume && !options.again) {
+        const int status = summary(plan, lines, own);
+        if (own.has_journal()) { // of a run that was ended between its marker and its end
+            const shard_lock lock(own.stem);
+            discard_journal(own.stem);
+        }
+        return status;
+    }
     warn_of_options(options, plan);
     const std::string program =
         plan.method == fit_method::exact ? "" : find_varokel(options.program);
