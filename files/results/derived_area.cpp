@@ -109,7 +109,7 @@ std::string derived_row(const std::string &spectrum, const derived_area &derived
     return line + "\t" + text_cell(derived.name) + "\t" + text_cell(derived.expression) + "\t" +
            table_number(derived.value) + "\t" + table_number(derived.error_1sd) + "\t" +
            table_number(2.0 * derived.error_1sd) + "\t" + table_number(derived.percent_1sd()) +
-           "\t" + (derived.unit.empty() ? "n/a" : derived.unit) + "\n";
+           "\t" + text_cell(derived.unit) + "\n";
 }
 
 std::string derived_dictionary(const table_shape &shape) {

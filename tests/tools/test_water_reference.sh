@@ -113,4 +113,10 @@ holds err 'echo time 0.03 s from the file'
 true_that "NAA $(amount brain NAA value) mmol/kg wet weight" near "$(amount brain NAA value)" 11 2
 true_that "Cr $(amount brain Cr value)" near "$(amount brain Cr value)" 9 2
 true_that "Cho $(amount brain Cho value)" near "$(amount brain Cho value)" 1.6 0.5
+
+# a unit is a text of the sidecar, whoever wrote it: one cell, and no formula
+sed -i 's/"unit": "mmol[^"]*"/"unit": "=1+1\\t2"/' brain/brain_press30.json
+status 0 "$programs/varokel-report" brain --force
+true_that "the unit is in the table" grep -q "'=1+1 2" brain/derived.tsv
+true_that "as many cells in each row" test "$(awk -F'\t' '{ print NF }' brain/derived.tsv | sort -u | wc -l)" -eq 1
 finish
