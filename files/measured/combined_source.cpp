@@ -5,6 +5,7 @@
 #include "files/base/tool_error.h"
 #include "files/measured/align_averages.h"
 #include "files/measured/combine_coils.h"
+#include "files/measured/name_dimensions.h"
 #include "files/measured/open_source.h"
 
 #include <algorithm>
@@ -26,11 +27,17 @@ std::unique_ptr<spectrum_source> open_combined(const std::string &file, const st
                                                const input_options &options, bool missing) {
     std::unique_ptr<spectrum_source> source =
         open_source(file, options.format, json, options.points);
+    if (!options.dimensions.empty() && (source->spectra() > 1 || !missing))
+        name_dimensions(*source, options.dimensions, "--dimensions");
     const bool coils = options.combine_coils && has_several(*source, coil_axis);
     const bool averages = options.align_averages && has_several(*source, average_axis);
     const auto refuse = [&](const char *option, const char *axis) {
         throw tool_error(wrong_usage, std::string(option) + ": " + file + " has no dimension " +
-                                          axis + " of several FIDs");
+                                          axis + " of several FIDs" +
+                                          (source->spectra() > 1 && source->axes.size() == 1
+                                               ? "; --dimensions names those of its " +
+                                                     std::to_string(source->spectra()) + " FIDs"
+                                               : std::string()));
     };
     if (options.combine_coils && !coils && !missing) refuse("--combine-coils", coil_axis);
     if (options.align_averages && !averages && !missing) refuse("--align-averages", average_axis);

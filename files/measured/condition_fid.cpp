@@ -114,6 +114,12 @@ double share_of_strongest_line(const complex_signal &fid, double half_width) {
     return inside / all;
 }
 
+double power_of(const complex_signal &fid) {
+    double sum = 0.0;
+    for (const std::complex<double> &point : fid) sum += std::norm(point);
+    return sum;
+}
+
 bool is_copy(const complex_signal &fid, const complex_signal &other) {
     std::complex<double> along = 0.0;
     double own = 0.0, theirs = 0.0;

@@ -49,6 +49,9 @@ measured_lineshape lineshape_of(const complex_signal &water, const std::string &
 // per point]; 1 for a single line. Not a number for noise alone.
 double share_of_strongest_line(const complex_signal &fid, double half_width);
 
+// Sum of the squares of its points.
+double power_of(const complex_signal &fid);
+
 // Whether one FID is the other one times a factor, to a thousandth of its power.
 bool is_copy(const complex_signal &fid, const complex_signal &other);
 

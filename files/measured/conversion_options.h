@@ -15,6 +15,7 @@ struct input_options {
     std::string input, format;
     std::string json;                // empty: the one beside input, if any
     std::optional<long long> points; // of one FID
+    std::string dimensions;          // of FIDs that the file only counts: "DIM_COIL=4,DIM_DYN"
     choice_options choice;
     std::string resize; // empty, "fill", "cut" or a number
     std::string phase;  // empty, "auto" or degrees

@@ -12,6 +12,7 @@
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
 #include "files/measured/combined_source.h"
+#include "files/measured/left_in_mean.h"
 #include "files/measured/reference_check.h"
 #include "files/measured/signal_items.h"
 
@@ -110,6 +111,10 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
         inputs.push_back(lines.source->file);
         inputs.insert(inputs.end(), lines.source->companions.begin(),
                       lines.source->companions.end());
+        const std::string cancelled =
+            warning_of_means(*lines.source, lines.chosen.spectra, own.memory);
+        if (!cancelled.empty())
+            source->warnings.push_back(file_name(lines.source->file) + ": " + cancelled);
     }
 
     conversion.look_at_all(own.memory);

@@ -4,6 +4,7 @@
 #include "files/base/tool_error.h"
 #include "files/spectra/metadata.h"
 #include "files/spectra/signal_file.h"
+#include "files/measured/name_dimensions.h"
 #include "files/measured/text_items.h"
 
 #include <bit>
@@ -55,6 +56,7 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
     read.points = about.positive_integer("n_points");
     read.spectra = about.positive_integer("n_spectra");
     read.step_seconds = about.positive_number("time_step_s");
+    read.dimensions = about.text("dimensions");
     signal_facts &facts = read.facts;
     facts.dwell_time = about.positive_number("dwell_time_s");
     facts.mhz = about.positive_number("spectrometer_MHz");
@@ -89,6 +91,8 @@ void apply_json(spectrum_source &source, const std::string &json, long long poin
     }
     split_into_spectra(source, points_in_file, points ? points : about.points, "spectrum");
     source.axes.front().step_seconds = about.step_seconds;
+    if (about.dimensions && !points)
+        name_dimensions(source, *about.dimensions, json + ": item dimensions");
     if (!points && about.spectra && *about.spectra != source.spectra())
         throw tool_error(bad_input, source.file + ": holds " + std::to_string(source.spectra()) +
                                         " spectra of " + std::to_string(source.points) +

@@ -12,12 +12,13 @@ namespace tools {
 struct json_facts {
     signal_facts facts;
     std::optional<long long> points, spectra;
-    std::optional<double> step_seconds; // from one spectrum to the next
+    std::optional<double> step_seconds;    // from one spectrum to the next
+    std::optional<std::string> dimensions; // as name_dimensions.h has them
 };
 
 // Items n_points, n_spectra, dwell_time_s, spectrometer_MHz, ppm_at_carrier, begin_time_s (or
 // dead_time_s), nucleus, ppm_rises_with_points (true when absent), noise_only_points,
-// metabolite_interval_points, time_step_s. Stretches are held against n_points, else
+// metabolite_interval_points, time_step_s, dimensions. Stretches are held against n_points, else
 // points_in_file. Errors: bad_input, naming the item.
 json_facts read_json_facts(const std::string &json, long long points_in_file);
 

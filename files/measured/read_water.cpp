@@ -4,6 +4,7 @@
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/measured/combined_source.h"
+#include "files/measured/left_in_mean.h"
 #include "files/measured/reference_check.h"
 #include "files/measured/signal_items.h"
 #include "files/measured/spectrum_conversion.h"
@@ -39,6 +40,8 @@ water_file read_water(const std::string &file, const input_options &options,
     read.repetition_time = water->facts.repetition_time;
     read.averages = water->facts.averages;
     read.data_averages = data->facts.averages;
+    const std::string cancelled = warning_of_means(*water, chosen.spectra, own.memory);
+    if (!cancelled.empty()) read.warnings.push_back(cancelled);
     const double begin_time =
         water->facts.begin_time.value_or(data->facts.begin_time.value_or(0.0));
     for (std::size_t s = 0; s < chosen.spectra.size(); ++s) {

@@ -16,6 +16,7 @@ struct water_file {
     std::vector<water_signal> signals; // one, or one for each spectrum of the data
     std::optional<double> echo_time, repetition_time, averages; // as its metadata say
     std::optional<double> data_averages;                        // of the data
+    std::vector<std::string> warnings;                          // of how it was read
 };
 
 // Given:

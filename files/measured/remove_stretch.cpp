@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/remove_stretch.h"
 
+#include "files/measured/condition_fid.h"
+
 #include "engine/centred_spectrum.h"
 #include "engine/noise_window.h"
 
@@ -25,12 +27,6 @@ static double left_over_noise(const kernel::transform_plan &plan, const complex_
     }
     const double sd = std::hypot(noise.sd_re, noise.sd_im) / std::numbers::sqrt2;
     return count > 0.0 && sd > 0.0 ? std::sqrt(sum / count) / sd : 0.0;
-}
-
-static double power_of(const complex_signal &fid) {
-    double sum = 0.0;
-    for (const std::complex<double> &point : fid) sum += std::norm(point);
-    return sum;
 }
 
 removed_stretch_lines remove_stretch(const kernel::transform_plan &plan, complex_signal &fid,

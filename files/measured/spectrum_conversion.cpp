@@ -3,6 +3,7 @@
 
 #include "files/base/tool_error.h"
 #include "files/spectra/point_range.h"
+#include "files/measured/left_in_mean.h"
 #include "files/measured/remove_stretch.h"
 #include "files/measured/signal_items.h"
 #include "files/measured/text_items.h"
@@ -131,7 +132,8 @@ static std::pair<double, double> removed_stretch(const std::string &text) {
 
 spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &chosen,
                                          const input_options &options, const spectrum_options &own)
-    : source_(source), options_(options), reference_peak_(own.reference_peak), eddy_(own.eddy),
+    : source_(source), chosen_(chosen.spectra), options_(options),
+      reference_peak_(own.reference_peak), eddy_(own.eddy),
       conjugated_(source.opposite_sense != options.conjugate) {
     settle_facts(source, own);
     const signal_facts &facts = source.facts;
@@ -150,11 +152,6 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
                                               std::to_string(points_ - 1));
         asked_noise_ = {first, last};
     }
-    if (!options.choice.average.empty())
-        for (const source_axis &axis : source.axes)
-            if (axis.name == "DIM_COIL" && chosen.spectra.front().averaged.contains(axis.name))
-                source.warnings.push_back("coils are averaged as they are; with unlike phases "
-                                          "they cancel. Combine them first if so");
     items_ = common_items(source, conjugated_, rises_, points_);
     water_order_ = static_cast<int>(own.water_order);
     if (!own.remove_water.empty()) {
@@ -245,6 +242,10 @@ bool spectrum_conversion::shares_noise() const {
 
 void spectrum_conversion::look_at_all(long long memory) {
     static constexpr std::size_t most = 1024;
+    if (!options_.choice.average.empty()) {
+        const std::string text = warning_of_means(source_, chosen_, memory);
+        if (!text.empty()) source_.warnings.push_back(text);
+    }
     const bool noise = shares_noise();
     std::optional<reference_search> axis;
     if (reference_peak_ && !eddy_)

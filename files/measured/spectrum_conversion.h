@@ -57,6 +57,7 @@ class spectrum_conversion {
     void take_axis(const reference_search &search);
     std::string other_axis() const; // what --axis would have to be for the other sense
     spectrum_source &source_;
+    chosen_spectra chosen_;
     const input_options &options_;
     std::optional<reference_peak> reference_peak_;
     bool eddy_; // spectra are moved by the reference line, which look_at_all does not know

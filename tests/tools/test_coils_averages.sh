@@ -58,6 +58,43 @@ true_that 'a series of eight' test "$(find batch -name spectra.f32 -size -66k -s
 status 0 "$programs/varokel-batch" plan raw.nii --peaks peaks.txt -o referenced --combine-coils --reference-peak 'NAA 2.01 ppm'
 holds err 'NAA, known at 2.01 ppm'
 
+# coils whose phases are 0, 77, 154 and 231 degrees apart cancel in a plain mean: it says how much is left,
+# and what puts them together; of data, of a reference, and where a file only counts its FIDs
+status 0 "$programs/varokel-import" raw.nii -o plain --average coil --align-averages
+holds err 'the mean over DIM_COIL keeps'
+holds err '--combine-coils puts coils together'
+holds plain/raw.json 'the mean over DIM_COIL keeps'
+# each repetition turned by 20 degrees more than the one before
+points 8 1 | perl -ane 'my $w = int(($. - 1) / 1024) * atan2(0, -1) / 9; my ($c, $s) = (cos $w, sin $w);
+    printf "%.7g %.7g\n", $c * $F[0] - $s * $F[1], $s * $F[0] + $c * $F[1]' |
+    perl "$tree/tests/tools/fid_file.pl" nifti dims=1,1,1,1024,8 \
+    json='{"SpectrometerFrequency": [123.25], "ResonantNucleus": ["1H"], "dim_5": "DIM_DYN"}' >drift.nii
+status 0 "$programs/varokel-import" drift.nii -o drift --average dyn
+holds err 'the mean over DIM_DYN keeps'
+holds err '--align-averages turns them first'
+points 8 4 | signal counted.f32
+about=(--points 1024 --dwell 0.0005 --frequency 123.25 --nucleus 1H --axis falling)
+status 0 "$programs/varokel-import" counted.f32 "${about[@]}" -o counted --average spectrum
+holds err 'the mean over spectrum keeps'
+holds err '--dimensions DIM_COIL=N,DIM_DYN with --combine-coils'
+status 0 "$programs/varokel-import" counted.f32 "${about[@]}" -o named --dimensions DIM_COIL=4,DIM_DYN --combine-coils --align-averages
+lacks err 'keeps'
+true_that 'the area of the file that names its dimensions' perl -e 'exit !(abs($ARGV[0] / $ARGV[1] - 1) < 0.001)' -- \
+    "$(snr named/counted.json averages_aligned snr)" "$(snr run/raw.json averages_aligned snr)"
+printf '{"n_points": 1024, "dwell_time_s": 0.0005, "spectrometer_MHz": 123.25, "dimensions": "DIM_COIL=4,DIM_DYN=8"}' >counted.json
+status 0 "$programs/varokel-import" counted.f32 -o said --combine-coils --align-averages
+holds err '4 coils combined'
+for wrong in DIM_COIL=3,DIM_DYN DIM_COIL=4 DIM_COIL,DIM_DYN DIM_COIL=4,DIM_COIL coil=4,DIM_DYN DIM_COIL=0,DIM_DYN \
+    DIM_COIL=999999999999999999999,DIM_DYN DIM_COIL=1000000,DIM_DYN=1000000 ,; do
+    status 2 "$programs/varokel-import" counted.f32 -o none --dimensions "$wrong" --combine-coils
+    holds err "--dimensions $wrong"
+done
+status 2 "$programs/varokel-import" raw.nii -o none --dimensions DIM_COIL=4,DIM_DYN --combine-coils
+holds err 'names its dimensions itself'
+rm counted.json
+status 2 "$programs/varokel-import" counted.f32 "${about[@]}" -o none --combine-coils
+holds err '--dimensions names those of its 32 FIDs'
+
 # nothing to put together
 points 1 1 | perl "$tree/tests/tools/fid_file.pl" nifti >single.nii
 status 2 "$programs/varokel-import" single.nii -o none --combine-coils

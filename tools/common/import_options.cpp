@@ -40,6 +40,10 @@ void add_input_options(option_parser &app, input_options &options, const std::st
                    "points of one FID, where INPUT does not say (default: item n_points, else all)")
         ->type_name("N")
         ->check(positive_number);
+    app.add_option("--dimensions", options.dimensions,
+                   "what the FIDs of INPUT are where it only counts them, the fastest first: "
+                   "DIM_COIL=8,DIM_DYN (default: item dimensions)")
+        ->type_name("NAME=N,...");
     app.add_option("--index", options.choice.index,
                    "which FID of several, counted from 0: I, DIM=I such as DIM_COIL=0, or all, "
                    "DIM=all; may be repeated")

@@ -91,6 +91,7 @@ std::vector<std::string> add_water(const fit_options &own, const amount_rows &ro
         if (signal.misfit > doubtful_misfit)
             said.push_back("the water is no single Voigt line: its area may be off by more than "
                            "its error");
+        for (const std::string &text : water.warnings) said.push_back(water.file + ": " + text);
         for (const std::string &text : scale_said(water, own.water_scale)) said.push_back(text);
         amount_rows own_rows = rows;
         own_rows.echo_time =
