@@ -107,7 +107,8 @@ static std::string shaded_text(const looked_spectrum &spectrum) {
         text += " Blue: " + stretch_text(spectrum.axis, n, first, last) + ", to be fitted.";
     if (spectrum.noise)
         text += " Yellow: the noise window, " +
-                stretch_text(spectrum.axis, n, spectrum.noise->first, spectrum.noise->second) + ".";
+                stretch_text(spectrum.axis, n, spectrum.noise->first, spectrum.noise->second) +
+                out_of_sight_text(*spectrum.noise, seen_points(spectrum)) + ".";
     return text;
 }
 
@@ -124,6 +125,7 @@ static std::string look_section(const looked_spectrum &spectrum, std::size_t num
             draw_spectra(plot_of(spectrum)) + "</div>\n<div class=\"charts\"></div>\n" +
             element("figcaption", "", shaded_text(spectrum)) + "\n</figure>\n" +
             data_block(id + "-data", look_chart(spectrum));
+    if (!spectrum.notes.empty()) html += said("Done before the fit", spectrum.notes, "");
     html += said("Guessed", spectrum.guesses, "Nothing: all that was needed was stated.");
     if (!spectrum.warnings.empty()) html += said("To look at", spectrum.warnings, "");
     return html + peaks_table(spectrum) + "</section>\n";

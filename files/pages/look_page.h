@@ -32,6 +32,7 @@ struct looked_spectrum {
     std::vector<std::pair<long long, long long>> intervals;
     double phase = 0.0, phi_1 = 0.0; // [degrees] that are taken off
     std::vector<looked_peak> peaks;
+    std::vector<std::string> notes; // what the import did: lines removed, the axis moved
     std::vector<std::string> guesses, warnings;
     std::string why_not; // no start values could be made; empty: they could
 };

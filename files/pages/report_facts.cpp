@@ -88,6 +88,14 @@ std::string stretch_text(const spectrum_axis &items, long long points, long long
            " " + unit;
 }
 
+std::string out_of_sight_text(std::pair<long long, long long> points,
+                              std::pair<long long, long long> in_sight) {
+    if (points.first > in_sight.second || points.second < in_sight.first)
+        return ", outside of this picture";
+    const bool all = points.first >= in_sight.first && points.second <= in_sight.second;
+    return all ? "" : ", in part outside of this picture";
+}
+
 static std::string noise_text(const run_result &run) {
     if (!run.control.read || run.control.noise_stop - run.control.noise_first < 2) return "";
     std::string text =
@@ -114,10 +122,9 @@ std::string caption_of(const run_result &run) {
             (text.back() == 's' ? ", " : "; ") + stretch_text(run.axis, run.points(), first, last);
     const std::string noise = noise_text(run);
     if (!noise.empty()) {
-        const auto [first, last] = run.view();
-        const bool in_sight = run.control.noise_first <= last && run.control.noise_stop > first;
-        text += ". Yellow: the " + noise;
-        if (!in_sight) text += ", outside of this picture";
+        text +=
+            ". Yellow: the " + noise +
+            out_of_sight_text({run.control.noise_first, run.control.noise_stop - 1}, run.view());
     }
     text += ". Numbers at the components are those of the entries.";
     if (run.optimum && !run.optimum->windows.empty())

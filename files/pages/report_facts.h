@@ -5,6 +5,7 @@
 #include "files/results/run_result.h"
 
 #include <string>
+#include <utility>
 
 namespace tools {
 
@@ -21,6 +22,10 @@ std::string caption_of(const run_result &run);
 
 // Plain text: "31P, 120.6 MHz, TE 30 ms, TR 2 s, voxel 20 x 20 x 25 mm (10 mL), 2019-01-31".
 std::string measurement_text(const spectrum_axis &axis, const ordered_json &sidecar);
+// ", outside of this picture", of points that the ones in sight leave out altogether, ", in part
+// outside of this picture"; else nothing.
+std::string out_of_sight_text(std::pair<long long, long long> points,
+                              std::pair<long long, long long> in_sight);
 // "points 10 to 137, -20.1 to -15.2 ppm", of so many points in all.
 std::string stretch_text(const spectrum_axis &axis, long long points, long long first,
                          long long last);

@@ -59,6 +59,13 @@ static void read_signals(run_result &run) {
     run.files_read.push_back(file);
 }
 
+std::vector<std::string> notes_of_sidecar(const metadata &sidecar) {
+    std::vector<std::string> notes;
+    for (const char *const item : notes_of_import)
+        if (const auto text = sidecar.inside(item).text("text")) notes.push_back(*text);
+    return notes;
+}
+
 static void read_sidecar(run_result &run) {
     const std::string file = in_folder(run.folder, run.name + ".json");
     run.sidecar = ordered_json::object();
@@ -69,8 +76,7 @@ static void read_sidecar(run_result &run) {
         static_cast<void>(sidecar.number(item)); // a word would be taken for an absent item later
     run.sidecar = sidecar.items();
     run.files_read.push_back(file);
-    for (const char *const item : notes_of_import)
-        if (const auto text = sidecar.inside(item).text("text")) run.notes.push_back(*text);
+    run.notes = notes_of_sidecar(sidecar);
 }
 
 // What the pre-alignment of the first step did.

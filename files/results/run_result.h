@@ -103,6 +103,8 @@ struct run_result {
 
 // Items of a sidecar whose "text" says what was done to the data before the fit.
 inline constexpr const char *notes_of_import[] = {"lines_removed", "reference_peak"};
+// Their texts, of the items that are there. Errors: bad_input for items of another kind.
+std::vector<std::string> notes_of_sidecar(const metadata &sidecar);
 
 struct result_options {
     std::string names_file, start_file, log_file; // empty: looked for in the folder

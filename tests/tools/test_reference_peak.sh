@@ -52,6 +52,10 @@ status 2 "$programs/varokel-import" phantom.nii -o none --reference-peak 'NAA pp
 holds err 'found "ppm"; expected the chemical shift'
 status 2 "$programs/varokel-import" phantom.nii -o none --reference-peak '2.01 +- 0'
 
+# the page before the fit says it, too
+status 0 "$programs/varokel-fit" phantom.nii peaks.txt -o look --look
+holds look/look.html '<h2>Done before the fit</h2><ul><li>NAA, known at 2.01 ppm, was found at 1.8'
+
 # ---- start values: an axis that the import did not set is set for the table alone ----
 status 0 "$programs/varokel-start" peaks.txt -d given/phantom.bin -o given.par
 lacks err 'reference'

@@ -43,6 +43,9 @@ true_that 'it is said once' test "$(grep -c 'were taken out of the FID' err)" -e
 holds removed/report.html 'lines from 4.2 to 5.1 ppm were taken out of the FID'
 holds removed/wet.json '"order_chosen_by": "what is left in the stretch"'
 true_that 'little more than noise is left' perl -0777 -ne 'exit !(/"left_over_noise": ([\d.]+)/ && $1 < 2)' removed/wet.json
+# the page before the fit says it, too
+status 0 "$programs/varokel-fit" wet.nii peaks.txt -o look --look --remove-water 4.2:5.1
+holds look/look.html '<h2>Done before the fit</h2><ul><li>lines from 4.2 to 5.1 ppm were taken out of the FID'
 # too few oscillations leave water, which is said
 status 0 "$programs/varokel-import" wet.nii -o few --remove-water 4.2:5.1 --water-order 2
 holds err '2 of 2 (--water-order)'

@@ -209,6 +209,13 @@ page_holds look/look.html 'Nothing was fitted.'
 page_holds look/look.html '>A</text>'
 page_holds look/look.html 'Yellow: the noise window, points'
 page_holds look/look.html 'TE 30 ms'
+lacks look/look.html 'Done before the fit'
+# 4 to 7 ppm are the points 110 to 187, and 7 more on each side are shown
+for window in '10 to 60:, outside of this picture.' '95 to 105:, in part outside of this picture.' '104 to 109:.'; do
+    sed "s/^interval.*/&\nnoise: ${window%%:*} points/" fid/peaks.txt >fid/window.txt
+    status 0 "$programs/varokel-fit" fid/one.fid.f32 fid/window.txt -o look --look --force
+    true_that "of the window ${window%%:*}: ${window#*:}" grep -qE "the noise window, points ${window%%:*}, [-0-9.]+ to [-0-9.]+ ppm${window#*:}</figcaption>" look/look.html
+done
 perl -0ne 'print $1 if /application\/json" id="spectrum-1-data">(.*?)<\/script>/s' look/look.html >look.json
 true_that 'a mark where the fit would begin' perl -MJSON::PP -0ne '
     my $p = decode_json($_);

@@ -3,6 +3,7 @@
 
 #include "files/pages/look_page.h"
 #include "files/results/judge_run.h"
+#include "files/results/run_result.h"
 #include "files/spectra/signal_file.h"
 #include "files/start/start_file.h"
 
@@ -74,6 +75,7 @@ static looked_spectrum look_at(const prepared_fit &fit) {
     looked.why_not = fit.planned.why_not;
     looked.guesses = guesses_of_sidecar(sidecar.items());
     for (const std::string &text : fit.guesses) looked.guesses.push_back(text);
+    looked.notes = notes_of_sidecar(sidecar);
     looked.warnings = fit.warnings;
     const auto warned = sidecar.items().find("warnings");
     if (warned != sidecar.items().end() && warned->is_array())
