@@ -59,6 +59,45 @@ const varokelValues = (() => {
       return (v / 10 ** exponent).toFixed(decimals) + (exponent ? "e" + exponent : "");
     });
   };
+  const places = (text) => text.replace(/e([+-])(\d)$/, "e$10$2"); // exponents as the tables have them
+  const unsigned = (text) => (/[1-9]/.test(text.split("e")[0]) ? text : text.replace("-", ""));
+  const exponentOf = (value, digits) => Number(value.toExponential(digits).split("e")[1]);
+  // The value rounded to the multiple of 10^place that is nearest, in the notation of the error.
+  const roundedTo = (value, place, fixed) => {
+    const most = 15, size = Math.abs(value); // digits behind the first: a double has no more
+    if (size === 0) return fixed ? (0).toFixed(Math.max(0, -place)) : "0";
+    if (fixed && place <= 0) return unsigned(value.toFixed(-place));
+    const unit = 10 ** place;
+    if (size < 0.5 * unit) return "0";
+    const rounded = size < unit ? Math.sign(value) * unit : value;
+    const digits = (top) => Math.max(0, Math.min(most, top - place)), top = exponentOf(Math.max(size, unit), most);
+    let text = rounded.toExponential(digits(top));
+    // 9.996 to two places is 10.00, of one digit more
+    if (exponentOf(size, digits(top)) > top) text = Number(text).toExponential(digits(top + 1));
+    return fixed ? Number(text).toFixed(0) : places(text);
+  };
+  // A value and its standard deviation as number_text.h has them: two digits of the deviation, and the value to the
+  // same place.
+  const withError = (value, sd) => {
+    if (!Number.isFinite(value)) return { value: "n/a", error: "n/a" };
+    if (!(sd > 0) || !Number.isFinite(sd)) return { value: fewDigits(value), error: "n/a" };
+    const place = exponentOf(sd, 1) - 1;
+    const top = Math.max(value === 0 ? place : exponentOf(Math.abs(value), 15), place + 1), fixed = top < 6 && place >= -7;
+    return { value: roundedTo(value, place, fixed), error: fixed ? roundedTo(sd, place, true) : places(sd.toExponential(1)) };
+  };
+  const fewDigits = (value) => {
+    const power = value === 0 ? 0 : exponentOf(Math.abs(value), 4);
+    return power < -4 || power > 4 ? places(String(Number(value.toPrecision(5)).toExponential())) : String(Number(value.toPrecision(5)));
+  };
+  const withErrorText = (value, sd) => {
+    const text = withError(value, sd);
+    return text.error !== "n/a" ? text.value + " \u00b1 " + text.error : text.value;
+  };
+  // Two digits, from 100 on whole percents.
+  const percentText = (percent) => {
+    if (!Number.isFinite(percent)) return "n/a";
+    return percent === 0 ? "0" : percent >= 99.5 ? percent.toFixed(0) : withError(0, percent).error;
+  };
   const numberText = (value) => Number.isFinite(value) ? value.toPrecision(4) : "n/a";
-  return { floatsOf, curveOf, made, styleOf, colourOf, numberText, tickTexts, decimalsFor, roomAround };
+  return { floatsOf, curveOf, made, styleOf, colourOf, numberText, withError, withErrorText, percentText, tickTexts, decimalsFor, roomAround };
 })();

@@ -5,7 +5,7 @@
 // pointed at; choose(n), called with the spectrum that is clicked.
 // Returned: the elements of the chart, and the function that draws it anew.
 const varokelCourse = (maps, readout, choose) => {
-  const { made, styleOf, colourOf, numberText, tickTexts, roomAround } = varokelCharts;
+  const { made, styleOf, colourOf, numberText, withError, tickTexts, roomAround } = varokelCharts;
   const { batch, quantities, some, size, hasMap, courseAxis, numberAt, state, hidden, pale, paleShare, paleOf } = varokelOverview;
   const course = made("div", "course"), chips = made("div", "chips"), courseTitle = made("div", "panel-title");
   const sums = made("div", "wide");
@@ -36,8 +36,8 @@ const varokelCourse = (maps, readout, choose) => {
       });
       const line = made("tr"), name = made("th", "", batch.entries[shown[s]]);
       name.scope = "row";
-      line.append(name, made("td", "", points.length > 1 ? numberText(sum) : "n/a"),
-        made("td", "", points.length > 1 ? numberText(Math.sqrt(variance)) : "n/a"), made("td", "", String(points.length)));
+      line.append(name, made("td", "", points.length > 1 ? withError(sum, Math.sqrt(variance)).value : "n/a"),
+        made("td", "", points.length > 1 ? withError(sum, Math.sqrt(variance)).error : "n/a"), made("td", "", String(points.length)));
       body.append(line);
     });
     table.append(top, body);

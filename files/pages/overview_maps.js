@@ -5,7 +5,7 @@
 // pointed at; choose(n), called with the spectrum that is clicked.
 // Returned: the elements of the maps, and the function that draws them anew.
 const varokelMaps = (maps, readout, choose) => {
-  const { made, styleOf, numberText } = varokelCharts;
+  const { made, styleOf, numberText, withErrorText, percentText } = varokelCharts;
   const { batch, count, columns, quantities, size, inSpace, hasMap, numberAt, state, hidden, pale, paleShare } = varokelOverview;
   const slices = made("div", "slices"), scale = made("div", "scale");
   const canvases = [];
@@ -146,10 +146,9 @@ const varokelMaps = (maps, readout, choose) => {
   }
 
   function describe(n) {
-    const quantity = quantities[state.quantity], k = state.entry;
-    let text = batch.names[n] + ": " + quantity.name + " " + numberText(quantity.of(k)[n]) + " " + quantity.unit;
-    if (quantity.sd && Number.isFinite(quantity.sd(k)[n])) text += " \u00b1 " + numberText(quantity.sd(k)[n]) + " (1 SD)";
-    if (Number.isFinite(columns.areaPercent[k][n])) text += ", area error " + numberText(columns.areaPercent[k][n]) + " %";
+    const quantity = quantities[state.quantity], k = state.entry, sd = quantity.sd ? quantity.sd(k)[n] : NaN;
+    let text = batch.names[n] + ": " + quantity.name + " " + (sd > 0 ? withErrorText(quantity.of(k)[n], sd) + " (1 SD)" : numberText(quantity.of(k)[n])) + " " + quantity.unit;
+    if (Number.isFinite(columns.areaPercent[k][n])) text += ", area error " + percentText(columns.areaPercent[k][n]) + " %";
     return text + ", " + batch.said[n];
   }
 

@@ -4,7 +4,7 @@
 // Given: the element that all of it stands in.
 // Returned: show(n), which draws spectrum n in the place of the one before.
 const varokelSpectrum = (detail) => {
-  const { made, numberText, curveOf } = varokelCharts;
+  const { made, numberText, curveOf, withErrorText, percentText } = varokelCharts;
   const { batch, quality, snr, columns, some, state } = varokelOverview;
   let loaded = null;
   const waiting = new Map(), parts = new Map();
@@ -52,22 +52,15 @@ const varokelSpectrum = (detail) => {
       row.append(cell);
     }
     head.append(row);
-    // with as many digits as the error allows: two of it
-    const withError = (value, sd) => {
-      if (!Number.isFinite(value) || !Number.isFinite(sd) || sd <= 0) return numberText(value);
-      const digits = 1 - Math.floor(Math.log10(sd));
-      if (digits > 7 || digits < -3) return value.toExponential(3) + " \u00b1 " + sd.toExponential(1);
-      return value.toFixed(Math.max(0, digits)) + " \u00b1 " + sd.toFixed(Math.max(0, digits));
-    };
     batch.entries.forEach((name, k) => {
       const line = made("tr"), first = made("th", "name", name);
       first.scope = "row";
-      line.append(first, made("td", "", withError(columns.area[k][n], columns.areaSd[k][n])));
+      line.append(first, made("td", "", withErrorText(columns.area[k][n], columns.areaSd[k][n])));
       const percent = columns.areaPercent[k][n];
       const red = percent > batch.redPercent, amber = percent > batch.amberPercent;
       line.append(made("td", red ? "red" : amber ? "amber" : "",
-        Number.isFinite(percent) ? percent.toPrecision(3) + " %" + (red ? " !!" : amber ? " !" : "") : "n/a"));
-      for (const [, , values, sds] of pairs) line.append(made("td", "", withError(values[k][n], sds[k][n])));
+        Number.isFinite(percent) ? percentText(percent) + " %" + (red ? " !!" : amber ? " !" : "") : "n/a"));
+      for (const [, , values, sds] of pairs) line.append(made("td", "", withErrorText(values[k][n], sds[k][n])));
       if (withSnr) line.append(made("td", "", numberText(columns.entrySnr[k][n])));
       body.append(line);
     });

@@ -16,13 +16,13 @@ namespace tools {
 
 static constexpr const char *plus_minus = "\u00b1"; // sign for errors
 
-static std::string error_lines(double value_2sd, const std::string &link) {
+static std::string error_lines(double value, double value_2sd, const std::string &link) {
     std::string html;
     if (std::isfinite(value_2sd) && value_2sd > 0.0)
         html += "<small class=\"muted\">" +
-                element("span", "", plus_minus + short_number(0.5 * value_2sd)) +
+                element("span", "", plus_minus + with_error(value, 0.5 * value_2sd).error) +
                 element("span", "class=\"paper-none\"",
-                        std::string(" \u00b7 ") + plus_minus + short_number(value_2sd)) +
+                        std::string(" \u00b7 ") + plus_minus + with_error(value, value_2sd).error) +
                 "</small>";
     if (!link.empty() && link != "free")
         html += element("small", "class=\"muted paper-none\"", link);
@@ -33,7 +33,7 @@ static std::string parameter_cell(const run_result &run, const fitted_parameter 
     if (p.state == parameter_state::unused) return "<td class=\"muted\">\u2013</td>";
     const std::string link = link_text(run, p, is_area);
     return "<td>" + escaped_markup(with_digits_of(p.value, p.error_1sd())) +
-           error_lines(p.error_2sd,
+           error_lines(p.value, p.error_2sd,
                        p.state == parameter_state::linked ? "= " + valid_text(link) : link) +
            "</td>";
 }
@@ -47,14 +47,15 @@ static std::string percent_cell(double percent) {
         style = " class=\"amber\"";
         mark = " !";
     }
-    std::string text = short_number(percent);
+    std::string text = percent_number(percent);
     if (std::isfinite(percent)) text += " %" + std::string(mark);
     return "<td" + std::string(style) + ">" + text + "</td>";
 }
 
 static std::string ppm_cell(const fitted_entry &entry) {
     return "<td>" + with_digits_of(entry.ppm, 0.5 * entry.ppm_2sd) +
-           error_lines(entry.ppm_2sd, entry.type == 4 ? "shift of the pattern" : "") + "</td>";
+           error_lines(entry.ppm, entry.ppm_2sd, entry.type == 4 ? "shift of the pattern" : "") +
+           "</td>";
 }
 
 static std::string entries_of(const run_result &run) {
@@ -128,9 +129,9 @@ static std::string derived_of(const reported_run &reported) {
             element("td", "class=\"text\"", d.expression) +
             element("td", "",
                     with_digits_of(d.value, d.error_1sd) + (d.unit.empty() ? "" : " " + d.unit)) +
-            element("td", "", short_number(d.error_1sd)) +
-            element("td", "", short_number(2.0 * d.error_1sd)) + percent_cell(d.percent_1sd()) +
-            "</tr>\n";
+            element("td", "", with_error(d.value, d.error_1sd).error) +
+            element("td", "", with_error(d.value, 2.0 * d.error_1sd).error) +
+            percent_cell(d.percent_1sd()) + "</tr>\n";
     html += "</tbody></table></div>\n" + assumed_of(reported.run);
     html +=
         reported.run.covariance_agrees

@@ -9,8 +9,18 @@ namespace tools {
 // Three significant digits, whole numbers from 1000 to a million, "n/a" for what is no finite
 // number.
 std::string short_number(double value);
-// With as many digits as the standard deviation allows: two of it. Without one, five digits.
+// A value and its standard deviation for a reader: two digits of the deviation, and the value to
+// the same place, both in one notation (with a power of ten from a million on, and where the place
+// is the eighth behind the point or one farther). Without a deviation above 0 five digits of the
+// value, and "n/a" for the other. The pages have the same rule in chart_values.js.
+struct value_with_error {
+    std::string value, error;
+};
+value_with_error with_error(double value, double sd);
+// The value alone.
 std::string with_digits_of(double value, double sd);
+// An error in percent: two digits, from 100 on whole percents.
+std::string percent_number(double percent);
 // Nine digits, enough for what the result files hold; "n/a" for what is no finite number.
 std::string table_number(double value);
 // Six digits: a number that was read in single precision shows as it was written.

@@ -230,6 +230,7 @@ if command -v node >node.path; then
     for script in chart_values charts report overview_values overview_model overview_maps overview_course overview_spread overview_spectrum overview; do
         true_that "$script.js has no mistake" node --check "$tree/files/pages/$script.js"
     done
+    true_that 'numbers of the pages' node "$tree/tests/tools/number_texts.mjs" "$tree"
 fi
 
 # The fitted values as start values have the quality that the program states for them.

@@ -7,8 +7,6 @@
 #include "files/results/number_text.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <iostream>
 
 namespace tools {
@@ -17,11 +15,14 @@ std::string padded(const std::string &text, std::size_t width) {
     return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
 }
 
-static std::string with_error(const fitted_parameter &parameter) {
+static std::string with_error_text(double value, double sd) {
+    const value_with_error text = with_error(value, sd);
+    return sd > 0.0 ? text.value + " +- " + text.error : text.value;
+}
+
+static std::string parameter_text(const fitted_parameter &parameter) {
     if (parameter.state == parameter_state::unused) return "-";
-    const std::string value = with_digits_of(parameter.value, parameter.error_1sd());
-    if (!(parameter.error_2sd > 0.0)) return value;
-    return value + " +- " + short_number(parameter.error_1sd());
+    return with_error_text(parameter.value, parameter.error_1sd());
 }
 
 static void print_columns(const std::vector<std::vector<std::string>> &cells) {
@@ -44,13 +45,9 @@ static void print_derived(const run_result &run, const std::vector<std::string> 
     if (all.empty()) return;
     std::vector<std::vector<std::string>> cells = {{"derived", "value", "%"}};
     for (const derived_area &d : all) {
-        std::string value = with_digits_of(d.value, d.error_1sd);
-        if (std::isfinite(d.error_1sd)) value += " +- " + short_number(d.error_1sd);
-        char percent[40] = "n/a";
-        if (std::isfinite(d.percent_1sd()))
-            std::snprintf(percent, sizeof percent, "%.1f", d.percent_1sd());
+        std::string value = with_error_text(d.value, d.error_1sd);
         if (!d.unit.empty()) value += " " + d.unit;
-        cells.push_back({d.name, value, percent});
+        cells.push_back({d.name, value, percent_number(d.percent_1sd())});
     }
     print_columns(cells);
 }
@@ -59,13 +56,10 @@ void print_entries(const run_result &run, const std::vector<std::string> &derive
     std::vector<std::vector<std::string>> cells = {
         {"entry", "area", "%", "ppm", "Gauss Hz", "Lorentz Hz", "phase"}};
     for (const fitted_entry &entry : run.entries) {
-        char ppm[40] = "n/a", percent[40] = "n/a";
-        if (std::isfinite(entry.ppm)) std::snprintf(ppm, sizeof ppm, "%.4f", entry.ppm);
-        if (std::isfinite(entry.area.percent_1sd()))
-            std::snprintf(percent, sizeof percent, "%.1f", entry.area.percent_1sd());
-        cells.push_back({entry.name, with_error(entry.area), percent, ppm,
-                         with_error(entry.gauss_width), with_error(entry.lorentz_width),
-                         with_error(entry.phase)});
+        cells.push_back(
+            {entry.name, parameter_text(entry.area), percent_number(entry.area.percent_1sd()),
+             with_digits_of(entry.ppm, 0.5 * entry.ppm_2sd), parameter_text(entry.gauss_width),
+             parameter_text(entry.lorentz_width), parameter_text(entry.phase)});
     }
     print_columns(cells);
     print_derived(run, derive);
