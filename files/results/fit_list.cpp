@@ -64,4 +64,16 @@ fit_list read_fit_list(const fs::path &folder) {
     return digests;
 }
 
+const fit_list &fit_lists::beside(const fs::path &list_of, const fs::path &folder) {
+    const auto [list, is_new] = read_.try_emplace(list_of.string());
+    if (is_new)
+        for (const auto &[name, digest] : read_fit_list(list_of)) {
+            const fs::path file = list_of / name;
+            list->second[file.parent_path().string()][file.filename().string()] = digest;
+        }
+    static const fit_list nothing;
+    const auto found = list->second.find(folder.string());
+    return found == list->second.end() ? nothing : found->second;
+}
+
 } // namespace tools

@@ -25,6 +25,19 @@ void write_fit_list(const std::filesystem::path &folder);
 // The list of a folder. Errors: none; empty when there is none, or it is no list of write_fit_list.
 fit_list read_fit_list(const std::filesystem::path &folder);
 
+// Lists that were read, by the folders of their files: for many spectra below one folder, whose
+// list would else be read again for each of them.
+class fit_lists {
+  public:
+    // What the list of `list_of` says of the files that lie in `folder` itself, by their names
+    // there. list_of, folder: absolute, without dots. Errors: none, as read_fit_list.
+    const fit_list &beside(const std::filesystem::path &list_of,
+                           const std::filesystem::path &folder);
+
+  private:
+    std::map<std::string, std::map<std::string, fit_list>> read_; // by list_of, then by folder
+};
+
 // Whether varokel-report writes files of this name, which is one without a folder.
 bool is_made_by_report(const std::string &name);
 

@@ -307,7 +307,9 @@ run_result read_run(const std::string &folder, const std::string &name,
     bool exact = is_file(in_folder(folder, "optimum.json"));
     bool searched = is_file(in_folder(folder, name + ".exl"));
     if (exact) {
-        const optimum_files beside = files_beside_optimum(folder, name);
+        fit_lists own;
+        const optimum_files beside =
+            files_beside_optimum(folder, name, options.lists != nullptr ? *options.lists : own);
         exact = beside.changed.empty();
         if (!exact)
             refuse_optimum(run, beside.changed, searched);

@@ -8,6 +8,7 @@
 #include "files/pictures/draw_spectra.h"
 #include "files/problem/exact_fit.h"
 #include "files/results/rebuilt_model.h"
+#include "files/results/fit_list.h"
 #include "files/results/fit_log.h"
 #include "files/results/judgement.h"
 
@@ -110,6 +111,7 @@ struct result_options {
     std::string names_file, start_file, log_file; // empty: looked for in the folder
     bool quality_before = true;                   // evaluates the start values, too
     bool hashes = true;                           // of the files, for the provenance
+    fit_lists *lists = nullptr; // of the spectra before this one, kept for those behind it
 };
 
 // Reads the files of spectrum `name` in `folder`. Errors: bad_input for files that are there and

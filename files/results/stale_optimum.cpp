@@ -3,7 +3,6 @@
 #include "files/results/stale_optimum.h"
 
 #include "files/base/sha256.h"
-#include "files/results/fit_list.h"
 
 #include <filesystem>
 
@@ -12,25 +11,19 @@ namespace tools {
 namespace fs = std::filesystem;
 
 // Digests of the files beside optimum.json, by name; none when the list does not have it as it is.
-static fit_list digests_beside_optimum(const fs::path &list_of, const fs::path &folder) {
-    fit_list beside;
-    const fs::path from = folder.lexically_relative(list_of);
-    for (const auto &[name, digest] : read_fit_list(list_of)) {
-        const fs::path file(name);
-        if (file.parent_path() == (from == "." ? fs::path() : from))
-            beside[file.filename().string()] = digest;
-    }
+static fit_list digests_beside_optimum(const fit_list &beside, const fs::path &folder) {
     const auto optimum = beside.find("optimum.json");
-    if (optimum == beside.end() ||
-        sha256_of_file((folder / "optimum.json").string()) != optimum->second)
-        beside.clear();
-    return beside;
+    const bool same = optimum != beside.end() &&
+                      sha256_of_file((folder / "optimum.json").string()) == optimum->second;
+    return same ? beside : fit_list();
 }
 
-optimum_files files_beside_optimum(const std::string &folder, const std::string &name) {
+optimum_files files_beside_optimum(const std::string &folder, const std::string &name,
+                                   fit_lists &lists) {
     const fs::path place = fs::absolute(fs::path(folder) / "").lexically_normal().parent_path();
-    fit_list beside = digests_beside_optimum(place, place);
-    if (beside.empty()) beside = digests_beside_optimum(place.parent_path(), place);
+    fit_list beside = digests_beside_optimum(lists.beside(place, place), place);
+    if (beside.empty())
+        beside = digests_beside_optimum(lists.beside(place.parent_path(), place), place);
     optimum_files found;
     if (beside.empty()) return found;
     std::error_code error;

@@ -2,6 +2,8 @@
 // stale_optimum.h -- whether the optimum of a folder is still that of its files
 #pragma once
 
+#include "files/results/fit_list.h"
+
 #include <string>
 #include <vector>
 
@@ -17,8 +19,9 @@ struct optimum_files {
     bool other_search = false; // there is a NAME.exl that the fit did not leave
 };
 
-// folder, name: of the spectrum, as read_run has them. Errors: bad_input for a file that cannot be
-// read.
-optimum_files files_beside_optimum(const std::string &folder, const std::string &name);
+// folder, name: of the spectrum, as read_run has them. lists: those that earlier spectra needed,
+// and what this one adds. Errors: bad_input for a file that cannot be read.
+optimum_files files_beside_optimum(const std::string &folder, const std::string &name,
+                                   fit_lists &lists);
 
 } // namespace tools

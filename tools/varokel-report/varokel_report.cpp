@@ -250,7 +250,9 @@ static int print_judgements(report_options options) {
     return failed ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
 }
 
-static int write_report(const report_options &options) {
+static int write_report(report_options options) {
+    tools::fit_lists lists;
+    options.files.lists = &lists;
     if (options.judgement) return print_judgements(options);
     if (tools::is_batch(options.folder)) return write_batch(options);
     const auto places = places_of(options);
