@@ -2,6 +2,7 @@
 #include "files/base/packed_file.h"
 
 #include "files/base/file_descriptor.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
@@ -30,8 +31,9 @@ static gzFile stream_of(void *stream) {
     return static_cast<gzFile>(stream);
 }
 
-packed_file::packed_file(const std::string &file, unsigned buffer)
-    : file_(file), stream_(gzopen(file.c_str(), "rb")) {
+packed_file::packed_file(const std::string &file, unsigned buffer) : file_(file) {
+    refuse_no_file(file);
+    stream_ = gzopen(file.c_str(), "rb");
     if (stream_ == nullptr) refuse(file);
     gzbuffer(stream_of(stream_), buffer);
 }
@@ -98,8 +100,9 @@ static std::FILE *stream_of(void *stream) {
     return static_cast<std::FILE *>(stream);
 }
 
-packed_file::packed_file(const std::string &file, unsigned)
-    : file_(file), stream_(std::fopen(file.c_str(), "rb")) {
+packed_file::packed_file(const std::string &file, unsigned) : file_(file) {
+    refuse_no_file(file);
+    stream_ = std::fopen(file.c_str(), "rb");
     if (stream_ == nullptr) refuse(file);
     const int first = std::getc(stream_of(stream_)), second = std::getc(stream_of(stream_));
     std::rewind(stream_of(stream_));

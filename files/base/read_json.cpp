@@ -2,16 +2,13 @@
 #include "files/base/read_json.h"
 
 #include "files/base/plain_text.h"
+#include "files/base/text_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
-#include <fstream>
 
 namespace tools {
-
-static constexpr std::size_t largest_file = std::size_t{1} << 28;
 
 // Brackets outside of texts.
 static int depth_of(const std::string &text) {
@@ -48,19 +45,7 @@ ordered_json json_of_text(const std::string &text, const std::string &file) {
 }
 
 ordered_json json_of_file(const std::string &file) {
-    std::error_code error;
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream || std::filesystem::is_directory(file, error))
-        throw tool_error(bad_input, file + ": cannot be opened; expected a JSON file");
-    std::string text, piece(1 << 16, '\0');
-    while (stream && text.size() <= largest_file) {
-        stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-        text.append(piece, 0, static_cast<std::size_t>(stream.gcount()));
-    }
-    if (stream.bad()) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
-    if (text.size() > largest_file)
-        throw tool_error(bad_input, file + ": larger than 256 MiB; expected a JSON file");
-    return json_of_text(text, file);
+    return json_of_text(read_text_file(file, "a JSON file"), file);
 }
 
 std::string json_text(const ordered_json &items, int indent, const std::string &file) {

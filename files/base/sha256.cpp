@@ -3,12 +3,12 @@
 // the header) and cube roots (here) of the first primes
 #include "files/base/sha256.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <fstream>
 #include <vector>
 
 namespace tools {
@@ -82,7 +82,7 @@ std::string sha256::digits() {
 }
 
 std::string sha256_of_file(const std::string &file) {
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     sha256 hash;
     std::vector<char> piece(1 << 16);
     while (stream) {

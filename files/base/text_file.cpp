@@ -1,23 +1,29 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/base/text_file.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace tools {
 
 std::string read_text_file(const std::string &file, const std::string &expected) {
-    // a folder can be opened like a file, and throws when it is read
     std::error_code error;
     if (std::filesystem::is_directory(file, error))
         throw tool_error(bad_input, file + ": a folder; expected " + expected);
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected " + expected);
-    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string text, piece(1 << 16, '\0');
+    while (stream && text.size() <= largest_text_file) {
+        stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        text.append(piece, 0, static_cast<std::size_t>(stream.gcount()));
+    }
     if (stream.bad()) throw tool_error(bad_input, file + ": cannot be read; expected " + expected);
+    if (text.size() > largest_text_file)
+        throw tool_error(bad_input, file + ": larger than " +
+                                        std::to_string(largest_text_file >> 20) +
+                                        " MiB; expected " + expected);
     return text;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/batch_view.h"
 
+#include "files/base/input_file.h"
 #include "files/base/not_known.h"
 #include "files/base/plain_text.h"
 #include "files/base/read_json.h"
@@ -24,6 +25,9 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
+// Every column of numbers that is shown takes a number for each spectrum of the plan.
+static constexpr std::size_t most_columns = 4096;
+
 bool is_batch(const std::string &folder) {
     std::error_code error;
     return fs::is_regular_file(fs::path(folder) / "manifest.json", error);
@@ -32,13 +36,17 @@ bool is_batch(const std::string &folder) {
 // A table with named columns, a row at a time.
 class table_reader {
   public:
-    explicit table_reader(const std::string &file) : file_(file), stream_(file, std::ios::binary) {
+    explicit table_reader(const std::string &file) : file_(file), stream_(open_input(file)) {
         if (!stream_)
             throw tool_error(bad_input, file + ": cannot be opened; merge the batch first "
                                                "(varokel-batch merge)");
         std::string line;
-        std::getline(stream_, line);
+        next_line(stream_, line, file_);
         cut(line);
+        if (cells_.size() > most_columns)
+            throw tool_error(bad_input, file + ": " + std::to_string(cells_.size()) +
+                                            " columns; expected up to " +
+                                            std::to_string(most_columns));
         for (std::size_t c = 0; c < cells_.size(); ++c) {
             columns_.emplace(cells_[c], c);
             names_.emplace_back(cells_[c]);
@@ -47,7 +55,7 @@ class table_reader {
     }
 
     bool next() {
-        if (!std::getline(stream_, line_)) return false;
+        if (next_line(stream_, line_, file_) == 0) return false;
         ++number_;
         cut(line_);
         if (cells_.size() != width_)
@@ -323,7 +331,7 @@ std::string batch_view::warnings_of(std::size_t spectrum, std::size_t entry) con
 // Its points may be no finite numbers: what was measured is shown as it is.
 static std::optional<complex_signal> signal_of(const std::string &file, long long place,
                                                long long points) {
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     std::string bytes(static_cast<std::size_t>(8 * points), '\0');
     stream.seekg(place * points * 8);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));

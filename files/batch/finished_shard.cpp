@@ -90,7 +90,8 @@ void check_part(const batch_plan &plan, const finished_shard &shard) {
 }
 
 part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)
-    : plan_(plan), shard_(shard), file_(open((shard.stem + ".part").c_str(), O_RDONLY | O_CLOEXEC)),
+    : plan_(plan), shard_(shard),
+      file_(open((shard.stem + ".part").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)),
       bytes_(record_size(plan.records), '\0') {
     char head[shard_head_size];
     if (pread(file_.number(), head, shard_head_size, 0) != static_cast<ssize_t>(shard_head_size) ||

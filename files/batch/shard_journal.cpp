@@ -158,7 +158,8 @@ void shard_journal::take_part(const finished_shard &done) {
     // of the same lines in the same order, for some of them
     file_descriptor curves;
     if (plan_.keep > 0)
-        curves = file_descriptor(open((stem_ + ".curves").c_str(), O_RDONLY | O_CLOEXEC));
+        curves =
+            file_descriptor(open((stem_ + ".curves").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     long long next = 0;
     std::string bytes(static_cast<std::size_t>(curve_size(plan_)), '\0');
     curve_head head{};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/open_source.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/measured/read_jmrui.h"
 #include "files/measured/read_lcmodel_raw.h"
@@ -12,12 +13,11 @@
 #include "files/measured/text_items.h"
 
 #include <array>
-#include <fstream>
 
 namespace tools {
 
 static std::string first_bytes(const std::string &file) {
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     std::array<char, 256> bytes{};
     stream.read(bytes.data(), bytes.size());
     return std::string(bytes.data(), static_cast<std::size_t>(stream.gcount()));

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/spectrum_source.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 
 namespace tools {
 
@@ -70,7 +70,7 @@ void finite_check::finish() const {
 void contiguous_source::add_to(const std::vector<signal_share> &shares,
                                std::vector<complex_signal> &sums) {
     const std::string &name = points_file.empty() ? file : points_file;
-    std::ifstream stream(name, std::ios::binary);
+    std::ifstream stream = open_input(name);
     if (!stream) throw tool_error(bad_input, name + ": cannot be read; is it yours to read?");
     finite_check finite(*this);
     std::vector<unsigned char> bytes;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/text_items.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
@@ -125,35 +126,14 @@ std::optional<std::string> nucleus_of_field(double mhz, double tesla) {
     return std::nullopt;
 }
 
-line_reader::line_reader(const std::string &file) : file_(file), stream_(file, std::ios::binary) {
+line_reader::line_reader(const std::string &file) : file_(file), stream_(open_input(file)) {
     if (!stream_) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
 }
 
 bool line_reader::next() {
-    // A file of another kind may have no line ends: it must not be taken for one line of its size.
-    static constexpr std::size_t longest_line = 1 << 24; // a whole FID of text fits
-    line_.clear();
-    char piece[4096];
-    for (;;) {
-        stream_.getline(piece, sizeof piece);
-        const auto count = static_cast<std::size_t>(stream_.gcount());
-        bytes_ += static_cast<long long>(count);
-        if (stream_.good()) { // counts the line end, which is taken off
-            line_.append(piece, count - 1);
-            break;
-        }
-        line_.append(piece, count);
-        if (stream_.eof()) { // the last line has no end
-            if (line_.empty()) return false;
-            break;
-        }
-        if (count == 0) return false; // a reading error
-        stream_.clear();              // the line is longer than the piece
-        if (line_.size() > longest_line) {
-            ++number_;
-            refuse("longer than 16 MiB; expected lines of text. Is the file of another format?");
-        }
-    }
+    const std::size_t bytes = next_line(stream_, line_, file_);
+    if (bytes == 0) return false;
+    bytes_ += static_cast<long long>(bytes);
     ++number_;
     if (!line_.empty() && line_.back() == '\r') line_.pop_back();
     return true;

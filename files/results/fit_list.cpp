@@ -2,11 +2,11 @@
 // fit_list.cpp -- the list of the files that a fit made, with their digests
 #include "files/results/fit_list.h"
 
+#include "files/base/input_file.h"
 #include "files/base/own_files.h"
 #include "files/base/sha256.h"
 
 #include <algorithm>
-#include <fstream>
 
 namespace tools {
 
@@ -53,8 +53,8 @@ fit_list read_fit_list(const fs::path &folder) {
     fit_list digests;
     std::error_code error;
     if (!fs::is_regular_file(fs::symlink_status(folder / fit_list_name, error))) return digests;
-    std::ifstream list(folder / fit_list_name, std::ios::binary);
-    for (std::string line; std::getline(list, line);) {
+    std::ifstream list = open_input((folder / fit_list_name).string());
+    for (std::string line; next_line(list, line, fit_list_name) > 0;) {
         const bool whole = line.size() > digits_of_digest + 2 &&
                            line.find_first_not_of("0123456789abcdef") == digits_of_digest &&
                            line.compare(digits_of_digest, 2, "  ") == 0;

@@ -2,10 +2,10 @@
 // run_files.cpp -- names and lines of the files of a run
 #include "files/results/run_files.h"
 
+#include "files/base/text_file.h"
 #include "files/base/tool_error.h"
 
 #include <filesystem>
-#include <fstream>
 
 namespace tools {
 
@@ -32,10 +32,8 @@ std::vector<std::string> split(const std::string &line, char at) {
 }
 
 std::vector<std::string> lines_of(const std::string &file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) throw tool_error(bad_input, file + ": cannot be opened; is it yours to read?");
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    std::vector<std::string> lines = split(read_text_file(file, "the lines of a fit"), '\n');
+    if (lines.back().empty()) lines.pop_back();
     return lines;
 }
 

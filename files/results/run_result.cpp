@@ -34,7 +34,7 @@ static void read_signals(run_result &run) {
     const std::string names[] = {signal_of_run(base, ".org"), signal_of_run(base, ".fit"),
                                  signal_of_run(base, ".res")};
     complex_signal *const signals[] = {&run.data, &run.fit, &run.residual};
-    const long long n = count_points(names[0]);
+    const long long n = points_of_spectrum(names[0]);
     if (n < 2) throw tool_error(bad_input, names[0] + ": one point; expected a spectrum");
     for (std::size_t i = 0; i < 3; ++i) {
         if (count_points(names[i]) != n)
@@ -107,7 +107,7 @@ static bool ran_away(run_result &run, const std::vector<spreadsheet_row> &rows,
                      const std::vector<parameter_row> &values, const std::string &names_file) {
     const std::string base = in_folder(run.folder, run.name);
     const auto entries = static_cast<long long>(rows.size());
-    const long long n = count_points(signal_of_run(base, ".fit"));
+    const long long n = points_of_spectrum(signal_of_run(base, ".fit"));
     bool lost = !points_are_finite(signal_of_run(base, ".fit"), 0, n);
     for (std::size_t k = 0; k < rows.size(); ++k)
         lost = lost || !all_finite(rows[k].type, values[k]);
@@ -196,7 +196,7 @@ static void take_optimum(run_result &run) {
     run.optimum = read_optimum(in_folder(run.folder, "optimum.json"));
     run.files_read.push_back(in_folder(run.folder, "optimum.json"));
     const std::string file = in_folder(run.folder, run.name + ".bin");
-    if (run.data.empty()) run.data = read_points(file, 0, count_points(file));
+    if (run.data.empty()) run.data = read_points(file, 0, points_of_spectrum(file));
     rebuilt_from from;
     from.data = run.data;
     from.reference = fs::absolute(file + ".ref").string();

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/spectra/signal_file.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/search_limits.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 
 namespace tools {
 
@@ -32,6 +33,15 @@ long long count_points(const std::string &file) {
                              "little-endian float32, no header). Is the file cut or of another "
                              "format?");
     return static_cast<long long>(size) / point_size;
+}
+
+long long points_of_spectrum(const std::string &file) {
+    const long long points = count_points(file);
+    if (points > search_limits::points)
+        throw tool_error(bad_input, file + ": " + std::to_string(points) +
+                                        " points; expected a spectrum, of up to " +
+                                        std::to_string(search_limits::points));
+    return points;
 }
 
 static double float_at(const std::string &bytes, std::size_t index) {
@@ -68,7 +78,7 @@ static complex_signal points_of(const std::string &file, long long first, long l
                                         " complex points; expected points " +
                                         std::to_string(first) + " to " +
                                         std::to_string(first + count - 1));
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     std::string bytes(static_cast<std::size_t>(count * point_size), '\0');
     stream.seekg(first * point_size);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));

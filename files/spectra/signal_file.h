@@ -12,6 +12,10 @@ namespace tools {
 // whole points of 8 bytes.
 long long count_points(const std::string &file);
 
+// As count_points, of a file that holds one spectrum. Errors: bad_input, too, for more points than
+// any fit takes (search_limits::points), which a file may say to have without storing them.
+long long points_of_spectrum(const std::string &file);
+
 // count points from point first (from 0) on. Errors: bad_input when they are not all there, or
 // when one is not a finite number; the message names the first such points.
 complex_signal read_points(const std::string &file, long long first, long long count);

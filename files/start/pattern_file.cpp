@@ -2,6 +2,7 @@
 // pattern_file.cpp -- stored decays of whole molecules, as text or binary
 #include "files/start/pattern_file.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
 
@@ -10,7 +11,6 @@
 #include "kernel/line_width.h"
 
 #include <charconv>
-#include <fstream>
 
 namespace tools {
 
@@ -30,7 +30,7 @@ static complex_signal read_binary_pattern(const std::string &file,
 }
 
 static complex_signal read_text_pattern(const std::string &file, const engine::acquisition &when) {
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected a pattern file");
     const auto refuse = [&](const std::string &found, const std::string &expected) {
         throw tool_error(bad_input,

@@ -89,4 +89,45 @@ status 1 "$bids" data made3 participant --start start.par --participant-label 02
 holds err 'a .nii and a .nii.gz of this name'
 true_that "neither of the two" test ! -e made3/sub-02/mrs/sub-02_desc-fit_svs.tsv
 true_that "the other one" test -s made3/sub-02/mrs/sub-02_run-2_desc-fit_svs.tsv
+
+# names of maps hold letters and digits alone: where two entries would be called alike, each keeps maps of its own,
+# the values of which are those of its rows
+printf 'Cr+PCr\nCrPCr\n' >names.txt
+status 0 "$bids" data alike participant --start start.par --names names.txt --participant-label 01
+place=alike/sub-01/ses-1/mrs/sub-01_ses-1_acq-csi_desc
+for k in 1 2; do
+    label=CrPCrArea entry=Cr+PCr
+    [ $k -eq 1 ] || label=CrPCrAreax2 entry=CrPCr
+    holds "${place}-${label}_mrsi.json" "\"Description\": \"${entry}_area of the fit of"
+    # six voxels as float32 at the end of the image, x fastest, as the rows of the table are
+    gzip -dc "${place}-${label}_mrsi.nii.gz" | tail -c 24 | od -An -v -t f4 -w4 | awk '{ printf "%.4g\n", $1 }' >of_map
+    awk -F '\t' -v name="$entry" 'NR == 1 { for (i = 1; i <= NF; ++i) c[$i] = i; next }
+        $c["name"] == name { printf "%.4g\n", $c["area"] }' "${place}-fit_mrsi.tsv" >of_table
+    true_that "six voxels of $entry" test "$(wc -l <of_map)" -eq 6
+    true_that "$entry: $(paste -sd ' ' of_map) in the map, $(paste -sd ' ' of_table) in the table" cmp of_map of_table
+done
+true_that 'the two differ' test "$(cksum <"${place}-CrPCrArea_mrsi.nii.gz")" != "$(cksum <"${place}-CrPCrAreax2_mrsi.nii.gz")"
+# maps of entries that this fit has not are of an earlier one, which is said, and they stay
+printf 'Cr+PCr\nNAA\n' >names.txt
+status 0 "$bids" data alike participant --start start.par --names names.txt --participant-label 01 --force
+holds err 'desc-CrPCrAreax2_mrsi.nii.gz: is of an earlier fit, not of this one'
+true_that 'it stays' test -s "${place}-CrPCrAreax2_mrsi.nii.gz"
+lacks err 'desc-NAAArea'
+lacks err 'desc-fit'
+# a folder that cannot be listed is no empty one
+mkdir -p data/sub-04/mrs && cp single.nii data/sub-04/mrs/sub-04_svs.nii
+rm data/sub-04/mrs/sub-04_svs.nii && rmdir data/sub-04/mrs && ln -s mrs data/sub-04/mrs
+status 3 "$bids" data unread participant --start start.par --participant-label 04
+holds err 'sub-04'
+true_that 'nothing was made' test ! -e unread/sub-04
+rm -r data/sub-04
+# a file that is none: it is named, and the others go on
+rm -f data/sub-02/mrs/*
+mkfifo data/sub-02/mrs/sub-02_run-1_svs.nii
+ln -s /dev/zero data/sub-02/mrs/sub-02_run-2_svs.nii.gz
+cp single.nii data/sub-02/mrs/sub-02_run-3_svs.nii
+status 1 timeout 60 "$bids" data odd participant --start start.par --participant-label 02
+holds err 'sub-02_run-1_svs.nii'
+holds err 'sub-02_run-2_svs.nii.gz'
+true_that 'the file among them' test -s odd/sub-02/mrs/sub-02_run-3_desc-fit_svs.tsv
 finish

@@ -252,7 +252,7 @@ begun() { # until it waits for its start file
     return 1
 }
 for signal in TERM HUP KILL; do
-    "$batch" plan grid.nii --start pipe -o stopped >out 2>err &
+    "$batch" plan grid.nii --start /dev/fd/3 -o stopped >out 2>err 3<>pipe &
     begun || failed "the plan did not begin: $(cat err)"
     kill -s "$signal" $!
     wait $! 2>/dev/null

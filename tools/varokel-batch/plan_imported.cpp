@@ -2,6 +2,7 @@
 // plan_imported.cpp -- the spectra of a batch from the folder that varokel-import filled
 #include "varokel-batch/plan_draft.h"
 
+#include "files/base/input_file.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
@@ -12,7 +13,6 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <numeric>
 
 namespace tools {
@@ -150,7 +150,7 @@ static std::vector<float> read_signal(const std::string &name, long long count,
                                         " points; expected the " + std::to_string(count) +
                                         " of its sidecar");
     std::vector<float> parts(static_cast<std::size_t>(2 * count));
-    std::ifstream stream(name, std::ios::binary);
+    std::ifstream stream = open_input(name);
     if (!stream.read(reinterpret_cast<char *>(parts.data()), 8 * count))
         throw tool_error(bad_input, name + ": cannot be read; is it yours to read?");
     if (!std::all_of(parts.begin(), parts.end(), [](float v) { return std::isfinite(v); }))

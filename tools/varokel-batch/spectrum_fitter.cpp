@@ -1,23 +1,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/spectrum_fitter.h"
 
+#include "files/base/text_file.h"
 #include "files/base/tool_error.h"
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 
 namespace tools {
-
-static std::string text_of_file(const std::string &name) {
-    std::ifstream stream(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 fit_common::fit_common(const batch_plan &from, fit_setting own_setting, std::string place,
                        double own_limit)
     : plan(from), setting(std::move(own_setting)), scratch(std::move(place)), limit(own_limit),
-      start_text(text_of_file(from.file("start.par"))), spectra(from) {
+      start_text(read_text_file(from.file("start.par"), "a start value file")), spectra(from) {
     if (plan.method != fit_method::classic)
         patterns = patterns_of(plan.start, {plan.file("patterns")});
 }

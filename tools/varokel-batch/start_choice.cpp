@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-batch/start_choice.h"
 
+#include "files/base/input_file.h"
 #include "files/base/output_file.h"
 #include "files/base/pattern_name.h"
 #include "files/base/plain_text.h"
@@ -14,7 +15,6 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <set>
 
@@ -23,11 +23,11 @@ namespace tools {
 namespace fs = std::filesystem;
 
 static std::vector<std::string> read_names(const std::string &file) {
-    std::ifstream stream(file);
+    std::ifstream stream = open_input(file);
     if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected names");
     std::vector<std::string> names;
     std::set<std::string> different;
-    for (std::string line; std::getline(stream, line);) {
+    for (std::string line; next_line(stream, line, file) > 0;) {
         const std::size_t begin = line.find_first_not_of(" \t\r");
         if (begin == line.npos || line[begin] == '#') continue;
         const std::string name = line.substr(begin, line.find_first_of(" \t\r,", begin) - begin);
@@ -99,7 +99,7 @@ complex_signal signal_of(std::string_view bytes) {
 // The spectrum with the largest sum of squares.
 static complex_signal strongest(const std::string &file, long long points,
                                 const std::vector<planned_spectrum> &spectra) {
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     std::string bytes(static_cast<std::size_t>(8 * points), '\0');
     complex_signal most;
     double largest = -1.0;

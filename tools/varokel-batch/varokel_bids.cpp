@@ -5,6 +5,7 @@
 //
 // Reads sub-*/[ses-*/]mrs/*_svs.nii.gz and *_mrsi.nii.gz (or .nii). The data set is never written
 // to: it may be mounted read-only.
+#include "files/base/input_file.h"
 #include "files/base/ordered_json.h"
 #include "files/base/output_file.h"
 #include "files/base/own_files.h"
@@ -22,7 +23,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <set>
@@ -48,9 +48,8 @@ static void write_json(const fs::path &name, const tools::ordered_json &items) {
 
 // Errors: bad_input, bad_output.
 static void copy_bytes(const fs::path &from, const fs::path &to) {
-    std::ifstream stream(from, std::ios::binary);
-    if (!stream || fs::is_directory(from))
-        throw tool_error(tools::bad_input, from.string() + ": cannot be read");
+    std::ifstream stream = tools::open_input(from.string());
+    if (!stream) throw tool_error(tools::bad_input, from.string() + ": cannot be read");
     tools::part_file written(to.string());
     std::string piece(1 << 16, '\0');
     while (stream) {

@@ -69,7 +69,7 @@ static looked_spectrum look_at(const prepared_fit &fit) {
     const metadata sidecar(base + ".json");
     looked_spectrum looked;
     looked.name = fit.planned.name;
-    looked.points = read_points(base + ".bin", 0, count_points(base + ".bin"));
+    looked.points = read_points(base + ".bin", 0, points_of_spectrum(base + ".bin"));
     looked.axis = axis_of_sidecar(sidecar);
     looked.sidecar = sidecar.items();
     looked.why_not = fit.planned.why_not;

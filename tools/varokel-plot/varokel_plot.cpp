@@ -121,7 +121,7 @@ static int plot_spectrum(const plot_options &options, const tools::complex_signa
 
 static int plot_imported(const plot_options &options, const std::string &base) {
     const std::string file = base + ".bin";
-    return plot_spectrum(options, tools::read_points(file, 0, tools::count_points(file)),
+    return plot_spectrum(options, tools::read_points(file, 0, tools::points_of_spectrum(file)),
                          sidecar_of(options, base), {file, base + ".json"});
 }
 
@@ -153,7 +153,7 @@ static int plot_run(const plot_options &options) {
     const std::vector<std::string> names = {tools::signal_of_run(options.run, ".org"),
                                             tools::signal_of_run(options.run, ".fit"),
                                             tools::signal_of_run(options.run, ".res")};
-    const long long n = tools::count_points(names[0]);
+    const long long n = tools::points_of_spectrum(names[0]);
     if (n < 2) throw tool_error(tools::bad_input, names[0] + ": one point; expected a spectrum");
     const auto length = static_cast<std::size_t>(n);
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_start.cpp -- start files from tables of peaks, and tables from start files
+#include "files/base/input_file.h"
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
@@ -33,7 +34,7 @@ static std::string folder_of(const std::string &file) {
 }
 
 static bool holds(const std::string &file, const std::string &text) {
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = tools::open_input(file);
     return stream && std::string(std::istreambuf_iterator<char>(stream), {}) == text;
 }
 
@@ -109,14 +110,14 @@ static void take_names(const options &own, tools::start_file &start,
                        std::vector<std::string> &inputs) {
     std::string file = own.names;
     if (file.empty()) file = (fs::path(folder_of(own.from)) / "names.txt").string();
-    std::ifstream stream(file);
+    std::ifstream stream = tools::open_input(file);
     if (!stream) {
         if (own.names.empty()) return;
         throw tool_error(tools::bad_input,
                          file + ": cannot be opened; expected a name of an entry on each line");
     }
     std::vector<std::string> names;
-    for (std::string line; std::getline(stream, line);) {
+    for (std::string line; tools::next_line(stream, line, file) > 0;) {
         const std::size_t begin = line.find_first_not_of(" \t\r");
         if (begin == std::string::npos || line[begin] == '#') continue;
         names.push_back(line.substr(begin, line.find_first_of(" \t\r,", begin) - begin));
