@@ -123,7 +123,6 @@ minimum searcher::run(const model &of, model_workspace &ws, std::vector<double> 
         return out;
     };
     for (;;) {
-        if (!goes_on(out.sum_of_squares)) return ended(search_end::stopped);
         const std::span<const double> products = ws.products();
         std::span<const double> curvature;
         if (curved) curvature = ws.curvature();
@@ -131,6 +130,7 @@ minimum searcher::run(const model &of, model_workspace &ws, std::vector<double> 
         for (int c = 0; c < n; ++c)
             scale_[at(c)] = std::max(products[at(c) * stride + at(c)], 0.5 * scale_[at(c)]);
         hold_pressed(of, out.x, products);
+        if (!goes_on(out.sum_of_squares)) return ended(search_end::stopped);
         bool taken = false, refused = false;
         while (!taken) {
             step_result step = bounded_step(of, out.x, products, curvature, damping);

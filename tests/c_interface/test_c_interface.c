@@ -208,7 +208,7 @@ static int watch(void *with, int searches, int linearizations, double sum_of_squ
 }
 
 static void progress_is_told_and_stops(void) {
-    struct seen all = {0, 0, 0, 0, 0.0}, cut = {0, 0, 0, 2, 0.0};
+    struct seen all = {0, 0, 0, 0, 0.0}, cut = {0, 0, 0, 2, 0.0}, none = {0, 0, 0, 1, 0.0};
     double plain[2][5], watched[2][5];
     varokel_problem *p = two_lines();
     varokel_options *options = NULL;
@@ -235,6 +235,9 @@ static void progress_is_told_and_stops(void) {
     CHECK(fit == NULL && cut.calls == 2); /* it is not asked again */
     CHECK(strstr(varokel_workspace_message(w), "stopped") != NULL);
     CHECK(strcmp(varokel_status_text(VAROKEL_STOPPED), varokel_status_text(VAROKEL_FAILED)) != 0);
+    CHECK(varokel_options_set_progress(options, watch, &none) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_STOPPED); /* before the first step */
+    CHECK(fit == NULL && none.calls == 1);
     CHECK(varokel_options_set_progress(options, NULL, NULL) == VAROKEL_OK);
     CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
     CHECK(varokel_fit_values(fit, &watched[0][0], 10) == VAROKEL_OK);
