@@ -137,7 +137,6 @@ static void take_covariance(const start_file &start, const fit_record &record,
     const double wider = run.axis.error_factor() * run.axis.error_factor();
     for (double &covariance : run.control.covariance) covariance *= wider;
     turn_covariance(run.control, turned);
-    run.covariance_agrees = run.has_errors;
 }
 
 run_result batch_table::result_of(const planned_spectrum &spectrum,

@@ -134,11 +134,10 @@ static std::string derived_of(const reported_run &reported) {
             percent_cell(d.percent_1sd()) + "</tr>\n";
     html += "</tbody></table></div>\n" + assumed_of(reported.run);
     html +=
-        reported.run.covariance_agrees
-            ? "<p class=\"muted\">With the covariance of the areas, recomputed from the fitted "
-              "model and checked against the program\u2019s errors; ratios to first order.</p>\n"
-            : "<p class=\"muted\">Without errors: there is no covariance of the areas (see the "
-              "warnings).</p>\n";
+        reported.run.has_covariance()
+            ? "<p class=\"muted\">With the covariance of all parameters; to first order.</p>\n"
+            : "<p class=\"muted\">Without errors: there is no covariance of the parameters (see "
+              "the warnings).</p>\n";
     return html;
 }
 

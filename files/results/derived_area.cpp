@@ -85,7 +85,7 @@ derived_area derive_area(const run_result &run, const std::string &text) {
     const engine::derived_value f = value_of(names, values, text, result);
     result.value = f.value;
     result.error_1sd = std::numeric_limits<double>::quiet_NaN();
-    if (!run.covariance_agrees) return result;
+    if (!run.has_covariance()) return result;
     const double error =
         engine::error_of(f, [&](int k, engine::quantity q, int l, engine::quantity r) {
             return shown_unit(run, q) * shown_unit(run, r) *

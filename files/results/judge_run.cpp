@@ -44,7 +44,7 @@ static std::optional<last_step> last_step_of(const run_result &run) {
 
 std::vector<correlated_pair> correlations_of(const run_result &run) {
     std::vector<correlated_pair> pairs;
-    if (!run.covariance_agrees) return pairs;
+    if (!run.has_covariance()) return pairs;
     const std::size_t n = run.entries.size();
     const auto c = [&](std::size_t k, std::size_t l) {
         return run.control.covariance_of(k, area_of, l, area_of);

@@ -59,12 +59,8 @@ void read_control(run_result &run, const std::vector<parameter_row> &values) {
     if (std::fabs(*run.axis.hz_per_point / run.control.hz_per_point - 1.0) > 1e-5)
         run.warnings.push_back("the sidecar has other hertz per point than the control file; "
                                "shifts in ppm may be wrong");
-    if (!run.control.has_covariance) {
-        if (run.has_errors && !run.control.why.empty())
-            run.warnings.push_back("no covariance: " + run.control.why);
-        return;
-    }
-    run.covariance_agrees = run.has_errors;
+    if (run.has_errors && !run.has_covariance() && !run.control.why.empty())
+        run.warnings.push_back("no covariance: " + run.control.why);
 }
 
 // The start file of a run; empty when it is not there any more.

@@ -247,7 +247,7 @@ static void take_optimum(run_result &run) {
             run.free_parameters += entry.link[j] == 0 ? 1 : 0;
         }
     }
-    run.has_errors = run.covariance_agrees = run.control.has_covariance;
+    run.has_errors = run.control.has_covariance;
     fill_entries(run, rows, values, errors);
 }
 

@@ -77,7 +77,10 @@ struct run_result {
     double chi_before = unknown, chi_after = unknown, chi_unweighted = unknown;
     int iterations = 0, weighting = 0, free_parameters = 0;
     double snr = unknown;
-    bool has_errors = false, covariance_agrees = false;
+    bool has_errors = false;
+    // Errors of sums and ratios can be had: how the errors of the parameters hang together is
+    // known.
+    bool has_covariance() const { return has_errors && !control.covariance.empty(); }
     bool singular = false; // the matrix of the error bounds, as the log says
 
     std::vector<fitted_entry> entries;
