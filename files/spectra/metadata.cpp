@@ -9,14 +9,20 @@
 
 namespace tools {
 
-metadata::metadata(const std::string &file) : file_(file) {
-    items_ = json_of_file(file);
-    if (!items_.is_object())
+static ordered_json object_of(ordered_json items, const std::string &file) {
+    if (!items.is_object())
         throw tool_error(bad_input, file + ": expected a JSON object, { \"item\": value, ... }");
+    return items;
 }
+
+metadata::metadata(const std::string &file) : metadata(file, object_of(json_of_file(file), file)) {}
 
 metadata::metadata(std::string file, ordered_json items)
     : file_(std::move(file)), items_(std::move(items)) {}
+
+metadata metadata::of_text(const std::string &text, const std::string &file) {
+    return {file, object_of(json_of_text(text, file), file)};
+}
 
 metadata metadata::inside(const char *item) const {
     const ordered_json *const value = find(item);

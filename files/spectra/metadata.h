@@ -21,6 +21,8 @@ class metadata {
     explicit metadata(const std::string &file);
     // items: a JSON object; file names it in messages.
     metadata(std::string file, ordered_json items);
+    // Of the text of such a file, which is named in messages. Errors as above.
+    static metadata of_text(const std::string &text, const std::string &file);
 
     // The item, or nothing when it is absent or null. Errors: bad_input when it is of another kind
     // or (positive) not above 0.

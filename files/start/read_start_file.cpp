@@ -8,14 +8,14 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace tools {
 
 // Blank-separated words with their lines.
 class word_reader {
   public:
-    explicit word_reader(const std::string &file)
-        : file_(file), text_(read_text_file(file, "a start value file")) {
+    word_reader(std::string text, const std::string &file) : file_(file), text_(std::move(text)) {
         if (text_.find('\0') != std::string::npos)
             throw tool_error(bad_input, file + ": not a text file; expected a start value file");
     }
@@ -301,8 +301,8 @@ static start_file read_block_format(word_reader &words) {
     return start;
 }
 
-start_file read_start_file(const std::string &file) {
-    word_reader words(file);
+start_file parse_start_file(const std::string &text, const std::string &file) {
+    word_reader words(text, file);
     const std::string first = words.peek();
     if (first == "version_3") return read_keyword_format(words, true);
     if (first == "varokel_begin_of_file") return read_block_format(words);
@@ -310,6 +310,10 @@ start_file read_start_file(const std::string &file) {
         words.refuse(first, "version_3, varokel_begin_of_file or n_pnts, the first word of a "
                             "start value file");
     return read_keyword_format(words, false);
+}
+
+start_file read_start_file(const std::string &file) {
+    return parse_start_file(read_text_file(file, "a start value file"), file);
 }
 
 } // namespace tools

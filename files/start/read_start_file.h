@@ -11,5 +11,7 @@ namespace tools {
 //
 // Errors: bad_input, with file, line and the word that was found in place of the expected one.
 start_file read_start_file(const std::string &file);
+// The same for a text in storage; file is its name in messages.
+start_file parse_start_file(const std::string &text, const std::string &file);
 
 } // namespace tools

@@ -4,6 +4,7 @@
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
+#include "files/start/axis_by_reference.h"
 #include "files/start/make_start.h"
 #include "files/start/read_start_file.h"
 #include "files/start/show_start.h"
@@ -58,16 +59,12 @@ static void write(const options &own, const tools::start_file &start, const std:
 // The axis by the reference of the table, where the import did not set it. The sidecar stays.
 static void set_axis(const tools::peak_table &table, const tools::metadata &sidecar,
                      const tools::complex_signal &spectrum, tools::spectrum_facts &facts) {
-    if (!table.reference || facts.reference_ppm) return;
-    tools::reference_search search(*table.reference, tools::axis_of_sidecar(sidecar));
-    search.add(spectrum);
-    const tools::found_reference found = search.found();
-    facts.ppm_at_carrier = found.ppm_at_carrier;
-    facts.reference_ppm = table.reference->ppm;
-    warn(tools::text_of(*table.reference, found) + ", in the start file; " + sidecar.file() +
+    const auto set =
+        tools::set_axis_by_reference(table, tools::axis_of_sidecar(sidecar), spectrum, facts);
+    if (!set) return;
+    warn(set->text + ", in the start file; " + sidecar.file() +
          " stays as it is, import with --reference-peak for pages and tables");
-    if (found.guessed_width) warn("guessed " + tools::reference_width_text(found));
-    for (const std::string &text : tools::warnings_of(*table.reference, found)) warn(text);
+    for (const std::string &text : set->warnings) warn(text);
 }
 
 static void make(const options &own) {
