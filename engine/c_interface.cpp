@@ -30,6 +30,8 @@ const char *varokel_status_text(int status) {
         return "there is not enough memory";
     case VAROKEL_STOPPED:
         return "the progress function stopped the fit";
+    case VAROKEL_BAD_INPUT:
+        return "a table, a start file, or what they name cannot be taken";
     case VAROKEL_FAILED:
         return "an error inside the library";
     default:

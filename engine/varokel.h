@@ -51,7 +51,8 @@ enum varokel_status {
     VAROKEL_BAD_EXPRESSION = 3, /* of varokel_fit_derive */
     VAROKEL_NO_MEMORY = 4,
     VAROKEL_FAILED = 5, /* anything else */
-    VAROKEL_STOPPED = 6 /* by a progress function */
+    VAROKEL_STOPPED = 6,  /* by a progress function */
+    VAROKEL_BAD_INPUT = 7 /* of varokel_start.h: what cannot be read; the message says where */
 };
 
 enum varokel_line { VAROKEL_GAUSSIAN = 1, VAROKEL_LORENTZIAN, VAROKEL_VOIGT, VAROKEL_PATTERN };

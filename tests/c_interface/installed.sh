@@ -10,12 +10,15 @@ trap 'rm -rf "$place"' EXIT
 failed=0
 complain() { echo "$*" >&2; failed=1; }
 
-# Only the functions of the header can be seen, and all of them.
-sed -n 's/.*\b\(varokel_[a-z_]*\)(.*/\1/p' "$tree/engine/varokel.h" | LC_ALL=C sort -u >"$place/declared"
+# Only the functions of the headers can be seen, and all of them.
+headers=$tree/engine/varokel.h
+[ ! -d "$build/library" ] || headers="$headers $tree/library/varokel_start.h" # with the programs
+# shellcheck disable=SC2086
+sed -n 's/.*\b\(varokel_[a-z_]*\)(.*/\1/p' $headers | LC_ALL=C sort -u >"$place/declared"
 nm -D --defined-only "$library" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' |
     LC_ALL=C sort >"$place/exported"
 [ -s "$place/declared" ] || complain "no functions in varokel.h"
-diff "$place/declared" "$place/exported" >&2 || complain "varokel.h and the library differ"
+diff "$place/declared" "$place/exported" >&2 || complain "the headers and the library differ"
 nm -D --defined-only --with-symbol-versions "$library" | grep -q 'varokel_fit_find@@VAROKEL_2.4' ||
     complain "symbols without version"
 

@@ -4,13 +4,13 @@
 # includes.sh [ROOT] -- who may include whom in the whole tree
 #
 # Prints every line that breaks the table below and ends with status 1 when there is one. Includes
-# of kernel/, engine/ and files/ are written from the root of the tree, those of src/ and tools/ from
+# of kernel/, engine/, library/ and files/ are written from the root of the tree, those of src/ and tools/ from
 # these folders.
 set -eu
 cd "${1:-$(dirname "$0")/../..}"
 
 folders=()
-for folder in kernel engine src files tools python web; do
+for folder in kernel engine library src files tools python web; do
     [ ! -d "$folder" ] || folders+=("$folder")
 done
 find "${folders[@]}" -name '*.h' -o -name '*.cpp' | LC_ALL=C sort | xargs awk '
@@ -38,7 +38,7 @@ BEGIN {
         " files/batch files/pages"
     allowed["tools/common"] = all_files " " numbers
     allowed["program"] = "tools/common " all_files " " numbers
-    allowed["python"] = allowed["web"] = all_files " " numbers
+    allowed["library"] = allowed["web"] = all_files " " numbers
     # known by name: the gradient ends by printing the fit quality
     exception["src/model/gradient.cpp src/report/fit_quality.h"] = 1
     # known by name: these alone see the libraries whose headers take longer to compile than all else
@@ -67,7 +67,7 @@ function home(file,  part) {
 
 # Where a quoted name stands in the tree; empty for one that is not written from a root.
 function place(name, from) {
-    if (name ~ /^(kernel|engine|web\/[a-z_]+|files\/[a-z_]+)\/[a-z0-9_]+\.h$/) return name
+    if (name ~ /^(kernel|engine|library|web\/[a-z_]+|files\/[a-z_]+)\/[a-z0-9_]+\.h$/) return name
     if (name ~ /^(common|varokel-[a-z]+)\/[a-z0-9_]+\.h$/ && from ~ /^tools\//) return "tools/" name
     if (name ~ /^[a-z_]+\/[a-z0-9_]+\.h$/) return "src/" name
     return ""
@@ -83,8 +83,8 @@ FNR == 1 {
     angled = quoted = 0
     if (!(from in allowed)) complain("folder " from "/ is not in the table of layers")
     short = file; sub(/.*\//, "", short)
-    # known by name: the header of libvarokel is called as those who include it call it
-    if (file == "engine/varokel.h") short = file
+    # known by name: the headers of libvarokel are called as those who include them call them
+    if (file ~ /^(engine\/varokel|library\/varokel_start)\.h$/) short = file
     if (short in seen) complain("a file of this name is also " seen[short])
     seen[short] = file
 }

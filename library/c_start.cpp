@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// c_start.cpp -- tables of peaks and start files behind the C interface
+#include "library/varokel_start.h"
+
+#include "engine/c_handles.h"
+#include "engine/noise_window.h"
+#include "files/base/tool_error.h"
+#include "files/problem/start_problem.h"
+#include "files/spectra/spectrum_axis.h"
+#include "files/start/axis_by_reference.h"
+#include "files/start/make_start.h"
+#include "files/start/read_start_file.h"
+
+#include <cmath>
+#include <memory>
+
+using engine::guarded;
+using engine::refuse;
+
+struct varokel_table {
+    explicit varokel_table(tools::peak_table table)
+        : maker(std::move(table), {}, tools::fitted_by::engine) {}
+    tools::start_maker maker;
+    std::vector<std::string> folders;
+};
+
+struct varokel_start {
+    struct remark {
+        varokel_remark kind;
+        std::string text;
+    };
+    tools::start_result made;
+    std::vector<std::string> folders;
+    std::vector<remark> remarks;
+    std::string text; // of the file
+};
+
+namespace {
+
+// Runs a body that reads what somebody wrote; its message goes to the workspace.
+template <class Body>
+int reading(varokel_workspace *workspace, Body &&body) {
+    if (workspace == nullptr) return VAROKEL_BAD_ARGUMENT;
+    varokel_failure &failed = workspace->failed;
+    return guarded(&failed, [&] {
+        try {
+            return body(failed);
+        } catch (const tools::tool_error &error) {
+            return refuse(failed, VAROKEL_BAD_INPUT, error.what());
+        }
+    });
+}
+
+// Empty text, or what is wrong with points that somebody gave.
+std::string take(const double *pairs, int points, const char *what, tools::complex_signal &to) {
+    to.resize(static_cast<std::size_t>(points));
+    for (std::size_t i = 0; i < to.size(); ++i) {
+        to[i] = {pairs[2 * i], pairs[2 * i + 1]};
+        if (!std::isfinite(to[i].real()) || !std::isfinite(to[i].imag()))
+            return "point " + std::to_string(i) + " of the " + what + " is not finite";
+    }
+    return "";
+}
+
+std::string name_or(const char *name, const char *other) {
+    return name == nullptr ? other : name;
+}
+
+// What may be asked of a start file, however it came about.
+varokel_start *finished(tools::start_result made, std::vector<std::string> folders) {
+    auto out = std::make_unique<varokel_start>();
+    out->folders = std::move(folders);
+    for (const std::string &text : made.guesses) out->remarks.push_back({VAROKEL_GUESS, text});
+    for (const std::string &text : made.warnings) out->remarks.push_back({VAROKEL_WARNING, text});
+    for (const std::string &text : made.notes) out->remarks.push_back({VAROKEL_NOTE, text});
+    out->text = made.text();
+    out->made = std::move(made);
+    return out.release();
+}
+
+int add_folder(std::vector<std::string> &folders, const char *folder) {
+    if (folder == nullptr) return VAROKEL_BAD_ARGUMENT;
+    return guarded(nullptr, [&] {
+        folders.emplace_back(folder);
+        return VAROKEL_OK;
+    });
+}
+
+const tools::start_entry *entry_of(const varokel_start *start, int entry) {
+    if (start == nullptr || entry < 0 || entry >= varokel_start_entries(start)) return nullptr;
+    return &start->made.start.entries[static_cast<std::size_t>(entry)];
+}
+
+} // namespace
+
+int varokel_table_read(const char *text, const char *name, varokel_workspace *workspace,
+                       varokel_table **table) {
+    return reading(workspace, [&](varokel_failure &failed) {
+        if (text == nullptr || table == nullptr)
+            return refuse(failed, VAROKEL_BAD_ARGUMENT, "text or table is a null pointer");
+        *table = new varokel_table(tools::parse_peak_table(text, name_or(name, "table of peaks")));
+        return int{VAROKEL_OK};
+    });
+}
+
+void varokel_table_destroy(varokel_table *table) {
+    delete table;
+}
+
+int varokel_table_add_folder(varokel_table *table, const char *folder) {
+    if (table == nullptr) return VAROKEL_BAD_ARGUMENT;
+    const int status = add_folder(table->folders, folder);
+    if (status != VAROKEL_OK) return status;
+    return guarded(nullptr, [&] {
+        table->maker.look_for_patterns_in(table->folders);
+        return VAROKEL_OK;
+    });
+}
+
+int varokel_table_start(varokel_table *table, const char *sidecar, const double *spectrum,
+                        int points, varokel_workspace *workspace, varokel_start **start) {
+    return reading(workspace, [&](varokel_failure &failed) {
+        if (table == nullptr || sidecar == nullptr || spectrum == nullptr || start == nullptr)
+            return refuse(failed, VAROKEL_BAD_ARGUMENT,
+                          "table, sidecar, spectrum or start is a null pointer");
+        const tools::metadata known = tools::metadata::of_text(sidecar, "sidecar");
+        tools::spectrum_facts facts = tools::facts_of_sidecar(known);
+        if (points != facts.points)
+            return refuse(failed, VAROKEL_BAD_ARGUMENT,
+                          "a spectrum of " + std::to_string(points) + " points; the sidecar has " +
+                              std::to_string(facts.points));
+        tools::complex_signal taken;
+        const std::string fault = take(spectrum, points, "spectrum", taken);
+        if (!fault.empty()) return refuse(failed, VAROKEL_BAD_INPUT, fault);
+        const tools::peak_table &of = table->maker.table();
+        const auto axis =
+            tools::set_axis_by_reference(of, tools::axis_of_sidecar(known), taken, facts);
+        std::string guessed;
+        if (!of.noise && !facts.noise) {
+            const engine::noise_window found = engine::noise_stretch(taken);
+            facts.noise = {static_cast<int>(found.first), static_cast<int>(found.stop)};
+            guessed = "noise points " + std::to_string(found.first) + " to " +
+                      std::to_string(found.stop - 1);
+        }
+        tools::start_result made = table->maker.make(taken, facts);
+        if (!guessed.empty()) made.guesses.insert(made.guesses.begin(), guessed);
+        if (axis) {
+            made.notes.push_back(axis->text);
+            made.warnings.insert(made.warnings.begin(), axis->warnings.begin(),
+                                 axis->warnings.end());
+        }
+        *start = finished(std::move(made), table->folders);
+        return int{VAROKEL_OK};
+    });
+}
+
+int varokel_start_read(const char *text, const char *name, varokel_workspace *workspace,
+                       varokel_start **start) {
+    return reading(workspace, [&](varokel_failure &failed) {
+        if (text == nullptr || start == nullptr)
+            return refuse(failed, VAROKEL_BAD_ARGUMENT, "text or start is a null pointer");
+        const std::string file = name_or(name, "start file");
+        tools::start_result made;
+        made.start = tools::parse_start_file(text, file);
+        tools::refuse_what_fails(made.start, file, tools::fitted_by::engine);
+        *start = finished(std::move(made), {});
+        return int{VAROKEL_OK};
+    });
+}
+
+void varokel_start_destroy(varokel_start *start) {
+    delete start;
+}
+
+int varokel_start_add_folder(varokel_start *start, const char *folder) {
+    return start == nullptr ? int{VAROKEL_BAD_ARGUMENT} : add_folder(start->folders, folder);
+}
+
+int varokel_start_points(const varokel_start *start) {
+    return start == nullptr ? 0 : start->made.start.points;
+}
+
+double varokel_start_hz_per_point(const varokel_start *start) {
+    return start == nullptr ? 0.0 : start->made.start.hz_per_point;
+}
+
+int varokel_start_noise_window(const varokel_start *start, int *first, int *last) {
+    if (start == nullptr || first == nullptr || last == nullptr) return VAROKEL_BAD_ARGUMENT;
+    const tools::start_file &of = start->made.start;
+    if (of.noise_stop <= of.noise_first) return VAROKEL_BAD_INPUT;
+    *first = of.noise_first;
+    *last = of.noise_stop - 1;
+    return VAROKEL_OK;
+}
+
+int varokel_start_entries(const varokel_start *start) {
+    return start == nullptr ? 0 : static_cast<int>(start->made.start.entries.size());
+}
+
+int varokel_start_entry(const varokel_start *start, int entry, const char **name, int *line,
+                        const char **pattern) {
+    const tools::start_entry *const of = entry_of(start, entry);
+    if (of == nullptr) return VAROKEL_BAD_ARGUMENT;
+    if (name != nullptr) *name = of->name.c_str();
+    if (line != nullptr) *line = of->type;
+    if (pattern != nullptr) *pattern = of->pattern_file.c_str();
+    return VAROKEL_OK;
+}
+
+int varokel_start_set_name(varokel_start *start, int entry, const char *name) {
+    if (entry_of(start, entry) == nullptr || name == nullptr) return VAROKEL_BAD_ARGUMENT;
+    return guarded(nullptr, [&] {
+        start->made.start.entries[static_cast<std::size_t>(entry)].name = name;
+        start->text = start->made.text();
+        return VAROKEL_OK;
+    });
+}
+
+int varokel_start_remarks(const varokel_start *start) {
+    return start == nullptr ? 0 : static_cast<int>(start->remarks.size());
+}
+
+int varokel_start_remark(const varokel_start *start, int remark, int *kind, const char **text) {
+    if (start == nullptr || remark < 0 || remark >= varokel_start_remarks(start))
+        return VAROKEL_BAD_ARGUMENT;
+    const varokel_start::remark &of = start->remarks[static_cast<std::size_t>(remark)];
+    if (kind != nullptr) *kind = of.kind;
+    if (text != nullptr) *text = of.text.c_str();
+    return VAROKEL_OK;
+}
+
+const char *varokel_start_text(const varokel_start *start) {
+    return start == nullptr ? "" : start->text.c_str();
+}
+
+int varokel_start_problem(const varokel_start *start, const double *spectrum, int points,
+                          double noise_sd, const double *reference, varokel_workspace *workspace,
+                          varokel_problem **problem) {
+    return reading(workspace, [&](varokel_failure &failed) {
+        if (start == nullptr || spectrum == nullptr || problem == nullptr)
+            return refuse(failed, VAROKEL_BAD_ARGUMENT,
+                          "start, spectrum or problem is a null pointer");
+        const tools::start_file &of = start->made.start;
+        if (points != of.points)
+            return refuse(failed, VAROKEL_BAD_ARGUMENT,
+                          "a spectrum of " + std::to_string(points) +
+                              " points; the start values are for " + std::to_string(of.points));
+        if (!(noise_sd > 0.0) || !std::isfinite(noise_sd))
+            return refuse(failed, VAROKEL_BAD_ARGUMENT,
+                          "the noise standard deviation is no positive number");
+        std::string fault = tools::why_not_exact(of);
+        if (fault.empty() && of.fit_mode == 2 && reference == nullptr)
+            fault = "fit mode 2 needs the decay of a reference line";
+        if (fault.empty() && of.patterns > 0 && start->folders.empty())
+            fault = "no folder was named where its pattern files stand";
+        tools::problem_data data;
+        if (fault.empty()) fault = take(spectrum, points, "spectrum", data.spectrum);
+        if (fault.empty() && of.fit_mode == 2)
+            fault = take(reference, points, "reference", data.measured_lineshape);
+        if (!fault.empty()) return refuse(failed, VAROKEL_BAD_INPUT, fault);
+        data.noise_sd = noise_sd;
+        data.patterns = tools::patterns_of(of, start->folders);
+        auto made = std::make_unique<varokel_problem>();
+        made->of = tools::problem_of(of, std::move(data), tools::freedom::by_strategy);
+        for (const tools::start_entry &entry : of.entries) made->names.push_back(entry.name);
+        *problem = made.release();
+        return int{VAROKEL_OK};
+    });
+}
+
+int varokel_error_factor(const char *sidecar, varokel_workspace *workspace, double *factor) {
+    return reading(workspace, [&](varokel_failure &failed) {
+        if (sidecar == nullptr || factor == nullptr)
+            return refuse(failed, VAROKEL_BAD_ARGUMENT, "sidecar or factor is a null pointer");
+        *factor =
+            tools::axis_of_sidecar(tools::metadata::of_text(sidecar, "sidecar")).error_factor();
+        return int{VAROKEL_OK};
+    });
+}
