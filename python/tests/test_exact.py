@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 from __future__ import annotations
 
+import subprocess
 import sys
 import types
 from dataclasses import replace
@@ -88,7 +89,7 @@ def test_links_keep_ratios_of_areas_and_differences_of_all_else() -> None:
     assert fit.frequencies_hz[1] - fit.frequencies_hz[0] == pytest.approx(218.0, abs=1e-9)
     empty = start.values
     empty[0, Quantity.AREA] = 0.0
-    with pytest.raises(ValueError, match="line 2: the area follows one that starts at 0"):
+    with pytest.raises(FitFailed, match="entry 2, area: tied to an area of 0"):
         varokel.fit(spectrum(), start.with_values(empty).with_links(links))
 
 
@@ -157,15 +158,130 @@ def test_windows_hold() -> None:
         varokel.fit(spectrum(), two_lines(), ExactOptions(windows=windows))
 
 
-def test_windows_of_a_table_are_not_passed_over() -> None:
-    for window in ("4 > 0", "4 [0, 9]", "4 +- 2"):
-        windowed = PEAKS.replace("4     2.20", window + "   2.20")
-        assert windowed != PEAKS
-        table = varokel.PeakTable("interval: 190 to 400 points # > 0\n" + windowed)
-        with pytest.raises(ValueError, match="windows or ranges"):
-            varokel.fit(spectrum(), table, sidecar=SIDECAR)
-    fit = varokel.fit(spectrum(), table, ExactOptions(windows={}), sidecar=SIDECAR)
-    assert fit.verdict == "optimum"
+def test_windows_of_a_table_hold() -> None:
+    sidecar = replace(SIDECAR, noise_window=(8, 120))
+    table = "interval: 190 to 400 points\n" + PEAKS
+    free = varokel.fit(spectrum(), table, sidecar=sidecar)
+    assert free.verdict == "optimum" and free.areas[0] > 4.9
+    for window, edge in (("4 [0, 4.5]", 4.5), ("4 < 4.25", 4.25), ("4 +- 0.5", 4.5)):
+        windowed = table.replace("4     2.20", window + "  2.20")
+        fit = varokel.fit(spectrum(), windowed, sidecar=sidecar)
+        assert fit.areas[0] == pytest.approx(edge, rel=1e-12) and fit.area_sd[0] == 0.0
+        assert ["sharp"] == [e for r in fit.reasons if r.what == "at_bound" for e in r.entries]
+        # a window of the options takes the place of the table's
+        wider = ExactOptions(windows={("sharp", Quantity.AREA): (0.0, 10.0)})
+        assert varokel.fit(spectrum(), windowed, wider, sidecar=sidecar).verdict == "optimum"
+    inside = varokel.fit(spectrum(), table.replace("4     2.20", "4 > 0  2.20"), sidecar=sidecar)
+    np.testing.assert_allclose(inside.values, free.values, atol=2e-3 * float(free.errors.max()))
+
+
+def test_the_noise_window_of_a_table_counts_for_more_than_that_of_the_sidecar() -> None:
+    table = "noise: 20 to 99 points\ninterval: 190 to 400 points\n" + PEAKS
+    for sidecar in (SIDECAR, replace(SIDECAR, noise_window=(8, 120))):
+        fit = varokel.fit(spectrum(), table, sidecar=sidecar)
+        assert fit.noise_window == (20, 100) and fit.notes == ()
+        assert fit.noise_sd == pytest.approx(float(spectrum()[20:100].real.std()), rel=1e-12)
+
+
+@pytest.mark.parametrize(
+    "wrong, said",
+    [
+        ("sharp   lorentz", "peaks.txt:1:1: "),
+        (PEAKS.replace("2.20 ", "2.2x "), "peaks.txt:2:37: found .x."),
+        (PEAKS.replace("=sharp", "=dull"), "peaks.txt:3:74: tied to dull"),
+        (PEAKS.replace("4     2.20", "4 [9, 8 2.20"), "peaks.txt:2:"),
+        (PEAKS.replace("broad  gauss ", "broad  square"), "peaks.txt:3:.*square"),
+        (PEAKS + "\n# \0", "zero byte"),
+        ("", "no rows"),
+        ("noise: 500 to 600 points\n" + PEAKS, "peaks.txt:1:8: .* 0 to 511"),
+        (PEAKS.replace("4     2.20", "nan   2.20"), 'peaks.txt:2:28: found "nan"'),
+        (PEAKS.replace("4     2.20", "1e999   2.20"), 'peaks.txt:2:28: found "1e999'),
+    ],
+)
+def test_a_mistake_of_a_table_is_told_with_its_place(wrong: str, said: str) -> None:
+    with pytest.raises((FitFailed, ValueError), match=said):
+        varokel.fit(spectrum(), varokel.PeakTable(wrong), sidecar=SIDECAR)
+
+
+def test_a_mistake_of_a_start_file_is_told_with_its_line(tmp_path: Path) -> None:
+    file = tmp_path / "mine.par"
+    text = two_lines().to_text()
+    file.write_text(text.replace("nLines 2", "nLines two"))
+    with pytest.raises(FitFailed, match='mine.par:5: found "two"; expected'):
+        varokel.fit(spectrum(), file)
+    with pytest.raises(FitFailed, match='start file:5: found "two"; expected'):
+        varokel.fit(spectrum(), file.read_text())
+    file.write_bytes(text.encode() + b"\xff\xfe")  # behind the end nobody reads
+    assert varokel.fit(spectrum(), file).verdict == "optimum"
+    with pytest.raises(FileNotFoundError):
+        varokel.fit(spectrum(), tmp_path / "nothing.par")
+
+
+def test_a_thousand_entries_and_none() -> None:
+    rows = [f"l{k}  lorentz  =l0  fixed {0.5 + 0.005 * k:.3f}  -  =l0  =l0" for k in range(1, 1000)]
+    head = "name  type  area  frequency[ppm]  gauss[Hz]  lorentz[Hz]  phase[deg]\n"
+    first = "l0  lorentz  0.1  fixed 0.5  -  8  0\n"
+    table = "noise: 8 to 120 points\n" + head + first + "\n".join(rows)
+    fit = varokel.fit(spectrum(), table, sidecar=SIDECAR)
+    assert fit.names[999] == "l999" and fit.values.shape == (1000, 5)
+    assert fit.verdict == "misfit" and np.all(np.isfinite(fit.values))
+    np.testing.assert_array_equal(fit.areas, fit.areas[0])
+    with pytest.raises(FitFailed, match="no rows"):
+        varokel.fit(spectrum(), head, sidecar=SIDECAR)
+    with pytest.raises(FitFailed, match="no lines and no patterns"):
+        varokel.fit(spectrum(), replace(two_lines(), entries=()))
+
+
+def test_progress_is_told_and_may_end_the_fit() -> None:
+    calls: list[tuple[int, int, float]] = []
+    plain = varokel.fit(spectrum(), two_lines())
+    told = varokel.fit(spectrum(), two_lines(), progress=lambda *now: calls.append((now[0], now[1], now[2])))
+    np.testing.assert_array_equal(told.values, plain.values)
+    assert len(calls) >= 3 and calls[-1][0] >= 1
+    assert [c[1] for c in calls] == sorted(c[1] for c in calls)
+    assert calls[-1][2] < calls[0][2] and calls[-1][2] > 0.9 * plain.sum_of_squares
+    calls.clear()
+
+    def twice(*now: object) -> bool:
+        calls.append((0, 0, 0.0))
+        return len(calls) < 2
+
+    with pytest.raises(FitFailed, match="stopped"):
+        varokel.fit(spectrum(), two_lines(), progress=twice)
+    assert len(calls) == 2
+
+    def fail(*now: object) -> None:
+        raise LookupError("of the caller")
+
+    with pytest.raises(LookupError, match="of the caller"):
+        varokel.fit(spectrum(), two_lines(), progress=fail)
+    with pytest.raises(ValueError, match="tells of no progress"):
+        varokel.fit(spectrum(), two_lines(), method="classic", progress=fail)  # type: ignore[call-overload]
+
+
+def test_an_interrupt_of_the_keyboard_ends_a_fit() -> None:
+    """In a process of its own: a fit of 300 lines that takes far longer than the test waits."""
+    script = f"""
+import signal, sys, time
+sys.path[:0] = [{str(TREE / "python")!r}, {str(TREE / "python" / "tests")!r}]
+import varokel
+from test_exact import PEAKS, SIDECAR, spectrum
+rows = "\\n".join(f"l{{k}}  lorentz  0.1  {{0.5 + 0.015 * k:.3f}}  -  8  ?" for k in range(300))
+head = "name  type  area  frequency[ppm]  gauss[Hz]  lorentz[Hz]  phase[deg]\\n"
+signal.setitimer(signal.ITIMER_REAL, 0.5)
+signal.signal(signal.SIGALRM, signal.default_int_handler)
+began = time.monotonic()
+try:
+    varokel.fit(spectrum(), "noise: 8 to 120 points\\n" + head + rows,
+                varokel.ExactOptions(starts=50), sidecar=SIDECAR)
+    print("ended by itself")
+except KeyboardInterrupt:
+    fit = varokel.fit(spectrum(), varokel.PeakTable(varokel_table), sidecar=SIDECAR) \
+        if (varokel_table := __import__("test_exact").PEAKS) else None
+    print("interrupted", fit.verdict)
+"""
+    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=60)
+    assert done.stdout == "interrupted optimum\n", done.stdout + done.stderr
 
 
 def test_masked_arrays_are_refused_and_the_data_of_a_fit_are_its_own() -> None:
@@ -191,7 +307,7 @@ def test_points_that_are_not_finite_are_refused(bad: complex) -> None:
 def test_what_only_the_programs_do_is_refused_with_their_name() -> None:
     start = two_lines()
     for step in (replace(start.steps[0], part=3), replace(start.steps[0], weighting=7)):
-        with pytest.raises(ValueError, match='method="classic"'):
+        with pytest.raises(FitFailed, match="--method classic"):
             varokel.fit(spectrum(), replace(start, steps=(step,)))
     with pytest.raises(ValueError, match="does not take"):
         varokel.fit(spectrum(), start, FitOptions())  # type: ignore[call-overload]
@@ -270,7 +386,8 @@ end_of_pattern
     file.write_text(text)
     points = varokel.spectrum_of_fid(two_line_fid())
     stored = varokel.pattern_of_fid(two_line_fid(seed=None))
-    wanted = varokel.fit(points, start, ExactOptions(patterns={"both.pat": stored}))
+    as_points = replace(start, entries=(replace(entry, pattern_file="both.bin"),))
+    wanted = varokel.fit(points, as_points, ExactOptions(patterns={"both.bin": stored}))
     contents: tuple[str | Path, ...] = (text, file)
     for content in contents:
         fit = varokel.fit(points, start, ExactOptions(patterns={"both.pat": content}))
@@ -280,13 +397,13 @@ end_of_pattern
     for wrong, said in (
         (text.replace("broad gauss", "broad square"), "expected voigt, lorentz or gauss"),
         (text.replace("number_of_lines 2", "number_of_lines 3"), "expected voigt"),
-        (text.replace("number_of_lines 2", "number_of_lines 5000"), "at most 4096"),
-        (text.replace(str(TRUE_HZ[0]), "x"), 'expected a number, found "x"'),
+        (text.replace("number_of_lines 2", "number_of_lines 5000"), "0 to 4096"),
+        (text.replace(str(TRUE_HZ[0]), "x"), 'both.pat: found "x"; expected a number'),
     ):
-        with pytest.raises(varokel.FileFormatError, match=said):
+        with pytest.raises(FitFailed, match=said):
             varokel.fit(points, start, ExactOptions(patterns={"both.pat": wrong}))
     nothing = "start_pattern number_of_lines 0 p n t a f g z lorentz_width comment end_of_pattern"
-    with pytest.raises(ValueError, match="both.pat: its first point of time is 0"):
+    with pytest.raises(FitFailed, match="both.pat: the pattern's first point of time is 0"):
         varokel.fit(points, start, ExactOptions(patterns={"both.pat": nothing}))
 
 

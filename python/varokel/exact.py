@@ -3,10 +3,11 @@
 
 from __future__ import annotations
 
-from collections.abc import Mapping, Sequence
-from ctypes import byref, c_double, c_int, c_void_p
+from collections.abc import Callable, Mapping, Sequence
+from ctypes import byref, c_double, c_int
 from dataclasses import dataclass, replace
 from os import PathLike
+from pathlib import Path
 
 import numpy as np
 import numpy.typing as npt
@@ -14,15 +15,21 @@ import numpy.typing as npt
 from .arrays import BoolArray, ComplexArray, complex_points, refuse_masked
 from .errors import FitFailed
 from .exact_fit import ExactFit, read_exact_fit
-from .exact_problem import Windows, make_problem
-from .library import Handle, Library, RefusedByLibrary, load_library, pointer_to
+from .library import PROGRESS, Handle, Library, RefusedByLibrary, load_library, pointer_to
 from .patterns import PatternContent
-from .peaks import PeakTable, start_and_warnings
+from .peaks import PeakTable
 from .results import entry_names
 from .sidecar import Sidecar
 from .spectra import Spectrum
 from .start_file import StartFile
-from .start_file_reading import parse_start_file, read_start_file
+from .starts import (
+    StartInLibrary,
+    Windows,
+    folder_of_patterns,
+    make_problem,
+    start_of_file,
+    start_of_table,
+)
 
 
 @dataclass(frozen=True)
@@ -32,11 +39,10 @@ class ExactOptions:
     names         of the entries, in the order of the start values; a peak table has its own
     mask          points that are fitted, shape (n,); by default those of the start values
     noise_window  first point and the one behind the last of those that hold noise only; by default
-                  that of the start file or the sidecar, and a guess where there is none
+                  that of the start values, then of the sidecar, and a guess where there is none
     noise_sd      of the noise per channel [signal], where it is known better than from a window
-    windows       least and largest value of parameters, by ("PCr", Quantity.AREA), in the units of
-                  a start file. Those of a table of peaks are not read: a table with windows or
-                  ranges is refused unless this says what holds, {} for nothing
+    windows       least and largest value of parameters, by ("PCr", Quantity.AREA); Hz (widths:
+                  FWHM), degrees, signal. In place of the table's own for these parameters
     patterns      contents of pattern files by the names that the start values have
     starts        how many other starts are tried, whatever the first one finds
     most_linearizations   of one search, at which it gives up (verdict "not_finished")
@@ -63,6 +69,11 @@ def is_start_file(text: str) -> bool:
     return text.lstrip().startswith("version_3")
 
 
+Progress = Callable[[int, int, float], object]
+"""Told of a fit under way: searches begun, linearizations of all of them, sum of squares of the
+residual [noise variances]. Ends the fit by returning False, or by an exception, which goes on."""
+
+
 def fit_exact(
     spectrum: Spectrum | npt.ArrayLike,
     start: Start,
@@ -71,6 +82,7 @@ def fit_exact(
     name: str = "spectrum",
     sidecar: Sidecar | None = None,
     reference: npt.ArrayLike | None = None,
+    progress: Progress | None = None,
 ) -> ExactFit:
     """What varokel.fit does with method "exact"; see there."""
     if isinstance(spectrum, Spectrum):
@@ -81,62 +93,42 @@ def fit_exact(
     library = load_library(options.programs)
     points = _finite_points(spectrum)
     mask = _mask_of(options.mask, points.size)
-    window, guess = options.noise_window, []
-    if window is None and sidecar is not None:
-        window = sidecar.noise_window
-    if window is None and isinstance(start, StartFile | PathLike):
-        start = start if isinstance(start, StartFile) else read_start_file(start)
-        window = start.noise_window
-    if window is None and isinstance(start, str) and is_start_file(start):
-        window = parse_start_file(start).noise_window
-    if window is None and options.noise_sd is None:
-        window = _guessed_window(library, points)
-        text = f"guessed noise points {window[0]} to {window[1] - 1}; noise_window= sets another"
-        guess.append(text)
-    values, names, patterns, notes = _start_values(start, points, sidecar, window, options)
-    if values.points != points.size:
-        raise ValueError(
-            f"{name}: {points.size} points, but the start values are for {values.points}"
-        )
-    if sidecar is not None and not np.isclose(sidecar.hz_per_point, values.hz_per_point, rtol=1e-5):
-        raise ValueError(
-            f"{name}: {sidecar.hz_per_point} Hz per point, but the start values are for "
-            f"{values.hz_per_point}"
-        )
-    noise_sd = options.noise_sd
-    if noise_sd is None:
-        assert window is not None
-        noise_sd = _noise_in(library, points, window)
+    decay = None if reference is None else _finite_points(reference)
+    names: tuple[str, ...] = ()
     try:
-        problem = make_problem(
-            library,
-            points,
-            values,
-            names,
-            noise_sd=noise_sd,
-            mask=mask,
-            windows=options.windows,
-            patterns=patterns,
-            reference=None if reference is None else _finite_points(reference),
-        )
+        with folder_of_patterns(options.patterns, points.size) as folder:
+            values = _start_values(library, start, points, sidecar, options, folder)
+            _refuse_other_spectrum(name, points, sidecar, values)
+            names = _names_of(values, options)
+            noise_sd, window, guess = _noise_of(library, points, sidecar, values, options)
+            problem = make_problem(
+                library,
+                values,
+                points,
+                names,
+                noise_sd=noise_sd,
+                mask=mask,
+                windows=options.windows,
+                reference=decay,
+            )
         chosen = library.create("options")
         library.call("options_set_starts", chosen, options.starts, max(6, options.starts))
         library.call("options_set_most_linearizations", chosen, options.most_linearizations)
-        found = Handle(library, "fit", _find(library, problem, chosen))
+        found = _find(library, problem, chosen, progress)
+        return read_exact_fit(
+            library,
+            found,
+            name=name,
+            start=values,
+            names=names,
+            data=points,
+            noise=(noise_sd, window),
+            notes=(*guess, *values.notes),
+            sidecar=sidecar,
+        )
     except RefusedByLibrary as refused:
-        about = f"{names[refused.entry]}: " if refused.entry >= 0 else ""
+        about = f"{names[refused.entry]}: " if 0 <= refused.entry < len(names) else ""
         raise FitFailed(name, about + refused.reason, "") from None
-    return read_exact_fit(
-        library,
-        found,
-        name=name,
-        start=values,
-        names=names,
-        data=points,
-        noise=(noise_sd, None if options.noise_sd is not None else window),
-        notes=(*guess, *notes),
-        sidecar=sidecar,
-    )
 
 
 def _finite_points(spectrum: npt.ArrayLike) -> ComplexArray:
@@ -187,39 +179,95 @@ def _noise_in(library: Library, points: ComplexArray, window: tuple[int, int]) -
 
 
 def _start_values(
+    library: Library,
     start: Start,
     points: ComplexArray,
     sidecar: Sidecar | None,
-    window: tuple[int, int] | None,
     options: ExactOptions,
-) -> tuple[StartFile, tuple[str, ...], Mapping[str, PatternContent], list[str]]:
-    patterns = dict(options.patterns or {})
+    folder: str | None,
+) -> StartInLibrary:
     if isinstance(start, str) and not is_start_file(start):
         start = PeakTable(start)
     if isinstance(start, PeakTable):
         if sidecar is None:
             raise ValueError("a peak table needs a sidecar: its ppm and Hz refer to that axis")
-        if sidecar.noise_window is None:  # a start file cannot do without
-            sidecar = replace(sidecar, noise_window=window or (0, points.size))
-        made, said = start_and_warnings(
-            start, points, sidecar, patterns=options.patterns, programs=options.programs
+        if sidecar.points != points.size:
+            raise ValueError(f"{points.size} points, but the sidecar has {sidecar.points}")
+        if options.noise_window is not None:
+            sidecar = replace(sidecar, noise_window=options.noise_window)
+        return start_of_table(library, start, points, sidecar, folder)
+    if isinstance(start, StartFile):
+        made = start_of_file(library, start.to_text(), "start file", folder)
+    elif isinstance(start, str):
+        made = start_of_file(library, start, "start file", folder)
+    else:
+        made = start_of_file(library, Path(start).read_bytes(), start, folder)
+    missing = set(made.patterns) - set(options.patterns or {})
+    if missing:
+        raise ValueError(f"no contents given for pattern {', '.join(sorted(missing))}")
+    return made
+
+
+def _names_of(start: StartInLibrary, options: ExactOptions) -> tuple[str, ...]:
+    if options.names:
+        return entry_names(start.types, tuple(options.names))
+    numbered = entry_names(start.types, ())
+    return tuple(own or number for own, number in zip(start.names, numbered))
+
+
+def _refuse_other_spectrum(
+    name: str, points: ComplexArray, sidecar: Sidecar | None, start: StartInLibrary
+) -> None:
+    if start.points != points.size:
+        raise ValueError(
+            f"{name}: {points.size} points, but the start values are for {start.points}"
         )
-        if options.windows is None and (start.may_have_windows() or made.start.ranges != 2):
-            raise ValueError(
-                "the table gives windows or ranges, which a fit in process does not read; "
-                "state those that shall hold as ExactOptions(windows=...), or {} for none"
-            )
-        names = tuple(options.names) or made.names
-        patterns = {**start.pattern_files(), **patterns}
-        return made.start, entry_names(made.start, names), patterns, said
-    if isinstance(start, str):
-        start = parse_start_file(start)
-    elif not isinstance(start, StartFile):
-        start = read_start_file(start)
-    return start, entry_names(start, tuple(options.names)), patterns, []
+    if sidecar is not None and not np.isclose(sidecar.hz_per_point, start.hz_per_point, rtol=1e-5):
+        raise ValueError(
+            f"{name}: {sidecar.hz_per_point} Hz per point, but the start values are for "
+            f"{start.hz_per_point}"
+        )
 
 
-def _find(library: Library, problem: Handle, options: Handle) -> c_void_p:
-    found = c_void_p()
-    library.call("fit_find", problem, options, library.create("workspace"), byref(found))
-    return found
+def _noise_of(
+    library: Library,
+    points: ComplexArray,
+    sidecar: Sidecar | None,
+    start: StartInLibrary,
+    options: ExactOptions,
+) -> tuple[float, tuple[int, int] | None, list[str]]:
+    """Standard deviation of the noise, the window that it is from, and what was guessed."""
+    if options.noise_sd is not None:
+        return options.noise_sd, None, []
+    window, guess = options.noise_window or start.noise_window, []
+    if window is None and sidecar is not None:
+        window = sidecar.noise_window
+    if window is None:
+        window = _guessed_window(library, points)
+        guess.append(f"guessed noise points {window[0]} to {window[1] - 1}")
+    return _noise_in(library, points, window), window, guess
+
+
+def _find(
+    library: Library, problem: Handle, options: Handle, progress: Progress | None
+) -> Handle:
+    """The fit. An interrupt of the keyboard reaches Python in the function that the library calls:
+    without one, it would wait for the end of the fit."""
+    raised: list[BaseException] = []
+
+    def tell(_: object, searches: int, linearizations: int, sum_of_squares: float) -> int:
+        try:
+            go_on = progress is None or progress(searches, linearizations, sum_of_squares)
+            return int(go_on is False)
+        except BaseException as error:  # none may pass through the library
+            raised.append(error)
+            return 1
+
+    called = PROGRESS(tell)
+    library.call("options_set_progress", options, called, None)
+    try:
+        return library.make("fit", "fit_find", problem, options, library.create("workspace"))
+    except RefusedByLibrary:
+        if raised:
+            raise raised[0] from None
+        raise

@@ -11,7 +11,7 @@ import numpy as np
 from .arrays import ComplexArray, EntryType, FloatArray, Quantity
 from .library import Handle, Library, RefusedByLibrary, pointer_to
 from .sidecar import Sidecar
-from .start_file import StartFile
+from .starts import StartInLibrary
 
 
 @dataclass(frozen=True)
@@ -198,14 +198,14 @@ def read_exact_fit(
     fit: Handle,
     *,
     name: str,
-    start: StartFile,
+    start: StartInLibrary,
     names: tuple[str, ...],
     data: ComplexArray,
     noise: tuple[float, tuple[int, int] | None],
     notes: tuple[str, ...],
     sidecar: Sidecar | None,
 ) -> ExactFit:
-    entries, columns = len(start.entries), len(Quantity)
+    entries, columns = len(start.types), len(Quantity)
 
     def table(function: str, *shape: int) -> FloatArray:
         numbers = np.empty(shape)
@@ -213,7 +213,7 @@ def read_exact_fit(
         return numbers
 
     def count(function: str) -> int:
-        return int(library.of_fit(function, fit))
+        return library.count(f"fit_{function}", fit)
 
     factor = 1.0 if sidecar is None else sidecar.error_factor
     if sidecar is not None and factor > 1.0:
@@ -231,9 +231,9 @@ def read_exact_fit(
         reasons=tuple(_reason(library, fit, i, names) for i in range(count("reasons"))),
         starts=tuple(_start_tried(library, fit, i) for i in range(count("starts"))),
         error_factor=factor,
-        quality=library.of_fit("quality", fit),
-        sum_of_squares=library.of_fit("sum_of_squares", fit),
-        expected_decrease=library.of_fit("expected_decrease", fit),
+        quality=library.number("fit_quality", fit),
+        sum_of_squares=library.number("fit_sum_of_squares", fit),
+        expected_decrease=library.number("fit_expected_decrease", fit),
         noise_sd=noise[0],
         noise_window=noise[1],
         notes=notes,

@@ -170,7 +170,7 @@ def make_task(
     missing = set(values.pattern_files) - set(options.patterns or {})
     if missing:
         raise ValueError(f"no contents given for pattern {', '.join(sorted(missing))}")
-    entry_names(values, tuple(options.names))
+    entry_names(values.types, tuple(options.names))
     return FitTask(name, signal, values, text, sidecar, reference_bytes, options)
 
 

@@ -24,32 +24,22 @@ LIBRARY_FILE = "libvarokel.so.2"
 
 _doubles, _ints = POINTER(c_double), POINTER(c_int)
 _handle, _handle_out = c_void_p, POINTER(c_void_p)
+PROGRESS = ctypes.CFUNCTYPE(c_int, c_void_p, c_int, c_int, c_double)
+"""A function that is told with, searches, linearizations and sum of squares; 0 to go on."""
+
 _SIGNATURES: dict[str, list[type]] = {
     "spectrum_of_fid": [_doubles, c_int, c_int, _doubles],
     "fid_of_spectrum": [_doubles, c_int, _doubles],
     "noise_sd": [_doubles, c_int, c_int, c_int, _doubles],
     "noise_window": [_doubles, c_int, _ints, _ints],
-    "problem_create": [c_int, c_double, _handle_out],
-    "problem_set_spectrum": [_handle, _doubles, c_int],
-    "problem_set_noise_sd": [_handle, c_double],
-    "problem_set_first_order_phase": [_handle, c_double],
-    "problem_set_truncation": [_handle, c_int, c_int],
-    "problem_set_channel": [_handle, c_int],
     "problem_add_interval": [_handle, c_int, c_int],
-    "problem_add_pattern": [_handle, _doubles, c_int, _ints],
-    "problem_set_measured_lineshape": [_handle, _doubles, c_int],
-    "problem_set_fitted_lineshape": [_handle, _doubles, c_int, c_int],
-    "problem_add_entry": [_handle, c_char_p, c_int, _ints],
-    "problem_set_entry_pattern": [_handle, c_int, c_int],
-    "problem_set_takes_lineshape": [_handle, c_int, c_int],
-    "problem_set_free": [_handle, c_int, c_int, c_double],
-    "problem_set_fixed": [_handle, c_int, c_int, c_double],
-    "problem_set_tied": [_handle, c_int, c_int, c_int, c_double, c_double],
+    "problem_clear_intervals": [_handle],
     "problem_set_window": [_handle, c_int, c_int, c_double, c_double],
     "workspace_create": [_handle_out],
     "options_create": [_handle_out],
     "options_set_starts": [_handle, c_int, c_int],
     "options_set_most_linearizations": [_handle, c_int],
+    "options_set_progress": [_handle, PROGRESS, c_void_p],
     "fit_find": [_handle, _handle, _handle, _handle_out],
     "fit_values": [_handle, _doubles, c_size_t],
     "fit_errors": [_handle, _doubles, c_size_t],
@@ -59,10 +49,35 @@ _SIGNATURES: dict[str, list[type]] = {
     "fit_start": [_handle, c_int, POINTER(c_char_p), _doubles, _doubles, _ints],
     "fit_spectrum": [_handle, _handle, c_int, _doubles, c_size_t],
     "fit_derive": [_handle, _handle, c_char_p, _doubles, _doubles],
+    "table_read": [c_char_p, c_char_p, _handle, _handle_out],
+    "table_add_folder": [_handle, c_char_p],
+    "table_start": [_handle, c_char_p, _doubles, c_int, _handle, _handle_out],
+    "start_read": [c_char_p, c_char_p, _handle, _handle_out],
+    "start_add_folder": [_handle, c_char_p],
+    "start_noise_window": [_handle, _ints, _ints],
+    "start_entry": [_handle, c_int, POINTER(c_char_p), _ints, POINTER(c_char_p)],
+    "start_set_name": [_handle, c_int, c_char_p],
+    "start_remark": [_handle, c_int, _ints, POINTER(c_char_p)],
+    "start_problem": [_handle, _doubles, c_int, c_double, _doubles, _handle, _handle_out],
+    "error_factor": [c_char_p, _handle, _doubles],
 }
-_COUNTS = ("verdict", "reasons", "starts", "linearizations", "evaluations", "lineshape_coefficients")
-_NUMBERS = ("sum_of_squares", "expected_decrease", "quality")
-_KINDS = ("problem", "options", "workspace", "fit")
+_COUNTS = (
+    "fit_verdict",
+    "fit_reasons",
+    "fit_starts",
+    "fit_lineshape_coefficients",
+    "start_points",
+    "start_entries",
+    "start_remarks",
+)
+_NUMBERS = (
+    "fit_sum_of_squares",
+    "fit_expected_decrease",
+    "fit_quality",
+    "start_hz_per_point",
+)
+_KINDS = ("problem", "options", "workspace", "fit", "table", "start")
+NO_MEMORY, STOPPED = 4, 6
 
 
 class LibraryMissing(VarokelError):
@@ -72,15 +87,16 @@ class LibraryMissing(VarokelError):
 class RefusedByLibrary(VarokelError):
     """A call that the library refused.
 
-    Attributes: reason (its sentence), entry (number of the entry it is about, from 0; -1 none).
+    Attributes: reason (its sentence), entry (number of the entry it is about, from 0; -1 none),
+    stopped (a progress function said so).
     """
 
-    def __init__(self, reason: str, entry: int = -1) -> None:
-        self.reason, self.entry = reason, entry
+    def __init__(self, reason: str, entry: int = -1, stopped: bool = False) -> None:
+        self.reason, self.entry, self.stopped = reason, entry, stopped
         super().__init__(reason)
 
-    def __reduce__(self) -> tuple[type[RefusedByLibrary], tuple[str, int]]:
-        return type(self), (self.reason, self.entry)
+    def __reduce__(self) -> tuple[type[RefusedByLibrary], tuple[str, int, bool]]:
+        return type(self), (self.reason, self.entry, self.stopped)
 
 
 class Handle:
@@ -103,9 +119,9 @@ class Library:
                 function = getattr(self._loaded, f"varokel_{name}")
                 function.argtypes, function.restype = arguments, c_int
             for name in _COUNTS:
-                self._of_fit(name, c_int)
+                self._plain(name, c_int)
             for name in _NUMBERS:
-                self._of_fit(name, c_double)
+                self._plain(name, c_double)
             for kind in _KINDS:
                 function = getattr(self._loaded, f"varokel_{kind}_destroy")
                 function.argtypes, function.restype = [_handle], None
@@ -122,8 +138,8 @@ class Library:
         except (OSError, AttributeError) as error:
             raise LibraryMissing(f"{file} cannot be loaded: {error}") from error
 
-    def _of_fit(self, name: str, result: type) -> None:
-        function = getattr(self._loaded, f"varokel_fit_{name}")
+    def _plain(self, name: str, result: type) -> None:
+        function = getattr(self._loaded, f"varokel_{name}")
         function.argtypes, function.restype = [_handle], result
 
     def create(self, kind: str, *arguments: object) -> Handle:
@@ -159,13 +175,30 @@ class Library:
         if not text:
             text = getattr(self._loaded, "varokel_status_text")(status)
         message = text.decode("utf-8", errors="replace")
-        if status == 4:
+        if status == NO_MEMORY:
             raise MemoryError(message)
-        raise RefusedByLibrary(message, entry)
+        raise RefusedByLibrary(message, entry, status == STOPPED)
 
-    def of_fit(self, name: str, fit: Handle) -> float:
-        """One of the numbers that varokel_fit_<name> returns."""
-        return float(getattr(self._loaded, f"varokel_fit_{name}")(fit.pointer))
+    def make(self, kind: str, name: str, *arguments: object) -> Handle:
+        """What a function makes whose last argument is where it goes. Raises as call."""
+        pointer = c_void_p()
+        self.call(name, *arguments, byref(pointer))
+        return Handle(self, kind, pointer)
+
+    def holds(self, name: str, *arguments: object) -> bool:
+        """Whether a function that returns a status has something to tell."""
+        try:
+            self.call(name, *arguments)
+        except RefusedByLibrary:
+            return False
+        return True
+
+    def number(self, name: str, of: Handle) -> float:
+        """What a function of a handle returns that cannot fail."""
+        return float(getattr(self._loaded, f"varokel_{name}")(of.pointer))
+
+    def count(self, name: str, of: Handle) -> int:
+        return int(getattr(self._loaded, f"varokel_{name}")(of.pointer))
 
     def verdict_name(self, verdict: int) -> str:
         return str(getattr(self._loaded, "varokel_verdict_name")(verdict).decode())

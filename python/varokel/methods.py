@@ -8,7 +8,7 @@ from typing import Literal, overload
 import numpy.typing as npt
 
 from . import exact, fitting
-from .exact import ExactOptions, fit_exact
+from .exact import ExactOptions, Progress, fit_exact
 from .exact_fit import ExactFit
 from .fitting import FitOptions, fit_spectrum
 from .peaks import PeakTable
@@ -27,6 +27,7 @@ def fit(
     name: str = "spectrum",
     sidecar: Sidecar | None = None,
     reference: npt.ArrayLike | None = None,
+    progress: Progress | None = None,
 ) -> ExactFit: ...
 
 
@@ -52,6 +53,7 @@ def fit(
     name: str = "spectrum",
     sidecar: Sidecar | None = None,
     reference: npt.ArrayLike | None = None,
+    progress: Progress | None = None,
 ) -> ExactFit | Fit:
     """Fits one centred spectrum.
 
@@ -65,20 +67,34 @@ def fit(
                in a private folder, single precision
     name       of the spectrum, for results and messages (a Spectrum brings its own)
     sidecar, reference   for points that are no Spectrum; see there
+    progress   of "exact": called with searches, linearizations and sum of squares before every
+               linearization; returning False, or an exception, ends the fit. So does an interrupt
 
-    Tables of peaks are read by the program varokel-start in both methods, so that their grammar is
-    the same everywhere. "exact" takes the points, channel and time points of the last step, and
-    refuses weighting and magnitudes. Raises ValueError for points that are not finite and for
-    arguments that do not belong together, FitFailed for what cannot be fitted, ProgramFailed with
-    the message of varokel-start, FileFormatError, LibraryMissing, ProgramMissing.
+    Tables of peaks and start files have one reader, that of the programs; "exact" calls it in this
+    process and gives the digits of varokel-fit --method exact. It takes the points, channel and
+    time points of the last step, what no step frees is fixed, and weighting and magnitudes are
+    refused. Raises ValueError for points that are not finite and for arguments that do not belong
+    together, FitFailed for what cannot be read (with line and column of the table) or fitted, or
+    was stopped by `progress`, ProgramFailed with the message of varokel-start (method "classic"),
+    FileFormatError, LibraryMissing, ProgramMissing.
     """
     classic = options_of(method, options)
     if isinstance(classic, FitOptions):
+        if progress is not None:
+            raise ValueError('method "classic" tells of no progress')
         start = fitting_start(peaks)
         return fit_spectrum(
             spectrum, start, classic, name=name, sidecar=sidecar, reference=reference
         )
-    return fit_exact(spectrum, peaks, classic, name=name, sidecar=sidecar, reference=reference)
+    return fit_exact(
+        spectrum,
+        peaks,
+        classic,
+        name=name,
+        sidecar=sidecar,
+        reference=reference,
+        progress=progress,
+    )
 
 
 def options_of(

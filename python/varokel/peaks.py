@@ -3,7 +3,6 @@
 
 from __future__ import annotations
 
-import re
 import tempfile
 import warnings
 from collections.abc import Mapping, Sequence
@@ -25,23 +24,25 @@ from .tables import read_names
 
 @dataclass(frozen=True)
 class PeakTable:
-    """A table of peaks for varokel-start.
+    """A table of peaks.
 
     text     of the table
     folder   where the pattern files stand that it names; None when there are none, or they are
              given as FitOptions.patterns
-    options  of varokel-start, such as ["--strategy", "quick"]
+    options  of varokel-start, where that program is run: method "classic", start_from_peaks
+    file     its name, in messages
     """
 
     text: str
     folder: str | PathLike[str] | None = None
     options: Sequence[str] = ()
+    file: str = "peaks.txt"
 
     @classmethod
     def read(cls, file: str | PathLike[str], options: Sequence[str] = ()) -> PeakTable:
         """A table from a file; patterns are looked for beside it. Raises OSError."""
         path = Path(file)
-        return cls(path.read_text(encoding="utf-8"), path.absolute().parent, tuple(options))
+        return cls(path.read_text(encoding="utf-8"), path.absolute().parent, tuple(options), str(file))
 
     def pattern_files(self) -> dict[str, PatternContent]:
         """The files in `folder` that words of the table name (".bin", ".pat"), by these words."""
@@ -50,17 +51,6 @@ class PeakTable:
         place = Path(self.folder).absolute()
         words = {word for word in self.text.split() if ".bin" in word or ".pat" in word}
         return {word: place / word for word in sorted(words) if (place / word).is_file()}
-
-    def may_have_windows(self) -> bool:
-        """Whether a row of the table has a sign of windows: [a, b], > a, < b or +- a.
-
-        A look at the text, which varokel-start alone reads: what is in doubt counts as a window.
-        """
-        rows = (re.split(r"(?:^|\s)#", line)[0] for line in self.text.splitlines())
-        return any(
-            re.search(r"[<>]|\+-|\[\s*[-+.\d]", row) and not re.match(r"\s*\w+:", row)
-            for row in rows
-        )
 
 
 @dataclass(frozen=True)
@@ -86,21 +76,6 @@ def start_from_peaks(
     Each line that the program warns with becomes a VarokelWarning. Raises ProgramFailed with the
     program's message, which names line and column of the table; ProgramMissing.
     """
-    made, said = start_and_warnings(table, spectrum, sidecar, patterns=patterns, programs=programs)
-    for line in said:
-        warnings.warn(line, VarokelWarning, stacklevel=2)
-    return made
-
-
-def start_and_warnings(
-    table: PeakTable,
-    spectrum: npt.ArrayLike,
-    sidecar: Sidecar,
-    *,
-    patterns: Mapping[str, PatternContent] | None = None,
-    programs: str | PathLike[str] | None = None,
-) -> tuple[StartValues, list[str]]:
-    """As start_from_peaks, with what the program warned of as lines."""
     program = find_program("varokel-start", programs)
     with tempfile.TemporaryDirectory(prefix="varokel_start_") as private:
         folder = Path(private)
@@ -117,7 +92,9 @@ def start_and_warnings(
                 "varokel-start", finished.status, finished.errors or finished.output
             )
         said = [line.removeprefix("varokel-start: ") for line in finished.errors.splitlines()]
+        for line in said:
+            warnings.warn(line, VarokelWarning, stacklevel=2)
         start = read_start_file(folder / "start.par")
         names_file = folder / "names.txt"
         names = read_names(names_file) if names_file.exists() else ()
-        return StartValues(start, names), said
+        return StartValues(start, names)

@@ -8,6 +8,7 @@ from collections import deque
 from collections.abc import Callable, Iterable, Iterator
 from concurrent.futures import Future, ThreadPoolExecutor
 from dataclasses import replace
+from threading import Event
 from typing import Literal, TypeVar, overload
 
 import numpy.typing as npt
@@ -69,8 +70,8 @@ def fit_many(
 
     spectra   any iterable; read as the work goes on, so that a generator keeps memory flat
     start     start values for all, or a function of the spectrum's number; a table of peaks is made
-              into start values for every spectrum by a program of its own, start_from_peaks makes
-              them once
+              into start values for every spectrum (method "classic": by a program of its own,
+              start_from_peaks makes them once)
     options   as for fit; a `folder` gets a folder for each spectrum, named by its number. Without
               options, logs of the programs are not kept
     method    as for fit: "exact" on threads, "classic" with a pool of programs
@@ -79,7 +80,7 @@ def fit_many(
 
     A spectrum that cannot be fitted yields the FitFailed that fit would raise, wrong points of it
     and errors of varokel-start included, and the rest goes on. Results do not depend on `workers`.
-    When the iterator is left early or interrupted, programs under way are ended. Raises
+    When the iterator is left early or interrupted, fits and programs under way are ended. Raises
     ProgramMissing, LibraryMissing, and OSError where no private folder can be made.
     """
     if options is None and method == "classic":
@@ -102,14 +103,21 @@ def _exact(
     workers: int,
     sidecar: Sidecar | None,
 ) -> Iterator[ExactFit | FitFailed]:
+    left = Event()
+
     def fit_one(number: int, spectrum: Spectrum | npt.ArrayLike) -> ExactFit:
         chosen = start(number) if callable(start) else start
         of_points = None if isinstance(spectrum, Spectrum) else sidecar
         return fit_exact(
-            spectrum, chosen, options, name=_name_of(number, spectrum), sidecar=of_points
+            spectrum,
+            chosen,
+            options,
+            name=_name_of(number, spectrum),
+            sidecar=of_points,
+            progress=lambda *_: not left.is_set(),
         )
 
-    return _in_order(spectra, fit_one, workers)
+    return _in_order(spectra, fit_one, workers, left.set)
 
 
 def _classic(
@@ -130,7 +138,7 @@ def _classic(
         name = _name_of(number, spectrum)
         return run_task(make_task(spectrum, chosen, own, name=name, sidecar=of_points), running)
 
-    return _in_order(spectra, fit_one, workers, running)
+    return _in_order(spectra, fit_one, workers, running.end_all)
 
 
 def _name_of(number: int, spectrum: Spectrum | npt.ArrayLike) -> str:
@@ -141,7 +149,7 @@ def _in_order(
     spectra: Iterable[Spectrum | npt.ArrayLike],
     fit_one: Callable[[int, Spectrum | npt.ArrayLike], _Result],
     workers: int,
-    running: RunningPrograms | None = None,
+    end_all: Callable[[], object],
 ) -> Iterator[_Result | FitFailed]:
     def fit_or_tell(number: int, spectrum: Spectrum | npt.ArrayLike) -> _Result | FitFailed:
         try:
@@ -165,5 +173,4 @@ def _in_order(
         finally:
             for future in waiting:
                 future.cancel()
-            if running is not None:
-                running.end_all()
+            end_all()

@@ -216,7 +216,7 @@ def read_fit(
         judgement = None
     return Fit(
         name=name,
-        names=entry_names(final, read_names(names_file) if names_file.exists() else ()),
+        names=entry_names(final.types, read_names(names_file) if names_file.exists() else ()),
         values=values,
         errors=0.5 * errors * (1.0 if sidecar is None else sidecar.error_factor),
         summary=exl.summary,
@@ -228,15 +228,15 @@ def read_fit(
     )
 
 
-def entry_names(start: StartFile, names: tuple[str, ...]) -> tuple[str, ...]:
+def entry_names(types: tuple[EntryType, ...], names: tuple[str, ...]) -> tuple[str, ...]:
     """Names of the entries; made from their numbers when none are given. Raises ValueError."""
     if not names:
         return tuple(
-            f"{'pattern' if entry.type == EntryType.PATTERN else 'line'} {number}"
-            for number, entry in enumerate(start.entries, start=1)
+            f"{'pattern' if type_ == EntryType.PATTERN else 'line'} {number}"
+            for number, type_ in enumerate(types, start=1)
         )
-    if len(names) != len(start.entries):
-        raise ValueError(f"{len(names)} names for {len(start.entries)} entries")
+    if len(names) != len(types):
+        raise ValueError(f"{len(names)} names for {len(types)} entries")
     for name in names:  # the first word of a line of names.txt is the name
         if not name or any(mark in name for mark in " \t,\n"):
             raise ValueError(f'name "{name}": expected a word without blanks and commas')
