@@ -102,6 +102,13 @@ static std::vector<axis_choice> choices_of(const spectrum_source &source,
     return choices;
 }
 
+// What puts the FIDs of an axis together, where one does.
+static std::string instead_of_mean(const std::string &axis) {
+    return axis == "DIM_COIL"  ? ", or put them together with --combine-coils"
+           : axis == "DIM_DYN" ? ", or align them before with --align-averages"
+                               : "";
+}
+
 // Files with one axis and no grid keep the plain wording.
 static void refuse_open_axis(const spectrum_source &source, const source_axis &axis) {
     const std::string last = std::to_string(axis.size - 1), count = std::to_string(axis.size);
@@ -112,7 +119,8 @@ static void refuse_open_axis(const spectrum_source &source, const source_axis &a
     throw tool_error(wrong_usage, source.file + ": " + axis.name + " holds " + count +
                                       " spectra; choose one with --index " + axis.name + "=0 to " +
                                       last + ", all of them with --index " + axis.name +
-                                      "=all, or their mean with --average " + axis.name);
+                                      "=all, or their mean with --average " + axis.name +
+                                      instead_of_mean(axis.name));
 }
 
 chosen_spectra::chosen_spectra(const spectrum_source &source, std::vector<axis_choice> choices,

@@ -39,10 +39,19 @@ std::unique_ptr<spectrum_source> open_combined(const std::string &file, const st
                                                      std::to_string(source->spectra()) + " FIDs"
                                                : std::string()));
     };
-    if (options.combine_coils && !coils && !missing) refuse("--combine-coils", coil_axis);
-    if (options.align_averages && !averages && !missing) refuse("--align-averages", average_axis);
+    if (options.combine_coils && !coils && !missing && !options.coils_beside)
+        refuse("--combine-coils", coil_axis);
+    if (options.align_averages && !averages && !missing && !options.coils_beside)
+        refuse("--align-averages", average_axis);
     if (!coils && !averages) return source;
     return std::make_unique<combined_source>(std::move(source), coils, averages);
+}
+
+bool has_coils(const std::string &file, const input_options &options) {
+    if (file.empty()) return false;
+    input_options alike = options;
+    alike.combine_coils = alike.align_averages = false;
+    return has_several(*open_combined(file, "", alike, true), coil_axis);
 }
 
 combined_source::combined_source(std::unique_ptr<spectrum_source> inner, bool coils, bool averages)
@@ -114,11 +123,13 @@ complex_signal combined_source::put_together(std::vector<std::vector<complex_sig
             coils.push_back(mean_of(own));
             best = std::max(best, snr(coils.back()));
         }
-        const auto weights = weights_of_coils(coils, noise);
+        const auto weights = given_.empty() ? weights_of_coils(coils, noise) : given_;
         said["coils_combined"] = {{"snr_of_the_best_coil", best},
                                   {"snr", snr(combined_fid(coils, weights))},
                                   {"noise_points", {noise.first, noise.stop - 1}},
                                   {"noise_covariance", noise.diagonal ? "variances" : "whole"}};
+        for (const std::complex<double> &each : weights)
+            said["coils_combined"]["weights"].push_back({each.real(), each.imag()});
         for (const auto &average : fids) averages.push_back(combined_fid(average, weights));
     } else {
         for (auto &average : fids) averages.push_back(std::move(average.front()));
@@ -198,6 +209,24 @@ void combined_source::add_to(const std::vector<signal_share> &shares,
 ordered_json combined_source::notes_of(long long spectrum) const {
     const auto at = notes_.find(spectrum);
     return at == notes_.end() ? ordered_json() : at->second;
+}
+
+std::vector<std::complex<double>> combined_source::coil_weights(long long spectrum) const {
+    std::vector<std::complex<double>> weights;
+    const ordered_json said = notes_of(spectrum);
+    if (said.contains("coils_combined"))
+        for (const auto &each : said["coils_combined"]["weights"])
+            weights.emplace_back(each[0].get<double>(), each[1].get<double>());
+    return weights;
+}
+
+void combined_source::use_coil_weights(const std::vector<std::complex<double>> &weights) {
+    if (coils_ == 1 || weights.empty()) return;
+    if (static_cast<long long>(weights.size()) != coils_)
+        throw tool_error(bad_input,
+                         file + ": has " + std::to_string(coils_) + " coils, but the data have " +
+                             std::to_string(weights.size()) + "; expected those of the data");
+    given_ = weights;
 }
 
 std::vector<std::string> combined_source::remarks() const {

@@ -18,10 +18,14 @@ namespace tools {
 // Given:
 //   file      options.input, or a second file that is treated alike
 //   json      as of open_source
-//   missing   whether the axes may be absent, as of a reference
+//   missing   whether the axes may be absent, as of a reference; those of coils may, too, where
+//             options.coils_beside says that another file has them
 // Errors: as open_source; wrong_usage when there is nothing to combine or to align.
 std::unique_ptr<spectrum_source> open_combined(const std::string &file, const std::string &json,
                                                const input_options &options, bool missing);
+
+// Whether a file of a name that is not empty has coils that --combine-coils would combine.
+bool has_coils(const std::string &file, const input_options &options);
 
 class combined_source : public spectrum_source {
   public:
@@ -31,6 +35,10 @@ class combined_source : public spectrum_source {
                 std::vector<complex_signal> &sums) override;
     ordered_json notes_of(long long spectrum) const override;
     std::vector<std::string> remarks() const override;
+    std::vector<std::complex<double>> coil_weights(long long spectrum) const override;
+    // Errors: bad_input when they are of another number of coils.
+    void use_coil_weights(const std::vector<std::complex<double>> &weights) override;
+    long long averaged_each() const override { return averages_; }
 
   private:
     // Of one FID: [average][coil] in storage, turned into one.
@@ -45,6 +53,7 @@ class combined_source : public spectrum_source {
     std::vector<long long> coil_, average_; // of each member
     std::vector<long long> offset_;         // of a member from the first one of its FID
     std::map<long long, ordered_json> notes_;
+    std::vector<std::complex<double>> given_; // weights of another file; empty: own ones
 };
 
 } // namespace tools

@@ -21,6 +21,7 @@ struct input_options {
     std::string phase;  // empty, "auto" or degrees
     bool conjugate = false;
     bool combine_coils = false, align_averages = false;
+    bool coils_beside = false; // a reference or water has coils, the data may be combined already
     bool force = false;
 };
 

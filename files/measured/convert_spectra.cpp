@@ -95,8 +95,10 @@ void import_spectra(const input_options &options, const spectrum_options &own) {
     if (own.eddy && own.reference.empty())
         throw tool_error(wrong_usage, "--eddy needs the reference line: --reference FILE");
     output_batch batch({options.input, options.json, own.reference}, options.force);
+    input_options settled = options;
+    settled.coils_beside = options.coils_beside || has_coils(own.reference, options);
     const std::unique_ptr<spectrum_source> source =
-        open_combined(options.input, options.json, options, false);
+        open_combined(options.input, options.json, settled, false);
     const choice chosen = choose_spectra(*source, options.choice);
     spectrum_conversion conversion(*source, chosen, options, own);
     const signal_facts &facts = source->facts;

@@ -11,17 +11,27 @@
 
 namespace tools {
 
+// Of one FID as it stands in the file [signal], by tail_noise.h.
+struct noise_of_both {
+    double data = 0.0, water = 0.0;
+    double relative_error = 0.0; // of their ratio, one standard deviation
+};
+
 struct water_file {
     std::string file, sha256;
-    std::vector<water_signal> signals; // one, or one for each spectrum of the data
+    // one, or one for each spectrum of the data, of area 0 for voxels that are all zero
+    std::vector<water_signal> signals;
     std::optional<double> echo_time, repetition_time, averages; // as its metadata say
     std::optional<double> data_averages;                        // of the data
     std::vector<std::string> warnings;                          // of how it was read
+    bool combined_alone = false;        // coils of the water were combined, the data have none
+    std::optional<noise_of_both> noise; // not where the data were combined elsewhere
 };
 
 // Given:
 //   file      of water without suppression, read with the options of the data (format, coils,
-//             averages, index) as far as they hold for it
+//             averages, index) as far as they hold for it. Its coils are combined with the weights
+//             of the data, so that the ratio of both holds whatever these are
 //   options   own: of the data
 // Errors: bad_input when it is no reference of the data (reference_check.h), has another dwell time
 //         or a number of FIDs that is neither 1 nor that of the data.

@@ -10,6 +10,7 @@
 #include "files/spectra/complex_signal.h"
 
 #include <array>
+#include <complex>
 #include <functional>
 #include <optional>
 #include <set>
@@ -75,6 +76,13 @@ class spectrum_source {
     virtual ordered_json notes_of(long long) const { return {}; }
     // The same for a user, a sentence each.
     virtual std::vector<std::string> remarks() const { return {}; }
+
+    // Where coils are combined: the weights of the FID that was handed out, and whether those of
+    // another file are taken from now on in place of own ones.
+    virtual std::vector<std::complex<double>> coil_weights(long long) const { return {}; }
+    virtual void use_coil_weights(const std::vector<std::complex<double>> &) {}
+    // FIDs that each one handed out is the mean of, coils apart.
+    virtual long long averaged_each() const { return 1; }
 
     long long spectra() const;
     // "voxel 3,4,0, DIM_COIL 2"; empty for a file of one spectrum

@@ -7,6 +7,7 @@
 #include "files/base/own_files.h"
 #include "files/base/pattern_name.h"
 #include "files/base/tool_error.h"
+#include "files/measured/combined_source.h"
 #include "files/problem/fit_folder.h"
 #include "files/results/derived_area.h"
 #include "files/results/judge_run.h"
@@ -384,6 +385,8 @@ int main(int argc, char **argv) {
             return *status;
         tools::watch_for_interrupts();
         try {
+            own.input.coils_beside = tools::has_coils(own.water, own.input) ||
+                                     tools::has_coils(own.spectrum.reference, own.input);
             return fit(own);
         } catch (const fs::filesystem_error &error) {
             throw tool_error(tools::bad_output, error.what());

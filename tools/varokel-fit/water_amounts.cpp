@@ -8,6 +8,7 @@
 #include "files/results/amounts.h"
 #include "files/results/number_text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
@@ -45,6 +46,29 @@ static std::optional<double> first_of(std::optional<double> option, std::optiona
     return time;
 }
 
+// The noise of one FID rises with the gain of the receiver, and with the square root of the
+// averages in a sum; it falls with that in a mean.
+static std::string noise_said(const water_file &water) {
+    const double alike = std::max(0.1, 3.0 * water.noise->relative_error);
+    const double averages = water.averages.value_or(1.0) / water.data_averages.value_or(1.0);
+    const double ratio = water.noise->data / water.noise->water / std::sqrt(averages);
+    const auto is_about = [alike](double value, double wanted) {
+        return std::fabs(value / wanted - 1.0) < alike;
+    };
+    const std::string noise = "the noise at the end of both files' FIDs ";
+    if (is_about(ratio, 1.0))
+        return noise + "agrees with one gain and means (" + short_number(ratio) +
+               " times what these let expect)";
+    if (averages != 1.0 && is_about(ratio * averages, 1.0))
+        return noise + "is that of one gain and sums over the averages: try --water-scale " +
+               short_link_number(1.0 / averages);
+    return noise + "is " + short_number(ratio) +
+           " times as high in the data as one gain and the averages that the files say let expect: "
+           "where it is the gain, --water-scale " +
+           short_number(ratio) + " holds, where the water is of " +
+           short_number(ratio * ratio * averages) + " times as many averages as the data, none";
+}
+
 // What the files have in common, or are taken to have.
 static std::vector<std::string> scale_said(const water_file &water, std::optional<double> scale) {
     std::vector<std::string> said;
@@ -54,6 +78,12 @@ static std::vector<std::string> scale_said(const water_file &water, std::optiona
     else
         said.push_back("receiver gain and unit of both files are taken as equal (else: "
                        "--water-scale)");
+    if (!scale && water.combined_alone)
+        said.push_back(
+            "the coils of the water are combined here, those of the data were elsewhere, "
+            "to a scale that nobody says: these amounts hold up to a factor. The data "
+            "before their combination, with --combine-coils, need none");
+    if (!scale && water.noise) said.push_back(noise_said(water));
     if (!scale && water.averages && water.data_averages && *water.averages != *water.data_averages)
         said.push_back("the data are of " + short_link_number(*water.data_averages) +
                        " averages and the water of " + short_link_number(*water.averages) +
@@ -77,7 +107,9 @@ std::vector<std::string> add_water(const fit_options &own, const amount_rows &ro
                                    const std::vector<std::string> &names) {
     // a line that is not Voigt by so much gives an area that is off by about as much
     static constexpr double doubtful_misfit = 0.02;
-    const water_file water = read_water(own.water, own.input, own.spectrum);
+    water_file water = read_water(own.water, own.input, own.spectrum);
+    if (water.signals.size() > 1) // voxels without data have no name
+        std::erase_if(water.signals, [](const water_signal &each) { return each.area == 0.0; });
     if (water.signals.size() != 1 && water.signals.size() != names.size())
         throw tool_error(bad_input, own.water + ": gives " + std::to_string(water.signals.size()) +
                                         " FIDs of water for " + std::to_string(names.size()) +
