@@ -1,16 +1,19 @@
 # SPDX-License-Identifier: BSD-3-Clause
-"""A start file becomes a problem of the engine twice: here and in the programs. Both give one fit."""
+"""Fits in this process against those of the programs, from the same tables and start files."""
 from __future__ import annotations
 
 import csv
+import json
 import subprocess
 from collections.abc import Callable
 from dataclasses import replace
 from pathlib import Path
 
+import numpy as np
 import pytest
 import varokel
-from varokel import ExactOptions, Quantity, StartFile
+from varokel import EntryType, ExactFit, ExactOptions, PeakTable, Quantity, StartFile
+from varokel.start_file import GAUSS_FWHM_PER_WIDTH
 
 COLUMNS = ("area", "frequency_hz", "gauss_fwhm_hz", "phase_degrees", "lorentz_fwhm_hz")
 ERRORS = (
@@ -86,3 +89,94 @@ def test_a_start_file_is_one_problem_here_and_in_the_programs(
             assert off < 1e-3 * fit.errors[k, q], (k, column)
             compared += 1
     assert compared >= 3 * len(rows)
+
+
+def fit_of_program(
+    folder: Path, table: Path, place: Path
+) -> tuple[dict[str, object], Path]:
+    """optimum.json of varokel-fit --method exact, and the folder of the run."""
+    program = varokel.find_program("varokel-fit")
+    fid = folder / f"{folder.name}.fid.f32"
+    given = [str(fid), str(table), "-o", str(place), "--method", "exact", "--no-report"]
+    subprocess.run([program, *given], check=True, capture_output=True)
+    found: dict[str, object] = json.loads((place / "optimum.json").read_text())
+    return found, place
+
+
+def assert_same_bits(fit: ExactFit, found: dict[str, object]) -> None:
+    assert fit.verdict == found["verdict"]
+    hz = fit.hz_per_point
+    units = np.array([1.0, hz, GAUSS_FWHM_PER_WIDTH * hz, 1.0, hz])
+    np.testing.assert_array_equal(fit.values, np.array(found["values_in_points"]) * units)
+    assert fit.sum_of_squares == found["sum_of_squares"]
+    assert fit.noise_sd == found["noise_sd"]
+    assert fit.expected_decrease == found["expected_decrease"]
+    reasons = found["reasons"]
+    assert isinstance(reasons, list)
+    assert [r.what for r in fit.reasons] == [r["what"] for r in reasons]
+
+
+TABLES = (
+    "c13_kidney/peaks.txt",
+    "h1_brain/macromolecules.txt",
+    "h1_brain/metabolites.txt",
+    "h1_brain/peaks.txt",
+    "h1_brain/water.txt",
+    "p31_brain/low_signal.txt",
+    "p31_brain/peaks.txt",
+    "xe129_lung/peaks.txt",
+)
+
+
+def test_all_tables_of_the_examples_are_here(examples: Path) -> None:
+    tables = {
+        str(file.relative_to(examples))
+        for file in examples.glob("*/*.txt")
+        if not file.name.startswith("LICENSE")
+    }
+    assert tables == set(TABLES)
+
+
+@pytest.mark.parametrize("table", TABLES)
+def test_a_table_gives_the_bits_of_varokel_fit(
+    table: str, examples: Path, tmp_path: Path
+) -> None:
+    file = examples / table
+    found, run = fit_of_program(file.parent, file, tmp_path / "run")
+    (spectrum,) = varokel.read_imported(run)
+    assert_same_bits(varokel.fit(spectrum, PeakTable.read(file)), found)
+
+
+def test_windows_of_a_table_give_the_bits_of_varokel_fit(examples: Path, tmp_path: Path) -> None:
+    folder = examples / "p31_brain"
+    text = (folder / "peaks.txt").read_text()
+    windowed = text.replace("PCr    lorentz  4.37 ", "PCr    lorentz  4.37 [1, 4.375]  ")
+    assert windowed != text
+    file = tmp_path / "windows.txt"
+    file.write_text(windowed)
+    found, run = fit_of_program(folder, file, tmp_path / "run")
+    (spectrum,) = varokel.read_imported(run)
+    fit = varokel.fit(spectrum, file.read_text())
+    assert_same_bits(fit, found)
+    assert fit.areas[fit.entry("PCr")] == 4.375 and "at_bound" in [r.what for r in fit.reasons]
+
+
+def test_patterns_of_a_table_give_the_bits_of_varokel_fit(examples: Path, tmp_path: Path) -> None:
+    folder = examples / "h1_patterns"
+    file = tmp_path / "peaks.txt"
+    program = varokel.find_program("varokel-start")
+    data = folder / "h1_patterns.bin"
+    given = ["--from", str(folder / "start.par"), "-d", str(data), "-o", str(file)]
+    subprocess.run([program, *given], check=True, capture_output=True)
+    start = varokel.read_start_file(folder / "start.par")
+    for name in start.pattern_files:
+        (tmp_path / name).write_bytes((folder / name).read_bytes())
+    found, run = fit_of_program(folder, file, tmp_path / "run")
+    (spectrum,) = varokel.read_imported(run)
+    fit = varokel.fit(spectrum, PeakTable.read(file))
+    assert EntryType.PATTERN in fit.types
+    assert_same_bits(fit, found)
+    # in storage, away from their files
+    contents = {name: folder / name for name in start.pattern_files}
+    options = ExactOptions(patterns=contents)
+    assert_same_bits(varokel.fit(spectrum, file.read_text(), options), found)
