@@ -46,6 +46,17 @@ def test_errors_are_widened_where_zeros_were_filled_in() -> None:
     assert plain.judgement is not None and not plain.judgement.has("filled")
 
 
+@pytest.mark.parametrize(
+    "measured, factor", [(1, 512**0.5), (128, 2.0), (511, (512 / 511) ** 0.5), (512, 1.0), (513, 1.0)]
+)
+def test_the_factor_of_errors_is_that_of_the_programs(measured: int, factor: float) -> None:
+    sidecar = Sidecar(512, 2.0, measured_points=measured)
+    assert sidecar.error_factor == pytest.approx(factor, rel=1e-15)
+    assert Sidecar(512, 2.0).error_factor == 1.0
+    with pytest.raises(varokel.VarokelError, match="measured_points"):
+        Sidecar(512, 2.0, measured_points=-measured).error_factor
+
+
 def test_without_the_report_there_is_no_judgement(tmp_path: Path) -> None:
     folder = tmp_path / "run"
     varokel.fit_fid(two_line_fid(), two_lines(), replace(NAMES, folder=folder))

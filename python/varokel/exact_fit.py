@@ -215,7 +215,7 @@ def read_exact_fit(
     def count(function: str) -> int:
         return library.count(f"fit_{function}", fit)
 
-    factor = 1.0 if sidecar is None else sidecar.error_factor
+    factor = 1.0 if sidecar is None else sidecar.error_factor_by(library)
     if sidecar is not None and factor > 1.0:
         filled = f"{sidecar.measured_points} of {sidecar.points} points were measured"
         notes = (*notes, f"{filled}, the others are zeros: errors are {factor:.3g} times as large")

@@ -14,6 +14,7 @@ from .errors import FitFailed, FileFormatError, ProgramMissing
 from .exl import FitSummary, read_exl
 from .fitres import is_whole_fitres
 from .judgement import Judgement, read_judgement
+from .library import load_library
 from .reasons import reason_of_log
 from .sidecar import Sidecar, read_sidecar
 from .signals import read_components, read_signal
@@ -175,7 +176,8 @@ def read_fit(
     start_folder  where the run was started and left compact.par (by default `folder`)
     with_signals  also read the signals
     log           what the program printed (by default NAME.log or run.log, if there is one)
-    programs      folder of varokel-report, which judges the run, see find_program
+    programs      folder of varokel-report, which judges the run, see find_program; and of
+                  libvarokel, which is asked where zeros were filled in (LibraryMissing)
 
     NAME.json is taken as sidecar and names.txt for the names of the entries, where they are.
     Raises FitFailed when the set of results is not whole, with the reason that the log gives;
@@ -214,11 +216,14 @@ def read_fit(
         judgement = read_judgement(place, name, programs=programs)
     except ProgramMissing:
         judgement = None
+    factor = 1.0
+    if sidecar is not None and sidecar.measured_points is not None:
+        factor = sidecar.error_factor_by(load_library(programs))
     return Fit(
         name=name,
         names=entry_names(final.types, read_names(names_file) if names_file.exists() else ()),
         values=values,
-        errors=0.5 * errors * (1.0 if sidecar is None else sidecar.error_factor),
+        errors=0.5 * errors * factor,
         summary=exl.summary,
         final=final,
         signals=_read_signals(place, name, final.points) if with_signals else None,

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import json
+from ctypes import byref, c_double
 from dataclasses import dataclass, field
 from os import PathLike
 
@@ -12,6 +13,7 @@ import numpy as np
 from .arrays import FloatArray
 from .errors import FileFormatError
 from .json_files import JsonObject, JsonValue, read_json_object
+from .library import Library, load_library
 
 
 @dataclass(frozen=True)
@@ -55,14 +57,18 @@ class Sidecar:
 
     @property
     def error_factor(self) -> float:
-        """What widens the error bounds of a fit for filled zeros: sqrt(points / measured_points).
+        """What widens the error bounds of a fit for filled zeros, as the programs have it; see
+        varokel_error_factor in varokel_start.h. 1 without. Raises LibraryMissing."""
+        return self.error_factor_by(None)
 
-        The transform spreads the noise of m measured points over n, of which the fit takes each
-        for a measurement of its own. 1 without filled zeros.
-        """
-        if self.measured_points is None or self.measured_points >= self.points:
+    def error_factor_by(self, library: Library | None) -> float:
+        """The same by a library that is loaded already."""
+        if self.measured_points is None:
             return 1.0
-        return float(np.sqrt(self.points / self.measured_points))
+        factor, asked = c_double(), library or load_library()
+        text = self.to_json("spectrum.bin").encode()
+        asked.call("error_factor", text, asked.create("workspace"), byref(factor))
+        return factor.value
 
     @property
     def knows_ppm(self) -> bool:
