@@ -32,7 +32,7 @@ struct varokel_start {
     tools::start_result made;
     std::vector<std::string> folders;
     std::vector<remark> remarks;
-    std::string text; // of the file
+    std::string text; // of the file, where it was asked for
 };
 
 namespace {
@@ -73,7 +73,6 @@ varokel_start *finished(tools::start_result made, std::vector<std::string> folde
     for (const std::string &text : made.guesses) out->remarks.push_back({VAROKEL_GUESS, text});
     for (const std::string &text : made.warnings) out->remarks.push_back({VAROKEL_WARNING, text});
     for (const std::string &text : made.notes) out->remarks.push_back({VAROKEL_NOTE, text});
-    out->text = made.text();
     out->made = std::move(made);
     return out.release();
 }
@@ -211,7 +210,6 @@ int varokel_start_set_name(varokel_start *start, int entry, const char *name) {
     if (entry_of(start, entry) == nullptr || name == nullptr) return VAROKEL_BAD_ARGUMENT;
     return guarded(nullptr, [&] {
         start->made.start.entries[static_cast<std::size_t>(entry)].name = name;
-        start->text = start->made.text();
         return VAROKEL_OK;
     });
 }
@@ -229,8 +227,13 @@ int varokel_start_remark(const varokel_start *start, int remark, int *kind, cons
     return VAROKEL_OK;
 }
 
-const char *varokel_start_text(const varokel_start *start) {
-    return start == nullptr ? "" : start->text.c_str();
+const char *varokel_start_text(varokel_start *start) {
+    if (start == nullptr) return "";
+    const int status = guarded(nullptr, [&] {
+        start->text = start->made.text();
+        return VAROKEL_OK;
+    });
+    return status == VAROKEL_OK ? start->text.c_str() : "";
 }
 
 int varokel_start_problem(const varokel_start *start, const double *spectrum, int points,

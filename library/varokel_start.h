@@ -74,8 +74,9 @@ int varokel_start_set_name(varokel_start *start, int entry, const char *name);
 /* What was guessed, and what to look at; kind: VAROKEL_GUESS to VAROKEL_NOTE. */
 int varokel_start_remarks(const varokel_start *start);
 int varokel_start_remark(const varokel_start *start, int remark, int *kind, const char **text);
-/* The text of the start value file, version 3, that varokel-start writes. */
-const char *varokel_start_text(const varokel_start *start);
+/* The text of the start value file, version 3, that varokel-start writes; it lives until the next
+ * call. */
+const char *varokel_start_text(varokel_start *start);
 
 /* The problem of the last step that fits anything, with the links and windows of all; what no step
  * frees is fixed. It may be changed as any other.
