@@ -50,9 +50,12 @@ static void fill_tables(const batch_plan &plan, const plan_lines &lines, all_par
             if (each.level >= finding_level::amber) kinds.insert(each.kind);
         for (const finding_kind kind : kinds) ++found[kind];
     }
+    if (!found.empty())
+        std::cerr << "varokel-batch: warnings, of which a fit may have several (the verdicts that "
+                     "run counts are one a fit):\n";
     for (const auto &[kind, count] : found)
-        std::cerr << "varokel-batch: " << finding_text(kind) << ", " << count << " of " << fitted
-                  << " fits: " << finding_meaning(kind) << '\n';
+        std::cerr << "varokel-batch: warning " << finding_text(kind) << ", " << count << " of "
+                  << fitted << " fits: " << finding_meaning(kind) << '\n';
 }
 
 // A name of an entry as part of a file name.

@@ -205,7 +205,7 @@ static int summary(const batch_plan &plan, const plan_lines &lines, const shard_
     std::cout << "shard " << own.shard << "/" << own.shards << ": " << done.fitted << " fitted, "
               << done.failed << " failed, " << done.not_tried << " not tried\n";
     const std::string verdicts = verdicts_of(plan, done);
-    if (!verdicts.empty()) std::cout << "verdicts: " << verdicts << '\n';
+    if (!verdicts.empty()) std::cout << "verdicts, one a fit: " << verdicts << '\n';
     return done.failed > 0 ? different : all_right;
 }
 
