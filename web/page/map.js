@@ -63,7 +63,7 @@ export class SpectrumMap {
     by_id("map-tools").replaceChildren(...(slices.length > 1 ? [element("label", {}, grid ? "Slice " : "Part ", element("input", {
       type: "number", min: 0, max: slices.length - 1, value: this.slice,
       onchange: (event) => { this.slice = Math.min(Math.max(0, Number(event.target.value)), slices.length - 1); this.show(this.spectra, current, values, title); },
-    }))] : []));
+    }))] : []), ...(grid ? [element("small", {}, "x 0 left, y 0 on top")] : []));
     const highest = (values ?? []).reduce((most, value) => (value > most ? value : most), 1e-300);
     by_id("map").style.gridTemplateColumns = `repeat(${columns}, minmax(0, 1fr))`;
     this.buttons = [];
