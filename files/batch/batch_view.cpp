@@ -7,6 +7,8 @@
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 #include "files/batch/plan_lines.h"
+#include "files/results/judge_run.h"
+#include "files/results/run_result.h"
 #include "files/spectra/signal_file.h"
 
 #include <algorithm>
@@ -136,13 +138,24 @@ void batch_view::read_manifest() {
     const batch_plan plan = read_plan(folder);
     const plan_lines lines(plan);
     points = plan.points;
-    for (const plan_axis &axis : plan.axes) axes.push_back({axis.name, axis.size, axis.spatial});
+    for (const plan_axis &axis : plan.axes)
+        axes.push_back({axis.name, axis.size, axis.spatial, axis.seconds});
     entries = plan.entry_names;
     scale = plan.scale;
-    const std::string sidecar = plan.file("sidecar.json");
+    const std::string manifest = plan.file("manifest.json");
+    const metadata source = metadata(manifest, plan.head).inside("source");
+    notes = notes_of_sidecar(source);
+    guesses = guesses_of_sidecar(source.items());
+    if (plan.head.contains("guessed") && plan.head["guessed"].is_array())
+        for (const ordered_json &guess : plan.head["guessed"])
+            if (guess.is_string()) guesses.push_back(guess.get<std::string>());
+    const std::string file = plan.file("sidecar.json");
     std::error_code error;
-    if (fs::is_regular_file(sidecar, error))
-        repetition_time = metadata(sidecar).positive_number("repetition_time_s");
+    if (fs::is_regular_file(file, error)) {
+        const metadata sidecar(file);
+        repetition_time = sidecar.positive_number("repetition_time_s");
+        for (std::string &note : notes_of_sidecar(sidecar)) notes.push_back(std::move(note));
+    }
     // what the plan says of the time between two places of a series goes before it
     for (const plan_axis &axis : plan.axes)
         if (axis.seconds.size() > 1) repetition_time = axis.seconds[1] - axis.seconds[0];
@@ -157,7 +170,7 @@ void batch_view::read_manifest() {
         by_name_.emplace(planned.name, n);
         spectra[n].name = std::move(planned.name);
     }
-    files_read.push_back(plan.file("manifest.json"));
+    files_read.push_back(manifest);
 }
 
 // Units that the description of a table gives; a table without one has none.

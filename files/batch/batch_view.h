@@ -18,6 +18,7 @@ struct batch_axis {
     std::string name;
     long long size = 1;
     bool spatial = false;
+    std::vector<double> seconds = {}; // of its places; empty where they are not known
 };
 
 struct batch_spectrum {
@@ -82,6 +83,8 @@ class batch_view {
     // Label of the region in which each spectrum lies, 0 for none; empty where nobody gave any.
     std::vector<long long> regions;
     std::optional<double> repetition_time; // [s]
+    std::vector<std::string> notes;        // what was done to all spectra before the fits
+    std::vector<std::string> guesses;      // what neither the files nor the table of peaks state
     rebuilt_model start; // intervals and first-order phase; read is false when they are not known
     std::vector<std::string> derived; // of derived.tsv, where there is one: NAME=EXPRESSION
     std::vector<std::string> files_read;

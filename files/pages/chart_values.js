@@ -59,6 +59,15 @@ const varokelValues = (() => {
       return (v / 10 ** exponent).toFixed(decimals) + (exponent ? "e" + exponent : "");
     });
   };
+  // Room for the texts of a vertical axis, for uPlot: what they take, and never less than held.size, which grows with
+  // it, so that panels that share it begin at one place.
+  const roomForTexts = (held) => (u, texts, k) => {
+    const axis = u.axes[k];
+    u.ctx.font = axis.font[0];
+    const longest = Math.max(0, ...(texts || []).map((text) => u.ctx.measureText(text || "").width / devicePixelRatio));
+    held.size = Math.max(held.size, Math.ceil(longest + axis.ticks.size + axis.gap + 2));
+    return held.size;
+  };
   const places = (text) => text.replace(/e([+-])(\d)$/, "e$10$2"); // exponents as the tables have them
   const unsigned = (text) => (/[1-9]/.test(text.split("e")[0]) ? text : text.replace("-", ""));
   const exponentOf = (value, digits) => Number(value.toExponential(digits).split("e")[1]);
@@ -99,5 +108,5 @@ const varokelValues = (() => {
     return percent === 0 ? "0" : percent >= 99.5 ? percent.toFixed(0) : withError(0, percent).error;
   };
   const numberText = (value) => Number.isFinite(value) ? value.toPrecision(4) : "n/a";
-  return { floatsOf, curveOf, made, styleOf, colourOf, numberText, withError, withErrorText, percentText, tickTexts, decimalsFor, roomAround };
+  return { floatsOf, curveOf, made, styleOf, colourOf, roomForTexts, numberText, withError, withErrorText, percentText, tickTexts, decimalsFor, roomAround };
 })();

@@ -2,7 +2,7 @@
 // charts.js -- spectra as charts that can be zoomed; used by the report and by the overview
 "use strict";
 const varokelCharts = (() => {
-  const { made, styleOf, colourOf, numberText, tickTexts, decimalsFor, roomAround } = varokelValues;
+  const { made, styleOf, colourOf, roomForTexts, numberText, tickTexts, decimalsFor, roomAround } = varokelValues;
 
   // spectrum: {axis: {label, zero, step, falls}, data, fit, residual, components: [{number, name, values, imaginary, removed, off}],
   // imaginary: {data, fit, residual}, intervals, noise, windows: [{number, low, high, active}], marks: [{name, point}], view}; curves are arrays
@@ -22,6 +22,7 @@ const varokelCharts = (() => {
     const whole = [x[0], x[n - 1]];
     let range = start.slice();
     let plots = [];
+    const left = { size: 62 }; // of all panels, for the texts of their axes
     const shown = spectrum.components.map((c) => !c.off);
     const colourAt = (k) => spectrum.components[k].removed ? styleOf("--muted") : colourOf(k); // those of the fit have colours
     // The part that is looked at.
@@ -55,7 +56,7 @@ const varokelCharts = (() => {
       high = Math.min(high, whole[1]);
       if (!(high - low > 4 * Math.abs(axis.step))) return;
       range = [low, high];
-      for (const p of plots) p.setScale("x", { min: low, max: high });
+      alignPanels(() => plots.forEach((p) => p.setScale("x", { min: low, max: high })));
     };
     const scaleBy = (factor) => {
       const middle = (range[0] + range[1]) / 2, half = (range[1] - range[0]) / 2 * factor;
@@ -256,7 +257,7 @@ const varokelCharts = (() => {
             labelFont: "13px system-ui, sans-serif",
             grid: { stroke: grid, width: 0.5 }, ticks: { stroke: ink, width: 1, size: 5 },
             values: (u, splits, i, space, step) => tickTexts(splits, step) },
-          { show: !narrow, stroke: ink, size: 62, grid: { stroke: grid, width: 0.5 }, ticks: { stroke: ink, size: 4 },
+          { show: !narrow, stroke: ink, size: roomForTexts(left), grid: { stroke: grid, width: 0.5 }, ticks: { stroke: ink, size: 4 },
             values: (u, splits, i, space, step) => tickTexts(splits, step) },
         ],
         series: [{}, ...series],
@@ -278,7 +279,17 @@ const varokelCharts = (() => {
     }
 
     let componentPlot = null;
-    function build() {
+    const build = () => alignPanels(drawPanels);
+    // A panel whose numbers became longer begins farther right than those before it, which are drawn again. Sizes are
+    // known once the panels have drawn themselves, in tasks that they put off.
+    function alignPanels(act) {
+      const before = left.size;
+      act();
+      queueMicrotask(() => {
+        if (left.size !== before && plots.length > 0) drawPanels();
+      });
+    }
+    function drawPanels() {
       for (const p of plots) p.destroy();
       plots = [];
       stage.textContent = "";
@@ -353,6 +364,7 @@ const varokelCharts = (() => {
         observer.disconnect();
         dark.removeEventListener("change", recolour);
         for (const p of plots) p.destroy();
+        plots = [];
         place.textContent = "";
       },
     };

@@ -10,6 +10,9 @@
 
 namespace tools {
 
+// A quarter of a turn more brings the imaginary part where the real one was: i x -> Re(-i (i x)).
+inline constexpr double quarter_turn = 90.0; // [degrees]
+
 // Values as little-endian float32 in base64.
 std::string float_text(const std::vector<double> &values);
 

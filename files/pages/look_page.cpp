@@ -56,7 +56,7 @@ static ordered_json look_chart(const looked_spectrum &spectrum) {
         if (peak.point) data["marks"].push_back({{"name", peak.name}, {"point", *peak.point}});
     data["data"] = float_text(real_part(spectrum.points, 0, n, spectrum.phase, spectrum.phi_1));
     data["imaginary"]["data"] =
-        float_text(real_part(spectrum.points, 0, n, spectrum.phase + 90.0, spectrum.phi_1));
+        float_text(real_part(spectrum.points, 0, n, spectrum.phase + quarter_turn, spectrum.phi_1));
     data["components"] = ordered_json::array();
     return data;
 }

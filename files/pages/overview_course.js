@@ -5,15 +5,21 @@
 // pointed at; choose(n), called with the spectrum that is clicked.
 // Returned: the elements of the chart, and the function that draws it anew.
 const varokelCourse = (maps, readout, choose) => {
-  const { made, styleOf, colourOf, numberText, withError, tickTexts, roomAround } = varokelCharts;
+  const { made, styleOf, colourOf, roomForTexts, numberText, withError, tickTexts, roomAround } = varokelCharts;
   const { batch, quantities, some, size, hasMap, courseAxis, numberAt, state, hidden, pale, paleShare, paleOf } = varokelOverview;
   const course = made("div", "course"), chips = made("div", "chips"), courseTitle = made("div", "panel-title");
   const sums = made("div", "wide");
   let coursePlot = null;
 
   // A series in time is drawn over seconds where the step is known; places in space are numbers.
-  const inSeconds = () => courseAxis >= 0 && !batch.axes[courseAxis].spatial && state.seconds > 0;
-  const placeOf = (i) => (inSeconds() ? i * state.seconds : i);
+  const times = courseAxis >= 0 ? batch.axes[courseAxis].seconds : null; // as the file has them
+  const asMeasured = () => Boolean(times) && state.seconds === (batch.secondsPerStep || 0);
+  const inSeconds = () => courseAxis >= 0 && !batch.axes[courseAxis].spatial && (state.seconds > 0 || asMeasured());
+  const placeOf = (i) => (!inSeconds() ? i : asMeasured() ? times[i] : i * state.seconds);
+  // A selection ends where its first and last spectra lie, not with the series they were taken from.
+  const xOf = (i) => placeOf(first + i); // of a row
+  const taken = courseAxis < 0 ? [] : batch.at.map((at) => at[courseAxis]);
+  const first = taken.reduce((a, b) => Math.min(a, b), Infinity), last = taken.reduce((a, b) => Math.max(a, b), -Infinity);
 
   // Area under each curve by the trapezoidal rule, over the values that are drawn in full; the error
   // is that of the sum, the values of different spectra being independent.
@@ -29,7 +35,7 @@ const varokelCourse = (maps, readout, choose) => {
       const points = row.map((v, i) => i).filter((i) => row[i] !== null && !pale(numbers[i], shown[s]));
       let sum = 0, variance = 0;
       points.forEach((i, p) => {
-        const left = p > 0 ? placeOf(i) - placeOf(points[p - 1]) : 0, right = p + 1 < points.length ? placeOf(points[p + 1]) - placeOf(i) : 0;
+        const left = p > 0 ? xOf(i) - xOf(points[p - 1]) : 0, right = p + 1 < points.length ? xOf(points[p + 1]) - xOf(i) : 0;
         sum += row[i] * (left + right) / 2;
         const sd = errors[s] && errors[s][i] !== null ? errors[s][i] : NaN;
         variance += ((left + right) / 2 * sd) ** 2;
@@ -82,7 +88,7 @@ const varokelCourse = (maps, readout, choose) => {
       u.ctx.lineWidth = devicePixelRatio;
       row.forEach((v, i) => {
         if (v === null || errors[s][i] === null || (state.log && !(v > errors[s][i]))) return;
-        const x = u.valToPos(placeOf(i), "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
+        const x = u.valToPos(xOf(i), "x", true), a = u.valToPos(v - errors[s][i], "y", true), b = u.valToPos(v + errors[s][i], "y", true);
         u.ctx.globalAlpha = pale(numbers[i], shown[s]) ? paleShare : 1;
         u.ctx.beginPath();
         u.ctx.moveTo(x, a);
@@ -93,7 +99,7 @@ const varokelCourse = (maps, readout, choose) => {
     u.ctx.globalAlpha = 1;
     const i = numbers.indexOf(state.chosen);
     if (i >= 0) {
-      const x = u.valToPos(placeOf(i), "x", true);
+      const x = u.valToPos(xOf(i), "x", true);
       u.ctx.strokeStyle = "#ff2d55";
       u.ctx.lineWidth = 1.5 * devicePixelRatio;
       u.ctx.beginPath();
@@ -106,10 +112,12 @@ const varokelCourse = (maps, readout, choose) => {
 
   function drawCourse() {
     if (courseAxis < 0) return;
-    const n = size[courseAxis], quantity = quantities[state.quantity];
+    const quantity = quantities[state.quantity];
     const at = state.chosen >= 0 && hasMap ? batch.at[state.chosen].slice() : state.at.slice();
-    const numbers = Array.from({ length: n }, (_, i) => {
-      at[courseAxis] = i;
+    const places = Array.from({ length: last - first + 1 }, (_, i) => first + i);
+    const half = last > first ? (placeOf(last) - placeOf(first)) / (last - first) / 2 : 0.5; // of a step
+    const numbers = places.map((place) => {
+      at[courseAxis] = place;
       const found = numberAt.get(at.join(","));
       return found === undefined ? -1 : found;
     });
@@ -130,13 +138,13 @@ const varokelCourse = (maps, readout, choose) => {
       legend: { show: false },
       padding: [10, 14, 0, 0],
       cursor: { y: false, drag: { x: false, y: false } },
-      scales: { x: { time: false, range: () => [placeOf(-0.5), placeOf(n - 0.5)] },
+      scales: { x: { time: false, range: () => [placeOf(first) - half, placeOf(last) + half] },
         y: state.log ? { distr: 3 } : { range: (u, all, most) => extentOf(rows, errors, numbers, shown, all, most) } },
       axes: [
         { stroke: ink, label: inSeconds() ? "time (s)" : batch.axes[courseAxis].name + " (from 0)", labelSize: 22, size: 30, labelFont: "13px system-ui, sans-serif",
           grid: { stroke: grid, width: 0.5 }, ...(inSeconds() ? {} : { incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000] }),
           values: (u, splits, i, space, step) => tickTexts(splits, step) },
-        { stroke: ink, size: 62, grid: { stroke: grid, width: 0.5 },
+        { stroke: ink, size: roomForTexts({ size: 62 }), grid: { stroke: grid, width: 0.5 },
           values: (u, splits, i, space, step) => (state.log ? splits.map((v) => (v === null ? "" : numberText(v))) : tickTexts(splits, step)) },
       ],
       // all values pale, and over them those that are known well
@@ -149,7 +157,8 @@ const varokelCourse = (maps, readout, choose) => {
           readout.textContent = m < 0 ? "" : batch.names[m] + ": " + shown.map((k) => (quantity.whole ? quantity.name : batch.entries[k]) + " " + numberText(quantity.of(k)[m])).join(", ");
         }],
       },
-    }, [numbers.map((_, i) => placeOf(i)), ...rows, ...known], course);
+    }, [places.map(placeOf), ...rows, ...known], course);
+    varokelOverview.shownCourse = coursePlot;
     drawSums(rows, errors, shown, quantity, numbers);
     coursePlot.over.addEventListener("click", () => {
       const i = coursePlot.cursor.idx;

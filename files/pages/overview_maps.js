@@ -132,7 +132,7 @@ const varokelMaps = (maps, readout, choose) => {
         for (let x = 0; x < nx; x++) {
           const n = spectrumAt(x, y, z);
           if (n < 0) continue;
-          const left = x * cell, top = (ny - 1 - y) * cell; // y upwards, as images of the body are shown
+          const left = x * cell, top = y * cell; // row 0 on top, as in docs/conventions.md
           const share = hidden(n) ? null : shareOf(values[n], range);
           drawVoxel(ink, n, left, top, cell, share, colours);
           if (n === state.chosen) {
@@ -156,7 +156,7 @@ const varokelMaps = (maps, readout, choose) => {
     const placeOf = (event) => {
       const box = canvas.getBoundingClientRect(), nx = sizeOf(columnsOfMap[0]), ny = sizeOf(columnsOfMap[1]);
       const x = Math.floor((event.clientX - box.left) / box.width * nx);
-      const y = ny - 1 - Math.floor((event.clientY - box.top) / box.height * ny);
+      const y = Math.floor((event.clientY - box.top) / box.height * ny);
       return x >= 0 && x < nx && y >= 0 && y < ny ? spectrumAt(x, y, z) : -1;
     };
     canvas.addEventListener("mousemove", (event) => {
@@ -169,7 +169,7 @@ const varokelMaps = (maps, readout, choose) => {
       if (n >= 0) choose(n);
     });
     canvas.addEventListener("keydown", (event) => {
-      const steps = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, 1], ArrowDown: [0, -1] };
+      const steps = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
       const step = steps[event.key];
       if (!step) return;
       event.preventDefault();
@@ -190,5 +190,7 @@ const varokelMaps = (maps, readout, choose) => {
     });
   }
 
-  return { elements: [scale, slices], draw: drawMaps };
+  const nameOf = (d) => (columnsOfMap[d] >= 0 ? batch.axes[columnsOfMap[d]].name : "");
+  const sense = made("p", "muted sense", hasMap ? nameOf(0) + " 0 is left" + (nameOf(1) ? ", " + nameOf(1) + " 0 on top" : "") + ": rows as they are stored; where they lie in the body, the images in maps/ say." : "");
+  return { elements: [scale, slices, sense], draw: drawMaps };
 };

@@ -31,7 +31,7 @@ const varokelTransform = (re, im) => {
   }
 };
 
-// Of spectrum n: [{number, name, values}] over the points that the page shows; entries without a curve are left out.
+// Of spectrum n: [{number, name, values, imaginary}] over the points that the page shows; entries without a curve are left out.
 const varokelComponents = (n) => {
   const { batch, columns } = varokelOverview;
   const model = batch.model;
@@ -55,12 +55,13 @@ const varokelComponents = (n) => {
       im[i] = sign * size * Math.sin(turn);
     }
     varokelTransform(re, im);
-    const values = new Float64Array(batch.points);
+    const values = new Float64Array(batch.points), imaginary = new Float64Array(batch.points);
     for (let i = 0; i < batch.points; i++) {
       const j = model.first + i, off = (phases[n] + model.phi1 * j / points) * Math.PI / 180;
       values[i] = re[j] * Math.cos(off) + im[j] * Math.sin(off);
+      imaginary[i] = im[j] * Math.cos(off) - re[j] * Math.sin(off);
     }
-    found.push({ number: String(k + 1), name: (k + 1) + " " + name, values });
+    found.push({ number: String(k + 1), name: (k + 1) + " " + name, values, imaginary });
   });
   return found;
 };

@@ -8,6 +8,7 @@
 #include "files/pages/curve_text.h"
 #include "files/pages/page_frame.h"
 #include "files/pages/page_texts.h"
+#include "files/pages/report_facts.h"
 #include "files/results/judgement.h"
 
 #include "kernel/line_width.h"
@@ -47,14 +48,17 @@ static ordered_json curves_of(const batch_view &batch, std::size_t spectrum) {
     const std::pair<long long, long long> range = shown_points(batch);
     const double phase = batch.phase_of(spectrum);
     const double phi_1 = batch.start.read ? batch.start.phi_1 : 0.0;
-    const auto shown = [&](const complex_signal &signal) {
-        return short_curve(real_part(signal, 0, signal.size(), phase, phi_1), range.first,
-                           range.second);
-    };
     ordered_json curves;
-    curves["data"] = shown(batch.data_of(spectrum));
-    if (const std::optional<complex_signal> fit = batch.fit_of(spectrum))
-        curves["fit"] = shown(*fit);
+    const auto show = [&](const char *name, const complex_signal &signal) {
+        const auto turned_by = [&](double degrees) {
+            return short_curve(real_part(signal, 0, signal.size(), phase + degrees, phi_1),
+                               range.first, range.second);
+        };
+        curves[name] = turned_by(0.0);
+        curves["imaginary"][name] = turned_by(quarter_turn);
+    };
+    show("data", batch.data_of(spectrum));
+    if (const std::optional<complex_signal> fit = batch.fit_of(spectrum)) show("fit", *fit);
     return curves;
 }
 
@@ -156,8 +160,11 @@ static ordered_json values_of(const batch_view &batch) {
     ordered_json all;
     all["axes"] = ordered_json::array();
     for (const batch_axis &axis : batch.axes)
-        all["axes"].push_back(
-            {{"name", axis.name}, {"size", axis.size}, {"spatial", axis.spatial}});
+        all["axes"].push_back({{"name", axis.name},
+                               {"size", axis.size},
+                               {"spatial", axis.spatial},
+                               {"seconds", axis.seconds.empty() ? ordered_json(nullptr)
+                                                                : ordered_json(axis.seconds)}});
     all["entries"] = batch.entries;
     ordered_json names = ordered_json::array(), places = ordered_json::array();
     ordered_json status = ordered_json::array(), reasons = ordered_json::object();
@@ -226,6 +233,15 @@ static ordered_json values_of(const batch_view &batch) {
     for (const auto &[a, b] : fitted_intervals(batch))
         all["intervals"].push_back({a - first, b - first});
     all["points"] = last - first + 1;
+    const std::pair<long long, long long> noise(batch.start.noise_first,
+                                                batch.start.noise_stop - 1);
+    if (batch.start.read && noise.first < noise.second) {
+        const std::string hidden = out_of_sight_text(noise, {first, last});
+        if (hidden != out_of_sight) all["noise"] = {noise.first - first, noise.second - first};
+        all["noiseText"] =
+            "Noise window: " + stretch_text(batch.scale, batch.points, noise.first, noise.second) +
+            hidden + ".";
+    }
     return all;
 }
 
@@ -266,6 +282,13 @@ static std::string worst_table(const batch_view &batch, const std::vector<std::s
     return html;
 }
 
+static std::string list_of(const char *heading, const std::vector<std::string> &texts) {
+    if (texts.empty()) return "";
+    std::string html = "<div class=\"guesses\">" + element("h2", "", heading) + "<ul>";
+    for (const std::string &text : texts) html += element("li", "", text);
+    return html + "</ul></div>\n";
+}
+
 static std::string body_of(const batch_view &batch, const std::vector<std::size_t> &order,
                            const std::string &title) {
     std::map<std::pair<std::string, std::string>, std::size_t> counts;
@@ -282,6 +305,7 @@ static std::string body_of(const batch_view &batch, const std::vector<std::size_
         "tables results.tsv and quality.tsv hold all numbers.</p></noscript>\n"
         "<div id=\"controls\" class=\"tools\"></div>\n"
         "<div class=\"columns\"><div id=\"maps\"></div><div id=\"detail\"></div></div>\n" +
+        list_of("Done before the fits", batch.notes) + list_of("Guessed", batch.guesses) +
         worst_table(batch, order) + not_fitted_table(batch) +
         "<p class=\"muted\">Errors are Cram\u00e9r-Rao bounds of one standard deviation (1 SD); "
         "the program\u2019s own files hold two. Fit quality 1 means that the residual is "

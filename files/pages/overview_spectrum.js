@@ -89,6 +89,7 @@ const varokelSpectrum = (detail) => {
     if (batch.reasons[n]) detail.append(made("p", "muted", batch.reasons[n]));
     detail.append(made("p", "muted", (batch.verdicts[n] ? "verdict " + batch.verdicts[n].replaceAll("_", " ") + ", " : "") + "fit quality " + numberText(quality[n]) + (Number.isFinite(snr[n]) ? ", SNR " + numberText(snr[n]) : "")));
     detail.append(place);
+    if (batch.noiseText) detail.append(made("p", "muted", batch.noiseText));
     if (batch.status[n] !== "not_fitted") detail.append(tableOf(n));
     curvesOf(n, (curves) => {
       if (state.chosen !== n) return;
@@ -97,12 +98,14 @@ const varokelSpectrum = (detail) => {
         place.append(made("p", "muted", "The curves of this fit were not kept."));
         return;
       }
-      const data = curveOf(curves.data);
-      const fit = curves.fit ? curveOf(curves.fit) : null;
+      const three = (of) => {
+        const data = curveOf(of.data), fit = of.fit ? curveOf(of.fit) : null;
+        return { data, fit, residual: fit ? data.map((v, i) => v - fit[i]) : null };
+      };
+      const fit = Boolean(curves.fit);
       if (!fit && batch.status[n] !== "not_fitted") detail.append(made("p", "muted", "The fit itself was not kept."));
-      chart = varokelCharts.show(place, { axis: batch.axis, intervals: batch.intervals, view: [0, batch.points - 1],
-        components: fit ? varokelComponents(n) : [],
-        data, fit, residual: fit ? data.map((v, i) => v - fit[i]) : null });
+      chart = varokelCharts.show(place, { axis: batch.axis, intervals: batch.intervals, noise: batch.noise, view: [0, batch.points - 1],
+        components: fit ? varokelComponents(n) : [], ...three(curves), imaginary: three(curves.imaginary) });
     });
   }
 

@@ -15,7 +15,7 @@ const varokelRobust = (values) => {
 // Given: the element that says how wide the histogram may be.
 // Returned: the elements, and the function that draws them anew.
 const varokelSpread = (maps) => {
-  const { made, styleOf, numberText } = varokelCharts;
+  const { made, styleOf, numberText, withError } = varokelCharts;
   const { batch, count, quantities, state, hidden, pale } = varokelOverview;
   const title = made("div", "panel-title"), canvas = made("canvas", "histogram"), wide = made("div", "wide");
   canvas.setAttribute("role", "img");
@@ -62,7 +62,7 @@ const varokelSpread = (maps) => {
     for (const [name, which] of rows) {
       const robust = varokelRobust(which.map((n) => all[n])), line = made("tr"), first = made("th", "", name);
       first.scope = "row";
-      line.append(first, made("td", "", String(robust.n)), made("td", "", numberText(robust.median)), made("td", "", numberText(robust.spread)));
+      line.append(first, made("td", "", String(robust.n)), made("td", "", withError(robust.median, robust.spread).value), made("td", "", withError(robust.median, robust.spread).error));
       body.append(line);
     }
     table.append(head, body);

@@ -14,9 +14,6 @@
 
 namespace tools {
 
-// A quarter of a turn more brings the imaginary part where the real one was: i x -> Re(-i (i x)).
-static constexpr double quarter_turn = 90.0; // [degrees]
-
 static std::vector<double> real_curve(const run_result &run, const complex_signal &signal) {
     return real_part(signal, 0, signal.size(), run.display_phase, run.display_phi_1);
 }

@@ -90,8 +90,7 @@ std::string stretch_text(const spectrum_axis &items, long long points, long long
 
 std::string out_of_sight_text(std::pair<long long, long long> points,
                               std::pair<long long, long long> in_sight) {
-    if (points.first > in_sight.second || points.second < in_sight.first)
-        return ", outside of this picture";
+    if (points.first > in_sight.second || points.second < in_sight.first) return out_of_sight;
     const bool all = points.first >= in_sight.first && points.second <= in_sight.second;
     return all ? "" : ", in part outside of this picture";
 }

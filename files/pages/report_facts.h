@@ -22,7 +22,8 @@ std::string caption_of(const run_result &run);
 
 // Plain text: "31P, 120.6 MHz, TE 30 ms, TR 2 s, voxel 20 x 20 x 25 mm (10 mL), 2019-01-31".
 std::string measurement_text(const spectrum_axis &axis, const ordered_json &sidecar);
-// ", outside of this picture", of points that the ones in sight leave out altogether, ", in part
+inline constexpr const char *out_of_sight = ", outside of this picture";
+// That, of points that the ones in sight leave out altogether, ", in part
 // outside of this picture"; else nothing.
 std::string out_of_sight_text(std::pair<long long, long long> points,
                               std::pair<long long, long long> in_sight);

@@ -62,13 +62,26 @@ if [ "$what" = overview ]; then
     # six of twelve areas are known to no better than 50 %
     "$programs/varokel-simulate" "$tree/examples/single_line/start.par" -o "$GRID/grid.nii" --noise 3 --seed 1 \
         --grid 4,3,1 --frequency 123.2 --nucleus 1H --ppm-at-carrier 4.7
-    export CHROMIUM=$PROGRAM DRIVER OVERVIEW=$GRID/run
+    export CHROMIUM=$PROGRAM DRIVER OVERVIEW=$GRID/run SERIES=$GRID/series
     "$programs/varokel-batch" plan "$GRID/grid.nii" --start "$tree/examples/single_line/start.par" -o "$OVERVIEW"
     "$programs/varokel-batch" run "$OVERVIEW"
     "$programs/varokel-batch" merge "$OVERVIEW"
     "$programs/varokel-report" "$OVERVIEW"
+    cat >"$GRID/series.txt" <<'TABLE'
+name  type     area   frequency[ppm]  lorentz[Hz]  phase
+Pyr   lorentz  ? > 0  171.0 +- 0.5    20 [5, 60]   ?
+Lac   lorentz  ? > 0  183.2 +- 0.5    20 [5, 60]   =Pyr
+interval: 169 to 185 ppm
+reference: Pyr 171 ppm
+derive: Lac/Pyr = Lac/Pyr
+TABLE
+    "$programs/varokel-batch" plan "$tree/python/examples/c13_series/c13_series.fid.f32" --peaks "$GRID/series.txt" \
+        --select 5:24 --time-step 3 -o "$SERIES"
+    "$programs/varokel-batch" run "$SERIES"
+    "$programs/varokel-batch" merge "$SERIES"
+    "$programs/varokel-report" "$SERIES"
     cd "$tree/tests/web"
-    node --test overview.test.mjs
+    node --test overview.test.mjs overview_series.test.mjs
     exit
 fi
 "$programs/varokel-simulate" "$tree/examples/single_line/start.par" -o "$GRID/grid.nii" --noise 0.01 --seed 1 \
