@@ -128,6 +128,24 @@ reference_peak read_reference(table_scanner &scan) {
     return peak;
 }
 
+std::optional<reference_peak> settled_reference(const std::string &option,
+                                                const std::optional<reference_peak> &of_table) {
+    if (option.empty()) return of_table;
+    peak_table none; // for the scanner's messages
+    none.file = "--reference-peak " + option;
+    table_scanner scan(none, option, 0, 1);
+    std::optional<reference_peak> peak;
+    try {
+        peak = read_reference(scan);
+    } catch (const tool_error &error) {
+        throw tool_error(wrong_usage, error.what());
+    }
+    if (of_table && *of_table != *peak)
+        throw tool_error(wrong_usage, none.file + ": the table of peaks has another \"reference\"; "
+                                                  "expected one of them");
+    return peak;
+}
+
 void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
               const table_place &place) {
     static constexpr int most = search_limits::points;

@@ -2,9 +2,7 @@
 // import_options.cpp -- the command line's side of an import, for every program that imports
 #include "common/import_options.h"
 
-#include "files/base/tool_error.h"
 #include "files/start/table_keys.h"
-#include "files/start/table_scanner.h"
 
 namespace tools {
 
@@ -120,19 +118,7 @@ void add_reference_options(option_parser &app, spectrum_options &options,
 }
 
 void settle_reference(spectrum_options &options, const std::optional<reference_peak> &of_table) {
-    options.reference_peak = of_table;
-    if (options.reference_text.empty()) return;
-    peak_table none; // for the scanner's messages
-    none.file = "--reference-peak " + options.reference_text;
-    table_scanner scan(none, options.reference_text, 0, 1);
-    try {
-        options.reference_peak = read_reference(scan);
-    } catch (const tool_error &error) {
-        throw tool_error(wrong_usage, error.what());
-    }
-    if (of_table && *of_table != *options.reference_peak)
-        throw tool_error(wrong_usage, none.file + ": the table of peaks has another \"reference\"; "
-                                                  "expected one of them");
+    options.reference_peak = settled_reference(options.reference_text, of_table);
 }
 
 } // namespace tools
