@@ -7,8 +7,8 @@
 // same without vector instructions.
 //
 // The modules of page/ are joined in the order in which they need each other; their names are all
-// different, so that "import" and "export" can be left out. The policy of the page names style and
-// script by their digests and forbids everything else.
+// different, so that "import" and "export" can be left out; so are lines that
+// are comments. The policy of the page names style and script by their digests and forbids everything else.
 import { createHash } from "node:crypto";
 import { readdirSync, readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
@@ -35,7 +35,7 @@ export function joined_modules(folder) {
   visit(ENTRY);
   const unused = [...texts.keys()].filter((name) => !done.some((each) => each.name === name));
   if (unused.length > 0) throw new Error(`nothing needs ${unused.join(", ")}`);
-  return done.map(({ name, text }) => `// ---- ${name}\n` + text.replace(/^\/\/ SPDX.*\n/, "")
+  return done.map(({ name, text }) => `// ---- ${name}\n` + text.replace(/^ *\/\/.*\n/gm, "")
     .replace(/^import .*;\n/gm, "").replace(/^export /gm, "")).join("\n");
 }
 

@@ -58,11 +58,13 @@ test("a worker that ends or is cancelled rejects what waits, and the next task g
 });
 
 test("what no file is, is refused by a sentence", async () => {
-  const task = (name, bytes) => run_task(client, { kind: "import", files: [{ name, bytes }], inputs: [name], options: {} }, () => {});
+  const task = (name, bytes) => import_files(client, { files: [{ name, bytes }], inputs: [name] });
   await assert.rejects(task("a.nii", new Uint8Array(1000)), /no NIfTI header/);
   await assert.rejects(task("a.dcm", new Uint8Array(10)), /not read here/);
   await assert.rejects(task("a.nii.gz", new Uint8Array([0x1f, 0x8b, 8, 0, 1, 2, 3])), /damaged/);
   await assert.rejects(task("a.f32", new Uint8Array(0)), /empty/);
+  const gone = { name: "b.f32", content: { arrayBuffer: () => Promise.reject(new Error("not found")) } };
+  await assert.rejects(run_task(client, { kind: "import", files: [gone], inputs: ["b.f32"], options: {} }, () => {}), /^Error: b\.f32: cannot be read \(not found\)/);
   const spectrum = { ...example.spectra[0].copy, json: "{}" };
   const { fits } = await run_task(client, { kind: "fit", spectra: [spectrum], text: peaks, patterns: [] }, () => {});
   assert.match(fits[0].error, /points/);

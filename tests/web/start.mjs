@@ -14,10 +14,11 @@ export const module_file = (which = "varokel") => `${folder}/web/${which}_module
 export async function module_of_build(which = "varokel") {
   return start_module(createRequire(import.meta.url)(`${folder}/web/${which}_module.js`), readFileSync(module_file(which)));
 }
-// The task of an import, with its spectra one by one.
+// The task of an import of files {name, bytes}, with its spectra one by one.
 export async function import_files(client, task, progress = () => {}) {
-  const { packed, said } = await run_task(client, { kind: "import", options: {}, ...task }, progress);
-  return { spectra: spectra_of(packed), said, packed };
+  const files = task.files.map(({ name, bytes }) => ({ name, content: new Blob([bytes]) }));
+  const { packed, said, dimensions } = await run_task(client, { kind: "import", options: {}, ...task, files }, progress);
+  return { spectra: spectra_of(packed), said, packed, dimensions };
 }
 // The task of a fit, with all its fits.
 export async function fit_spectra(client, task, progress = () => {}) {

@@ -2,6 +2,7 @@
 // current_model.h -- the spectrum and the table that the page shows
 #pragma once
 
+#include "files/base/ordered_json.h"
 #include "files/pictures/signal_view.h"
 #include "files/start/make_start.h"
 
@@ -29,6 +30,13 @@ struct current_model {
 
     tools::view_settings view;
     std::unique_ptr<tools::signal_view> eye;
+    // What the last picture had: curves that nothing changed since are not made again, as while a
+    // hand moves one line of many.
+    struct picture {
+        tools::ordered_json data; // as array_for_page gave it; null: not made
+        std::vector<engine::values_of_entry> values;
+        tools::ordered_json components; // one for each of values
+    } drawn;
 };
 
 // There is one: the page shows one spectrum at a time.

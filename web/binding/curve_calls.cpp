@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace web {
 
@@ -39,6 +40,38 @@ static std::vector<double> columns_for(const current_model &now, const ordered_j
     return x;
 }
 
+static bool same(const engine::values_of_entry &a, const engine::values_of_entry &b) {
+    return std::memcmp(a.data(), b.data(), sizeof a) == 0; // "not a number" is equal to itself
+}
+
+// A component is of its own entry's values alone.
+static void draw_components(current_model &now, const std::vector<double> &x) {
+    const engine::model &model = *now.model;
+    const int entries = model.map().entries();
+    current_model::picture &drawn = now.drawn;
+    const bool all =
+        drawn.components.is_null() || drawn.components.size() != static_cast<std::size_t>(entries);
+    if (all) {
+        drawn.components = ordered_json::array();
+        drawn.values.assign(static_cast<std::size_t>(entries), {});
+    }
+    for (int k = 0; k < entries; ++k) {
+        engine::values_of_entry own;
+        for (int q = 0; q < engine::quantities; ++q)
+            own[static_cast<std::size_t>(q)] =
+                model.map().value(k, static_cast<engine::quantity>(q), x);
+        engine::values_of_entry &before = drawn.values[static_cast<std::size_t>(k)];
+        if (!all && same(own, before)) continue;
+        ordered_json array = array_for_page("component " + std::to_string(k),
+                                            now.eye->of(now.workspace.spectrum(model, x, k)));
+        if (all)
+            drawn.components.push_back(std::move(array));
+        else
+            drawn.components[static_cast<std::size_t>(k)] = std::move(array);
+        before = own;
+    }
+}
+
 ordered_json show_curves(const ordered_json &asked) {
     current_model &now = current();
     if (now.spectrum.empty()) throw std::runtime_error("no spectrum is open");
@@ -46,8 +79,11 @@ ordered_json show_curves(const ordered_json &asked) {
     if (!now.eye || !(settings == now.view)) {
         now.view = settings;
         now.eye = std::make_unique<tools::signal_view>(now.facts.points, settings);
+        now.drawn = {};
     }
-    ordered_json out = {{"data", array_for_page("data", now.eye->of(now.spectrum))}};
+    if (now.drawn.data.is_null())
+        now.drawn.data = array_for_page("data", now.eye->of(now.spectrum));
+    ordered_json out = {{"data", now.drawn.data}};
     if (!now.model) return out;
     const engine::model &model = *now.model;
     const std::vector<double> x = columns_for(now, asked);
@@ -56,14 +92,10 @@ ordered_json show_curves(const ordered_json &asked) {
     for (std::size_t i = 0; i < sum.size(); ++i) left[i] = now.spectrum[i] - sum[i];
     out["model"] = array_for_page("model", now.eye->of(sum));
     out["residual"] = array_for_page("residual", now.eye->of(left));
-    out["components"] = ordered_json::array();
     const double squares = now.workspace.chi_square(model, x);
     out["quality"] = number_for_page(std::sqrt(squares / model.rows())); // as fit_quality
-    if (asked.value("components", true))
-        for (int k = 0; k < model.map().entries(); ++k)
-            out["components"].push_back(
-                array_for_page("component " + std::to_string(k),
-                               now.eye->of(now.workspace.spectrum(model, x, k))));
+    draw_components(now, x);
+    out["components"] = now.drawn.components;
     // where every parameter stands now, tied ones too
     out["values"] = ordered_json::array();
     for (int k = 0; k < model.map().entries(); ++k) {

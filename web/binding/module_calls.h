@@ -41,8 +41,9 @@ ordered_json set_table(const ordered_json &asked);
 // {edit, text, ...}: the table's text after a change -> {text}
 ordered_json edit_table(const ordered_json &asked);
 
-// {values, part, phase_0, phase_1, broadened, components, data}
-// -> {data, model, residual, components, noise_sd, quality}
+// {values, part, phase_0, phase_1, broadened_hz}: values of every entry in place of the table's
+// -> {data, model, residual, components, values, quality}; data and components that are those of
+// the picture before stay where they are
 ordered_json show_curves(const ordered_json &asked);
 
 // {folder, name, peaks, starts} -> values, errors, verdict, files

@@ -37,6 +37,7 @@ ordered_json open_spectrum(const ordered_json &asked) {
     now.model.reset();
     now.table.reset();
     now.eye.reset();
+    now.drawn = {};
     const tools::table_axis &axis = *now.axis;
     std::vector<double> hz, ppm;
     for (int i = 0; i < facts.points; ++i) {
@@ -155,6 +156,7 @@ static ordered_json entries_for_page(const current_model &now) {
 ordered_json set_table(const ordered_json &asked) {
     current_model &now = current();
     now.model.reset();
+    now.drawn.components = nullptr;
     now.table.reset();
     now.text = asked.at("text").get<std::string>();
     const std::string folder = asked.at("patterns").get<std::string>();

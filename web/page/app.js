@@ -77,7 +77,7 @@ export class App {
     for (const file of list) {
       bytes += file.size;
       if (bytes > MOST_BYTES) throw new Error(`${file.name}: with it more than 256 MiB; varokel-fit takes files of any size`);
-      files.push({ name: file.name, read: () => file.arrayBuffer() });
+      files.push({ name: file.name, content: file });
       // tables and patterns are told from their text; files of points stay where they are
       const is_small = file.size <= MOST_TEXT;
       looked_at.push({ name: file.name, bytes: is_small ? new Uint8Array(await file.arrayBuffer()) : new Uint8Array(1) });
@@ -94,10 +94,9 @@ export class App {
     this.bench.tell("table");
   }
   async import(files, inputs, table) {
-    const read = async () => {
-      const whole = await Promise.all(files.map(async (file) => ({ name: file.name, bytes: await file.read() })));
+    const read = () => {
       const wanted = inputs.filter((name) => name !== this.options.reference);
-      return this.work.run({ kind: "import", files: whole, inputs: wanted, options: this.options, table }, "Reading", { moved: whole.map((file) => file.bytes) });
+      return this.work.run({ kind: "import", files, inputs: wanted, options: this.options, table }, "Reading");
     };
     let made;
     try {
@@ -200,8 +199,8 @@ export class App {
       if (done > 0 && bench.spectra === spectra) {
         this.result.take_series(fits, text);
         const own = fits[bench.current];
-        if (own.optimum && text === bench.text) bench.take_fit(own);
-        bench.tell("fit");
+        if (own.optimum && text === bench.text) bench.take_fit(own); // tells of it
+        else bench.tell("fit");
         this.tab("result");
       }
     }
@@ -210,6 +209,10 @@ export class App {
   // ---- what is shown ----
 
   changed(what) {
+    if (what === "curves") { // of every frame while a hand moves something
+      this.screen.redraw();
+      return;
+    }
     if (what === "spectrum") {
       by_id("readout").textContent = "";
       this.screen.take_spectrum();
@@ -317,7 +320,10 @@ export class App {
     wire_buttons(this);
     new Hands(this.screen, hand_acts(this));
     new ResizeObserver(() => this.screen.redraw()).observe(by_id("plot"));
-    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => this.screen.redraw());
+    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => {
+      this.screen.forget_colors();
+      this.screen.redraw();
+    });
   }
   erase_kept() {
     clearTimeout(this.timer);

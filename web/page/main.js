@@ -19,7 +19,7 @@ async function module_bytes() {
 function example_files() {
   const files = JSON.parse(by_id("example-files").textContent);
   const text = new TextDecoder().decode(bytes_of_text(files.pop().bytes));
-  return { text, files: files.map((file) => ({ name: file.name, read: async () => bytes_of_text(file.bytes).buffer })) };
+  return { text, files: files.map((file) => ({ name: file.name, content: new Blob([bytes_of_text(file.bytes)]) })) };
 }
 
 // A browser may refuse storage to a file that was opened from disk.

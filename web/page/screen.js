@@ -27,7 +27,6 @@ export class Screen {
     this.edge = null;   // that keys move
     this.cursor = null; // point where keys add a line
     this.frame = 0;
-    this.frames = [];  // durations of the last drawings [ms]
   }
   // Another spectrum: all of it, unless it has the same axis.
   take_spectrum() {
@@ -85,7 +84,10 @@ export class Screen {
     return Math.max(half("lorentz", 4), half("gauss", 2));
   }
 
-  colors() {
+  // Asked for once: it makes the browser settle the style of the page.
+  colors() { return (this.known_colors ??= this.colors_of_page()); }
+  forget_colors() { this.known_colors = null; }
+  colors_of_page() {
     const style = getComputedStyle(document.documentElement);
     const all = {};
     for (const name of ["paper", "ink", "muted", "line", "shade", "data", "fit", "residual", "noise"])
@@ -103,7 +105,6 @@ export class Screen {
   draw() {
     const { canvas, bench } = this;
     if (!bench.curves.data || canvas.clientWidth === 0) return;
-    const begin = performance.now();
     const ratio = window.devicePixelRatio || 1;
     const width = canvas.clientWidth, height = canvas.clientHeight;
     if (canvas.width !== Math.round(width * ratio) || canvas.height !== Math.round(height * ratio)) {
@@ -113,8 +114,6 @@ export class Screen {
     const context = canvas.getContext("2d");
     context.setTransform(ratio, 0, 0, ratio, 0, 0);
     draw_scene(new CanvasPen(context), this.scene(), this.colors(), width, height);
-    this.frames.push(performance.now() - begin);
-    if (this.frames.length > 60) this.frames.shift();
   }
   svg(width = 1000, height = 560) {
     const pen = new SvgPen(width, height);

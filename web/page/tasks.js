@@ -23,8 +23,17 @@ async function gunzip(bytes) {
   return new Uint8Array(await new Blob(parts).arrayBuffer());
 }
 
+// The worker reads a file by itself: the page's thread has its name and a handle, never its bytes.
+async function bytes_of(file) {
+  try {
+    return new Uint8Array(await file.content.arrayBuffer());
+  } catch (error) {
+    throw new Error(`${file.name}: cannot be read (${error.message}); was it moved or changed since it was opened?`);
+  }
+}
+
 async function unpacked(file) {
-  const bytes = new Uint8Array(file.bytes);
+  const bytes = await bytes_of(file);
   if (bytes[0] !== GZIP[0] || bytes[1] !== GZIP[1]) return { name: plain_name(file.name), bytes };
   let whole;
   try {
@@ -54,7 +63,6 @@ async function import_task(client, task, progress) {
   const renamed = new Map();
   for (const file of task.files) {
     const plain = await unpacked(file);
-    file.bytes = null;
     renamed.set(file.name, plain.name);
     client.write(`${folder}/${plain.name}`, plain.bytes);
   }
@@ -122,7 +130,7 @@ async function fit_task(client, task, progress) {
     progress(i + 1, spectra.length, alone ? {} : { fit });
   }
   client.module.progress = null;
-  const report = task.report ? client.ask("report", { folder: all, names: spectra.map((each) => each.name) }) : null;
+  const report = task.report ? client.ask("report", { folder: all, names: spectra.map((each) => each.name), peaks: `${peaks}/peaks.txt` }) : null;
   client.remove_folder(all);
   client.remove_folder(peaks);
   // of many, each was told when it was there

@@ -33,8 +33,8 @@ export class LongWork {
       }
     } });
   }
-  // moved: storage that goes to the worker and is not kept here; each(fit): of every fit of many.
-  async run(task, words, { moved = [], each = () => {}, run = null } = {}) {
+  // each(fit): of every fit of many.
+  async run(task, words, { each = () => {}, run = null } = {}) {
     if (this.busy) throw new Error("Something is at work already; wait for it, or cancel it.");
     this.busy = true;
     const begin = performance.now();
@@ -51,7 +51,8 @@ export class LongWork {
         const now = progress_words(done, of, more);
         if (now) this.say(`${words}: ${now}`);
       };
-      const value = run ? await run(hear) : await this.runner.run(task, hear, moved);
+      const value = run ? await run(hear) : await this.runner.run(task, hear);
+      await new Promise((done) => { setTimeout(done); }); // what came and what is made of it are two tasks
       this.say(`${words}: done in ${((performance.now() - begin) / 1000).toFixed(1)} s.`);
       return value;
     } finally {

@@ -52,11 +52,11 @@ export class TaskRunner {
     if (data.error !== undefined) task.reject(new Error(data.error));
     else task.resolve(data.value);
   }
-  run(task, progress = () => {}, moved = []) {
+  run(task, progress = () => {}) {
     if (!this.worker) this.start();
     return new Promise((resolve, reject) => {
       this.waiting.set(++this.number, { resolve, reject, progress });
-      this.worker.postMessage({ number: this.number, task }, moved);
+      this.worker.postMessage({ number: this.number, task });
     });
   }
   end(error) {
