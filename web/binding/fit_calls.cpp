@@ -6,6 +6,8 @@
 #include "files/pages/report_curves.h"
 #include "files/pages/report_page.h"
 #include "files/problem/fit_folder.h"
+#include "files/results/amounts.h"
+#include "files/results/derived_area.h"
 #include "files/results/judge_run.h"
 #include "files/results/results_table.h"
 
@@ -128,6 +130,30 @@ static ordered_json optimum_for_page(const tools::optimum_record &record,
     return out;
 }
 
+// What the rows "derive" of the table ask for, and amounts where the sidecar has their water.
+static std::vector<tools::derived_area> derived_of(const tools::run_result &run,
+                                                   const std::vector<std::string> &rows) {
+    std::vector<tools::derived_area> all;
+    if (!run.fitted) return all;
+    for (const std::string &text : rows) all.push_back(tools::derive_area(run, text));
+    for (const tools::derived_area &amount : tools::amounts_of(run)) all.push_back(amount);
+    return all;
+}
+
+static ordered_json derived_for_page(const tools::run_result &run,
+                                     const std::vector<std::string> &rows) {
+    ordered_json out = ordered_json::array();
+    for (const tools::derived_area &each : derived_of(run, rows))
+        out.push_back({{"name", each.name},
+                       {"expression", each.expression},
+                       {"value", number_for_page(each.value)},
+                       {"error", number_for_page(each.error_1sd)},
+                       {"percent", number_for_page(each.percent_1sd())},
+                       {"unit", each.unit},
+                       {"row", tools::derived_row(run.name, each)}});
+    return out;
+}
+
 static tools::result_options reading() {
     tools::result_options options;
     options.hashes = false; // of copies in the module's storage nobody can check them
@@ -138,8 +164,9 @@ ordered_json fit_spectrum(const ordered_json &asked) {
     const tools::folder_of_fit of = {asked.at("folder").get<std::string>(),
                                      asked.at("name").get<std::string>()};
     const std::string peaks = asked.at("peaks").get<std::string>();
-    tools::start_maker maker(tools::read_peak_table(peaks),
-                             {fs::path(peaks).parent_path().string()}, tools::fitted_by::engine);
+    const tools::peak_table table = tools::read_peak_table(peaks);
+    tools::start_maker maker(table, {fs::path(peaks).parent_path().string()},
+                             tools::fitted_by::engine);
     const tools::start_result made = tools::prepare_fit(of, maker, peaks);
     tools::exact_options options;
     options.starts = asked.value("starts", 0);
@@ -165,6 +192,7 @@ ordered_json fit_spectrum(const ordered_json &asked) {
                         {"warnings", made.warnings},
                         {"entries", entries_for_page(run)},
                         {"correlations", correlation_matrix(run)},
+                        {"derived", derived_for_page(run, table.derived)},
                         {"results", tools::results_rows(run)},
                         {"quality_row", tools::quality_row(run)}};
     if (run.optimum) out["optimum"] = optimum_for_page(*run.optimum, names);
@@ -174,13 +202,18 @@ ordered_json fit_spectrum(const ordered_json &asked) {
 }
 
 ordered_json table_heads(const ordered_json &) {
-    return {{"results", tools::results_header()}, {"quality", tools::quality_header()}};
+    return {{"results", tools::results_header()},
+            {"quality", tools::quality_header()},
+            {"derived", tools::derived_header()}};
 }
 
 ordered_json report_fits(const ordered_json &asked) {
     const std::vector<std::string> names = asked.at("names").get<std::vector<std::string>>();
     const std::string folder = asked.at("folder").get<std::string>();
     const bool with_page = asked.value("page", true);
+    std::vector<std::string> derived;
+    if (const std::string peaks = asked.value("peaks", ""); !peaks.empty())
+        derived = tools::read_peak_table(peaks).derived;
     std::optional<tools::report_page> page;
     if (with_page) page.emplace(names.size());
     ordered_json out = {{"results", tools::results_header()}, {"quality", tools::quality_header()}};
@@ -197,7 +230,10 @@ ordered_json report_fits(const ordered_json &asked) {
             tools::judge_run(reported.run);
         }
         reported.run.provenance.push_back({"fitted by", "varokel.html " VAROKEL_VERSION});
-        if (with_page) page->add(reported);
+        if (with_page) {
+            reported.derived = derived_of(reported.run, derived);
+            page->add(reported);
+        }
         results += tools::results_rows(reported.run);
         quality += tools::quality_row(reported.run);
         if (with_page && names.size() == 1 && reported.run.fitted)

@@ -5,10 +5,13 @@
 
 #include "files/base/tool_error.h"
 #include "files/measured/convert_spectra.h"
+#include "files/measured/open_source.h"
 #include "files/start/peak_table.h"
+#include "files/start/table_keys.h"
 
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <sstream>
 
 namespace web {
@@ -50,6 +53,9 @@ class option_reader {
     void take(const char *name, std::optional<number> &to) const {
         if (given(name)) to = all_.at(name).get<number>();
     }
+    void take(const char *name, long long &to) const {
+        if (given(name)) to = all_.at(name).get<long long>();
+    }
     void take(const char *name, bool &to) const {
         if (given(name)) to = all_.at(name).get<bool>();
     }
@@ -75,6 +81,16 @@ std::optional<tools::reference_peak> reference_of(const std::string &table) {
     }
 }
 
+// In which an input has several FIDs beside voxels: {name: size}.
+ordered_json dimensions_of(const tools::input_options &input) {
+    ordered_json out = ordered_json::object();
+    const std::unique_ptr<tools::spectrum_source> source =
+        tools::open_source(input.input, input.format, input.json, input.points);
+    for (const tools::source_axis &axis : source->axes)
+        if (!axis.spatial && axis.size > 1) out[axis.name] = axis.size;
+    return out;
+}
+
 } // namespace
 
 ordered_json import_files(const ordered_json &asked) {
@@ -92,6 +108,8 @@ ordered_json import_files(const ordered_json &asked) {
     options.take("resize", input.resize);
     options.take("phase", input.phase);
     options.take("conjugate", input.conjugate);
+    options.take("combine_coils", input.combine_coils);
+    options.take("align_averages", input.align_averages);
     options.take("folder", spectrum.folder);
     options.take("dwell_time", spectrum.dwell_time);
     options.take("bandwidth", spectrum.bandwidth);
@@ -103,13 +121,18 @@ ordered_json import_files(const ordered_json &asked) {
     options.take("noise", spectrum.noise);
     options.take("reference", spectrum.reference);
     options.take("eddy", spectrum.eddy);
-
+    options.take("remove_water", spectrum.remove_water);
+    options.take("water_order", spectrum.water_order);
+    options.take("reference_peak", spectrum.reference_text);
+    std::optional<tools::reference_peak> of_table;
     if (const auto text = asked.find("table"); text != asked.end())
-        spectrum.reference_peak = reference_of(text->get<std::string>());
+        of_table = reference_of(text->get<std::string>());
+    spectrum.reference_peak = tools::settled_reference(spectrum.reference_text, of_table);
 
     const captured printed(std::cout), said(std::cerr);
     tools::import_spectra(input, spectrum);
     ordered_json out = {{"names", ordered_json::array()}, {"said", ordered_json::array()}};
+    out["dimensions"] = dimensions_of(input);
     for (const std::string &line : printed.lines())
         if (line.ends_with(".bin"))
             out["names"].push_back(std::filesystem::path(line).stem().string());

@@ -27,7 +27,7 @@ ordered_json number_for_page(double value);
 void say_progress(double done, double of);
 
 // {input, folder, format, json, points, voxel, index, average, ... as varokel-import has them}
-// -> {names, said}
+// -> {names, said, dimensions}: the last of the file, in which it has several FIDs beside voxels
 ordered_json import_files(const ordered_json &asked);
 
 // {folder, name}: the spectrum that the following questions are about
@@ -46,13 +46,14 @@ ordered_json edit_table(const ordered_json &asked);
 // the picture before stay where they are
 ordered_json show_curves(const ordered_json &asked);
 
-// {folder, name, peaks, starts} -> values, errors, verdict, files
+// {folder, name, peaks, starts} -> values, errors, verdict, derived values, files
 ordered_json fit_spectrum(const ordered_json &asked);
 
-// -> {results, quality}: the first rows of both tables
+// -> {results, quality, derived}: the first rows of the tables
 ordered_json table_heads(const ordered_json &asked);
 
-// {folder, names, page}: tables, and unless page is false the page, of the fits there
+// {folder, names, page, peaks}: tables, and unless page is false the page, of the fits there with
+// what the table of peaks derives
 // -> {results, quality, report, picture}
 ordered_json report_fits(const ordered_json &asked);
 

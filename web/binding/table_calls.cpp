@@ -5,6 +5,7 @@
 
 #include "files/base/tool_error.h"
 #include "files/problem/start_problem.h"
+#include "files/results/derived_area.h"
 #include "files/spectra/signal_file.h"
 #include "files/start/show_start.h"
 #include "files/start/table_edit.h"
@@ -153,6 +154,16 @@ static ordered_json entries_for_page(const current_model &now) {
     return out;
 }
 
+// As varokel-fit does before its long work.
+static void refuse_odd_expressions(const tools::peak_table &table) {
+    std::vector<std::string> names;
+    for (const tools::table_row &row : table.rows) names.push_back(row.name);
+    for (const std::string &text : table.derived)
+        tools::check_derived_area(names, table_name, text);
+    for (const tools::amount_row &row : table.amounts.amounts)
+        tools::check_derived_area(names, table_name, row.name + "=" + row.expression);
+}
+
 ordered_json set_table(const ordered_json &asked) {
     current_model &now = current();
     now.model.reset();
@@ -163,6 +174,7 @@ ordered_json set_table(const ordered_json &asked) {
     if (now.spectrum.empty()) throw std::runtime_error("no spectrum is open");
     tools::peak_table table = tools::parse_peak_table(now.text, table_name);
     now.row_of = rows_of_entries(table);
+    refuse_odd_expressions(table);
     tools::start_maker maker(table, {folder}, tools::fitted_by::engine);
     now.start = maker.make(now.spectrum, now.facts);
     now.table = std::move(table);
@@ -175,7 +187,9 @@ ordered_json set_table(const ordered_json &asked) {
                         {"guesses", now.start.guesses},
                         {"warnings", now.start.warnings},
                         {"notes", now.start.notes},
-                        {"why_not_exact", tools::why_not_exact(start)}};
+                        {"why_not_exact", tools::why_not_exact(start)},
+                        {"derived", now.table->derived.size()},
+                        {"amounts", now.table->amounts.amounts.size()}};
     for (const engine::interval &each : now.model->intervals())
         out["intervals"].push_back({each.first, each.last});
     if (asked.value("files", false)) {

@@ -40,6 +40,7 @@ export class App {
     this.files = [];
     this.options = {};
     this.said = [];
+    this.dimensions = {};
     this.adding = false;
     this.bench.on((what) => this.changed(what));
     this.wire();
@@ -111,6 +112,7 @@ export class App {
     this.inputs = inputs;
     this.axis_of = reference_row(table);
     this.said = made.said;
+    this.dimensions = made.dimensions;
     this.result.series = null;
     by_id("eye-reset").click();
     const spectra = spectra_of(made.packed);
@@ -233,7 +235,7 @@ export class App {
     this.listed = show_choice(bench, this.listed);
     by_id("unit").replaceChildren(...screen.units().map((unit) => new Option(unit, unit, false, unit === screen.unit)));
     show_facts(bench, this.said);
-    option_fields(this.options);
+    option_fields(this.options, this.dimensions);
     this.saving.show(this.options);
   }
   show_table() {
@@ -257,8 +259,9 @@ export class App {
   // What cannot do anything yet looks so.
   show_buttons() {
     const { bench } = this;
-    const have = { spectrum: Boolean(bench.spectrum), fit: Boolean(bench.fit?.files), fits: Boolean(bench.fit?.files || this.result.series_of(bench.text)),
+    const have = { spectrum: Boolean(bench.spectrum), fit: Boolean(bench.fit?.files), fits: Boolean(bench.fit?.files || this.result.series_of(bench.text)), derived: false,
       lines: bench.entries.length > 0 && !bench.error };
+    have.derived = have.fits && Boolean(bench.fit?.derived?.length || this.result.derived_of(bench.text).length);
     for (const node of document.querySelectorAll("[data-needs]")) node.disabled = !have[node.dataset.needs];
     by_id("undo").disabled = !bench.history.can_undo;
     by_id("redo").disabled = !bench.history.can_redo;

@@ -13,12 +13,25 @@ const OPTIONS = [
   ["phase", "Phase of the FID", "degrees, or auto"], ["resize", "Length", "points, cut or fill; empty: fill"],
   ["voxel", "Voxel", "x,y,z from 0; empty: all"], ["index", "Index", "[DIM=]I, blanks between", "list"],
   ["average", "Average over", "dimensions such as DIM_DYN", "list"], ["reference", "Reference line", "name of an opened file"],
+  ["reference_peak", "Reference peak", "sets the ppm axis: NAA 2.01 ppm"], ["remove_water", "Remove lines", "from:to in ppm, such as 4.2:5.1"],
+  ["water_order", "Order of removal", "damped oscillations, 1 to 200", "number"],
+];
+// Switches; dimension: that the file has to have, or the switch is not offered.
+const SWITCHES = [
+  ["combine_coils", "Combine coils", "by their signal and the covariance of their noise", "DIM_COIL"],
+  ["align_averages", "Align averages", "in frequency and phase, and take their mean", "DIM_DYN"],
+  ["eddy", "Correct eddy currents", "with the phase of the reference line"],
+  ["conjugate", "Conjugate", "reverse the sense of frequency"],
 ];
 
-export function option_fields(options) {
+// dimensions: of the file, in which it has several FIDs: {name: size}
+export function option_fields(options, dimensions = {}) {
+  const has = Object.entries(dimensions).map(([name, size]) => `${size} in ${name}`).join(", ");
+  by_id("dimensions").textContent = has ? `The file has several FIDs: ${has}.` : "";
   by_id("option-fields").replaceChildren(...OPTIONS.map(([name, label, hint]) => element("label", { title: hint }, label,
     element("input", { "data-option": name, value: Array.isArray(options[name]) ? options[name].join(" ") : options[name] ?? "", placeholder: hint }))),
-  element("label", {}, "Conjugate", element("input", { type: "checkbox", "data-option": "conjugate", checked: Boolean(options.conjugate) })));
+  ...SWITCHES.filter(([name, , , dimension]) => !dimension || dimensions[dimension] > 1 || options[name]).map(([name, label, hint]) =>
+    element("label", { class: "switch", title: hint }, element("input", { type: "checkbox", "data-option": name, checked: Boolean(options[name]) }), label)));
 }
 // What the fields say. A number that is none is refused.
 export function options_of_fields() {

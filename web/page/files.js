@@ -42,6 +42,7 @@ const WORDS = {
   format: "--format", points: "--points", voxel: "--voxel", resize: "--resize", phase: "--phase",
   dwell_time: "--dwell", bandwidth: "--bandwidth", mhz: "--frequency", ppm_at_carrier: "--ppm-at-carrier",
   begin_time: "--begin-time", nucleus: "--nucleus", axis: "--axis", noise: "--noise", reference: "--reference",
+  reference_peak: "--reference-peak", remove_water: "--remove-water", water_order: "--water-order",
 };
 
 const quoted = (text) => (/^[\w./+:=,-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`);
@@ -54,7 +55,7 @@ export function fit_command(input, options, starts) {
     if (value === null || value === "" || value === false || value === undefined) continue;
     if (name === "index" || name === "average")
       for (const each of value) words.push(`--${name}`, quoted(each));
-    else if (value === true) words.push(`--${name}`);
+    else if (value === true) words.push(`--${name.replaceAll("_", "-")}`);
     else if (WORDS[name]) words.push(WORDS[name], quoted(String(value)));
   }
   return words.join(" ");

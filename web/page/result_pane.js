@@ -3,10 +3,11 @@
 import { by_id, element, number_text, with_error } from "./dom.js";
 
 const MOST_PAIRS = 40; // correlations that are listed
-const MOST_ROWS = 400; // spectra that are listed
+const MOST_ROWS = 100; // spectra that are listed at once
 const OF_ENTRY = { area: "area", frequency: "frequency", gauss: "Gaussian width", phase: "phase", lorentz: "Lorentzian width" };
 
 const MAPPED = { area: "area", percent: "error of the area in %", position: "position", quality: "quality" };
+const DERIVED = /^derived (\d+)$/; // which of the table's rows a map shows
 
 const cell = (text, kind = "") => element("td", { class: kind }, text);
 const head = (...words) => element("tr", {}, ...words.map((word) => element("th", { scope: "col" }, word)));
@@ -41,7 +42,7 @@ export class ResultPane {
       element("button", { class: "main", title: "The optimum becomes the start values of the table", onclick: () => app.guard(() => bench.accept_fit()) }, "Accept"),
       element("button", { title: "The table stays as it is", onclick: () => app.guard(() => { bench.forget_fit(); bench.values = null; bench.show_curves(); bench.tell("fit"); }) }, "Go back"),
       element("button", { "aria-pressed": String(shown), onclick: () => app.guard(() => bench.show_fit(!shown)) }, shown ? "Optimum is shown" : "Start is shown"));
-    return [this.verdict(fit), buttons, this.values(fit), this.moved(fit), this.correlations(fit), this.starts(fit)].filter(Boolean);
+    return [this.verdict(fit), buttons, this.values(fit), this.derived(fit), this.moved(fit), this.correlations(fit), this.starts(fit)].filter(Boolean);
   }
   // Columns that no entry uses are left out.
   values(fit) {
@@ -58,6 +59,13 @@ export class ResultPane {
       ...columns.map(([, text]) => cell(...text(entry)))));
     return element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Values with errors" }, element("table", { id: "values" },
       element("thead", {}, head("", ...columns.map(([name]) => name))), element("tbody", {}, ...rows)));
+  }
+  // What rows "derive" and "amount" of the table ask for.
+  derived(fit) {
+    if (!(fit.derived?.length > 0)) return null;
+    const rows = fit.derived.map((each) => element("tr", {}, element("th", { scope: "row", title: each.expression }, each.name),
+      cell(`${with_error(each.value, each.error)}${each.unit ? ` ${each.unit}` : ""}`), cell(each.percent === null ? "n/a" : `${number_text(each.percent, 2)} %`)));
+    return element("table", { id: "derived", "aria-label": "Derived values" }, element("thead", {}, head("derived", "value", "error")), element("tbody", {}, ...rows));
   }
   // What the optimum moved, of what is free.
   moved(fit) {
@@ -89,36 +97,52 @@ export class ResultPane {
 
   // text: of the table that was fitted
   take_series(fits, text) {
-    this.series = { fits, text, entry: 0, of: "area" };
+    this.series = { fits, text, entry: 0, of: "area", first: 0 };
   }
   // The series, when it is of this table.
   series_of(text) { return this.series?.text === text ? this.series : null; }
+  derived_of(text) { return this.series_of(text) ? this.derived_names() : []; }
   // What the map shows: a number of each spectrum, and its name.
   map_values() {
     if (!this.series) return null;
     const { fits, entry, of } = this.series;
+    const derived = DERIVED.exec(of)?.[1];
+    if (derived !== undefined)
+      return { values: fits.map((fit) => fit.derived?.[derived]?.value ?? null), title: this.derived_names()[derived] ?? "" };
     const value = (fit) => (of === "quality" ? fit.quality : of === "area" ? fit.entries[entry]?.area.value : of === "percent" ? fit.entries[entry]?.area.percent : fit.entries[entry]?.ppm ?? fit.entries[entry]?.hz);
     const name = this.names()[entry] ?? "";
     return { values: fits.map((fit) => (fit.fitted ? value(fit) ?? null : null)), title: of === "quality" ? "Quality" : `${MAPPED[of]} of ${name}` };
   }
+  choose_rows(first, count) {
+    const go = (to) => {
+      this.series.first = Math.max(0, Math.min(Math.floor(to / MOST_ROWS) * MOST_ROWS, count - 1));
+      this.show();
+    };
+    return element("div", { class: "row", id: "series-rows" },
+      element("button", { title: "Spectra before these", disabled: first === 0, onclick: () => go(first - MOST_ROWS) }, "‹"),
+      `${first} to ${Math.min(count, first + MOST_ROWS) - 1} of 0 to ${count - 1}`,
+      element("button", { title: "Spectra behind these", disabled: first + MOST_ROWS >= count, onclick: () => go(first + MOST_ROWS) }, "›"));
+  }
+  derived_names() { return this.series.fits.find((fit) => fit.fitted)?.derived.map((each) => each.name) ?? []; }
   names() { return this.series.fits.find((fit) => fit.fitted)?.entries.map((entry) => entry.name) ?? []; }
   all() {
     const { fits, text } = this.series;
-    const names = this.names();
+    const names = this.names(), derived = this.derived_names();
     const failed = fits.filter((fit) => !fit.fitted).length;
     const choose = (label, options, now, act) => element("label", {}, `${label} `, element("select", { "aria-label": label, onchange: (event) => {
       act(event.target.value);
       this.app.show_map();
     } }, ...options.map(([value, word]) => element("option", { value, selected: String(value) === String(now) }, word))));
-    const rows = fits.slice(0, MOST_ROWS).map((fit, i) => element("tr", {},
-      element("th", { scope: "row" }, element("button", { onclick: () => this.app.guard(() => this.app.open_spectrum(i, text === this.bench.text ? fit : null)) }, fit.name)),
+    const first = Math.min(this.series.first, fits.length - 1);
+    const rows = fits.slice(first, first + MOST_ROWS).map((fit, k) => element("tr", {},
+      element("th", { scope: "row" }, element("button", { onclick: () => this.app.guard(() => this.app.open_spectrum(first + k, text === this.bench.text ? fit : null)) }, fit.name)),
       cell(fit.fitted ? fit.optimum?.verdict ?? "" : "not fitted", fit.fitted ? "" : "red"), cell(number_text(fit.quality, 3)),
-      ...(fit.fitted ? fit.entries.map((entry) => cell(with_error(entry.area.value, entry.area.error))) : [element("td", { colspan: Math.max(1, names.length), class: "wrap" }, fit.error ?? fit.why_not)])));
+      ...(fit.fitted ? [...fit.entries.map((entry) => entry.area), ...fit.derived].map(({ value, error }) => cell(with_error(value, error))) : [element("td", { colspan: Math.max(1, names.length + derived.length), class: "wrap" }, fit.error ?? fit.why_not)])));
     return [element("h2", {}, `${fits.length} spectra${failed ? `, ${failed} not fitted` : ""}`),
       ...(text === this.bench.text ? [] : [element("p", { class: "help" }, "The table has changed since these were fitted.")]),
-      ...(fits.length > MOST_ROWS ? [element("p", { class: "help" }, `The first ${MOST_ROWS} are listed; results.tsv has all.`)] : []),
-      element("div", { class: "row" }, choose("Map of", Object.entries(MAPPED), this.series.of, (of) => { this.series.of = of; }),
+      ...(fits.length > MOST_ROWS ? [this.choose_rows(first, fits.length)] : []),
+      element("div", { class: "row" }, choose("Map of", [...Object.entries(MAPPED), ...derived.map((name, i) => [`derived ${i}`, name])], this.series.of, (of) => { this.series.of = of; }),
         choose("entry", names.map((name, k) => [k, name]), this.series.entry, (k) => { this.series.entry = Number(k); })),
-      element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Results of all spectra" }, element("table", { id: "series" }, element("thead", {}, head("", "verdict", "quality", ...names)), element("tbody", {}, ...rows)))];
+      element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Results of all spectra" }, element("table", { id: "series" }, element("thead", {}, head("", "verdict", "quality", ...names, ...derived)), element("tbody", {}, ...rows)))];
   }
 }

@@ -4,7 +4,7 @@ import { by_id, element } from "./dom.js";
 import { fit_command } from "./files.js";
 
 const MOST_ON_PAGE = 200;
-const NEEDS = { "result.par": "fit", "optimum.json": "fit", "results.tsv": "fits", "quality.tsv": "fits", "report.html": "fits" };
+const NEEDS = { "result.par": "fit", "optimum.json": "fit", "results.tsv": "fits", "quality.tsv": "fits", "derived.tsv": "derived", "report.html": "fits" };
 
 export function download(name, content, type = "text/plain") {
   const url = URL.createObjectURL(content instanceof Blob ? content : new Blob([content], { type }));
@@ -28,6 +28,7 @@ export class SavePane {
       const rows = fits().map((fit) => fit[row] ?? "");
       return bench.client.ask("heads")[name] + rows.join("");
     };
+    const derived = () => bench.client.ask("heads").derived + fits().flatMap((fit) => (fit.derived ?? []).map((each) => each.row)).join("");
     const report = async () => {
       const many = Boolean(series());
       if (many && bench.spectra.length > MOST_ON_PAGE) throw new Error(`A page of more than ${MOST_ON_PAGE} spectra is too large; varokel-batch makes an overview of them.`);
@@ -41,6 +42,7 @@ export class SavePane {
       ["optimum.json", "values to the last digit, verdict, starts", () => download("optimum.json", fitted().files["optimum.json"])],
       ["results.tsv", "a row for each entry", () => download("results.tsv", table("results", "results"), "text/tab-separated-values")],
       ["quality.tsv", "a row for each spectrum", () => download("quality.tsv", table("quality", "quality_row"), "text/tab-separated-values")],
+      ["derived.tsv", "a row for each sum, ratio or amount that the table derives", () => download("derived.tsv", derived(), "text/tab-separated-values")],
       ["report.html", "the program's page", async () => download("report.html", await report(), "text/html")],
       ["picture.svg", "as it is seen", () => download("picture.svg", screen.svg(), "image/svg+xml")],
       ["picture.png", "as it is seen", async () => download("picture.png", await screen.png())],

@@ -56,8 +56,9 @@ function listen(client, tell) {
   };
 }
 
-// {files: [{name, bytes}], inputs: [name], options, table} -> {packed, said}, packed as spectra.js
-// has it; the table may name a line that sets the ppm axis
+// {files: [{name, content: Blob}], inputs: [name], options, table} -> {packed, said, dimensions},
+// packed as spectra.js has it, dimensions of the files in which they have several FIDs; the table may
+// name a line that sets the ppm axis
 async function import_task(client, task, progress) {
   const folder = client.new_folder();
   const renamed = new Map();
@@ -66,7 +67,7 @@ async function import_task(client, task, progress) {
     renamed.set(file.name, plain.name);
     client.write(`${folder}/${plain.name}`, plain.bytes);
   }
-  const made_files = [], said = [], outs = [];
+  const made_files = [], said = [], outs = [], dimensions = {};
   for (const [i, input] of task.inputs.entries()) {
     progress(i, task.inputs.length);
     listen(client, (done) => progress(i, task.inputs.length, { spectra: made_files.length + done }));
@@ -78,6 +79,7 @@ async function import_task(client, task, progress) {
     if (task.table) about.table = task.table;
     const made = client.ask("import", about);
     said.push(...made.said.map((text) => text.replaceAll(`${folder}/`, "").replaceAll(`${out}/`, "")));
+    for (const [name, size] of Object.entries(made.dimensions)) dimensions[name] = Math.max(size, dimensions[name] ?? 1);
     for (const name of made.names) {
       const files = [`${out}/${name}.bin`, `${out}/${name}.json`, `${out}/${name}.bin.ref`];
       made_files.push({ name, input, bytes: files.map((file) => client.size(file)), read: () => files.map((file) => client.take(file)) });
@@ -86,7 +88,7 @@ async function import_task(client, task, progress) {
   client.remove_folder(folder);
   const packed = pack_spectra(made_files);
   for (const out of outs) client.remove_folder(out);
-  return { packed, said };
+  return { packed, said, dimensions };
 }
 
 function put_spectrum(client, folder, spectrum) {

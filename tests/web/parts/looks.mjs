@@ -11,7 +11,7 @@ test("without a spectrum the page says what to do, and what cannot do anything l
   const state = (ids) => fresh.evaluate((ids) => ids.map((id) => document.getElementById(id).disabled), ids);
   assert.ok((await state(["fit", "fit-all", "undo", "redo", "mode-add", "whole", "fitted", "in", "out", "taller", "lower", "unit", "part", "phase-1", "eye-model", "import-again"])).every(Boolean));
   assert.deepEqual(await state(["open", "example", "tour", "help-open", "empty-open", "empty-example"]), Array(6).fill(false));
-  assert.ok(await fresh.locator("[data-save]").evaluateAll((nodes) => nodes.length === 9 && nodes.every((node) => node.disabled)));
+  assert.ok(await fresh.locator("[data-save]").evaluateAll((nodes) => nodes.length === 10 && nodes.every((node) => node.disabled)));
   await fresh.focus("#plot");
   for (const key of ["a", "n", "e", "w", ".", "Delete", "Enter", "Alt+ArrowLeft", "Control+Enter"]) await fresh.keyboard.press(key);
   await fresh.mouse.move(300, 400);
@@ -20,7 +20,7 @@ test("without a spectrum the page says what to do, and what cannot do anything l
   await fresh.waitForFunction(() => window.varokel.bench.entries.length === 16 && !window.varokel.busy);
   assert.equal(await fresh.isVisible("#empty"), false);
   assert.deepEqual(await state(["fit", "mode-add", "whole", "unit", "eye-model"]), Array(5).fill(false));
-  assert.deepEqual(await fresh.locator("[data-save]:disabled").evaluateAll((nodes) => nodes.map((node) => node.dataset.save)), ["result.par", "optimum.json", "results.tsv", "quality.tsv", "report.html"]);
+  assert.deepEqual(await fresh.locator("[data-save]:disabled").evaluateAll((nodes) => nodes.map((node) => node.dataset.save)), ["result.par", "optimum.json", "results.tsv", "quality.tsv", "derived.tsv", "report.html"]);
   await fresh.context().close();
   assert.deepEqual(now.troubles, []);
 });

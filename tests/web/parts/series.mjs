@@ -39,6 +39,42 @@ test("a grid has a map by voxel, is fitted as a whole, and its tables are those 
   assert.equal(await bench((b) => b.current === 3 && b.fit.name === b.spectrum.name && b.fit_is_shown), true);
 });
 
+test("the map is one stop of the Tab key, and arrow keys go over it", async () => {
+  await bench((b) => b.open(5));
+  const stops = () => now.page.locator('#map button[tabindex="0"]').evaluateAll((nodes) => nodes.map((node) => Number(node.dataset.i)));
+  assert.deepEqual(await stops(), [5]);
+  await now.page.focus('#map button[tabindex="0"]');
+  for (const [key, at] of [["ArrowRight", 6], ["ArrowDown", 10], ["ArrowDown", 10], ["ArrowLeft", 9], ["ArrowUp", 5], ["ArrowUp", 1]]) {
+    await now.page.keyboard.press(key);
+    assert.deepEqual(await stops(), [at], key);
+    assert.equal(await now.page.evaluate(() => Number(document.activeElement.dataset.i)), at);
+  }
+  await now.page.keyboard.press("Enter");
+  assert.equal(await bench((b) => b.current), 1);
+  assert.equal(await now.page.evaluate(() => Number(document.activeElement.dataset.i)), 1, "the place keeps the focus");
+});
+
+test("of a long series a hundred are listed at once, and a grid of many is made by and by, whole", async () => {
+  const { spectra, rows, places } = await now.page.evaluate(async () => {
+    const { map, bench, result } = window.varokel, own = bench.spectra;
+    const many = Array.from({ length: 1200 }, (_, i) => ({ name: `v${i}`, voxel: [i % 40, Math.floor(i / 40), 0] }));
+    map.show(many, 7, many.map((_, i) => i), "many");
+    await new Promise((done) => { const look = () => (document.querySelectorAll("#map button").length === 1200 ? done() : setTimeout(look, 5)); look(); });
+    const places = [...document.querySelectorAll("#map button")].every((node, i) => Number(node.dataset.i) === i && node.style.background !== "");
+    result.take_series(many.map(({ name }) => ({ name, error: "none" })), bench.text);
+    result.show();
+    document.querySelectorAll("#series-rows button")[1].click();
+    const rows = [...document.querySelectorAll("#series tbody button")].map((node) => node.textContent);
+    result.series = null;
+    result.show();
+    map.show(own, bench.current, null, null);
+    return { spectra: own.length, rows, places };
+  });
+  assert.equal(spectra, 12);
+  assert.equal(places, true);
+  assert.deepEqual([rows.length, rows[0], rows[99]], [100, "v100", "v199"]);
+});
+
 test("cancelled in the middle, a series keeps the fits that are done, and one fit ends at once", async () => {
   await bench((b) => b.forget_fit());
   await now.page.evaluate(() => {
