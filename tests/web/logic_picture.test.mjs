@@ -6,6 +6,7 @@ import { readFileSync } from "node:fs";
 import { Axis } from "../../web/page/axis.js";
 import { Bench } from "../../web/page/bench.js";
 import { path_of } from "../../web/page/plot.js";
+import { Screen, shrink_of } from "../../web/page/screen.js";
 import { example_file, import_files, module_of_build, tree } from "./start.mjs";
 
 const peaks = readFileSync(`${tree}/examples/p31_brain/peaks.txt`, "utf8");
@@ -91,4 +92,21 @@ test("while a hand moves one line, all curves are those that are made anew", asy
   for (const each of [bench, fresh]) each.undo();
   anew();
   same("undone");
+});
+
+test("a residual that is larger than its room is drawn by 2, 5, 10 ... smaller, and never larger", () => {
+  for (const [least, wanted] of [[0, 1], [1e-300, 1], [1, 1], [1.0000001, 2], [2, 2], [2.1, 5], [5, 5], [5.1, 10], [10, 10], [11, 20], [499, 500], [501, 1000], [1e12, 1e12], [NaN, 1], [Infinity, 1]])
+    assert.equal(shrink_of(least), wanted, `${least}`);
+  for (let power = -300; power <= 300; ++power) {
+    const least = 1.7 * 10 ** power, shrink = shrink_of(least);
+    assert.ok(shrink >= Math.max(1, least) && shrink <= 2.0001 * Math.max(1, least), `${least}: ${shrink}`);
+  }
+  const screen = new Screen({ clientWidth: 600, clientHeight: 400 }, null);
+  screen.axis = new Axis(100);
+  const residual = new Float64Array(100);
+  assert.equal(screen.residual_shrink(residual, 60, 1), 1);
+  residual[50] = -75; // 75 pixels of 30 to that side
+  assert.equal(screen.residual_shrink(residual, 60, 1), 5);
+  screen.axis.show(0, 40); // it is not seen
+  assert.equal(screen.residual_shrink(residual, 60, 1), 1);
 });

@@ -132,7 +132,7 @@ function draw_curves(pen, scene, colors) {
     pen.line([layout.left, y(0), layout.left + layout.width, y(0)], colors.line);
     pen.line(path_of(curves.residual, axis, y), colors.residual, 1);
   });
-  pen.text("residual", layout.left + 2, layout.residual_top + 10, colors.muted, { align: "left", size: 11 });
+  pen.text(scene.residual_shrink > 1 ? `residual ÷ ${scene.residual_shrink}` : "residual", layout.left + 2, layout.residual_top + 10, colors.muted, { align: "left", size: 11 });
 }
 
 function draw_edges(pen, scene, colors) {
@@ -170,7 +170,7 @@ function draw_names(pen, scene, colors) {
 }
 
 // scene: axis, layout, curves, entries, intervals, noise, windows, show, selected, edge, cursor, y,
-// residual_y, half_width
+// residual_y, residual_shrink, half_width
 export function draw_scene(pen, scene, colors, width, height) {
   pen.box(0, 0, width, height, colors.paper);
   draw_ground(pen, scene, colors);

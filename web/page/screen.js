@@ -15,6 +15,13 @@ export function windows_of(entries, moved = null) {
   return out;
 }
 
+// The first of 1, 2, 5, 10, 20 ... that is not less.
+export function shrink_of(least) {
+  if (!(least > 1) || !Number.isFinite(least)) return 1;
+  const power = 10 ** Math.floor(Math.log10(least));
+  return [1, 2, 5, 10].map((each) => each * power).find((each) => each >= least) ?? 10 * power;
+}
+
 export class Screen {
   constructor(canvas, bench) {
     this.canvas = canvas;
@@ -61,17 +68,28 @@ export class Screen {
     const y = (value) => layout.top + layout.height * (1 - (value - low) / (high - low));
     const per = layout.height / (high - low);
     const middle = layout.residual_top + layout.residual_height / 2;
+    const shrink = this.held_shrink ?? this.residual_shrink(curves.residual, layout.residual_height, layout.height / (range.high - range.low));
+    this.shrink = shrink;
     this.height_of = (pixel) => low + (1 - (pixel - layout.top) / layout.height) * (high - low);
     const entries = curves.values ? bench.entries : [];
     return {
       axis, layout, curves, entries, selected: bench.selected, edge: this.edge, cursor: this.cursor, y,
-      residual_y: (value) => middle - value * per,
+      residual_y: (value) => middle - (value * per) / shrink, residual_shrink: shrink,
       intervals: this.edges?.intervals ?? bench.table?.intervals ?? [],
       windows: windows_of(entries, this.edges?.window),
       noise: this.edges?.noise ?? bench.table?.noise ?? bench.about.noise,
       show: this.show,
       half_width: (k) => this.half_width(k),
     };
+  }
+  // By how much the residual is drawn smaller than the data, so that all of it is seen: 1, 2, 5, 10 ...
+  // per: pixels of a unit of the data where nothing is scaled up.
+  residual_shrink(residual, room, per) {
+    if (!residual || !this.show.residual) return 1;
+    const { axis } = this;
+    let most = 0;
+    for (let i = Math.max(0, Math.floor(axis.first)); i <= Math.min(residual.length - 1, axis.last); ++i) most = Math.max(most, Math.abs(residual[i]));
+    return shrink_of((2 * most * per) / room);
   }
   // Half of an entry's width as its start values or the hand have it [points].
   half_width(k) {

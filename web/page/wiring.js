@@ -53,7 +53,8 @@ export function hand_acts(app) {
   const place_text = (point) => `${screen.axis.text_of(point)}`;
   const hold = (act) => {
     if (bench.stale || !bench.table) return;
-    screen.held_range = screen.range; // the scale rests while a hand moves a line
+    screen.held_range = screen.range; // scales rest while a hand moves a line
+    screen.held_shrink = screen.shrink;
     act();
   };
   return {
@@ -77,7 +78,7 @@ export function hand_acts(app) {
     }),
     drag_edge: move_edge,
     dropped: (held) => app.guard(() => {
-      screen.held_range = null;
+      screen.held_range = screen.held_shrink = null;
       if (held.kind === "line" || held.kind === "width") bench.drop();
       else drop_edge(held);
       screen.redraw();
