@@ -13,6 +13,7 @@ import { createHash } from "node:crypto";
 import { readdirSync, readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { gzipSync } from "node:zlib";
+import { text_of_85 } from "./page/base85.js";
 
 const ENTRY = "main.js";
 
@@ -73,8 +74,8 @@ export function page_text(tree, glue, wasm, plain_wasm) {
     `<meta name="varokel-sources" content="${digest_of_sources(tree)}">\n` +
     `<title>varokel workbench</title>\n<style>${style}</style>\n</head>\n<body>\n` +
     readFileSync(join(folder, "page.html"), "utf8") +
-    block("module", "application/gzip", gzipSync(wasm, { level: 9 }).toString("base64")) +
-    block("plain-module", "application/gzip", gzipSync(plain_wasm, { level: 9 }).toString("base64")) +
+    block("module", "application/gzip", text_of_85(gzipSync(wasm, { level: 9 }))) +
+    block("plain-module", "application/gzip", text_of_85(gzipSync(plain_wasm, { level: 9 }))) +
     block("example-files", "application/json", JSON.stringify(example)) +
     `<script>${script}</script>\n</body>\n</html>\n`;
 }

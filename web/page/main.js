@@ -2,6 +2,7 @@
 // main.js -- where the script begins: as a page, or as the worker of one
 import { App } from "./app.js";
 import { bytes_of_text } from "./autosave.js";
+import { bytes_of_85 } from "./base85.js";
 import { by_id } from "./dom.js";
 import { start_module } from "./module_client.js";
 import { serve_tasks, TaskRunner } from "./worker.js";
@@ -12,7 +13,7 @@ const VECTORS = [0, 97, 115, 109, 1, 0, 0, 0, 1, 5, 1, 96, 0, 1, 123, 3, 2, 1, 0
 async function module_bytes() {
   const has_vectors = WebAssembly.validate(new Uint8Array(VECTORS));
   document.documentElement.dataset.module = has_vectors ? "vectors" : "plain";
-  const packed = new Blob([bytes_of_text(by_id(has_vectors ? "module" : "plain-module").textContent)]);
+  const packed = new Blob([bytes_of_85(by_id(has_vectors ? "module" : "plain-module").textContent)]);
   return new Response(packed.stream().pipeThrough(new DecompressionStream("gzip"))).arrayBuffer();
 }
 
