@@ -9,6 +9,8 @@ import { copyFileSync, existsSync, mkdirSync, mkdtempSync, readdirSync, readFile
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import test from "node:test";
+import { Bench } from "../../web/page/bench.js";
+import { fit_command } from "../../web/page/files.js";
 import { file_of, fit_spectra, import_files, module_file, module_of_build, tree } from "./start.mjs";
 
 const programs = process.env.PROGRAMS;
@@ -85,4 +87,83 @@ test("the plain module has no vector instruction, the other has", () => {
   const text = (which) => execFileSync("wasm-dis", [module_file(which)], { encoding: "latin1", maxBuffer: 2 ** 29 });
   assert.doesNotMatch(text("plain"), /v128|f64x2/);
   assert.match(text("varokel"), /f64x2\.mul/);
+});
+
+test("derived values are those of varokel-fit, and a name that no line has is an error of the table", async () => {
+  const { folder, input } = prepared("p31_brain");
+  const rows = "derive: ratio = PCr/GATP\nderive: log10(PCr)\nderive: where = frequency(PCr) - frequency(Pin)\n";
+  writeFileSync(join(folder, "peaks.txt"), rows + readFileSync(join(folder, "peaks.txt"), "utf8"));
+  run("varokel-fit", [input, "peaks.txt", "-o", "run", "--method", "exact"], folder);
+  const { fit, report } = await page_fit(folder, input);
+  const theirs = readFileSync(join(folder, "run/derived.tsv"), "utf8");
+  assert.equal(with_vectors.ask("heads").derived + fit.derived.map((each) => each.row).join(""), theirs);
+  assert.deepEqual(fit.derived.map((each) => each.name), ["ratio", "log10(PCr)", "where"]);
+  for (const each of fit.derived) assert.ok(each.error > 0 && Number.isFinite(each.value), each.name);
+  assert.match(report.report, /ratio/);
+  const bench = new Bench(with_vectors);
+  bench.put_spectra((await import_files(with_vectors, { files: [input, "p31_brain.fid.json"].map((name) => file_of(join(folder, name))), inputs: [input] })).spectra);
+  bench.set_text(rows.replace("PCr/GATP", "PCr/NAA") + readFileSync(join(folder, "peaks.txt"), "utf8"));
+  assert.match(bench.error?.text ?? "", /NAA/);
+});
+
+// A NIfTI-MRS file of one voxel with several coils and averages: a line at 4.7 ppm with water's size, one
+// at 2 ppm, noise, and for each average another frequency.
+function raw_file(points, coils, averages) {
+  const header = Buffer.alloc(352), put = (at, value) => header.writeInt16LE(value, at);
+  const extension = Buffer.from(JSON.stringify({ SpectrometerFrequency: [123.2], ResonantNucleus: ["1H"], dim_5: "DIM_COIL", dim_6: "DIM_DYN" }));
+  const size = Math.ceil((8 + extension.length) / 16) * 16;
+  header.writeInt32LE(348, 0);
+  [6, 1, 1, 1, points, coils, averages, 1].forEach((value, i) => put(40 + 2 * i, value));
+  put(70, 32); // complex64
+  put(72, 64);
+  [1, 20, 20, 20, 1 / 2000, 1, 1, 1].forEach((value, i) => header.writeFloatLE(value, 76 + 4 * i));
+  header.writeFloatLE(352 + size, 108);
+  header.write("mrs_v0_7\0", 328, "latin1");
+  header.write("n+1\0", 344, "latin1");
+  header[348] = 1;
+  const extended = Buffer.alloc(size), values = Buffer.alloc(8 * points * coils * averages);
+  extended.writeInt32LE(size, 0);
+  extended.writeInt32LE(44, 4);
+  extension.copy(extended, 8);
+  let state = 1, at = 0;
+  const noise = () => ((state = (Math.imul(state, 1664525) + 1013904223) >>> 0) / 2 ** 32) - 0.5;
+  for (let average = 0; average < averages; ++average)
+    for (let coil = 0; coil < coils; ++coil)
+      for (let i = 0; i < points; ++i) {
+        const t = i / 2000, moved = 2 * Math.PI * 2 * average * t + coil;
+        const [water, naa] = [[0, 3], [332, 1]].map(([hz, size]) => ({ size: (size / (1 + coil)) * Math.exp(-Math.PI * 4 * t), turn: 2 * Math.PI * hz * t + moved }));
+        values.writeFloatLE(water.size * Math.cos(water.turn) + naa.size * Math.cos(naa.turn) + 0.02 * noise(), at);
+        values.writeFloatLE(water.size * Math.sin(water.turn) + naa.size * Math.sin(naa.turn) + 0.02 * noise(), at + 4);
+        at += 8;
+      }
+  return Buffer.concat([header, extended, values]);
+}
+
+test("what is done to raw data is what the command does that the page writes", async () => {
+  const folder = mkdtempSync(join(tmpdir(), "varokel-bits-"));
+  writeFileSync(join(folder, "raw.nii"), raw_file(512, 3, 4));
+  writeFileSync(join(folder, "peaks.txt"), "name  type  area  frequency  lorentz  phase\nNAA  lorentz  ?  2 ppm  4  ?\n");
+  const options = { combine_coils: true, align_averages: true, remove_water: "4.2:5.2", water_order: 20, reference_peak: "NAA 2.01 ppm +- 0.3" };
+  const imported = (own) => import_files(with_vectors, { files: [file_of(join(folder, "raw.nii"))], inputs: ["raw.nii"], options: own });
+  const all = await imported({});
+  assert.deepEqual([all.spectra.length, all.dimensions, all.options], [12, { DIM_COIL: 3, DIM_DYN: 4 }, { index: ["DIM_COIL=all", "DIM_DYN=all"] }]);
+  const { spectra, dimensions } = await imported({ ...options, index: all.options.index });
+  assert.deepEqual(dimensions, { DIM_COIL: 3, DIM_DYN: 4 });
+  const command = fit_command("raw.nii", options, 0);
+  assert.match(command, /--combine-coils --align-averages --remove-water 4\.2:5\.2 --water-order 20 --reference-peak 'NAA 2\.01 ppm \+- 0\.3'$/);
+  execFileSync("sh", ["-c", `"$PROGRAMS"/${command} --no-report`], { cwd: folder, stdio: ["ignore", "pipe", "pipe"] });
+  // The mean is aligned by sines of the platform, whose last bits are their own; all else is the same.
+  const doubles = (bytes) => new Float64Array(new Uint8Array(bytes).buffer);
+  const ours = doubles(spectra[0].bin), others = doubles(readFileSync(join(folder, "run", `${spectra[0].name}.bin`)));
+  const highest = others.reduce((most, value) => Math.max(most, Math.abs(value)), 0);
+  assert.equal(ours.length, others.length);
+  assert.ok(highest > 0 && ours.every((value, i) => Math.abs(value - others[i]) <= 1e-14 * highest), "points");
+  const plain = { ...options, align_averages: false, average: ["DIM_DYN"] };
+  execFileSync("sh", ["-c", `"$PROGRAMS"/${fit_command("raw.nii", plain, 0).replace("-o run", "-o plain")} --no-report`], { cwd: folder, stdio: ["ignore", "pipe", "pipe"] });
+  const mean = (await imported(plain)).spectra;
+  assert.equal(Buffer.compare(Buffer.from(mean[0].bin), readFileSync(join(folder, "plain", `${mean[0].name}.bin`))), 0, "without alignment the same bits");
+  const { fits } = await fit_spectra(with_vectors, { spectra: mean, text: readFileSync(join(folder, "peaks.txt"), "utf8") });
+  assert.equal(fits[0].files["optimum.json"], readFileSync(join(folder, "plain", "optimum.json"), "utf8"));
+  await assert.rejects(imported({ ...options, reference_peak: "two" }), /--reference-peak two/);
+  await assert.rejects(imported({ ...options, combine_coils: false, align_averages: false, eddy: true }), /--reference/);
 });

@@ -6,7 +6,8 @@ import test from "node:test";
 import { gzipSync } from "node:zlib";
 import { erase, restore, save } from "../../web/page/autosave.js";
 import { pack_spectra, spectra_of } from "../../web/page/spectra.js";
-import { run_task } from "../../web/page/tasks.js";
+import { bytes_of_85, text_of_85 } from "../../web/page/base85.js";
+import { index_of, run_task } from "../../web/page/tasks.js";
 import { TaskRunner } from "../../web/page/worker.js";
 import { example_file, fit_spectra, import_files, module_of_build, tree } from "./start.mjs";
 
@@ -55,6 +56,27 @@ test("a worker that ends or is cancelled rejects what waits, and the next task g
   assert.ok(runner.worker);
   runner.worker.onerror({ message: "out of memory" });
   await assert.rejects(third, /out of memory/);
+});
+
+test("base 85 gives back every byte, and refuses what is none", () => {
+  const random = Uint8Array.from({ length: 1021 }, (_, i) => (i * i * 31 + 7 * i) % 256);
+  for (const bytes of [new Uint8Array(0), new Uint8Array(4).fill(255), new Uint8Array(7), random, ...[1, 2, 3, 4, 5].map((n) => new Uint8Array(n).fill(255)), Uint8Array.of(0, 0, 1), Uint8Array.of(254)]) {
+    const text = text_of_85(bytes);
+    assert.deepEqual(bytes_of_85(text), bytes);
+    assert.equal(text.length, Math.ceil((bytes.length * 5) / 4));
+    assert.doesNotMatch(text, /[<>&"'`\\\s]/);
+  }
+  for (const odd of ["<0000", "00é00", "0000 ", "000000"]) assert.throws(() => bytes_of_85(odd), /85/);
+});
+
+test("of a file with several FIDs all are taken where nobody says otherwise", () => {
+  const coils = { DIM_COIL: 8 }, both = { DIM_COIL: 8, DIM_DYN: 4 };
+  for (const [options, dimensions, wanted] of [[{}, {}, []], [{}, coils, ["all"]], [{}, both, ["DIM_COIL=all", "DIM_DYN=all"]],
+    [{ index: ["3"] }, coils, ["3"]], [{ index: ["DIM_DYN=1"] }, both, ["DIM_DYN=1", "DIM_COIL=all"]],
+    [{ combine_coils: true, index: ["all"] }, coils, []], [{ combine_coils: true, index: ["DIM_COIL=all", "DIM_DYN=all"] }, both, ["DIM_DYN=all"]],
+    [{ combine_coils: true }, both, ["all"]], [{ average: ["DIM_DYN"] }, both, ["all"]], [{ align_averages: true, combine_coils: true }, both, []],
+    [{ average: ["averages"] }, coils, []], [{ index: ["DIM_EDIT=1"] }, both, ["DIM_EDIT=1", "DIM_COIL=all", "DIM_DYN=all"]]])
+    assert.deepEqual(index_of(options, dimensions), wanted, JSON.stringify([options, dimensions]));
 });
 
 test("what no file is, is refused by a sentence", async () => {

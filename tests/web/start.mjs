@@ -17,8 +17,8 @@ export async function module_of_build(which = "varokel") {
 // The task of an import of files {name, bytes}, with its spectra one by one.
 export async function import_files(client, task, progress = () => {}) {
   const files = task.files.map(({ name, bytes }) => ({ name, content: new Blob([bytes]) }));
-  const { packed, said, dimensions } = await run_task(client, { kind: "import", options: {}, ...task, files }, progress);
-  return { spectra: spectra_of(packed), said, packed, dimensions };
+  const { packed, ...others } = await run_task(client, { kind: "import", options: {}, ...task, files }, progress);
+  return { spectra: spectra_of(packed), packed, ...others };
 }
 // The task of a fit, with all its fits.
 export async function fit_spectra(client, task, progress = () => {}) {

@@ -81,8 +81,19 @@ std::optional<tools::reference_peak> reference_of(const std::string &table) {
     }
 }
 
-// In which an input has several FIDs beside voxels: {name: size}.
-ordered_json dimensions_of(const tools::input_options &input) {
+// What says how a file is opened.
+void take_source(const option_reader &options, tools::input_options &input) {
+    options.take("input", input.input);
+    options.take("format", input.format);
+    options.take("json", input.json);
+    options.take("points", input.points);
+}
+
+} // namespace
+
+ordered_json list_dimensions(const ordered_json &asked) {
+    tools::input_options input;
+    take_source(option_reader(asked), input);
     ordered_json out = ordered_json::object();
     const std::unique_ptr<tools::spectrum_source> source =
         tools::open_source(input.input, input.format, input.json, input.points);
@@ -91,16 +102,11 @@ ordered_json dimensions_of(const tools::input_options &input) {
     return out;
 }
 
-} // namespace
-
 ordered_json import_files(const ordered_json &asked) {
     tools::input_options input;
     tools::spectrum_options spectrum;
     const option_reader options(asked);
-    options.take("input", input.input);
-    options.take("format", input.format);
-    options.take("json", input.json);
-    options.take("points", input.points);
+    take_source(options, input);
     options.take("voxel", input.choice.voxel);
     options.take("index", input.choice.index);
     options.take("average", input.choice.average);
@@ -132,7 +138,6 @@ ordered_json import_files(const ordered_json &asked) {
     const captured printed(std::cout), said(std::cerr);
     tools::import_spectra(input, spectrum);
     ordered_json out = {{"names", ordered_json::array()}, {"said", ordered_json::array()}};
-    out["dimensions"] = dimensions_of(input);
     for (const std::string &line : printed.lines())
         if (line.ends_with(".bin"))
             out["names"].push_back(std::filesystem::path(line).stem().string());

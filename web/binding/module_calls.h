@@ -27,8 +27,11 @@ ordered_json number_for_page(double value);
 void say_progress(double done, double of);
 
 // {input, folder, format, json, points, voxel, index, average, ... as varokel-import has them}
-// -> {names, said, dimensions}: the last of the file, in which it has several FIDs beside voxels
+// -> {names, said}
 ordered_json import_files(const ordered_json &asked);
+
+// {input, format, json, points} -> {NAME: size ...}: in which a file has several FIDs beside voxels
+ordered_json list_dimensions(const ordered_json &asked);
 
 // {folder, name}: the spectrum that the following questions are about
 // -> {points, hz_per_point, hz, ppm, noise, sidecar}

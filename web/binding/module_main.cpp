@@ -40,9 +40,11 @@ static ordered_json version(const ordered_json &) {
 typedef ordered_json (*question)(const ordered_json &asked);
 
 static const std::map<std::string, question> questions = {
-    {"version", version},  {"import", import_files}, {"spectrum", open_spectrum},
-    {"table", set_table},  {"edit", edit_table},     {"curves", show_curves},
-    {"fit", fit_spectrum}, {"heads", table_heads},   {"report", report_fits},
+    {"version", version},        {"import", import_files},
+    {"spectrum", open_spectrum}, {"table", set_table},
+    {"edit", edit_table},        {"curves", show_curves},
+    {"fit", fit_spectrum},       {"heads", table_heads},
+    {"report", report_fits},     {"dimensions", list_dimensions},
 };
 
 static std::string answer(const std::string &name, const std::string &asked) {

@@ -95,18 +95,9 @@ export class App {
     this.bench.tell("table");
   }
   async import(files, inputs, table) {
-    const read = () => {
-      const wanted = inputs.filter((name) => name !== this.options.reference);
-      return this.work.run({ kind: "import", files, inputs: wanted, options: this.options, table }, "Reading");
-    };
-    let made;
-    try {
-      made = await read();
-    } catch (error) {
-      if (!/--index/.test(error.message) || this.options.index) throw error;
-      this.options = { ...this.options, index: ["all"] }; // a series: all of it
-      made = await read();
-    }
+    const wanted = inputs.filter((name) => name !== this.options.reference);
+    const made = await this.work.run({ kind: "import", files, inputs: wanted, options: this.options, table }, "Reading");
+    this.options = made.options;
     if (made.packed.pool.length > MOST_AT_REST) this.runner.rest();
     this.files = files;
     this.inputs = inputs;

@@ -4,17 +4,18 @@ import { by_id, element } from "./dom.js";
 
 const MOST_LISTED = 400; // spectra, above which they are chosen by number
 
+// Name, label, help, kind of what is typed (text), example in the empty field (the help).
 const OPTIONS = [
-  ["format", "Format", "nifti, raw, jmrui, sdat, rda, text or float32"], ["points", "Points of one FID", "where the file does not say", "number"],
+  ["format", "Format", "nifti, raw, jmrui, sdat, rda, text or float32; empty: by its name", "text", "by the name"], ["points", "Points of one FID", "where the file does not say", "number", ""],
   ["dwell_time", "Dwell time [s]", "", "number"], ["bandwidth", "Spectral width [Hz]", "one over the dwell time", "number"],
   ["mhz", "Frequency [MHz]", "of the spectrometer", "number"], ["ppm_at_carrier", "ppm at the carrier", "", "number"],
   ["nucleus", "Nucleus", "such as 31P"], ["axis", "ppm along the points", "rising or falling"],
-  ["begin_time", "First point at [s]", "delay of the first point", "number"], ["noise", "Noise window", "FIRST:LAST, points of the spectrum"],
-  ["phase", "Phase of the FID", "degrees, or auto"], ["resize", "Length", "points, cut or fill; empty: fill"],
-  ["voxel", "Voxel", "x,y,z from 0; empty: all"], ["index", "Index", "[DIM=]I, blanks between", "list"],
-  ["average", "Average over", "dimensions such as DIM_DYN", "list"], ["reference", "Reference line", "name of an opened file"],
-  ["reference_peak", "Reference peak", "sets the ppm axis: NAA 2.01 ppm"], ["remove_water", "Remove lines", "from:to in ppm, such as 4.2:5.1"],
-  ["water_order", "Order of removal", "damped oscillations, 1 to 200", "number"],
+  ["begin_time", "First point at [s]", "delay of the first point", "number"], ["noise", "Noise window", "FIRST:LAST, points of the spectrum", "text", "FIRST:LAST"],
+  ["phase", "Phase of the FID", "degrees, or auto"], ["resize", "Length", "points, cut or fill; empty: fill", "text", "fill"],
+  ["voxel", "Voxel", "x,y,z from 0; empty: all"], ["index", "Index", "[DIM=]I or all, blanks between", "list", "[DIM=]I or all"],
+  ["average", "Average over", "dimensions such as DIM_DYN", "list", "such as DIM_DYN"], ["reference", "Reference line", "name of an opened file"],
+  ["reference_peak", "Reference peak", "sets the ppm axis: its name and shift, such as NAA 2.01 ppm", "text", "NAA 2.01 ppm"], ["remove_water", "Remove lines", "such as residual water, from:to in ppm", "text", "4.2:5.1"],
+  ["water_order", "Order of removal", "damped oscillations that describe the FID for it, 1 to 200; empty: by what is left", "number", ""],
 ];
 // Switches; dimension: that the file has to have, or the switch is not offered.
 const SWITCHES = [
@@ -28,8 +29,8 @@ const SWITCHES = [
 export function option_fields(options, dimensions = {}) {
   const has = Object.entries(dimensions).map(([name, size]) => `${size} in ${name}`).join(", ");
   by_id("dimensions").textContent = has ? `The file has several FIDs: ${has}.` : "";
-  by_id("option-fields").replaceChildren(...OPTIONS.map(([name, label, hint]) => element("label", { title: hint }, label,
-    element("input", { "data-option": name, value: Array.isArray(options[name]) ? options[name].join(" ") : options[name] ?? "", placeholder: hint }))),
+  by_id("option-fields").replaceChildren(...OPTIONS.map(([name, label, hint, , example]) => element("label", { title: hint || null }, label,
+    element("input", { "data-option": name, value: Array.isArray(options[name]) ? options[name].join(" ") : options[name] ?? "", placeholder: example ?? hint }))),
   ...SWITCHES.filter(([name, , , dimension]) => !dimension || dimensions[dimension] > 1 || options[name]).map(([name, label, hint]) =>
     element("label", { class: "switch", title: hint }, element("input", { type: "checkbox", "data-option": name, checked: Boolean(options[name]) }), label)));
 }

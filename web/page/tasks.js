@@ -56,9 +56,24 @@ function listen(client, tell) {
   };
 }
 
-// {files: [{name, content: Blob}], inputs: [name], options, table} -> {packed, said, dimensions},
-// packed as spectra.js has it, dimensions of the files in which they have several FIDs; the table may
-// name a line that sets the ppm axis
+// What is taken of a file with several FIDs: as asked, and all along the dimensions of which nobody says
+// anything. What names a dimension that is combined or averaged is left out: it was of an import before.
+// dimensions: {name: size}.
+export function index_of(options, dimensions) {
+  if ((options.average ?? []).some((name) => !(name in dimensions))) return options.index ?? []; // by another name
+  const gone = new Set([...(options.average ?? []), options.combine_coils && "DIM_COIL", options.align_averages && "DIM_DYN"]);
+  const left = Object.keys(dimensions).filter((name) => !gone.has(name));
+  const named = (text) => text.split("=")[0];
+  const asked = (options.index ?? []).filter((text) => !gone.has(named(text)) && !(text === "all" && left.length !== 1));
+  if (asked.some((text) => !text.includes("="))) return asked;
+  const free = left.filter((name) => !asked.some((text) => named(text) === name));
+  return free.length === 1 && left.length === 1 ? [...asked, "all"] : [...asked, ...free.map((name) => `${name}=all`)];
+}
+
+// {files: [{name, content: Blob}], inputs: [name], options, table}
+//   -> {packed, said, dimensions, options}
+// packed as spectra.js has it, dimensions of the files in which they have several FIDs, options as they
+// were used; the table may name a line that sets the ppm axis.
 async function import_task(client, task, progress) {
   const folder = client.new_folder();
   const renamed = new Map();
@@ -68,18 +83,21 @@ async function import_task(client, task, progress) {
     client.write(`${folder}/${plain.name}`, plain.bytes);
   }
   const made_files = [], said = [], outs = [], dimensions = {};
+  const { index: _, ...used } = task.options;
   for (const [i, input] of task.inputs.entries()) {
     progress(i, task.inputs.length);
     listen(client, (done) => progress(i, task.inputs.length, { spectra: made_files.length + done }));
     const out = client.new_folder();
     outs.push(out);
-    const options = { ...task.options };
+    const of_input = client.ask("dimensions", { ...task.options, input: `${folder}/${renamed.get(input)}` });
+    for (const [name, size] of Object.entries(of_input)) dimensions[name] = Math.max(size, dimensions[name] ?? 1);
+    const options = { ...task.options, index: index_of(task.options, of_input) };
+    if (options.index.length > 0) used.index = options.index;
     if (options.reference) options.reference = `${folder}/${renamed.get(options.reference) ?? options.reference}`;
     const about = { ...options, input: `${folder}/${renamed.get(input)}`, folder: out };
     if (task.table) about.table = task.table;
     const made = client.ask("import", about);
     said.push(...made.said.map((text) => text.replaceAll(`${folder}/`, "").replaceAll(`${out}/`, "")));
-    for (const [name, size] of Object.entries(made.dimensions)) dimensions[name] = Math.max(size, dimensions[name] ?? 1);
     for (const name of made.names) {
       const files = [`${out}/${name}.bin`, `${out}/${name}.json`, `${out}/${name}.bin.ref`];
       made_files.push({ name, input, bytes: files.map((file) => client.size(file)), read: () => files.map((file) => client.take(file)) });
@@ -88,7 +106,7 @@ async function import_task(client, task, progress) {
   client.remove_folder(folder);
   const packed = pack_spectra(made_files);
   for (const out of outs) client.remove_folder(out);
-  return { packed, said, dimensions };
+  return { packed, said, dimensions, options: used };
 }
 
 function put_spectrum(client, folder, spectrum) {
