@@ -5,7 +5,7 @@
 // WEB_BUILD the folder of varokel.html, SHOTS (may be missing) a folder for pictures of each state.
 // A Firefox as it is installed is driven by WebDriver BiDi.
 import assert from "node:assert/strict";
-import { existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync } from "node:fs";
+import { existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, statSync } from "node:fs";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
@@ -67,7 +67,7 @@ export const bench = (act, argument) => now.page.evaluate(`(${act})(window.varok
 // Waits until a condition of the page holds: a function of its bench. (The driver's own way to wait for a
 // text of JavaScript would need the policy to allow it.)
 export async function until(condition, argument, most = 60000) {
-  for (const begin = Date.now(); !(await bench(condition, argument)); await now.page.waitForTimeout(50))
+  for (const begin = Date.now(); !(await bench(condition, argument)); await now.page.waitForTimeout(20))
     if (Date.now() - begin > most) throw new Error(`never: ${condition}`);
 }
 export const idle = () => now.page.waitForFunction(() => !window.varokel.busy, null, { timeout: 120000 });
@@ -132,7 +132,7 @@ export async function saved(name) {
   const path = join(downloads, name);
   rmSync(path, { force: true });
   await now.page.click(button);
-  for (let i = 0; i < 600 && (!existsSync(path) || existsSync(`${path}.part`)); ++i) await now.page.waitForTimeout(100);
-  await now.page.waitForTimeout(100);
+  const is_whole = () => existsSync(path) && !existsSync(`${path}.part`) && statSync(path).size > 0;
+  for (let i = 0; i < 3000 && !is_whole(); ++i) await now.page.waitForTimeout(20);
   return readFileSync(path);
 }

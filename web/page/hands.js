@@ -154,6 +154,7 @@ export class Hands {
     const act = event.altKey ? line[event.key] : wide[event.key] ?? look[event.key];
     if (!act) return;
     event.preventDefault();
+    if (event.repeat && event.key === "Enter") return; // a long press on "to..." takes no line
     act();
     this.plot.redraw();
   }

@@ -44,7 +44,7 @@ export class LinesPane {
     by_id("tie").setAttribute("aria-pressed", String(Boolean(this.tying)));
     if (this.tying) this.app.say("Now click the line that it shall follow, in the picture or in the list; or n and p choose it, and Enter takes it. Escape ends this.");
     this.app.show_buttons();
-    if (this.tying) setTimeout(() => by_id("plot").focus({ preventScroll: true })); // after the key that pressed the button
+    if (this.tying) by_id("plot").focus({ preventScroll: true });
   }
   end_tie() {
     this.tying = null;

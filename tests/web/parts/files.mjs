@@ -8,6 +8,14 @@ import { gzipSync } from "node:zlib";
 import test from "node:test";
 import { bench, example, load_example, now, page_file, ready, shot, status, text_of } from "../browser.mjs";
 
+// Waits until the browser's storage has this text of the table, and a spectrum.
+const kept = (text) => now.page.waitForFunction((text) => Object.keys(localStorage).some((key) => {
+  try {
+    const own = JSON.parse(localStorage.getItem(key));
+    return own.text === text && own.spectra.length > 0;
+  } catch { return false; }
+}), text);
+
 test("files come by the button, packed and with a sidecar; damaged ones leave the work alone", async () => {
   const folder = mkdtempSync(join(tmpdir(), "varokel-web-"));
   const put = (name, bytes) => { writeFileSync(join(folder, name), bytes); return join(folder, name); };
@@ -35,7 +43,7 @@ test("the work comes back after a crash, and is gone once it is erased", async (
   await load_example();
   await bench((b) => b.edit({ edit: "key", key: "strategy", value: "quick" }));
   const whole = await text_of();
-  await now.page.waitForTimeout(700);
+  await kept(whole);
   const ready = () => now.page.waitForFunction(() => document.documentElement.dataset.ready === "yes", null, { timeout: 60000 });
   await now.page.reload();
   await ready();
@@ -65,16 +73,16 @@ test("a browser that is out of storage says what is kept, and the work goes on",
 });
 
 test("a page whose storage was damaged begins empty, and one that crashed has its work", async () => {
-  await now.page.waitForTimeout(700);
-  const kept = await now.page.evaluate(() => JSON.stringify({ ...localStorage }));
-  assert.match(kept, /p31_brain/);
+  await kept(await text_of());
+  const all = await now.page.evaluate(() => JSON.stringify({ ...localStorage }));
+  assert.match(all, /p31_brain/);
   for (const damaged of ["{", "null", '{"form":1}', '{"form":1,"text":"x","spectra":[{"name":"a","bin":"!","json":"{}"}],"patterns":[],"current":0}', '{"form":1,"text":"x","spectra":[{"name":"a","bin":"AAAA","json":"{}"}],"patterns":[],"current":0}']) {
     await now.page.evaluate((damaged) => { for (const key of Object.keys(localStorage)) localStorage.setItem(key, damaged); }, damaged);
     await now.page.reload();
     await ready();
     assert.equal(await bench((b) => b.table), null, damaged);
     await load_example();
-    await now.page.waitForTimeout(700);
+    await kept(await text_of());
   }
   now.troubles.length = 0;
 });

@@ -126,9 +126,7 @@ test("by keys alone: a table is built, tied, windowed, edges are moved, and it i
   await now.page.selectOption("#tie-how", "equal");
   await now.page.focus("#tie");
   await key("Enter");
-  // a Firefox whose window has no focus was seen to act on this press with the next one only, so that the
-  // focus cannot be waited for
-  await now.page.waitForTimeout(300);
+  await now.page.waitForFunction(() => window.varokel.lines.tying && document.activeElement.id === "plot");
   await key("p", "Enter");
   assert.match(await row_of("L2"), /=L1/);
   await key("Control+Enter");

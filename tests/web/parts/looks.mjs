@@ -64,7 +64,7 @@ test("the tour ends where it should, and the page reads at 400 pixels, dark and 
         assert.ok(await now.page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${tab} fits ${width} pixels`);
         const cut = await now.page.evaluate(() => [...document.querySelectorAll(".wide")].filter((each) => each.scrollWidth > each.clientWidth + 1).length);
         if (width === 1280) assert.equal(cut, 0, `no table of ${tab} is cut`);
-        await now.page.waitForTimeout(80);
+        await now.page.evaluate(() => new Promise(requestAnimationFrame));
         await shot(`${tab}-${width}-${colorScheme}`);
       }
     }

@@ -2,7 +2,7 @@
 // table.mjs -- a table built by hand
 import assert from "node:assert/strict";
 import test from "node:test";
-import { bench, double_click, drag, fill, fit, handle, load_example, now, row_of, shot, status, text_of } from "../browser.mjs";
+import { bench, double_click, drag, fill, fit, handle, load_example, now, row_of, shot, status, text_of, until } from "../browser.mjs";
 
 test("a dot is dragged: the text follows when the hand lets go, and undo takes it back", async () => {
   await load_example();
@@ -57,8 +57,7 @@ test("lines are added by double click, made a multiplet, tied by picking, and re
   const before = await text_of();
   await now.page.keyboard.press("p");
   await now.page.keyboard.press("Alt+ArrowLeft");
-  await now.page.waitForTimeout(500);
-  assert.notEqual(await text_of(), before);
+  await until((b, before) => b.text !== before, before); // soon after the last key
   await now.page.keyboard.press("Delete");
   await now.page.waitForFunction(() => window.varokel.bench.entries.length === 3);
   await fit();
