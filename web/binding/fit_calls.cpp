@@ -9,6 +9,7 @@
 #include "files/results/amounts.h"
 #include "files/results/derived_area.h"
 #include "files/results/judge_run.h"
+#include "files/results/number_text.h"
 #include "files/results/results_table.h"
 
 #include <cmath>
@@ -28,11 +29,18 @@ static std::string bytes_of(const fs::path &file) {
     return all.str();
 }
 
+// A value with its error as every page and program shows them.
+static std::string shown(double value, double sd) {
+    const tools::value_with_error text = tools::with_error(value, sd);
+    return text.error == "n/a" ? text.value : text.value + " \u00b1 " + text.error;
+}
+
 static ordered_json parameter_for_page(const tools::run_result &run,
                                        const tools::fitted_parameter &own, bool is_area) {
     return {{"value", number_for_page(own.value)},
             {"error", number_for_page(own.error_1sd())},
             {"percent", number_for_page(own.percent_1sd())},
+            {"shown", shown(own.value, own.error_1sd())},
             {"how", tools::link_text(run, own, is_area)},
             {"used", own.state != tools::parameter_state::unused},
             {"free", own.state == tools::parameter_state::free}};
@@ -47,12 +55,16 @@ static const tools::fitted_parameter &parameter_of(const tools::fitted_entry &en
 static ordered_json entries_for_page(const tools::run_result &run) {
     ordered_json out = ordered_json::array();
     for (const tools::fitted_entry &entry : run.entries) {
-        ordered_json one = {{"name", entry.name},
-                            {"type", tools::type_text(entry.type)},
-                            {"ppm", number_for_page(entry.ppm)},
-                            {"ppm_error", number_for_page(0.5 * entry.ppm_2sd)},
-                            {"hz", number_for_page(entry.hz_from_carrier)},
-                            {"snr", number_for_page(entry.snr)}};
+        ordered_json one = {
+            {"name", entry.name},
+            {"type", tools::type_text(entry.type)},
+            {"ppm", number_for_page(entry.ppm)},
+            {"ppm_error", number_for_page(0.5 * entry.ppm_2sd)},
+            {"hz", number_for_page(entry.hz_from_carrier)},
+            {"position", std::isfinite(entry.ppm)
+                             ? shown(entry.ppm, 0.5 * entry.ppm_2sd)
+                             : shown(entry.hz_from_carrier, entry.frequency.error_1sd())},
+            {"snr", number_for_page(entry.snr)}};
         for (int q = 0; q < engine::quantities; ++q)
             one[quantity_names[q]] = parameter_for_page(run, parameter_of(entry, q), q == 0);
         out.push_back(std::move(one));
@@ -148,7 +160,8 @@ static ordered_json derived_for_page(const tools::run_result &run,
                        {"expression", each.expression},
                        {"value", number_for_page(each.value)},
                        {"error", number_for_page(each.error_1sd)},
-                       {"percent", number_for_page(each.percent_1sd())},
+                       {"shown", shown(each.value, each.error_1sd)},
+                       {"percent", tools::percent_number(each.percent_1sd())},
                        {"unit", each.unit},
                        {"row", tools::derived_row(run.name, each)}});
     return out;

@@ -4,8 +4,8 @@
 #include "web/binding/module_calls.h"
 
 #include "files/base/tool_error.h"
+#include "files/measured/combined_source.h"
 #include "files/measured/convert_spectra.h"
-#include "files/measured/open_source.h"
 #include "files/start/peak_table.h"
 #include "files/start/table_keys.h"
 
@@ -87,6 +87,7 @@ void take_source(const option_reader &options, tools::input_options &input) {
     options.take("format", input.format);
     options.take("json", input.json);
     options.take("points", input.points);
+    options.take("dimensions", input.dimensions);
 }
 
 } // namespace
@@ -96,7 +97,7 @@ ordered_json list_dimensions(const ordered_json &asked) {
     take_source(option_reader(asked), input);
     ordered_json out = ordered_json::object();
     const std::unique_ptr<tools::spectrum_source> source =
-        tools::open_source(input.input, input.format, input.json, input.points);
+        tools::open_combined(input.input, input.json, input, true);
     for (const tools::source_axis &axis : source->axes)
         if (!axis.spatial && axis.size > 1) out[axis.name] = axis.size;
     return out;

@@ -30,7 +30,8 @@ void say_progress(double done, double of);
 // -> {names, said}
 ordered_json import_files(const ordered_json &asked);
 
-// {input, format, json, points} -> {NAME: size ...}: in which a file has several FIDs beside voxels
+// {input, format, json, points, dimensions} -> {NAME: size ...}: in which a file has several FIDs
+// beside voxels
 ordered_json list_dimensions(const ordered_json &asked);
 
 // {folder, name}: the spectrum that the following questions are about

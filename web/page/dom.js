@@ -20,9 +20,3 @@ export function set_colour(node, colour) { node.style.background = colour; }
 
 export const number_text = (value, digits = 4) =>
   value === null || value === undefined ? "n/a" : String(Number(value.toPrecision(digits)));
-export function with_error(value, error) {
-  if (value === null || value === undefined) return "n/a";
-  if (!(error > 0)) return number_text(value, 5);
-  const digits = Math.min(8, Math.max(0, 1 - Math.floor(Math.log10(error))));
-  return `${value.toFixed(digits)} ± ${number_text(error, 2)}`;
-}

@@ -12,7 +12,7 @@ const OPTIONS = [
   ["nucleus", "Nucleus", "such as 31P"], ["axis", "ppm along the points", "rising or falling"],
   ["begin_time", "First point at [s]", "delay of the first point", "number"], ["noise", "Noise window", "FIRST:LAST, points of the spectrum", "text", "FIRST:LAST"],
   ["phase", "Phase of the FID", "degrees, or auto"], ["resize", "Length", "points, cut or fill; empty: fill", "text", "fill"],
-  ["voxel", "Voxel", "x,y,z from 0; empty: all"], ["index", "Index", "[DIM=]I or all, blanks between", "list", "[DIM=]I or all"],
+  ["dimensions", "Dimensions", "of FIDs that the file only counts, the fastest first", "text", "DIM_COIL=8,DIM_DYN"], ["voxel", "Voxel", "x,y,z from 0; empty: all"], ["index", "Index", "[DIM=]I or all, blanks between", "list", "[DIM=]I or all"],
   ["average", "Average over", "dimensions such as DIM_DYN", "list", "such as DIM_DYN"], ["reference", "Reference line", "name of an opened file"],
   ["reference_peak", "Reference peak", "sets the ppm axis: its name and shift, such as NAA 2.01 ppm", "text", "NAA 2.01 ppm"], ["remove_water", "Remove lines", "such as residual water, from:to in ppm", "text", "4.2:5.1"],
   ["water_order", "Order of removal", "damped oscillations that describe the FID for it, 1 to 200; empty: by what is left", "number", ""],

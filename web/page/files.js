@@ -42,7 +42,7 @@ const WORDS = {
   format: "--format", points: "--points", voxel: "--voxel", resize: "--resize", phase: "--phase",
   dwell_time: "--dwell", bandwidth: "--bandwidth", mhz: "--frequency", ppm_at_carrier: "--ppm-at-carrier",
   begin_time: "--begin-time", nucleus: "--nucleus", axis: "--axis", noise: "--noise", reference: "--reference",
-  reference_peak: "--reference-peak", remove_water: "--remove-water", water_order: "--water-order",
+  dimensions: "--dimensions", reference_peak: "--reference-peak", remove_water: "--remove-water", water_order: "--water-order",
 };
 
 const quoted = (text) => (/^[\w./+:=,-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // result_pane.js -- values with errors, verdict, correlations; a series as table and map
-import { by_id, element, number_text, with_error } from "./dom.js";
+import { by_id, element, number_text } from "./dom.js";
 
 const MOST_PAIRS = 40; // correlations that are listed
 const MOST_ROWS = 100; // spectra that are listed at once
@@ -48,11 +48,11 @@ export class ResultPane {
   values(fit) {
     const knows_ppm = fit.entries.some((entry) => entry.ppm !== null);
     const columns = [
-      ["area", (entry) => [with_error(entry.area.value, entry.area.error), entry.area.percent > 50 ? "red" : entry.area.percent > 20 ? "amber" : ""]],
-      [knows_ppm ? "ppm" : "Hz", (entry) => [entry.ppm === null ? with_error(entry.hz, entry.frequency.error) : with_error(entry.ppm, entry.ppm_error)]],
+      ["area", (entry) => [entry.area.shown, entry.area.percent > 50 ? "red" : entry.area.percent > 20 ? "amber" : ""]],
+      [knows_ppm ? "ppm" : "Hz", (entry) => [entry.position]],
       ...["lorentz", "gauss"].filter((name) => fit.entries.some((entry) => entry[name].used)).map((name) =>
-        [`${name} Hz`, (entry) => [entry[name].used ? with_error(entry[name].value, entry[name].error) : "–"]]),
-      ["phase °", (entry) => [with_error(entry.phase.value, entry.phase.error)]],
+        [`${name} Hz`, (entry) => [entry[name].used ? entry[name].shown : "–"]]),
+      ["phase °", (entry) => [entry.phase.shown]],
       ["SNR", (entry) => [number_text(entry.snr, 3)]],
     ];
     const rows = fit.entries.map((entry) => element("tr", {}, element("th", { scope: "row" }, entry.name),
@@ -64,7 +64,7 @@ export class ResultPane {
   derived(fit) {
     if (!(fit.derived?.length > 0)) return null;
     const rows = fit.derived.map((each) => element("tr", {}, element("th", { scope: "row", title: each.expression }, each.name),
-      cell(`${with_error(each.value, each.error)}${each.unit ? ` ${each.unit}` : ""}`), cell(each.percent === null ? "n/a" : `${number_text(each.percent, 2)} %`)));
+      cell(`${each.shown}${each.unit ? ` ${each.unit}` : ""}`), cell(each.percent === "n/a" ? "n/a" : `${each.percent} %`)));
     return element("table", { id: "derived", "aria-label": "Derived values" }, element("thead", {}, head("derived", "value", "error")), element("tbody", {}, ...rows));
   }
   // What the optimum moved, of what is free.
@@ -137,7 +137,7 @@ export class ResultPane {
     const rows = fits.slice(first, first + MOST_ROWS).map((fit, k) => element("tr", {},
       element("th", { scope: "row" }, element("button", { onclick: () => this.app.guard(() => this.app.open_spectrum(first + k, text === this.bench.text ? fit : null)) }, fit.name)),
       cell(fit.fitted ? fit.optimum?.verdict ?? "" : "not fitted", fit.fitted ? "" : "red"), cell(number_text(fit.quality, 3)),
-      ...(fit.fitted ? [...fit.entries.map((entry) => entry.area), ...fit.derived].map(({ value, error }) => cell(with_error(value, error))) : [element("td", { colspan: Math.max(1, names.length + derived.length), class: "wrap" }, fit.error ?? fit.why_not)])));
+      ...(fit.fitted ? [...fit.entries.map((entry) => entry.area), ...fit.derived].map((own) => cell(own.shown)) : [element("td", { colspan: Math.max(1, names.length + derived.length), class: "wrap" }, fit.error ?? fit.why_not)])));
     return [element("h2", {}, `${fits.length} spectra${failed ? `, ${failed} not fitted` : ""}`),
       ...(text === this.bench.text ? [] : [element("p", { class: "help" }, "The table has changed since these were fitted.")]),
       ...(fits.length > MOST_ROWS ? [this.choose_rows(first, fits.length)] : []),
