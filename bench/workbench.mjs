@@ -33,7 +33,7 @@ async function tasks_while(act) {
 }
 const words = (task) => (task ? `${task.ms.toFixed(1)} ms${task.of ? ` (${task.of})` : ""}` : "n/a");
 
-// A hand drags a line to and fro over all points: each frame has one movement, and model, components and
+// A hand drags a line back and forth over all points: each frame has one movement, and model, components and
 // residual anew.
 async function frames() {
   await open_files(grid_file("wide.f32"), grid_file("wide.json"), grid_file("twenty.txt"));
