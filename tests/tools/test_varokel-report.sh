@@ -510,6 +510,11 @@ if [ -x "$programs/varokel-batch" ]; then
     status 0 "$programs/varokel-batch" merge three
     status 0 "$report" three
     true_that 'three curves with fits' test "$(grep -o '"data":{[^{]*},"fit":{' three/overview.html | wc -l)" -eq 3
+    # without matplotlib the program that draws them says what is missing, and writes nothing
+    status 1 python3 -B -c 'import runpy, sys; sys.modules["matplotlib"] = None; del sys.argv[0]; runpy.run_path(sys.argv[0], run_name="__main__")' \
+        "$tree/python/examples/batch_pictures.py" series three none.svg
+    holds err 'batch_pictures.py: matplotlib is not there; expected matplotlib and numpy (Debian: python3-matplotlib, python3-numpy)'
+    true_that 'no picture' test ! -e none.svg
     # the pictures of the documentation are made from such tables
     if /usr/bin/python3 -c 'import matplotlib' 2>python.err; then
         export PYTHONDONTWRITEBYTECODE=1 MPLCONFIGDIR=$folder # no PYTHONPATH: it finds the package beside it
