@@ -15,6 +15,7 @@ import numpy.typing as npt
 from .arrays import BoolArray, ComplexArray, complex_points, refuse_masked
 from .errors import FitFailed
 from .exact_fit import ExactFit, read_exact_fit
+from .interrupts import interrupts_noted
 from .library import PROGRESS, Handle, Library, RefusedByLibrary, load_library, pointer_to
 from .patterns import PatternContent
 from .peaks import PeakTable
@@ -251,23 +252,23 @@ def _noise_of(
 def _find(
     library: Library, problem: Handle, options: Handle, progress: Progress | None
 ) -> Handle:
-    """The fit. An interrupt of the keyboard reaches Python in the function that the library calls:
-    without one, it would wait for the end of the fit."""
+    """The fit. Its steps ask whether the caller, or an interrupt of the keyboard, ends it."""
     raised: list[BaseException] = []
 
     def tell(_: object, searches: int, linearizations: int, sum_of_squares: float) -> int:
         try:
             go_on = progress is None or progress(searches, linearizations, sum_of_squares)
-            return int(go_on is False)
+            return int(go_on is False or interrupted())
         except BaseException as error:  # none may pass through the library
             raised.append(error)
             return 1
 
     called = PROGRESS(tell)
-    library.call("options_set_progress", options, called, None)
-    try:
-        return library.make("fit", "fit_find", problem, options, library.create("workspace"))
-    except RefusedByLibrary:
-        if raised:
-            raise raised[0] from None
-        raise
+    with interrupts_noted() as interrupted:
+        library.call("options_set_progress", options, called, None)
+        try:
+            return library.make("fit", "fit_find", problem, options, library.create("workspace"))
+        except RefusedByLibrary:
+            if raised:
+                raise raised[0] from None
+            raise
