@@ -220,6 +220,10 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
                 tag->get<std::string>().find_first_not_of(
                     "ABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789") == std::string::npos)
                 name = tag->get<std::string>();
+            // of two dimensions with one name none could be chosen, and a table had a column twice
+            if (std::any_of(source->axes.begin(), source->axes.end(),
+                            [&](const source_axis &axis) { return axis.name == name; }))
+                name = "dim_" + std::to_string(d);
         } else {
             source->voxels *= length;
         }

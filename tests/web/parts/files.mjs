@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // files.mjs -- files that are opened, whole and damaged, and work that is kept
 import assert from "node:assert/strict";
+import { execFileSync } from "node:child_process";
 import { mkdtempSync, readFileSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { gzipSync } from "node:zlib";
 import test from "node:test";
-import { bench, example, load_example, now, page_file, ready, shot, status, text_of } from "../browser.mjs";
+import { bench, example, load_example, now, page_file, ready, shot, status, text_of, until } from "../browser.mjs";
+import { tree } from "../start.mjs";
 
 // Waits until the browser's storage has this text of the table, and a spectrum.
 const kept = (text) => now.page.waitForFunction((text) => Object.keys(localStorage).some((key) => {
@@ -36,6 +38,37 @@ test("files come by the button, packed and with a sidecar; damaged ones leave th
     assert.equal(await text_of(), whole);
   }
   await shot("damaged");
+  assert.deepEqual(now.troubles, []);
+});
+
+test("names of files and texts of headers that mean something to a browser are shown as text", async () => {
+  await load_example();
+  const markup = "<img src=x onerror=document.title='taken'>", title = await now.page.title();
+  const points = Array.from({ length: 64 }, (_, i) => `${Math.exp(-i / 20) * Math.cos(i)} ${Math.exp(-i / 20) * Math.sin(i)}`).join("\n");
+  const measured = (json) => execFileSync("perl", [join(tree, "tests/tools/fid_file.pl"), "nifti", "dims=1,1,1,64", "dwell=0.001", `json=${JSON.stringify(json)}`], { input: points });
+  const known = { SpectrometerFrequency: [51.7], ResonantNucleus: ["31P"] };
+  const elements = () => now.page.evaluate(() => document.querySelectorAll("img, script, iframe, [onerror], [onload]").length);
+  const before = await elements();
+  const shown = async (files, wanted) => {
+    await now.page.setInputFiles("#file-input", files.map(([name, bytes]) => ({ name, mimeType: "", buffer: Buffer.from(bytes) })));
+    await now.page.waitForFunction(() => !window.varokel.busy);
+    if (wanted !== null) await until((b, name) => b.spectrum?.name.includes(name), wanted);
+    await now.page.waitForTimeout(200);
+    if (wanted !== null) assert.equal(await now.page.textContent("#about h2"), await bench((b) => b.spectrum.name)); // the text that it is
+    assert.equal(await now.page.title(), title);
+    assert.equal(await elements(), before);
+  };
+  for (const name of [`${markup}.nii`, "=1+1.nii", "$(x)`y`'\".nii", "\u202egnp.nii"]) await shown([[name, measured(known)]], name.slice(1, 4));
+  for (const json of [{ ...known, ResonantNucleus: [markup] }, { ...known, dim_5: markup, PatientName: markup }, { ...known, ResonantNucleus: ["31P\u0007\u202e"] }])
+    await shown([["header.nii", measured(json)]], "header");
+  // a sidecar says in words what was guessed, and its words are shown
+  const sidecar = { dwell_time_s: 0.001, spectrometer_mhz: 51.7, ppm_at_carrier: 0, nucleus: "31P", warnings: [markup], guessed: [{ item: markup, value: 1, reason: markup }], source: { file: markup } };
+  await shown([["beside.fid.f32", new Uint8Array(new Float32Array(128).map((_, i) => Math.cos(i)).buffer)], ["beside.fid.json", JSON.stringify(sidecar)]], "beside");
+  // refused, with the markup as text
+  await shown([["table.txt", `name type area frequency lorentz\n${markup} lorentz 1 0 5\n`]], null);
+  await shown([[`${markup}.rda`, markup]], null);
+  await shown([["latin.nii", Buffer.concat([Buffer.from(measured(known)).subarray(0, 552), Buffer.from([0xff, 0xfe, 0x1b]), Buffer.from(measured(known)).subarray(555)])]], null);
+  await shot("hostile");
   assert.deepEqual(now.troubles, []);
 });
 
