@@ -77,16 +77,22 @@ std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_l
 }
 
 void check_part(const batch_plan &plan, const finished_shard &shard) {
-    const auto expect = [&](const std::string &name, const std::string &digest) {
+    const auto fits = static_cast<std::uintmax_t>(shard.stop - shard.first);
+    const auto expect = [&](const std::string &name, const std::string &digest,
+                            std::uintmax_t most) {
         std::error_code error;
-        if (!fs::is_regular_file(name, error) || sha256_of_file(name) != digest)
+        if (!fs::is_regular_file(name, error) || fs::file_size(name, error) > most ||
+            sha256_of_file(name) != digest)
             throw tool_error(bad_input, name +
                                             ": missing or damaged, though its marker is there; "
                                             "remove " +
                                             shard.stem + ".done and run the shard again");
     };
-    expect(shard.stem + ".part", shard.part_sha256);
-    if (plan.keep > 0) expect(shard.stem + ".curves", shard.curves_sha256);
+    expect(shard.stem + ".part", shard.part_sha256,
+           shard_head_size + fits * record_size(plan.records));
+    if (plan.keep > 0)
+        expect(shard.stem + ".curves", shard.curves_sha256,
+               fits * static_cast<std::uintmax_t>(curve_size(plan)));
 }
 
 part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)

@@ -4,6 +4,7 @@
 
 #include "files/base/sha256.h"
 #include "files/results/run_files.h"
+#include "files/spectra/search_limits.h"
 
 #include <filesystem>
 #include <set>
@@ -28,9 +29,17 @@ void note_provenance(run_result &run, bool hashes) {
     }
     if (!hashes) return;
     std::vector<std::string> hashed = run.files_read;
-    for (const char *const ending : {".bin", ".sdf", ".bin.ref"})
-        if (is_file(in_folder(run.folder, run.name + ending)))
-            hashed.insert(hashed.begin(), in_folder(run.folder, run.name + ending));
+    // data that were not read, because the search left a copy: of a size that they can have
+    static constexpr std::uintmax_t largest = std::uintmax_t{8} * search_limits::points;
+    std::error_code error;
+    for (const char *const ending : {".bin", ".sdf", ".bin.ref"}) {
+        const std::string file = in_folder(run.folder, run.name + ending);
+        if (!is_file(file)) continue;
+        if (fs::file_size(file, error) <= largest)
+            hashed.insert(hashed.begin(), file);
+        else
+            note("sha256 of " + run.name + ending, "not taken, larger than any spectrum");
+    }
     std::set<std::string> seen;
     for (const std::string &file : hashed)
         if (seen.insert(file).second)
