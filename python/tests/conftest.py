@@ -11,7 +11,7 @@ import numpy as np
 import numpy.typing as npt
 import pytest
 import varokel
-from varokel import ComplexArray, Entry, EntryType, Parameter, StartFile, Step
+from varokel import ComplexArray, Entry, EntryType, Parameter, Sidecar, StartFile, Step
 
 TREE = Path(__file__).resolve().parents[2]
 NOISE_SD = 0.004
@@ -110,3 +110,14 @@ def two_line_fid(
         noise = np.random.default_rng(seed).standard_normal((2, points)) * NOISE_SD * points**0.5
         fid += noise[0] + 1j * noise[1]
     return fid
+
+
+# A table of the two lines, and what it needs to know of the spectrum.
+PEAKS = """name   type     area  frequency[ppm]  gauss[Hz]  lorentz[Hz]  phase[deg]
+           sharp  lorentz  4     2.20            -          8            0
+           broad  gauss    2     4.38            20         -            =sharp"""
+SIDECAR = Sidecar(512, 2.0, spectrometer_mhz=100.0, ppm_at_carrier=3.0)
+
+
+def two_line_spectrum(seed: int | None = 1) -> ComplexArray:
+    return varokel.spectrum_of_fid(two_line_fid(seed=seed))
