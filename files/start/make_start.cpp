@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <unordered_map>
 
 namespace tools {
 
@@ -87,15 +88,11 @@ static std::string find_pattern(const peak_table &table, const table_row &row,
 
 // A parameter of the file: value (or unknown), link, range.
 static void resolve(const peak_table &table, const table_axis &axis, double hz_per_point,
+                    const std::unordered_map<std::string_view, std::size_t> &row_named,
                     const std::vector<std::size_t> &entry_of_row, std::size_t r, int q,
                     start_parameter &own, origin &from) {
     const auto cell_of = [&](std::size_t row) -> const table_cell & {
         return table.rows[row].cells[static_cast<std::size_t>(q)];
-    };
-    const auto row_named = [&](const std::string &name) {
-        std::size_t row = 0;
-        while (table.rows[row].name != name) ++row;
-        return row;
     };
     const table_cell &cell = cell_of(r);
     const int number = static_cast<int>(entry_of_row[r]) + 1;
@@ -103,7 +100,7 @@ static void resolve(const peak_table &table, const table_axis &axis, double hz_p
     std::size_t end = r;
     for (std::size_t steps = 0; cell_of(end).kind == cell_kind::link; ++steps) {
         const table_cell &link = cell_of(end);
-        const std::size_t source = row_named(link.source);
+        const std::size_t source = row_named.at(link.source);
         if (source == r || steps > table.rows.size())
             refuse_at(table, cell.place,
                       table.rows[r].name + ", " + name_of(q) +
@@ -129,7 +126,7 @@ static void resolve(const peak_table &table, const table_axis &axis, double hz_p
             while (cell_of(place).kind == cell_kind::link) {
                 at += value_in_file(table, axis, table.rows[place], q, cell_of(place).value,
                                     cell_of(place).unit, hz_per_point, true);
-                place = row_named(cell_of(place).source);
+                place = row_named.at(cell_of(place).source);
             }
             offset -= at + value_in_file(table, axis, table.rows[place], q, cell_of(place).value,
                                          cell_of(place).unit, hz_per_point, false);
@@ -206,6 +203,8 @@ void start_maker::prepare(const spectrum_facts &facts) {
     }
 
     std::vector<std::size_t> entry_of_row(table_.rows.size());
+    std::unordered_map<std::string_view, std::size_t> row_named;
+    for (std::size_t r = 0; r < table_.rows.size(); ++r) row_named.emplace(table_.rows[r].name, r);
     for (const bool patterns : {false, true})
         for (std::size_t r = 0; r < table_.rows.size(); ++r) {
             if ((table_.rows[r].type == pattern_entry) != patterns) continue;
@@ -224,7 +223,7 @@ void start_maker::prepare(const spectrum_facts &facts) {
         entry.pattern_file = table_.rows[r].pattern_file;
         entry.takes_lineshape = start.fit_mode == 3 && table_.rows[r].takes_lineshape ? 1 : 0;
         for (int q = 0; q < quantities; ++q)
-            resolve(table, axis, facts.hz_per_point, entry_of_row, r, q,
+            resolve(table, axis, facts.hz_per_point, row_named, entry_of_row, r, q,
                     entry.parameters[static_cast<std::size_t>(q)],
                     made->origins[k][static_cast<std::size_t>(q)]);
     }
