@@ -15,11 +15,11 @@ namespace tools {
 namespace {
 
 constexpr double width = 800.0;
-constexpr double left = 20.0, right = 780.0; // of the panels
-constexpr double top = 52.0;                 // below title and legend
-constexpr double curves_height = 400.0;      // of all panels without the gaps
-constexpr double data_height = 260.0;        // of data alone
-constexpr double gap = 14.0;                 // between panels
+constexpr double left_edge = 20.0, right_edge = 780.0; // of the panels
+constexpr double top = 52.0;                           // below title and legend
+constexpr double curves_height = 400.0;                // of all panels without the gaps
+constexpr double data_height = 260.0;                  // of data alone
+constexpr double gap = 14.0;                           // between panels
 constexpr double axis_height = 52.0;
 
 constexpr const char *data_colour = "#4d4d4d";
@@ -78,7 +78,8 @@ class picture {
     double x_of_point(double i) const {
         const double share =
             (i - static_cast<double>(plot_.first)) / static_cast<double>(plot_.last - plot_.first);
-        return reversed() ? right - share * (right - left) : left + share * (right - left);
+        return reversed() ? right_edge - share * (right_edge - left_edge)
+                          : left_edge + share * (right_edge - left_edge);
     }
     bool reversed() const { return plot_.axis.falls_to_the_right == (plot_.axis.per_point > 0.0); }
     void text(double x, double y, const std::string &content, const std::string &attributes);
@@ -129,7 +130,7 @@ void picture::curve(const std::vector<double> &values, const extent &range, doub
 }
 
 void picture::header(bool with_components) {
-    if (!plot_.title.empty()) text(left, 28, plot_.title, "font-size=\"17\" fill=\"#1a1a1a\"");
+    if (!plot_.title.empty()) text(left_edge, 28, plot_.title, "font-size=\"17\" fill=\"#1a1a1a\"");
     struct entry {
         const char *name, *colour;
     };
@@ -137,7 +138,7 @@ void picture::header(bool with_components) {
     if (!plot_.fit.empty()) entries.push_back({"fit", fit_colour});
     if (with_components) entries.push_back({"components", "#808080"});
     if (!plot_.fit.empty()) entries.push_back({"residual", residual_colour});
-    double x = right;
+    double x = right_edge;
     for (auto e = entries.rbegin(); e != entries.rend(); ++e) {      // from the right edge inwards
         x -= 7.7 * static_cast<double>(std::string(e->name).size()); // wide enough for any font
         text(x, 28, e->name, "font-size=\"13\" fill=\"#1a1a1a\"");
@@ -218,7 +219,7 @@ void picture::horizontal_axis(double y) {
     const auto [step, parts] = ticks_of(high - low);
     const int decimals = std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
     const std::string format = "%." + std::to_string(decimals) + "f";
-    line(left, y, right, y, "#1a1a1a", 1.0);
+    line(left_edge, y, right_edge, y, "#1a1a1a", 1.0);
     const auto x_of_value = [&](double v) {
         return x_of_point((v - axis.at_zero) / axis.per_point);
     };
@@ -316,7 +317,7 @@ std::string picture::draw() {
     marks(main.size() * scale_);
     const auto zero_line = [&](const extent &range, double panel_top) {
         const double y = panel_top + range.high * scale_;
-        line(left, y, right, y, "#d0d0d0", 0.8);
+        line(left_edge, y, right_edge, y, "#d0d0d0", 0.8);
     };
     zero_line(main, top_);
     curve(plot_.data, main, top_, data_colour, with_fit ? data_width : 1.2);
