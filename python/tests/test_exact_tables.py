@@ -49,6 +49,20 @@ def test_the_noise_window_of_a_table_counts_for_more_than_that_of_the_sidecar() 
         assert fit.noise_sd == pytest.approx(float(spectrum()[20:100].real.std()), rel=1e-12)
 
 
+def test_a_reference_of_the_table_sets_its_axis() -> None:
+    noise = "noise: 8 to 120 points\ninterval: 190 to 400 points\n"
+    peaks = PEAKS.replace("2.20 ", "2.20 +- 0.1  ")  # holds on the right axis only
+    right = varokel.fit(spectrum(), noise + peaks, sidecar=SIDECAR)
+    off = replace(SIDECAR, ppm_at_carrier=3.4)  # the sharp line stands at 2.18, not 2.58 ppm
+    assert varokel.fit(spectrum(), noise + peaks, sidecar=off).verdict != "optimum"
+    moved = varokel.fit(spectrum(), noise + "reference: 2.18 +- 0.6 ppm\n" + peaks, sidecar=off)
+    assert moved.verdict == "optimum"
+    np.testing.assert_allclose(moved.values, right.values, atol=2e-3 * float(right.errors.max()))
+    with pytest.raises(FitFailed, match="ppm"):
+        no_axis = replace(SIDECAR, spectrometer_mhz=None)
+        varokel.fit(spectrum(), "reference: 2.18 ppm\n" + PEAKS, sidecar=no_axis)
+
+
 @pytest.mark.parametrize(
     "wrong, said",
     [

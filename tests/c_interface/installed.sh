@@ -56,6 +56,14 @@ consumers_of() { # PREFIX HOW
         ${CC:-cc} -std=c89 -pedantic -Wall -Wextra -Wconversion -Werror "$place/consumer/example.c" \
             $(pkg-config --cflags --libs varokel) -lm -o "$place/by_pkg_config"
         runs "$place/by_pkg_config" "$libraries" "$2, pkg-config"
+        if [ -d "$build/library" ]; then
+            printf '#include <varokel_start.h>\nint main(void) { return varokel_start_entries(0); }\n' >"$place/start.c"
+            # shellcheck disable=SC2046
+            ${CC:-cc} -std=c89 -pedantic -Wall -Wextra -Wconversion -Werror "$place/start.c" \
+                $(pkg-config --cflags --libs varokel) -o "$place/start_by_pkg_config" &&
+                LD_LIBRARY_PATH=$libraries "$place/start_by_pkg_config" ||
+                complain "$2, pkg-config: varokel_start.h"
+        fi
         [ "$(pkg-config --modversion varokel)" = "$version" ] ||
             complain "$2: version of varokel.pc"
     else
