@@ -84,7 +84,7 @@ nifti_geometry geometry_of_options(const simulate_options &options) {
     return geometry;
 }
 
-std::string json_beside(const std::string &file) {
+std::string sidecar_name(const std::string &file) {
     const std::filesystem::path whole(file);
     std::string name = whole.filename().string();
     if (name.size() > 8 && name.ends_with(".fid.f32"))
@@ -108,7 +108,7 @@ void check_usage(const simulate_options &options, const std::string &format) {
                "float32; the "
                "fit's own format knows points only");
     if (!options.truth_file.empty() && format == "float32" &&
-        options.truth_file == json_beside(options.output))
+        options.truth_file == sidecar_name(options.output))
         refuse("--truth " + options.truth_file +
                " is the JSON that goes with the FIDs; expected another name");
     geometry_of_options(options);

@@ -33,7 +33,7 @@ std::string format_of_output(const simulate_options &options);
 nifti_geometry geometry_of_options(const simulate_options &options);
 
 // x.json for x.fid.f32 and x.anything: where varokel-import looks for it.
-std::string json_beside(const std::string &file);
+std::string sidecar_name(const std::string &file);
 
 // Errors: wrong_usage for options that do not go together.
 void check_usage(const simulate_options &options, const std::string &format);

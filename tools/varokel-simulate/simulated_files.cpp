@@ -94,7 +94,7 @@ std::vector<output_file> simulated_files(const simulate_options &options,
     if (format == "nifti") return {{options.output, nifti_file(options, model)}};
     if (format == "float32")
         return {{options.output, float32_file(options, model)},
-                {json_beside(options.output), json_of_float32(options, model)}};
+                {sidecar_name(options.output), json_of_float32(options, model)}};
     return {{options.output,
              signal_bytes(model.with_noise(
                  {options.noise_sd, options.seed},
