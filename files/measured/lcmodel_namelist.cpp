@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/lcmodel_namelist.h"
 
+#include "files/base/text_pattern.h"
 #include "files/base/tool_error.h"
 
 #include <cmath>
-#include <regex>
 
 namespace tools {
 
@@ -132,11 +132,13 @@ std::optional<namelist_group> next_group(line_reader &text, const std::string &f
 }
 
 std::optional<std::size_t> field_width(const std::string &format) {
-    static const std::regex form(
-        R"(\s*\(\s*(\d+\s*[Pp])?\s*,?\s*\d*\s*[EeFfGgDd](\d{1,3})\.\d+.*)");
-    std::smatch parts;
-    if (format.size() > 100 || !std::regex_match(format, parts, form)) return std::nullopt;
-    const std::optional<long long> width = whole_number_of(parts[2].str());
+    static const text_pattern form(
+        "^[[:space:]]*\\([[:space:]]*([0-9]+[[:space:]]*[Pp])?[[:space:]]*,?"
+        "[[:space:]]*[0-9]*[[:space:]]*[EeFfGgDd]([0-9]{1,3})\\.[0-9]+");
+    if (format.size() > 100) return std::nullopt;
+    const auto parts = form.groups_of(format);
+    if (!parts) return std::nullopt;
+    const std::optional<long long> width = whole_number_of((*parts)[2]);
     return width && *width > 0 ? std::optional(static_cast<std::size_t>(*width)) : std::nullopt;
 }
 

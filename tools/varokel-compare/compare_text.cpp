@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "varokel-compare/compare_text.h"
 
+#include "files/base/text_pattern.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 #include <string_view>
 
 namespace tools {
@@ -100,7 +101,7 @@ bool numbers_agree(const piece &a, const piece &b, const tolerance &allowed, dou
            distance <= allowed.relative * std::max(std::fabs(a.value), std::fabs(b.value));
 }
 
-std::string quoted(std::string_view text) {
+std::string in_quotes(std::string_view text) {
     std::string out = "\"";
     for (const char c : text) {
         if (c == '\t')
@@ -147,7 +148,7 @@ difference compare_line(std::string_view got, std::string_view wanted, std::stri
         for (const std::string &stamp : {a, b})
             if (!is_time_stamp(stamp))
                 return {1, static_cast<long long>(got_stamp) + 1,
-                        "no time stamp: " + quoted(stamp)};
+                        "no time stamp: " + in_quotes(stamp)};
         got = got.substr(0, got_stamp);
         wanted = wanted.substr(0, wanted_stamp);
     }
@@ -158,11 +159,11 @@ difference compare_line(std::string_view got, std::string_view wanted, std::stri
     for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
         if (i >= a.size())
             return {1, static_cast<long long>(got.size()) + 1,
-                    "line ends, wanted " + quoted(wanted.substr(b[i].column))};
+                    "line ends, wanted " + in_quotes(wanted.substr(b[i].column))};
         const long long column = static_cast<long long>(a[i].column) + 1;
         if (i >= b.size())
             return {1, column,
-                    "got " + quoted(got.substr(a[i].column)) + ", wanted the end of the line"};
+                    "got " + in_quotes(got.substr(a[i].column)) + ", wanted the end of the line"};
         if (a[i].is_number && b[i].is_number) {
             if (!numbers_agree(a[i], b[i], allowed, error_of(i)))
                 return {1, column, number_report(a[i], b[i])};
@@ -172,7 +173,8 @@ difference compare_line(std::string_view got, std::string_view wanted, std::stri
             const long long same = a[i].is_number || b[i].is_number
                                        ? 0
                                        : static_cast<long long>(at.first - a[i].text.begin());
-            return {1, column + same, "got " + quoted(a[i].text) + ", wanted " + quoted(b[i].text)};
+            return {1, column + same,
+                    "got " + in_quotes(a[i].text) + ", wanted " + in_quotes(b[i].text)};
         }
     }
     return {};
@@ -197,12 +199,12 @@ bool ends_in_newline(const std::string &text) {
 } // namespace
 
 bool is_time_stamp(const std::string &text) {
-    static const std::regex shape(
-        "[ \t]*([01][0-9]|2[0-3]):[0-5][0-9]:([0-5][0-9]|60) ([A-Za-z0-9+-]* )?"
+    static const text_pattern shape(
+        "^[ \t]*([01][0-9]|2[0-3]):[0-5][0-9]:([0-5][0-9]|60) ([A-Za-z0-9+-]* )?"
         "(Sun|Mon|Tues|Wednes|Thurs|Fri|Satur)day "
         "(January|February|March|April|May|June|July|August|September|October|November|December) "
-        "(0[1-9]|[12][0-9]|3[01]) 20[0-9][0-9][ \t\r]*");
-    return std::regex_match(text, shape);
+        "(0[1-9]|[12][0-9]|3[01]) 20[0-9][0-9][ \t\r]*$");
+    return shape.matches(text);
 }
 
 std::vector<difference> compare_text(const std::string &got, const std::string &wanted,
@@ -222,11 +224,11 @@ std::vector<difference> compare_text(const std::string &got, const std::string &
     if (a.size() > b.size())
         found.push_back({behind, 1,
                          std::to_string(a.size() - b.size()) + " lines more than wanted, first " +
-                             quoted(a[common])});
+                             in_quotes(a[common])});
     if (a.size() < b.size())
-        found.push_back(
-            {behind, 1,
-             std::to_string(b.size() - a.size()) + " lines missing, first " + quoted(b[common])});
+        found.push_back({behind, 1,
+                         std::to_string(b.size() - a.size()) + " lines missing, first " +
+                             in_quotes(b[common])});
     if (a.size() == b.size() && ends_in_newline(got) != ends_in_newline(wanted))
         found.push_back(
             {static_cast<long long>(a.size()),
