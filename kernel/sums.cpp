@@ -9,7 +9,8 @@
 namespace kernel {
 
 static constexpr int tile = rows_multiple; // rows times rows at a time: 16 sums fit the registers
-static constexpr int block = 512; // values of a row at a time: 8 rows of them fit the first cache
+static constexpr int values_at_once =
+    512; // values of a row at a time: 8 rows of them fit the first cache
 
 template <class V>
 [[gnu::always_inline]] inline void sum_of_products(int n, const double *a, const double *b,
@@ -73,8 +74,8 @@ MULTIVERSION_WIDTHS(static void products_of_rows(int n, long long stride, const 
                     multiply_rows<V>(n, stride, a, b, out))
 
 void add_products(int rows, long long row_length, const double *values, double *products) {
-    for (long long start = 0; start < row_length; start += block) {
-        const int n = static_cast<int>(std::min<long long>(block, row_length - start));
+    for (long long start = 0; start < row_length; start += values_at_once) {
+        const int n = static_cast<int>(std::min<long long>(values_at_once, row_length - start));
         for (int i = 0; i < rows; i += tile) {
             for (int j = i; j < rows; j += tile) {
                 double out[tile * tile];

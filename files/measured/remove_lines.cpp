@@ -14,7 +14,7 @@
 namespace tools {
 
 typedef std::complex<double> number;
-typedef std::vector<complex_signal> columns; // of a tall matrix
+typedef std::vector<complex_signal> tall_matrix; // its columns
 
 static constexpr std::size_t most_points = 8192; // that say where the oscillations are
 static constexpr int spare = 8;                  // vectors beside the order
@@ -80,7 +80,7 @@ static number dot(const complex_signal &a, const complex_signal &b) { // a^H b
 }
 
 // Gram-Schmidt, twice; what depends on those before it becomes 0.
-static void make_orthonormal(columns &all) {
+static void make_orthonormal(tall_matrix &all) {
     for (std::size_t c = 0; c < all.size(); ++c) {
         const double before = std::sqrt(dot(all[c], all[c]).real());
         for (int pass = 0; pass < 2; ++pass)
@@ -95,8 +95,8 @@ static void make_orthonormal(columns &all) {
 }
 
 // Orthonormal basis of the strongest left singular vectors of H, strongest first.
-static columns signal_space(const hankel &matrix, std::size_t order) {
-    columns block(order + spare, complex_signal(matrix.width()));
+static tall_matrix signal_space(const hankel &matrix, std::size_t order) {
+    tall_matrix block(order + spare, complex_signal(matrix.width()));
     std::uint64_t state = 1; // a sequence of its own: the library's differ between systems
     for (complex_signal &column : block)
         for (number &each : column) {
@@ -107,7 +107,7 @@ static columns signal_space(const hankel &matrix, std::size_t order) {
             }
             each = {parts[0], parts[1]};
         }
-    columns left(block.size());
+    tall_matrix left(block.size());
     for (int round = 0; round < iterated; ++round) {
         for (std::size_t c = 0; c < block.size(); ++c) left[c] = matrix.times(block[c]);
         make_orthonormal(left);
@@ -120,7 +120,7 @@ static columns signal_space(const hankel &matrix, std::size_t order) {
     for (std::size_t a = 0; a < n; ++a)
         for (std::size_t b = 0; b < n; ++b) product(a, b) = dot(block[a], block[b]);
     const small_matrix vectors = hermitian_vectors(product);
-    columns out(order, complex_signal(matrix.rows()));
+    tall_matrix out(order, complex_signal(matrix.rows()));
     for (std::size_t k = 0; k < order; ++k)
         for (std::size_t c = 0; c < n; ++c)
             for (std::size_t i = 0; i < matrix.rows(); ++i) out[k][i] += vectors(c, k) * left[c][i];
@@ -129,7 +129,7 @@ static columns signal_space(const hankel &matrix, std::size_t order) {
 
 // The eigenvalues of the shift by one row: U_up Z = U_down in the sense of least squares. U has
 // orthonormal columns, so (U_up^H U_up)^-1 = 1 + u u^H / (1 - u^H u), u^H the last row of U.
-static std::vector<number> poles_of(const columns &space) {
+static std::vector<number> poles_of(const tall_matrix &space) {
     const std::size_t r = space.size(), rows = space.front().size();
     small_matrix z(r);
     double last = 0.0;

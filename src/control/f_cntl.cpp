@@ -8,7 +8,7 @@
 #include "data/scan.h"
 
 // f__tol is missing here and in the words before it: wording kept
-static const char *const order_lines[] = {
+static const char *const version_3_order_lines[] = {
     "file format error in line 2 to 16 \n",
     "correct order of parameters are : \n\n",
     "n_pnts <integer>\n",
@@ -28,7 +28,7 @@ static const char *const order_lines[] = {
     "pattrn <integer>\n\n\n",
     nullptr,
 };
-static const char *const example_lines[] = {
+static const char *const version_3_example_lines[] = {
     "number     area          frequency      gausswidth         phase        lorentzwidth \n",
     "  1   1.81648529E+09  9.76587128E+02  7.99022544E-01  -5.15528738E+00 6.14323470E-01 \n",
     nullptr,
@@ -36,9 +36,9 @@ static const char *const example_lines[] = {
 
 static const keyword_format version_3_format = {
     .is_version_3 = true,
-    .order_lines = order_lines,
+    .order_lines = version_3_order_lines,
     .start_header_widths = {4, 9, max_word, 5, max_word},
-    .example_lines = example_lines,
+    .example_lines = version_3_example_lines,
     .names_end_of_lsf = true,
     .correction_level = 3,
     .reports_pattern_type = true,

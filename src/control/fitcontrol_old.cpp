@@ -9,7 +9,7 @@
 #include <climits>
 
 // There are fourteen lines, not 13, and the gap stands one line too early: wording kept
-static const char *const order_lines[] = {
+static const char *const old_order_lines[] = {
     "file format error in line 1 to 13 \n",
     "correct order of parameters are : \n\n",
     "n_pnts <integer>\n",
@@ -28,7 +28,7 @@ static const char *const order_lines[] = {
     "ignore <integer>\n\n\n",
     nullptr,
 };
-static const char *const example_lines[] = {
+static const char *const old_example_lines[] = {
     "number       area          frequency        width1           phase        width2 \n",
     "  1       1.81648529E+09  9.76587128E+02  7.99022544E-01  -5.15528738E+00 6.14323470E-01 \n",
     nullptr,
@@ -36,9 +36,9 @@ static const char *const example_lines[] = {
 
 static const keyword_format old_format = {
     .is_version_3 = false,
-    .order_lines = order_lines,
+    .order_lines = old_order_lines,
     .start_header_widths = {4, 9, 6, 5, 6},
-    .example_lines = example_lines,
+    .example_lines = old_example_lines,
     .names_end_of_lsf = false,
     .correction_level = INT_MIN,
     .reports_pattern_type = false,

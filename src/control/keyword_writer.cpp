@@ -6,7 +6,7 @@
 #include <cmath>
 
 // The function that they name is the other writer's: wording kept
-static const char *const storage_texts[3] = {
+static const char *const keyword_storage_texts[3] = {
     " Memory requested to store o_fixpar[]-struct in write_fitcontrol_old() is not available\n",
     " Memory requested to store o_par[] in write_fitcontrol_old() is not available\n",
     " Memory requested to store o_errpar[] in write_fitcontrol_old() is not available\n",
@@ -38,7 +38,7 @@ static void write_column(std::FILE *file, int value) {
     std::fprintf(file, "%4d   ", value);
 }
 
-static void write_strategy(std::FILE *file, const control_values &v) {
+static void write_keyword_strategy(std::FILE *file, const control_values &v) {
     std::fprintf(file, "   algor trunc  ampli  frequ  width  phase  "
                        "voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max\n");
     for (int k = 1; k <= v.n_fit_strat_steps; ++k) {
@@ -55,8 +55,8 @@ static void write_strategy(std::FILE *file, const control_values &v) {
     }
 }
 
-static void write_starting_values(std::FILE *file, const control_values &v,
-                                  const natural_copy &natural) {
+static void write_keyword_starts(std::FILE *file, const control_values &v,
+                                 const natural_copy &natural) {
     for (int k = 1; k <= v.entries(); ++k) {
         const double *p = natural.par + pars_per_entry * (k - 1);
         std::fprintf(file, "%d\t", k);
@@ -68,8 +68,8 @@ static void write_starting_values(std::FILE *file, const control_values &v,
     }
 }
 
-static void write_prior_knowledge(std::FILE *file, const control_values &v,
-                                  const natural_copy &natural) {
+static void write_keyword_links(std::FILE *file, const control_values &v,
+                                const natural_copy &natural) {
     constexpr double area_share = 0.5;
     for (int k = 1; k <= v.entries(); ++k) {
         std::fprintf(file, "#%d\n", k);
@@ -106,7 +106,7 @@ static void write_trailer(std::FILE *file, const keyword_layout &layout) {
 }
 
 int write_keyword_file(const control_values &values, const keyword_layout &layout) {
-    const natural_copy natural(values, storage_texts);
+    const natural_copy natural(values, keyword_storage_texts);
     if (!natural.complete()) return EOF;
     replaced_file output(compact_name);
     std::FILE *file = output.stream();
@@ -115,10 +115,10 @@ int write_keyword_file(const control_values &values, const keyword_layout &layou
         return EOF;
     }
     write_settings(file, values, layout.is_version_3);
-    write_strategy(file, values);
+    write_keyword_strategy(file, values);
     std::fprintf(file, "%s", layout.start_header);
-    write_starting_values(file, values, natural);
-    write_prior_knowledge(file, values, natural);
+    write_keyword_starts(file, values, natural);
+    write_keyword_links(file, values, natural);
     write_lsf(file, values);
     write_trailer(file, layout);
     return output.finish();

@@ -12,7 +12,7 @@
 using kernel::lanes;
 using kernel::load;
 
-static bool inside(int n, int row, int col) {
+bool is_inside_matrix(int n, int row, int col) {
     return row >= 1 && col >= 1 && row <= n && col <= n;
 }
 
@@ -22,7 +22,7 @@ static long long position(int n, int row, int col) {
 
 void push_2d_matrix_element(double *a, const int &n, const int &row, const int &col,
                             const double &value) {
-    if (!inside(n, row, col)) {
+    if (!is_inside_matrix(n, row, col)) {
         std::printf("fatal memory implementation error : \n");
         std::printf("trying to push 2d matrix matrix_element outside allocated memory area \n");
         return;
@@ -31,7 +31,7 @@ void push_2d_matrix_element(double *a, const int &n, const int &row, const int &
 }
 
 double pop_2d_matrix_element(const double *a, const int &n, const int &row, const int &col) {
-    if (!inside(n, row, col)) {
+    if (!is_inside_matrix(n, row, col)) {
         std::printf("fatal memory implementation error : \n");
         std::printf("trying to pop 2d matrix matrix_element outside allocated memory area \n");
         return 0.0;

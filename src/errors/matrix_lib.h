@@ -4,6 +4,8 @@
 // Element (row, col), both counted from 1, lives at n (row - 1) + col - 1.
 #pragma once
 
+bool is_inside_matrix(int n, int row, int col);
+
 // Stores or fetches an element; an index above n (or below 1) prints a message, the store is
 // skipped, the fetch gives 0.
 void push_2d_matrix_element(double *a, const int &n, const int &row, const int &col,

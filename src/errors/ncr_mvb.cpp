@@ -29,12 +29,8 @@ static const char no_unperturbed[] =
     " Memory requested to store yr[] in f_new_complex_select() is not available\n"
     " Memory requested to store yi[] in f_new_complex_select() is not available\n";
 
-static bool inside(int n, int row, int col) {
-    return row >= 1 && col >= 1 && row <= n && col <= n;
-}
-
 void push_2d_element(double *a, const int &n, const int &row, const int &col, const double &value) {
-    if (!inside(n, row, col)) {
+    if (!is_inside_matrix(n, row, col)) {
         std::printf("fatal memory implementation error : \n");
         std::printf("trying to push 2d matrix element outside allocated memory area \n");
         return;
@@ -43,7 +39,7 @@ void push_2d_element(double *a, const int &n, const int &row, const int &col, co
 }
 
 double pop_2d_element(const double *a, const int &n, const int &row, const int &col) {
-    if (!inside(n, row, col)) {
+    if (!is_inside_matrix(n, row, col)) {
         std::printf("fatal memory implementation error : \n");
         std::printf("trying to pop 2d matrix element outside allocated memory area \n");
         return 0.0;
