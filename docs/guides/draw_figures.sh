@@ -43,6 +43,6 @@ cp "$folder/h1_water/run/fit.svg" "$here/figures/h1_water.svg"
 cp "$folder/h2/run/fit.svg" "$here/figures/h2.svg"
 cp "$folder/xe129/run/fit.svg" "$here/figures/xe129.svg"
 page p31 look/look.html p31_look.png 560
-page h1_long_echo look/look.html h1_look.png 620
+page h1_long_echo look/look.html h1_look.png 800
 page c13_series series/overview.html c13_series.png 900
 page grid run/overview.html grid.png 900

@@ -91,7 +91,7 @@ const varokelValues = (() => {
     if (!Number.isFinite(value)) return { value: "n/a", error: "n/a" };
     if (!(sd > 0) || !Number.isFinite(sd)) return { value: fewDigits(value), error: "n/a" };
     const place = exponentOf(sd, 1) - 1;
-    const top = Math.max(value === 0 ? place : exponentOf(Math.abs(value), 15), place + 1), fixed = top < 6 && place >= -7;
+    const top = Math.max(value === 0 ? place : exponentOf(Math.abs(value), 15), place + 1), fixed = top >= -4 && top < 6 && place >= -7;
     return { value: roundedTo(value, place, fixed), error: fixed ? roundedTo(sd, place, true) : places(sd.toExponential(1)) };
   };
   const fewDigits = (value) => {

@@ -9,6 +9,7 @@ const varokelCourse = (maps, readout, choose) => {
   const { batch, quantities, some, size, hasMap, courseAxis, numberAt, state, hidden, pale, paleShare, paleOf } = varokelOverview;
   const course = made("div", "course"), chips = made("div", "chips"), courseTitle = made("div", "panel-title");
   const sums = made("div", "wide");
+  sums.hidden = true; // until there is a table
   let coursePlot = null;
 
   // A series in time is drawn over seconds where the step is known; places in space are numbers.
@@ -25,7 +26,8 @@ const varokelCourse = (maps, readout, choose) => {
   // is that of the sum, the values of different spectra being independent.
   function drawSums(rows, errors, shown, quantity, numbers) {
     sums.textContent = "";
-    if (quantity.whole || batch.axes[courseAxis].spatial) return;
+    sums.hidden = quantity.whole || batch.axes[courseAxis].spatial;
+    if (sums.hidden) return;
     const table = made("table", "sums"), head = made("tr"), body = made("tbody"), top = made("thead");
     const unit = inSeconds() ? "s" : "steps";
     for (const text of ["Entry", "area under the curve (" + (quantity.unit ? quantity.unit + " " : "") + unit + ")", "\u00b1 1 SD", "points"])

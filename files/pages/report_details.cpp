@@ -34,7 +34,7 @@ std::string windows_table(const run_result &run) {
         html += "<tr>" + element("th", "scope=\"row\"", name_of(run, each.entry)) +
                 element("td", "class=\"text\"", each.parameter + unit) +
                 element("td", "", edge_text(each.low)) + element("td", "", edge_text(each.high)) +
-                element("td", "", short_link_number(each.value)) +
+                element("td", "", with_digits_of(each.value, each.sd)) +
                 (each.active ? "<td class=\"text amber\">active: the fit presses against its edge"
                              : "<td class=\"text\">inside") +
                 "</td></tr>\n";

@@ -18,6 +18,7 @@ struct shown_window {
     int entry = 0; // from 1
     const char *parameter = "", *unit = "";
     double low = 0.0, high = 0.0, value = 0.0;
+    double sd = 0.0; // of the value, one standard deviation; none where it is not above 0
     bool active = false;
 };
 

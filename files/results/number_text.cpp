@@ -75,7 +75,7 @@ value_with_error with_error(double value, double sd) {
     if (!(sd > 0.0) || !std::isfinite(sd)) return {printed("%.*g", 5, value), "n/a"};
     const int place = exponent_of(sd, 1) - 1;
     const int top = std::max(value == 0.0 ? place : exponent_of(std::fabs(value), 15), place + 1);
-    const bool fixed = top < 6 && place >= -7;
+    const bool fixed = top >= -4 && top < 6 && place >= -7;
     return {rounded_to(value, place, fixed),
             fixed ? rounded_to(sd, place, true) : printed("%.*e", 1, sd)};
 }

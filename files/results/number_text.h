@@ -10,9 +10,9 @@ namespace tools {
 // number.
 std::string short_number(double value);
 // A value and its standard deviation for a reader: two digits of the deviation, and the value to
-// the same place, both in one notation (with a power of ten from a million on, and where the place
-// is the eighth behind the point or one farther). Without a deviation above 0 five digits of the
-// value, and "n/a" for the other. The pages have the same rule in chart_values.js.
+// the same place, both in one notation (with a power of ten from a million on, below 0.0001, and
+// where the place is the eighth behind the point or one farther). Without a deviation above 0 five
+// digits of the value, and "n/a" for the other. The pages have the same rule in chart_values.js.
 struct value_with_error {
     std::string value, error;
 };

@@ -201,6 +201,8 @@ true_that 'three windows, one active' test "$(grep -c 'active: the fit presses' 
 true_that 'edges as the table has them' grep -q 'Lorentzian width, Hz</td><td>5</td><td>12</td><td>12</td>' windows/report.html
 true_that 'of the shift in ppm' grep -q 'shift, ppm</td><td>5.1</td><td>5.5</td>' windows/report.html
 true_that 'of the area one edge' grep -q 'area</td><td>0</td><td>none</td>' windows/report.html
+true_that 'with the digits of its error, as among the results' grep -qF \
+    "area</td><td>0</td><td>none</td><td>$(sed -n 's/^<tr><th scope="row" class="name">A<small[^>]*>[^<]*<\/small><\/th><td>\([-0-9.e+]*\)<small.*/\1/p' windows/report.html | head -n 1)</td>" windows/report.html
 # A page before the fit.
 status 0 "$programs/varokel-fit" fid/one.fid.f32 fid/peaks.txt -o look --look
 holds out look/look.html
