@@ -107,6 +107,12 @@ const varokelValues = (() => {
     if (!Number.isFinite(percent)) return "n/a";
     return percent === 0 ? "0" : percent >= 99.5 ? percent.toFixed(0) : withError(0, percent).error;
   };
-  const numberText = (value) => Number.isFinite(value) ? value.toPrecision(4) : "n/a";
+  // Four digits, whole numbers from 1000 on, a power of ten where values with errors have one.
+  const numberText = (value) => {
+    const size = Math.abs(value);
+    if (!Number.isFinite(value)) return "n/a";
+    if (size !== 0 && (size < 1e-4 || size >= 1e6)) return places(value.toExponential(3));
+    return size >= 999.95 ? value.toFixed(0) : value.toPrecision(4);
+  };
   return { floatsOf, curveOf, made, styleOf, colourOf, roomForTexts, numberText, withError, withErrorText, percentText, tickTexts, decimalsFor, roomAround };
 })();

@@ -220,6 +220,7 @@ static ordered_json values_of(const batch_view &batch) {
              {"errors", column.errors.empty() ? ordered_json(nullptr)
                                               : ordered_json(float_text(column.errors))}});
     if (batch.repetition_time) all["secondsPerStep"] = *batch.repetition_time;
+    all["guesses"] = batch.guesses;
     if (!batch.regions.empty()) all["regions"] = batch.regions;
     const plot_axis axis = plot_axis_of(batch.scale, "", batch.points);
     const auto [first, last] = shown_points(batch);

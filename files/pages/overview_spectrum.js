@@ -82,7 +82,8 @@ const varokelSpectrum = (detail) => {
     if (said.length > 0) {
       const box = made("div", "warnings"), list = made("ul");
       for (const [word, of] of said)
-        list.append(made("li", "", (batch.meanings[word] || word) + (of.length > 0 ? ": " + of.map((k) => batch.entries[k]).join(", ") : "")));
+        if (word === "guessed" && batch.guesses.length > 0) list.append(...batch.guesses.map((text) => made("li", "", text)));
+        else list.append(made("li", "", (batch.meanings[word] || word) + (of.length > 0 ? ": " + of.map((k) => batch.entries[k]).join(", ") : "")));
       box.append(list);
       detail.append(box);
     }

@@ -4,7 +4,7 @@ import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";
 
 const tree = process.argv[2];
-const { withError, withErrorText, percentText } =
+const { withError, withErrorText, percentText, numberText } =
   new Function(readFileSync(`${tree}/files/pages/chart_values.js`, "utf8") + ";return varokelValues;")();
 let read = 0;
 for (const line of readFileSync(`${tree}/tests/tools/data/number_texts.tsv`, "utf8").trim().split("\n")) {
@@ -25,3 +25,5 @@ assert.equal(withErrorText(20.149, 0.2281), "20.15 \u00b1 0.23");
 assert.equal(withErrorText(20.149, 0), "20.149");
 assert.equal(withErrorText(NaN, 1), "n/a");
 assert.deepEqual([0, 0.714, 9.96, 99.4, 99.6, 999, NaN].map(percentText), ["0", "0.71", "10", "99", "100", "999", "n/a"]);
+assert.deepEqual([0, 9.445e-7, 0.000002839, -0.0001234567, 999.94, 999.96, -12345.6, 1234567, 1e-300, 1e300, NaN].map(numberText),
+  ["0.000", "9.445e-07", "2.839e-06", "-0.0001235", "999.9", "1000", "-12346", "1.235e+06", "1.000e-300", "1.000e+300", "n/a"]);

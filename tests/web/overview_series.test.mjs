@@ -169,6 +169,9 @@ test("what was done before the fits, what was guessed, and the noise window stan
   assert.match(words, /Done before the fits\s+Pyr, known at 171 ppm, was found at /);
   assert.match(words, /Guessed\s+/);
   assert.match(words, /reference_peak\.within_ppm/);
+  const box = await page.textContent("#detail .warnings"); // of the spectrum: not that something was guessed, but what
+  assert.match(box, /guessed at import: reference_peak\.within_ppm = 3\.0/);
+  assert.doesNotMatch(box, /something was guessed/);
   assert.match(words, /Noise window: points \d+ to \d+, /);
   await page.close();
 });
