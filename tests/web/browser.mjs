@@ -40,7 +40,8 @@ export async function open_page(options = {}, browser = now.browser) {
 export const ready = (page = now.page) =>
   page.waitForFunction(() => document.documentElement.dataset.ready === "yes", null, { timeout: 60000 });
 export function launch(...words) {
-  const own = is_firefox ? { channel: "moz-firefox", downloadsPath: downloads } : { args: ["--no-sandbox", ...words] };
+  // the panel of downloads takes the focus from the page, whose buttons Enter does not press then
+  const own = is_firefox ? { channel: "moz-firefox", downloadsPath: downloads, firefoxUserPrefs: { "browser.download.alwaysOpenPanel": false } } : { args: ["--no-sandbox", ...words] };
   return driver[is_firefox ? "firefox" : "chromium"].launch({ executablePath: process.env.PROGRAM, ...own });
 }
 export async function begin() {
