@@ -83,6 +83,46 @@ def test_a_mistake_of_a_table_is_told_with_its_place(wrong: str, said: str) -> N
         varokel.fit(spectrum(), varokel.PeakTable(wrong), sidecar=SIDECAR)
 
 
+EDGE = ("sharp", Quantity.AREA)
+
+
+@pytest.mark.parametrize(
+    "options, sidecar, said",
+    [
+        (ExactOptions(noise_sd=np.nan), SIDECAR, "noise standard deviation"),
+        (ExactOptions(noise_sd=-1.0), SIDECAR, "noise standard deviation"),
+        (ExactOptions(noise_sd=1e-300), SIDECAR, "not finite where the fit begins"),
+        (ExactOptions(noise_window=(0, 1)), SIDECAR, "noise window from point 0 to 0"),
+        (ExactOptions(noise_window=(500, 600)), SIDECAR, "noise window from point 500 to 599"),
+        (ExactOptions(noise_window=(-5, 60)), SIDECAR, "noise_window.first"),
+        (ExactOptions(windows={EDGE: (np.nan, 2.0)}), SIDECAR, "sharp: area has an empty window"),
+        (ExactOptions(windows={EDGE: (9.0, 2.0)}), SIDECAR, "sharp: area has an empty window"),
+        (ExactOptions(starts=-1), SIDECAR, "-1 starts"),
+        (ExactOptions(most_linearizations=0), SIDECAR, "0 linearizations"),
+        (ExactOptions(), replace(SIDECAR, hz_per_point=0.0), "hz_per_point"),
+        (ExactOptions(), replace(SIDECAR, spectrometer_mhz=np.nan), "no valid JSON"),
+        (ExactOptions(), replace(SIDECAR, points=1024), "512 points, but the sidecar has 1024"),
+    ],
+)
+def test_bad_values_beside_the_table_are_refused_with_a_reason(
+    options: ExactOptions, sidecar: varokel.Sidecar, said: str
+) -> None:
+    with pytest.raises((FitFailed, ValueError), match=said):
+        varokel.fit(spectrum(), PEAKS, options, sidecar=sidecar)
+
+
+@pytest.mark.parametrize("factor", [0.0, 1e-300, 1e-30, 1e30, 1e300])
+def test_spectra_of_any_size_give_a_fit_or_a_reason(factor: float) -> None:
+    open_areas = PEAKS.replace("4     2.20", "?     2.20").replace("2     4.38", "?     4.38")
+    if factor in (1e-30, 1e30):
+        fit = varokel.fit(factor * spectrum(), open_areas, sidecar=SIDECAR)
+        assert fit.verdict == "optimum"
+        assert np.all(np.abs(fit.areas / factor - TRUE_AREAS) < 4.0 * fit.area_sd / factor)
+        return
+    with pytest.raises((FitFailed, ValueError), match="noise|within single|is 0 in"):
+        varokel.fit(factor * spectrum(), open_areas, sidecar=SIDECAR)
+
+
 def test_a_mistake_of_a_start_file_is_told_with_its_line(tmp_path: Path) -> None:
     file = tmp_path / "mine.par"
     text = two_lines().to_text()

@@ -91,6 +91,11 @@ def fit_exact(
             raise ValueError("a Spectrum brings its own sidecar and reference")
         name, sidecar, reference = spectrum.name, spectrum.sidecar, spectrum.reference
         spectrum = spectrum.points
+    if options.starts < 0 or options.most_linearizations < 1:
+        raise ValueError(
+            f"{options.starts} starts, {options.most_linearizations} linearizations; expected "
+            "none or more, and one at least"
+        )
     library = load_library(options.programs)
     points = _finite_points(spectrum)
     mask = _mask_of(options.mask, points.size)
