@@ -5,6 +5,7 @@
 #include "files/spectra/search_limits.h"
 #include "files/start/fit_plan.h"
 #include "files/start/linear_fit.h"
+#include "files/start/linked_value.h"
 #include "files/start/mirrored_axis.h"
 #include "files/start/pattern_file.h"
 #include "files/start/values_in_points.h"
@@ -14,19 +15,10 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <unordered_map>
 
 namespace tools {
 
 // ---- what does not depend on the points of a spectrum ----
-
-// Where a parameter comes from when every link is followed to its end.
-struct origin {
-    std::size_t entry = 0; // from 0
-    double factor = 1.0;   // of an area
-    double offset = 0.0;   // of any other, in the unit of the file
-    bool unknown = false;  // to be estimated
-};
 
 struct start_maker::prepared {
     spectrum_facts facts; // without the noise window, which may change with every spectrum
@@ -57,22 +49,6 @@ bool start_maker::estimates() const {
     return false;
 }
 
-static double value_in_file(const peak_table &table, const table_axis &axis, const table_row &row,
-                            int q, double value, table_unit unit, double hz_per_point,
-                            bool is_offset) {
-    try {
-        if (q == frequency_of) {
-            if (!is_offset && row.type != pattern_entry) return axis.position_hz(value, unit);
-            return axis.offset_hz(value, unit);
-        }
-        if (q == gauss_of || q == lorentz_of)
-            return axis.width_hz(value, unit) / width_unit(q, row.type, hz_per_point);
-        return value;
-    } catch (const tool_error &error) {
-        refuse_at(table, row.cells[static_cast<std::size_t>(q)].place, error.what());
-    }
-}
-
 static std::string find_pattern(const peak_table &table, const table_row &row,
                                 const std::vector<std::string> &folders) {
     for (const std::string &folder : folders) {
@@ -86,154 +62,82 @@ static std::string find_pattern(const peak_table &table, const table_row &row,
               row.name + ": no pattern file " + row.pattern_file + " in " + looked);
 }
 
-// A parameter of the file: value (or unknown), link, range.
-static void resolve(const peak_table &table, const table_axis &axis, double hz_per_point,
-                    const std::unordered_map<std::string_view, std::size_t> &row_named,
-                    const std::vector<std::size_t> &entry_of_row, std::size_t r, int q,
-                    start_parameter &own, origin &from) {
-    const auto cell_of = [&](std::size_t row) -> const table_cell & {
-        return table.rows[row].cells[static_cast<std::size_t>(q)];
-    };
-    const table_cell &cell = cell_of(r);
-    const int number = static_cast<int>(entry_of_row[r]) + 1;
-    double factor = 1.0, offset = 0.0;
-    std::size_t end = r;
-    for (std::size_t steps = 0; cell_of(end).kind == cell_kind::link; ++steps) {
-        const table_cell &link = cell_of(end);
-        const std::size_t source = row_named.at(link.source);
-        if (source == r || steps > table.rows.size())
-            refuse_at(table, cell.place,
-                      table.rows[r].name + ", " + name_of(q) +
-                          ": tied to itself in the end; give one of the rows a value");
-        const bool own_pattern = table.rows[end].type == pattern_entry;
-        const bool their_pattern = table.rows[source].type == pattern_entry;
-        if (q == frequency_of && their_pattern && !own_pattern)
-            refuse_at(table, link.place,
-                      table.rows[end].name + ": a line tied to the shift of a pattern has no "
-                                             "position of its own; tie the pattern to the line");
-        if ((q == gauss_of || q == lorentz_of) && table.rows[end].type != table.rows[source].type)
-            refuse_at(table, link.place,
-                      table.rows[end].name + " is a " + type_name(table.rows[end].type) + ", " +
-                          link.source + " a " + type_name(table.rows[source].type) +
-                          "; tied widths need two of the same type");
-        factor *= link.factor;
-        offset += value_in_file(table, axis, table.rows[end], q, link.value, link.unit,
-                                hz_per_point, true);
-        // the shift of a pattern follows the movement of a line, not its place
-        if (q == frequency_of && own_pattern && !their_pattern) {
-            std::size_t place = source;
-            double at = 0.0;
-            while (cell_of(place).kind == cell_kind::link) {
-                at += value_in_file(table, axis, table.rows[place], q, cell_of(place).value,
-                                    cell_of(place).unit, hz_per_point, true);
-                place = row_named.at(cell_of(place).source);
-            }
-            offset -= at + value_in_file(table, axis, table.rows[place], q, cell_of(place).value,
-                                         cell_of(place).unit, hz_per_point, false);
-        }
-        end = source;
-    }
-    const table_cell &source = cell_of(end);
-    from = {entry_of_row[end], factor, offset, source.kind == cell_kind::estimate};
-    if (end != r) {
-        own.link = static_cast<int>(entry_of_row[end]) + 1;
-    } else if (cell.fixed || cell.kind == cell_kind::unused ||
-               (cell.kind == cell_kind::number && !is_used(q, table.rows[r].type))) {
-        own.link = number;
-    }
-    if (source.kind != cell_kind::estimate) {
-        const double value = value_in_file(table, axis, table.rows[end], q, source.value,
-                                           source.unit, hz_per_point, false);
-        own.value = q == area_of ? value * factor : value + offset;
-    }
-    if (cell.range) {
-        const double a = value_in_file(table, axis, table.rows[r], q, cell.range->first,
-                                       cell.range_unit, hz_per_point, false);
-        const double b = value_in_file(table, axis, table.rows[r], q, cell.range->second,
-                                       cell.range_unit, hz_per_point, false);
-        own.window = std::minmax({a, b});
-        if (is_edge(a) && is_edge(b)) own.range = own.window;
-    }
-}
-
-void start_maker::prepare(const spectrum_facts &facts) {
-    auto made = std::make_unique<prepared>();
-    made->facts = facts;
-    spectrum_facts known = facts;
+// Points, width of a point and delay are the table's and the spectrum's.
+static void refuse_other_acquisition(const peak_table &table, const spectrum_facts &facts) {
     const auto agree = [&](const char *what, double ours, double theirs) {
         if (std::fabs(ours - theirs) <= 1e-6 * std::fabs(theirs)) return;
         char text[160];
         std::snprintf(text, sizeof text, "%s is %.9g in the table, but %.9g for the spectrum", what,
                       ours, theirs);
-        refuse_at(table_, {}, text);
+        refuse_at(table, {}, text);
     };
-    if (table_.points) agree("points", *table_.points, facts.points);
-    if (table_.hz_per_point) agree("hz_per_point", *table_.hz_per_point, facts.hz_per_point);
-    if (table_.phi_1 && facts.phi_1 != 0.0) agree("phi_1", *table_.phi_1, facts.phi_1);
-    if (table_.phi_1) known.phi_1 = *table_.phi_1;
+    if (table.points) agree("points", *table.points, facts.points);
+    if (table.hz_per_point) agree("hz_per_point", *table.hz_per_point, facts.hz_per_point);
+    if (table.phi_1 && facts.phi_1 != 0.0) agree("phi_1", *table.phi_1, facts.phi_1);
     if (!(facts.hz_per_point > 0.0) || facts.points < 1)
-        refuse_at(table_, {}, "points or hertz per point of the spectrum are not above 0");
+        refuse_at(table, {}, "points or hertz per point of the spectrum are not above 0");
+}
 
-    const table_axis axis(known, table_.file);
-    start_result &base = made->base;
-    if (table_.reference && facts.reference_ppm != table_.reference->ppm)
-        base.warnings.push_back(
-            "the ppm axis of the spectrum was not set by the reference of the table; import it "
-            "with --reference-peak");
-    start_file &start = base.start;
-    start.points = facts.points;
-    start.hz_per_point = facts.hz_per_point;
+// What the head of the table says, over what the spectrum has.
+static void take_head(const peak_table &table, const spectrum_facts &known, start_file &start) {
+    start.points = known.points;
+    start.hz_per_point = known.hz_per_point;
     start.phi_1 = known.phi_1;
-    start.tolerance = tolerance_of(table_);
-    start.fit_mode = table_.fit_mode;
-    start.verbose = table_.verbose.value_or(1);
-    start.errors = table_.errors.value_or(true) ? 1 : 0;
-    start.data_format = table_.data_format.value_or("none");
-    start.ignored = table_.ignored.value_or(0);
-    start.lineshape = table_.lineshape;
+    start.tolerance = tolerance_of(table);
+    start.fit_mode = table.fit_mode;
+    start.verbose = table.verbose.value_or(1);
+    start.errors = table.errors.value_or(true) ? 1 : 0;
+    start.data_format = table.data_format.value_or("none");
+    start.ignored = table.ignored.value_or(0);
+    start.lineshape = table.lineshape;
+}
+
+static int measured_points(const peak_table &table, const spectrum_facts &facts) {
     int measured = facts.measured > 0 ? facts.measured : facts.points;
-    if (table_.measured) measured = *table_.measured;
+    if (table.measured) measured = *table.measured;
     if (measured > facts.points)
-        refuse_at(table_, {},
+        refuse_at(table, {},
                   "measured: " + std::to_string(measured) + "; expected up to the " +
                       std::to_string(facts.points) + " points of the spectrum");
-    if (table_.noise) {
-        const auto [first, last] = interval_points(table_, axis, *table_.noise, known, "noise");
-        made->noise = {first, last + 1};
-    }
+    return measured;
+}
 
+// Lines come before patterns.
+void start_maker::make_entries(const table_axis &axis, prepared &made) const {
+    start_file &start = made.base.start;
     std::vector<std::size_t> entry_of_row(table_.rows.size());
-    std::unordered_map<std::string_view, std::size_t> row_named;
-    for (std::size_t r = 0; r < table_.rows.size(); ++r) row_named.emplace(table_.rows[r].name, r);
     for (const bool patterns : {false, true})
         for (std::size_t r = 0; r < table_.rows.size(); ++r) {
             if ((table_.rows[r].type == pattern_entry) != patterns) continue;
-            entry_of_row[r] = made->row_of.size();
-            made->row_of.push_back(r);
+            entry_of_row[r] = made.row_of.size();
+            made.row_of.push_back(r);
             (patterns ? start.patterns : start.lines) += 1;
         }
-    const peak_table table = with_gauss_widths(table_, axis, facts.hz_per_point, base.warnings);
+    const peak_table table =
+        with_gauss_widths(table_, axis, start.hz_per_point, made.base.warnings);
+    const linked_values values(table, axis, start.hz_per_point, entry_of_row);
     start.entries.resize(table_.rows.size());
-    made->origins.resize(table_.rows.size());
+    made.origins.resize(table_.rows.size());
     for (std::size_t k = 0; k < start.entries.size(); ++k) {
-        const std::size_t r = made->row_of[k];
+        const std::size_t r = made.row_of[k];
         start_entry &entry = start.entries[k];
         entry.name = table_.rows[r].name;
         entry.type = table_.rows[r].type;
         entry.pattern_file = table_.rows[r].pattern_file;
         entry.takes_lineshape = start.fit_mode == 3 && table_.rows[r].takes_lineshape ? 1 : 0;
-        for (int q = 0; q < quantities; ++q)
-            resolve(table, axis, facts.hz_per_point, row_named, entry_of_row, r, q,
-                    entry.parameters[static_cast<std::size_t>(q)],
-                    made->origins[k][static_cast<std::size_t>(q)]);
+        for (int q = 0; q < quantities; ++q) {
+            const auto at = static_cast<std::size_t>(q);
+            made.origins[k][at] = values.resolve(r, q, entry.parameters[at]);
+        }
     }
     if (table_.followed)
         for (std::size_t k = 0; k < start.entries.size(); ++k)
             if (start.entries[k].name == *table_.followed) start.followed = static_cast<int>(k) + 1;
+}
 
-    const std::vector<std::pair<int, int>> intervals = intervals_of(table_, axis, known, base);
-    start.steps = steps_of(table_, start, intervals, measured, base.notes);
-    check_places(table_, axis, made->row_of, base);
+// Which limits the search holds: 0 the written ones, 1 for a random search, 2 none.
+void start_maker::settle_ranges(start_result &base) const {
+    start_file &start = base.start;
     const bool searches = std::any_of(start.steps.begin(), start.steps.end(),
                                       [](const start_step &s) { return s.algorithm == 1; });
     bool has_ranges = false;
@@ -244,36 +148,72 @@ void start_maker::prepare(const spectrum_facts &facts) {
     if (has_ranges && !searches && by_ == fitted_by::search)
         base.warnings.push_back("no step of the strategy is a random search: the search does not "
                                 "use the ranges of the table; the exact fit holds them");
+}
 
-    // two points at least, or a curve would be nothing
-    made->curves = {facts.points, facts.hz_per_point, known.phi_1, start.ignored,
-                    std::min(facts.points, std::max(measured, 2))};
+static std::vector<std::size_t> fitted_points(const start_file &start) {
+    std::vector<bool> inside(static_cast<std::size_t>(start.points), false);
+    for (const start_step &step : start.steps)
+        for (const auto &[first, last] : step.intervals)
+            for (int i = std::max(0, first); i <= std::min(last, start.points - 1); ++i)
+                inside[static_cast<std::size_t>(i)] = true;
+    std::vector<std::size_t> points;
+    for (std::size_t i = 0; i < inside.size(); ++i)
+        if (inside[i]) points.push_back(i);
+    return points;
+}
+
+// The curve of every entry with area 1 over the fitted points.
+void start_maker::make_unit_curves(prepared &made) const {
+    const start_file &start = made.base.start;
+    if (!kernel::transform_plan::exists_for(start.points)) return;
     std::vector<complex_signal> patterns(start.entries.size());
-    if (kernel::transform_plan::exists_for(start.points) &&
-        (start.points <= search_limits::pattern_points || by_ == fitted_by::engine))
+    if (start.points <= search_limits::pattern_points || by_ == fitted_by::engine)
         for (std::size_t k = 0; k < start.entries.size(); ++k)
             if (start.entries[k].type == pattern_entry)
                 patterns[k] = read_pattern(
-                    find_pattern(table_, table_.rows[made->row_of[k]], pattern_folders_),
-                    made->curves);
-    if (kernel::transform_plan::exists_for(start.points)) {
-        std::vector<bool> inside(static_cast<std::size_t>(facts.points), false);
-        for (const start_step &step : start.steps)
-            for (const auto &[first, last] : step.intervals)
-                for (int i = std::max(0, first); i <= std::min(last, facts.points - 1); ++i)
-                    inside[static_cast<std::size_t>(i)] = true;
-        for (std::size_t i = 0; i < inside.size(); ++i)
-            if (inside[i]) made->points.push_back(i);
-        for (std::size_t k = 0; k < start.entries.size(); ++k) {
-            const complex_signal whole = engine::unit_curve(
-                shape_in_points(start.entries[k], facts.hz_per_point), made->curves, patterns[k]);
-            complex_signal part;
-            part.reserve(made->points.size());
-            for (const std::size_t i : made->points) part.push_back(whole[i]);
-            made->unit.push_back(std::move(part));
-        }
-        made->products = inner_products(made->unit);
+                    find_pattern(table_, table_.rows[made.row_of[k]], pattern_folders_),
+                    made.curves);
+    made.points = fitted_points(start);
+    for (std::size_t k = 0; k < start.entries.size(); ++k) {
+        const complex_signal whole = engine::unit_curve(
+            shape_in_points(start.entries[k], start.hz_per_point), made.curves, patterns[k]);
+        complex_signal part;
+        part.reserve(made.points.size());
+        for (const std::size_t i : made.points) part.push_back(whole[i]);
+        made.unit.push_back(std::move(part));
     }
+    made.products = inner_products(made.unit);
+}
+
+void start_maker::prepare(const spectrum_facts &facts) {
+    refuse_other_acquisition(table_, facts);
+    auto made = std::make_unique<prepared>();
+    made->facts = facts;
+    spectrum_facts known = facts;
+    if (table_.phi_1) known.phi_1 = *table_.phi_1;
+    const table_axis axis(known, table_.file);
+    start_result &base = made->base;
+    if (table_.reference && facts.reference_ppm != table_.reference->ppm)
+        base.warnings.push_back(
+            "the ppm axis of the spectrum was not set by the reference of the table; import it "
+            "with --reference-peak");
+    start_file &start = base.start;
+    take_head(table_, known, start);
+    const int measured = measured_points(table_, facts);
+    if (table_.noise) {
+        const auto [first, last] = interval_points(table_, axis, *table_.noise, known, "noise");
+        made->noise = {first, last + 1};
+    }
+    make_entries(axis, *made);
+
+    const std::vector<std::pair<int, int>> intervals = intervals_of(table_, axis, known, base);
+    start.steps = steps_of(table_, start, intervals, measured, base.notes);
+    check_places(table_, axis, made->row_of, base);
+    settle_ranges(base);
+    // two points at least, or a curve would be nothing
+    made->curves = {facts.points, facts.hz_per_point, known.phi_1, start.ignored,
+                    std::min(facts.points, std::max(measured, 2))};
+    make_unit_curves(*made);
     prepared_ = std::move(made);
 }
 

@@ -50,6 +50,9 @@ class start_maker {
   private:
     struct prepared;
     void prepare(const spectrum_facts &facts);
+    void make_entries(const table_axis &axis, prepared &made) const;
+    void settle_ranges(start_result &base) const;
+    void make_unit_curves(prepared &made) const;
     void estimate(const complex_signal &spectrum, start_result &result);
     void look_at_mirror(const complex_signal &spectrum, start_result &result) const;
 
