@@ -114,6 +114,10 @@ double share_of_strongest_line(const complex_signal &fid, double half_width) {
     return inside / all;
 }
 
+bool is_all_zero(const complex_signal &fid) {
+    return std::all_of(fid.begin(), fid.end(), [](const auto &v) { return v == 0.0; });
+}
+
 double power_of(const complex_signal &fid) {
     double sum = 0.0;
     for (const std::complex<double> &point : fid) sum += std::norm(point);

@@ -49,6 +49,8 @@ measured_lineshape lineshape_of(const complex_signal &water, const std::string &
 // per point]; 1 for a single line. Not a number for noise alone.
 double share_of_strongest_line(const complex_signal &fid, double half_width);
 
+bool is_all_zero(const complex_signal &fid); // a voxel without data
+
 // Sum of the squares of its points.
 double power_of(const complex_signal &fid);
 

@@ -4,20 +4,40 @@
 
 #include "files/measured/spectrum_conversion.h"
 
+#include <cstddef>
+#include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace tools {
 
-// Writes a spectrum and its sidecar for each FID that is chosen, prints their names and the control
-// file's keywords for them, and warns of what was guessed. All files appear together at the end.
+// A spectrum that an import makes.
+struct imported_spectrum {
+    std::string name;                       // of its files, without ending
+    std::string signal, sidecar, reference; // files; reference is empty without one
+    long long points = 0;
+    double hz_per_point = 0.0;   // [Hz]
+    engine::noise_window noise;  // [points]
+    std::optional<double> phi_1; // [degrees], where the begin of the FID is known
+};
+
+// What an import tells while it runs.
+struct import_listener {
+    // Each spectrum in turn; its files appear with all others at the end.
+    std::function<void(const imported_spectrum &)> made;
+    // Behind each pass of several over the file: spectra so far, and of how many. May be empty.
+    std::function<void(std::size_t, std::size_t)> passed;
+};
+
+// Writes a spectrum and its sidecar for each FID that is chosen. All files appear together at the
+// end. Returns what was guessed and what a user should know, a sentence each.
 // Errors: as the readers; wrong_usage; bad_output.
-void import_spectra(const input_options &options, const spectrum_options &own);
+std::vector<std::string> import_spectra(const input_options &options, const spectrum_options &own,
+                                        const import_listener &listener);
 
 // Writes the pattern of one FID. Errors: as above.
 void import_pattern(const input_options &options, const std::string &output);
-
-// Warnings go to standard error behind the program's name.
-void warn(const std::string &text);
 
 // Makes a folder with those above it. Errors: bad_output.
 void make_folder(const std::string &folder);

@@ -17,7 +17,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <iostream>
 #include <numbers>
 #include <set>
 
@@ -97,7 +96,8 @@ complex_signal fid_on_grid(const complex_signal &spectrum, const basis_header &h
     return fid;
 }
 
-static pattern_grid grid_of(const basis_options &options, const basis_header &header) {
+static pattern_grid grid_of(const basis_options &options, const basis_header &header,
+                            std::vector<std::string> &warnings) {
     if (options.dwell_time && options.bandwidth)
         throw tool_error(wrong_usage, "--dwell and --bandwidth say the same; give one of them");
     std::optional<long long> points = options.points;
@@ -120,12 +120,13 @@ static pattern_grid grid_of(const basis_options &options, const basis_header &he
                                       "--dwell (or --bandwidth)");
     if (!mhz) {
         mhz = header.mhz;
-        warn("guessed spectrometer frequency of the data: that of the basis; --frequency sets "
-             "another");
+        warnings.emplace_back("guessed spectrometer frequency of the data: that of the basis; "
+                              "--frequency sets another");
     }
     if (!ppm) {
         ppm = basis_ppm;
-        warn("guessed ppm at the carrier of the data: 4.65; --ppm-at-carrier sets another");
+        warnings.emplace_back(
+            "guessed ppm at the carrier of the data: 4.65; --ppm-at-carrier sets another");
     }
     if (!kernel::transform_plan::exists_for(*points) || *points > search_limits::pattern_points)
         throw tool_error(bad_input, (options.like.empty() ? "--points " : options.like + ": ") +
@@ -166,7 +167,8 @@ static std::string file_name_of(const std::string &metabolite, std::set<std::str
     return free + ".bin";
 }
 
-void import_basis(const basis_options &options) {
+imported_basis import_basis(const basis_options &options) {
+    imported_basis made;
     std::optional<pattern_grid> grid;
     std::set<std::string> taken, missing(options.only.begin(), options.only.end());
     ordered_json list = ordered_json::array();
@@ -174,10 +176,10 @@ void import_basis(const basis_options &options) {
     if (!options.like.empty()) inputs.push_back(options.like);
     output_batch batch(inputs, options.force);
     const std::filesystem::path folder(options.folder);
-    std::vector<std::string> files;
+    std::vector<std::string> &files = made.patterns;
     const basis_header header = read_lcmodel_basis(
         options.input, [&](const basis_header &known, basis_spectrum metabolite) {
-            if (!grid) grid = grid_of(options, known);
+            if (!grid) grid = grid_of(options, known, made.warnings);
             if (!options.only.empty() && std::find(options.only.begin(), options.only.end(),
                                                    metabolite.name) == options.only.end())
                 return;
@@ -222,14 +224,10 @@ void import_basis(const basis_options &options) {
                          {"spectrometer_mhz", header.mhz},
                          {"field_ratio_applied", grid->mhz / header.mhz}};
     if (header.echo_time) sidecar["source"]["echo_time_s"] = *header.echo_time;
-    const std::string sidecar_name = (folder / "patterns.json").string();
-    batch.add({sidecar_name, sidecar.dump(2) + "\n"});
+    made.sidecar = (folder / "patterns.json").string();
+    batch.add({made.sidecar, sidecar.dump(2) + "\n"});
     batch.commit();
-    for (const std::string &file : files) std::cout << file << '\n';
-    std::cout << sidecar_name << '\n';
-    // as a control file has them
-    std::cout << "pattrn " << files.size() << '\n';
-    for (const std::string &file : files) std::cout << file << '\n';
+    return made;
 }
 
 } // namespace tools

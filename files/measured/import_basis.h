@@ -41,8 +41,14 @@ struct pattern_grid {
 complex_signal fid_on_grid(const complex_signal &spectrum, const basis_header &header,
                            const pattern_grid &grid);
 
-// Writes a pattern NAME.bin for each metabolite and patterns.json, and prints their names and the
-// lines of a control file for them. Errors: wrong_usage, bad_input, bad_output.
-void import_basis(const basis_options &options);
+struct imported_basis {
+    std::vector<std::string> patterns;
+    std::string sidecar;
+    std::vector<std::string> warnings; // what was guessed
+};
+
+// Writes a pattern NAME.bin for each metabolite and patterns.json.
+// Errors: wrong_usage, bad_input, bad_output.
+imported_basis import_basis(const basis_options &options);
 
 } // namespace tools

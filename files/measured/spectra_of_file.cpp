@@ -21,7 +21,7 @@ converted_spectra spectra_of_file(const input_options &options, const spectrum_o
     for (std::size_t s = 0; s < chosen.spectra.size() && out.spectra.size() < most; ++s) {
         complex_signal fid =
             std::move(read_fids(*source, chosen.spectra, s, s + 1, conversion.used()).front());
-        if (std::all_of(fid.begin(), fid.end(), [](auto v) { return v == 0.0; })) continue;
+        if (is_all_zero(fid)) continue;
         converted_spectrum &one = out.spectra.emplace_back();
         one.name = source->stem + chosen.spectra[s].suffix;
         one.sidecar = conversion.items();

@@ -32,7 +32,6 @@
 #include <fstream>
 #include <iostream>
 #include <set>
-#include <sstream>
 
 #include <unistd.h>
 
@@ -44,28 +43,29 @@ static void warn(const std::string &text) {
     std::cerr << "varokel-fit: " << text << '\n';
 }
 
-// Writes spectra and sidecars; returns their names. What the import prints is no result here.
+static bool progress_is_shown() {
+    return isatty(STDERR_FILENO) != 0;
+}
+
+// Writes spectra and sidecars; returns their names.
 static std::vector<std::string> import(const fit_options &own, const fs::path &folder,
                                        const std::optional<tools::reference_peak> &reference) {
-    std::ostringstream printed;
-    std::streambuf *const kept = std::cout.rdbuf(printed.rdbuf());
-    try {
-        tools::input_options input = own.input;
-        // a fit needs a power of two, and filling loses nothing; it is warned of and recorded
-        if (input.resize.empty()) input.resize = "fill";
-        tools::spectrum_options spectrum = own.spectrum;
-        tools::settle_reference(spectrum, reference);
-        spectrum.folder = folder.string();
-        tools::import_spectra(input, spectrum);
-    } catch (...) {
-        std::cout.rdbuf(kept);
-        throw;
-    }
-    std::cout.rdbuf(kept);
+    tools::input_options input = own.input;
+    // a fit needs a power of two, and filling loses nothing; it is warned of and recorded
+    if (input.resize.empty()) input.resize = "fill";
+    tools::spectrum_options spectrum = own.spectrum;
+    tools::settle_reference(spectrum, reference);
+    spectrum.folder = folder.string();
     std::vector<std::string> names;
-    std::istringstream lines(printed.str());
-    for (std::string line; std::getline(lines, line);)
-        if (line.ends_with(".bin")) names.push_back(fs::path(line).stem().string());
+    tools::import_listener listener;
+    listener.made = [&](const tools::imported_spectrum &made) { names.push_back(made.name); };
+    if (progress_is_shown())
+        listener.passed = [](std::size_t done, std::size_t of) {
+            std::cerr << '\r' << done << " of " << of << " spectra" << (done == of ? "\n" : "")
+                      << std::flush;
+        };
+    for (const std::string &text : tools::import_spectra(input, spectrum, listener))
+        std::cerr << "varokel-import: " << text << '\n';
     return names;
 }
 
@@ -117,10 +117,6 @@ static void prepare(const fit_options &own, tools::start_maker &maker,
     } catch (const fs::filesystem_error &error) {
         fit.why_not = error.what();
     }
-}
-
-static bool progress_is_shown() {
-    return isatty(STDERR_FILENO) != 0;
 }
 
 static void show_progress(const tools::planned_fit &, std::size_t number, std::size_t of) {

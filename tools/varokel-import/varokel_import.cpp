@@ -3,12 +3,18 @@
 //
 //   spectrum  S = rotate_{n/2}( (1/n) sum_k w_k fid[k] exp(-2 pi i jk/n) ),  w_0 = 1/2, else 1
 //   pattern   P[j] = conj(S'[(n - j) mod n]),  S' as S with w_0 = 1
+#include "files/base/held_text.h"
 #include "files/base/tool_error.h"
 #include "files/measured/convert_spectra.h"
 #include "files/measured/import_basis.h"
+#include "files/measured/signal_items.h"
 #include "common/command_line.h"
 #include "common/import_options.h"
 #include "common/run_tool.h"
+
+#include <iostream>
+
+#include <unistd.h>
 
 using tools::tool_error;
 
@@ -48,6 +54,45 @@ static void add_basis_options(tools::option_parser &app, tools::basis_options &o
     app.add_flag("--rescale", own.rescale, "take a basis of a field that differs by up to 5 %");
     app.add_flag("--force", own.force, "replace existing output files");
     app.footer("\nExample:\n  varokel-import basis press30.BASIS -o run --like run/brain.json");
+}
+
+static void warn(const std::vector<std::string> &texts) {
+    for (const std::string &text : texts) std::cerr << "varokel-import: " << text << '\n';
+}
+
+// The names of its files, and what a control file says of it.
+static std::string lines_of(const tools::imported_spectrum &made) {
+    std::string lines = made.signal + "\n" + made.sidecar + "\n";
+    if (!made.reference.empty()) lines += made.reference + "\n";
+    lines += "n_pnts " + std::to_string(made.points) + "\nHz_p_p " +
+             tools::shortest(made.hz_per_point) + "\nnoistr " + std::to_string(made.noise.first) +
+             "\nnoistp " + std::to_string(made.noise.stop) + "\n";
+    if (made.phi_1) lines += "phi__1 " + tools::shortest(*made.phi_1) + "\n";
+    return lines;
+}
+
+static void import_and_print(const tools::input_options &options,
+                             const tools::spectrum_options &own) {
+    tools::held_text report; // printed when the files are there
+    tools::import_listener listener;
+    listener.made = [&](const tools::imported_spectrum &made) {
+        report.add(lines_of(made), own.folder);
+    };
+    if (isatty(STDERR_FILENO) != 0)
+        listener.passed = [](std::size_t done, std::size_t of) {
+            std::cerr << '\r' << done << " of " << of << " spectra" << (done == of ? "\n" : "")
+                      << std::flush;
+        };
+    warn(tools::import_spectra(options, own, listener));
+    report.print(std::cout);
+}
+
+// With the lines of a control file for the patterns.
+static void print_basis(const tools::imported_basis &made) {
+    warn(made.warnings);
+    for (const std::string &file : made.patterns) std::cout << file << '\n';
+    std::cout << made.sidecar << "\npattrn " << made.patterns.size() << '\n';
+    for (const std::string &file : made.patterns) std::cout << file << '\n';
 }
 
 int main(int argc, char **argv) {
@@ -99,12 +144,14 @@ int main(int argc, char **argv) {
             throw tool_error(tools::wrong_usage, std::string("no output given; expected -o ") +
                                                      (pattern->parsed() ? "FILE.bin" : "FOLDER"));
         tools::settle_reference(own, std::nullopt);
-        if (pattern->parsed())
+        if (pattern->parsed()) {
             tools::import_pattern(pattern_options, output);
-        else if (basis->parsed())
-            tools::import_basis(basis_set);
-        else
-            tools::import_spectra(options, own);
+            std::cout << output << '\n';
+        } else if (basis->parsed()) {
+            print_basis(tools::import_basis(basis_set));
+        } else {
+            import_and_print(options, own);
+        }
         return static_cast<int>(tools::all_right);
     });
 }

@@ -9,35 +9,11 @@
 #include "files/start/peak_table.h"
 #include "files/start/table_keys.h"
 
-#include <filesystem>
-#include <iostream>
 #include <memory>
-#include <sstream>
 
 namespace web {
 
 namespace {
-
-// What is written to a stream while this lives.
-class captured {
-  public:
-    explicit captured(std::ostream &stream)
-        : stream_(stream), before_(stream.rdbuf(text_.rdbuf())) {}
-    ~captured() { stream_.rdbuf(before_); }
-    captured(const captured &) = delete;
-    captured &operator=(const captured &) = delete;
-    std::vector<std::string> lines() const {
-        std::vector<std::string> out;
-        std::istringstream all(text_.str());
-        for (std::string line; std::getline(all, line);) out.push_back(line);
-        return out;
-    }
-
-  private:
-    std::ostringstream text_;
-    std::ostream &stream_;
-    std::streambuf *before_;
-};
 
 // Options that the page leaves empty are not given.
 class option_reader {
@@ -136,15 +112,13 @@ ordered_json import_files(const ordered_json &asked) {
         of_table = reference_of(text->get<std::string>());
     spectrum.reference_peak = tools::settled_reference(spectrum.reference_text, of_table);
 
-    const captured printed(std::cout), said(std::cerr);
-    tools::import_spectra(input, spectrum);
     ordered_json out = {{"names", ordered_json::array()}, {"said", ordered_json::array()}};
-    for (const std::string &line : printed.lines())
-        if (line.ends_with(".bin"))
-            out["names"].push_back(std::filesystem::path(line).stem().string());
-    const std::string program = "varokel-import: ";
-    for (const std::string &line : said.lines())
-        out["said"].push_back(line.starts_with(program) ? line.substr(program.size()) : line);
+    tools::import_listener listener;
+    listener.made = [&](const tools::imported_spectrum &made) {
+        out["names"].push_back(made.name);
+    };
+    for (const std::string &text : tools::import_spectra(input, spectrum, listener))
+        out["said"].push_back(text);
     return out;
 }
 
