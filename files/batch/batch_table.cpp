@@ -3,13 +3,16 @@
 #include "files/batch/batch_table.h"
 
 #include "files/base/not_known.h"
+#include "files/batch/plan_head.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/run_entries.h"
+#include "files/results/run_files.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <set>
 
 namespace tools {
 
@@ -82,6 +85,14 @@ batch_table::batch_table(const batch_plan &plan) : plan_(plan) {
         start_areas_.push_back(entry.parameters[area_of].value);
     }
     shape_ = table_shape_of(plan);
+    for (const std::string &header : {results_header(), quality_header()}) {
+        std::set<std::string> columns;
+        for (const std::string &column : split(header.substr(0, header.find('\n')), '\t'))
+            if (!columns.insert(column).second)
+                refuse_manifest(plan.file("manifest.json"),
+                                "has an axis that is called as a column of its tables is: " +
+                                    column);
+    }
 }
 
 std::vector<fitted_entry> batch_table::entries_of(const fit_record &record,

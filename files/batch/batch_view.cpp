@@ -50,7 +50,10 @@ class table_reader {
                                             " columns; expected up to " +
                                             std::to_string(most_columns));
         for (std::size_t c = 0; c < cells_.size(); ++c) {
-            columns_.emplace(cells_[c], c);
+            if (!columns_.emplace(cells_[c], c).second)
+                throw tool_error(bad_input, file + ": two columns are called " +
+                                                text_of_cell(cells_[c]) +
+                                                ". Merge the batch again");
             names_.emplace_back(cells_[c]);
         }
         width_ = cells_.size();

@@ -7,6 +7,7 @@
 #include "files/base/tool_error.h"
 
 #include <algorithm>
+#include <set>
 
 namespace tools {
 
@@ -49,6 +50,13 @@ static void read_seconds(plan_axis &axis, const head_items &items) {
         items.refuse("seconds", "no list with a number for each place");
 }
 
+// As plans call them: columns of tables have these names.
+static bool is_axis_name(const std::string &name) {
+    return !name.empty() &&
+           name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_"
+                                  "0123456789") == name.npos;
+}
+
 static void read_axes(batch_plan &plan, const head_items &items, const std::string &file) {
     long long voxels = 1;
     int spatial = 0;
@@ -56,6 +64,8 @@ static void read_axes(batch_plan &plan, const head_items &items, const std::stri
         const head_items axis(each, file);
         plan.axes.push_back(
             {axis.text("name"), axis.whole("size", 1, most_voxels), axis.truth("spatial")});
+        if (!is_axis_name(plan.axes.back().name))
+            axis.refuse("name", "no name of letters, digits and _");
         if (each.contains("seconds")) read_seconds(plan.axes.back(), axis);
         if (plan.axes.size() > most_axes || plan.axes.back().size > most_voxels / voxels)
             items.refuse("axes", "larger than any measurement");
@@ -88,9 +98,12 @@ void read_head(batch_plan &plan, const std::string &file) {
     if (!method) items.refuse("method", "none of classic, exact and both");
     plan.method = *method;
     read_axes(plan, items, file);
+    std::set<std::string> different;
     for (const auto &entry : items.list("entries")) {
         if (!entry.is_string() || !is_plain_text(entry.get<std::string>()))
             items.refuse("entries", "no list of names");
+        if (!different.insert(entry.get<std::string>()).second)
+            items.refuse("entries", "a list with a name twice");
         plan.entry_names.push_back(entry.get<std::string>());
     }
     for (const auto &each : items.list("derived")) {

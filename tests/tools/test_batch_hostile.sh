@@ -140,8 +140,24 @@ refused "item method is none of classic, exact and both" 's/"method": "classic"/
 refused "item entry is no whole number from 1 to 2" 's/"windows": \[\]/"windows": [{"entry": 3, "parameter": 1, "from": 0, "to": 1}]/'
 refused "item parameter is no whole number from 1 to 5" 's/"windows": \[\]/"windows": [{"entry": 1, "parameter": 0, "from": 0, "to": 1}]/'
 refused "no list of intervals" 's/"windows": \[\]/"windows": [{"entry": 1, "parameter": 1, "from": 2, "to": 1}]/'
+refused "item name is no name of letters, digits and _" 's/("name": ")x"/${1}=x"/'
+refused "item name is no name of letters, digits and _" 's/("name": ")x"/${1}<b>"/'
+refused "item entries is a list with a name twice" 's/"right"/"left"/'
 refused "item format" 's/"format": \d+/"format": "two"/'
 refused "no valid JSON" 's/"right"/"r\xe9ght"/'
+# names of axes that a table has as columns already
+for name in y status spectrum; do
+    rm -rf edited && cp -r good edited
+    perl edit.pl edited/manifest.json "s/(\"name\": \")x\"/\${1}$name\"/"
+    rm -r edited/shards
+    "$batch" run edited >out 2>err
+    status 3 "$batch" merge edited --force
+    holds err "has an axis that is called as a column of its tables is: $name"
+done
+rm -rf edited && cp -r good edited
+sed -i '1s/\tx\t/\ty\t/' edited/results.tsv
+status 3 "$programs/varokel-report" edited --force
+holds err 'edited/results.tsv: two columns are called y'
 refused "manifest.json: cannot be opened" 's/.*/;/s if 0; system "rm edited/manifest.json; mkdir edited/manifest.json"; exit 0'
 for file in names.txt voxels.nii sidecar.json start.par; do
     rm -rf edited && cp -r good edited
