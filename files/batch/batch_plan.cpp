@@ -60,6 +60,7 @@ batch_plan read_plan(const std::string &folder) {
     expect_same(plan, "names.txt", items.digest("names_sha256"));
     if (plan.values == "estimate" || items.has("peaks_sha256"))
         expect_same(plan, "peaks.txt", items.digest("peaks_sha256"));
+    if (items.has("water")) expect_same(plan, "water.f64", items.digest("water_sha256"));
     if (plan.grid) expect_same(plan, "voxels.nii", items.digest("voxels_sha256"));
     for (const auto &pattern : items.list("patterns"))
         expect_same(plan, "patterns/" + pattern["file"].get<std::string>(),

@@ -255,18 +255,22 @@ void batch_view::read_derived() {
     table_reader table(file);
     const std::size_t spectrum = table.column("spectrum"), name = table.column("name");
     const std::size_t value = table.column("value"), sd = table.column("error_1sd");
-    const std::size_t expression = table.column("expression");
+    const std::size_t expression = table.column("expression"), unit = table.column("unit");
     std::map<std::string, std::size_t> at;
     while (table.next()) {
         const auto found = by_name_.find(table.text(spectrum));
         if (found == by_name_.end())
             throw tool_error(bad_input, file + ": spectrum " + table.text(spectrum) +
                                             " is not in manifest.json; merge the batch again");
-        const auto [place, fresh] = at.emplace(table.text(name), further.size());
+        const auto [place, fresh] =
+            at.emplace(table.text(name) + "=" + table.text(expression), further.size());
         if (fresh) {
-            further.push_back({table.text(name), "", std::vector<double>(spectra.size(), not_known),
+            const std::string own_unit = table.text(unit) == "n/a" ? "" : table.text(unit);
+            further.push_back({table.text(name), own_unit,
+                               std::vector<double>(spectra.size(), not_known),
                                std::vector<double>(spectra.size(), not_known)});
-            derived.push_back(table.text(name) + "=" + table.text(expression));
+            if (own_unit.empty()) // amounts by water are worked out of the plan
+                derived.push_back(table.text(name) + "=" + table.text(expression));
         }
         further[place->second].values[found->second] = table.number(value);
         further[place->second].errors[found->second] = table.number(sd);

@@ -3,6 +3,8 @@
 
 #include "files/base/not_known.h"
 #include "files/base/tool_error.h"
+#include "files/batch/water_areas.h"
+#include "files/results/amounts.h"
 
 #include <algorithm>
 
@@ -27,6 +29,10 @@ std::vector<std::string> expressions_of(const batch_plan &plan,
     return all;
 }
 
+bool has_amounts(const batch_plan &plan) {
+    return plan.head.contains("water");
+}
+
 std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_lines &lines,
                                          all_parts &parts,
                                          const std::vector<std::string> &expressions) {
@@ -38,6 +44,16 @@ std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_line
         columns[e].values.assign(count, not_known);
         columns[e].errors.assign(count, not_known);
     }
+    const std::vector<water_area> water = read_water_areas(plan);
+    if (!water.empty())
+        for (const auto &each : plan.head.at("water").at("amounts")) {
+            derived_column &column = columns.emplace_back();
+            column.name = each.at("name").get<std::string>();
+            column.expression = each.at("expression").get<std::string>() + by_water;
+            column.unit = plan.head.at("water").at("unit").get<std::string>();
+            column.values.assign(count, not_known);
+            column.errors.assign(count, not_known);
+        }
     const batch_table table(plan);
     for (long long line = 0; line < plan.spectra && !columns.empty(); ++line) {
         const planned_spectrum spectrum = lines.read(line);
@@ -49,6 +65,13 @@ std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_line
             const derived_area derived = derive_area(run, expressions[e]);
             columns[e].values[number] = derived.value;
             columns[e].errors[number] = derived.error_1sd;
+        }
+        if (water.empty() || !(water[number].area > 0.0)) continue;
+        const std::vector<derived_area> amounts =
+            amounts_of(run, plan.head.at("water"), water[number].area, water[number].error);
+        for (std::size_t a = 0; a < amounts.size(); ++a) {
+            columns[expressions.size() + a].values[number] = amounts[a].value;
+            columns[expressions.size() + a].errors[number] = amounts[a].error_1sd;
         }
     }
     return columns;
@@ -66,6 +89,7 @@ std::string derived_table(const batch_plan &plan, const plan_lines &lines,
             derived.expression = column.expression;
             derived.value = column.values[n];
             derived.error_1sd = column.errors[n];
+            derived.unit = column.unit;
             text += derived_row(spectrum.name, derived, places_of(plan, spectrum));
         }
     }

@@ -13,7 +13,7 @@ namespace tools {
 
 // One expression. Not a number where a spectrum has no fit, or a fit no covariance.
 struct derived_column {
-    std::string name, expression;
+    std::string name, expression, unit; // the unit of an amount by water, else empty
     std::vector<double> values, errors; // by the number of the spectrum; one standard deviation
 };
 
@@ -22,10 +22,14 @@ struct derived_column {
 std::vector<std::string> expressions_of(const batch_plan &plan,
                                         const std::vector<std::string> &more);
 
-// Errors: bad_input for damaged parts.
+// The expressions, and behind them the amounts by water of a plan that has one, without number
+// where a spectrum has no water. Errors: bad_input for damaged parts.
 std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_lines &lines,
                                          all_parts &parts,
                                          const std::vector<std::string> &expressions);
+
+// Whether a plan has amounts by water.
+bool has_amounts(const batch_plan &plan);
 
 // derived.tsv and the JSON that describes it: a row for each expression of each spectrum.
 std::string derived_table(const batch_plan &plan, const plan_lines &lines,

@@ -75,6 +75,18 @@ static void read_axes(batch_plan &plan, const head_items &items, const std::stri
     if (plan.grid && spatial != 3) items.refuse("grid", "true without three directions in space");
 }
 
+// What derive_batch takes from it.
+static void check_water(const head_items &water, const std::string &file) {
+    water.text("unit");
+    if (!water.number("area", true)) water.refuse("area", "no number above 0");
+    for (const auto &each : water.list("amounts")) {
+        const head_items amount(each, file);
+        amount.text("name");
+        amount.text("expression");
+        if (!amount.number("per_area", false)) amount.refuse("per_area", "no number");
+    }
+}
+
 void read_head(batch_plan &plan, const std::string &file) {
     const head_items items(plan.head, file);
     if (const long long format = items.whole("format", 0, 1000000); format != batch_format)
@@ -111,6 +123,7 @@ void read_head(batch_plan &plan, const std::string &file) {
             items.refuse("derived", "no list of expressions");
         plan.derived.push_back(each.get<std::string>());
     }
+    if (items.has("water")) check_water(head_items(items.item("water"), file), file);
     const head_items scale(items.item("scale"), file);
     plan.scale.hz_per_point = scale.number("hz_per_point", true);
     plan.scale.mhz = scale.number("spectrometer_mhz", true);

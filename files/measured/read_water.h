@@ -19,11 +19,13 @@ struct noise_of_both {
 
 struct water_file {
     std::string file, sha256;
-    // one, or one for each spectrum of the data, of area 0 for voxels that are all zero
+    // one, or one for each spectrum that is asked for, of area 0 for voxels that are all zero and
+    // for what is passed over
     std::vector<water_signal> signals;
     std::optional<double> echo_time, repetition_time, averages; // as its metadata say
-    std::optional<double> data_averages;                        // of the data
-    std::vector<std::string> warnings;                          // of how it was read
+    std::optional<double> data_echo_time, data_repetition_time, data_averages; // of the data
+    long long without_water = 0;        // spectra that were passed over
+    std::vector<std::string> warnings;  // of how it was read
     bool combined_alone = false;        // coils of the water were combined, the data have none
     std::optional<noise_of_both> noise; // not where the data were combined elsewhere
 };
@@ -33,9 +35,13 @@ struct water_file {
 //             averages, index) as far as they hold for it. Its coils are combined with the weights
 //             of the data, so that the ratio of both holds whatever these are
 //   options   own: of the data
+//   which     of the spectra that the options choose, rising; nothing: all of them, and what is no
+//             water is an error. Of these, spectra without water are passed over and counted
 // Errors: bad_input when it is no reference of the data (reference_check.h), has another dwell time
-//         or a number of FIDs that is neither 1 nor that of the data.
+//         a number of FIDs that is neither 1 nor that of the data, or another grid; no spectrum
+//         with water.
 water_file read_water(const std::string &file, const input_options &options,
-                      const spectrum_options &own);
+                      const spectrum_options &own,
+                      const std::optional<std::vector<std::size_t>> &which = {});
 
 } // namespace tools

@@ -135,28 +135,44 @@ ordered_json amounts_item(const amount_rows &rows, const water_measurement &wate
     return item;
 }
 
+static void refuse_item(const run_result &run, const json_error &error) {
+    throw tool_error(bad_input, run.name +
+                                    ".json: item water_reference is not as varokel-fit "
+                                    "writes it (" +
+                                    error.what() + ")");
+}
+
 std::vector<derived_area> amounts_of(const run_result &run) {
-    std::vector<derived_area> amounts;
     const auto found = run.sidecar.find("water_reference");
-    if (found == run.sidecar.end()) return amounts;
+    if (found == run.sidecar.end()) return {};
+    double area = 0.0, error_1sd = 0.0;
     try {
-        const double area = found->at("area").get<double>();
-        const double relative = found->at("area_error_1sd").get<double>() / area;
-        for (const auto &each : found->at("amounts")) {
-            const double per_area = each.at("per_area").get<double>();
+        area = found->at("area").get<double>();
+        error_1sd = found->at("area_error_1sd").get<double>();
+    } catch (const json_error &error) {
+        refuse_item(run, error);
+    }
+    return amounts_of(run, *found, area, error_1sd);
+}
+
+std::vector<derived_area> amounts_of(const run_result &run, const ordered_json &item, double area,
+                                     double area_error) {
+    std::vector<derived_area> amounts;
+    const double relative = area_error / area;
+    try {
+        const double of_item = item.at("area").get<double>() / area;
+        for (const auto &each : item.at("amounts")) {
+            const double per_area = each.at("per_area").get<double>() * of_item;
             derived_area amount = derive_area(run, each.at("name").get<std::string>() + "=" +
                                                        each.at("expression").get<std::string>());
             amount.value *= per_area;
             amount.error_1sd = std::hypot(amount.error_1sd * per_area, amount.value * relative);
-            amount.expression += " by water";
-            amount.unit = found->at("unit").get<std::string>();
+            amount.expression += by_water;
+            amount.unit = item.at("unit").get<std::string>();
             amounts.push_back(amount);
         }
     } catch (const json_error &error) {
-        throw tool_error(bad_input, run.name +
-                                        ".json: item water_reference is not as varokel-fit "
-                                        "writes it (" +
-                                        error.what() + ")");
+        refuse_item(run, error);
     }
     return amounts;
 }

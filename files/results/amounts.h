@@ -47,8 +47,15 @@ struct water_measurement {
 ordered_json amounts_item(const amount_rows &rows, const water_measurement &water,
                           const std::vector<std::string> &assumed, const std::string &table_file);
 
+// Behind the expression of an amount in tables.
+inline constexpr const char *by_water = " by water";
+
 // What such an item of a run's sidecar says of its areas; nothing without one. The error of the
 // water's area is in those of the amounts. Errors: bad_input for an item that holds something else.
 std::vector<derived_area> amounts_of(const run_result &run);
+
+// The same of another water, with this area and its error [signal].
+std::vector<derived_area> amounts_of(const run_result &run, const ordered_json &item, double area,
+                                     double area_error);
 
 } // namespace tools

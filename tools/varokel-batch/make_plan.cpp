@@ -24,17 +24,31 @@ void make_plan(const plan_options &options) {
     if (options.folder.empty()) throw tool_error(wrong_usage, "-o FOLDER is needed");
     if (!options.spectrum.reference.empty() || options.spectrum.eddy)
         throw tool_error(wrong_usage, "reference lines are for varokel-import; plan its folder");
+    if (options.peaks.empty() && !(options.water.file.empty() && !options.water.scale))
+        throw tool_error(wrong_usage,
+                         "--water needs the rows \"amount\" of a table: --peaks TABLE");
+    if (!options.peaks.empty()) {
+        const peak_table table = read_peak_table(options.peaks);
+        check_amounts(options.water, options.peaks, table);
+        const std::string text = missing_water(options.water, table);
+        if (!text.empty()) warn_of_plan(text);
+    }
     plan_folder folder(options.folder, options.input.force);
     const std::string &work = folder.work();
     std::error_code error;
 
     plan_draft batch;
-    for (const std::string &input : {options.input.input, options.input.json, options.mask,
-                                     options.start, options.peaks, options.names})
+    for (const std::string &input :
+         {options.input.input, options.input.json, options.mask, options.start, options.peaks,
+          options.names, options.water.file})
         batch.states[input] = file_state(input);
     if (fs::is_directory(options.input.input, error)) {
         if (!options.mask.empty())
             throw tool_error(wrong_usage, "--mask needs an input with a grid, not a folder");
+        if (!options.water.file.empty())
+            throw tool_error(wrong_usage,
+                             "--water needs the measured file as INPUT, not the folder "
+                             "that was imported");
         plan_imported(options, work, batch);
     } else {
         plan_signals(options, work, batch);

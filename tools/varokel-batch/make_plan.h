@@ -3,6 +3,7 @@
 #pragma once
 
 #include "files/measured/convert_spectra.h"
+#include "common/water_item.h"
 
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@ struct plan_options {
     std::string mask, select, values = "same", method = "exact";
     std::string keep;                // empty, all, none or worst:N
     std::string time_step;           // empty, "S" or "DIM=S": seconds between places of a series
+    water_options water;             // with a table of peaks
     std::vector<std::string> derive; // behind those of the table
     std::vector<std::string> command;
 };

@@ -159,7 +159,8 @@ static void write_derived(const batch_plan &plan, const plan_lines &lines, all_p
             const std::string name = plan.file("maps/") + derived_prefix + stems[c] +
                                      (error ? ".error_1sd" : "") + ".nii.gz";
             write_map(name, plan.file("voxels.nii"), shape.sizes, map,
-                      columns[c].name + (error ? " error 1sd" : ""));
+                      columns[c].name + (error ? " error 1sd" : "") +
+                          (columns[c].unit.empty() ? "" : " " + columns[c].unit));
             names.push_back(name);
         }
 }
@@ -260,7 +261,7 @@ int merge_batch(const merge_options &options) {
         names.push_back(plan.file("pictures.f32"));
         names.push_back(plan.file("pictures.tsv"));
     }
-    if (!expressions.empty())
+    if (!expressions.empty() || has_amounts(plan))
         names.insert(names.end(), {plan.file("derived.tsv"), plan.file("derived.json")});
     const output_batch check({}, options.force);
     for (const std::string &name : names) check.refuse_overwriting(name);
@@ -281,7 +282,8 @@ int merge_batch(const merge_options &options) {
     std::vector<std::string> maps; // there may be hundreds: their folder is named, not each
     if (plan.grid) write_maps(plan, lines, parts, maps);
     if (options.force) remove_derived(plan);
-    if (!expressions.empty()) write_derived(plan, lines, parts, expressions, maps);
+    if (!expressions.empty() || has_amounts(plan))
+        write_derived(plan, lines, parts, expressions, maps);
     if (plan.keep > 0) write_curves(plan, lines, parts.shards());
     quality.finish();
     results.finish();

@@ -23,6 +23,7 @@ struct plan_draft {
     std::vector<std::string> inputs;
     std::map<std::string, std::string> states; // of inputs before they were read (file_state)
     ordered_json scale, source;
+    ordered_json water; // as water_reference of a sidecar; null without it
     long long points = 0;
     bool grid = false;
 };

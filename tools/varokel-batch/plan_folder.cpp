@@ -101,8 +101,8 @@ void plan_folder::put_in_place() {
     };
     if (replaced_) remove_replaced();
     move("manifest.json");
-    for (const char *const part :
-         {"spectra.f32", "start.par", "names.txt", "peaks.txt", "sidecar.json", "voxels.nii"})
+    for (const char *const part : {"spectra.f32", "start.par", "names.txt", "peaks.txt",
+                                   "sidecar.json", "voxels.nii", "water.f64"})
         move(part);
     if (replaced_) remove_files(name_ + "/patterns", replaced_->pattern_files);
     std::vector<std::string> patterns;

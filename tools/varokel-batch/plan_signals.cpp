@@ -10,10 +10,13 @@
 #include "files/spectra/signal_file.h"
 #include "files/start/peak_table.h"
 #include "common/import_options.h"
+#include "varokel-batch/plan_water.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <set>
 
@@ -140,6 +143,42 @@ static std::vector<std::size_t> list_spectra(const plan_options &options,
     return origin;
 }
 
+namespace {
+
+// What --remove-water took out of the spectra.
+class removed_from_all {
+  public:
+    void add(const ordered_json &of_one) {
+        if (spectra_++ == 0) first_ = of_one;
+        const double power = of_one["power_percent"].get<double>();
+        least_ = std::min(least_, power);
+        most_ = std::max(most_, power);
+        left_ = std::max(left_, of_one["left_over_noise"].get<double>());
+        if (of_one["lines"].empty()) ++untouched_;
+    }
+    // As of a single spectrum, but for its lines.
+    void finish(ordered_json &scale) const {
+        if (spectra_ == 0) return;
+        char text[300];
+        std::snprintf(text, sizeof text,
+                      "lines from %.4g to %.4g ppm were taken out of the FIDs of %lld of %lld "
+                      "spectra: %.3g to %.3g %% of their power; %.3g times the noise is left there "
+                      "at most",
+                      first_["from_ppm"].get<double>(), first_["to_ppm"].get<double>(),
+                      spectra_ - untouched_, spectra_, least_, most_, left_);
+        scale["lines_removed"] = {{"from_ppm", first_["from_ppm"]},   {"to_ppm", first_["to_ppm"]},
+                                  {"spectra", spectra_ - untouched_}, {"of", spectra_},
+                                  {"least_power_percent", least_},    {"most_power_percent", most_},
+                                  {"most_left_over_noise", left_},    {"text", text}};
+        warn_of_plan(text);
+    }
+
+  private:
+    ordered_json first_;
+    long long spectra_ = 0, untouched_ = 0;
+    double least_ = std::numeric_limits<double>::infinity(), most_ = 0.0, left_ = 0.0;
+};
+
 // The points of one FID after the other, into spectra.f32.
 class signal_writer {
   public:
@@ -157,13 +196,16 @@ class signal_writer {
             return;
         }
         conversion_.measured_of(fid);
-        const complex_signal points = conversion_.spectrum_of(std::move(fid), nullptr, nullptr);
+        ordered_json said;
+        const complex_signal points = conversion_.spectrum_of(std::move(fid), nullptr, &said);
+        if (said.contains("lines_removed")) removed_.add(said["lines_removed"]);
         if (!described_) describe(points);
         add_spectrum(spectrum, signal_bytes(points), file_);
     }
     // false when there was none to fit.
     bool finish() {
         file_.finish();
+        removed_.finish(batch_.scale);
         return described_;
     }
 
@@ -180,15 +222,20 @@ class signal_writer {
     }
     spectrum_conversion &conversion_;
     plan_draft &batch_;
+    removed_from_all removed_;
     part_file file_;
     bool described_ = false;
 };
 
+} // namespace
+
 void plan_signals(const plan_options &options, const std::string &work, plan_draft &batch) {
     input_options input = options.input;
+    input.coils_beside = has_coils(options.water.file, input);
     const std::unique_ptr<spectrum_source> source =
         open_combined(input.input, input.json, input, false);
-    const choice chosen = choose_spectra(*source, with_whole_axes(*source, input.choice));
+    const choice_options wanted = with_whole_axes(*source, input.choice);
+    const choice chosen = choose_spectra(*source, wanted);
     const std::vector<std::size_t> origin = list_spectra(options, *source, chosen.spectra, batch);
     spectrum_options settled = options.spectrum;
     settle_reference(settled, options.peaks.empty() ? std::nullopt
@@ -220,6 +267,9 @@ void plan_signals(const plan_options &options, const std::string &work, plan_dra
     if (conversion.measured() < batch.points)
         batch.scale["measured_points"] = conversion.measured();
     for (const std::string &text : conversion.remarks()) warn_of_plan(text);
+    if (options.water.file.empty()) return;
+    input.choice = wanted;
+    plan_water(options, input, origin, work, batch);
 }
 
 } // namespace tools

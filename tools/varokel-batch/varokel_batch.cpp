@@ -27,6 +27,7 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
                    "derive: of the table; may be repeated")
         ->type_name("EXPR")
         ->allow_extra_args(false);
+    tools::add_water_options(app, own.water);
     app.add_option("--time-step", own.time_step,
                    "seconds from one spectrum of a series to the next, for tables and pages; with "
                    "several dimensions as DIM_DYN=3")

@@ -52,6 +52,10 @@ static ordered_json head_of(const plan_options &options, const plan_draft &batch
     head["start_sha256"] = sha256_of_file(work + "/start.par");
     if (!options.peaks.empty()) head["peaks_sha256"] = sha256_of_file(work + "/peaks.txt");
     head["names_sha256"] = sha256_of_file(work + "/names.txt");
+    if (!batch.water.is_null()) {
+        head["water"] = batch.water;
+        head["water_sha256"] = sha256_of_file(work + "/water.f64");
+    }
     if (batch.grid) head["voxels_sha256"] = sha256_of_file(work + "/voxels.nii");
     head["sidecar_sha256"] = sha256_of_file(work + "/sidecar.json");
     head["guessed"] = start.guesses;

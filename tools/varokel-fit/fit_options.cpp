@@ -36,21 +36,7 @@ void add_fit_options(option_parser &app, fit_options &own) {
     app.add_flag("--look", own.look,
                  "fit nothing: write look.html, the spectrum with the peaks of the table where the "
                  "fit would begin, the points to fit, the noise window and every guess");
-    app.add_option("--water", own.water,
-                   "FID of the water of the same voxel, without suppression: amounts of what rows "
-                   "amount: of the table name")
-        ->type_name("FILE");
-    app.add_option("--water-scale", own.water_scale,
-                   "factor from the unit of that file to that of the data (gain, sums of averages; "
-                   "default 1)")
-        ->type_name("X")
-        ->check(positive_number);
-    app.add_option("--echo-time", own.echo_time, "for amounts, where neither file nor table say it")
-        ->type_name("S")
-        ->check(positive_number);
-    app.add_option("--repetition-time", own.repetition_time, "as --echo-time")
-        ->type_name("S")
-        ->check(positive_number);
+    add_water_options(app, own.water);
     app.add_flag("!--no-report", own.report, "no page and pictures, tables only");
     app.add_option("--varokel", own.program,
                    "the fitter (default: beside this program, or in PATH)")

@@ -4,6 +4,7 @@
 
 #include "files/measured/convert_spectra.h"
 #include "common/command_line.h"
+#include "common/water_item.h"
 
 #include <string>
 #include <vector>
@@ -15,8 +16,7 @@ struct fit_options {
     spectrum_options spectrum;
     std::string peaks, output, program;
     std::vector<std::string> derive;
-    std::string water; // file of the water of the same voxel
-    std::optional<double> water_scale, echo_time, repetition_time;
+    water_options water;
     int jobs = 1;
     unsigned limit = 0;
     std::string method = "both"; // or exact, classic

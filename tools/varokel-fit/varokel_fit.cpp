@@ -174,7 +174,7 @@ static std::vector<std::string> derived_of(const fit_options &own, const tools::
 // What is read; what the import finds beside the measured files stands in their folders.
 static std::vector<std::string> inputs_of(const fit_options &own, const tools::peak_table &table) {
     std::vector<std::string> inputs = {own.input.input, own.peaks, own.input.json,
-                                       own.spectrum.reference, own.water};
+                                       own.spectrum.reference, own.water.file};
     for (const tools::table_row &row : table.rows)
         if (!row.pattern_file.empty())
             inputs.push_back(tools::find_pattern_file(own.peaks, row.pattern_file));
@@ -228,7 +228,7 @@ static std::string fitter_of(const fit_options &own) {
 static std::vector<tools::prepared_fit> prepare_fits(const fit_options &own, const fs::path &work,
                                                      tools::peak_table table) {
     const std::vector<std::string> names = import(own, work, table.reference);
-    if (!own.water.empty())
+    if (!own.water.file.empty())
         for (const std::string &text : tools::add_water(own, table.amounts, work.string(), names))
             warn(text);
     const tools::fitted_by by = own.method == "exact"  ? tools::fitted_by::engine
@@ -324,7 +324,8 @@ static fit_results show_fits(const fit_options &own, const std::vector<tools::pr
 static int fit(const fit_options &own) {
     tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
     const std::vector<std::string> derived = derived_of(own, table);
-    tools::check_amounts(own, table);
+    tools::check_amounts(own.water, own.peaks, table);
+    if (const std::string text = tools::missing_water(own.water, table); !text.empty()) warn(text);
     if (table.fit_mode == 2 && own.spectrum.reference.empty())
         throw tool_error(tools::bad_input,
                          own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
@@ -381,7 +382,7 @@ int main(int argc, char **argv) {
             return *status;
         tools::watch_for_interrupts();
         try {
-            own.input.coils_beside = tools::has_coils(own.water, own.input) ||
+            own.input.coils_beside = tools::has_coils(own.water.file, own.input) ||
                                      tools::has_coils(own.spectrum.reference, own.input);
             return fit(own);
         } catch (const fs::filesystem_error &error) {

@@ -11,10 +11,6 @@
 
 namespace tools {
 
-// Whether option and table ask for amounts, before the long work. Errors: wrong_usage when one of
-// them does and the other does not; bad_input for rows that do not go together.
-void check_amounts(const fit_options &own, const peak_table &table);
-
 // Reads the water and adds the item "water_reference" to the sidecars NAME.json in a folder.
 // Returns what to say about it, a sentence each. Errors: bad_input.
 std::vector<std::string> add_water(const fit_options &own, const amount_rows &rows,

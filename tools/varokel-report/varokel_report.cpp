@@ -162,7 +162,7 @@ static void derive_more(tools::batch_view &batch, const report_options &options,
         std::erase_if(batch.further, [&](const tools::batch_column &other) {
             return other.name == column.name && !other.errors.empty();
         });
-        batch.further.push_back({column.name, "", column.values, column.errors});
+        batch.further.push_back({column.name, column.unit, column.values, column.errors});
     }
     tools::output_batch files({}, options.force);
     const std::string names[] = {(fs::path(output) / "derived.tsv").string(),

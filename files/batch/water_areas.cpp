@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "files/batch/water_areas.h"
+
+#include "files/base/output_file.h"
+#include "files/base/tool_error.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace tools {
+
+void write_water_areas(const std::string &file, const std::vector<water_area> &areas) {
+    write_files({{file, std::string(reinterpret_cast<const char *>(areas.data()),
+                                    areas.size() * sizeof(water_area))}},
+                {}, false);
+}
+
+std::vector<water_area> read_water_areas(const batch_plan &plan) {
+    if (!plan.head.contains("water")) return {};
+    const std::string file = plan.file("water.f64");
+    const auto size = static_cast<std::size_t>(plan.spectra) * sizeof(water_area);
+    std::error_code error;
+    std::vector<water_area> areas(static_cast<std::size_t>(plan.spectra));
+    std::ifstream stream(file, std::ios::binary);
+    if (std::filesystem::file_size(file, error) != size || error ||
+        !stream.read(reinterpret_cast<char *>(areas.data()), static_cast<std::streamsize>(size)))
+        throw tool_error(bad_input,
+                         file + ": holds no area of water for each spectrum; plan again");
+    return areas;
+}
+
+} // namespace tools
