@@ -75,8 +75,10 @@ export function show_facts(bench, said) {
     ["Nucleus", [side.nucleus, side.spectrometer_mhz && `${side.spectrometer_mhz} MHz`].filter(Boolean).join(", ")],
     ["Measured as", side.source?.format],
     ["Noise window", noise && `points ${noise.first} to ${noise.stop - 1}, ${noise.chosen_by ?? noise.how ?? ""}`]];
+  const guessed = side.guessed ?? [], is_told = (text) => guessed.some((each) => text.startsWith(`guessed ${each.item} `));
+  const warnings = [...new Set([...(side.warnings ?? []), ...said.filter((text) => !is_told(text))])];
   by_id("about").replaceChildren(element("h2", {}, bench.spectrum.name),
     ...facts.filter(([, text]) => text).map(([name, text]) => element("p", { class: "fact" }, element("strong", {}, `${name}: `), text)),
-    element("ul", { class: "said" }, ...(side.guessed ?? []).map((each) => element("li", {}, `guessed ${each.item}: ${each.value} (${each.reason})`)),
-      ...(side.warnings ?? []).map((text) => element("li", { class: "warning" }, text)), ...said.map((text) => element("li", { class: "warning" }, text))));
+    element("ul", { class: "said" }, ...guessed.map((each) => element("li", {}, `guessed ${each.item}: ${each.value} (${each.reason})`)),
+      ...warnings.map((text) => element("li", { class: "warning" }, text))));
 }

@@ -17,6 +17,28 @@ test("an accepted fit is in the table; going back leaves it alone", async () => 
   await bench((b) => b.undo());
 });
 
+test("what the table derives is shown with errors, taken away, and amounts without water are said", async () => {
+  await load_example();
+  await bench((b) => b.set_text(`derive: ratio = PCr/GATP\nderive: log10(PCr)\namount: PCr, protons=1\n${b.text}`));
+  await fit();
+  const rows = await now.page.locator("#derived tbody tr").evaluateAll((nodes) => nodes.map((node) => [...node.children].map((each) => each.textContent)));
+  assert.deepEqual(rows.map((row) => row[0]), ["ratio", "log10(PCr)"]);
+  for (const [, value, percent] of rows) {
+    assert.match(value, /^\d+\.\d+ ± 0\.\d+$/);
+    assert.match(percent, /^\d+(\.\d+)? %$/);
+  }
+  // the ratio is that of the areas that are shown, to the digits they have
+  const area = async (name) => Number((await now.page.locator(`#values tr:has(th:text-is("${name}")) td >> nth=0`).textContent()).split(" ")[0]);
+  const ratio = (await area("PCr")) / (await area("GATP"));
+  assert.ok(Math.abs(parseFloat(rows[0][1]) / ratio - 1) < 0.003, `${rows[0][1]} is not ${ratio}`);
+  assert.match(await now.page.textContent("#pane-result"), /need the water/);
+  const table = (await saved("derived.tsv")).toString().trim().split("\n");
+  assert.equal(table.length, 3);
+  await bench((b) => b.set_text(b.text.replace("PCr/GATP", "PCr/NAA")));
+  assert.match(await now.page.textContent("#error"), /NAA/);
+  await bench((b) => b.undo());
+});
+
 test("everything can be taken away", async () => {
   await load_example();
   await fit();

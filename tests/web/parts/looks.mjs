@@ -25,6 +25,26 @@ test("without a spectrum the page says what to do, and what cannot do anything l
   assert.deepEqual(now.troubles, []);
 });
 
+test("at 1280 pixels no column of Voigt lines is cut, in the list and in the result", async () => {
+  await load_example();
+  await bench((b) => b.edit(...b.entries.flatMap(({ row }) => [{ edit: "cell", row, column: "gauss", cell: "5" }, { edit: "cell", row, column: "type", cell: "voigt" }])));
+  assert.equal(await bench((b) => b.error), null);
+  const cut = () => now.page.evaluate(() => [...document.querySelectorAll(".wide")].filter((each) => each.checkVisibility()).map((each) => each.scrollWidth - each.clientWidth));
+  await now.page.click("#tab-lines");
+  assert.deepEqual(await cut(), [0]);
+  await fit();
+  assert.deepEqual(await cut(), [0]);
+});
+
+test("the help begins at its top, at 400 pixels too", async () => {
+  await now.page.setViewportSize({ width: 400, height: 600 });
+  await now.page.click("#help-open");
+  assert.equal(await now.page.locator("#help").evaluate((node) => node.scrollHeight > node.clientHeight && node.scrollTop), 0);
+  await now.page.keyboard.press("Escape");
+  assert.equal(await now.page.locator("#help").isVisible(), false);
+  await now.page.setViewportSize({ width: 1280, height: 900 });
+});
+
 // Names as a screen reader has them, and roles that need others.
 test("every control has a name, tables and regions too, and panels are where their tabs say", async () => {
   await load_example();
