@@ -50,7 +50,7 @@ enum varokel_status {
     VAROKEL_BAD_PROBLEM = 2,    /* what no fit can have; the message says what, and which entry */
     VAROKEL_BAD_EXPRESSION = 3, /* of varokel_fit_derive */
     VAROKEL_NO_MEMORY = 4,
-    VAROKEL_FAILED = 5, /* anything else */
+    VAROKEL_FAILED = 5,   /* anything else */
     VAROKEL_STOPPED = 6,  /* by a progress function */
     VAROKEL_BAD_INPUT = 7 /* of varokel_start.h: what cannot be read; the message says where */
 };
