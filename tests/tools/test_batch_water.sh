@@ -100,5 +100,10 @@ status 0 "$batch" plan grid.nii --peaks bare.txt --values estimate -o removed --
 holds err 'lines from 2.9 to 3.2 ppm were taken out of the FIDs of 4 of 4 spectra'
 holds removed/manifest.json 'were taken out of the FIDs of 4 of 4 spectra'
 holds removed/sidecar.json '"most_left_over_noise"'
+# and the overview of what was fitted then
+status 0 "$batch" run removed
+status 0 "$batch" merge removed
+status 0 "$programs/varokel-report" removed
+holds removed/overview.html '<h2>Done before the fits</h2><ul><li>lines from 2.9 to 3.2 ppm were taken out of the FIDs of 4 of 4 spectra'
 true_that 'nothing was made' test ! -e none
 finish
