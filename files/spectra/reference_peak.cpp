@@ -3,6 +3,7 @@
 #include "files/spectra/reference_peak.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/line_place.h"
 
 #include <algorithm>
 #include <cmath>
@@ -144,6 +145,18 @@ long long reference_search::kept_stop() const {
     return std::min(axis_.points, last_ + around + 1);
 }
 
+// Whether noise moves what seven points say by more than a tenth of a point: what is left of i x S
+// has the variance of the noise times x^2 + h^2, on average 4 + h^2 over seven points. Of the power
+// that is left of S when a parabola is taken out, noise has four points' worth.
+static bool is_weak(double power, double variances, std::size_t spectra, double width) {
+    static constexpr double enough = 0.1;
+    if (!(variances > 0.0) || spectra == 0) return false;
+    const double h = 0.5 * width / std::sqrt(3.0);
+    const double signal = power - 8.0 * variances;
+    const double variance = variances / static_cast<double>(spectra);
+    return !(variance * (4.0 + h * h) < enough * enough * signal);
+}
+
 // A Lorentzian of half width h at x0 on a straight background, S = A / (1 + i (x - x0) / h) + b(x),
 // obeys c S + i x S = a parabola in x with c = h - i x0. What is left of S and i x S when the
 // parabola of each spectrum is taken out is proportional, with one c for all of them.
@@ -186,6 +199,11 @@ double reference_search::place_of(double near) const {
         }
     }
     if (!(power > 0.0)) return near;
+    const double width = width_at(power_, static_cast<std::size_t>(centre));
+    if (is_weak(power, noise_power_, kept_.size(), width)) {
+        const auto from = static_cast<double>(kept_from());
+        return from + line_place(kept_, static_cast<double>(centre) - from, width);
+    }
     const double shift = (product / power).imag();
     return std::fabs(shift) <= 2.0 ? static_cast<double>(centre) + shift : near;
 }

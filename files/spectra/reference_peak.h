@@ -50,7 +50,8 @@ struct found_reference {
 //      above the noise of the magnitudes by seven times its standard deviation; noise alone does so
 //      once in a thousand.
 //   2. Its place is that of a Lorentzian line of any phase on a straight background over seven
-//      points, one place for all spectra.
+//      points, one place for all spectra; where noise would move that by more than a tenth of a
+//      point, over as many points as the line is wide (line_place.h).
 //   3. Without a half width it is 0.3 ppm for 1H and 2H (more than the shift of water over 25
 //      degrees), 1 ppm for 31P, 3 ppm for others; without ppm at the carrier, all of the spectrum.
 class reference_search {
