@@ -85,7 +85,7 @@ printf '{"n_points": 1024, "dwell_time_s": 0.0005, "spectrometer_MHz": 123.25, "
 status 0 "$programs/varokel-import" counted.f32 -o said --combine-coils --align-averages
 holds err '4 coils combined'
 for wrong in DIM_COIL=3,DIM_DYN DIM_COIL=4 DIM_COIL,DIM_DYN DIM_COIL=4,DIM_COIL coil=4,DIM_DYN DIM_COIL=0,DIM_DYN \
-    DIM_COIL=999999999999999999999,DIM_DYN DIM_COIL=1000000,DIM_DYN=1000000 ,; do
+    DIM_COIL=999999999999999999999,DIM_DYN DIM_COIL=1000000,DIM_DYN=1000000 ','; do
     status 2 "$programs/varokel-import" counted.f32 -o none --dimensions "$wrong" --combine-coils
     holds err "--dimensions $wrong"
 done
