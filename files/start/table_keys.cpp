@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/table_keys.h"
 
+#include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
 #include "files/start/strategy_presets.h"
 
