@@ -130,7 +130,7 @@ class line_pieces {
 // What the plan says of its spectra: every number within its bounds.
 bool fits_plan(const planned_spectrum &spectrum, long long wave, const batch_plan &plan) {
     bool inside = spectrum.number >= 0 && spectrum.number < plan.spectra && spectrum.block >= 0 &&
-                  spectrum.block < plan.blocks && wave >= 0 && wave <= plan.spectra &&
+                  spectrum.block < plan.blocks && wave >= 0 && wave <= last_wave &&
                   spectrum.at.size() == plan.axes.size();
     for (std::size_t a = 0; inside && a < spectrum.at.size(); ++a)
         inside = spectrum.at[a] >= 0 && spectrum.at[a] < plan.axes[a].size;

@@ -13,6 +13,10 @@ namespace tools {
 // What plan found in the points of a spectrum. Only those that are to be fitted are.
 enum class signal_state { fit, all_zero, not_finite };
 
+// Blocks are squares of 8 or stretches of 16 places, with waves by the distance from the middle; a
+// batch of fewer spectra may begin with any of them.
+inline constexpr int last_wave = 8;
+
 struct planned_spectrum {
     long long number = 0;      // place among the spectra of the batch, and in spectra.f32
     std::string name;          // of the output of varokel-import

@@ -8,6 +8,7 @@
 namespace tools {
 
 static constexpr long long tile_edge = 8, series_stretch = 16;
+static_assert(tile_edge / 2 <= last_wave && series_stretch / 2 <= last_wave);
 
 long long distance_between(const planned_spectrum &a, const planned_spectrum &b) {
     long long sum = 0;
