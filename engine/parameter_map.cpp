@@ -29,10 +29,12 @@ static failure refuse(int entry, quantity q, const std::string &what) {
 }
 
 // The checks of one parameter that need no other.
-static std::string fault_of(const parameter &p, int self, int entries) {
+static std::string fault_of(const parameter &p, quantity q, int self, int entries) {
     if (!std::isfinite(p.start)) return "starts at a value that is not finite";
     if (std::isnan(p.lower) || std::isnan(p.upper) || p.lower > p.upper)
         return "has an empty window";
+    if (is_width(q) && p.how != link::fixed && p.upper < 0.0)
+        return "has a window below 0; a width is 0 or more";
     if (p.how != link::tied) return "";
     if (p.source < 0 || p.source >= entries) return "follows an entry that is not there";
     if (p.source == self) return "follows itself";
@@ -77,7 +79,7 @@ result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
         for (int i = 0; i < quantities; ++i) {
             const quantity q = static_cast<quantity>(i);
             if (!is_used(q, e.type)) continue;
-            const std::string fault = fault_of(e.of[i], k, n);
+            const std::string fault = fault_of(e.of[i], q, k, n);
             if (!fault.empty()) return refuse(k, q, fault);
             if (e.of[i].how != link::free) continue;
             double lower = e.of[i].lower, start = e.of[i].start;

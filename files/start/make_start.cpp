@@ -327,6 +327,17 @@ start_result start_maker::make(const complex_signal &spectrum, const spectrum_fa
     return result;
 }
 
+std::string start_result::left_out() const {
+    std::string of;
+    for (const start_entry &entry : start.entries)
+        for (int q = 0; q < quantities; ++q)
+            if (entry.parameters[static_cast<std::size_t>(q)].window)
+                of += (of.empty() ? "" : ", ") + entry.name + " " + name_of(q);
+    if (of.empty()) return of;
+    return "windows that a start file has no place for: " + of +
+           "; exact fits of the table itself hold them";
+}
+
 std::string start_result::text() const {
     std::vector<std::string> remarks;
     for (std::size_t k = 0; k < start.entries.size(); ++k)
@@ -334,6 +345,7 @@ std::string start_result::text() const {
     for (const std::string &guess : guesses) remarks.push_back("# guessed: " + guess);
     for (const std::string &warning : warnings) remarks.push_back("# warning: " + warning);
     for (const std::string &note : notes) remarks.push_back("# " + note);
+    if (const std::string windows = left_out(); !windows.empty()) remarks.push_back("# " + windows);
     return version_3_text(start, remarks);
 }
 

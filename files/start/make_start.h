@@ -24,6 +24,8 @@ struct start_result {
     start_file start;
     std::vector<std::string> guesses, warnings, notes;
     std::string text() const; // of the version 3 file, names and guesses behind its end
+    // Which windows of the table a start file has no place for; empty without any.
+    std::string left_out() const;
 };
 
 class start_maker {

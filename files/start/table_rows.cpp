@@ -173,7 +173,8 @@ static void read_bracket(table_scanner &scan, int quantity, table_unit of_column
 }
 
 // "[0.5, 3]", "> 0", "< 20 Hz", both of these, or "+- 0.1" around the value.
-static void read_range(table_scanner &scan, int quantity, table_unit of_column, table_cell &cell) {
+static void read_any_range(table_scanner &scan, int quantity, table_unit of_column,
+                           table_cell &cell) {
     if (scan.take('[')) return read_bracket(scan, quantity, of_column, cell);
     if (scan.take("+-") || scan.take("\xc2\xb1")) {
         if (cell.kind != cell_kind::number)
@@ -196,6 +197,13 @@ static void read_range(table_scanner &scan, int quantity, table_unit of_column, 
         if (cell.range->first > cell.range->second)
             scan.refuse("a window that is not empty: the lower edge below the upper one");
     }
+}
+
+// A width is 0 or more; of its window only that part counts.
+static void read_range(table_scanner &scan, int quantity, table_unit of_column, table_cell &cell) {
+    read_any_range(scan, quantity, of_column, cell);
+    if ((quantity == gauss_of || quantity == lorentz_of) && cell.range && cell.range->second < 0.0)
+        scan.refuse("a window that reaches above 0, as a width is 0 or more");
 }
 
 static table_cell read_cell(const peak_table &table, const table_text_cell &raw, int line,

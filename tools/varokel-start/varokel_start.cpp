@@ -99,7 +99,10 @@ static void make(const options &own) {
     for (const std::string &guess : result.guesses) warn("guessed " + guess);
     for (const std::string &warning : result.warnings) warn(warning);
     if (own.explain) std::cout << tools::explained(result, tools::table_axis(facts, own.peaks));
-    if (!own.output.empty()) write(own, result.start, result.text(), inputs, true);
+    if (own.output.empty()) return;
+    write(own, result.start, result.text(), inputs, true);
+    if (const std::string windows = result.left_out(); !windows.empty())
+        warn(own.output + ": " + windows);
 }
 
 // Names of a names.txt; nothing when it belongs to another file.

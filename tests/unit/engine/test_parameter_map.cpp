@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -231,12 +232,42 @@ TEST(parameter_map, refusals_name_entry_and_parameter) {
               "area has a window that leaves nothing to those that follow it");
 }
 
-TEST(parameter_map, windows_that_leave_no_width_above_zero_are_refused) {
-    entry e = voigt(1, 2, 3, 0, 1);
-    e.of[engine::lorentz_width].lower = -2.0;
-    e.of[engine::lorentz_width].upper = -1.0;
-    EXPECT_EQ(refusal({e}, 0),
-              "Lorentzian width has a window that leaves nothing to those that follow it");
+TEST(parameter_map, windows_that_leave_no_width_of_zero_or_more_are_refused) {
+    for (const engine::quantity q : {engine::gauss_width, engine::lorentz_width}) {
+        const std::string name = q == engine::gauss_width ? "Gaussian width " : "Lorentzian width ";
+        for (const double upper : {-1e300, -1.0, -1e-300}) {
+            entry e = voigt(1, 2, 3, 0, 1);
+            e.of[q].lower = -infinity;
+            e.of[q].upper = upper;
+            EXPECT_EQ(refusal({e}, 0), name + "has a window below 0; a width is 0 or more");
+            entry follower = e;
+            tie(follower, q, 0, 1.0, 0.0);
+            EXPECT_EQ(refusal({voigt(1, 2, 3, 0, 1), follower}, 1),
+                      name + "has a window below 0; a width is 0 or more");
+            e.of[q].how = link::fixed; // whose window says nothing
+            EXPECT_TRUE(parameter_map::make({e}));
+        }
+    }
+}
+
+TEST(parameter_map, of_a_window_of_a_width_only_what_is_zero_or_more_counts) {
+    for (const engine::quantity q : {engine::gauss_width, engine::lorentz_width})
+        for (const double lower : {-infinity, -1e300, -5.0, -1e-300, -0.0})
+            for (const double upper : {0.0, 1e-300, 1.0, 5.0, 1e150, infinity})
+                for (const double start : {-7.0, -1e-300, 0.0, 0.5, 9.0}) {
+                    entry e = voigt(1, 2, 3, 0, 1);
+                    e.of[q].start = start;
+                    e.of[q].lower = lower;
+                    e.of[q].upper = upper;
+                    const auto map = parameter_map::make({e});
+                    ASSERT_TRUE(map);
+                    const engine::column &c = map->at(map->of(0, q).column);
+                    EXPECT_EQ(c.lower, 0.0);
+                    EXPECT_TRUE(c.lower <= c.start && c.start <= c.upper);
+                    const double value = map->value(0, q, map->starts());
+                    EXPECT_TRUE(value >= 0.0 && value <= std::max(upper, 0.0) * (1.0 + 1e-15))
+                        << lower << ' ' << upper << ' ' << start;
+                }
 }
 
 // A square of a width overflows above 1e154; the window's edge at infinity stays there.
