@@ -126,6 +126,9 @@ exact_result fit_exactly(const start_file &start, problem_data data,
     const engine::result<engine::model> of = engine::model::make(problem);
     if (!of) throw tool_error(bad_input, refusal_text(start, of.why()));
     exact_find found = find_exactly(start, problem, *of, workspace, options);
+    if (options.begin_time_unknown && start.phi_1 == 0.0)
+        found.record.begin_time =
+            suggest_begin_time(problem, found.found, workspace, options.watch);
     return {with_values(start, found.found.values, found.found.lineshape), std::move(found.record)};
 }
 

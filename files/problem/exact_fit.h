@@ -2,6 +2,7 @@
 // exact_fit.h -- the engine's fit of a start file, and its record
 #pragma once
 
+#include "files/problem/begin_time.h"
 #include "files/problem/start_problem.h"
 
 #include "engine/optimum.h"
@@ -46,12 +47,14 @@ struct optimum_record {
     std::vector<std::complex<double>> lineshape;
     std::vector<std::array<bool, 5>> held; // at the edge of a window
     std::vector<window> windows;
+    std::optional<begin_time_hint> begin_time; // that would explain the misfit
 };
 
 struct exact_options {
     int starts = 0;                   // beside those that the verdict asks for
     std::optional<start_file> search; // the end of the fitter's search
     engine::search_watch watch;       // one that says no ends the fit by an error
+    bool begin_time_unknown = false;  // fit_exactly looks for one that would explain a misfit
 };
 
 struct exact_result {

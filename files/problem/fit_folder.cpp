@@ -53,7 +53,10 @@ exact_result finish_fit(const folder_of_fit &of, const start_file &start,
     data.patterns = patterns_of(start, {of.folder});
     if (start.fit_mode == 2)
         data.measured_lineshape = read_points(signal_of(of) + ".ref", 0, start.points);
-    exact_result result = fit_exactly(start, std::move(data), workspace, options);
+    exact_options how = options;
+    how.begin_time_unknown =
+        !metadata((folder / (of.name + ".json")).string()).number("begin_time_s").has_value();
+    exact_result result = fit_exactly(start, std::move(data), workspace, how);
     std::vector<std::string> remarks;
     for (std::size_t k = 0; k < start.entries.size(); ++k)
         remarks.push_back("entry " + std::to_string(k + 1) + " " + start.entries[k].name);

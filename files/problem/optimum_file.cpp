@@ -53,6 +53,10 @@ std::string optimum_text(const optimum_record &record) {
                                             {"parameter", each.quantity},
                                             {"low", number_of(each.low)},
                                             {"high", number_of(each.high)}});
+    if (record.begin_time)
+        all["suggested_begin_time"] = {{"seconds", number_of(record.begin_time->seconds)},
+                                       {"explained", number_of(record.begin_time->explained)},
+                                       {"several", record.begin_time->several}};
     if (!record.lineshape.empty()) {
         all["lineshape"] = ordered_json::array();
         for (const std::complex<double> c : record.lineshape)
@@ -73,6 +77,7 @@ class reader {
         if (at == all_.end() || !at->is_array() || at->size() > most) refuse(item, "a list");
         return *at;
     }
+    const ordered_json &object(const char *item) const { return member(all_, item); }
     bool has(const char *item) const { return all_.contains(item); }
     double number(const ordered_json &from, const char *item) const {
         const ordered_json &value = member(from, item);
@@ -174,6 +179,16 @@ static optimum_record record_from(const reader &from) {
         out.starts.push_back({from.text(item, "name"), from.number(item, "above"),
                               from.number(item, "shift_hz"),
                               from.truth(from.member(item, "same"), "same")});
+    if (from.has("suggested_begin_time")) {
+        static constexpr const char *item = "suggested_begin_time";
+        const ordered_json &all = from.object(item);
+        const begin_time_hint hint = {from.number(all, "seconds"), from.number(all, "explained"),
+                                      from.truth(from.member(all, "several"), "several")};
+        if (!(hint.seconds > 0.0 && hint.seconds <= longest_begin_time && hint.explained >= 0.0 &&
+              hint.explained <= 1.0))
+            from.refuse(item, "a time up to 5 ms and a share");
+        out.begin_time = hint;
+    }
     if (from.has("lineshape"))
         for (const ordered_json &pair : from.list("lineshape")) {
             const ordered_json &two = from.row(pair, 2, "lineshape");

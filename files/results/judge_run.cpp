@@ -108,6 +108,11 @@ static std::optional<fit_verdict> verdict_of(const run_result &run) {
                                    "the search ended " + short_number(*distance) +
                                        " bounds from the optimum, whose values are given",
                                    {}});
+    if (run.optimum->begin_time)
+        verdict.reasons.push_back({finding_kind::remark,
+                                   finding_level::amber,
+                                   begin_time_text(*run.optimum->begin_time),
+                                   {}});
     if (run.optimum->verdict == "not_finished" &&
         std::none_of(verdict.reasons.begin(), verdict.reasons.end(),
                      [](const finding &each) { return each.kind == finding_kind::not_finished; }))

@@ -279,6 +279,7 @@ namespace {
 struct fit_results {
     std::string results = tools::results_header(), quality = tools::quality_header();
     std::size_t failed = 0, at_limit = 0;
+    std::vector<tools::begin_time_hint> begin_times; // that would explain misfits
 };
 } // namespace
 
@@ -312,6 +313,8 @@ static fit_results show_fits(const fit_options &own, const std::vector<tools::pr
                   << tools::padded(tools::short_number(run.quality), 9) << run.warnings.size()
                   << '\n';
         if (judged.status == tools::fit_status::at_limit) ++all.at_limit;
+        if (run.optimum && run.optimum->begin_time)
+            all.begin_times.push_back(*run.optimum->begin_time);
         if (fits.size() > 1) continue;
         for (const std::string &text : run.warnings) warn(text);
         for (const std::string &text : run.notes)
@@ -361,6 +364,9 @@ static int fit(const fit_options &own) {
     if (all.at_limit > 0 && fits.size() > 1)
         warn(std::to_string(all.at_limit) + " of " + std::to_string(fits.size()) +
              " ended at their number of iterations, not at the tolerance; quality.tsv names them");
+    if (!all.begin_times.empty() && fits.size() > 1)
+        warn(std::to_string(all.begin_times.size()) + " of " + std::to_string(fits.size()) + ": " +
+             tools::begin_time_text(tools::middle_of(all.begin_times)));
     if (all.failed > 0)
         warn(std::to_string(all.failed) + " of " + std::to_string(fits.size()) + " not fitted");
     if (page_failed) return tools::bad_output;
