@@ -3,9 +3,11 @@
 #include "library/varokel_start.h"
 
 #include "engine/c_handles.h"
+#include "engine/derived.h"
 #include "engine/noise_window.h"
 #include "files/base/tool_error.h"
 #include "files/problem/start_problem.h"
+#include "files/results/derived_area.h"
 #include "files/spectra/spectrum_axis.h"
 #include "files/start/axis_by_reference.h"
 #include "files/start/make_start.h"
@@ -33,6 +35,13 @@ struct varokel_start {
     std::vector<std::string> folders;
     std::vector<remark> remarks;
     std::string text; // of the file, where it was asked for
+    // of a table: what its rows derive, NAME = EXPRESSION, how many amounts it asks for, its axis
+    struct row {
+        std::string name, expression;
+    };
+    std::vector<row> derived;
+    int amounts = 0;
+    tools::spectrum_axis axis;
 };
 
 namespace {
@@ -67,14 +76,15 @@ std::string name_or(const char *name, const char *other) {
 }
 
 // What may be asked of a start file, however it came about.
-varokel_start *finished(tools::start_result made, std::vector<std::string> folders) {
+std::unique_ptr<varokel_start> finished(tools::start_result made,
+                                        std::vector<std::string> folders) {
     auto out = std::make_unique<varokel_start>();
     out->folders = std::move(folders);
     for (const std::string &text : made.guesses) out->remarks.push_back({VAROKEL_GUESS, text});
     for (const std::string &text : made.warnings) out->remarks.push_back({VAROKEL_WARNING, text});
     for (const std::string &text : made.notes) out->remarks.push_back({VAROKEL_NOTE, text});
     out->made = std::move(made);
-    return out.release();
+    return out;
 }
 
 int add_folder(std::vector<std::string> &folders, const char *folder) {
@@ -148,7 +158,13 @@ int varokel_table_start(varokel_table *table, const char *sidecar, const double 
             made.warnings.insert(made.warnings.begin(), axis->warnings.begin(),
                                  axis->warnings.end());
         }
-        *start = finished(std::move(made), table->folders);
+        auto out = finished(std::move(made), table->folders);
+        for (const std::string &row : of.derived)
+            out->derived.push_back({tools::derived_name(row), tools::derived_expression(row)});
+        out->amounts = static_cast<int>(of.amounts.amounts.size());
+        out->axis = tools::axis_of_sidecar(known);
+        out->axis.ppm_at_carrier = facts.ppm_at_carrier;
+        *start = out.release();
         return int{VAROKEL_OK};
     });
 }
@@ -162,7 +178,7 @@ int varokel_start_read(const char *text, const char *name, varokel_workspace *wo
         tools::start_result made;
         made.start = tools::parse_start_file(text, file);
         tools::refuse_what_fails(made.start, file, tools::fitted_by::engine);
-        *start = finished(std::move(made), {});
+        *start = finished(std::move(made), {}).release();
         return int{VAROKEL_OK};
     });
 }
@@ -204,6 +220,53 @@ int varokel_start_entry(const varokel_start *start, int entry, const char **name
     if (line != nullptr) *line = of->type;
     if (pattern != nullptr) *pattern = of->pattern_file.c_str();
     return VAROKEL_OK;
+}
+
+int varokel_start_derived_rows(const varokel_start *start) {
+    return start == nullptr ? 0 : static_cast<int>(start->derived.size());
+}
+
+int varokel_start_amount_rows(const varokel_start *start) {
+    return start == nullptr ? 0 : start->amounts;
+}
+
+int varokel_start_derive(const varokel_start *start, int row, const varokel_fit *fit,
+                         varokel_workspace *workspace, const char **name, const char **expression,
+                         double *value, double *error) {
+    if (start == nullptr || row < 0 || row >= varokel_start_derived_rows(start) || fit == nullptr)
+        return VAROKEL_BAD_ARGUMENT;
+    return reading(workspace, [&](varokel_failure &failed) {
+        const varokel_start::row &of = start->derived[static_cast<std::size_t>(row)];
+        if (fit->found.values.size() != start->made.start.entries.size())
+            return refuse(failed, VAROKEL_BAD_ARGUMENT, "a fit of other start values");
+        const auto unit = [&](int q) {
+            return engine::unit_of(q, fit->hz_per_point) *
+                   (q == engine::frequency ? start->axis.shown_hertz() : 1.0);
+        };
+        std::vector<engine::values_of_entry> values = fit->found.values;
+        for (std::size_t k = 0; k < values.size(); ++k) {
+            const bool is_shift = start->made.start.entries[k].type == tools::pattern_entry;
+            for (std::size_t q = 0; q < values[k].size(); ++q)
+                values[k][q] =
+                    q == engine::frequency
+                        ? start->axis.shown_frequency(values[k][q] * fit->hz_per_point, is_shift)
+                        : values[k][q] * unit(static_cast<int>(q));
+        }
+        const engine::result<engine::derived_value> f =
+            engine::evaluate(of.expression, {fit->names, "the fit"}, values);
+        if (!f)
+            return refuse(failed, VAROKEL_BAD_EXPRESSION,
+                          of.name + " = " + of.expression + ", " + f.why().reason);
+        if (name != nullptr) *name = of.name.c_str();
+        if (expression != nullptr) *expression = of.expression.c_str();
+        if (value != nullptr) *value = f->value;
+        if (error != nullptr)
+            *error =
+                engine::error_of(*f, [&](int k, engine::quantity q, int l, engine::quantity r) {
+                    return fit->found.covariance.of(k, q, l, r) * unit(q) * unit(r);
+                });
+        return int{VAROKEL_OK};
+    });
 }
 
 int varokel_start_set_name(varokel_start *start, int entry, const char *name) {

@@ -74,6 +74,19 @@ int varokel_start_set_name(varokel_start *start, int entry, const char *name);
 /* What was guessed, and what to look at; kind: VAROKEL_GUESS to VAROKEL_NOTE. */
 int varokel_start_remarks(const varokel_start *start);
 int varokel_start_remark(const varokel_start *start, int remark, int *kind, const char **text);
+/* Rows "derive" of the table, in its order, for a fit of the problem of these start values: as
+ * varokel-fit gives them, so frequencies are in ppm (Hz from the carrier when the axis has no ppm;
+ * of patterns how far they moved). The axis is that of the sidecar, or of the table's reference.
+ * Any of the last four may be NULL.
+ *   name, expression  they live as long as the start values
+ *   value, error      as varokel_fit_derive: ONE standard deviation, without varokel_error_factor
+ * VAROKEL_BAD_EXPRESSION, with row and place: what is no expression of the entries. */
+int varokel_start_derived_rows(const varokel_start *start);
+int varokel_start_derive(const varokel_start *start, int row, const varokel_fit *fit,
+                         varokel_workspace *workspace, const char **name, const char **expression,
+                         double *value, double *error);
+/* How many rows "amount" the table has; they need the water of varokel-fit --water. */
+int varokel_start_amount_rows(const varokel_start *start);
 /* The text of the start value file, version 3, that varokel-start writes; it lives until the next
  * call. */
 const char *varokel_start_text(varokel_start *start);

@@ -60,10 +60,7 @@ void check_derived_area(const std::vector<std::string> &names, const std::string
 // Shown units in one unit of the engine: ppm (Hz where the axis has none) and Hz for points.
 static double shown_unit(const run_result &run, int q) {
     const double hz = run.control.hz_per_point;
-    if (q == engine::frequency) {
-        if (!run.axis.mhz || !run.axis.ppm_at_carrier) return hz;
-        return (run.axis.ppm_rises_with_points ? hz : -hz) / *run.axis.mhz;
-    }
+    if (q == engine::frequency) return hz * run.axis.shown_hertz();
     if (q == engine::gauss_width) return hz * kernel::gauss_fwhm_per_width;
     return q == engine::lorentz_width ? hz : 1.0;
 }

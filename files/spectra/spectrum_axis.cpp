@@ -12,6 +12,17 @@ double spectrum_axis::error_factor() const {
     return std::sqrt(static_cast<double>(points) / static_cast<double>(measured));
 }
 
+double spectrum_axis::shown_hertz() const {
+    if (!knows_ppm()) return 1.0;
+    return (ppm_rises_with_points ? 1.0 : -1.0) / *mhz;
+}
+
+double spectrum_axis::shown_frequency(double hz, bool is_shift) const {
+    if (is_shift) return hz * shown_hertz();
+    const double carrier = static_cast<double>(points / 2) * hz_per_point.value_or(0.0);
+    return (hz - carrier) * shown_hertz() + (knows_ppm() ? *ppm_at_carrier : 0.0);
+}
+
 spectrum_axis axis_of_sidecar(const metadata &sidecar) {
     spectrum_axis axis;
     axis.hz_per_point = sidecar.positive_number("hz_per_point");

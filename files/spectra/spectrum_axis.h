@@ -24,6 +24,12 @@ struct spectrum_axis {
     // takes each for a measurement of its own; the curves are as long as the signal, so of their
     // information n / m times as much seems to be there.
     double error_factor() const;
+
+    bool knows_ppm() const { return mhz && ppm_at_carrier; }
+    // A frequency, Hz from the left edge, as it is shown: ppm, or Hz from the carrier where the
+    // axis knows no ppm; of a shift (of a pattern), how far that is. And one Hz in that unit.
+    double shown_frequency(double hz, bool is_shift) const;
+    double shown_hertz() const;
 };
 
 // The axis items of a sidecar: points, measured_points (or resized.from), hz_per_point,

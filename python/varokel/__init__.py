@@ -21,7 +21,7 @@ from .errors import (
     VarokelWarning,
 )
 from .exact import ExactOptions
-from .exact_fit import ExactFit, Reason, StartTried
+from .exact_fit import DerivedValue, ExactFit, Reason, StartTried
 from .exl import ExlTable, FitSummary, read_exl
 from .fitres import FitReport, read_fitres
 from .fitting import FitOptions, Start, fit_fid, fit_spectrum
@@ -59,6 +59,7 @@ __version__ = "2.4.0"
 
 __all__ = [
     "ComplexArray",
+    "DerivedValue",
     "Entry",
     "EntryType",
     "ExactFit",

@@ -44,6 +44,17 @@ class StartTried:
 
 
 @dataclass(frozen=True)
+class DerivedValue:
+    """What a row "derive" of a table of peaks asks for: its name, its expression, the value and ONE
+    standard deviation; frequencies in ppm, Hz from the carrier when the axis has no ppm."""
+
+    name: str
+    expression: str
+    value: float
+    sd: float
+
+
+@dataclass(frozen=True)
 class ExactFit:
     """The optimum of a fit.
 
@@ -94,6 +105,7 @@ class ExactFit:
     lineshape: ComplexArray = field(repr=False)
     sidecar: Sidecar | None = field(repr=False)
     _handle: Handle = field(repr=False, compare=False)
+    _start: Handle = field(repr=False, compare=False)
 
     @property
     def areas(self) -> FloatArray:
@@ -160,6 +172,42 @@ class ExactFit:
             raise ValueError(f'"{expression}": {refused.reason}') from None
         return value.value, self.error_factor * error.value
 
+    def derived(self) -> tuple[DerivedValue, ...]:
+        """What the rows "derive" of the table of peaks ask for, in their order; () without any.
+
+        As varokel-fit gives them: frequencies in ppm (Hz from the carrier when the axis has no
+        ppm), where derive() has Hz from the left edge. Rows "amount" are in none of them, which
+        notes say: they need the water of varokel-fit --water. Raises ValueError that names the row.
+        """
+        return tuple(self._derived(row) for row in self._rows())
+
+    def _rows(self) -> range:
+        return range(self._start.library.count("start_derived_rows", self._start))
+
+    def _derived(self, row: int) -> DerivedValue:
+        library = self._handle.library
+        name, expression, value, error = c_char_p(), c_char_p(), c_double(), c_double()
+        try:
+            library.call(
+                "start_derive",
+                self._start,
+                row,
+                self._handle,
+                library.create("workspace"),
+                byref(name),
+                byref(expression),
+                byref(value),
+                byref(error),
+            )
+        except RefusedByLibrary as refused:
+            raise ValueError(refused.reason) from None
+        return DerivedValue(
+            (name.value or b"").decode(),
+            (expression.value or b"").decode(),
+            value.value,
+            self.error_factor * error.value,
+        )
+
     def to_dataframe(self) -> object:
         """A pandas.DataFrame with a row for each entry: name, type, the values, and their errors
         with "_sd" behind the name. Raises ImportError without pandas."""
@@ -219,6 +267,10 @@ def read_exact_fit(
     if sidecar is not None and factor > 1.0:
         filled = f"{sidecar.measured_points} of {sidecar.points} points were measured"
         notes = (*notes, f"{filled}, the others are zeros: errors are {factor:.3g} times as large")
+    amounts = library.count("start_amount_rows", start.handle)
+    if amounts > 0:
+        rows = "1 row" if amounts == 1 else f"{amounts} rows"
+        notes = (*notes, f'passed over {rows} "amount": varokel-fit --water gives amounts')
     coefficients = table("lineshape", 2 * count("lineshape_coefficients"))
     return ExactFit(
         name=name,
@@ -242,6 +294,7 @@ def read_exact_fit(
         lineshape=coefficients.view(np.complex128),
         sidecar=sidecar,
         _handle=fit,
+        _start=start.handle,
     )
 
 

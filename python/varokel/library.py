@@ -58,6 +58,16 @@ _SIGNATURES: dict[str, list[type]] = {
     "start_entry": [_handle, c_int, POINTER(c_char_p), _ints, POINTER(c_char_p)],
     "start_set_name": [_handle, c_int, c_char_p],
     "start_remark": [_handle, c_int, _ints, POINTER(c_char_p)],
+    "start_derive": [
+        _handle,
+        c_int,
+        _handle,
+        _handle,
+        POINTER(c_char_p),
+        POINTER(c_char_p),
+        _doubles,
+        _doubles,
+    ],
     "start_problem": [_handle, _doubles, c_int, c_double, _doubles, _handle, _handle_out],
     "error_factor": [c_char_p, _handle, _doubles],
 }
@@ -69,6 +79,8 @@ _COUNTS = (
     "start_points",
     "start_entries",
     "start_remarks",
+    "start_derived_rows",
+    "start_amount_rows",
 )
 _NUMBERS = (
     "fit_sum_of_squares",

@@ -172,8 +172,63 @@ static void errors_are_widened_for_filled_zeros(void) {
     varokel_workspace_destroy(w);
 }
 
+/* Frequencies are in Hz from the carrier, then in ppm: 2 Hz are 0.02 ppm at 100 MHz. */
+static void rows_of_the_table_are_derived(void) {
+    static const char rows[] = "derive: half = PCr/2\nderive: frequency(ATP1)\nderive: ATP/x\n"
+                               "water: tissue\namount: PCr, protons=3\n";
+    static const char ppm[] = "{\"points\": 256, \"hz_per_point\": 2.0, \"ppm_at_carrier\": 1.5,"
+                              "\"spectrometer_mhz\": 100}";
+    const char *const known[] = {sidecar, ppm};
+    char text[1000];
+    int i;
+    strcpy(text, table_text);
+    strcat(text, rows);
+    for (i = 0; i < 2; ++i) {
+        double values[10], errors[10], value = -1.0, error = -1.0;
+        const char *name = NULL, *expression = NULL;
+        varokel_workspace *w = NULL;
+        varokel_table *table = NULL;
+        varokel_start *start = NULL;
+        varokel_problem *p = NULL;
+        varokel_fit *fit = NULL;
+        CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+        CHECK(varokel_table_read(text, "mine.txt", w, &table) == VAROKEL_OK);
+        CHECK(varokel_table_start(table, known[i], data, N, w, &start) == VAROKEL_OK);
+        CHECK(varokel_start_derived_rows(start) == 3 && varokel_start_amount_rows(start) == 1);
+        CHECK(varokel_start_problem(start, data, N, noise_sd, NULL, w, &p) == VAROKEL_OK);
+        CHECK(varokel_fit_find(p, NULL, w, &fit) == VAROKEL_OK);
+        CHECK(varokel_fit_values(fit, values, 10) == VAROKEL_OK);
+        CHECK(varokel_fit_errors(fit, errors, 10) == VAROKEL_OK);
+        CHECK(varokel_start_derive(start, 0, fit, w, &name, &expression, &value, &error) ==
+              VAROKEL_OK);
+        CHECK(strcmp(name, "half") == 0 && strcmp(expression, "PCr/2") == 0);
+        CHECK(near_to(value, values[0] / 2.0, 1e-12) && near_to(error, errors[0] / 2.0, 1e-12));
+        CHECK(varokel_start_derive(start, 1, fit, w, NULL, NULL, &value, &error) == VAROKEL_OK);
+        CHECK(near_to(value, i == 0 ? values[6] - 256.0 : 1.5 + (values[6] - 256.0) / 100.0, 1e-9));
+        CHECK(near_to(error, i == 0 ? errors[6] : errors[6] / 100.0, 1e-9 * errors[6]));
+        CHECK(varokel_start_derive(start, 2, fit, w, NULL, NULL, NULL, NULL) ==
+              VAROKEL_BAD_EXPRESSION);
+        CHECK(strstr(varokel_workspace_message(w), "ATP/x, ") != NULL);
+        CHECK(varokel_start_derive(start, 3, fit, w, NULL, NULL, NULL, NULL) ==
+              VAROKEL_BAD_ARGUMENT);
+        CHECK(varokel_start_derive(start, -1, fit, w, NULL, NULL, NULL, NULL) ==
+              VAROKEL_BAD_ARGUMENT);
+        CHECK(varokel_start_derive(start, 0, NULL, w, NULL, NULL, NULL, NULL) ==
+              VAROKEL_BAD_ARGUMENT);
+        CHECK(varokel_start_derive(start, 0, fit, NULL, NULL, NULL, NULL, NULL) ==
+              VAROKEL_BAD_ARGUMENT);
+        varokel_fit_destroy(fit);
+        varokel_problem_destroy(p);
+        varokel_start_destroy(start);
+        varokel_table_destroy(table);
+        varokel_workspace_destroy(w);
+    }
+    CHECK(varokel_start_derived_rows(NULL) == 0 && varokel_start_amount_rows(NULL) == 0);
+}
+
 int main(void) {
     a_table_is_the_problem_that_calls_make();
+    rows_of_the_table_are_derived();
     mistakes_have_a_place();
     patterns_stand_in_folders();
     errors_are_widened_for_filled_zeros();
