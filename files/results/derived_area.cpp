@@ -73,7 +73,7 @@ derived_area derive_area(const run_result &run, const std::string &text) {
         names.entries.push_back(entry.name);
         engine::values_of_entry &own = values.emplace_back();
         own[engine::area] = entry.area.value;
-        own[engine::frequency] = std::isfinite(entry.ppm) ? entry.ppm : entry.hz_from_carrier;
+        own[engine::frequency] = run.axis.knows_ppm() ? entry.ppm : entry.hz_from_carrier;
         own[engine::gauss_width] = entry.gauss_width.value;
         own[engine::phase] = entry.phase.value;
         own[engine::lorentz_width] = entry.lorentz_width.value;
