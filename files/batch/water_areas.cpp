@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/water_areas.h"
 
+#include "files/base/input_file.h"
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
 
 #include <filesystem>
-#include <fstream>
 
 namespace tools {
 
@@ -21,7 +21,7 @@ std::vector<water_area> read_water_areas(const batch_plan &plan) {
     const auto size = static_cast<std::size_t>(plan.spectra) * sizeof(water_area);
     std::error_code error;
     std::vector<water_area> areas(static_cast<std::size_t>(plan.spectra));
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     if (std::filesystem::file_size(file, error) != size || error ||
         !stream.read(reinterpret_cast<char *>(areas.data()), static_cast<std::streamsize>(size)))
         throw tool_error(bad_input,
