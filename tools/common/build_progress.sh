@@ -1,11 +1,21 @@
 # SPDX-License-Identifier: BSD-3-Clause
 # shellcheck shell=sh
 #
-# build_progress.sh -- sourced by ./demo and ./check
+# build_progress.sh -- sourced by what builds the tree
+#
+# prefer_ninja has CMake write new build folders for Ninja, where it is there and CMAKE_GENERATOR asks
+# for nothing else: its processors never wait at the end of a target. A folder that was made for another
+# one keeps it.
 #
 # build_with_progress LOG COMMAND... runs the command with all that it says in LOG and says how far
 # the build is: in one changing line on a terminal, elsewhere in a line for every tenth. Returns the
 # command's status; a failure shows LOG.
+
+prefer_ninja() {
+    if [ -z "${CMAKE_GENERATOR:-}" ] && command -v ninja >/dev/null 2>&1; then
+        export CMAKE_GENERATOR=Ninja
+    fi
+}
 
 show_progress() {
     shown=0

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 # shellcheck shell=sh
 #
-# install_missing.sh -- sourced by ./demo and ./check
+# install_missing.sh -- sourced by what builds or checks the tree
 #
 # install_missing PACKAGE... installs those of the Debian packages that are not there, as root or
 # through sudo, and says so. Nothing is asked of the network when nothing is missing.
