@@ -205,6 +205,8 @@ void start_maker::prepare(const spectrum_facts &facts) {
         made->noise = {first, last + 1};
     }
     make_entries(axis, *made);
+    // before the estimates, whose cost grows with the square of the entries
+    refuse_counts(start, table_.file, by_);
 
     const std::vector<std::pair<int, int>> intervals = intervals_of(table_, axis, known, base);
     start.steps = steps_of(table_, start, intervals, measured, base.notes);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 
 namespace tools {
 
@@ -123,18 +124,21 @@ static void check_links(const start_file &start, const auto &refuse) {
     }
 }
 
-void refuse_what_fails(const start_file &start, const std::string &source, fitted_by by) {
-    const auto refuse = [&](const std::string &text) {
-        throw tool_error(bad_input, source + ": " + text);
-    };
-    const int count = static_cast<int>(start.entries.size());
+using refusal = std::function<void(const std::string &)>;
+static refusal refusal_of(const std::string &source) {
+    return
+        [&source](const std::string &text) { throw tool_error(bad_input, source + ": " + text); };
+}
+
+void refuse_counts(const start_file &start, const std::string &source, fitted_by by) {
+    const refusal refuse = refusal_of(source);
+    const std::size_t count = start.entries.size();
     if (count < 1) refuse("no lines and no patterns; expected at least one");
     const bool searched = by != fitted_by::engine;
     if (searched && count > search_limits::entries)
         refuse(std::to_string(count) + " lines and patterns; expected up to " +
                std::to_string(search_limits::entries) + " (the exact fit takes more)");
-    if (searched &&
-        quantities * count + static_cast<int>(start.lineshape.size()) > search_limits::parameters)
+    if (searched && quantities * count + start.lineshape.size() > search_limits::parameters)
         refuse("more than " + std::to_string(search_limits::parameters) +
                " parameters; use fewer lines or lineshape coefficients (the exact fit "
                "takes more)");
@@ -143,6 +147,12 @@ void refuse_what_fails(const start_file &start, const std::string &source, fitte
     if (searched && start.patterns > 0 && start.points > search_limits::pattern_points)
         refuse(std::to_string(start.points) + " points; with patterns at most " +
                std::to_string(search_limits::pattern_points) + " (the exact fit takes more)");
+}
+
+void refuse_what_fails(const start_file &start, const std::string &source, fitted_by by) {
+    const refusal refuse = refusal_of(source);
+    refuse_counts(start, source, by);
+    const int count = static_cast<int>(start.entries.size());
     if (start.hz_per_point <= 0.0) refuse("Hz per point not above 0");
     if (start.noise_first < 0 || start.noise_first > start.noise_stop)
         refuse("noise window " + std::to_string(start.noise_first) + " to " +

@@ -95,6 +95,8 @@ bool is_used(int quantity, int type);
 enum class fitted_by { search, engine, search_then_engine };
 void refuse_what_fails(const start_file &start, const std::string &source,
                        fitted_by by = fitted_by::search);
+// Of it what is known without values: entries, parameters, points.
+void refuse_counts(const start_file &start, const std::string &source, fitted_by by);
 
 // The text of a version 3 file. remarks stand behind its end, where the reader does not look.
 std::string version_3_text(const start_file &start, const std::vector<std::string> &remarks);

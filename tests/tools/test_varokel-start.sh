@@ -291,6 +291,9 @@ refused 'entry 2 (B), gauss: starts smaller than the one it follows; tie the bro
     'A  gauss  1  0.1  8  -  0\nB  gauss  1  0  =A - 1  -  0'
 refused '50 lines and patterns; expected up to 49' \
     "$(for i in $(seq 50); do printf 'L%d  lorentz  1  0.%02d  -  4  0\\n' "$i" "$i"; done)"
+# before anything is estimated, here without a spectrum
+refused '50 lines and patterns; expected up to 49' \
+    "$(for i in $(seq 50); do printf 'L%d  lorentz  ?  0.%02d  -  4  0\\n' "$i" "$i"; done)"
 refused 'entry 2 (B), area: tied to an area of 0' 'A  lorentz  fixed 0  0.1  -  4  0\nB  lorentz  =A  0  -  4  0'
 refused 'step 2: a random search behind a gradient step' \
     'A  lorentz  1  0.1  -  4  0\nstep: gradient all\nstep: random all'
