@@ -5,6 +5,7 @@
 #include "engine/centred_spectrum.h"
 
 #include "kernel/elementary.h"
+#include "kernel/line_width.h"
 
 #include <algorithm>
 #include <cmath>
@@ -82,6 +83,11 @@ static result<std::vector<interval>> merged(const fit_problem &p) {
             out.push_back(i);
     }
     return out;
+}
+
+double model::fwhm(int entry, std::span<const double> x) const {
+    return map_.value(entry, lorentz_width, x) +
+           kernel::gauss_fwhm_per_width * map_.value(entry, gauss_width, x);
 }
 
 // Whether entries a and b differ by constants alone: one column of their transforms serves both.

@@ -53,6 +53,8 @@ class model {
     double data_rms() const { return data_rms_; } // of all points, per channel [signal]
     std::vector<double> starts() const;           // of the columns, lineshape included
     std::vector<double> given() const;            // the same outside of their windows, too
+    // FWHM of a line at the columns x [points].
+    double fwhm(int entry, std::span<const double> x) const;
     bool is_pattern(int entry) const {
         return types_[static_cast<std::size_t>(entry)] == line_type::pattern;
     }

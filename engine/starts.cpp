@@ -2,8 +2,6 @@
 // starts.cpp -- other places to begin a fit from
 #include "engine/starts.h"
 
-#include "kernel/line_width.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -14,16 +12,10 @@ static bool is_frequency(const model &of, int c) {
     return of.map().at(c).of == frequency;
 }
 
-// FWHM of the line that a column belongs to [points].
-static double width_of(const model &of, int k, std::span<const double> x) {
-    return of.map().value(k, lorentz_width, x) +
-           kernel::gauss_fwhm_per_width * of.map().value(k, gauss_width, x);
-}
-
 static double median_width(const model &of, std::span<const double> x) {
     std::vector<double> widths;
     for (int k = 0; k < of.map().entries(); ++k)
-        if (!of.is_pattern(k)) widths.push_back(width_of(of, k, x));
+        if (!of.is_pattern(k)) widths.push_back(of.fwhm(k, x));
     if (widths.empty()) return 1.0;
     const auto middle = widths.begin() + static_cast<std::ptrdiff_t>(widths.size() / 2);
     std::nth_element(widths.begin(), middle, widths.end());
@@ -92,7 +84,7 @@ std::vector<relocation> relocations(const model &of, model_workspace &ws, std::s
         if (c < 0 || a < 0 || of.is_pattern(k) || groups_with(of, c, frequency) > 1) continue;
         const int p = column_of_group(of, g, phase);
         const bool turns = p >= 0 && groups_with(of, p, phase) == 1;
-        const double width = std::max(width_of(of, k, x), 1.0);
+        const double width = std::max(of.fwhm(k, x), 1.0);
         const double size = ws.size_of(of, g);
         if (!(size > 0.0) || width > 0.25 * n) continue;
         const double sign = of.map().value(k, area, x) < 0.0 ? -1.0 : 1.0;
@@ -235,7 +227,7 @@ std::vector<double> split(const model &of, std::span<const double> x,
         const double joint = x[a] + x[b];
         if (joint * given[b] <= 0.0) continue;
         const double centre = x[e] + x[a] / joint * (x[f] - x[e]);
-        const double off = 0.25 * width_of(of, of.entries_of_group(h).front(), x);
+        const double off = 0.25 * of.fwhm(of.entries_of_group(h).front(), x);
         const double side = given[f] < given[e] ? -1.0 : 1.0;
         out[a] = given[a] < 0.0 ? -0.5 * std::fabs(joint) : 0.5 * std::fabs(joint);
         out[b] = 0.5 * joint;
@@ -286,7 +278,7 @@ std::vector<double> perturbed(const model &of, std::span<const double> x, unsign
         const double by = random.bell();
         const double factor = by >= 0.0 ? 1.0 + 0.5 * by : 1.0 / (1.0 - 0.5 * by);
         if (col.of == frequency)
-            value += by * std::max(width_of(of, col.entry, x), 0.5);
+            value += by * std::max(of.fwhm(col.entry, x), 0.5);
         else if (col.of == phase)
             value += 15.0 * by;
         else if (col.squared)
