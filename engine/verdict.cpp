@@ -123,6 +123,46 @@ static std::vector<int> exchanged(const model &of, const minimum &found,
     return columns;
 }
 
+static double middle_of(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// Lines that ended at the place that was given to another one, with their order kept or not: a line
+// whose signal was taken takes the next one's. What all lines moved by, their median, is a shift of
+// the spectrum and nobody's place. Places within two widths of each other, and lines that follow
+// each other, are one.
+static std::vector<int> at_place_of_others(const model &of, const minimum &found,
+                                           std::span<const double> start) {
+    const parameter_map &map = of.map();
+    std::vector<int> free;
+    std::vector<double> moves;
+    for (int c = 0; c < map.columns(); ++c) {
+        if (map.at(c).of != frequency || of.is_pattern(map.at(c).entry)) continue;
+        free.push_back(c);
+        moves.push_back(found.x[static_cast<std::size_t>(c)] - start[static_cast<std::size_t>(c)]);
+    }
+    if (moves.empty()) return {};
+    const double common = middle_of(moves);
+    std::vector<int> columns;
+    for (const int c : free) {
+        const int line = map.at(c).entry;
+        const double end = found.x[static_cast<std::size_t>(c)] - common;
+        const double own = start[static_cast<std::size_t>(c)];
+        for (int k = 0; k < map.entries(); ++k) {
+            if (of.is_pattern(k) || map.of(k, frequency).column == c) continue;
+            const double place = map.value(k, frequency, start);
+            const double apart =
+                verdict_limits::places_apart * std::max(of.fwhm(line, start), of.fwhm(k, start));
+            if (std::fabs(place - own) > apart &&
+                std::fabs(end - place) < verdict_limits::at_place * std::fabs(end - own))
+                columns.push_back(c);
+        }
+    }
+    return columns;
+}
+
 // Lines that stand where nothing is fitted, by more than their width.
 static std::vector<int> outside(const model &of, std::span<const double> x) {
     std::vector<int> columns;
@@ -130,8 +170,7 @@ static std::vector<int> outside(const model &of, std::span<const double> x) {
         const column &col = of.map().at(c);
         if (col.of != frequency || of.is_pattern(col.entry)) continue;
         const double f = x[static_cast<std::size_t>(c)];
-        const double width =
-            of.map().value(col.entry, lorentz_width, x) + of.map().value(col.entry, gauss_width, x);
+        const double width = of.fwhm(col.entry, x);
         bool near_any = false;
         for (const interval &run : of.intervals())
             near_any = near_any || (f >= run.first - width && f <= run.last + width);
@@ -160,6 +199,10 @@ verdict judge(const model &of, const minimum &found, const entry_covariance &cov
     if (!swapped.empty())
         add(out, finding::moved, static_cast<double>(swapped.size()), swapped,
             "lines that changed places");
+    const std::vector<int> taking = entries_of(of, at_place_of_others(of, found, start));
+    if (!taking.empty())
+        add(out, finding::moved, static_cast<double>(taking.size()), taking,
+            "lines that stand where another was given");
     const std::vector<int> lost = entries_of(of, outside(of, found.x));
     if (!lost.empty())
         add(out, finding::moved, static_cast<double>(lost.size()), lost,

@@ -15,7 +15,7 @@ enum class finding {
     not_finished,   // the expected decrease is not used up
     degenerate,     // entries whose parameters cannot be told apart, or that are nothing
     several_minima, // another minimum is as good, with other areas
-    moved,          // a line changed place with another
+    moved,          // a line changed place with another, or took its place
     misfit,         // the residual is larger than the noise, or not white
     noise_wrong,    // the residual is smaller than the noise
     at_bound,       // parameters that stand at the edge of their window
@@ -46,6 +46,10 @@ struct verdict_limits {
     static constexpr double misfit_quality = 1.5;
     static constexpr double noise_quality = 0.7;
     static constexpr double whiteness = 5.0; // standard deviations of runs test and lag 1
+    // A line is at the place of another when it ended this much nearer to it than to its own;
+    // places count as two when they are this many widths apart.
+    static constexpr double at_place = 0.25;
+    static constexpr double places_apart = 2.0;
     // A residual below either is not looked at for its shape. With a sum of squares of 1
     // [noise_sd^2] nothing that is left in it moves a parameter by its error; numbers of four bytes
     // are rounded by up to 2^-24 of each, in a decay more where it is larger.

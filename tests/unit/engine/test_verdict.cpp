@@ -113,6 +113,87 @@ TEST(verdict, lines_that_changed_places_are_named) {
     EXPECT_EQ(judged.reasons[0].entries, (std::vector<int>{0, 1}));
 }
 
+// Four lines that are fitted well, with what was given of them moved: `start` at the ends by 0.
+namespace {
+struct four_lines {
+    engine::fit_problem problem = support::problem_with_lines(
+        512, {{5, 100, 3}, {4, 160, 4}, {3, 220, 3}, {5, 300, 5}}, 0.05, 3);
+    engine::minimum found;
+    std::vector<double> start;
+
+    four_lines() {
+        const auto model = engine::model::make(problem);
+        start = model->starts();
+        found.x = start;
+        found.at_bound.resize(start.size());
+        found.sum_of_squares = 1000.0;
+    }
+    double &place(int line) { return start[static_cast<std::size_t>(3 * line + 1)]; }
+    std::vector<int> taking() {
+        const auto model = engine::model::make(problem);
+        engine::model_workspace ws;
+        ws.prepare(*model);
+        ws.linearize(*model, found.x);
+        const engine::entry_covariance covariance(*model, found.x, ws.products(), found.at_bound);
+        for (const engine::reason &r :
+             judge(*model, found, covariance, std::vector<double>(1024, 0.0), start).reasons)
+            if (r.text == "lines that stand where another was given") return r.entries;
+        return {};
+    }
+};
+} // namespace
+
+TEST(verdict, a_line_that_took_the_place_of_another_is_named_though_the_order_is_kept) {
+    four_lines e;
+    EXPECT_TRUE(e.taking().empty());
+    e.place(2) = 280.0; // ended at 220,
+    e.place(1) = 221.0; // where the second was given, which went to 160
+    EXPECT_EQ(e.taking(), std::vector<int>{2});
+}
+
+TEST(verdict, a_shift_of_all_lines_to_the_next_place_takes_nobodys_place) {
+    for (const double shift : {-60.0, 60.0, 0.5}) {
+        four_lines e;
+        for (int line = 0; line < 4; ++line) e.place(line) += shift;
+        EXPECT_TRUE(e.taking().empty()) << shift;
+        e.place(3) += 80.0 + 60.0; // and one at the place of the third besides
+        e.place(2) = 300.0 + shift;
+        EXPECT_EQ(e.taking(), std::vector<int>{3}) << shift;
+    }
+}
+
+TEST(verdict, a_place_counts_within_a_quarter_of_the_way_and_beyond_two_widths) {
+    const auto taken = [](double own, double of_third) {
+        four_lines e;
+        e.place(3) = own; // ended at 300
+        e.place(2) = of_third;
+        return !e.taking().empty();
+    };
+    // a quarter of the way of 100 points
+    EXPECT_TRUE(taken(400.0, 324.9));
+    EXPECT_TRUE(taken(400.0, 275.1));
+    EXPECT_FALSE(taken(400.0, 325.1));
+    EXPECT_FALSE(taken(400.0, 274.9));
+    // two widths of the broader line are 10 points
+    EXPECT_TRUE(taken(310.1, 300.0));
+    EXPECT_FALSE(taken(309.9, 300.0));
+}
+
+TEST(verdict, places_of_fixed_lines_count_and_those_of_own_followers_do_not) {
+    for (const engine::link how : {engine::link::fixed, engine::link::tied}) {
+        four_lines e;
+        engine::parameter &third = e.problem.entries[2].of[engine::frequency];
+        third.how = how;
+        third.source = 3;
+        third.start = 300.0;
+        third.offset = -100.0; // of a follower: given at 300 when its leader was at 400
+        e.found.x = e.start = engine::model::make(e.problem)->starts();
+        e.found.at_bound.pop_back();
+        e.start[9] = 400.0;
+        EXPECT_EQ(e.taking().empty(), how == engine::link::tied);
+    }
+}
+
 TEST(verdict, a_line_outside_of_what_is_fitted_is_named) {
     example e;
     e.problem.intervals = {{0, 130}};
