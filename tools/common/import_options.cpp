@@ -117,6 +117,25 @@ void add_reference_options(option_parser &app, spectrum_options &options,
     app.add_flag("--eddy", options.eddy, "correct eddy currents with the phase of the reference");
 }
 
+void add_water_options(option_parser &app, water_options &options) {
+    app.add_option("--water", options.file,
+                   "FID of the water of the same voxel, or of each, without suppression: amounts "
+                   "of what rows amount: of the table name")
+        ->type_name("FILE");
+    app.add_option("--water-scale", options.scale,
+                   "factor from the unit of that file to that of the data (gain, sums of averages; "
+                   "default 1)")
+        ->type_name("X")
+        ->check(positive_number);
+    app.add_option("--echo-time", options.echo_time,
+                   "for amounts, where neither file nor table say it")
+        ->type_name("S")
+        ->check(positive_number);
+    app.add_option("--repetition-time", options.repetition_time, "as --echo-time")
+        ->type_name("S")
+        ->check(positive_number);
+}
+
 void settle_reference(spectrum_options &options, const std::optional<reference_peak> &of_table) {
     options.reference_peak = settled_reference(options.reference_text, of_table);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "files/measured/convert_spectra.h"
+#include "files/results/water_item.h"
 #include "common/command_line.h"
 
 #include <optional>
@@ -21,6 +22,9 @@ void add_spectrum_options(option_parser &app, spectrum_options &options,
 // What is measured beside them.
 void add_reference_options(option_parser &app, spectrum_options &options,
                            const std::string &group = "");
+
+// The water that amounts are held against.
+void add_water_options(option_parser &app, water_options &options);
 
 // The reference peak of a table of peaks and that of --reference-peak. Errors: wrong_usage when
 // both are there and differ, or the option's text is none.

@@ -29,7 +29,7 @@ void make_plan(const plan_options &options) {
                          "--water needs the rows \"amount\" of a table: --peaks TABLE");
     if (!options.peaks.empty()) {
         const peak_table table = read_peak_table(options.peaks);
-        check_amounts(options.water, options.peaks, table);
+        check_amounts(options.water, table);
         const std::string text = missing_water(options.water, table);
         if (!text.empty()) warn_of_plan(text);
     }

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "files/measured/convert_spectra.h"
-#include "common/water_item.h"
+#include "files/results/water_item.h"
 
 #include <optional>
 #include <string>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "files/measured/convert_spectra.h"
+#include "files/results/water_item.h"
 #include "common/command_line.h"
-#include "common/water_item.h"
 
 #include <string>
 #include <vector>

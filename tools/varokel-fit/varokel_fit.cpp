@@ -25,7 +25,6 @@
 #include "varokel-fit/output_folder.h"
 #include "varokel-fit/print_entries.h"
 #include "varokel-fit/run_fits.h"
-#include "varokel-fit/water_amounts.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -229,7 +228,8 @@ static std::vector<tools::prepared_fit> prepare_fits(const fit_options &own, con
                                                      tools::peak_table table) {
     const std::vector<std::string> names = import(own, work, table.reference);
     if (!own.water.file.empty())
-        for (const std::string &text : tools::add_water(own, table.amounts, work.string(), names))
+        for (const std::string &text :
+             tools::add_water(own.water, own.input, own.spectrum, table, work.string(), names))
             warn(text);
     const tools::fitted_by by = own.method == "exact"  ? tools::fitted_by::engine
                                 : own.method == "both" ? tools::fitted_by::search_then_engine
@@ -327,7 +327,7 @@ static fit_results show_fits(const fit_options &own, const std::vector<tools::pr
 static int fit(const fit_options &own) {
     tools::peak_table table = tools::read_peak_table(own.peaks); // before the long work
     const std::vector<std::string> derived = derived_of(own, table);
-    tools::check_amounts(own.water, own.peaks, table);
+    tools::check_amounts(own.water, table);
     if (const std::string text = tools::missing_water(own.water, table); !text.empty()) warn(text);
     if (table.fit_mode == 2 && own.spectrum.reference.empty())
         throw tool_error(tools::bad_input,

@@ -1,42 +1,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "common/water_item.h"
+#include "files/results/water_item.h"
 
+#include "files/base/output_file.h"
+#include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 #include "files/results/number_text.h"
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 namespace tools {
 
-void add_water_options(option_parser &app, water_options &options) {
-    app.add_option("--water", options.file,
-                   "FID of the water of the same voxel, or of each, without suppression: amounts "
-                   "of what rows amount: of the table name")
-        ->type_name("FILE");
-    app.add_option("--water-scale", options.scale,
-                   "factor from the unit of that file to that of the data (gain, sums of averages; "
-                   "default 1)")
-        ->type_name("X")
-        ->check(positive_number);
-    app.add_option("--echo-time", options.echo_time,
-                   "for amounts, where neither file nor table say it")
-        ->type_name("S")
-        ->check(positive_number);
-    app.add_option("--repetition-time", options.repetition_time, "as --echo-time")
-        ->type_name("S")
-        ->check(positive_number);
-}
-
-void check_amounts(const water_options &options, const std::string &peaks,
-                   const peak_table &table) {
+void check_amounts(const water_options &options, const peak_table &table) {
     if (options.file.empty()) {
         if (options.scale)
             throw tool_error(wrong_usage, "--water-scale is of the file of --water; expected one");
         return;
     }
     if (table.amounts.amounts.empty())
-        throw tool_error(wrong_usage, "--water: " + peaks +
+        throw tool_error(wrong_usage, "--water: " + table.file +
                                           " has no row \"amount\"; expected one for each amount, "
                                           "as \"amount: NAA, protons=3\"");
     refuse_odd_water(table);
@@ -159,6 +142,33 @@ ordered_json water_item(const water_options &options, const amount_rows &rows,
                          {"misfit", signal.misfit}};
     item.update(amounts_item(own_rows, measured, said, peaks));
     return item;
+}
+
+std::vector<std::string> add_water(const water_options &options, const input_options &input,
+                                   const spectrum_options &spectrum, const peak_table &table,
+                                   const std::string &folder,
+                                   const std::vector<std::string> &names) {
+    water_file water = read_water(options.file, input, spectrum);
+    if (water.signals.size() > 1) // voxels without data have no name
+        std::erase_if(water.signals, [](const water_signal &each) { return each.area == 0.0; });
+    if (water.signals.size() != 1 && water.signals.size() != names.size())
+        throw tool_error(bad_input, options.file + ": gives " +
+                                        std::to_string(water.signals.size()) +
+                                        " FIDs of water for " + std::to_string(names.size()) +
+                                        " spectra that are not all zero; expected one for each");
+    std::vector<std::string> remarks;
+    for (std::size_t s = 0; s < names.size(); ++s) {
+        const std::string file = (std::filesystem::path(folder) / (names[s] + ".json")).string();
+        ordered_json sidecar = json_of_file(file);
+        ordered_json item =
+            water_item(options, table.amounts, water,
+                       water.signals[water.signals.size() == 1 ? 0 : s], table.file);
+        if (s == 0)
+            for (const auto &text : item["assumed"]) remarks.push_back(text.get<std::string>());
+        sidecar["water_reference"] = std::move(item);
+        write_files({{file, json_text(sidecar, 2, file) + "\n"}}, {}, true);
+    }
+    return remarks;
 }
 
 } // namespace tools
