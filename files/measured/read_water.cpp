@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <set>
 
 namespace tools {
@@ -78,85 +79,119 @@ static std::optional<noise_of_both> noise_of(const complex_signal &data,
                          std::hypot(of_data->relative_error, of_water->relative_error)};
 }
 
+namespace {
+struct water_and_data {
+    std::unique_ptr<spectrum_source> water, data;
+    choice of_water, of_data;
+
+    bool one_water() const { return of_water.spectra.size() == 1; }
+    // Weights differ from spectrum to spectrum, so then does what one water gives.
+    bool water_is_weighted() const { return water->notes.contains("coils_combined"); }
+    double begin_time() const { // [s]
+        return water->facts.begin_time.value_or(data->facts.begin_time.value_or(0.0));
+    }
+};
+} // namespace
+
+static water_and_data open_both(const std::string &file, const input_options &options,
+                                const spectrum_options &own) {
+    water_and_data both;
+    both.water = open_combined(file, "", options, true);
+    both.data = open_combined(options.input, options.json, options, false);
+    spectrum_source &water = *both.water, &data = *both.data;
+    settle_facts(data, own);
+    if (!water.facts.dwell_time) water.facts.dwell_time = data.facts.dwell_time;
+    const double dwell_time = *water.facts.dwell_time;
+    if (std::abs(dwell_time / *data.facts.dwell_time - 1.0) > 1e-5)
+        throw tool_error(bad_input, file + ": dwell time " + shortest(dwell_time) + " s, but " +
+                                        data.file + " has " + shortest(*data.facts.dwell_time) +
+                                        " s; expected water that was measured alike");
+    both.of_data = choose_spectra(data, options.choice);
+    both.of_water = choose_spectra(water, options.choice, true);
+    const std::size_t waters = both.of_water.spectra.size(), spectra = both.of_data.spectra.size();
+    if (waters != 1 && waters != spectra)
+        throw tool_error(bad_input, file + ": gives " + std::to_string(waters) +
+                                        " FIDs of water for " + std::to_string(spectra) +
+                                        " spectra; expected one, or one for each");
+    if (waters != 1 && voxels_of(water) != voxels_of(data))
+        throw tool_error(bad_input, file + ": has another grid than " + data.file +
+                                        "; expected the water of the same voxels, or one FID");
+    return both;
+}
+
+// All but the signals.
+static water_file facts_of(const water_and_data &both, long long memory) {
+    water_file read;
+    read.file = file_name(both.water->file);
+    read.sha256 = sha256_of_file(both.water->file);
+    read.echo_time = both.water->facts.echo_time;
+    read.repetition_time = both.water->facts.repetition_time;
+    read.averages = both.water->facts.averages;
+    read.data_averages = both.data->facts.averages;
+    read.data_echo_time = both.data->facts.echo_time;
+    read.data_repetition_time = both.data->facts.repetition_time;
+    const std::string cancelled = warning_of_means(*both.water, both.of_water.spectra, memory);
+    if (!cancelled.empty()) read.warnings.push_back(cancelled);
+    read.combined_alone = both.water_is_weighted() && !both.data->notes.contains("coils_combined");
+    return read;
+}
+
+// The water of these spectra, in one pass over both files. Returns why the last of those that were
+// passed over has none.
+static std::string read_pass(const water_and_data &both, const std::vector<std::size_t> &pass,
+                             bool passed_over, water_file &read) {
+    std::string why_not;
+    spectrum_source &water = *both.water;
+    const std::vector<complex_signal> others =
+        fids_of(*both.data, both.of_data.spectra, pass, passed_over);
+    water.use_coil_weights(weights_of(*both.data, both.of_data.spectra.members(pass.front())));
+    const std::vector<complex_signal> fids =
+        fids_of(water, both.of_water.spectra, both.one_water() ? std::vector<std::size_t>{0} : pass,
+                passed_over);
+    for (std::size_t s = 0; s < pass.size(); ++s) {
+        water_signal &signal = read.signals.emplace_back();
+        const complex_signal &fid = fids[both.one_water() ? 0 : s];
+        if (both.of_data.grid && power_of(others[s]) == 0.0)
+            continue; // passed over by the import, too
+        try {
+            refuse_no_reference(fid, others[s], water.file, both.data->facts);
+            signal = water_signal_of(fid, *water.facts.dwell_time, std::max(0.0, both.begin_time()),
+                                     water.file);
+        } catch (const tool_error &error) {
+            if (!passed_over) throw;
+            ++read.without_water;
+            why_not = error.what();
+            continue;
+        }
+        if (!read.noise && !read.combined_alone)
+            read.noise = noise_of(others[s], fid, fids_in(*both.data, both.of_data),
+                                  fids_in(water, both.of_water));
+    }
+    return why_not;
+}
+
 water_file read_water(const std::string &file, const input_options &options,
                       const spectrum_options &own,
                       const std::optional<std::vector<std::size_t>> &which) {
-    const std::unique_ptr<spectrum_source> water = open_combined(file, "", options, true);
-    const std::unique_ptr<spectrum_source> data =
-        open_combined(options.input, options.json, options, false);
-    settle_facts(*data, own);
-    if (!water->facts.dwell_time) water->facts.dwell_time = data->facts.dwell_time;
-    const double dwell_time = *water->facts.dwell_time;
-    if (std::abs(dwell_time / *data->facts.dwell_time - 1.0) > 1e-5)
-        throw tool_error(bad_input, file + ": dwell time " + shortest(dwell_time) + " s, but " +
-                                        data->file + " has " + shortest(*data->facts.dwell_time) +
-                                        " s; expected water that was measured alike");
-    const choice wanted = choose_spectra(*data, options.choice);
-    const choice chosen = choose_spectra(*water, options.choice, true);
-    if (chosen.spectra.size() != 1 && chosen.spectra.size() != wanted.spectra.size())
-        throw tool_error(bad_input, file + ": gives " + std::to_string(chosen.spectra.size()) +
-                                        " FIDs of water for " +
-                                        std::to_string(wanted.spectra.size()) +
-                                        " spectra; expected one, or one for each");
-    if (chosen.spectra.size() != 1 && voxels_of(*water) != voxels_of(*data))
-        throw tool_error(bad_input, file + ": has another grid than " + data->file +
-                                        "; expected the water of the same voxels, or one FID");
-    water_file read;
-    read.file = file_name(water->file);
-    read.sha256 = sha256_of_file(water->file);
-    read.echo_time = water->facts.echo_time;
-    read.repetition_time = water->facts.repetition_time;
-    read.averages = water->facts.averages;
-    read.data_averages = data->facts.averages;
-    read.data_echo_time = data->facts.echo_time;
-    read.data_repetition_time = data->facts.repetition_time;
-    const std::string cancelled = warning_of_means(*water, chosen.spectra, own.memory);
-    if (!cancelled.empty()) read.warnings.push_back(cancelled);
-    const double begin_time =
-        water->facts.begin_time.value_or(data->facts.begin_time.value_or(0.0));
-    read.combined_alone =
-        water->notes.contains("coils_combined") && !data->notes.contains("coils_combined");
-    // weights differ from spectrum to spectrum, so then does what one water gives
-    const bool one = chosen.spectra.size() == 1;
-    const bool weighted = water->notes.contains("coils_combined");
+    const water_and_data both = open_both(file, options, own);
+    water_file read = facts_of(both, own.memory);
+    const bool weighted = both.water_is_weighted();
     std::vector<std::size_t> outputs;
-    if (which)
+    if (which) {
         outputs = *which;
-    else
-        for (std::size_t s = 0; s < (one && !weighted ? 1 : wanted.spectra.size()); ++s)
-            outputs.push_back(s);
+    } else {
+        outputs.resize(both.one_water() && !weighted ? 1 : both.of_data.spectra.size());
+        std::iota(outputs.begin(), outputs.end(), 0);
+    }
     std::string why_not;
-    const std::size_t step =
-        weighted ? 1
-                 : outputs_per_pass(
-                       own.memory, static_cast<std::size_t>(std::max(data->points, water->points)));
+    const auto points = static_cast<std::size_t>(std::max(both.data->points, both.water->points));
+    const std::size_t step = weighted ? 1 : outputs_per_pass(own.memory, points);
     for (std::size_t first = 0; first < outputs.size(); first += step) {
         const std::size_t stop = std::min(first + step, outputs.size());
         const std::vector<std::size_t> pass(outputs.begin() + static_cast<std::ptrdiff_t>(first),
                                             outputs.begin() + static_cast<std::ptrdiff_t>(stop));
-        const std::vector<complex_signal> others =
-            fids_of(*data, wanted.spectra, pass, which.has_value());
-        water->use_coil_weights(weights_of(*data, wanted.spectra.members(pass.front())));
-        const std::vector<complex_signal> fids = fids_of(
-            *water, chosen.spectra, one ? std::vector<std::size_t>{0} : pass, which.has_value());
-        for (std::size_t s = 0; s < pass.size(); ++s) {
-            water_signal &signal = read.signals.emplace_back();
-            const complex_signal &fid = fids[one ? 0 : s];
-            if (wanted.grid && power_of(others[s]) == 0.0)
-                continue; // passed over by the import, too
-            try {
-                refuse_no_reference(fid, others[s], water->file, data->facts);
-                signal = water_signal_of(fid, dwell_time, std::max(0.0, begin_time), water->file);
-            } catch (const tool_error &error) {
-                if (!which) throw;
-                ++read.without_water;
-                why_not = error.what();
-                continue;
-            }
-            if (!read.noise && !read.combined_alone)
-                read.noise =
-                    noise_of(others[s], fid, fids_in(*data, wanted), fids_in(*water, chosen));
-        }
+        const std::string text = read_pass(both, pass, which.has_value(), read);
+        if (!text.empty()) why_not = text;
     }
     if (which && read.without_water == static_cast<long long>(read.signals.size()))
         throw tool_error(bad_input, why_not);
