@@ -12,8 +12,15 @@ namespace tools {
 
 static constexpr int margin_in_widths = 8; // of intervals that were not given
 
-static int point_of(const table_axis &axis, double value, table_unit unit, double hz_per_point) {
-    return static_cast<int>(std::lround(axis.position_hz(value, unit) / hz_per_point));
+// A whole number, which may lie beyond all integers.
+static double point_of(const table_axis &axis, double value, table_unit unit, double hz_per_point) {
+    return std::round(axis.position_hz(value, unit) / hz_per_point);
+}
+
+static std::string point_text(double point) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.15g", point == 0.0 ? 0.0 : point); // no -0
+    return text;
 }
 
 std::pair<int, int> interval_points(const peak_table &table, const table_axis &axis,
@@ -27,7 +34,7 @@ std::pair<int, int> interval_points(const peak_table &table, const table_axis &a
         refuse_at(table, interval.place, error.what());
     }
     if (first > last) std::swap(first, last);
-    if (first < 0.0 || last > facts.points - 1.0) {
+    if (!(first >= 0.0 && last <= facts.points - 1.0)) {
         std::string band;
         if (axis.knows_ppm()) {
             char text[80];
@@ -36,10 +43,9 @@ std::pair<int, int> interval_points(const peak_table &table, const table_axis &a
             band = text;
         }
         refuse_at(table, interval.place,
-                  std::string(what) + " of points " + std::to_string(static_cast<int>(first)) +
-                      " to " + std::to_string(static_cast<int>(last)) +
-                      "; expected within the points 0 to " + std::to_string(facts.points - 1) +
-                      " of the spectrum" + band);
+                  std::string(what) + " of points " + point_text(first) + " to " +
+                      point_text(last) + "; expected within the points 0 to " +
+                      std::to_string(facts.points - 1) + " of the spectrum" + band);
     }
     return {static_cast<int>(first), static_cast<int>(last)};
 }
