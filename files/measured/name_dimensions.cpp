@@ -9,6 +9,13 @@
 
 namespace tools {
 
+[[noreturn]] static void refuse_at(std::string_view word, const std::string &text,
+                                   const std::string &from) {
+    throw tool_error(wrong_usage, from + " " + text + ": at \"" + std::string(word) +
+                                      "\"; expected names and numbers of FIDs, such as "
+                                      "DIM_COIL=8,DIM_DYN=16");
+}
+
 // The dimensions of a text; size 0 where it has no number.
 static std::vector<source_axis> dimensions_of(const std::string &text, const std::string &from) {
     static constexpr long long most = 1000000;
@@ -24,9 +31,7 @@ static std::vector<source_axis> dimensions_of(const std::string &text, const std
                                               : whole_number_of(word.substr(equals + 1));
         if (!is_name || !size || *size > most || (*size < 1 && equals != word.npos) ||
             !names.insert(axis.name).second)
-            throw tool_error(wrong_usage, from + " " + text + ": at \"" + std::string(word) +
-                                              "\"; expected names and numbers of FIDs, such as "
-                                              "DIM_COIL=8,DIM_DYN=16");
+            refuse_at(word, text, from);
         axis.size = *size;
         axes.push_back(axis);
     }
