@@ -290,7 +290,7 @@ cp none/pair.* none/run.log both/b
 status 1 "$report" both
 true_that 'a row for each entry, one for none' test "$(wc -l <both/results.tsv)" -eq 4
 page_holds both/report.html '2 spectra'
-true_that 'its picture' test -s both/pair.fit.svg
+true_that 'its picture, with the folder where two have the name' test -s both/a.pair.fit.svg
 
 # The page of a spectrum alone has all points in single precision, that of several the fitted range
 # (256 to 767) and a tenth of it on both sides (51), in steps of 1/32767 of each curve's highest.
@@ -531,4 +531,28 @@ if [ -x "$programs/varokel-batch" ]; then
         holds err 'three: directions index; a table has two'
     fi
 fi
+
+# ---- fits of spectra with one name, in folders of their own: each has its files and its rows ----
+c13=$tree/examples/c13_kidney
+status 0 "$programs/varokel-fit" "$c13/c13_kidney.fid.f32" "$c13/peaks.txt" --method exact --no-report -o days/monday
+cp -r days/monday days/tuesday
+cp -r days/monday days/wednesday
+for ending in bin json; do mv days/wednesday/c13_kidney.$ending days/wednesday/rat.$ending; done
+rm days/wednesday/fit_files.sha256
+status 0 "$report" days
+for name in monday.c13_kidney tuesday.c13_kidney rat; do
+    true_that "$name has a picture" test -s "days/$name.fit.svg"
+    holds days/report.html ">$name</a>"
+    for file in results quality; do
+        true_that "$name has rows in $file.tsv" grep -q "^$name	" days/$file.tsv
+    done
+done
+true_that 'each its row' test "$(cut -f 1 days/quality.tsv | sort | uniq -d | wc -l)" -eq 0
+status 0 "$report" days --judgement
+holds out '"spectrum": "tuesday.c13_kidney"'
+status 0 "$report" days --spectrum c13_kidney --spectrum c13_kidney --force
+true_that 'both of this name, once' test "$(wc -l <days/quality.tsv)" -eq 3
+for ending in bin json; do cp days/monday/c13_kidney.$ending days/wednesday/tuesday.c13_kidney.$ending; done
+status 3 "$report" days --force
+holds err 'two spectra would be called tuesday.c13_kidney'
 finish

@@ -8,7 +8,6 @@
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
-#include "files/results/spectra_of_folder.h"
 #include "files/batch/fit_record.h"
 #include "files/pages/overview_page.h"
 #include "files/pages/report_curves.h"
@@ -17,6 +16,7 @@
 #include "common/command_line.h"
 #include "common/run_tool.h"
 #include "varokel-report/region_labels.h"
+#include "varokel-report/report_places.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,6 +28,7 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
+using tools::report_place;
 using tools::reported_run;
 using tools::run_result;
 using tools::tool_error;
@@ -40,56 +41,16 @@ struct report_options {
     long long one_file_up_to = tools::default_one_file_up_to;
 };
 
-// Folders that hold the files of fits: the one given, or those in it.
-static std::vector<std::pair<std::string, std::string>> places_of(const report_options &options) {
-    std::error_code error;
-    if (!fs::is_directory(options.folder, error))
-        throw tool_error(tools::bad_input,
-                         options.folder + ": no such folder; expected the folder of a fit");
-    std::vector<std::pair<std::string, std::string>> places;
-    for (const std::string &name : tools::spectra_of_folder(options.folder))
-        places.emplace_back(options.folder, name);
-    if (places.empty()) {
-        std::vector<std::string> folders;
-        for (const fs::directory_entry &entry : fs::directory_iterator(options.folder, error))
-            if (entry.is_directory(error)) folders.push_back(entry.path().string());
-        std::sort(folders.begin(), folders.end(), tools::in_natural_order);
-        for (const std::string &folder : folders)
-            for (const std::string &name : tools::spectra_of_folder(folder))
-                places.emplace_back(folder, name);
-    }
-    if (!options.spectra.empty()) {
-        std::vector<std::pair<std::string, std::string>> chosen;
-        for (const std::string &name : options.spectra) {
-            bool found = false;
-            for (const auto &place : places) {
-                if (place.second != name) continue;
-                chosen.push_back(place);
-                found = true;
-            }
-            if (!found)
-                throw tool_error(tools::bad_input, options.folder + ": no spectrum " + name +
-                                                       "; expected " + name + ".exl");
-        }
-        return chosen;
-    }
-    if (places.empty())
-        throw tool_error(tools::bad_input, options.folder +
-                                               ": no results in it; expected the files of a fit, "
-                                               "NAME.exl, NAME.org, NAME.fit and NAME.res");
-    return places;
-}
-
 // A spectrum whose files cannot be read must not hide the others.
-static run_result read_or_say_why(const std::pair<std::string, std::string> &place,
-                                  const report_options &options, bool alone) {
+static run_result read_or_say_why(const report_place &place, const report_options &options,
+                                  bool alone) {
     try {
-        return tools::read_run(place.first, place.second, options.files);
+        return tools::read_run(place.folder, place.name, options.files);
     } catch (const tool_error &error) {
         if (alone || error.status() != tools::bad_input) throw;
         run_result run;
-        run.folder = place.first;
-        run.name = place.second;
+        run.folder = place.folder;
+        run.name = place.name;
         run.why_not = error.what();
         tools::judge_run(run);
         return run;
@@ -204,11 +165,10 @@ static int write_batch(const report_options &options) {
 
 // Files of the spectra, NAME.* in their folders, that may be read for the report: none of them may
 // be overwritten. Each folder is listed once, however many spectra are in it.
-static void add_inputs(const std::vector<std::pair<std::string, std::string>> &places,
-                       std::vector<std::string> &inputs) {
+static void add_inputs(const std::vector<report_place> &places, std::vector<std::string> &inputs) {
     static const char *const own[] = {".html", ".tsv", ".svg", ".nii.gz"};
     std::map<std::string, std::set<std::string>> names_in;
-    for (const auto &[folder, name] : places) names_in[folder].insert(name);
+    for (const report_place &place : places) names_in[place.folder].insert(place.name);
     std::error_code error;
     for (const auto &[folder, names] : names_in)
         for (const fs::directory_entry &file : fs::directory_iterator(folder, error)) {
@@ -227,14 +187,14 @@ static void add_inputs(const std::vector<std::pair<std::string, std::string>> &p
 // The judgement of each fit as JSON on standard output; no file is written.
 static int print_judgements(report_options options) {
     options.files.quality_before = options.files.hashes = false;
-    const auto places = places_of(options);
+    const auto places = tools::report_places(options.folder, options.spectra);
     tools::ordered_json all = tools::ordered_json::array();
     bool failed = false;
-    for (const auto &place : places) {
+    for (const report_place &place : places) {
         const run_result run = read_or_say_why(place, options, places.size() == 1);
         const tools::fit_judgement &judged = run.judgement;
         failed = failed || judged.status == tools::fit_status::not_fitted;
-        tools::ordered_json one = {{"spectrum", run.name},
+        tools::ordered_json one = {{"spectrum", place.shown},
                                    {"status", tools::status_text(judged.status)},
                                    {"level", tools::level_text(judged.level())},
                                    {"reason", judged.reason},
@@ -255,7 +215,7 @@ static int write_report(report_options options) {
     options.files.lists = &lists;
     if (options.judgement) return print_judgements(options);
     if (tools::is_batch(options.folder)) return write_batch(options);
-    const auto places = places_of(options);
+    const auto places = tools::report_places(options.folder, options.spectra);
     const bool alone = places.size() == 1;
     const std::string output = options.output.empty() ? options.folder : options.output;
     const auto in_output = [&](const std::string &name) {
@@ -280,7 +240,8 @@ static int write_report(report_options options) {
     std::size_t failed = 0, done = 0;
     bool any_derived = false;
     const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
-    for (const auto &place : places) { // one at a time: the signals of many need much storage
+    for (const report_place &place :
+         places) { // one at a time: the signals of many need much storage
         reported_run reported{read_or_say_why(place, options, alone), {}};
         run_result &run = reported.run;
         if (run.fitted)
@@ -292,6 +253,7 @@ static int write_report(report_options options) {
         any_derived = any_derived || !reported.derived.empty();
         if (run.judgement.status == tools::fit_status::not_fitted) ++failed;
         inputs.insert(inputs.end(), run.files_read.begin(), run.files_read.end());
+        run.name = place.shown; // behind all that is read by its name
         run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
         page.add(reported);
         results += tools::results_rows(run);
