@@ -99,7 +99,11 @@ std::string without_direction_marks(std::string_view text, std::string_view esca
         {"\xe2\x80\xad", "202d"}, {"\xe2\x80\xae", "202e"}, {"\xe2\x81\xa6", "2066"},
         {"\xe2\x81\xa7", "2067"}, {"\xe2\x81\xa8", "2068"}, {"\xe2\x81\xa9", "2069"}};
     std::string shown;
+    shown.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
+        const std::size_t next = std::min(text.find_first_of("\xd8\xe2", at), text.size());
+        shown += text.substr(at, next - at);
+        if ((at = next) == text.size()) break;
         const auto mark = std::find_if(std::begin(marks), std::end(marks), [&](const auto &each) {
             return text.substr(at).starts_with(each.first);
         });

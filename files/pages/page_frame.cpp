@@ -6,6 +6,8 @@
 #include "files/pictures/markup.h"
 #include "files/pages/page_texts.h"
 
+#include <algorithm>
+
 namespace tools {
 
 std::string base64(const std::string &bytes) {
@@ -67,6 +69,8 @@ std::string data_block(const std::string &id, const ordered_json &data) {
 }
 
 std::string valid_text(const std::string &text) {
+    const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    if (std::all_of(text.begin(), text.end(), is_ascii)) return text;
     const ordered_json value = text;
     return ordered_json::parse(value.dump_valid()).get<std::string>();
 }

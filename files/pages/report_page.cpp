@@ -141,12 +141,13 @@ static std::string derived_of(const reported_run &reported) {
     return html;
 }
 
-static std::string picture_of(const run_result &run, const std::string &id, bool alone) {
+static std::string picture_of(const reported_run &reported, const std::string &id, bool alone) {
+    const run_result &run = reported.run;
     if (!has_picture(run)) return "";
     return "<figure data-spectrum=\"" + id + "-data\">\n<div class=\"picture\">" +
-           report_picture(run) + "</div>\n<div class=\"charts\"></div>\n" +
-           element("figcaption", "", caption_of(run)) + "\n</figure>\n" +
-           data_block(id + "-data", chart_of(run, alone));
+           (reported.picture.empty() ? report_picture(run) : reported.picture) +
+           "</div>\n<div class=\"charts\"></div>\n" + element("figcaption", "", caption_of(run)) +
+           "\n</figure>\n" + data_block(id + "-data", chart_of(run, alone));
 }
 
 static std::string section_of(const reported_run &reported, std::size_t number, bool alone) {
@@ -163,7 +164,7 @@ static std::string section_of(const reported_run &reported, std::size_t number, 
                 element("p", "", run.why_not) + "</div>\n" + provenance_of(run) + "</section>\n";
         return html;
     }
-    html += verdict_box(run) + picture_of(run, id, alone) + method_of(run) + figures_of(run) +
+    html += verdict_box(run) + picture_of(reported, id, alone) + method_of(run) + figures_of(run) +
             entries_of(run) + derived_of(reported) + windows_table(run) + correlations_table(run) +
             steps_of(run) + provenance_of(run);
     return html + "</section>\n";

@@ -13,6 +13,7 @@ namespace tools {
 struct reported_run {
     run_result run;
     std::vector<derived_area> derived;
+    std::string picture = ""; // report_picture(run) where it was drawn already
 };
 
 // The page of one or more spectra. What is added becomes text at once, so that the signals of many

@@ -242,7 +242,7 @@ static int write_report(report_options options) {
     const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
     for (const report_place &place :
          places) { // one at a time: the signals of many need much storage
-        reported_run reported{read_or_say_why(place, options, alone), {}};
+        reported_run reported{read_or_say_why(place, options, alone), {}, {}};
         run_result &run = reported.run;
         if (run.fitted)
             for (const std::string &text : options.derive)
@@ -255,6 +255,7 @@ static int write_report(report_options options) {
         inputs.insert(inputs.end(), run.files_read.begin(), run.files_read.end());
         run.name = place.shown; // behind all that is read by its name
         run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
+        if (run.fitted) reported.picture = tools::report_picture(run);
         page.add(reported);
         results += tools::results_rows(run);
         quality += tools::quality_row(run);
@@ -262,7 +263,7 @@ static int write_report(report_options options) {
             derived += tools::derived_row(run.name, d);
         if (run.fitted) {
             const std::string stem = in_output(alone ? "" : run.name + ".");
-            write({stem + "fit.svg", tools::report_picture(run)});
+            write({stem + "fit.svg", reported.picture});
             if (options.nifti) {
                 std::vector<tools::output_file> images;
                 std::string why_not;
