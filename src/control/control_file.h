@@ -64,6 +64,19 @@ struct control_values {
     int entries() const { return nLines + n_patterns; }
 };
 
+// The values of the arguments of these names: by name, so that no two can be swapped.
+#define CONTROL_VALUES_HERE                                                                        \
+    {                                                                                              \
+        .nLines = nLines, .ap = ap, .noise_strt = noise_strt, .noise_stop = noise_stop,            \
+        .lsf_coefs = lsf_coefs, .phi_1 = phi_1, .Hz_pp = Hz_pp, .T_acq = T_acq, .ftol = ftol,      \
+        .par = par, .errors = errors, .fitmode = fitmode, .var_ap_trunc = var_ap_trunc,            \
+        .verbose = verbose, .show_line = show_line, .error_calc = error_calc,                      \
+        .sage_idl = sage_idl, .par_ranges = par_ranges, .n_fit_strat_steps = n_fit_strat_steps,    \
+        .min_method = min_method, .user_fit_strat = user_fit_strat, .n_intervals = n_intervals,    \
+        .fit_lsf = fit_lsf, .fixpar = fixpar, .hxmin = hxmin, .hxmax = hxmax, .frscl = frscl,      \
+        .ignore = ignore, .n_patterns = n_patterns, .pat_name = pat_name                           \
+    }
+
 // Natural-unit copies of parameters and records, so that writing changes nothing in memory. The
 // value fields of the records hold the parameters themselves: what is written is what was fitted.
 class natural_copy {

@@ -143,36 +143,7 @@ int write_varokel_strtval_file(
     const parameter_record *fixpar, const int (*hxmin)[max_intervals + 1],
     const int (*hxmax)[max_intervals + 1], const double &frscl, const int &ignore,
     const int &n_patterns, const char (*pat_name)[pattern_name_size]) {
-    const control_values values = {.nLines = nLines,
-                                   .ap = ap,
-                                   .noise_strt = noise_strt,
-                                   .noise_stop = noise_stop,
-                                   .lsf_coefs = lsf_coefs,
-                                   .phi_1 = phi_1,
-                                   .Hz_pp = Hz_pp,
-                                   .T_acq = T_acq,
-                                   .ftol = ftol,
-                                   .par = par,
-                                   .errors = errors,
-                                   .fitmode = fitmode,
-                                   .var_ap_trunc = var_ap_trunc,
-                                   .verbose = verbose,
-                                   .show_line = show_line,
-                                   .error_calc = error_calc,
-                                   .sage_idl = sage_idl,
-                                   .par_ranges = par_ranges,
-                                   .n_fit_strat_steps = n_fit_strat_steps,
-                                   .min_method = min_method,
-                                   .user_fit_strat = user_fit_strat,
-                                   .n_intervals = n_intervals,
-                                   .fit_lsf = fit_lsf,
-                                   .fixpar = fixpar,
-                                   .hxmin = hxmin,
-                                   .hxmax = hxmax,
-                                   .frscl = frscl,
-                                   .ignore = ignore,
-                                   .n_patterns = n_patterns,
-                                   .pat_name = pat_name};
+    const control_values values = CONTROL_VALUES_HERE;
     name_verbose_file(strtvalfnm);
     const natural_copy natural(values, storage_texts);
     if (!natural.complete()) return EOF;

@@ -53,42 +53,10 @@ void read_fitcontrol_old(const char *name, int &npar, int &ref_line, int &nLines
                          parameter_record *fixpar, int (*hxmin)[max_intervals + 1],
                          int (*hxmax)[max_intervals + 1], int *hrange, int &file_corrupt,
                          const double &frscl, int &ignore) {
-    double no_tolerance = 0.0;
-    int no_patterns = 0;
-    const keyword_target target = {.npar = npar,
-                                   .ref_line = ref_line,
-                                   .nLines = nLines,
-                                   .ap = ap,
-                                   .noise_strt = noise_strt,
-                                   .noise_stop = noise_stop,
-                                   .lsf_coefs = lsf_coefs,
-                                   .phi_1 = phi_1,
-                                   .Hz_pp = Hz_pp,
-                                   .T_acq = T_acq,
-                                   .ftol = no_tolerance,
-                                   .par = par,
-                                   .fitmode = fitmode,
-                                   .var_ap_trunc = var_ap_trunc,
-                                   .verbose = verbose,
-                                   .show_line = show_line,
-                                   .error_calc = error_calc,
-                                   .sage_idl = sage_idl,
-                                   .sageidl = sageidl,
-                                   .par_ranges = par_ranges,
-                                   .n_fit_strat_steps = n_fit_strat_steps,
-                                   .min_method = min_method,
-                                   .user_fit_strat = user_fit_strat,
-                                   .n_intervals = n_intervals,
-                                   .fit_lsf = fit_lsf,
-                                   .fixpar = fixpar,
-                                   .hxmin = hxmin,
-                                   .hxmax = hxmax,
-                                   .hrange = hrange,
-                                   .file_corrupt = file_corrupt,
-                                   .frscl = frscl,
-                                   .ignore = ignore,
-                                   .n_patterns = no_patterns,
-                                   .pat_name = nullptr};
+    double ftol = 0.0; // the format has no tolerance
+    int n_patterns = 0;
+    char(*const pat_name)[pattern_name_size] = nullptr;
+    const keyword_target target = KEYWORD_TARGET_HERE;
     read_keyword_file(name, old_format, target);
 }
 
@@ -103,8 +71,9 @@ int write_fitcontrol_old(const int &nLines, const int &ap, const int &noise_strt
                          const int (*hxmin)[max_intervals + 1],
                          const int (*hxmax)[max_intervals + 1], const double &frscl,
                          const int &ignore) {
-    const double no_tolerance = 0.0;
-    const int no_patterns = 0;
+    const double ftol = 0.0; // the format has no tolerance
+    const int n_patterns = 0;
+    const char(*const pat_name)[pattern_name_size] = nullptr;
     const keyword_layout layout = {
         .is_version_3 = false,
         .start_header =
@@ -113,35 +82,6 @@ int write_fitcontrol_old(const int &nLines, const int &ap, const int &noise_strt
         .host = "",
         .domain = "",
     };
-    const control_values values = {.nLines = nLines,
-                                   .ap = ap,
-                                   .noise_strt = noise_strt,
-                                   .noise_stop = noise_stop,
-                                   .lsf_coefs = lsf_coefs,
-                                   .phi_1 = phi_1,
-                                   .Hz_pp = Hz_pp,
-                                   .T_acq = T_acq,
-                                   .ftol = no_tolerance,
-                                   .par = par,
-                                   .errors = errors,
-                                   .fitmode = fitmode,
-                                   .var_ap_trunc = var_ap_trunc,
-                                   .verbose = verbose,
-                                   .show_line = show_line,
-                                   .error_calc = error_calc,
-                                   .sage_idl = sage_idl,
-                                   .par_ranges = par_ranges,
-                                   .n_fit_strat_steps = n_fit_strat_steps,
-                                   .min_method = min_method,
-                                   .user_fit_strat = user_fit_strat,
-                                   .n_intervals = n_intervals,
-                                   .fit_lsf = fit_lsf,
-                                   .fixpar = fixpar,
-                                   .hxmin = hxmin,
-                                   .hxmax = hxmax,
-                                   .frscl = frscl,
-                                   .ignore = ignore,
-                                   .n_patterns = no_patterns,
-                                   .pat_name = nullptr};
+    const control_values values = CONTROL_VALUES_HERE;
     return write_keyword_file(values, layout);
 }

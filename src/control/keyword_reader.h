@@ -46,6 +46,21 @@ struct keyword_target {
     int entries() const { return nLines + n_patterns; }
 };
 
+// The target of the arguments of these names: by name, so that no two can be swapped.
+#define KEYWORD_TARGET_HERE                                                                        \
+    {                                                                                              \
+        .npar = npar, .ref_line = ref_line, .nLines = nLines, .ap = ap, .noise_strt = noise_strt,  \
+        .noise_stop = noise_stop, .lsf_coefs = lsf_coefs, .phi_1 = phi_1, .Hz_pp = Hz_pp,          \
+        .T_acq = T_acq, .ftol = ftol, .par = par, .fitmode = fitmode,                              \
+        .var_ap_trunc = var_ap_trunc, .verbose = verbose, .show_line = show_line,                  \
+        .error_calc = error_calc, .sage_idl = sage_idl, .sageidl = sageidl,                        \
+        .par_ranges = par_ranges, .n_fit_strat_steps = n_fit_strat_steps,                          \
+        .min_method = min_method, .user_fit_strat = user_fit_strat, .n_intervals = n_intervals,    \
+        .fit_lsf = fit_lsf, .fixpar = fixpar, .hxmin = hxmin, .hxmax = hxmax, .hrange = hrange,    \
+        .file_corrupt = file_corrupt, .frscl = frscl, .ignore = ignore, .n_patterns = n_patterns,  \
+        .pat_name = pat_name                                                                       \
+    }
+
 // Reads the file, lets the starting values overwrite the values of the prior knowledge, converts to
 // internal units (also when the file is faulty) and sets npar.
 //

@@ -63,22 +63,7 @@ void entry_spectrum(const int &k, const int &type, const double *p, const int &a
     Zero_Vector(ap, out_re);
     Zero_Vector(ap, out_im);
     model_sum sum;
-    if (ap < 1 || !sum.begin({.ap = ap,
-                              .nLines = nLines,
-                              .n_patterns = n_patterns,
-                              .td_ap_trunc = td_ap_trunc,
-                              .ref_line = ref_line,
-                              .lsf_coefs = lsf_coefs,
-                              .ignore = ignore,
-                              .fit_lsf = fit_lsf,
-                              .frscl = frscl,
-                              .phi_1 = phi_1,
-                              .re_ref = re_ref,
-                              .im_ref = im_ref,
-                              .r_lsf = r_lsf,
-                              .i_lsf = i_lsf,
-                              .pat = pat}))
-        return;
+    if (ap < 1 || !sum.begin(CURVE_SETTING_HERE)) return;
     sum.add(k, type, p, 1.0);
     sum.transform();
     Copy_Vector(ap, sum.re(), out_re);
@@ -103,22 +88,7 @@ void spec_fnc(const int &ap, const int &nLines, const int &npar, double *xt, dou
     }
     derive_dependent_parameters(entries, xt, fixpar);
     model_sum sum;
-    if (ap < 1 || !sum.begin({.ap = ap,
-                              .nLines = nLines,
-                              .n_patterns = n_patterns,
-                              .td_ap_trunc = td_ap_trunc,
-                              .ref_line = ref_line,
-                              .lsf_coefs = lsf_coefs,
-                              .ignore = ignore,
-                              .fit_lsf = fit_lsf,
-                              .frscl = frscl,
-                              .phi_1 = phi_1,
-                              .re_ref = re_ref,
-                              .im_ref = im_ref,
-                              .r_lsf = r_lsf,
-                              .i_lsf = i_lsf,
-                              .pat = pat}))
-        return;
+    if (ap < 1 || !sum.begin(CURVE_SETTING_HERE)) return;
     for (int k = 1; k <= entries; ++k) {
         const int at = pars_per_entry * (k - 1);
         sum.add(k, fixpar[at].type, xt + at, 1.0);
@@ -146,22 +116,7 @@ void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_co
     };
     if (!changed(s)) return;
     model_sum sum;
-    if (!sum.begin({.ap = ap,
-                    .nLines = nLines,
-                    .n_patterns = n_patterns,
-                    .td_ap_trunc = td_ap_trunc,
-                    .ref_line = ref_line,
-                    .lsf_coefs = lsf_coefs,
-                    .ignore = ignore,
-                    .fit_lsf = fit_lsf,
-                    .frscl = frscl,
-                    .phi_1 = phi_1,
-                    .re_ref = re_ref,
-                    .im_ref = im_ref,
-                    .r_lsf = r_lsf,
-                    .i_lsf = i_lsf,
-                    .pat = pat}))
-        return;
+    if (!sum.begin(CURVE_SETTING_HERE)) return;
     const auto exchange_curve = [&](int k) {
         const int at = pars_per_entry * (k - 1);
         sum.add(k, fixpar[at].type, xt + at, 1.0);

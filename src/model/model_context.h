@@ -27,3 +27,15 @@ struct model_context {
                    weighting_type, single_line, lsf_coefs, ref_line, fit_lsf, lookup, ignore);
     }
 };
+
+// The context of the arguments of these names: by name, so that no two can be swapped.
+#define MODEL_CONTEXT_HERE                                                                         \
+    {                                                                                              \
+        .ap = ap, .nLines = nLines, .td_ap_trunc = td_ap_trunc, .npar = npar,                      \
+        .par_copy = par_copy, .fixpar = fixpar, .xre = xre, .xim = xim, .yre = yre, .yim = yim,    \
+        .wre = wre, .wim = wim, .re_ref = re_ref, .im_ref = im_ref, .r_lsf = r_lsf,                \
+        .i_lsf = i_lsf, .frscl = frscl, .phi_1 = phi_1, .n_patterns = n_patterns, .pat = pat,      \
+        .spec = spec, .complex = complex, .weighting_type = weighting_type,                        \
+        .single_line = single_line, .lsf_coefs = lsf_coefs, .ref_line = ref_line,                  \
+        .fit_lsf = fit_lsf, .lookup = lookup, .ignore = ignore                                     \
+    }

@@ -16,6 +16,16 @@ struct curve_setting {
     const double *re_ref, *im_ref, *r_lsf, *i_lsf, *pat;
 };
 
+// The setting of the variables of these names, a run's or a routine's arguments: by name, so that
+// no two can be swapped.
+#define CURVE_SETTING_HERE                                                                         \
+    {                                                                                              \
+        .ap = ap, .nLines = nLines, .n_patterns = n_patterns, .td_ap_trunc = td_ap_trunc,          \
+        .ref_line = ref_line, .lsf_coefs = lsf_coefs, .ignore = ignore, .fit_lsf = fit_lsf,        \
+        .frscl = frscl, .phi_1 = phi_1, .re_ref = re_ref, .im_ref = im_ref, .r_lsf = r_lsf,        \
+        .i_lsf = i_lsf, .pat = pat                                                                 \
+    }
+
 // Each sum has storage of its own, from begin on. The storage of one that ends is left to the next,
 // so that the model evaluations of a run allocate once.
 class model_sum {
