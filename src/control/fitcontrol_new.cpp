@@ -76,6 +76,20 @@ bool read_varokel_prior_knowledge(std::FILE *file, const char *name, const int &
     return true;
 }
 
+// Hands each word of the file to read_block until one is faulty, or the end. Returns whether none
+// was.
+template <class reader>
+static bool read_blocks(std::FILE *file, const reader &read_block) {
+    char word[max_word + 1] = "";
+    scan_word(file, word, max_word); // the first word was tested by who chose this reader
+    bool whole = true;
+    while (whole && scan_word(file, word, max_word)) {
+        whole = read_block(file, word);
+        if (std::strcmp(word, "varokel_end_of_file") == 0) break;
+    }
+    return whole;
+}
+
 void read_varokel_strtval_file(const char *name, int &npar, int &ref_line, int &nLines, int &ap,
                                int &noise_strt, int &noise_stop, int &lsf_coefs, double &phi_1,
                                double &Hz_pp, double &T_acq, double &ftol, double *par,
@@ -127,13 +141,7 @@ void read_varokel_strtval_file(const char *name, int &npar, int &ref_line, int &
     if (file == nullptr) {
         std::printf("==> .shf file could not be opened\n"); // wording kept
     } else {
-        char word[max_word + 1] = "";
-        scan_word(file, word, max_word); // the first word was tested by who chose this reader
-        bool whole = true;
-        while (whole && scan_word(file, word, max_word)) {
-            whole = read_block(file, word);
-            if (std::strcmp(word, "varokel_end_of_file") == 0) break;
-        }
+        const bool whole = read_blocks(file, read_block);
         if (!whole) n_patterns = 0; // their names may not have been read
         if (whole) coefs_stored() && lsf_coefs_allowed(name, names, lsf_coefs, ap, file_corrupt);
         std::fclose(file);

@@ -155,6 +155,43 @@ static bool read_record(std::FILE *file, const char *type, pattern_line_record &
     return true;
 }
 
+static std::FILE *open_pattern(const char *name, int verbose) {
+    std::FILE *file = std::fopen(name, "r+t");
+    if (file == nullptr) {
+        std::printf(" I/O-error : pattern file could not be opened : \n ");
+        std::printf(" check existence of : %s \n ", name);
+        end_run(-1);
+    }
+    if (verbose > 2) std::printf("opened : %s \n", name);
+    return file;
+}
+
+// Reads one line of the pattern; one of an unknown type ends the run.
+static pattern_line_record read_line(std::FILE *file, const char *name, int verbose) {
+    char line_name[max_word + 1] = "";
+    char type[max_word + 1] = "";
+    pattern_line_record record;
+    scan_word(file, line_name, max_word);
+    scan_word(file, type, max_word);
+    if (!read_record(file, type, record)) {
+        std::printf("fatal error : illegal lineshape encountered ...\n");
+        refuse(file);
+    }
+    if (verbose > 2) std::printf("calculating %s line %s %s \n", type, name, line_name);
+    return record;
+}
+
+static void read_end(std::FILE *file, const char *name) {
+    char skipped[max_word + 1] = "";
+    scan_word(file, skipped, max_word);
+    if (!next_word_is(file, "end_of_pattern")) {
+        std::printf("fatal error reading pattern file : %s\n", name);
+        std::printf("illegal file-terminator (end_of_pattern) ");
+        refuse(file);
+    }
+    std::fclose(file);
+}
+
 void interpret_pattern(const int &p, const char (*pat_name)[pattern_name_size], double *pat,
                        double *pattern_norm, const int &ap, const double &frscl,
                        const double &Hz_pp, const double &phi_1, int &ignore, const int &verbose) {
@@ -179,29 +216,14 @@ void interpret_pattern(const int &p, const char (*pat_name)[pattern_name_size], 
         return;
     if (ap > max_pattern_points) return;
 
-    std::FILE *file = std::fopen(name, "r+t");
-    if (file == nullptr) {
-        std::printf(" I/O-error : pattern file could not be opened : \n ");
-        std::printf(" check existence of : %s \n ", name);
-        end_run(-1);
-    }
-    if (verbose > 2) std::printf("opened : %s \n", name);
+    std::FILE *file = open_pattern(name, verbose);
     const int lines = read_heading(file, name);
     double *re = slot_of(pat, p);
     double *im = re + max_pattern_points;
     const int ignore_of_run = ignore;
     ignore = 0;
     for (int line = 0; line < lines; ++line) {
-        char line_name[max_word + 1] = "";
-        char type[max_word + 1] = "";
-        pattern_line_record record;
-        scan_word(file, line_name, max_word);
-        scan_word(file, type, max_word);
-        if (!read_record(file, type, record)) {
-            std::printf("fatal error : illegal lineshape encountered ...\n");
-            refuse(file);
-        }
-        if (verbose > 2) std::printf("calculating %s line %s %s \n", type, name, line_name);
+        const pattern_line_record record = read_line(file, name, verbose);
         const int entry = 1;
         const int no_ref_line = 0;
         const int no_coefs = 0;
@@ -215,13 +237,6 @@ void interpret_pattern(const int &p, const char (*pat_name)[pattern_name_size], 
         Sum_Vector(ap, im, im, curve_im);
     }
     ignore = ignore_of_run;
-    char skipped[max_word + 1] = "";
-    scan_word(file, skipped, max_word);
-    if (!next_word_is(file, "end_of_pattern")) {
-        std::printf("fatal error reading pattern file : %s\n", name);
-        std::printf("illegal file-terminator (end_of_pattern) ");
-        refuse(file);
-    }
-    std::fclose(file);
+    read_end(file, name);
     normalise(re, ap, pattern_norm[p]);
 }

@@ -71,6 +71,27 @@ MULTIVERSION static double largest_open(int n, const double *row, const double *
     return found;
 }
 
+struct matrix_place {
+    int row, col; // 1-based; 0 where there is none
+};
+
+// The last of the largest elements of the rows and columns without a pivot; none where all are
+// not-a-numbers.
+static matrix_place largest_element(const double *a, int n, const int *ipiv, const double *open) {
+    double largest = 0.0;
+    int row = 0;
+    for (int k = 1; k <= n; ++k) {
+        if (ipiv[k] == 1) continue;
+        const double row_largest = largest_open(n, a + position(n, k, 1), open);
+        if (row_largest < largest) continue;
+        largest = row_largest;
+        row = k;
+    }
+    for (int k = n; k >= 1 && row != 0; --k)
+        if (open[k - 1] != 0.0 && std::fabs(a[position(n, row, k)]) == largest) return {row, k};
+    return {0, 0};
+}
+
 void gaussj(double *a, const int &n) {
     const scratch<int> ipiv(n + 1LL, " Memory requested to store ipiv[] in gaussj not available\n");
     const scratch<int> indxr(n + 1LL,
@@ -93,22 +114,11 @@ void gaussj(double *a, const int &n) {
         }
         for (int i = 0; i < rows * used_twice; ++i)
             std::printf("pause 1 in GAUSSJ - Singular matrix \n");
-        // The last of the largest elements is the pivot. Where all are not-a-numbers there is none:
-        // the pass takes the pivot of the one before, whose column is then used twice.
-        double largest = 0.0;
-        int largest_row = 0;
-        for (int k = 1; k <= n; ++k) {
-            if (ipiv[k] == 1) continue;
-            const double row_largest = largest_open(n, a + position(n, k, 1), open);
-            if (row_largest < largest) continue;
-            largest = row_largest;
-            largest_row = k;
-        }
-        for (int k = n; k >= 1 && largest_row != 0; --k) {
-            if (open[k - 1] == 0.0 || std::fabs(at(largest_row, k)) != largest) continue;
-            pivot_row = largest_row;
-            pivot_col = k;
-            break;
+        // Where there is none the pass takes the pivot of the one before, whose column is then used
+        // twice.
+        if (const matrix_place found = largest_element(a, n, ipiv, open); found.col != 0) {
+            pivot_row = found.row;
+            pivot_col = found.col;
         }
         if (pivot_col == 0) return; // a matrix of not-a-numbers, which is its own inverse
         ++ipiv[pivot_col];

@@ -106,35 +106,7 @@ void f_new_complex_select(const int &ap, const int &index, const int &N, double 
                           const int &weighting_type, const int &single_line, const int &lsf_coefs,
                           const int &ref_line, const int *fit_lsf, const double *lookup,
                           const int &ignore) {
-    const model_context model{.ap = ap,
-                              .nLines = nLines,
-                              .td_ap_trunc = td_ap_trunc,
-                              .npar = npar,
-                              .par_copy = par_copy,
-                              .fixpar = fixpar,
-                              .xre = xre,
-                              .xim = xim,
-                              .yre = yre,
-                              .yim = yim,
-                              .wre = wre,
-                              .wim = wim,
-                              .re_ref = re_ref,
-                              .im_ref = im_ref,
-                              .r_lsf = r_lsf,
-                              .i_lsf = i_lsf,
-                              .frscl = frscl,
-                              .phi_1 = phi_1,
-                              .n_patterns = n_patterns,
-                              .pat = pat,
-                              .spec = spec,
-                              .complex = complex,
-                              .weighting_type = weighting_type,
-                              .single_line = single_line,
-                              .lsf_coefs = lsf_coefs,
-                              .ref_line = ref_line,
-                              .fit_lsf = fit_lsf,
-                              .lookup = lookup,
-                              .ignore = ignore};
+    const model_context model MODEL_CONTEXT_HERE;
     const scratch<double> trial(N, " Memory requested to store y[] in "
                                    "f_new_complex_select() is not available\n");
     const scratch<double> base(N, no_unperturbed);
@@ -260,6 +232,17 @@ static void spread_errors(int N, int nLines, int nfree, double sigma, const doub
     }
 }
 
+// Length of the run of points that count, from each point on. Returns how many count.
+static long long find_runs(int ap, const double *wre, const double *wim, int *counts) {
+    long long points = 0;
+    for (int k = ap - 1; k >= 0; --k) {
+        if (wre[k] + wim[k] == 0.0) continue;
+        counts[k] = 1 + (k + 1 < ap ? counts[k + 1] : 0);
+        ++points;
+    }
+    return points;
+}
+
 void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
              const parameter_record *fixpar, double *errpar, int &nfitted, const int &nLines,
              const int &td_ap_trunc, const int &npar, double *par_copy, const double *xre,
@@ -282,14 +265,9 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
 
     const bool real_channel = complex == 0 || complex >= 2;
     const bool imaginary_channel = complex == 1 || complex == 2;
-    long long points = 0;
     const scratch<int> counts(ap, " Memory requested to store counts[] in cr_mvb() is not "
-                                  "available\n"); // length of the run of points that count
-    for (int k = ap - 1; k >= 0 && counts != nullptr; --k) {
-        if (wre[k] + wim[k] == 0.0) continue;
-        counts[k] = 1 + (k + 1 < ap ? counts[k + 1] : 0);
-        ++points;
-    }
+                                  "available\n");
+    const long long points = counts != nullptr ? find_runs(ap, wre, wim, counts) : 0;
     const long long values =
         points * ((real_channel ? 1 : 0) + (imaginary_channel ? 1 : 0)); // of one derivative
     const long long row_length = kernel::padded_values(values);          // rows end in zeros
@@ -305,35 +283,7 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
                                 "available\n");
     if (counts != nullptr && derivatives != nullptr && trial != nullptr && base != nullptr &&
         covar != nullptr) {
-        const model_context model{.ap = ap,
-                                  .nLines = nLines,
-                                  .td_ap_trunc = td_ap_trunc,
-                                  .npar = npar,
-                                  .par_copy = par_copy,
-                                  .fixpar = fixpar,
-                                  .xre = xre,
-                                  .xim = xim,
-                                  .yre = yre,
-                                  .yim = yim,
-                                  .wre = wre,
-                                  .wim = wim,
-                                  .re_ref = re_ref,
-                                  .im_ref = im_ref,
-                                  .r_lsf = r_lsf,
-                                  .i_lsf = i_lsf,
-                                  .frscl = frscl,
-                                  .phi_1 = phi_1,
-                                  .n_patterns = n_patterns,
-                                  .pat = pat,
-                                  .spec = spec,
-                                  .complex = complex,
-                                  .weighting_type = weighting_type,
-                                  .single_line = single_line,
-                                  .lsf_coefs = lsf_coefs,
-                                  .ref_line = ref_line,
-                                  .fit_lsf = fit_lsf,
-                                  .lookup = lookup,
-                                  .ignore = ignore};
+        const model_context model MODEL_CONTEXT_HERE;
         const derivative_rows rows_of{ap,         counts,     real_channel, imaginary_channel,
                                       row_length, derivatives};
         int q = 0;

@@ -67,20 +67,52 @@ bracket bracket_minimum(line_function f) {
     return {ax, bx, cx};
 }
 
+// The lowest points so far, and what they enclose the minimum in.
+struct lowest_points {
+    double lo, hi;
+    double x, w, v; // the best, the second best, the second best before
+    double fx, fw, fv;
+
+    void take(double u, double fu) {
+        if (fu <= fx) {
+            (u >= x ? lo : hi) = x;
+            v = w;
+            w = x;
+            x = u;
+            fv = fw;
+            fw = fx;
+            fx = fu;
+        } else {
+            (u < x ? lo : hi) = u;
+            if (fu <= fw || w == x) {
+                v = w;
+                w = u;
+                fv = fw;
+                fw = fu;
+            } else if (fu <= fv || v == x || v == w) {
+                v = u;
+                fv = fu;
+            }
+        }
+    }
+};
+
 double brent_minimum(line_function f, const bracket &start, const int &limit, double &f_min,
                      bool &exhausted) {
-    double lo = std::min(start.a, start.c);
-    double hi = std::max(start.a, start.c);
-    double x = start.b;
-    double w = x;
-    double v = x;
-    double fx = f(x);
-    double fw = fx;
-    double fv = fx;
+    const double first = f(start.b);
+    lowest_points points = {std::min(start.a, start.c),
+                            std::max(start.a, start.c),
+                            start.b,
+                            start.b,
+                            start.b,
+                            first,
+                            first,
+                            first};
     double d = 0.0;
     double e = 0.0;
     exhausted = false;
     for (int iteration = 1; iteration <= limit; ++iteration) {
+        const auto [lo, hi, x, w, v, fx, fw, fv] = points;
         const double xm = (lo + hi) / 2.0;
         const double tol1 = line_tolerance * std::fabs(x) + tolerance_floor;
         const double tol2 = 2.0 * tol1;
@@ -117,29 +149,9 @@ double brent_minimum(line_function f, const bracket &start, const int &limit, do
         } else {
             u = d > 0.0 ? x + tol1 : x - tol1;
         }
-        const double fu = f(u);
-        if (fu <= fx) {
-            (u >= x ? lo : hi) = x;
-            v = w;
-            w = x;
-            x = u;
-            fv = fw;
-            fw = fx;
-            fx = fu;
-        } else {
-            (u < x ? lo : hi) = u;
-            if (fu <= fw || w == x) {
-                v = w;
-                w = u;
-                fv = fw;
-                fw = fu;
-            } else if (fu <= fv || v == x || v == w) {
-                v = u;
-                fv = fu;
-            }
-        }
+        points.take(u, f(u));
     }
     exhausted = true;
-    f_min = fx;
-    return x;
+    f_min = points.fx;
+    return points.x;
 }

@@ -209,42 +209,46 @@ static bool is_followed(int s, int kind) {
     return false;
 }
 
+// Area and phase of an entry that no other follows: steps of both are multiples of its curve of
+// area 1, which sum keeps. Marks what is done; false when there is no storage.
+static bool factor_gradient(int s, const bool *wanted, const curve_setting &setting,
+                            const chi_square_change &change, double offset, const double *x,
+                            double *g, model_sum &sum, bool *done) {
+    const int at = pars_per_entry * (s - 1);
+    done[area_par] = wanted[area_par] && !is_followed(s, area_par);
+    done[phase_par] = wanted[phase_par] && !is_followed(s, phase_par);
+    if (!done[area_par] && !done[phase_par]) return true;
+    double unit[pars_per_entry];
+    std::copy(x + at, x + at + pars_per_entry, unit);
+    unit[area_par] = 1.0;
+    if (!sum.begin(setting)) return false;
+    sum.add(s, fixpar[at].type, unit, 1.0);
+    sum.keep();
+    sum.transform();
+    if (done[area_par]) {
+        const difference_step step = step_of(x[at + area_par]);
+        const double delta = step.value - x[at + area_par];
+        g[at + area_par] = (change(delta, 0.0, sum.re(), sum.im()) + offset) / step.h;
+    }
+    if (done[phase_par]) {
+        const difference_step step = step_of(x[at + phase_par]);
+        const double turn = std::numbers::pi * (step.value - x[at + phase_par]) / 180.0;
+        const double half_sine = kernel::sin(0.5 * turn);
+        const double A = x[at + area_par]; // A (exp(i turn) - 1)
+        const double slope =
+            change(-2.0 * A * half_sine * half_sine, A * kernel::sin(turn), sum.re(), sum.im());
+        g[at + phase_par] = (slope + offset) / step.h;
+    }
+    return true;
+}
+
 // Gradient components of entry s (1-based) for the kinds that are wanted.
 static void entry_gradient(int s, const bool *wanted, const curve_setting &setting,
                            const chi_square_change &change, double offset, double *x, double *g) {
     const int at = pars_per_entry * (s - 1);
-    const int type = fixpar[at].type;
     model_sum sum;
     bool done[pars_per_entry] = {};
-
-    const bool plain_area = wanted[area_par] && !is_followed(s, area_par);
-    const bool plain_phase = wanted[phase_par] && !is_followed(s, phase_par);
-    if (plain_area || plain_phase) {
-        double unit[pars_per_entry];
-        std::copy(x + at, x + at + pars_per_entry, unit);
-        unit[area_par] = 1.0;
-        if (!sum.begin(setting)) return;
-        sum.add(s, type, unit, 1.0);
-        sum.keep();
-        sum.transform();
-        if (plain_area) {
-            const difference_step step = step_of(x[at + area_par]);
-            const double delta = step.value - x[at + area_par];
-            g[at + area_par] = (change(delta, 0.0, sum.re(), sum.im()) + offset) / step.h;
-            done[area_par] = true;
-        }
-        if (plain_phase) {
-            const difference_step step = step_of(x[at + phase_par]);
-            const double turn = std::numbers::pi * (step.value - x[at + phase_par]) / 180.0;
-            const double half_sine = kernel::sin(0.5 * turn);
-            const double A = x[at + area_par]; // A (exp(i turn) - 1)
-            g[at + phase_par] = (change(-2.0 * A * half_sine * half_sine, A * kernel::sin(turn),
-                                        sum.re(), sum.im()) +
-                                 offset) /
-                                step.h;
-            done[phase_par] = true;
-        }
-    }
+    if (!factor_gradient(s, wanted, setting, change, offset, x, g, sum, done)) return;
     for (int kind = 0; kind < pars_per_entry; ++kind) {
         if (!wanted[kind] || done[kind]) continue;
         const difference_step step = step_of(x[at + kind]);
@@ -314,6 +318,36 @@ class plain_derivative {
     double *store_, *y0re_, *y0im_;
 };
 
+// By the curves that change.
+static void gradient_by_parts(double f0, const int *group_switch, const chi_square_change &change,
+                              double *x, double *g) {
+    const curve_setting setting CURVE_SETTING_HERE;
+    const double offset = present_chi_square(x) - f0; // 0 but for rounding
+    for (int s = 1; s <= nLines + n_patterns; ++s) {
+        if (s <= nLines && starts_outside_intervals(s)) continue;
+        bool wanted[pars_per_entry];
+        for (int kind = 0; kind < pars_per_entry; ++kind)
+            wanted[kind] =
+                group_switch[kind] == 1 && fixpar[pars_per_entry * (s - 1) + kind].fixed_to == 0;
+        entry_gradient(s, wanted, setting, change, offset, x, g);
+    }
+}
+
+// By whole models.
+static void plain_gradient(const plain_derivative &derivative, const int *group_switch, double *g) {
+    for (int kind = 0; kind < pars_per_entry; ++kind) {
+        if (group_switch[kind] != 1) continue;
+        for (int j = kind; j < pars_per_entry * (nLines + n_patterns); j += pars_per_entry) {
+            single_line = j / pars_per_entry + 1;
+            if (fixpar[j].fixed_to == 0) g[j] = derivative(j);
+        }
+    }
+    for (int k = 1; k <= nLines; ++k) {
+        if (!starts_outside_intervals(k)) continue;
+        for (int j = 0; j < pars_per_entry; ++j) g[pars_per_entry * (k - 1) + j] = 0.0;
+    }
+}
+
 void dfnc(const double &f0, double *x, double *g) {
     const int line_parameters = pars_per_entry * (nLines + n_patterns);
     const int vector_length = line_parameters + 2 * lsf_coefs;
@@ -332,47 +366,12 @@ void dfnc(const double &f0, double *x, double *g) {
         // Type 3 makes the model its own weights, whatever it is; other modes have no formula.
         const bool by_parts = weighting_type != 3 && complex >= 0 && complex <= 4;
         if (by_parts) {
-            const curve_setting setting{.ap = ap,
-                                        .nLines = nLines,
-                                        .n_patterns = n_patterns,
-                                        .td_ap_trunc = td_ap_trunc,
-                                        .ref_line = ref_line,
-                                        .lsf_coefs = lsf_coefs,
-                                        .ignore = ignore,
-                                        .fit_lsf = fit_lsf,
-                                        .frscl = frscl,
-                                        .phi_1 = phi_1,
-                                        .re_ref = re_ref,
-                                        .im_ref = im_ref,
-                                        .r_lsf = r_lsf,
-                                        .i_lsf = i_lsf,
-                                        .pat = pat};
             chi_square_change change(store_yre, store_yre + ap, store_yim, store_yim + ap);
             change.prepare();
-            const double offset = present_chi_square(x) - f0; // 0 but for rounding
-            for (int s = 1; s <= nLines + n_patterns; ++s) {
-                if (s <= nLines && starts_outside_intervals(s)) continue;
-                bool wanted[pars_per_entry];
-                for (int kind = 0; kind < pars_per_entry; ++kind)
-                    wanted[kind] = group_switch[kind] == 1 &&
-                                   fixpar[pars_per_entry * (s - 1) + kind].fixed_to == 0;
-                entry_gradient(s, wanted, setting, change, offset, x, g);
-            }
+            gradient_by_parts(f0, group_switch, change, x, g);
         }
         const plain_derivative derivative(f0, x, vector_length, store, store_yre, store_yim);
-        if (!by_parts) {
-            for (int kind = 0; kind < pars_per_entry; ++kind) {
-                if (group_switch[kind] != 1) continue;
-                for (int j = kind; j < line_parameters; j += pars_per_entry) {
-                    single_line = j / pars_per_entry + 1;
-                    if (fixpar[j].fixed_to == 0) g[j] = derivative(j);
-                }
-            }
-            for (int k = 1; k <= nLines; ++k) {
-                if (!starts_outside_intervals(k)) continue;
-                for (int j = 0; j < pars_per_entry; ++j) g[pars_per_entry * (k - 1) + j] = 0.0;
-            }
-        }
+        if (!by_parts) plain_gradient(derivative, group_switch, g);
         if (lsf_coefs > 0 && lsf_fit_enable == 1) {
             single_line = 0;
             for (int j = line_parameters; j < vector_length; ++j) g[j] = derivative(j);

@@ -252,6 +252,83 @@ static void copy_ge_data() {
     }
 }
 
+static void print_input_names() {
+    if (verbose <= 0) return;
+    std::printf("Fitting will be performed on               : ");
+    std::printf("%s", (std::string(path) + sdffnm).c_str());
+    std::printf("\n");
+    std::printf("using start value / fitting condition file : ");
+    std::printf("%s\n", strtvalfnm);
+}
+
+// Lineshape and truncation as the first step finds them.
+static void begin_model() {
+    if (lsf_coefs >= 1) {
+        ParArrayToLineShapeFunction(lsf_coefs, ap, npar, par, r_lsf, i_lsf, lookup);
+        if (verbose > 0) std::printf("Fourier coefficient lineshape function fit active \n");
+    }
+    if (entry_count() != 0) spec = 1;
+    td_ap_trunc = var_ap_trunc[1];
+    // the truncation after the last step repeats it
+    var_ap_trunc[n_fit_strat_steps + 1] = var_ap_trunc[n_fit_strat_steps];
+}
+
+static void print_chi_square_before(double scaled) {
+    if (verbose <= 0) return;
+    std::printf("Chi-square before minimization             : ");
+    std::printf("%1.16e", chi_before);
+    std::printf("\n");
+    std::printf("Scaled chi-square before minimization      : ");
+    std::printf("%1.16e", scaled);
+    std::printf("\n");
+}
+
+// The values in the units of the user, as table and matrix files.
+static void report_parameters(double *values, double *errors, parameter_record *records) {
+    Natural_Frequency(nLines, n_patterns, par, fixpar, errpar, values, records, errors, T_acq,
+                      Hz_pp);
+    divide_pattern_areas_by_norm(values, errors, records);
+    for (int k = 1; k <= entry_count(); ++k) lsf_area[k] = values[pars_per_entry * (k - 1)];
+    if (verbose > 0) print_parameter_table(values, errors);
+    Write_Parameter_Matrix((std::string(fnm) + ".mat").c_str(), values);
+    Write_Parameter_Matrix((std::string(fnm) + ".err").c_str(), errors);
+    print_dead_time_report();
+}
+
+// With the weights of the last step, and without any.
+static void report_chi_square_after(double quality) {
+    chi_after = chi_square_of(par);
+    if (verbose > 0) {
+        std::printf("\nWeighted chi-square after minimization     : ");
+        std::printf("%g", chi_after);
+        std::printf("\n");
+    }
+    for (int i = 0; i < ap; ++i) wre[i] = wim[i] = 1.0; // stay at 1.0 for the rest of the run
+    dummy1 = weighting_type;
+    weighting_type = 1;
+    true_chi = chi_square_of(par);
+    weighting_type = dummy1;
+    if (verbose > 0) {
+        std::printf("Non weighted chi-square after minimization : ");
+        std::printf("%g", true_chi);
+        std::printf("\n");
+        std::printf("Fit quality number after fit               : %f\n",
+                    static_cast<double>(static_cast<float>(quality)));
+    }
+}
+
+static void write_results(const output_name *names, double quality, float *buffer) {
+    if (sageidl == 1) write_output_headers(names);
+    write_signals(names, buffer);
+    if (par_ranges == 2) par_ranges = 0; // for good: the written files carry ranges
+    write_fit_without_ignore(names, buffer);
+    write_start_value_files();
+    write_fit_result(quality);
+    write_spreadsheet(quality, minimum); // of what .fit0 shows
+    if (sageidl == 2) copy_ge_data();
+    write_output_signal(names[fit0_signal].data, ap, yre, yim, buffer);
+}
+
 void FitSpectrum() {
     const long long parameters = pars_per_entry * static_cast<long long>(entry_count());
     const scratch<parameter_record> o_fixpar(
@@ -272,26 +349,12 @@ void FitSpectrum() {
     output_name names[n_output_signals];
     name_output_signals(names);
     std::snprintf(strtvalfnm_read, sizeof strtvalfnm_read, "%s", strtvalfnm);
-    if (verbose > 0) {
-        std::printf("Fitting will be performed on               : ");
-        std::printf("%s", (std::string(path) + sdffnm).c_str());
-        std::printf("\n");
-        std::printf("using start value / fitting condition file : ");
-        std::printf("%s\n", strtvalfnm);
-    }
+    print_input_names();
     if (fitmode == 1 || fitmode == 2) lsf_coefs = 0;
     if (ref_line == 1) read_reference_line(ge_array);
 
     const int pass = start_values_pass();
-    if (lsf_coefs >= 1) {
-        ParArrayToLineShapeFunction(lsf_coefs, ap, npar, par, r_lsf, i_lsf, lookup);
-        if (verbose > 0) std::printf("Fourier coefficient lineshape function fit active \n");
-    }
-    if (entry_count() != 0) spec = 1;
-    td_ap_trunc = var_ap_trunc[1];
-    // the truncation after the last step repeats it
-    var_ap_trunc[n_fit_strat_steps + 1] = var_ap_trunc[n_fit_strat_steps];
-
+    begin_model();
     chi_before = chi_square_of(par);
     scale_problem();
     if (pass != 1) {
@@ -299,15 +362,7 @@ void FitSpectrum() {
         return;
     }
 
-    const double scaled_chi_before = chi_square_of(par);
-    if (verbose > 0) {
-        std::printf("Chi-square before minimization             : ");
-        std::printf("%1.16e", chi_before);
-        std::printf("\n");
-        std::printf("Scaled chi-square before minimization      : ");
-        std::printf("%1.16e", scaled_chi_before);
-        std::printf("\n");
-    }
+    print_chi_square_before(chi_square_of(par));
     print_fit_quality(complex, hrange[1], sigma, scalefactor);
     Copy_Vector(static_cast<int>(parameters) + 2 * lsf_coefs, par, par_copy);
     if (verbose > 0) std::printf("calculating parameters                   ...\n");
@@ -324,41 +379,7 @@ void FitSpectrum() {
     write_components(names[nln0_signal].data);
     if (error_calc == 1 && ap_noise != 0) compute_error_bounds();
 
-    Natural_Frequency(nLines, n_patterns, par, fixpar, errpar, o_par, o_fixpar, o_errpar, T_acq,
-                      Hz_pp);
-    divide_pattern_areas_by_norm(o_par, o_errpar, o_fixpar);
-    for (int k = 1; k <= entry_count(); ++k) lsf_area[k] = o_par[pars_per_entry * (k - 1)];
-    if (verbose > 0) print_parameter_table(o_par, o_errpar);
-    Write_Parameter_Matrix((std::string(fnm) + ".mat").c_str(), o_par);
-    Write_Parameter_Matrix((std::string(fnm) + ".err").c_str(), o_errpar);
-    print_dead_time_report();
-
-    chi_after = chi_square_of(par);
-    if (verbose > 0) {
-        std::printf("\nWeighted chi-square after minimization     : ");
-        std::printf("%g", chi_after);
-        std::printf("\n");
-    }
-    for (int i = 0; i < ap; ++i) wre[i] = wim[i] = 1.0; // stay at 1.0 for the rest of the run
-    dummy1 = weighting_type;
-    weighting_type = 1;
-    true_chi = chi_square_of(par);
-    weighting_type = dummy1;
-    if (verbose > 0) {
-        std::printf("Non weighted chi-square after minimization : ");
-        std::printf("%g", true_chi);
-        std::printf("\n");
-        std::printf("Fit quality number after fit               : %f\n",
-                    static_cast<double>(static_cast<float>(quality)));
-    }
-
-    if (sageidl == 1) write_output_headers(names);
-    write_signals(names, ge_array);
-    if (par_ranges == 2) par_ranges = 0; // for good: the written files carry ranges
-    write_fit_without_ignore(names, ge_array);
-    write_start_value_files();
-    write_fit_result(quality);
-    write_spreadsheet(quality, minimum); // of what .fit0 shows
-    if (sageidl == 2) copy_ge_data();
-    write_output_signal(names[fit0_signal].data, ap, yre, yim, ge_array);
+    report_parameters(o_par, o_errpar, o_fixpar);
+    report_chi_square_after(quality);
+    write_results(names, quality, ge_array);
 }

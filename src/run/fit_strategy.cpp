@@ -59,6 +59,30 @@ static void random_search_of(int trials) {
                     voigt_fit, lsf_fit_enable, par_ranges);
 }
 
+static void fit_lines(int algor) {
+    single_line = 0;
+    if (verbose > 1) print_switches();
+    std::fflush(stdout);
+    if (algor == 1) {
+        std::printf("Performing random fit step ... \n");
+        random_search_of(50 / (nLines + n_patterns) + (3 * npar) / 2);
+    } else {
+        frprmn(npar + 2 * lsf_coefs, par);
+    }
+    if (verbose > 0) std::printf("\nFit step performed no line shape function \n\n");
+}
+
+static void fit_lines_and_lineshape(int algor) {
+    single_line = 0;
+    if (algor == 1) {
+        std::printf("\nStarting next random fit step ... \n");
+        random_search_of((3 * (npar + lsf_coefs)) / 2);
+    } else {
+        frprmn(npar + 2 * lsf_coefs, par);
+    }
+    if (verbose > 0) std::printf("\nFit step performed with line shape function \n");
+}
+
 void Fit_Strategy_Step(const int &algor, const int &trunc, const int &step, const int &ampli,
                        const int &frequ, const int &width, const int &phase, const int &voigt,
                        const int &lsfft, const int &wtype, const int &convo, const int &niter_max,
@@ -100,26 +124,8 @@ void Fit_Strategy_Step(const int &algor, const int &trunc, const int &step, cons
     Create_Weighting_Function(ap, step, wre, wim);
     if (lsf_coefs < 0) return;
 
-    const int dimension = npar + 2 * lsf_coefs;
-    if (lsf_fit_enable == 0) {
-        single_line = 0;
-        if (verbose > 1) print_switches();
-        std::fflush(stdout);
-        if (algor == 1) {
-            std::printf("Performing random fit step ... \n");
-            random_search_of(50 / (nLines + n_patterns) + (3 * npar) / 2);
-        } else {
-            frprmn(dimension, par);
-        }
-        if (verbose > 0) std::printf("\nFit step performed no line shape function \n\n");
-    } else if (lsf_fit_enable == 1 && lsf_coefs >= 1) {
-        single_line = 0;
-        if (algor == 1) {
-            std::printf("\nStarting next random fit step ... \n");
-            random_search_of((3 * (npar + lsf_coefs)) / 2);
-        } else {
-            frprmn(dimension, par);
-        }
-        if (verbose > 0) std::printf("\nFit step performed with line shape function \n");
-    }
+    if (lsf_fit_enable == 0)
+        fit_lines(algor);
+    else if (lsf_fit_enable == 1 && lsf_coefs >= 1)
+        fit_lines_and_lineshape(algor);
 }
