@@ -93,6 +93,9 @@ TEST(derived_area, errors_are_in_the_shown_units) {
     EXPECT_NEAR(error("gauss_width(PCr)"), 1.67, 1e-15);
     EXPECT_NEAR(error("lorentz_width(PCr)"), 1.0, 1e-15);
     EXPECT_NEAR(error("phase(PCr)"), 0.5, 1e-15);
+    run.control.covariance[15 * 1 + 2] = run.control.covariance[15 * 2 + 1] = 0.1; // points^2
+    EXPECT_NEAR(error("frequency(PCr) + gauss_width(PCr)"),
+                std::sqrt(0.02 * 0.02 + 1.67 * 1.67 + 2.0 * 0.1 * 0.04 * (2.0 * 1.67)), 1e-15);
     EXPECT_EQ(derive_area(run, "frequency(gATP2)").value, 3.0);
     EXPECT_EQ(derive_area(run, "gauss_width(gATP1) + lorentz_width(PCr) + phase(PCr)").value, 38.0);
     run.axis.ppm_at_carrier.reset(); // Hz from the carrier
