@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/results/derived_area.h"
 
-#include "files/base/line_text.h"
 #include "files/base/ordered_json.h"
 #include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
@@ -21,15 +20,6 @@ double derived_area::percent_1sd() const {
     like.value = value;
     like.error_2sd = 2.0 * error_1sd;
     return like.percent_1sd();
-}
-
-std::string derived_expression(const std::string &text) {
-    const std::size_t equals = text.find('=');
-    return trimmed(equals == std::string::npos ? text : text.substr(equals + 1));
-}
-
-std::string derived_name(const std::string &text) {
-    return trimmed(text.substr(0, text.find('=')));
 }
 
 // Takes text apart into name and expression, and evaluates that.

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "files/results/results_table.h"
+#include "files/start/derive_rows.h"
 
 #include <string>
 #include <vector>
@@ -36,10 +37,6 @@ derived_area derive_area(const run_result &run, const std::string &text);
 // place: what has the names, for messages. Errors: as above.
 void check_derived_area(const std::vector<std::string> &names, const std::string &place,
                         const std::string &text);
-
-// The two parts of such a text; without "=" both are the whole of it.
-std::string derived_name(const std::string &text);
-std::string derived_expression(const std::string &text);
 
 // derived.tsv: its line of column names, a row, and the JSON that describes the columns.
 std::string derived_header(const table_shape &shape = {});

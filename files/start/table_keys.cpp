@@ -3,6 +3,7 @@
 
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
+#include "files/start/derive_rows.h"
 #include "files/start/strategy_presets.h"
 
 #include <map>
@@ -172,12 +173,16 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
         if (table.reference) refuse_at(table, place, "found a second \"reference\"");
         table.reference = read_reference(scan);
     } else if (word == "derive") {
-        table.derived.push_back(scan.rest());
-        if (table.derived.back().empty()) scan.refuse("NAME = EXPRESSION, such as PCr/GATP");
+        const std::string row = scan.rest();
+        if (row.empty()) scan.refuse("NAME = EXPRESSION, such as PCr/GATP");
+        refuse_derived_twice(table, derived_name(row), place);
+        table.derived.push_back(row);
     } else if (word == "water") {
         table.amounts.water.push_back(read_water_row(table, scan.rest(), place));
     } else if (word == "amount") {
-        table.amounts.amounts.push_back(read_amount_row(table, scan.rest(), place));
+        const amount_row row = read_amount_row(table, scan.rest(), place);
+        refuse_derived_twice(table, row.name, place);
+        table.amounts.amounts.push_back(row);
     } else if (word == "te") {
         table.amounts.echo_time = read_time(table, scan.rest(), place);
     } else if (word == "tr") {

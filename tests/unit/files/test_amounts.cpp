@@ -84,6 +84,22 @@ TEST(amounts, a_time_that_is_needed_and_not_known_is_asked_for) {
                  tools::tool_error);
 }
 
+TEST(amounts, a_name_stands_for_one_amount_or_derived_value) {
+    for (const char *const rows :
+         {"amount: NAA, protons=3\namount: NAA, protons=2\n", "derive: x = NAA\nderive: x=2*NAA\n",
+          "derive: NAA = 2*NAA\namount: NAA, protons=3\n",
+          "amount: x = NAA, protons=3\nderive: x\n", "derive: NAA\nderive: NAA\n"}) {
+        try {
+            table_with(rows);
+            ADD_FAILURE() << rows;
+        } catch (const tools::tool_error &error) {
+            EXPECT_NE(std::string(error.what()).find("t.txt:4:"), std::string::npos)
+                << error.what();
+        }
+    }
+    EXPECT_EQ(table_with("derive: NAA = NAA\namount: naa = NAA, protons=3\n").derived.size(), 1U);
+}
+
 TEST(amounts, rows_that_say_nothing_clear_are_refused_with_their_place) {
     for (const char *const row :
          {"amount: NAA", "amount: NAA, protons=0", "amount: NAA, protons=three",
