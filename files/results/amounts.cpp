@@ -37,6 +37,18 @@ static void refuse_missing(const std::string &whose, std::optional<double> t1,
                                         "--repetition-time SECONDS");
 }
 
+// Times that leave a signal which rounds to nothing, and numbers beyond what can be held, say
+// nothing about an amount.
+static void refuse_none_left(const std::string &whose, double left, const std::string &file) {
+    if (left > 0.0) return;
+    throw tool_error(bad_input, file +
+                                    ": by the times, protons, content and scale given, the "
+                                    "signal of " +
+                                    whose +
+                                    " is no number above 0; expected relaxation times not much "
+                                    "below the echo time, nor far above the repetition time");
+}
+
 static std::string missing_times(const std::string &whose, bool has_t1, bool has_t2) {
     if (has_t1 && has_t2) return "";
     const std::string what = has_t1 ? "T2" : has_t2 ? "T1" : "T1 and T2";
@@ -102,6 +114,7 @@ ordered_json amounts_item(const amount_rows &rows, const water_measurement &wate
         any_t1 = any_t1 || each.t1;
     }
     const water_sum sum = sum_of(rows.water, water);
+    refuse_none_left("water", sum.signal, table_file);
     if (rows.water.empty() || !rows.water.front().content)
         say("no content of water given: amounts are per kg of water");
     ordered_json item;
@@ -120,15 +133,17 @@ ordered_json amounts_item(const amount_rows &rows, const water_measurement &wate
         say(missing_times(row.name, row.t1.has_value(), row.t2.has_value()));
         any_t1 = any_t1 || row.t1;
         const double left = relaxation_left(row.t1, row.t2, rows.echo_time, rows.repetition_time);
-        item["amounts"].push_back(
-            {{"name", row.name},
-             {"expression", row.expression},
-             {"protons", row.protons},
-             {"t1_s", time_item(row.t1)},
-             {"t2_s", time_item(row.t2)},
-             {"relaxation_left", left},
-             {"per_area", water_of_a_kilogram * protons_of_water / row.protons * sum.signal /
-                              (left * sum.place * water.area * water.scale)}});
+        const double per_area = water_of_a_kilogram * protons_of_water / row.protons * sum.signal /
+                                (left * sum.place * water.area * water.scale);
+        refuse_none_left(row.name, per_area > 0.0 && std::isfinite(per_area) ? left : 0.0,
+                         table_file);
+        item["amounts"].push_back({{"name", row.name},
+                                   {"expression", row.expression},
+                                   {"protons", row.protons},
+                                   {"t1_s", time_item(row.t1)},
+                                   {"t2_s", time_item(row.t2)},
+                                   {"relaxation_left", left},
+                                   {"per_area", per_area}});
     }
     if (any_t1) say("saturation is that of excitation by 90 degrees");
     item["assumed"] = said;

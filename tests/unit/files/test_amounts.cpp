@@ -84,6 +84,33 @@ TEST(amounts, a_time_that_is_needed_and_not_known_is_asked_for) {
                  tools::tool_error);
 }
 
+TEST(amounts, times_that_leave_nothing_are_refused) {
+    const auto refused = [](const std::string &rows, const tools::water_measurement &water) {
+        try {
+            per_area("te: 30 ms\ntr: 2 s\n" + rows, water);
+            ADD_FAILURE() << rows;
+        } catch (const tools::tool_error &error) {
+            EXPECT_EQ(error.status(), tools::bad_input);
+            EXPECT_NE(std::string(error.what()).find("t.txt: by the times"), std::string::npos)
+                << error.what();
+        }
+    };
+    const tools::water_measurement usual = {1000.0, 1.0, 1.0, 0.03, 2.0};
+    // exp(-TE/T2) is above 0 up to TE/T2 = 745.13, 1 - exp(-TR/T1) from TR/T1 = 2^-54 on
+    EXPECT_GT(per_area("te: 30 ms\nwater: a, t2=4.1e-5 s\n", usual), 0.0);
+    refused("water: a, t2=4.0e-5 s\n", usual);
+    EXPECT_GT(per_area("water: a, t1=1e16 s\n", usual), 0.0);
+    refused("water: a, t1=1e17 s\n", usual);
+    for (const char *const row :
+         {"t2=1e-300 s", "t2=4.0e-5 s", "t1=1e300 s", "t1=1e17 s", "protons=1e-307"})
+        refused("amount: x = NAA, protons=3, " + std::string(row) + "\n", usual);
+    refused("", {1e300, 1.0, 1e300, {}, {}}); // inf
+    refused("", {1e-300, 1.0, 1e-10, {}, {}});
+    refused("", {1000.0, 1.0, 0.0, {}, {}});
+    for (const double scale : {1e-300, 1e-45, 1e45, 1e300})
+        EXPECT_NEAR(per_area("", {1000.0, 1.0, scale, {}, {}}) * scale, 37.0056, 1e-3);
+}
+
 TEST(amounts, a_name_stands_for_one_amount_or_derived_value) {
     for (const char *const rows :
          {"amount: NAA, protons=3\namount: NAA, protons=2\n", "derive: x = NAA\nderive: x=2*NAA\n",
