@@ -10,9 +10,19 @@
 
 namespace tools {
 
-// Brackets outside of texts.
-static int depth_of(const std::string &text) {
-    int depth = 0, deepest = 0;
+namespace {
+
+// What a text becomes, before any of it is held.
+struct json_extent {
+    int deepest = 0;        // brackets
+    std::size_t values = 1; // a bracket and a comma go before each, at least
+};
+
+} // namespace
+
+static json_extent extent_of(const std::string &text) {
+    json_extent extent;
+    int depth = 0;
     bool quoted = false;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char c = text[at];
@@ -24,19 +34,27 @@ static int depth_of(const std::string &text) {
         } else if (c == '"') {
             quoted = true;
         } else if (c == '[' || c == '{') {
-            deepest = std::max(deepest, ++depth);
+            extent.deepest = std::max(extent.deepest, ++depth);
+            ++extent.values;
+        } else if (c == ',') {
+            ++extent.values;
         } else if (c == ']' || c == '}') {
             --depth;
         }
     }
-    return deepest;
+    return extent;
 }
 
 ordered_json json_of_text(const std::string &text, const std::string &file) {
-    if (depth_of(text) > deepest_json)
+    const json_extent extent = extent_of(text);
+    if (extent.deepest > deepest_json)
         throw tool_error(bad_input, file + ": JSON nested deeper than " +
                                         std::to_string(deepest_json) +
                                         " levels; expected a plain document");
+    if (extent.values > most_json_values)
+        throw tool_error(bad_input, file + ": JSON of more than " +
+                                        std::to_string(most_json_values) +
+                                        " values; expected a plain document");
     try {
         return ordered_json::parse(text);
     } catch (const json_error &error) {

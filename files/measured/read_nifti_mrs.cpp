@@ -128,8 +128,8 @@ static double as_written(double value) {
 }
 
 static ordered_json extension_of(const nifti_header &header, const std::string &file) {
-    for (const nifti_extension &extension : header.extensions) {
-        std::string text = extension.bytes;
+    if (header.extension) {
+        std::string text = header.extension->bytes;
         while (!text.empty() && (text.back() == '\0' || text.back() == ' ')) text.pop_back();
         ordered_json json = json_of_text(text, file + ": the header extension with code 44");
         if (!json.is_object())

@@ -43,7 +43,9 @@ std::array<std::array<double, 4>, 3> scanner_place(const nifti_geometry &geometr
     return place;
 }
 
-static constexpr long long largest_extension = 1LL << 26; // bytes; real ones have thousands
+// Bytes of an extension that is held; real ones have thousands. Of a packed file a few kilobytes on
+// the disk claim as many megabytes.
+static constexpr long long largest_extension = 1LL << 22;
 
 // What must be there, in a part of the file that the message names.
 class part_of_file {
@@ -128,16 +130,21 @@ static void take_extensions(part_of_file &stream, nifti_header &header, long lon
         stream.read(head.data(), 8);
         const auto size = static_cast<long long>(values.at<std::int32_t>(0));
         if (size == 0) return; // filled up with zeros
-        if (size < 8 || place + size > header.offset || size > largest_extension)
+        if (size < 8 || place + size > header.offset)
             throw tool_error(bad_input, file + ": a header extension of " + std::to_string(size) +
                                             " bytes at byte " + std::to_string(place) +
                                             "; expected a size that ends before the first point, "
                                             "at byte " +
                                             std::to_string(header.offset));
-        if (values.at<std::int32_t>(4) == code) {
+        if (values.at<std::int32_t>(4) == code && !header.extension) {
+            if (size > largest_extension)
+                throw tool_error(bad_input, file + ": a header extension with code " +
+                                                std::to_string(code) + " of " +
+                                                std::to_string(size) + " bytes; expected up to " +
+                                                std::to_string(largest_extension >> 20) + " MiB");
             nifti_extension extension{code, std::string(static_cast<std::size_t>(size - 8), '\0')};
             stream.read(extension.bytes.data(), extension.bytes.size());
-            header.extensions.push_back(std::move(extension));
+            header.extension = std::move(extension);
         }
         place += size;
     }

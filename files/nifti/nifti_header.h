@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,12 +49,12 @@ struct nifti_header {
     int time_unit = 0;                   // 8 s, 16 ms, 24 us; 0 not stated
     std::string intent_name;
     nifti_geometry geometry;
-    std::vector<nifti_extension> extensions; // of the code that was asked for
+    std::optional<nifti_extension> extension; // the first of the code that was asked for
 
     std::string datatype_name() const;
 };
 
-// Reads the header and those of its extensions that have this code.
+// Reads the header and the first of its extensions that has this code, of up to 4 MiB.
 //
 // Notes:
 //   1. Not by libnifti2: its reader trusts the number of dimensions, and writes behind its storage
