@@ -1,7 +1,11 @@
 # SPDX-License-Identifier: BSD-3-Clause
 from __future__ import annotations
 
+import errno
+import os
 import struct
+import subprocess
+import sys
 from pathlib import Path
 
 import numpy as np
@@ -35,6 +39,32 @@ def test_an_existing_file_is_not_overwritten(tmp_path: Path) -> None:
     with pytest.raises(FileExistsError):
         varokel.write_signal(file, [1.0 + 0.0j])
     assert file.read_bytes() == b"mine"
+
+
+def test_a_signal_that_finds_no_room_leaves_nothing(tmp_path: Path) -> None:
+    limited = (
+        "import resource, sys, numpy, varokel\n"
+        "resource.setrlimit(resource.RLIMIT_FSIZE, (1024, 1024))\n"
+        "varokel.write_signal(sys.argv[1], numpy.ones(1000, complex))\n"
+    )
+    command = [sys.executable, "-B", "-c", limited, str(tmp_path / "large.bin")]
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    assert done.returncode == 1
+    assert "OSError" in done.stderr
+    assert list(tmp_path.iterdir()) == []
+
+
+def test_a_signal_is_written_where_there_are_no_links(
+    tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    def no_links(source: object, target: object) -> None:
+        raise PermissionError(errno.EPERM, "no links here")
+
+    monkeypatch.setattr(os, "link", no_links)
+    varokel.write_signal(tmp_path / "one.bin", [1.0 + 2.0j])
+    assert [file.name for file in tmp_path.iterdir()] == ["one.bin"]
+    with pytest.raises(FileExistsError):
+        varokel.write_signal(tmp_path / "one.bin", [1.0 + 2.0j])
 
 
 @pytest.mark.parametrize("bad", [np.nan, np.inf, 1e39])

@@ -7,8 +7,11 @@ Arrays are complex128; what a file holds has single precision.
 
 from __future__ import annotations
 
+import errno
 import os
+import tempfile
 from os import PathLike
+from pathlib import Path
 
 import numpy as np
 import numpy.typing as npt
@@ -74,10 +77,28 @@ def signal_bytes(signal: npt.ArrayLike) -> bytes:
 
 
 def write_signal(file: str | PathLike[str], signal: npt.ArrayLike) -> None:
-    """Writes a new signal file. Raises FileExistsError when there is one; ValueError."""
+    """Writes a new signal file, whole or not at all.
+
+    Raises FileExistsError when there is one; ValueError; OSError when it cannot be written.
+    """
     content = signal_bytes(signal)
-    with open(file, "xb") as stream:
-        stream.write(content)
+    target = Path(os.fsdecode(file))
+    if os.path.lexists(target):
+        raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), str(target))
+    with tempfile.TemporaryDirectory(prefix=".varokel_", dir=target.parent) as private:
+        part = Path(private) / "signal"
+        with open(part, "wb") as stream:
+            stream.write(content)
+            stream.flush()
+            os.fsync(stream.fileno())
+        try:
+            os.link(part, target)  # which replaces nothing, in one step
+        except FileExistsError:
+            raise
+        except OSError:  # a file system without links
+            if os.path.lexists(target):
+                raise
+            os.rename(part, target)
 
 
 def spectrum_of_fid(fid: npt.ArrayLike, points: int | None = None) -> ComplexArray:
