@@ -9,6 +9,7 @@ from dataclasses import dataclass, field
 import numpy as np
 
 from .arrays import ComplexArray, EntryType, FloatArray, Quantity
+from .entry_values import EntryValues
 from .library import Handle, Library, RefusedByLibrary, pointer_to
 from .sidecar import Sidecar
 from .starts import StartInLibrary
@@ -55,7 +56,7 @@ class DerivedValue:
 
 
 @dataclass(frozen=True)
-class ExactFit:
+class ExactFit(EntryValues):
     """The optimum of a fit.
 
     name         of the spectrum
@@ -106,38 +107,6 @@ class ExactFit:
     sidecar: Sidecar | None = field(repr=False)
     _handle: Handle = field(repr=False, compare=False)
     _start: Handle = field(repr=False, compare=False)
-
-    @property
-    def areas(self) -> FloatArray:
-        """Amplitudes of the decays at time 0, shape (entries,)."""
-        return self.values[:, Quantity.AREA]
-
-    @property
-    def area_sd(self) -> FloatArray:
-        """ONE standard deviation of the areas, shape (entries,)."""
-        return self.errors[:, Quantity.AREA]
-
-    @property
-    def frequencies_hz(self) -> FloatArray:
-        """[Hz from the left edge]; of patterns the shift; shape (entries,)."""
-        return self.values[:, Quantity.FREQUENCY]
-
-    @property
-    def ppm(self) -> FloatArray:
-        """Chemical shifts [ppm], shape (entries,); of patterns not-a-number.
-
-        Raises ValueError when the spectrum's axis is not known.
-        """
-        if self.sidecar is None:
-            raise ValueError("chemical shifts need a sidecar with frequency and reference")
-        is_line = np.array([t != EntryType.PATTERN for t in self.types])
-        return np.where(is_line, self.sidecar.ppm_of_hz(self.frequencies_hz), np.nan)
-
-    def entry(self, name: str) -> int:
-        """Row of the entry of this name. Raises KeyError."""
-        if name not in self.names:
-            raise KeyError(f'no entry "{name}"; there are {", ".join(self.names)}')
-        return self.names.index(name)
 
     def model(self) -> ComplexArray:
         """The fitted spectrum, shape (points,)."""

@@ -10,6 +10,7 @@ from pathlib import Path
 import numpy as np
 
 from .arrays import ComplexArray, EntryType, FloatArray, IntArray, Quantity
+from .entry_values import EntryValues
 from .errors import FitFailed, FileFormatError, ProgramMissing
 from .exl import FitSummary, read_exl
 from .fitres import is_whole_fitres
@@ -49,7 +50,7 @@ class FitSignals:
 
 
 @dataclass(frozen=True)
-class Fit:
+class Fit(EntryValues):
     """A fitted spectrum.
 
     name      of the spectrum
@@ -87,35 +88,9 @@ class Fit:
         return self.final.links
 
     @property
-    def areas(self) -> FloatArray:
-        """Amplitudes of the decays at time 0, of patterns their factors; shape (entries,)."""
-        return self.values[:, Quantity.AREA]
-
-    @property
-    def area_sd(self) -> FloatArray:
-        """ONE standard deviation of the areas, shape (entries,)."""
-        return self.errors[:, Quantity.AREA]
-
-    @property
-    def frequencies_hz(self) -> FloatArray:
-        """[Hz from the left edge]; of patterns the shift [Hz]; shape (entries,)."""
-        return self.values[:, Quantity.FREQUENCY]
-
-    @property
     def frequency_sd_hz(self) -> FloatArray:
         """ONE standard deviation of the frequencies [Hz], shape (entries,)."""
         return self.errors[:, Quantity.FREQUENCY]
-
-    @property
-    def ppm(self) -> FloatArray:
-        """Chemical shifts [ppm], shape (entries,); of patterns not-a-number.
-
-        Raises ValueError when the spectrum's axis is not known.
-        """
-        if self.sidecar is None:
-            raise ValueError("chemical shifts need a sidecar with frequency and reference")
-        is_line = np.array([t != EntryType.PATTERN for t in self.types])
-        return np.where(is_line, self.sidecar.ppm_of_hz(self.frequencies_hz), np.nan)
 
     @property
     def gauss_widths_hz(self) -> FloatArray:
@@ -136,13 +111,6 @@ class Fit:
     def hz_axis(self) -> FloatArray:
         """Frequency of each point [Hz from the left edge], shape (points,)."""
         return np.arange(self.final.points, dtype=np.float64) * self.final.hz_per_point
-
-    def entry(self, name: str) -> int:
-        """Row of the entry of this name. Raises KeyError."""
-        try:
-            return self.names.index(name)
-        except ValueError:
-            raise KeyError(f'no entry "{name}"; there are {", ".join(self.names)}') from None
 
     def _widths_hz(self, quantity: Quantity) -> FloatArray:
         units = [hz_per_unit(quantity, t, self.final.hz_per_point) for t in self.types]
@@ -185,10 +153,7 @@ def read_fit(
     """
     place = Path(folder)
     if name is None:
-        found = sorted(path.stem for path in place.glob("*.exl"))
-        if len(found) != 1:
-            raise ValueError(f"{place} holds {len(found)} .exl files; say which by name=")
-        name = found[0]
+        name = _only_run_in(place)
     printed = _log_of(place, name) if log is None else log
     final_file = Path(start_folder if start_folder is not None else place) / "compact.par"
     _refuse_incomplete(place, name, final_file, printed)
@@ -196,18 +161,11 @@ def read_fit(
     values = read_parameter_matrix(place / f"{name}.mat")
     errors = read_parameter_matrix(place / f"{name}.err")
     exl = read_exl(place / f"{name}.exl")
-    entries = len(final.entries)
-    for ending, found_rows in (
-        (".mat", len(values)),
-        (".err", len(errors)),
-        (".exl", len(exl.types)),
-    ):
-        if found_rows != entries:
-            raise FileFormatError(
-                place / f"{name}{ending}",
-                0,
-                f"{found_rows} rows; compact.par has {entries} entries",
-            )
+    rows = {".mat": len(values), ".err": len(errors), ".exl": len(exl.types)}
+    for ending, found in rows.items():
+        if found != len(final.entries):
+            problem = f"{found} rows; compact.par has {len(final.entries)} entries"
+            raise FileFormatError(place / f"{name}{ending}", 0, problem)
     if not np.all(np.isfinite(values)):
         raise FitFailed(name, "its results are no finite numbers", printed)
     sidecar_file, names_file = place / f"{name}.json", place / "names.txt"
@@ -246,6 +204,13 @@ def entry_names(types: tuple[EntryType, ...], names: tuple[str, ...]) -> tuple[s
         if not name or any(mark in name for mark in " \t,\n"):
             raise ValueError(f'name "{name}": expected a word without blanks and commas')
     return names
+
+
+def _only_run_in(place: Path) -> str:
+    found = sorted(path.stem for path in place.glob("*.exl"))
+    if len(found) != 1:
+        raise ValueError(f"{place} holds {len(found)} .exl files; say which by name=")
+    return found[0]
 
 
 def _log_of(place: Path, name: str) -> str:
