@@ -21,7 +21,7 @@ from .patterns import PatternContent
 from .peaks import PeakTable
 from .results import entry_names
 from .sidecar import Sidecar
-from .spectra import Spectrum
+from .spectra import Spectrum, arguments_of
 from .start_file import StartFile
 from .starts import (
     StartInLibrary,
@@ -86,18 +86,14 @@ def fit_exact(
     progress: Progress | None = None,
 ) -> ExactFit:
     """What varokel.fit does with method "exact"; see there."""
-    if isinstance(spectrum, Spectrum):
-        if sidecar is not None or reference is not None:
-            raise ValueError("a Spectrum brings its own sidecar and reference")
-        name, sidecar, reference = spectrum.name, spectrum.sidecar, spectrum.reference
-        spectrum = spectrum.points
+    given, name, sidecar, reference = arguments_of(spectrum, name, sidecar, reference)
     if options.starts < 0 or options.most_linearizations < 1:
         raise ValueError(
             f"{options.starts} starts, {options.most_linearizations} linearizations; expected "
             "none or more, and one at least"
         )
     library = load_library(options.programs)
-    points = _finite_points(spectrum)
+    points = _finite_points(given)
     mask = _mask_of(options.mask, points.size)
     decay = None if reference is None else _finite_points(reference)
     names: tuple[str, ...] = ()

@@ -72,53 +72,72 @@ def is_whole_fitres(file: str | PathLike[str]) -> bool:
     return bool(lines) and lines[-1].startswith(_LAST_FIGURE)
 
 
-def read_fitres(file: str | PathLike[str]) -> FitReport:
-    """Reads a .fitres file. Raises FileFormatError that names the line; OSError."""
-    lines = Path(file).read_text(encoding="utf-8", errors="replace").splitlines()
-    tables: dict[Quantity, list[tuple[float, float]]] = {}
-    areas: list[tuple[float, float]] = []
-    conditions: list[tuple[float, float, float]] = []
-    texts: dict[str, str] = {}
-    rows: list[tuple[float, float]] | None = None
-    for number, line in enumerate(lines, start=1):
+class _Rows:
+    """What the lines of a report hold, as they come."""
+
+    def __init__(self, file: str | PathLike[str]) -> None:
+        self.file = file
+        self.tables: dict[Quantity, list[tuple[float, float]]] = {}
+        self.areas: list[tuple[float, float]] = []
+        self.conditions: list[tuple[float, float, float]] = []
+        self.texts: dict[str, str] = {}
+        self._rows: list[tuple[float, float]] | None = None
+
+    def take(self, number: int, line: str) -> None:
         heading = re.match(r"\|#line  \|\s*(\w+)", line)
-        if heading:
-            if heading[1] not in _TABLES or _TABLES[heading[1]] in tables:
-                raise FileFormatError(file, number, f'unexpected table "{heading[1]}"')
-            rows = tables.setdefault(_TABLES[heading[1]], [])
-            continue
         cells = [cell.strip() for cell in line.split("|")]
-        if line.startswith("| Parameter #"):
+        if heading:
+            if heading[1] not in _TABLES or _TABLES[heading[1]] in self.tables:
+                raise FileFormatError(self.file, number, f'unexpected table "{heading[1]}"')
+            self._rows = self.tables.setdefault(_TABLES[heading[1]], [])
+        elif line.startswith("| Parameter #"):
             if len(cells) < 6:
-                raise FileFormatError(file, number, "expected six columns")
-            link, start, change = (number_of(c, file, number) for c in cells[3:6])
-            conditions.append((link, start, change))
+                raise FileFormatError(self.file, number, "expected six columns")
+            link, start, change = (number_of(c, self.file, number) for c in cells[3:6])
+            self.conditions.append((link, start, change))
         elif line.startswith("| peak area"):
             figures = [c for c in cells[1:] if c and c != "*"]
             # a pattern's row has neither its type nor its number
             figures[0] = figures[0].removeprefix("peak area").strip()
-            half, percent = (number_of(c, file, number) for c in figures[-2:])
-            areas.append((half, percent))
-        elif rows is not None and re.match(r"\| +\d+\t\|", line):
-            if len(cells) < 4 or cells[1] != str(len(rows) + 1):
-                raise FileFormatError(file, number, f"expected the row of entry {len(rows) + 1}")
-            rows.append((number_of(cells[2], file, number), number_of(cells[3], file, number)))
+            half, percent = (number_of(c, self.file, number) for c in figures[-2:])
+            self.areas.append((half, percent))
+        elif self._rows is not None and re.match(r"\| +\d+\t\|", line):
+            entry = len(self._rows) + 1
+            if len(cells) < 4 or cells[1] != str(entry):
+                raise FileFormatError(self.file, number, f"expected the row of entry {entry}")
+            value, error = (number_of(c, self.file, number) for c in cells[2:4])
+            self._rows.append((value, error))
         elif ":" in line and not line.startswith("|"):
-            key, _, value = line.partition(":")
-            texts[key.strip()] = value.strip()
+            key, _, text = line.partition(":")
+            self.texts[key.strip()] = text.strip()
 
-    entries = len(areas)
-    whole = len(tables) == len(_TABLES) and all(len(t) == entries for t in tables.values())
-    if not entries or not whole or len(conditions) != entries * len(Quantity):
+    def is_whole(self) -> bool:
+        entries = len(self.areas)
+        return (
+            entries > 0
+            and len(self.tables) == len(_TABLES)
+            and all(len(table) == entries for table in self.tables.values())
+            and len(self.conditions) == entries * len(Quantity)
+        )
+
+
+def read_fitres(file: str | PathLike[str]) -> FitReport:
+    """Reads a .fitres file. Raises FileFormatError that names the line; OSError."""
+    lines = Path(file).read_text(encoding="utf-8", errors="replace").splitlines()
+    found = _Rows(file)
+    for number, line in enumerate(lines, start=1):
+        found.take(number, line)
+    if not found.is_whole():
         raise FileFormatError(file, 0, "holds no whole set of tables")
+    texts = found.texts
     missing = [key for key in _FIGURES if key not in texts]
     if missing:
         raise FileFormatError(file, len(lines), f'expected a line "{missing[0]}"')
     figures_of = [number_of(texts[key], file, 0) for key in _FIGURES]
-    both = np.array([tables[quantity] for quantity in Quantity]).transpose(2, 1, 0)
-    half_areas, percents = np.array(areas).T
+    both = np.array([found.tables[quantity] for quantity in Quantity]).transpose(2, 1, 0)
+    half_areas, percents = np.array(found.areas).T
     links, starts, changes = (
-        np.array(conditions).reshape(entries, len(Quantity), 3).transpose(2, 0, 1)
+        np.array(found.conditions).reshape(-1, len(Quantity), 3).transpose(2, 0, 1)
     )
     return FitReport(
         file_name=texts.get("File name", ""),

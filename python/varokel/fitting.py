@@ -12,7 +12,7 @@ from pathlib import Path
 import numpy as np
 import numpy.typing as npt
 
-from .arrays import complex_points
+from .arrays import ComplexArray, complex_points
 from .errors import FitFailed
 from .patterns import PatternContent, place_pattern
 from .peaks import PeakTable, start_from_peaks
@@ -21,7 +21,7 @@ from .reasons import reason_of_log
 from .results import Fit, entry_names, read_fit
 from .sidecar import Sidecar
 from .signals import signal_bytes, spectrum_of_fid
-from .spectra import Spectrum
+from .spectra import Spectrum, arguments_of
 from .start_file import StartFile
 from .start_file_reading import parse_start_file, read_start_file
 
@@ -117,13 +117,8 @@ def make_task(
     reference: npt.ArrayLike | None = None,
 ) -> FitTask:
     """Checks the arguments of fit_spectrum; a peak table is turned into start values here."""
-    if isinstance(spectrum, Spectrum):
-        if sidecar is not None or reference is not None:
-            raise ValueError("a Spectrum brings its own sidecar and reference")
-        name, sidecar, reference = spectrum.name, spectrum.sidecar, spectrum.reference
-        points = spectrum.points
-    else:
-        points = complex_points(spectrum)
+    given, name, sidecar, reference = arguments_of(spectrum, name, sidecar, reference)
+    points = complex_points(given)
     signal = signal_bytes(points)
     if isinstance(start, PeakTable):
         if sidecar is None:
@@ -134,13 +129,37 @@ def make_task(
         patterns = {**start.pattern_files(), **(options.patterns or {})}
         options = replace(options, names=options.names or made.names, patterns=patterns)
         start = made.start
+    values, text = _values_and_text(start)
+    _refuse_other_spectrum(name, points, sidecar, values)
+    if values.data_format != "none":
+        raise ValueError(f"sg_idl {values.data_format} is for files with headers; arrays have none")
+    if (values.fit_mode == 2) and reference is None:
+        raise ValueError(f"{name}: fit_mo 2 needs a reference signal")
+    reference_bytes = None
+    if reference is not None and values.fit_mode == 2:
+        if np.shape(reference) != (values.points,):
+            raise ValueError(f"{name}: reference of shape {np.shape(reference)}; "
+                             f"expected ({values.points},)")  # fmt: skip
+        reference_bytes = signal_bytes(reference)
+    missing = set(values.pattern_files) - set(options.patterns or {})
+    if missing:
+        raise ValueError(f"no contents given for pattern {', '.join(sorted(missing))}")
+    entry_names(values.types, tuple(options.names))
+    return FitTask(name, signal, values, text, sidecar, reference_bytes, options)
+
+
+def _values_and_text(start: StartFile | PathLike[str] | str) -> tuple[StartFile, str]:
     if isinstance(start, StartFile):
-        values, text = start, start.to_text()
-    elif isinstance(start, str):
-        values, text = parse_start_file(start), start
-    else:
-        values = read_start_file(start)
-        text = Path(start).read_text(encoding="utf-8", errors="replace")
+        return start, start.to_text()
+    if isinstance(start, str):
+        return parse_start_file(start), start
+    text = Path(start).read_text(encoding="utf-8", errors="replace")
+    return read_start_file(start), text
+
+
+def _refuse_other_spectrum(
+    name: str, points: ComplexArray, sidecar: Sidecar | None, values: StartFile
+) -> None:
     needed = max(values.points, values.noise_window[1])
     if points.size < needed:
         raise ValueError(
@@ -157,21 +176,6 @@ def make_task(
             f"{name}: {sidecar.hz_per_point} Hz per point, but Hz_p_p of the start file is "
             f"{values.hz_per_point}"
         )
-    if values.data_format != "none":
-        raise ValueError(f"sg_idl {values.data_format} is for files with headers; arrays have none")
-    if (values.fit_mode == 2) and reference is None:
-        raise ValueError(f"{name}: fit_mo 2 needs a reference signal")
-    reference_bytes = None
-    if reference is not None and values.fit_mode == 2:
-        if np.shape(reference) != (values.points,):
-            raise ValueError(f"{name}: reference of shape {np.shape(reference)}; "
-                             f"expected ({values.points},)")  # fmt: skip
-        reference_bytes = signal_bytes(reference)
-    missing = set(values.pattern_files) - set(options.patterns or {})
-    if missing:
-        raise ValueError(f"no contents given for pattern {', '.join(sorted(missing))}")
-    entry_names(values.types, tuple(options.names))
-    return FitTask(name, signal, values, text, sidecar, reference_bytes, options)
 
 
 def run_task(task: FitTask, running: RunningPrograms) -> Fit:

@@ -121,72 +121,88 @@ class Sidecar:
         return json.dumps(items, indent=2, ensure_ascii=False) + "\n"
 
 
-def read_sidecar(file: str | PathLike[str]) -> Sidecar:
-    """Reads the JSON beside an imported spectrum. Raises FileFormatError; OSError."""
-    items = read_json_object(file)
+class _Items:
+    """Items of a file that somebody else may have written."""
 
-    def refuse(item: str, expected: str) -> FileFormatError:
-        return FileFormatError(file, 0, f'item "{item}": expected {expected}')
+    def __init__(self, file: str | PathLike[str]) -> None:
+        self.file, self.all = file, read_json_object(file)
 
-    def number(item: str) -> float | None:
-        value = items.get(item)
+    def refuse(self, item: str, expected: str) -> FileFormatError:
+        return FileFormatError(self.file, 0, f'item "{item}": expected {expected}')
+
+    def number(self, item: str) -> float | None:
+        value = self.all.get(item)
         if value is None:
             return None
         if isinstance(value, bool) or not isinstance(value, (int, float)):
-            raise refuse(item, "a number")
+            raise self.refuse(item, "a number")
         return float(value)
 
-    points = items.get("points")
-    if isinstance(points, bool) or not isinstance(points, int) or points < 1:
-        raise refuse("points", "a number of points above 0")
-    hz_per_point = number("hz_per_point")
-    if hz_per_point is None or not hz_per_point > 0.0:
-        raise refuse("hz_per_point", "a number above 0")
-    rises = items.get("ppm_rises_with_points", True)
-    if not isinstance(rises, bool):
-        raise refuse("ppm_rises_with_points", "true or false")
-    nucleus = items.get("nucleus", "")
-    if not isinstance(nucleus, str):
-        raise refuse("nucleus", "a text")
+    def count(self, item: str, value: JsonValue) -> int:
+        if isinstance(value, bool) or not isinstance(value, int) or value < 1:
+            raise self.refuse(item, "a number of points above 0")
+        return value
 
-    def pair(item: str, values: list[JsonValue]) -> tuple[int, int]:
+    def pair(self, item: str, values: list[JsonValue]) -> tuple[int, int]:
         if len(values) != 2:
-            raise refuse(item, "two point numbers")
+            raise self.refuse(item, "two point numbers")
         first, second = values
         for value in (first, second):
             if isinstance(value, bool) or not isinstance(value, int):
-                raise refuse(item, "two point numbers")
+                raise self.refuse(item, "two point numbers")
         assert isinstance(first, int) and isinstance(second, int)
         return first, second
 
-    noise, interval = items.get("noise_window"), items.get("fit_interval_points")
-    noise_window = fit_interval = None
-    if isinstance(noise, dict):
-        noise_window = pair("noise_window", [noise.get("first"), noise.get("stop")])
-    elif noise is not None:
-        raise refuse("noise_window", "an object with first and stop")
-    if isinstance(interval, list):
-        fit_interval = pair("fit_interval_points", interval)
-    elif interval is not None:
-        raise refuse("fit_interval_points", "two point numbers")
-    resized = items.get("resized")
-    measured = items.get("measured_points")
-    if measured is None and isinstance(resized, dict):
-        measured = resized.get("from")
-    if measured is not None and (
-        isinstance(measured, bool) or not isinstance(measured, int) or measured < 1
-    ):
-        raise refuse("measured_points", "a number of points above 0")
+    def noise_window(self) -> tuple[int, int] | None:
+        noise = self.all.get("noise_window")
+        if noise is None:
+            return None
+        if not isinstance(noise, dict):
+            raise self.refuse("noise_window", "an object with first and stop")
+        return self.pair("noise_window", [noise.get("first"), noise.get("stop")])
+
+    def fit_interval(self) -> tuple[int, int] | None:
+        interval = self.all.get("fit_interval_points")
+        if interval is None:
+            return None
+        if not isinstance(interval, list):
+            raise self.refuse("fit_interval_points", "two point numbers")
+        return self.pair("fit_interval_points", interval)
+
+    def measured_points(self, points: int) -> int | None:
+        """None where no point was filled in."""
+        measured, resized = self.all.get("measured_points"), self.all.get("resized")
+        if measured is None and isinstance(resized, dict):
+            measured = resized.get("from")
+        if measured is None:
+            return None
+        count = self.count("measured_points", measured)
+        return count if count < points else None
+
+
+def read_sidecar(file: str | PathLike[str]) -> Sidecar:
+    """Reads the JSON beside an imported spectrum. Raises FileFormatError; OSError."""
+    items = _Items(file)
+    points = items.count("points", items.all.get("points"))
+    hz_per_point = items.number("hz_per_point")
+    if hz_per_point is None or not hz_per_point > 0.0:
+        raise items.refuse("hz_per_point", "a number above 0")
+    rises = items.all.get("ppm_rises_with_points", True)
+    if not isinstance(rises, bool):
+        raise items.refuse("ppm_rises_with_points", "true or false")
+    nucleus = items.all.get("nucleus", "")
+    if not isinstance(nucleus, str):
+        raise items.refuse("nucleus", "a text")
     return Sidecar(
         points=points,
         hz_per_point=hz_per_point,
-        spectrometer_mhz=number("spectrometer_mhz"),
-        ppm_at_carrier=number("ppm_at_carrier"),
+        spectrometer_mhz=items.number("spectrometer_mhz"),
+        ppm_at_carrier=items.number("ppm_at_carrier"),
         ppm_rises_with_points=rises,
         nucleus=nucleus,
-        phi_1_degrees=number("phi_1_degrees") or 0.0,
-        noise_window=noise_window,
-        fit_interval=fit_interval,
-        measured_points=measured if measured is not None and measured < points else None,
-        items=items,
+        phi_1_degrees=items.number("phi_1_degrees") or 0.0,
+        noise_window=items.noise_window(),
+        fit_interval=items.fit_interval(),
+        measured_points=items.measured_points(points),
+        items=items.all,
     )

@@ -35,6 +35,20 @@ class Spectrum:
     reference: ComplexArray | None = field(default=None, repr=False)
 
 
+def arguments_of(
+    spectrum: Spectrum | npt.ArrayLike,
+    name: str,
+    sidecar: Sidecar | None,
+    reference: npt.ArrayLike | None,
+) -> tuple[npt.ArrayLike, str, Sidecar | None, npt.ArrayLike | None]:
+    """Points, name, sidecar and reference: a Spectrum brings its own. Raises ValueError for two."""
+    if not isinstance(spectrum, Spectrum):
+        return spectrum, name, sidecar, reference
+    if sidecar is not None or reference is not None:
+        raise ValueError("a Spectrum brings its own sidecar and reference")
+    return spectrum.points, spectrum.name, spectrum.sidecar, spectrum.reference
+
+
 def spectrum_from_fid(
     fid: npt.ArrayLike,
     dwell_time: float,

@@ -40,21 +40,13 @@ def parse_start_file(text: str, name: str = "start file") -> StartFile:
     data_format = words.next("none, sage or sage_idl")
     ranges, ignored = words.keyword_integer("ranges"), words.keyword_integer("ignore")
     pattern_files = [words.next("name of a pattern file") for _ in range(words.count("pattrn"))]
-    words.expect("algor")
-    for _ in range(len(STRATEGY_HEADING.split()) - 1):
-        words.next("word of the heading of the strategy")
+    _skip_heading(words, STRATEGY_HEADING, "strategy")
     steps = []
     while words.peek() == "@":
         words.expect("@")
         steps.append(_read_step(words))
-    words.expect("number")
-    for _ in range(len(VALUES_HEADING.split()) - 1):
-        words.next("word of the heading of the starting values")
-    table = []
-    for number in range(1, n_lines + len(pattern_files) + 1):
-        if words.next(f"number of entry {number}").startswith("#"):
-            raise words.error(f"expected the starting values of entry {number}")
-        table.append([words.real(f"{q.name.lower()} of entry {number}") for q in Quantity])
+    _skip_heading(words, VALUES_HEADING, "starting values")
+    table = [_read_values(words, k + 1) for k in range(n_lines + len(pattern_files))]
     entries = []
     for number, row in enumerate(table, start=1):
         entries.append(_read_entry(words, number, row, ranges, pattern_files, n_lines))
@@ -88,6 +80,20 @@ def read_start_file(file: str | PathLike[str]) -> StartFile:
     """Reads a version 3 file, such as compact.par. Raises FileFormatError; OSError."""
     text = Path(file).read_text(encoding="utf-8", errors="replace")
     return parse_start_file(text, str(file))
+
+
+def _skip_heading(words: WordReader, heading: str, of: str) -> None:
+    """Only the first word of a heading and the count of its words are known by all writers."""
+    first, *others = heading.split()
+    words.expect(first)
+    for _ in others:
+        words.next(f"word of the heading of the {of}")
+
+
+def _read_values(words: WordReader, number: int) -> list[float]:
+    if words.next(f"number of entry {number}").startswith("#"):
+        raise words.error(f"expected the starting values of entry {number}")
+    return [words.real(f"{q.name.lower()} of entry {number}") for q in Quantity]
 
 
 def _read_step(words: WordReader) -> Step:
