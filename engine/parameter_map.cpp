@@ -70,10 +70,9 @@ static void narrow(column &c, double factor, double offset, double lower, double
     c.upper = std::min(c.upper, b);
 }
 
-result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
-    parameter_map map;
+std::optional<failure> parameter_map::add_columns(const std::vector<entry> &entries) {
     const int n = static_cast<int>(entries.size());
-    map.of_.resize(entries.size());
+    of_.resize(entries.size());
     for (int k = 0; k < n; ++k) {
         const entry &e = entries[static_cast<std::size_t>(k)];
         for (int i = 0; i < quantities; ++i) {
@@ -85,38 +84,41 @@ result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
             double lower = e.of[i].lower, start = e.of[i].start;
             if (is_width(q)) lower = std::max(lower, 0.0);
             if (q == gauss_width) start = std::fabs(start); // only its square is seen
-            map.of_[static_cast<std::size_t>(k)][i] = {map.columns(), 1.0, 0.0};
-            map.columns_.push_back({k, q, q == gauss_width, start, lower, e.of[i].upper, start});
+            of_[static_cast<std::size_t>(k)][i] = {columns(), 1.0, 0.0};
+            columns_.push_back({k, q, q == gauss_width, start, lower, e.of[i].upper, start});
         }
     }
-    for (int k = 0; k < n; ++k) {
-        const entry &e = entries[static_cast<std::size_t>(k)];
-        for (int i = 0; i < quantities; ++i) {
-            const quantity q = static_cast<quantity>(i);
-            if (!is_used(q, e.type) || e.of[i].how == link::free) continue;
-            int root = k;
-            double factor = 1.0, offset = 0.0;
-            if (!follow(entries, k, q, root, factor, offset))
-                return refuse(k, q, "follows itself in a circle");
-            const entry &source = entries[static_cast<std::size_t>(root)];
-            if (!is_used(q, source.type))
-                return refuse(k, q, "follows a width that the other line type has not");
-            affine &own = map.of_[static_cast<std::size_t>(k)][i];
-            if (source.of[i].how == link::fixed) {
-                own = {-1, 0.0, factor * source.of[i].start + offset};
-                if (q == gauss_width) own.offset = std::fabs(own.offset);
-                if (q == lorentz_width && own.offset < 0.0 && e.of[i].how == link::tied)
-                    return refuse(k, q, "would be negative");
-                continue;
-            }
-            own = {map.of_[static_cast<std::size_t>(root)][i].column, factor, offset};
-            column &c = map.columns_[static_cast<std::size_t>(own.column)];
-            if (offset != 0.0) c.squared = false;
-            const double lower = is_width(q) ? std::max(e.of[i].lower, 0.0) : e.of[i].lower;
-            narrow(c, factor, offset, lower, e.of[i].upper);
-        }
+    return std::nullopt;
+}
+
+std::optional<failure> parameter_map::resolve(const std::vector<entry> &entries, int k,
+                                              quantity q) {
+    const entry &e = entries[static_cast<std::size_t>(k)];
+    int root = k;
+    double factor = 1.0, offset = 0.0;
+    if (!follow(entries, k, q, root, factor, offset))
+        return refuse(k, q, "follows itself in a circle");
+    const entry &source = entries[static_cast<std::size_t>(root)];
+    if (!is_used(q, source.type))
+        return refuse(k, q, "follows a width that the other line type has not");
+    affine &own = of_[static_cast<std::size_t>(k)][q];
+    if (source.of[q].how == link::fixed) {
+        own = {-1, 0.0, factor * source.of[q].start + offset};
+        if (q == gauss_width) own.offset = std::fabs(own.offset);
+        if (q == lorentz_width && own.offset < 0.0 && e.of[q].how == link::tied)
+            return refuse(k, q, "would be negative");
+        return std::nullopt;
     }
-    for (column &c : map.columns_) {
+    own = {of_[static_cast<std::size_t>(root)][q].column, factor, offset};
+    column &c = columns_[static_cast<std::size_t>(own.column)];
+    if (offset != 0.0) c.squared = false;
+    const double lower = is_width(q) ? std::max(e.of[q].lower, 0.0) : e.of[q].lower;
+    narrow(c, factor, offset, lower, e.of[q].upper);
+    return std::nullopt;
+}
+
+std::optional<failure> parameter_map::place_starts() {
+    for (column &c : columns_) {
         if (c.lower > c.upper)
             return refuse(c.entry, c.of,
                           "has a window that leaves nothing to those that follow it");
@@ -130,6 +132,21 @@ result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
             c.start = std::min(c.upper, 0.1); // points; off the place where nothing pulls
         }
     }
+    return std::nullopt;
+}
+
+result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
+    parameter_map map;
+    if (const auto fault = map.add_columns(entries)) return *fault;
+    for (int k = 0; k < map.entries(); ++k) {
+        const entry &e = entries[static_cast<std::size_t>(k)];
+        for (int i = 0; i < quantities; ++i) {
+            const quantity q = static_cast<quantity>(i);
+            if (!is_used(q, e.type) || e.of[i].how == link::free) continue;
+            if (const auto fault = map.resolve(entries, k, q)) return *fault;
+        }
+    }
+    if (const auto fault = map.place_starts()) return *fault;
     return map;
 }
 

@@ -14,6 +14,7 @@
 #include "engine/fit_problem.h"
 
 #include <array>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -67,6 +68,11 @@ class parameter_map {
     double inside(int c, double x) const;
 
   private:
+    // Each returns what is wrong with the problem.
+    std::optional<failure> add_columns(const std::vector<entry> &entries); // of free parameters
+    std::optional<failure> resolve(const std::vector<entry> &entries, int k, quantity q);
+    std::optional<failure> place_starts(); // into the windows, widths squared
+
     std::vector<column> columns_;
     std::vector<std::array<affine, quantities>> of_;
 };

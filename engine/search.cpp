@@ -98,87 +98,114 @@ bool searcher::goes_on(double sum_of_squares) {
     return !stopped_;
 }
 
+// Makes the damped step from x and returns how far the sum of squares is expected to fall; nothing
+// when that is not worth a step: the search ends then, as `end` says.
+std::optional<double> searcher::promising_step(const model &of, std::span<const double> products,
+                                               descent &at_x, const search_options &options,
+                                               search_end &end) {
+    const std::vector<double> &x = at_x.out.x;
+    step_result step = bounded_step(of, x, products, at_x.curvature, at_x.damping);
+    if (!at_x.curvature.empty() && !step.positive) {
+        at_x.curvature = {};
+        step = bounded_step(of, x, products, {}, at_x.damping);
+    }
+    end = search_end::at_rounding;
+    if (!(step.predicted > options.expected_decrease)) {
+        // what the undamped step would gain decides
+        const double damped = at_x.damping;
+        step = bounded_step(of, x, products, at_x.curvature, at_x.damping = 0.0);
+        if (!(step.predicted > options.expected_decrease)) {
+            end = search_end::at_minimum;
+            return std::nullopt;
+        }
+        if (at_x.refused) { // smaller steps are too small, larger ones go wrong
+            at_x.damping = damped;
+            return std::nullopt;
+        }
+    }
+    if (step.predicted < rounding * at_x.out.sum_of_squares) return std::nullopt;
+    return step.predicted;
+}
+
+// x and the step, inside the windows. Returns whether that is another place.
+bool searcher::move_trial(const model &of, descent &at_x) const {
+    bool moves = false;
+    for (int c = 0; c < of.columns(); ++c) {
+        double &to = at_x.trial[at(c)];
+        to = at_x.out.x[at(c)] + step_[at(c)];
+        if (c < of.map().columns()) to = of.map().inside(c, to);
+        moves = moves || to != at_x.out.x[at(c)];
+    }
+    return moves;
+}
+
+// Looks for a place below x with ever more damping. Returns why there is none; nothing when trial
+// is one.
+std::optional<search_end> searcher::step_down(const model &of, model_workspace &ws,
+                                              const search_options &options, descent &at_x) {
+    const std::span<const double> products = ws.products();
+    minimum &out = at_x.out;
+    at_x.refused = false;
+    for (;;) {
+        search_end end = search_end::at_minimum;
+        const std::optional<double> predicted = promising_step(of, products, at_x, options, end);
+        if (!predicted) return end;
+        if (!move_trial(of, at_x) || at_x.damping > 1e30) return search_end::at_rounding;
+        if (out.evaluations >= 2 * options.most_linearizations ||
+            out.linearizations >= options.most_linearizations)
+            return search_end::limit;
+        const double there = ws.chi_square(of, at_x.trial);
+        ++out.evaluations;
+        const double gain = out.sum_of_squares - there;
+        if (std::isfinite(there) && gain > least_gain * *predicted) {
+            const double q = 2.0 * gain / *predicted - 1.0;
+            at_x.damping *= std::max(0.1, 1.0 - q * q * q);
+            at_x.growth = 2.0;
+            at_x.curved = of.lineshape_columns() == 0 && *predicted < curved_gain;
+            return std::nullopt;
+        }
+        at_x.refused = true;
+        at_x.curvature = {};
+        at_x.damping = std::max(at_x.damping, 1e-12) * at_x.growth;
+        at_x.growth *= 2.0;
+    }
+}
+
 minimum searcher::run(const model &of, model_workspace &ws, std::vector<double> start,
                       const search_options &options) {
     const int n = of.columns();
     const std::size_t stride = at(n + 1);
-    minimum out;
+    descent at_x;
+    minimum &out = at_x.out;
     for (int c = 0; c < of.map().columns(); ++c) start[at(c)] = of.map().inside(c, start[at(c)]);
     out.x = std::move(start);
     out.at_bound.assign(at(n), 0);
-    std::vector<double> trial(at(n));
+    at_x.trial.resize(at(n));
+    at_x.damping = first_damping;
     out.sum_of_squares = ws.linearize(of, out.x);
     out.linearizations = 1;
     ++done_.searches;
     ++done_.linearizations;
     if (!std::isfinite(out.sum_of_squares)) return out;
     scale_.assign(at(n), 0.0);
-    double damping = first_damping, growth = 2.0;
-    bool curved = false; // whether second derivatives are known at x
-    const auto ended = [&](search_end how) {
-        out.expected_decrease =
-            std::max(bounded_step(of, out.x, ws.products(), {}, 0.0).predicted, 0.0);
-        out.end = how;
-        out.at_bound = pressed_;
-        return out;
-    };
     for (;;) {
         const std::span<const double> products = ws.products();
-        std::span<const double> curvature;
-        if (curved) curvature = ws.curvature();
+        at_x.curvature = at_x.curved ? ws.curvature() : std::span<const double>();
         // A scale keeps half of what it was: a column that fades for a moment does not run away.
         for (int c = 0; c < n; ++c)
             scale_[at(c)] = std::max(products[at(c) * stride + at(c)], 0.5 * scale_[at(c)]);
         hold_pressed(of, out.x, products);
-        if (!goes_on(out.sum_of_squares)) return ended(search_end::stopped);
-        bool taken = false, refused = false;
-        while (!taken) {
-            step_result step = bounded_step(of, out.x, products, curvature, damping);
-            if (!curvature.empty() && !step.positive) {
-                curvature = {};
-                step = bounded_step(of, out.x, products, curvature, damping);
-            }
-            if (!(step.predicted > options.expected_decrease)) {
-                // what the undamped step would gain decides
-                const double damped = damping;
-                step = bounded_step(of, out.x, products, curvature, damping = 0.0);
-                if (!(step.predicted > options.expected_decrease))
-                    return ended(search_end::at_minimum);
-                if (refused) { // smaller steps are too small, larger ones go wrong
-                    damping = damped;
-                    return ended(search_end::at_rounding);
-                }
-            }
-            if (step.predicted < rounding * out.sum_of_squares)
-                return ended(search_end::at_rounding);
-            bool moves = false;
-            for (int c = 0; c < n; ++c) {
-                trial[at(c)] = out.x[at(c)] + step_[at(c)];
-                if (c < of.map().columns()) trial[at(c)] = of.map().inside(c, trial[at(c)]);
-                moves = moves || trial[at(c)] != out.x[at(c)];
-            }
-            if (!moves || damping > 1e30) return ended(search_end::at_rounding);
-            if (out.evaluations >= 2 * options.most_linearizations ||
-                out.linearizations >= options.most_linearizations)
-                return ended(search_end::limit);
-            const double there = ws.chi_square(of, trial);
-            ++out.evaluations;
-            const double gain = out.sum_of_squares - there;
-            if (std::isfinite(there) && gain > least_gain * step.predicted) {
-                const double q = 2.0 * gain / step.predicted - 1.0;
-                damping *= std::max(0.1, 1.0 - q * q * q);
-                growth = 2.0;
-                taken = true;
-                curved = of.lineshape_columns() == 0 && step.predicted < curved_gain;
-            } else {
-                refused = true;
-                curvature = {};
-                damping = std::max(damping, 1e-12) * growth;
-                growth *= 2.0;
-            }
+        std::optional<search_end> end = search_end::stopped;
+        if (goes_on(out.sum_of_squares)) end = step_down(of, ws, options, at_x);
+        if (end) {
+            const double left = bounded_step(of, out.x, ws.products(), {}, 0.0).predicted;
+            out.expected_decrease = std::max(left, 0.0);
+            out.end = *end;
+            out.at_bound = pressed_;
+            return out;
         }
-        out.x = trial;
-        out.sum_of_squares = ws.linearize(of, out.x, curved);
+        out.x = at_x.trial;
+        out.sum_of_squares = ws.linearize(of, out.x, at_x.curved);
         ++out.linearizations;
         ++done_.linearizations;
     }

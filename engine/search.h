@@ -7,6 +7,7 @@
 #include "kernel/ranked_cholesky.h"
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -69,10 +70,24 @@ class searcher {
         double predicted; // decrease of the sum of squares by the step
         bool positive;    // whether the matrix was positive definite
     };
+    struct descent {
+        minimum out; // x is where the search is
+        std::vector<double> trial;
+        std::span<const double> curvature; // at x; empty: not known, or of no use there
+        double damping = 0.0, growth = 2.0;
+        bool refused = false; // whether a step from x was
+        bool curved = false;  // whether second derivatives are asked for at the next place
+    };
     void hold_pressed(const model &of, std::span<const double> x, std::span<const double> products);
     step_result bounded_step(const model &of, std::span<const double> x,
                              std::span<const double> products, std::span<const double> curvature,
                              double damping);
+    std::optional<double> promising_step(const model &of, std::span<const double> products,
+                                         descent &at_x, const search_options &options,
+                                         search_end &end);
+    bool move_trial(const model &of, descent &at_x) const;
+    std::optional<search_end> step_down(const model &of, model_workspace &ws,
+                                        const search_options &options, descent &at_x);
 
     kernel::ranked_cholesky cholesky_;
     std::vector<double> damped_, undamped_, scale_, right_, solved_, step_;
