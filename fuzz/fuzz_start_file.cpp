@@ -9,7 +9,7 @@
 #include "files/base/tool_error.h"
 #include "files/start/peak_table.h"
 #include "files/start/read_start_file.h"
-#include "files/start/show_start.h"
+#include "files/start/table_of_start.h"
 
 #include <cstdlib>
 

@@ -5,8 +5,7 @@
 #include "files/spectra/search_limits.h"
 #include "files/start/derive_rows.h"
 #include "files/start/strategy_presets.h"
-
-#include <map>
+#include "files/start/strategy_words.h"
 
 namespace tools {
 
@@ -26,13 +25,41 @@ static table_interval read_interval(table_scanner &scan) {
     return interval;
 }
 
+static int read_part(table_scanner &scan) {
+    table_scanner behind = scan;
+    const std::optional<int> named = part_named(lower_letters(behind.word()));
+    if (!named) scan.refuse("absorption, dispersion, complex, magnitude or power");
+    scan = behind;
+    return *named;
+}
+
+// What stands behind "word=".
+static void read_step_option(const std::string &word, table_scanner &scan, start_step &step,
+                             int &times) {
+    static constexpr int most = search_limits::points;
+    if (word == "iterations") {
+        step.switches[iterations] = scan.integer("iterations from 1 up", 1, 1000000);
+    } else if (word == "points") {
+        step.points = scan.integer("time-domain points from 1 up", 1, most);
+    } else if (word == "weighting") {
+        step.switches[weighting] = scan.integer("a weighting type from 1 to 7", 1, 7);
+    } else if (word == "times") {
+        times = scan.integer("1 to 19 times", 1, search_limits::steps);
+    } else if (word == "part") {
+        step.switches[part] = read_part(scan);
+    } else if (word == "interval") {
+        do {
+            const int first = scan.integer("the first point of the interval", 0, most);
+            if (!scan.take("..")) scan.refuse("\"..\" between two points, as 266..635");
+            step.intervals.emplace_back(first,
+                                        scan.integer("the last point of the interval", 0, most));
+        } while (scan.take(','));
+    } else {
+        scan.refuse("iterations, points, part, weighting, interval or times before \"=\"");
+    }
+}
+
 static table_step read_step(table_scanner &scan, int &times) {
-    static const std::map<std::string, int> groups = {
-        {"areas", fit_areas},   {"frequencies", fit_frequencies}, {"gauss", fit_gauss},
-        {"phases", fit_phases}, {"lorentz", fit_lorentz},         {"lineshape", fit_lineshape},
-        {"align", align}};
-    static const std::map<std::string, int> parts = {
-        {"absorption", 0}, {"dispersion", 1}, {"complex", 2}, {"magnitude", 3}, {"power", 4}};
     table_step step;
     step.place = scan.place();
     if (scan.take_word("random"))
@@ -45,50 +72,15 @@ static table_step read_step(table_scanner &scan, int &times) {
     while (!scan.at_end()) {
         table_scanner ahead = scan;
         const std::string word = lower_letters(ahead.word());
-        const auto group = groups.find(word);
-        if (group != groups.end()) {
+        if (take_switches(word, step.step)) {
             scan = ahead;
-            step.step.switches[static_cast<std::size_t>(group->second)] = 1;
-            continue;
-        }
-        if (word == "all") {
-            scan = ahead;
-            for (const int q : {fit_areas, fit_frequencies, fit_gauss, fit_phases, fit_lorentz})
-                step.step.switches[static_cast<std::size_t>(q)] = 1;
             continue;
         }
         if (!ahead.take('='))
             scan.refuse("areas, frequencies, gauss, lorentz, phases, lineshape, all, align, or "
                         "iterations=N, points=N, part=NAME, weighting=N, interval=A..B, times=N");
         scan = ahead;
-        if (word == "iterations") {
-            step.step.switches[iterations] = scan.integer("iterations from 1 up", 1, 1000000);
-        } else if (word == "points") {
-            step.step.points =
-                scan.integer("time-domain points from 1 up", 1, search_limits::points);
-        } else if (word == "weighting") {
-            step.step.switches[weighting] = scan.integer("a weighting type from 1 to 7", 1, 7);
-        } else if (word == "times") {
-            times = scan.integer("1 to 19 times", 1, search_limits::steps);
-        } else if (word == "part") {
-            table_scanner behind = scan;
-            const auto part_of = parts.find(lower_letters(behind.word()));
-            if (part_of == parts.end())
-                scan.refuse("absorption, dispersion, complex, magnitude or power");
-            scan = behind;
-            step.step.switches[part] = part_of->second;
-        } else if (word == "interval") {
-            do {
-                const int first =
-                    scan.integer("the first point of the interval", 0, search_limits::points);
-                if (!scan.take("..")) scan.refuse("\"..\" between two points, as 266..635");
-                step.step.intervals.emplace_back(
-                    first,
-                    scan.integer("the last point of the interval", 0, search_limits::points));
-            } while (scan.take(','));
-        } else {
-            scan.refuse("iterations, points, part, weighting, interval or times before \"=\"");
-        }
+        read_step_option(word, scan, step.step, times);
     }
     return step;
 }
@@ -148,19 +140,21 @@ std::optional<reference_peak> settled_reference(const std::string &option,
     return peak;
 }
 
-void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
-              const table_place &place) {
-    static constexpr int most = search_limits::points;
-    const std::string word = lower_letters(key);
+static void read_strategy(peak_table &table, table_scanner &scan, const table_place &place) {
+    table.strategy_place = place;
+    if (!table.preset.empty()) refuse_at(table, place, "found a second \"strategy\"");
+    table.preset = lower_letters(scan.until(""));
+    if (preset_steps(table.preset).empty())
+        refuse_at(table, place,
+                  "found the strategy \"" + table.preset +
+                      "\"; expected quick, standard or random-then-gradient, or rows \"step:\"");
+}
+
+// What is fitted, where, and what follows from it. False for another key.
+static bool read_plan_key(peak_table &table, const std::string &word, table_scanner &scan,
+                          const table_place &place) {
     if (word == "strategy") {
-        table.strategy_place = place;
-        if (!table.preset.empty()) refuse_at(table, place, "found a second \"strategy\"");
-        table.preset = lower_letters(scan.until(""));
-        if (preset_steps(table.preset).empty())
-            refuse_at(
-                table, place,
-                "found the strategy \"" + table.preset +
-                    "\"; expected quick, standard or random-then-gradient, or rows \"step:\"");
+        read_strategy(table, scan, place);
     } else if (word == "step") {
         int times = 1;
         const table_step step = read_step(scan, times);
@@ -169,6 +163,8 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
         do {
             table.intervals.push_back(read_interval(scan));
         } while (scan.take(','));
+    } else if (word == "noise") {
+        table.noise = read_interval(scan);
     } else if (word == "reference") {
         if (table.reference) refuse_at(table, place, "found a second \"reference\"");
         table.reference = read_reference(scan);
@@ -187,9 +183,17 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
         table.amounts.echo_time = read_time(table, scan.rest(), place);
     } else if (word == "tr") {
         table.amounts.repetition_time = read_time(table, scan.rest(), place);
-    } else if (word == "noise") {
-        table.noise = read_interval(scan);
-    } else if (word == "points") {
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// The spectrum and the run. False for another key.
+static bool read_setting_key(peak_table &table, const std::string &word, table_scanner &scan,
+                             int &coefficients, const table_place &place) {
+    static constexpr int most = search_limits::points;
+    if (word == "points") {
         table.points = scan.integer("points, a power of two up to 2^24", 1, most);
     } else if (word == "measured") {
         table.measured = scan.integer("measured points, from 1 up", 1, most);
@@ -225,13 +229,22 @@ void read_key(peak_table &table, std::string_view key, table_scanner &scan, int 
         while (!scan.at_end())
             table.lineshape.push_back(scan.number("real and imaginary part of a coefficient"));
     } else {
+        return false;
+    }
+    return true;
+}
+
+void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
+              const table_place &place) {
+    const std::string word = lower_letters(key);
+    if (!read_plan_key(table, word, scan, place) &&
+        !read_setting_key(table, word, scan, coefficients, place))
         refuse_at(table, place,
                   "found the key \"" + std::string(key) +
                       "\"; expected strategy, step, interval, noise, reference, derive, water, "
                       "amount, te, tr, tolerance, follow, measured, "
                       "ignore, lineshape, coefficients, points, hz_per_point, phi_1, ranges, "
                       "verbose, errors or format before the colon");
-    }
     scan.expect_end("the end of the line");
 }
 

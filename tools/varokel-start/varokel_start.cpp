@@ -8,6 +8,7 @@
 #include "files/start/make_start.h"
 #include "files/start/read_start_file.h"
 #include "files/start/show_start.h"
+#include "files/start/table_of_start.h"
 #include "common/command_line.h"
 #include "common/run_tool.h"
 
