@@ -87,6 +87,52 @@ static void check_water(const head_items &water, const std::string &file) {
     }
 }
 
+static void read_entries(batch_plan &plan, const head_items &items) {
+    std::set<std::string> different;
+    for (const auto &entry : items.list("entries")) {
+        if (!entry.is_string() || !is_plain_text(entry.get<std::string>()))
+            items.refuse("entries", "no list of names");
+        if (!different.insert(entry.get<std::string>()).second)
+            items.refuse("entries", "a list with a name twice");
+        plan.entry_names.push_back(entry.get<std::string>());
+    }
+    for (const auto &each : items.list("derived")) {
+        if (!each.is_string() || !is_plain_text(each.get<std::string>()))
+            items.refuse("derived", "no list of expressions");
+        plan.derived.push_back(each.get<std::string>());
+    }
+}
+
+static void read_scale(batch_plan &plan, const head_items &scale, const std::string &file) {
+    plan.scale.hz_per_point = scale.number("hz_per_point", true);
+    plan.scale.mhz = scale.number("spectrometer_mhz", true);
+    plan.scale.ppm_at_carrier = scale.number("ppm_at_carrier", false);
+    plan.scale.points = plan.points;
+    if (scale.has("measured_points"))
+        plan.scale.measured = scale.whole("measured_points", 1, plan.points);
+    else if (scale.has("resized"))
+        plan.scale.measured = std::min(
+            plan.points, head_items(scale.item("resized"), file).whole("from", 1, 1LL << 40));
+    plan.scale.ppm_rises_with_points =
+        !scale.has("ppm_rises_with_points") || scale.truth("ppm_rises_with_points");
+    if (scale.has("nucleus")) plan.scale.nucleus = scale.text("nucleus");
+}
+
+static void read_files(batch_plan &plan, const head_items &items, const std::string &file) {
+    for (const auto &each : items.list("patterns")) {
+        const std::string name = head_items(each, file).name("file");
+        if (std::find(plan.pattern_files.begin(), plan.pattern_files.end(), name) !=
+            plan.pattern_files.end())
+            items.refuse("patterns", "a list with a name twice");
+        plan.pattern_files.push_back(name);
+    }
+    for (const auto &each : items.list("inputs")) {
+        const head_items input(each, file);
+        plan.inputs.push_back(
+            {bytes_of_json(input.item("file"), file), input.digest("sha256"), input.item("stamp")});
+    }
+}
+
 void read_head(batch_plan &plan, const std::string &file) {
     const head_items items(plan.head, file);
     if (const long long format = items.whole("format", 0, 1000000); format != batch_format)
@@ -110,45 +156,10 @@ void read_head(batch_plan &plan, const std::string &file) {
     if (!method) items.refuse("method", "none of classic, exact and both");
     plan.method = *method;
     read_axes(plan, items, file);
-    std::set<std::string> different;
-    for (const auto &entry : items.list("entries")) {
-        if (!entry.is_string() || !is_plain_text(entry.get<std::string>()))
-            items.refuse("entries", "no list of names");
-        if (!different.insert(entry.get<std::string>()).second)
-            items.refuse("entries", "a list with a name twice");
-        plan.entry_names.push_back(entry.get<std::string>());
-    }
-    for (const auto &each : items.list("derived")) {
-        if (!each.is_string() || !is_plain_text(each.get<std::string>()))
-            items.refuse("derived", "no list of expressions");
-        plan.derived.push_back(each.get<std::string>());
-    }
+    read_entries(plan, items);
     if (items.has("water")) check_water(head_items(items.item("water"), file), file);
-    const head_items scale(items.item("scale"), file);
-    plan.scale.hz_per_point = scale.number("hz_per_point", true);
-    plan.scale.mhz = scale.number("spectrometer_mhz", true);
-    plan.scale.ppm_at_carrier = scale.number("ppm_at_carrier", false);
-    plan.scale.points = plan.points;
-    if (scale.has("measured_points"))
-        plan.scale.measured = scale.whole("measured_points", 1, plan.points);
-    else if (scale.has("resized"))
-        plan.scale.measured = std::min(
-            plan.points, head_items(scale.item("resized"), file).whole("from", 1, 1LL << 40));
-    plan.scale.ppm_rises_with_points =
-        !scale.has("ppm_rises_with_points") || scale.truth("ppm_rises_with_points");
-    if (scale.has("nucleus")) plan.scale.nucleus = scale.text("nucleus");
-    for (const auto &each : items.list("patterns")) {
-        const std::string name = head_items(each, file).name("file");
-        if (std::find(plan.pattern_files.begin(), plan.pattern_files.end(), name) !=
-            plan.pattern_files.end())
-            items.refuse("patterns", "a list with a name twice");
-        plan.pattern_files.push_back(name);
-    }
-    for (const auto &each : items.list("inputs")) {
-        const head_items input(each, file);
-        plan.inputs.push_back(
-            {bytes_of_json(input.item("file"), file), input.digest("sha256"), input.item("stamp")});
-    }
+    read_scale(plan, head_items(items.item("scale"), file), file);
+    read_files(plan, items, file);
 }
 
 void read_windows(batch_plan &plan, const head_items &items, const std::string &file) {

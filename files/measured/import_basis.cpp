@@ -167,6 +167,27 @@ static std::string file_name_of(const std::string &metabolite, std::set<std::str
     return free + ".bin";
 }
 
+static std::string basis_sidecar(const basis_options &options, const basis_header &header,
+                                 const pattern_grid &grid, const ordered_json &patterns) {
+    ordered_json sidecar;
+    sidecar["content"] = "binary patterns: spectra, conjugated and reversed";
+    sidecar["points"] = grid.points;
+    sidecar["dwell_time_s"] = grid.dwell_time;
+    sidecar["hz_per_point"] = 1.0 / (grid.dwell_time * static_cast<double>(grid.points));
+    sidecar["spectrometer_mhz"] = grid.mhz;
+    sidecar["ppm_at_carrier"] = grid.ppm_at_carrier;
+    sidecar["ppm_rises_with_points"] = grid.ppm_rises_with_points;
+    sidecar["patterns"] = patterns;
+    sidecar["source"] = {{"file", std::filesystem::path(options.input).filename().string()},
+                         {"sha256", sha256_of_file(options.input)},
+                         {"points", header.points},
+                         {"dwell_time_s", header.dwell_time},
+                         {"spectrometer_mhz", header.mhz},
+                         {"field_ratio_applied", grid.mhz / header.mhz}};
+    if (header.echo_time) sidecar["source"]["echo_time_s"] = *header.echo_time;
+    return sidecar.dump(2) + "\n";
+}
+
 imported_basis import_basis(const basis_options &options) {
     imported_basis made;
     std::optional<pattern_grid> grid;
@@ -208,24 +229,8 @@ imported_basis import_basis(const basis_options &options) {
                                         " metabolites, but a fit takes up to " +
                                         std::to_string(search_limits::entries) +
                                         "; choose with --only");
-    ordered_json sidecar;
-    sidecar["content"] = "binary patterns: spectra, conjugated and reversed";
-    sidecar["points"] = grid->points;
-    sidecar["dwell_time_s"] = grid->dwell_time;
-    sidecar["hz_per_point"] = 1.0 / (grid->dwell_time * static_cast<double>(grid->points));
-    sidecar["spectrometer_mhz"] = grid->mhz;
-    sidecar["ppm_at_carrier"] = grid->ppm_at_carrier;
-    sidecar["ppm_rises_with_points"] = grid->ppm_rises_with_points;
-    sidecar["patterns"] = list;
-    sidecar["source"] = {{"file", std::filesystem::path(options.input).filename().string()},
-                         {"sha256", sha256_of_file(options.input)},
-                         {"points", header.points},
-                         {"dwell_time_s", header.dwell_time},
-                         {"spectrometer_mhz", header.mhz},
-                         {"field_ratio_applied", grid->mhz / header.mhz}};
-    if (header.echo_time) sidecar["source"]["echo_time_s"] = *header.echo_time;
     made.sidecar = (folder / "patterns.json").string();
-    batch.add({made.sidecar, sidecar.dump(2) + "\n"});
+    batch.add({made.sidecar, basis_sidecar(options, header, *grid, list)});
     batch.commit();
     return made;
 }

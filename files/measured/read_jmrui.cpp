@@ -90,6 +90,47 @@ static void each_row(const std::string &file, long long points, long long datase
                     " (PointsInDataset times DatasetsInFile). Is it cut?");
 }
 
+static std::optional<long long> count_item(const std::string &file, const jmrui_header &header,
+                                           const char *name) {
+    const std::optional<double> value = number_item(file, header, name);
+    if (value && !(*value >= 1.0 && *value <= 1e9 && whole_number_of(std::to_string(*value))))
+        throw tool_error(bad_input, file + ": " + name + " is no whole number above 0");
+    return value ? std::optional(static_cast<long long>(*value)) : std::nullopt;
+}
+
+static void take_header_facts(const jmrui_header &header, spectrum_source &source) {
+    const auto number = [&](const char *name) { return number_item(source.file, header, name); };
+    signal_facts &facts = source.facts;
+    if (const std::optional<double> interval = number("SamplingInterval")) {
+        if (!(*interval > 0.0))
+            throw tool_error(bad_input, source.file + ": SamplingInterval is not above 0 [ms]");
+        facts.dwell_time = *interval / 1e3;
+    }
+    if (const std::optional<double> begin = number("BeginTime")) facts.begin_time = *begin / 1e3;
+    if (const std::optional<double> frequency = number("TransmitterFrequency");
+        frequency && *frequency > 0.0) {
+        // no spectrometer works below 0.1 MHz, so a small number is in MHz
+        const bool in_mhz = *frequency < 1e5;
+        facts.mhz = in_mhz ? *frequency : *frequency / 1e6;
+        if (in_mhz)
+            source.guesses.push_back({"spectrometer_mhz", *facts.mhz,
+                                      "TransmitterFrequency is too small for hertz, taken as MHz"});
+    }
+    if (const auto day = header.items.find("dateofexperiment"); day != header.items.end())
+        facts.date = date_of(day->second.value);
+    const auto named = header.items.find("typeofnucleus");
+    if (named != header.items.end()) facts.nucleus = nucleus_of(named->second.value);
+    const std::optional<double> tesla = number("MagneticField");
+    if (!facts.nucleus && facts.mhz && tesla && *tesla > 0.0) {
+        facts.nucleus = nucleus_of_field(*facts.mhz, *tesla);
+        if (facts.nucleus)
+            source.guesses.push_back(
+                {"nucleus", *facts.nucleus, "taken from TransmitterFrequency and MagneticField"});
+    }
+    if (const std::optional<double> phase = number("ZeroOrderPhase"); phase && *phase != 0.0)
+        source.notes["zero_order_phase_of_the_header_degrees"] = *phase; // not applied
+}
+
 std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
     size_of_input(file, "a jMRUI text file");
     line_reader text(file);
@@ -100,51 +141,14 @@ std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
     source->format = "jMRUI text";
     source->stem = stem_of(file);
     source->opposite_sense = true;
-    const auto number = [&](const char *name) { return number_item(file, header, name); };
-    const auto count = [&](const char *name) {
-        const std::optional<double> value = number(name);
-        if (value && !(*value >= 1.0 && *value <= 1e9 && whole_number_of(std::to_string(*value))))
-            throw tool_error(bad_input, file + ": " + name + " is no whole number above 0");
-        return value ? std::optional(static_cast<long long>(*value)) : std::nullopt;
-    };
-    const std::optional<long long> points = count("PointsInDataset");
+    const std::optional<long long> points = count_item(file, header, "PointsInDataset");
     if (!points)
         throw tool_error(bad_input, file + ": PointsInDataset is missing; expected the points of "
                                            "one signal. Is this a jMRUI text file?");
     source->points = *points;
-    const long long datasets = count("DatasetsInFile").value_or(1);
+    const long long datasets = count_item(file, header, "DatasetsInFile").value_or(1);
     source->axes = {{"spectrum", datasets, false}};
-
-    signal_facts &facts = source->facts;
-    if (const std::optional<double> interval = number("SamplingInterval")) {
-        if (!(*interval > 0.0))
-            throw tool_error(bad_input, file + ": SamplingInterval is not above 0 [ms]");
-        facts.dwell_time = *interval / 1e3;
-    }
-    if (const std::optional<double> begin = number("BeginTime")) facts.begin_time = *begin / 1e3;
-    if (const std::optional<double> frequency = number("TransmitterFrequency");
-        frequency && *frequency > 0.0) {
-        // no spectrometer works below 0.1 MHz, so a small number is in MHz
-        const bool in_mhz = *frequency < 1e5;
-        facts.mhz = in_mhz ? *frequency : *frequency / 1e6;
-        if (in_mhz)
-            source->guesses.push_back(
-                {"spectrometer_mhz", *facts.mhz,
-                 "TransmitterFrequency is too small for hertz, taken as MHz"});
-    }
-    if (const auto day = header.items.find("dateofexperiment"); day != header.items.end())
-        facts.date = date_of(day->second.value);
-    const auto named = header.items.find("typeofnucleus");
-    if (named != header.items.end()) facts.nucleus = nucleus_of(named->second.value);
-    const std::optional<double> tesla = number("MagneticField");
-    if (!facts.nucleus && facts.mhz && tesla && *tesla > 0.0) {
-        facts.nucleus = nucleus_of_field(*facts.mhz, *tesla);
-        if (facts.nucleus)
-            source->guesses.push_back(
-                {"nucleus", *facts.nucleus, "taken from TransmitterFrequency and MagneticField"});
-    }
-    if (const std::optional<double> phase = number("ZeroOrderPhase"); phase && *phase != 0.0)
-        source->notes["zero_order_phase_of_the_header_degrees"] = *phase; // not applied
+    take_header_facts(header, *source);
     const long long n = *points;
     source->for_each_point = [file, n, datasets](const auto &take) {
         each_row(file, n, datasets, take);

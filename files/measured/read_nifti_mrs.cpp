@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace tools {
 
@@ -35,7 +36,11 @@ class nifti_mrs_source : public spectrum_source {
 
   private:
     double value_at(const unsigned char *byte) const;
+    [[noreturn]] void refuse_cut(long long row) const; // row: of points of all voxels
+    void add_volume(std::span<const signal_share> shares, finite_check &finite,
+                    std::vector<complex_signal> &sums);
     std::unique_ptr<packed_file> stream_;
+    std::vector<unsigned char> bytes_; // that were read last
     int passes_ = 0;
 };
 
@@ -52,65 +57,66 @@ double nifti_mrs_source::value_at(const unsigned char *byte) const {
     return value;
 }
 
+void nifti_mrs_source::refuse_cut(long long row) const {
+    throw tool_error(bad_input, file + ": ends, or is damaged, within point " +
+                                    std::to_string(row % points) + " of volume " +
+                                    std::to_string(row / points) + "; expected " +
+                                    std::to_string(points * (spectra() / voxels)) + " volumes of " +
+                                    std::to_string(voxels) + " points. Is the file cut?");
+}
+
+// Shares of one volume: one place along the higher dimensions.
+void nifti_mrs_source::add_volume(std::span<const signal_share> shares, finite_check &finite,
+                                  std::vector<complex_signal> &sums) {
+    const std::size_t point_size = 2 * value_size;
+    const long long volume = shares.front().spectrum / voxels;
+    std::size_t most = 0; // points
+    for (const signal_share &share : shares) most = std::max(most, sums[share.sum].size());
+    const long long first = shares.front().spectrum % voxels;
+    const long long last = shares.back().spectrum % voxels;
+    // Rows of many voxels are read one by one, from the first to the last voxel that is wanted;
+    // short ones in blocks.
+    const auto wanted = static_cast<std::size_t>(last - first + 1);
+    const std::size_t row_size = static_cast<std::size_t>(voxels) * point_size;
+    const std::size_t block = std::clamp<std::size_t>((std::size_t{1} << 18) / row_size, 1,
+                                                      std::max<std::size_t>(most, 1));
+    for (std::size_t k = 0; k < most; k += block) {
+        const std::size_t rows = std::min(block, most - k);
+        const std::size_t needed =
+            (rows - 1) * row_size + wanted * point_size; // up to the last voxel of the last row
+        const long long row = volume * points + static_cast<long long>(k);
+        bytes_.resize(needed);
+        const long long at = offset + row * static_cast<long long>(row_size) +
+                             first * static_cast<long long>(point_size);
+        if (!stream_->seek(at)) refuse_cut(row);
+        const std::size_t got = stream_->read(bytes_.data(), needed);
+        if (got != needed) refuse_cut(row + static_cast<long long>(got / row_size));
+        for (std::size_t r = 0; r < rows; ++r) {
+            for (const signal_share &share : shares) {
+                complex_signal &sum = sums[share.sum];
+                if (k + r >= sum.size()) continue;
+                const auto voxel = static_cast<std::size_t>(share.spectrum % voxels - first);
+                const unsigned char *const point =
+                    bytes_.data() + r * row_size + voxel * point_size;
+                const std::complex<double> value(value_at(point), value_at(point + value_size));
+                if (finite(value, share.spectrum, static_cast<long long>(k + r)))
+                    sum[k + r] += value;
+            }
+        }
+    }
+}
+
 void nifti_mrs_source::add_to(const std::vector<signal_share> &shares,
                               std::vector<complex_signal> &sums) {
-    const auto cut = [this](long long row) {
-        const long long volumes = points * (spectra() / voxels);
-        throw tool_error(bad_input, file + ": ends, or is damaged, within point " +
-                                        std::to_string(row % points) + " of volume " +
-                                        std::to_string(row / points) + "; expected " +
-                                        std::to_string(volumes) + " volumes of " +
-                                        std::to_string(voxels) + " points. Is the file cut?");
-    };
-    const std::size_t point_size = 2 * value_size;
     if (!stream_) stream_ = std::make_unique<packed_file>(file, 1 << 18);
     // many passes would unpack all of a packed file as many times
     if (++passes_ == 3)
-        stream_->unpack(offset + points * spectra() * static_cast<long long>(point_size));
-    packed_file &stream = *stream_;
+        stream_->unpack(offset + points * spectra() * 2 * static_cast<long long>(value_size));
     finite_check finite(*this);
-    std::vector<unsigned char> bytes;
-    for (std::size_t s = 0; s < shares.size();) {
-        // shares of one place along the higher dimensions
-        const long long volume = shares[s].spectrum / voxels;
-        std::size_t stop = s;
-        std::size_t most = 0; // points
-        while (stop < shares.size() && shares[stop].spectrum / voxels == volume)
-            most = std::max(most, sums[shares[stop++].sum].size());
-        const long long first = shares[s].spectrum % voxels;
-        const long long last = shares[stop - 1].spectrum % voxels;
-        // Rows of many voxels are read one by one, from the first to the last voxel that is wanted;
-        // short ones in blocks.
-        const auto wanted = static_cast<std::size_t>(last - first + 1);
-        const std::size_t row_size = static_cast<std::size_t>(voxels) * point_size;
-        const std::size_t block = std::clamp<std::size_t>((std::size_t{1} << 18) / row_size, 1,
-                                                          std::max<std::size_t>(most, 1));
-        for (std::size_t k = 0; k < most; k += block) {
-            const std::size_t rows = std::min(block, most - k);
-            const std::size_t needed =
-                (rows - 1) * row_size + wanted * point_size; // up to the last voxel of the last row
-            const long long row = volume * points + static_cast<long long>(k);
-            bytes.resize(needed);
-            const long long at = offset + row * static_cast<long long>(row_size) +
-                                 first * static_cast<long long>(point_size);
-            if (!stream.seek(at)) cut(row);
-            const std::size_t got = stream.read(bytes.data(), needed);
-            if (got != needed) cut(row + static_cast<long long>(got / row_size));
-            for (std::size_t r = 0; r < rows; ++r) {
-                for (std::size_t share = s; share < stop; ++share) {
-                    complex_signal &sum = sums[shares[share].sum];
-                    if (k + r >= sum.size()) continue;
-                    const auto voxel =
-                        static_cast<std::size_t>(shares[share].spectrum % voxels - first);
-                    const unsigned char *const point =
-                        bytes.data() + r * row_size + voxel * point_size;
-                    const std::complex<double> value(value_at(point), value_at(point + value_size));
-                    if (finite(value, shares[share].spectrum, static_cast<long long>(k + r)))
-                        sum[k + r] += value;
-                }
-            }
-        }
-        s = stop;
+    const std::span<const signal_share> all(shares);
+    for (std::size_t s = 0, stop = 0; s < all.size(); s = stop) {
+        while (stop < all.size() && all[stop].spectrum / voxels == all[s].spectrum / voxels) ++stop;
+        add_volume(all.subspan(s, stop - s), finite, sums);
     }
     finite.finish();
 }
@@ -188,6 +194,103 @@ static void take_dwell_time(const nifti_header &header, const ordered_json &meta
                                   "used; is the file of one piece?");
 }
 
+// Name of a dimension beyond time: its tag, or its number where there is none that may name a
+// column.
+static std::string dimension_name(const ordered_json &meta, int d,
+                                  const std::vector<source_axis> &before) {
+    const std::string number = "dim_" + std::to_string(d);
+    const auto tag = meta.find(number);
+    if (tag == meta.end() || !tag->is_string()) return number;
+    const std::string name = tag->get<std::string>();
+    if (name.empty() ||
+        name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789") != std::string::npos)
+        return number;
+    // of two dimensions with one name none could be chosen, and a table had a column twice
+    const bool is_taken = std::any_of(before.begin(), before.end(),
+                                      [&](const source_axis &axis) { return axis.name == name; });
+    return is_taken ? number : name;
+}
+
+static void take_dimensions(const nifti_header &header, const ordered_json &meta,
+                            nifti_mrs_source &source) {
+    for (int d = 1; d <= 7; ++d) {
+        const long long length = header.dim[static_cast<std::size_t>(d - 1)];
+        if (d == 4) {
+            source.points = length;
+        } else if (d < 4) {
+            source.voxels *= length;
+            source.axes.push_back({std::string(1, "xyz"[d - 1]), length, true});
+        } else {
+            source.axes.push_back({dimension_name(meta, d, source.axes), length, false});
+        }
+    }
+}
+
+// What is wrong with it before a point is read.
+static void refuse_other_content(const nifti_header &header, const ordered_json &meta,
+                                 const nifti_mrs_source &source, long long size) {
+    const std::string &file = source.file;
+    // A header that promises more than the file can hold is found before storage is asked for.
+    // Deflate packs 1032 bytes into one at most.
+    const double room = static_cast<double>(size) * (lower_case(file).ends_with(".gz") ? 1032 : 1);
+    if (static_cast<double>(source.offset) +
+            header.voxels_and_more * 2 * static_cast<double>(source.value_size) >
+        room)
+        throw tool_error(bad_input, file + ": " + std::to_string(size) +
+                                        " bytes, which is less than the dimensions of the header "
+                                        "need; is the file cut?");
+    if (header.dimensions < 4)
+        throw tool_error(bad_input, file + ": has " + std::to_string(header.dimensions) +
+                                        " dimensions; expected 4 to 7, the fourth one time");
+    const auto k_space = meta.find("kSpace");
+    if (k_space == meta.end()) return;
+    bool any = k_space->is_boolean() && k_space->get<bool>();
+    if (k_space->is_array())
+        for (const ordered_json &each : *k_space)
+            any = any || (each.is_boolean() && each.get<bool>());
+    if (any)
+        throw tool_error(bad_input, file + ": item kSpace of the JSON is true: the voxels are "
+                                           "not transformed yet; expected them in space. "
+                                           "Reconstruct the measurement first");
+}
+
+static void take_nifti_facts(const nifti_header &header, const ordered_json &meta,
+                             nifti_mrs_source &source) {
+    const std::string &file = source.file;
+    signal_facts &facts = source.facts;
+    take_dwell_time(header, meta, source);
+    facts.mhz = number_item(meta, "SpectrometerFrequency", file);
+    if (facts.mhz && !(*facts.mhz > 0.0))
+        throw tool_error(bad_input, file + ": item SpectrometerFrequency of the JSON is not above "
+                                           "0; expected it in MHz");
+    if (!facts.mhz)
+        source.warnings.push_back("item SpectrometerFrequency is missing in the JSON; give "
+                                  "--frequency to have ppm");
+    if (const ordered_json *const nucleus = first_value(meta, "ResonantNucleus");
+        nucleus != nullptr && nucleus->is_string())
+        facts.nucleus = nucleus_of(nucleus->get<std::string>());
+    facts.echo_time = number_item(meta, "EchoTime", file);
+    facts.repetition_time = number_item(meta, "RepetitionTime", file);
+    std::array<double, 3> edges = header.geometry.voxel_mm;
+    for (double &mm : edges) mm = as_written(mm);
+    // 10000 stands for "not localised", 1 on all sides for a header that nobody filled in
+    if (std::all_of(edges.begin(), edges.end(), [](double mm) { return mm > 0.0 && mm < 1e3; }) &&
+        edges != std::array<double, 3>{1.0, 1.0, 1.0})
+        facts.voxel_mm = edges;
+    facts.begin_time = number_item(meta, "AcquisitionStartTime", file);
+    // our own item; items outside of the standard are objects with Value and Description
+    if (const auto own = meta.find("PpmAtCarrier"); own != meta.end() && own->is_object())
+        facts.ppm_at_carrier = number_item(*own, "Value", file);
+    if (const auto own = meta.find("NoisePoints"); own != meta.end() && own->is_object())
+        facts.noise_points =
+            metadata(file, *own).point_pair("Value", static_cast<long long>(source.points) - 1);
+    if (const auto offset = number_item(meta, "TxOffset", file); offset && *offset != 0.0) {
+        source.notes["tx_offset_ppm_not_applied"] = *offset;
+        source.warnings.push_back("TxOffset of the JSON is taken for the place of the pulses, not "
+                                  "added to the ppm at the carrier; --ppm-at-carrier sets it");
+    }
+}
+
 std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     const long long size = size_of_input(file, "a NIfTI-MRS file");
     const nifti_header header = read_nifti_header(file, mrs_extension);
@@ -206,84 +309,9 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     source->swapped = header.swapped;
     if (!header.intent_name.starts_with("mrs_v"))
         source->warnings.push_back("intent_name does not name a version of NIfTI-MRS");
-
-    for (int d = 1; d <= 7; ++d) {
-        const long long length = header.dim[static_cast<std::size_t>(d - 1)];
-        if (d == 4) {
-            source->points = length;
-            continue;
-        }
-        std::string name = d < 4 ? std::string(1, "xyz"[d - 1]) : "dim_" + std::to_string(d);
-        if (d > 4) {
-            const auto tag = meta.find(name);
-            if (tag != meta.end() && tag->is_string() && !tag->get<std::string>().empty() &&
-                tag->get<std::string>().find_first_not_of(
-                    "ABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789") == std::string::npos)
-                name = tag->get<std::string>();
-            // of two dimensions with one name none could be chosen, and a table had a column twice
-            if (std::any_of(source->axes.begin(), source->axes.end(),
-                            [&](const source_axis &axis) { return axis.name == name; }))
-                name = "dim_" + std::to_string(d);
-        } else {
-            source->voxels *= length;
-        }
-        source->axes.push_back({name, length, d < 4});
-    }
-    // A header that promises more than the file can hold is found before storage is asked for.
-    // Deflate packs 1032 bytes into one at most.
-    const double room = static_cast<double>(size) * (lower_case(file).ends_with(".gz") ? 1032 : 1);
-    if (static_cast<double>(source->offset) +
-            header.voxels_and_more * 2 * static_cast<double>(source->value_size) >
-        room)
-        throw tool_error(bad_input, file + ": " + std::to_string(size) +
-                                        " bytes, which is less than the dimensions of the header "
-                                        "need; is the file cut?");
-    if (header.dimensions < 4)
-        throw tool_error(bad_input, file + ": has " + std::to_string(header.dimensions) +
-                                        " dimensions; expected 4 to 7, the fourth one time");
-    if (const auto k_space = meta.find("kSpace"); k_space != meta.end()) {
-        bool any = k_space->is_boolean() && k_space->get<bool>();
-        if (k_space->is_array())
-            for (const ordered_json &each : *k_space)
-                any = any || (each.is_boolean() && each.get<bool>());
-        if (any)
-            throw tool_error(bad_input, file + ": item kSpace of the JSON is true: the voxels are "
-                                               "not transformed yet; expected them in space. "
-                                               "Reconstruct the measurement first");
-    }
-
-    signal_facts &facts = source->facts;
-    take_dwell_time(header, meta, *source);
-    facts.mhz = number_item(meta, "SpectrometerFrequency", file);
-    if (facts.mhz && !(*facts.mhz > 0.0))
-        throw tool_error(bad_input, file + ": item SpectrometerFrequency of the JSON is not above "
-                                           "0; expected it in MHz");
-    if (!facts.mhz)
-        source->warnings.push_back("item SpectrometerFrequency is missing in the JSON; give "
-                                   "--frequency to have ppm");
-    if (const ordered_json *const nucleus = first_value(meta, "ResonantNucleus");
-        nucleus != nullptr && nucleus->is_string())
-        facts.nucleus = nucleus_of(nucleus->get<std::string>());
-    facts.echo_time = number_item(meta, "EchoTime", file);
-    facts.repetition_time = number_item(meta, "RepetitionTime", file);
-    std::array<double, 3> edges = header.geometry.voxel_mm;
-    for (double &mm : edges) mm = as_written(mm);
-    // 10000 stands for "not localised", 1 on all sides for a header that nobody filled in
-    if (std::all_of(edges.begin(), edges.end(), [](double mm) { return mm > 0.0 && mm < 1e3; }) &&
-        edges != std::array<double, 3>{1.0, 1.0, 1.0})
-        facts.voxel_mm = edges;
-    facts.begin_time = number_item(meta, "AcquisitionStartTime", file);
-    // our own item; items outside of the standard are objects with Value and Description
-    if (const auto own = meta.find("PpmAtCarrier"); own != meta.end() && own->is_object())
-        facts.ppm_at_carrier = number_item(*own, "Value", file);
-    if (const auto own = meta.find("NoisePoints"); own != meta.end() && own->is_object())
-        facts.noise_points =
-            metadata(file, *own).point_pair("Value", static_cast<long long>(source->points) - 1);
-    if (const auto offset = number_item(meta, "TxOffset", file); offset && *offset != 0.0) {
-        source->notes["tx_offset_ppm_not_applied"] = *offset;
-        source->warnings.push_back("TxOffset of the JSON is taken for the place of the pulses, not "
-                                   "added to the ppm at the carrier; --ppm-at-carrier sets it");
-    }
+    take_dimensions(header, meta, *source);
+    refuse_other_content(header, meta, *source, size);
+    take_nifti_facts(header, meta, *source);
     return source;
 }
 

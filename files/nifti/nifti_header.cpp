@@ -150,51 +150,43 @@ static void take_extensions(part_of_file &stream, nifti_header &header, long lon
     }
 }
 
-nifti_header read_nifti_header(const std::string &file, int extension_code) {
-    part_of_file stream(file, "header");
-    std::vector<unsigned char> bytes(540);
-    stream.read(bytes.data(), 4);
-    nifti_header header;
-    std::int32_t length = header_bytes(bytes, false).at<std::int32_t>(0);
-    if (length != 348 && length != 540) {
-        header.swapped = true;
-        length = header_bytes(bytes, true).at<std::int32_t>(0);
-    }
-    const auto no_nifti = [&]() {
-        throw tool_error(bad_input, file + ": no NIfTI header; expected a .nii or .nii.gz file of "
-                                           "version 1 or 2. Is it of another format?");
-    };
-    if (length != 348 && length != 540) no_nifti();
-    stream.read(bytes.data() + 4, static_cast<std::size_t>(length) - 4);
-    const header_bytes values(bytes, header.swapped);
-    std::array<long long, 8> sizes{};
-    double offset = 0.0;
-    if (length == 348) {
-        header.version = 1;
-        const std::string magic = values.text(344, 4);
-        if (magic == "ni1")
-            throw tool_error(bad_input, file + ": its points are in a file of their own (.img); "
-                                               "expected both in one .nii file");
-        if (magic != "n+1") no_nifti();
-        header.datatype = values.at<std::int16_t>(70);
-        offset = static_cast<double>(values.at<float>(108));
-        header.slope = static_cast<double>(values.at<float>(112));
-        header.intercept = static_cast<double>(values.at<float>(116));
-        header.time_unit = bytes[123] & 0x38;
-        header.intent_name = values.text(328, 16);
-        take_values<std::int16_t, std::int16_t, float>(values, header, 40, 76, 252, 256, sizes);
-    } else {
-        header.version = 2;
-        if (std::memcmp(bytes.data() + 4, "n+2\0\r\n\032\n", 8) != 0) no_nifti();
-        header.datatype = values.at<std::int16_t>(12);
-        offset = static_cast<double>(values.at<std::int64_t>(168));
-        header.slope = values.at<double>(176);
-        header.intercept = values.at<double>(184);
-        header.time_unit = values.at<std::int32_t>(500) & 0x38;
-        header.intent_name = values.text(508, 16);
-        take_values<std::int64_t, std::int32_t, double>(values, header, 16, 104, 344, 352, sizes);
-    }
+[[noreturn]] static void refuse_other_format(const std::string &file) {
+    throw tool_error(bad_input, file + ": no NIfTI header; expected a .nii or .nii.gz file of "
+                                       "version 1 or 2. Is it of another format?");
+}
 
+// Returns where the points begin [bytes]; sizes as the header has them, their count first.
+static double take_version_1(const header_bytes &values, const std::string &file,
+                             nifti_header &header, std::array<long long, 8> &sizes) {
+    header.version = 1;
+    const std::string magic = values.text(344, 4);
+    if (magic == "ni1")
+        throw tool_error(bad_input, file + ": its points are in a file of their own (.img); "
+                                           "expected both in one .nii file");
+    if (magic != "n+1") refuse_other_format(file);
+    header.datatype = values.at<std::int16_t>(70);
+    header.slope = static_cast<double>(values.at<float>(112));
+    header.intercept = static_cast<double>(values.at<float>(116));
+    header.time_unit = values.at<std::uint8_t>(123) & 0x38;
+    header.intent_name = values.text(328, 16);
+    take_values<std::int16_t, std::int16_t, float>(values, header, 40, 76, 252, 256, sizes);
+    return static_cast<double>(values.at<float>(108));
+}
+
+static double take_version_2(const header_bytes &values, nifti_header &header,
+                             std::array<long long, 8> &sizes) {
+    header.version = 2;
+    header.datatype = values.at<std::int16_t>(12);
+    header.slope = values.at<double>(176);
+    header.intercept = values.at<double>(184);
+    header.time_unit = values.at<std::int32_t>(500) & 0x38;
+    header.intent_name = values.text(508, 16);
+    take_values<std::int64_t, std::int32_t, double>(values, header, 16, 104, 344, 352, sizes);
+    return static_cast<double>(values.at<std::int64_t>(168));
+}
+
+static void take_sizes(const std::array<long long, 8> &sizes, const std::string &file,
+                       nifti_header &header) {
     if (sizes[0] < 1 || sizes[0] > 7)
         throw tool_error(bad_input, file + ": the header has " + std::to_string(sizes[0]) +
                                         " dimensions; expected 1 to 7. Is it damaged?");
@@ -208,7 +200,27 @@ nifti_header read_nifti_header(const std::string &file, int extension_code) {
         header.dim[d - 1] = sizes[d];
     }
     std::copy_n(header.dim.begin(), 3, header.geometry.size.begin());
+}
 
+nifti_header read_nifti_header(const std::string &file, int extension_code) {
+    part_of_file stream(file, "header");
+    std::vector<unsigned char> bytes(540);
+    stream.read(bytes.data(), 4);
+    nifti_header header;
+    std::int32_t length = header_bytes(bytes, false).at<std::int32_t>(0);
+    if (length != 348 && length != 540) {
+        header.swapped = true;
+        length = header_bytes(bytes, true).at<std::int32_t>(0);
+    }
+    if (length != 348 && length != 540) refuse_other_format(file);
+    stream.read(bytes.data() + 4, static_cast<std::size_t>(length) - 4);
+    if (length == 540 && std::memcmp(bytes.data() + 4, "n+2\0\r\n\032\n", 8) != 0)
+        refuse_other_format(file);
+    const header_bytes values(bytes, header.swapped);
+    std::array<long long, 8> sizes{};
+    double offset = length == 348 ? take_version_1(values, file, header, sizes)
+                                  : take_version_2(values, header, sizes);
+    take_sizes(sizes, file, header);
     if (offset == 0.0) offset = length + 4; // some writers leave it out
     if (!(offset >= length && offset <= 1e15))
         throw tool_error(bad_input, file + ": the header says that the points begin at byte " +

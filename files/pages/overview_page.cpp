@@ -156,59 +156,58 @@ static ordered_json model_of(const batch_view &batch, long long first) {
             {"phases", float_text(phases)}};
 }
 
-static ordered_json values_of(const batch_view &batch) {
-    ordered_json all;
-    all["axes"] = ordered_json::array();
+static ordered_json axes_of(const batch_view &batch) {
+    ordered_json axes = ordered_json::array();
     for (const batch_axis &axis : batch.axes)
-        all["axes"].push_back({{"name", axis.name},
-                               {"size", axis.size},
-                               {"spatial", axis.spatial},
-                               {"seconds", axis.seconds.empty() ? ordered_json(nullptr)
-                                                                : ordered_json(axis.seconds)}});
-    all["entries"] = batch.entries;
-    ordered_json names = ordered_json::array(), places = ordered_json::array();
-    ordered_json status = ordered_json::array(), reasons = ordered_json::object();
-    ordered_json levels = ordered_json::array(), warnings = ordered_json::object();
-    ordered_json said = ordered_json::array(), verdicts = ordered_json::array();
-    std::vector<double> quality, snr;
+        axes.push_back({{"name", axis.name},
+                        {"size", axis.size},
+                        {"spatial", axis.spatial},
+                        {"seconds", axis.seconds.empty() ? ordered_json(nullptr)
+                                                         : ordered_json(axis.seconds)}});
+    return axes;
+}
+
+// Names, places and judgements, a list with a value for each spectrum; reasons and warnings of
+// those that have some.
+static void add_judgements(const batch_view &batch, ordered_json &all) {
+    for (const char *const list : {"names", "at", "status"}) all[list] = ordered_json::array();
+    all["reasons"] = ordered_json::object();
+    for (const char *const list : {"levels", "said", "verdicts"}) all[list] = ordered_json::array();
+    all["warnings"] = ordered_json::object();
     for (std::size_t i = 0; i < batch.spectra.size(); ++i) {
         const batch_spectrum &spectrum = batch.spectra[i];
-        names.push_back(spectrum.name);
-        places.push_back(spectrum.at);
-        status.push_back(spectrum.status);
-        levels.push_back(spectrum.level);
-        said.push_back(badge_text(spectrum.status, spectrum.level));
-        verdicts.push_back(spectrum.verdict);
-        if (!spectrum.warnings.empty()) warnings[std::to_string(i)] = warnings_of(batch, i);
-        if (!spectrum.reason.empty()) reasons[std::to_string(i)] = spectrum.reason;
-        quality.push_back(spectrum.quality);
-        snr.push_back(spectrum.snr);
+        all["names"].push_back(spectrum.name);
+        all["at"].push_back(spectrum.at);
+        all["status"].push_back(spectrum.status);
+        all["levels"].push_back(spectrum.level);
+        all["said"].push_back(badge_text(spectrum.status, spectrum.level));
+        all["verdicts"].push_back(spectrum.verdict);
+        if (!spectrum.reason.empty()) all["reasons"][std::to_string(i)] = spectrum.reason;
+        if (!spectrum.warnings.empty()) all["warnings"][std::to_string(i)] = warnings_of(batch, i);
     }
-    all["names"] = std::move(names);
-    all["at"] = std::move(places);
-    all["status"] = std::move(status);
-    all["reasons"] = std::move(reasons);
-    all["levels"] = std::move(levels);
-    all["said"] = std::move(said);
-    all["verdicts"] = std::move(verdicts);
-    all["warnings"] = std::move(warnings);
     for (const finding_kind kind : all_findings())
         all["meanings"][finding_text(kind)] = finding_meaning(kind);
     all["amberPercent"] = amber_percent;
     all["redPercent"] = red_percent;
-    all["quality"] = float_text(quality);
-    all["snr"] = float_text(snr);
+}
+
+// Columns with a number for each spectrum.
+static void add_numbers(const batch_view &batch, ordered_json &all) {
+    const auto column_of = [&](const auto &value) {
+        std::vector<double> column;
+        for (std::size_t i = 0; i < batch.spectra.size(); ++i) column.push_back(value(i));
+        return float_text(column);
+    };
+    all["quality"] = column_of([&](std::size_t i) { return batch.spectra[i].quality; });
+    all["snr"] = column_of([&](std::size_t i) { return batch.spectra[i].snr; });
     static const char *const keys[batch_quantities] = {
         "area",    "areaSd",    "areaPercent", "ppm",     "ppmSd",    "gauss",    "gaussSd",
         "lorentz", "lorentzSd", "phase",       "phaseSd", "entrySnr", "frequency"};
     for (std::size_t q = 0; q < batch_quantities; ++q) {
         ordered_json columns = ordered_json::array();
-        for (std::size_t k = 0; k < batch.entries.size(); ++k) {
-            std::vector<double> column;
-            for (std::size_t i = 0; i < batch.spectra.size(); ++i)
-                column.push_back(batch.value(i, k, static_cast<batch_quantity>(q)));
-            columns.push_back(float_text(column));
-        }
+        for (std::size_t k = 0; k < batch.entries.size(); ++k)
+            columns.push_back(column_of(
+                [&](std::size_t i) { return batch.value(i, k, static_cast<batch_quantity>(q)); }));
         all["values"][keys[q]] = std::move(columns);
     }
     all["further"] = ordered_json::array();
@@ -219,9 +218,10 @@ static ordered_json values_of(const batch_view &batch) {
              {"values", float_text(column.values)},
              {"errors", column.errors.empty() ? ordered_json(nullptr)
                                               : ordered_json(float_text(column.errors))}});
-    if (batch.repetition_time) all["secondsPerStep"] = *batch.repetition_time;
-    all["guesses"] = batch.guesses;
-    if (!batch.regions.empty()) all["regions"] = batch.regions;
+}
+
+// Model, axis, and what is marked on it.
+static void add_spectrum_scale(const batch_view &batch, ordered_json &all) {
     const plot_axis axis = plot_axis_of(batch.scale, "", batch.points);
     const auto [first, last] = shown_points(batch);
     all["model"] = model_of(batch, first);
@@ -236,13 +236,24 @@ static ordered_json values_of(const batch_view &batch) {
     all["points"] = last - first + 1;
     const std::pair<long long, long long> noise(batch.start.noise_first,
                                                 batch.start.noise_stop - 1);
-    if (batch.start.read && noise.first < noise.second) {
-        const std::string hidden = out_of_sight_text(noise, {first, last});
-        if (hidden != out_of_sight) all["noise"] = {noise.first - first, noise.second - first};
-        all["noiseText"] =
-            "Noise window: " + stretch_text(batch.scale, batch.points, noise.first, noise.second) +
-            hidden + ".";
-    }
+    if (!batch.start.read || noise.first >= noise.second) return;
+    const std::string hidden = out_of_sight_text(noise, {first, last});
+    if (hidden != out_of_sight) all["noise"] = {noise.first - first, noise.second - first};
+    all["noiseText"] =
+        "Noise window: " + stretch_text(batch.scale, batch.points, noise.first, noise.second) +
+        hidden + ".";
+}
+
+static ordered_json values_of(const batch_view &batch) {
+    ordered_json all;
+    all["axes"] = axes_of(batch);
+    all["entries"] = batch.entries;
+    add_judgements(batch, all);
+    add_numbers(batch, all);
+    if (batch.repetition_time) all["secondsPerStep"] = *batch.repetition_time;
+    all["guesses"] = batch.guesses;
+    if (!batch.regions.empty()) all["regions"] = batch.regions;
+    add_spectrum_scale(batch, all);
     return all;
 }
 

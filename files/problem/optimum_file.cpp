@@ -122,19 +122,7 @@ class reader {
 
 } // namespace
 
-static optimum_record record_from(const reader &from) {
-    optimum_record out;
-    if (from.text("form") != form) from.refuse("form", form);
-    out.method = from.text("method");
-    out.verdict = from.text("verdict");
-    out.noise_sd = from.number("noise_sd");
-    out.sum_of_squares = from.number("sum_of_squares");
-    out.expected_decrease = from.number("expected_decrease");
-    out.root_reduced_chi_square = from.number("root_reduced_chi_square");
-    out.linearizations = from.count("linearizations");
-    out.evaluations = from.count("evaluations");
-    if (from.has("search_distance")) out.search_distance = from.number("search_distance");
-    const std::size_t n = from.list("values_in_points").size();
+static void take_values(const reader &from, optimum_record &out) {
     for (const ordered_json &row : from.list("values_in_points")) {
         engine::values_of_entry &values = out.values.emplace_back();
         const ordered_json &five = from.row(row, values.size(), "values_in_points");
@@ -148,19 +136,25 @@ static optimum_record record_from(const reader &from) {
         const ordered_json &five = from.row(row, held.size(), "at_bound");
         for (std::size_t q = 0; q < held.size(); ++q) held[q] = from.truth(five[q], "at_bound");
     }
-    if (out.held.size() != n) from.refuse("at_bound", "a row for each entry");
-    if (from.has("windows_in_points"))
-        for (const ordered_json &item : from.list("windows_in_points")) {
-            const double entry = from.number(item, "entry"), q = from.number(item, "parameter");
-            if (!(entry >= 1.0 && entry <= static_cast<double>(n)) ||
-                !(q >= 0.0 && q < double(quantities)))
-                from.refuse("windows_in_points", "parameters of entries");
-            const double low = from.number(item, "low"), high = from.number(item, "high");
-            static constexpr double none = std::numeric_limits<double>::infinity();
-            out.windows.push_back({static_cast<int>(entry), static_cast<int>(q),
-                                   std::isfinite(low) ? low : -none,
-                                   std::isfinite(high) ? high : none});
-        }
+    if (out.held.size() != out.values.size()) from.refuse("at_bound", "a row for each entry");
+}
+
+static void take_windows(const reader &from, optimum_record &out) {
+    if (!from.has("windows_in_points")) return;
+    for (const ordered_json &item : from.list("windows_in_points")) {
+        const double entry = from.number(item, "entry"), q = from.number(item, "parameter");
+        if (!(entry >= 1.0 && entry <= static_cast<double>(out.values.size())) ||
+            !(q >= 0.0 && q < double(quantities)))
+            from.refuse("windows_in_points", "parameters of entries");
+        const double low = from.number(item, "low"), high = from.number(item, "high");
+        static constexpr double none = std::numeric_limits<double>::infinity();
+        out.windows.push_back({static_cast<int>(entry), static_cast<int>(q),
+                               std::isfinite(low) ? low : -none,
+                               std::isfinite(high) ? high : none});
+    }
+}
+
+static void take_reasons(const reader &from, optimum_record &out) {
     for (const ordered_json &item : from.list("reasons")) {
         optimum_record::cause &cause = out.reasons.emplace_back();
         cause.what = from.text(item, "what");
@@ -170,31 +164,55 @@ static optimum_record record_from(const reader &from) {
         if (!entries.is_array()) from.refuse("entries", "a list");
         for (const ordered_json &entry : entries) {
             if (!entry.is_number_integer() || entry.get<long long>() < 1 ||
-                entry.get<long long>() > static_cast<long long>(n))
+                entry.get<long long>() > static_cast<long long>(out.values.size()))
                 from.refuse("entries", "numbers of entries");
             cause.entries.push_back(entry.get<int>());
         }
     }
+}
+
+static void take_begin_time(const reader &from, optimum_record &out) {
+    static constexpr const char *item = "suggested_begin_time";
+    if (!from.has(item)) return;
+    const ordered_json &all = from.object(item);
+    const begin_time_hint hint = {from.number(all, "seconds"), from.number(all, "explained"),
+                                  from.truth(from.member(all, "several"), "several")};
+    if (!(hint.seconds > 0.0 && hint.seconds <= longest_begin_time && hint.explained >= 0.0 &&
+          hint.explained <= 1.0))
+        from.refuse(item, "a time up to 5 ms and a share");
+    out.begin_time = hint;
+}
+
+static void take_lineshape(const reader &from, optimum_record &out) {
+    if (!from.has("lineshape")) return;
+    for (const ordered_json &pair : from.list("lineshape")) {
+        const ordered_json &two = from.row(pair, 2, "lineshape");
+        if (!two[0].is_number() || !two[1].is_number()) from.refuse("lineshape", "numbers");
+        out.lineshape.emplace_back(two[0].get<double>(), two[1].get<double>());
+    }
+}
+
+static optimum_record record_from(const reader &from) {
+    optimum_record out;
+    if (from.text("form") != form) from.refuse("form", form);
+    out.method = from.text("method");
+    out.verdict = from.text("verdict");
+    out.noise_sd = from.number("noise_sd");
+    out.sum_of_squares = from.number("sum_of_squares");
+    out.expected_decrease = from.number("expected_decrease");
+    out.root_reduced_chi_square = from.number("root_reduced_chi_square");
+    out.linearizations = from.count("linearizations");
+    out.evaluations = from.count("evaluations");
+    if (from.has("search_distance")) out.search_distance = from.number("search_distance");
+    take_values(from, out);
+    take_windows(from, out);
+    take_reasons(from, out);
     for (const ordered_json &item : from.list("starts"))
         out.starts.push_back({from.text(item, "name"), from.number(item, "above"),
                               from.number(item, "shift_hz"),
                               from.truth(from.member(item, "same"), "same")});
-    if (from.has("suggested_begin_time")) {
-        static constexpr const char *item = "suggested_begin_time";
-        const ordered_json &all = from.object(item);
-        const begin_time_hint hint = {from.number(all, "seconds"), from.number(all, "explained"),
-                                      from.truth(from.member(all, "several"), "several")};
-        if (!(hint.seconds > 0.0 && hint.seconds <= longest_begin_time && hint.explained >= 0.0 &&
-              hint.explained <= 1.0))
-            from.refuse(item, "a time up to 5 ms and a share");
-        out.begin_time = hint;
-    }
-    if (from.has("lineshape"))
-        for (const ordered_json &pair : from.list("lineshape")) {
-            const ordered_json &two = from.row(pair, 2, "lineshape");
-            if (!two[0].is_number() || !two[1].is_number()) from.refuse("lineshape", "numbers");
-            out.lineshape.emplace_back(two[0].get<double>(), two[1].get<double>());
-        }
+    take_begin_time(from, out);
+    take_lineshape(from, out);
     return out;
 }
 
