@@ -79,6 +79,17 @@ static void add_engine_options(tools::option_parser &slurm, tools::option_parser
     snakemake.footer("\nExample:\n  varokel-batch snakemake run > Snakefile");
 }
 
+static void add_merge_options(tools::option_parser &app, tools::merge_options &own) {
+    add_folder(app, own.folder);
+    app.add_option("--derive", own.derive,
+                   "what follows from the results, such as \"PCr/GATP\", into derived.tsv and "
+                   "maps; beside what the plan asks for; may be repeated")
+        ->type_name("EXPR")
+        ->allow_extra_args(false);
+    app.add_flag("--force", own.force, "replace them");
+    app.footer("\nExample:\n  varokel-batch merge run");
+}
+
 int main(int argc, char **argv) {
     tools::plan_options plan;
     tools::run_options run;
@@ -110,15 +121,7 @@ int main(int argc, char **argv) {
     status->footer("\nExample:\n  varokel-batch status run");
 
     tools::option_parser *const merger = app.add_subcommand("merge", "Writes tables and maps.");
-    add_folder(*merger, merge.folder);
-    merger
-        ->add_option("--derive", merge.derive,
-                     "what follows from the results, such as \"PCr/GATP\", into derived.tsv and "
-                     "maps; beside what the plan asks for; may be repeated")
-        ->type_name("EXPR")
-        ->allow_extra_args(false);
-    merger->add_flag("--force", merge.force, "replace them");
-    merger->footer("\nExample:\n  varokel-batch merge run");
+    add_merge_options(*merger, merge);
 
     tools::option_parser *const slurm =
         app.add_subcommand("slurm", "Prints a job script for Slurm.");

@@ -210,92 +210,129 @@ static int print_judgements(report_options options) {
     return failed ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
 }
 
+static std::vector<std::string> inputs_of(const report_options &options,
+                                          const std::vector<report_place> &places) {
+    std::vector<std::string> inputs = {options.files.names_file, options.files.start_file,
+                                       options.files.log_file};
+    add_inputs(places, inputs);
+    return inputs;
+}
+
+namespace {
+
+// Page, tables and files of the fits, which come one at a time: the signals of many need much
+// storage.
+class folder_report {
+  public:
+    folder_report(const report_options &options, const std::vector<report_place> &places)
+        : options_(options), alone_(places.size() == 1),
+          output_(options.output.empty() ? options.folder : options.output),
+          inputs_(inputs_of(options, places)), files_(inputs_, options.force),
+          page_(places.size()) {
+        for (const char *const name :
+             {"report.html", "results.tsv", "results.json", "quality.tsv", "quality.json"})
+            files_.refuse_overwriting(in_output(name)); // before the long work
+    }
+
+    void add(const report_place &place) {
+        reported_run reported{read_or_say_why(place, options_, alone_), {}, {}};
+        run_result &run = reported.run;
+        if (run.fitted) {
+            for (const std::string &text : options_.derive)
+                reported.derived.push_back(tools::derive_area(run, text));
+            for (const tools::derived_area &amount : tools::amounts_of(run))
+                reported.derived.push_back(amount);
+        }
+        any_derived_ = any_derived_ || !reported.derived.empty();
+        if (run.judgement.status == tools::fit_status::not_fitted) ++failed_;
+        inputs_.insert(inputs_.end(), run.files_read.begin(), run.files_read.end());
+        run.name = place.shown; // behind all that is read by its name
+        run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
+        if (run.fitted) reported.picture = tools::report_picture(run);
+        page_.add(reported);
+        results_ += tools::results_rows(run);
+        quality_ += tools::quality_row(run);
+        for (const tools::derived_area &d : reported.derived)
+            derived_ += tools::derived_row(run.name, d);
+        if (run.fitted) write_signals(reported);
+    }
+
+    // Writes all and returns the names of the files.
+    std::vector<std::string> finish() {
+        write({in_output("results.tsv"), results_});
+        write({in_output("results.json"), tools::results_dictionary()});
+        write({in_output("quality.tsv"), quality_});
+        write({in_output("quality.json"), tools::quality_dictionary()});
+        if (!options_.derive.empty() || any_derived_) {
+            write({in_output("derived.tsv"), derived_});
+            write({in_output("derived.json"), tools::derived_dictionary()});
+        }
+        write({in_output("report.html"), page_.text()});
+        const tools::output_batch all_inputs(inputs_, true);
+        for (const std::string &name : written_) all_inputs.refuse_overwriting(name);
+        files_.commit();
+        std::rotate(written_.begin(), written_.end() - 1, written_.end()); // what is opened first
+        return written_;
+    }
+
+    std::size_t failed() const { return failed_; }
+
+  private:
+    std::string in_output(const std::string &name) const {
+        return (fs::path(output_) / name).string();
+    }
+    void write(const tools::output_file &file) {
+        files_.add(file);
+        written_.push_back(file.name);
+    }
+    // Picture and images of a fit.
+    void write_signals(const reported_run &reported) {
+        const run_result &run = reported.run;
+        const std::string stem = in_output(alone_ ? "" : run.name + ".");
+        write({stem + "fit.svg", reported.picture});
+        if (!options_.nifti) return;
+        std::vector<tools::output_file> images;
+        std::string why_not;
+        add_nifti(run, stem, images, why_not);
+        for (const tools::output_file &image : images) write(image);
+        if (!why_not.empty())
+            std::cerr << "varokel-report: " << run.name << ": no NIfTI-MRS: " << why_not << '\n';
+    }
+
+    const report_options &options_;
+    bool alone_;
+    std::string output_;
+    std::vector<std::string> inputs_, written_;
+    tools::output_batch files_;
+    tools::report_page page_;
+    std::string results_ = tools::results_header(), quality_ = tools::quality_header(),
+                derived_ = tools::derived_header();
+    std::size_t failed_ = 0;
+    bool any_derived_ = false;
+};
+
+} // namespace
+
 static int write_report(report_options options) {
     tools::fit_lists lists;
     options.files.lists = &lists;
     if (options.judgement) return print_judgements(options);
     if (tools::is_batch(options.folder)) return write_batch(options);
     const auto places = tools::report_places(options.folder, options.spectra);
-    const bool alone = places.size() == 1;
-    const std::string output = options.output.empty() ? options.folder : options.output;
-    const auto in_output = [&](const std::string &name) {
-        return (fs::path(output) / name).string();
-    };
-    std::vector<std::string> inputs = {options.files.names_file, options.files.start_file,
-                                       options.files.log_file};
-    add_inputs(places, inputs);
-    tools::output_batch files(inputs, options.force);
-    std::vector<std::string> written;
-    const auto write = [&](const tools::output_file &file) {
-        files.add(file);
-        written.push_back(file.name);
-    };
-    for (const char *const name :
-         {"report.html", "results.tsv", "results.json", "quality.tsv", "quality.json"})
-        files.refuse_overwriting(in_output(name)); // before the long work
-
-    tools::report_page page(places.size());
-    std::string results = tools::results_header(), quality = tools::quality_header();
-    std::string derived = tools::derived_header();
-    std::size_t failed = 0, done = 0;
-    bool any_derived = false;
+    folder_report report(options, places);
     const bool progress = places.size() > 20 && isatty(STDERR_FILENO) != 0;
-    for (const report_place &place :
-         places) { // one at a time: the signals of many need much storage
-        reported_run reported{read_or_say_why(place, options, alone), {}, {}};
-        run_result &run = reported.run;
-        if (run.fitted)
-            for (const std::string &text : options.derive)
-                reported.derived.push_back(tools::derive_area(run, text));
-        if (run.fitted)
-            for (const tools::derived_area &amount : tools::amounts_of(run))
-                reported.derived.push_back(amount);
-        any_derived = any_derived || !reported.derived.empty();
-        if (run.judgement.status == tools::fit_status::not_fitted) ++failed;
-        inputs.insert(inputs.end(), run.files_read.begin(), run.files_read.end());
-        run.name = place.shown; // behind all that is read by its name
-        run.provenance.push_back({"report", "varokel-report " VAROKEL_VERSION});
-        if (run.fitted) reported.picture = tools::report_picture(run);
-        page.add(reported);
-        results += tools::results_rows(run);
-        quality += tools::quality_row(run);
-        for (const tools::derived_area &d : reported.derived)
-            derived += tools::derived_row(run.name, d);
-        if (run.fitted) {
-            const std::string stem = in_output(alone ? "" : run.name + ".");
-            write({stem + "fit.svg", reported.picture});
-            if (options.nifti) {
-                std::vector<tools::output_file> images;
-                std::string why_not;
-                add_nifti(run, stem, images, why_not);
-                for (const tools::output_file &image : images) write(image);
-                if (!why_not.empty())
-                    std::cerr << "varokel-report: " << run.name << ": no NIfTI-MRS: " << why_not
-                              << '\n';
-            }
-        }
+    std::size_t done = 0;
+    for (const report_place &place : places) {
+        report.add(place);
         if (progress) std::cerr << '\r' << ++done << " of " << places.size() << " read";
     }
     if (progress) std::cerr << '\n';
-
-    write({in_output("results.tsv"), results});
-    write({in_output("results.json"), tools::results_dictionary()});
-    write({in_output("quality.tsv"), quality});
-    write({in_output("quality.json"), tools::quality_dictionary()});
-    if (!options.derive.empty() || any_derived) {
-        write({in_output("derived.tsv"), derived});
-        write({in_output("derived.json"), tools::derived_dictionary()});
-    }
-    write({in_output("report.html"), page.text()});
-    const tools::output_batch all_inputs(inputs, true);
-    for (const std::string &name : written) all_inputs.refuse_overwriting(name);
-    files.commit();
-    std::rotate(written.begin(), written.end() - 1, written.end()); // what is opened first
-    for (const std::string &name : written) std::cout << name << '\n';
-    if (failed > 0)
-        std::cerr << "varokel-report: " << failed << " of " << places.size()
-                  << (alone ? " spectrum" : " spectra") << " not fitted\n";
-    return failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+    for (const std::string &name : report.finish()) std::cout << name << '\n';
+    if (report.failed() > 0)
+        std::cerr << "varokel-report: " << report.failed() << " of " << places.size()
+                  << (places.size() == 1 ? " spectrum" : " spectra") << " not fitted\n";
+    return report.failed() > 0 ? static_cast<int>(tools::different)
+                               : static_cast<int>(tools::all_right);
 }
 
 int main(int argc, char **argv) {
