@@ -140,6 +140,44 @@ if command -v g++ >/dev/null 2>&1; then
     holds out 'libratio.a asks for __divdc3'
 fi
 
+# files and functions that are too long; lines N TEXT prints N lines of it
+if command -v python3 >/dev/null 2>&1; then
+    lines() { for ((i = 0; i < $1; ++i)); do printf '%b\n' "$2"; done; }
+    rm -rf src kernel engine files tools
+    mkdir -p kernel src/help tools
+    function_of() { # LINES: a function of so many, with braces in texts, comments and letters
+        printf 'struct pair { int a; };\nnamespace numbers {\nclass sum {\n    int f(int a,\n'
+        printf '          int b) const {\n'
+        lines $(($1 - 6)) '        if (a) { b = "}{"[0]; } // }'
+        printf "        g('}', R\"(}}})\", 1'000);\n        /* }\n }}} */\n    }\n};\n}\n"
+    }
+    function_of 60 >kernel/decay.cpp
+    status 0 "$checks/lengths" .
+    holds out '1 functions in 1 files'
+    function_of 61 >kernel/decay.cpp
+    lines 59 '' >>kernel/decay.cpp
+    status 1 "$checks/lengths" .
+    holds out 'kernel/decay.cpp:4: f has 61 lines'
+    function_of 40 >kernel/decay.cpp
+    { printf 'def f(a):\n' && lines 59 '    a += 1'; } >tools/sum.py
+    status 0 "$checks/lengths" .
+    holds out '2 functions in 2 files'
+    printf '    a += 1\n' >>tools/sum.py
+    status 1 "$checks/lengths" .
+    holds out 'tools/sum.py:1: f has 61 lines'
+    rm tools/sum.py
+    lines 400 '' >kernel/decay.h
+    lines 401 '' >src/help/help_texts.cpp
+    status 0 "$checks/lengths" .
+    lines 401 '' >kernel/decay.h
+    lines 400 '' >src/help/help_texts.cpp
+    status 1 "$checks/lengths" .
+    holds out 'kernel/decay.h: 401 lines'
+    holds out 'src/help/help_texts.cpp: is not longer'
+    rm -rf kernel
+    status 1 "$checks/lengths" .
+fi
+
 rm -rf src kernel engine files tools && mkdir src
 status 1 "$checks/math.sh" .
 status 1 "$checks/includes.sh" .
