@@ -15,6 +15,7 @@ struct noise_window {
     double sd_re = 0.0, sd_im = 0.0; // about the mean of the stretch, as the fit computes it
 };
 
+// The spread of points first to stop - 1 of the spectrum, one at least.
 noise_window noise_of_stretch(const complex_signal &spectrum, long long first, long long stop);
 
 // A stretch of n/8 points (stepped by n/16) that holds noise only, and has the spread that the

@@ -31,6 +31,7 @@ struct average_shift {
 //   3. Shifts have a mean of 0, so the axis stays where it was.
 std::vector<average_shift> align_averages(std::vector<complex_signal> &fids, double most);
 
+// Of FIDs of one length, one at least.
 complex_signal mean_of(const std::vector<complex_signal> &fids);
 
 } // namespace tools

@@ -38,6 +38,7 @@ coil_noise noise_of_coils(const std::vector<std::vector<complex_signal>> &fids);
 std::vector<std::complex<double>> weights_of_coils(const std::vector<complex_signal> &coils,
                                                    const coil_noise &noise);
 
+// sum over the coils of weight times FID; all FIDs are of one length, with a weight each.
 complex_signal combined_fid(const std::vector<complex_signal> &coils,
                             const std::vector<std::complex<double>> &weights);
 
