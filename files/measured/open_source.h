@@ -8,9 +8,12 @@
 
 namespace tools {
 
+// Names of the formats that are read.
+inline constexpr const char *input_formats[] = {"nifti", "raw",  "jmrui",  "sdat",
+                                                "rda",   "text", "float32"};
+
 // Given:
-//   format   nifti, raw, jmrui, sdat, rda, text or float32; empty: from the ending of the name and,
-//            for texts, from the first line
+//   format   one of these; empty: from the ending of the name and, for texts, from the first line
 //   json     what is known about the signal; empty: the JSON beside a float32 or text file, if any
 //   points   of one FID, for formats that do not state it
 // Errors: bad_input.

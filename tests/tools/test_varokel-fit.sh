@@ -97,8 +97,11 @@ printf '#!/bin/sh\nexit 0\n' | fake silent
 status 1 "$fit" "${one[@]}" "$c13/peaks.txt" -o silent_run --varokel ./silent
 true_that 'no results, no success' test "$(cell silent_run/results.tsv 1 status)" = not_fitted
 status 3 "$fit" "${one[@]}" "$c13/peaks.txt" -o none --varokel ./no_such_program
-holds err 'no such program'
+holds err './no_such_program: no program that can be started'
 true_that 'no folder' test ! -e none
+mkdir a_folder
+status 3 "$fit" "${one[@]}" "$c13/peaks.txt" -o none --varokel ./a_folder
+holds err './a_folder: no program that can be started'
 
 # ---- methods: the same optimum with and without the search, and with a search that died ----
 exact=("$c13/c13_kidney.fid.f32" --json "$c13/c13_kidney.fid.json" --no-report "$c13/peaks.txt")

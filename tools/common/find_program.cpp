@@ -2,6 +2,8 @@
 // find_program.cpp -- where the programs that a program starts are
 #include "common/find_program.h"
 
+#include "files/base/tool_error.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -31,6 +33,20 @@ std::string find_program(const std::string &name) {
         at = end + 1;
     }
     return "";
+}
+
+std::string find_fitter(const std::string &given) {
+    if (!given.empty()) {
+        if (!is_program(given))
+            throw tool_error(bad_input, given + ": no program that can be started; expected the "
+                                                "fitter varokel");
+        return fs::absolute(given).string();
+    }
+    const std::string found = find_program("varokel");
+    if (found.empty())
+        throw tool_error(bad_input, "the fitter varokel is neither beside this program nor in "
+                                    "PATH; --varokel FILE names it");
+    return found;
 }
 
 } // namespace tools

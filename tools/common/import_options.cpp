@@ -2,7 +2,11 @@
 // import_options.cpp -- the command line's side of an import, for every program that imports
 #include "common/import_options.h"
 
+#include "files/measured/open_source.h"
 #include "files/start/table_keys.h"
+
+#include <iterator>
+#include <vector>
 
 namespace tools {
 
@@ -24,12 +28,19 @@ class heading {
     std::string before_;
 };
 
+void add_format_option(option_parser &app, std::string &format, const std::string &what) {
+    const std::vector<std::string> names(std::begin(input_formats), std::end(input_formats));
+    std::string list = names.front();
+    for (std::size_t i = 1; i < names.size(); ++i)
+        list += (i + 1 < names.size() ? ", " : " or ") + names[i];
+    app.add_option("--format", format, what + list + " (default: by the name's ending)")
+        ->type_name("NAME")
+        ->check(one_of(names));
+}
+
 void add_input_options(option_parser &app, input_options &options, const std::string &group) {
     const heading all(app, group);
-    app.add_option("--format", options.format,
-                   "nifti, raw, jmrui, sdat, rda, text or float32 (default: by the name's ending)")
-        ->type_name("NAME")
-        ->check(one_of({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
+    add_format_option(app, options.format);
     app.add_option("--json", options.json,
                    "what is known about INPUT (default for text and float32: the .json beside it, "
                    "if any)")

@@ -15,6 +15,9 @@ namespace tools {
 // each program has its own place for it. group: heading in --help; empty: the usual one.
 void add_input_options(option_parser &app, input_options &options, const std::string &group = "");
 
+// The format of that file. what: the words before the names of all.
+void add_format_option(option_parser &app, std::string &format, const std::string &what = "");
+
 // What is known about the spectra.
 void add_spectrum_options(option_parser &app, spectrum_options &options,
                           const std::string &group = "");

@@ -44,20 +44,6 @@ void parse_shard(const std::string &text, long long &shard, long long &shards) {
     throw tool_error(wrong_usage, "--shard " + text + ": expected I/N with I from 0 to N - 1");
 }
 
-std::string find_varokel(const std::string &given) {
-    if (!given.empty()) {
-        if (!is_program(given))
-            throw tool_error(bad_input, given + ": no program that can be started; expected "
-                                                "varokel");
-        return fs::absolute(given).string();
-    }
-    std::string found = find_program("varokel");
-    if (found.empty())
-        throw tool_error(bad_input, "the program varokel is neither beside this one nor in PATH; "
-                                    "give it with --varokel FILE, --resume goes on");
-    return found;
-}
-
 // What a killed process left of its scratch folder is removed, when it worked in this very batch.
 static void remove_left(const shard_lock &lock) {
     if (!lock.before()) return;
@@ -248,7 +234,7 @@ int run_batch(const run_options &options) {
     }
     warn_of_options(options, plan);
     const std::string program =
-        plan.method == fit_method::exact ? "" : find_varokel(options.program);
+        plan.method == fit_method::exact ? "" : find_fitter(options.program);
     shard_lock lock(own.stem);
     remove_left(lock);
     if (options.force && !options.resume) discard_shard(own.stem);

@@ -23,7 +23,4 @@ int show_status(const std::string &folder);
 // "i/n" with 0 <= i < n. Errors: wrong_usage.
 void parse_shard(const std::string &text, long long &shard, long long &shards);
 
-// The program varokel: as given, else beside this one, else in PATH. Errors: bad_input.
-std::string find_varokel(const std::string &given);
-
 } // namespace tools

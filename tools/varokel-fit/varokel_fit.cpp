@@ -211,18 +211,6 @@ static bool was_said_at_import(const tools::run_result &run, const std::string &
                        });
 }
 
-// The fitter. Errors: bad_input when it is not there.
-static std::string fitter_of(const fit_options &own) {
-    const std::string program =
-        own.program.empty() ? tools::find_program("varokel") : fs::absolute(own.program).string();
-    if (program.empty() || access(program.c_str(), X_OK) != 0)
-        throw tool_error(tools::bad_input,
-                         (own.program.empty() ? std::string("varokel") : own.program) +
-                             ": no such program, neither beside this one nor in PATH; expected the "
-                             "fitter, --varokel FILE names it");
-    return program;
-}
-
 // Imports into the folder `work` and makes start values.
 static std::vector<tools::prepared_fit> prepare_fits(const fit_options &own, const fs::path &work,
                                                      tools::peak_table table) {
@@ -334,7 +322,7 @@ static int fit(const fit_options &own) {
                          own.peaks + ": \"lineshape: measured\" needs the FID of the line that was "
                                      "measured; expected --reference FILE");
     const bool searches = own.method != "exact" && !own.look;
-    const std::string program = searches ? fitter_of(own) : "";
+    const std::string program = searches ? tools::find_fitter(own.program) : "";
     tools::output_folder output(own.output, own.input.force);
     output.refuse_inputs(inputs_of(own, table));
     output.begin();

@@ -12,6 +12,7 @@
 #include "files/pictures/draw_spectra.h"
 #include "files/pictures/spectrum_view.h"
 #include "common/command_line.h"
+#include "common/import_options.h"
 #include "common/run_tool.h"
 
 #include <algorithm>
@@ -203,13 +204,7 @@ static int plot(plot_options options) {
     return plot_run(options); // which says what is missing
 }
 
-int main(int argc, char **argv) {
-    plot_options options;
-    tools::option_parser app(
-        "Draws data, fit and residual of a run (real part) as an SVG picture, or a "
-        "spectrum that was not fitted:\nan imported one, or any file that "
-        "varokel-import reads. The noise window is shaded.",
-        "varokel-plot");
+static void add_plot_options(tools::option_parser &app, plot_options &options) {
     app.add_option("RUN", options.run,
                    "folder and name of the fitted signal, without ending: RUN.org, RUN.fit and "
                    "RUN.res are read, and RUN.json if it is there; or NAME.bin of an import; or a "
@@ -249,11 +244,7 @@ int main(int argc, char **argv) {
     app.add_option("--bandwidth", options.bandwidth, "spectral width of a measured file [Hz]")
         ->type_name("HZ")
         ->check(tools::positive_number);
-    app.add_option("--format", options.input.format,
-                   "of a measured file: nifti, raw, jmrui, sdat, rda, text or float32 (default: by "
-                   "the name's ending)")
-        ->type_name("NAME")
-        ->check(tools::one_of({"nifti", "raw", "jmrui", "sdat", "rda", "text", "float32"}));
+    tools::add_format_option(app, options.input.format, "of a measured file: ");
     app.add_option("--index", options.input.choice.index,
                    "which FID of several in a measured file, from 0: I, or DIM=I")
         ->type_name("[DIM=]I")
@@ -261,6 +252,16 @@ int main(int argc, char **argv) {
     app.add_option("--voxel", options.input.choice.voxel, "which voxel of a measured grid")
         ->type_name("X,Y,Z");
     app.add_flag("--force", options.force, "replace an existing picture");
+}
+
+int main(int argc, char **argv) {
+    plot_options options;
+    tools::option_parser app(
+        "Draws data, fit and residual of a run (real part) as an SVG picture, or a "
+        "spectrum that was not fitted:\nan imported one, or any file that "
+        "varokel-import reads. The noise window is shaded.",
+        "varokel-plot");
+    add_plot_options(app, options);
     tools::common_options(app, "  varokel-plot examples/single_line/line -o line.svg --axis hz "
                                "--hz-per-point 1\n"
                                "  varokel-plot examples/p31_brain/p31_brain.fid.f32 -o p31.svg");
