@@ -3,6 +3,7 @@
 #include "files/results/run_entries.h"
 
 #include "files/base/line_text.h"
+#include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/results/run_files.h"
 #include "files/start/start_file.h"
@@ -26,7 +27,12 @@ void name_entries(run_result &run, const std::string &asked) {
             entry.name = fs::path(entry.pattern_file).stem().string();
         }
     }
-    if (asked.empty() && !is_file(file)) return;
+    if (asked.empty() && !is_file(file)) {
+        for (const fitted_entry &entry : run.entries) // a pattern's
+            refuse_not_utf8(entry.name, in_folder(run.folder, run.name) + ": name of entry " +
+                                            std::to_string(entry.number) + ",");
+        return;
+    }
     std::vector<std::string> names;
     std::set<std::string> different;
     const std::vector<std::string> lines = lines_of(file);
@@ -34,6 +40,7 @@ void name_entries(run_result &run, const std::string &asked) {
         const std::string text = trimmed(lines[l]);
         if (text.empty() || text[0] == '#') continue;
         const std::string name = text.substr(0, text.find_first_of(" \t,"));
+        refuse_not_utf8(name, file + ", line " + std::to_string(l + 1) + ": name");
         if (!different.insert(name).second)
             throw tool_error(bad_input, file + ", line " + std::to_string(l + 1) + ": name " +
                                             name + " stands there twice; expected different ones");

@@ -43,6 +43,10 @@ command -v python3 >/dev/null && true_that 'fit.svg is XML' well_formed "$run/fi
 status 0 "$programs/varokel-start" --from "$run/start.par" -o back.txt
 status 0 "$programs/varokel-report" "$run" --force --names "names $odd.txt" --derive "@x=#1/#1"
 true_that 'derived.tsv is a table' columns "$run/derived.tsv"
+# an old encoding, in a list and in the name of a pattern
+printf 'Lac\nAla\nBic\246\nPyr\n' >latin.txt
+status 3 "$programs/varokel-report" "$run" --force --names latin.txt
+holds err 'latin.txt, line 3: name "Bic'
 
 # ---- what does not go into a table, a page or a file is refused with its place ----
 for name in $'tab\there' $'line\nend'; do
