@@ -4,7 +4,10 @@
 #include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
 
 namespace tools {
 
@@ -20,10 +23,13 @@ std::string read_text_file(const std::string &file, const std::string &expected)
                                         " MiB; expected " + expected);
     };
     // as it says itself, or else, for what the shell hands over, by what comes out
-    if (std::filesystem::is_regular_file(file, error) &&
-        std::filesystem::file_size(file, error) > largest_text_file)
-        refuse_size();
-    std::string text, piece(1 << 16, '\0');
+    std::uintmax_t most = 1 << 16; // at a time
+    if (std::filesystem::is_regular_file(file, error)) {
+        const std::uintmax_t size = std::filesystem::file_size(file, error);
+        if (size > largest_text_file) refuse_size();
+        most = std::clamp<std::uintmax_t>(size + 1, 4096, most); // one more: the end is seen, too
+    }
+    std::string text, piece(static_cast<std::size_t>(most), '\0');
     while (stream && text.size() <= largest_text_file) {
         stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
         text.append(piece, 0, static_cast<std::size_t>(stream.gcount()));

@@ -21,13 +21,13 @@ std::string in_folder(const std::string &folder, const std::string &file) {
 }
 
 std::vector<std::string> split(const std::string &line, char at) {
-    std::vector<std::string> parts = {""};
-    for (const char c : line) {
-        if (c == at)
-            parts.emplace_back();
-        else
-            parts.back() += c;
+    std::vector<std::string> parts;
+    std::size_t begin = 0;
+    for (std::size_t end = line.find(at); end != line.npos; end = line.find(at, begin)) {
+        parts.push_back(line.substr(begin, end - begin));
+        begin = end + 1;
     }
+    parts.push_back(line.substr(begin));
     return parts;
 }
 
