@@ -168,10 +168,43 @@ inline void seal(std::string &text, std::size_t size, bool record) {
     }
 }
 
-inline void write_folder(batch_folder &batch, std::size_t broken) {
+// What lies in the current folder, by name, so that only what a case changes is written.
+inline std::map<std::string, std::string> &files_there() {
+    static std::map<std::string, std::string> there;
+    return there;
+}
+
+// For files that the code under test may have changed, made or removed: they are written again.
+inline void forget_shard(const std::string &stem) {
     std::error_code error;
-    std::filesystem::remove_all("shards", error);
-    std::filesystem::create_directory("shards", error);
+    for (const char *ending : {".part", ".curves", ".done", ".journal", ".fitted", ".lock"}) {
+        std::filesystem::remove(stem + ending, error);
+        files_there().erase(stem + ending);
+    }
+}
+
+inline void write_changed(const std::map<std::string, std::string> &wanted) {
+    std::map<std::string, std::string> &there = files_there();
+    std::error_code error;
+    for (auto file = there.begin(); file != there.end();) {
+        if (!wanted.contains(file->first)) {
+            std::filesystem::remove(file->first, error);
+            file = there.erase(file);
+        } else {
+            ++file;
+        }
+    }
+    for (const auto &[name, text] : wanted) {
+        const auto known = there.find(name);
+        if (known != there.end() && known->second == text) continue;
+        support::write_file(name, text);
+        there[name] = text;
+    }
+}
+
+inline void write_folder(batch_folder &batch, std::size_t broken) {
+    static const bool has_folder = std::filesystem::create_directory("shards");
+    static_cast<void>(has_folder);
     const std::size_t record = tools::record_size(tools::record_shape_of(small_start())),
                       curve = sizeof(tools::curve_head) + 8 * points;
     if ((broken & 4U) == 0) {
@@ -180,17 +213,18 @@ inline void write_folder(batch_folder &batch, std::size_t broken) {
     }
     const std::string manifest = manifest_of(batch, broken);
     const std::string id = (broken & 8U) == 0 ? id_of(manifest) : std::string(64, '0');
-    const std::string part = id + batch.files["part"];
     if (batch.marker.is_object() && (broken & 16U) == 0) fill_marker(batch, id);
+    std::map<std::string, std::string> files;
     for (const char *name : {"start.par", "sidecar.json", "names.txt"})
-        support::write_file(name, batch.files[name]);
-    support::write_file("manifest.json", manifest);
-    support::write_file(batch.done_stem + ".part", part);
-    support::write_file(batch.done_stem + ".curves", batch.files["curves"]);
-    support::write_file(batch.done_stem + ".done", batch.marker.dump());
-    support::write_file(batch.open_stem + ".journal", id + batch.files["journal"]);
-    support::write_file(batch.open_stem + ".fitted", batch.files["fitted"]);
-    support::write_file(batch.open_stem + ".lock", batch.lock.dump());
+        files[name] = batch.files[name];
+    files["manifest.json"] = manifest;
+    files[batch.done_stem + ".part"] = id + batch.files["part"];
+    files[batch.done_stem + ".curves"] = batch.files["curves"];
+    files[batch.done_stem + ".done"] = batch.marker.dump();
+    files[batch.open_stem + ".journal"] = id + batch.files["journal"];
+    files[batch.open_stem + ".fitted"] = batch.files["fitted"];
+    files[batch.open_stem + ".lock"] = batch.lock.dump();
+    write_changed(files);
 }
 
 } // namespace fuzz

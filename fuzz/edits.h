@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -16,8 +17,19 @@
 
 namespace fuzz {
 
-inline void expect(bool so) {
-    if (!so) std::abort();
+// line: of the caller, which the fuzzer's report of an inlined call does not have.
+inline void expect(bool so, const char *file = __builtin_FILE(), int line = __builtin_LINE()) {
+    if (so) return;
+    std::fprintf(stderr, "%s:%d: not as expected\n", file, line);
+    std::abort();
+}
+
+// For what takes a hundred times the time of all else: one case in 64, chosen by all its bytes, so
+// that the cases that the fuzzer makes of such a one are not such ones, too. Nothing edited is one.
+inline bool one_of_64(const std::uint8_t *data, std::size_t size) {
+    std::uint64_t mixed = 0;
+    for (std::size_t i = 0; i < size; ++i) mixed = (mixed + data[i] + 1) * 0x9e3779b97f4a7c15ULL;
+    return mixed >> 58 == 0;
 }
 
 // The edits, a byte at a time; zeros when there are no more.

@@ -50,8 +50,7 @@ static ordered_json whole_metadata() {
 }
 
 static void check_sidecar(const std::string &text) {
-    support::write_file("signal.json", text);
-    const tools::metadata sidecar("signal.json");
+    const tools::metadata sidecar = tools::metadata::of_text(text, "signal.json");
     const tools::spectrum_facts facts = tools::facts_of_sidecar(sidecar);
     expect(facts.points >= 1 && facts.points <= 1 << 24);
     expect(facts.hz_per_point > 0.0 && std::isfinite(facts.hz_per_point));

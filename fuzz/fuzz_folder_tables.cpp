@@ -109,7 +109,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     first = false;
     folder_files files = whole;
     edit_bytes bytes(data, size);
-    const bool with_page = bytes.below(16) == 0;
+    const bool with_page = fuzz::one_of_64(data, size);
     for (int edits = 0; bytes.more() && edits < 8; ++edits) edit(files, bytes);
     for (const auto &[name, text] : whole) {
         const auto wanted = files.find(name);
