@@ -11,7 +11,7 @@ if ! command -v clang++ >/dev/null 2>&1; then
     exit 77
 fi
 clang=$build/twin_clang
-cmake -S "$tree" -B "$clang" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Release \
+cmake -S "$tree" -B "$clang" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Release -DVAROKEL_UNITY=ON \
     -DVAROKEL_TESTS=OFF -DVAROKEL_TOOLS=OFF -DVAROKEL_BENCH=OFF >/dev/null
 cmake --build "$clang" -j "$(nproc)" --target varokel >/dev/null
 ln -sf "$clang/varokel" "$clang/varokel_clang"
