@@ -8,6 +8,14 @@ import subprocess
 tree = pathlib.Path(__file__).resolve().parents[2]
 # Locks hold no results.
 PASSING = (".lock",)
+AMOUNTS = """name  type     area  frequency[ppm]  lorentz[Hz]  phase
+NAA   lorentz  9     2.01            5            0
+Cr    lorentz  6     3.03            5            0
+interval: 1.5 to 3.5 ppm
+noise: 1000 to 1020 points
+derive: ratio = NAA/Cr
+amount: NAA, protons=3
+"""
 
 
 def digests(folder):
@@ -42,7 +50,20 @@ def prepare(folder, programs):
     for ending in ("org", "fit", "res"):  # of no fit, but the picture does not know that
         shutil.copy(made / "one" / "c13_kidney.bin", made / f"drawn.{ending}")
     (made / "empty").mkdir()
+    shutil.copytree(made / "fitted", made / "merged", symlinks=True)
+    call("varokel-batch", "merge", "merged")
+    call("varokel-report", "merged")
+    for day in ("monday", "tuesday", "wednesday"):  # of one name, which the pages tell apart
+        shutil.copytree(made / "one", made / "days" / day)
+    facts = 'json={"SpectrometerFrequency": [123.25], "ResonantNucleus": ["1H"], "EchoTime": 0.03}'
+    for kind in ("data", "water"):
+        script = (f"perl '{tree}/tests/tools/water_points.pl' {kind} |"
+                  " perl -ne 'print $_ x 3' |"
+                  f" perl '{tree}/tests/tools/fid_file.pl' nifti dims=3,1,1,1024 '{facts}' >{kind}.nii")
+        subprocess.run(["bash", "-c", script], cwd=made, check=True)
+    (made / "amounts.txt").write_text(AMOUNTS)
     plan = ["varokel-batch", "plan", "grid.nii", "--start", "start.par", "--names", "names.txt", "-o", "out"]
+    water = ["varokel-batch", "plan", "data.nii", "--peaks", "amounts.txt", "--water", "water.nii", "-o", "out"]
     simulate = ["varokel-simulate", "start.par", "--noise", "0.1", "--seed", "1", "-o", "out/simulated.bin"]
     fit = ["varokel-fit", "c13_kidney.fid.f32", "peaks.txt", "--method", "exact", "-o", "out"]
     bids = ["varokel-bids", "data", "out", "participant", "--start", "start.par"]
@@ -50,9 +71,12 @@ def prepare(folder, programs):
         "import": (["varokel-import", "grid.nii", "-o", "out"], ["--force"], None),
         "fit": (fit, ["--force"], None),
         "plan": (plan, ["--force"], None),
+        "water": (water, ["--force"], None),
         "run": (["varokel-batch", "run", "out"], ["--resume"], "planned"),
         "merge": (["varokel-batch", "merge", "out"], ["--force"], "fitted"),
         "report": (["varokel-report", "out", "--force"], [], "one"),
+        "reports": (["varokel-report", "out", "--force"], [], "days"),
+        "overview": (["varokel-report", "out", "--derive", "sum = right+left", "--force"], [], "merged"),
         "bids": (bids, ["--force"], None),
         "simulate": (simulate, ["--force"], "empty"),
         "plot": (["varokel-plot", "drawn", "--hz-per-point", "5", "-o", "out/picture.svg"], ["--force"], "empty"),
