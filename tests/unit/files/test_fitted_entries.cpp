@@ -160,6 +160,9 @@ TEST(equivalent_signs, a_free_group_has_a_positive_sum) {
 TEST(equivalent_signs, start_values_below_0_ask_for_inverted_lines) {
     EXPECT_EQ(tools::entries_to_turn({{0, 0, 2.0, -1.0}}), std::vector<bool>{true});
     EXPECT_EQ(tools::entries_to_turn({{0, 0, -2.0, -1.0}}), std::vector<bool>{false});
+    // those above 0 ask for nothing: the sum decides
+    EXPECT_EQ(tools::entries_to_turn({{0, 0, 3.0, 1.0}, {0, 1, -1.0, 10.0}}),
+              (std::vector<bool>{false, false}));
 }
 
 TEST(equivalent_signs, nothing_turns_where_a_phase_or_an_area_is_fixed) {

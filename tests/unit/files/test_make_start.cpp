@@ -213,3 +213,31 @@ TEST(make_start, steps_free_what_the_model_has) {
 TEST(make_start, estimates_need_a_spectrum) {
     EXPECT_NE(refusal(voigt + "A  voigt  ?  5  6  4  0\n" + noise), "no error");
 }
+
+// Areas 0.2 to 3 times the start value, half a width or two points around a frequency, widths 0.5
+// to 2 times, phases 60 degrees to either side; a window that the table gives cuts them.
+TEST(make_start, a_random_search_gets_ranges_around_the_start_values) {
+    const start_file start = start_of(voigt +
+                                      "A  voigt  -4            5  10  20  100\n"
+                                      "B  voigt  4 [1, 6]      4  1   2   -30 > -50\n"
+                                      "C  voigt  =A  =A + 5 Hz  =A  =A  =A\n"
+                                      "strategy: random-then-gradient\n" +
+                                      noise);
+    const auto range = [&](std::size_t k, int q) {
+        return start.entries[k].parameters[static_cast<std::size_t>(q)].range.value_or(
+            std::make_pair(0.0, 0.0));
+    };
+    const double f = 1024.0 + 15.0, g = 1024.0 - 35.0;
+    EXPECT_NEAR(range(0, area_of).first, -12.0, 1e-12); // in order
+    EXPECT_NEAR(range(0, area_of).second, -0.8, 1e-12);
+    EXPECT_NEAR(range(0, frequency_of).first, f - 15.0, 1e-9); // half of 10 + 20 Hz
+    EXPECT_NEAR(range(0, frequency_of).second, f + 15.0, 1e-9);
+    EXPECT_EQ(range(0, gauss_of), std::make_pair(5.0, 20.0));
+    EXPECT_EQ(range(0, lorentz_of), std::make_pair(10.0, 40.0));
+    EXPECT_EQ(range(0, phase_of), std::make_pair(40.0, 160.0));
+    EXPECT_EQ(range(1, area_of), std::make_pair(1.0, 6.0));
+    EXPECT_NEAR(range(1, frequency_of).first, g - 4.0, 1e-9); // two points
+    EXPECT_EQ(range(1, phase_of), std::make_pair(-50.0, 30.0));
+    for (const int q : {area_of, frequency_of, gauss_of, phase_of, lorentz_of})
+        EXPECT_FALSE(start.entries[2].parameters[static_cast<std::size_t>(q)].range) << q;
+}
