@@ -22,6 +22,8 @@ failed() {
     printf 'line %s: %s\n' "${BASH_LINENO[1]}" "$1"
 }
 
+. "$tree/tests/tools/start_file.sh"
+
 # status N COMMAND...: runs it with its output in the files out and err
 status() {
     local wanted=$1 got=0

@@ -30,39 +30,8 @@ true_that "the fit gives the truth back: $(cat deviations)" test ! -s deviations
 
 # the pattern of topic 8 in place of line 4, at 1280 Hz
 "$programs/varokel" -h 8 | extract example.pat >example.pat
-cat >pattern.par <<TEXT
-version_3
-n_pnts 1024
-noistr 10
-noistp 200
-nLines 0
-lsfcfs 0
-phi__1 0.0
-Hz_p_p 2.5
-f__tol 1.0E-10
-fit_mo 1
-verbos 1
-showli 1
-clcerr 1
-sg_idl none
-ranges 2
-ignore 0
-pattrn 1
-example.pat
-algor trunc ampli frequ width phase voigt lsfft wtype convo niter cmplx n_int min max
-@ 2 1024 1 1 0 1 0 0 1 0 100 2 1 300 800
-number area frequency gausswidth phase lorentzwidth
-1 2.0 0.0 0.0 10.0 0.0
-#1
-lsffit 0
-4 0 2.0
-4 0 0.0
-4 1 0.0
-4 0 10.0
-4 1 0.0
-lsf_coefs
-end_of_lsf
-TEXT
+start_file n_pnts=1024 noistr=10 noistp=200 Hz_p_p=2.5 f__tol=1.0E-10 verbos=1 pattern=example.pat \
+    '@ 2 1024 1 1 0 1 0 0 1 0 100 2 1 300 800' '4 2.0 0.0 0.0/1 10.0 0.0/1' >pattern.par
 status 0 "$programs/varokel-simulate" pattern.par -o pattern.bin --noise 0.001 --seed 6
 # the triplet stands at 1272, 1280 and 1288 Hz, points 509, 512 and 515; its middle is the highest
 highest=$(values pattern.bin | awk '{m = $1 * $1 + $2 * $2; if (m > top) {top = m; at = NR - 1}} END {print at}')

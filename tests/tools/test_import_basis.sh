@@ -38,47 +38,8 @@ basis() {
 # start NAME PATTERN: 128 points of 15.625 Hz, carrier at 1000 Hz; a line, and the pattern shifted,
 # broadened and turned
 start() {
-    cat >"$1" <<TEXT
-version_3
-n_pnts 128
-noistr 0
-noistp 128
-nLines 1
-lsfcfs 0
-phi__1 0.0
-Hz_p_p 15.625
-f__tol 1e-7
-fit_mo 1
-verbos 0
-showli 1
-clcerr 0
-sg_idl none
-ranges 2
-ignore 0
-pattrn 1
-$2
-   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max
-@ 2 128 1 1 1 1 1 0 1 0 100 2 1 0 100
-number       area          frequency      gausswidth        phase        lorentzwidth
-1 0.5 700 20 -40 0
-2 0.8 3 0 20 2
-#1
-lsffit 0
-1 0 0.5
-1 0 700
-1 0 20
-1 0 -40
-1 0 0
-#2
-lsffit 0
-4 0 0.8
-4 0 3
-4 0 0
-4 0 20
-4 0 2
-lsf_coefs
-end_of_lsf
-TEXT
+    start_file n_pnts=128 noistp=128 Hz_p_p=15.625 clcerr=0 pattern="$2" '@ 2 128 1 1 1 1 1 0 1 0 100 2 1 0 100' \
+        '1 0.5 700 20 -40 0' '4 0.8 3 0 20 2' >"$1"
 }
 # text_pattern WIDTH: the lines of "Two" at 2.01 and 2.6 ppm
 text_pattern() {

@@ -11,41 +11,9 @@ write() { perl "$tree/tests/tools/fid_file.pl" "$@" dwell=0.0009765625 mhz=123.2
 # start NAME FREE LINE1 LINE2: 256 points of 4 Hz, so that the carrier is at 512 Hz; a Lorentzian, whose
 # width is in points, and a Voigt line; areas, frequencies, widths and phases are fitted
 start() {
-    local k=0 line type value
-    {
-        cat <<TEXT
-version_3
-n_pnts 256
-noistr 4
-noistp 60
-nLines 2
-lsfcfs 0
-phi__1 0.0
-Hz_p_p 4.0
-f__tol 1e-12
-fit_mo 1
-verbos 0
-showli 1
-clcerr 1
-sg_idl none
-ranges 2
-ignore 0
-pattrn 0
-   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max
-@ 2 256 1 1 1 1 1 0 1 0 300 2 1 60 220
-number       area          frequency      gausswidth        phase        lorentzwidth
-1 $2
-2 $3
-TEXT
-        for line in "2 $2" "3 $3"; do
-            k=$((k + 1))
-            printf '#%d\nlsffit 0\n' $k
-            type=${line%% *}
-            # a Lorentzian has no Gaussian width: its 0 is fixed, tied to its own entry
-            for value in ${line#* }; do echo "$type $([ "$value" = 0 ] && echo $k || echo 0) $value"; done
-        done
-        printf 'lsf_coefs\nend_of_lsf\n'
-    } >"$1"
+    # a Lorentzian has no Gaussian width: its 0 is fixed, tied to its own entry
+    start_file n_pnts=256 noistr=4 noistp=60 Hz_p_p=4.0 f__tol=1e-12 '@ 2 256 1 1 1 1 1 0 1 0 300 2 1 60 220' \
+        "2 ${2/ 0 / 0/1 }" "3 $3" >"$1"
 }
 # area, frequency [Hz], Gaussian width [Hz], phase [degrees], Lorentzian width [points; Hz]
 start truth.par '12 840 0 25 2.5' '8 420 12 -40 6'

@@ -8,41 +8,13 @@
 
 # start NAME PATTERNS...: 64 points of 5 Hz, a Gaussian line, and one entry for each pattern
 start() {
-    local name=$1 entries=2 entry
+    local name=$1
     shift
-    [ $# -gt 0 ] && entries=1
-    {
-        cat <<TEXT
-version_3
-n_pnts 64
-noistr 0
-noistp 64
-nLines $entries
-lsfcfs 0
-phi__1 0.0
-Hz_p_p 5.0
-f__tol 1e-7
-fit_mo 1
-verbos 0
-showli 1
-clcerr 0
-sg_idl none
-ranges 2
-ignore 0
-pattrn $#
-$*
-   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max
-@ 2 64 1 1 1 1 1 0 1 0 100 2 1 0 40
-number       area          frequency      gausswidth        phase        lorentzwidth
-TEXT
-        # the line at 95 Hz with 10 Hz: the pattern holds it at 80 Hz with 5 Hz, half as large
-        if [ $# -gt 0 ]; then entry='0.5 15 0 20 1' type=4; else entry='1.5 95 0 20 2' type=2; fi
-        echo "1 1.0 250 16.7 -40 0"
-        echo "2 $entry"
-        printf '#1\nlsffit 0\n1 0 1.0\n1 0 250\n1 0 16.7\n1 0 -40\n1 0 0\n#2\nlsffit 0\n'
-        for value in $entry; do echo "$type 0 $value"; done
-        printf 'lsf_coefs\nend_of_lsf\n'
-    } >"$name"
+    # the line at 95 Hz with 10 Hz: the pattern holds it at 80 Hz with 5 Hz, half as large
+    local entry='2 1.5 95 0 20 2'
+    [ $# -eq 0 ] || entry='4 0.5 15 0 20 1'
+    start_file n_pnts=64 noistp=64 Hz_p_p=5.0 clcerr=0 "${@/#/pattern=}" '@ 2 64 1 1 1 1 1 0 1 0 100 2 1 0 40' \
+        '1 1.0 250 16.7 -40 0' "$entry" >"$name"
 }
 
 start line.par

@@ -23,46 +23,8 @@ near() { awk -v a="$1" -v b="$2" -v t="$3" 'BEGIN { d = a - b; if (d < 0) d = -d
 # start FILE ITERATIONS: two Lorentzians of 4 points (20 Hz), 4 points apart, of which the areas are
 # free; 5 Hz a point.
 start() {
-    cat >"$1" <<TEXT
-version_3
-n_pnts 1024
-noistr 10
-noistp 200
-nLines 2
-lsfcfs 0
-phi__1 0.0
-Hz_p_p 5.0
-f__tol 1e-12
-fit_mo 1
-verbos 1
-showli 1
-clcerr 1
-sg_idl none
-ranges 2
-ignore 0
-pattrn 0
-   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max
-@ 2 1024 1 0 0 0 0 0 1 0 $2 2 1 256 767
-number       area          frequency      gausswidth        phase        lorentzwidth
-1 9 2550 0 0 4
-2 7 2570 0 0 4
-#1
-lsffit 0
-2 0 9
-2 1 2550
-2 1 0
-2 1 0
-2 1 4
-#2
-lsffit 0
-2 0 7
-2 2 2570
-2 2 0
-2 2 0
-2 2 4
-lsf_coefs
-end_of_lsf
-TEXT
+    start_file n_pnts=1024 noistr=10 noistp=200 Hz_p_p=5.0 f__tol=1e-12 verbos=1 \
+        "@ 2 1024 1 0 0 0 0 0 1 0 $2 2 1 256 767" '2 9 2550/1 0/1 0/1 4/1' '2 7 2570/2 0/2 0/2 4/2' >"$1"
 }
 
 mkdir run

@@ -9,46 +9,8 @@ common_habits varokel-simulate
 # of a Voigt line of half its area at 95 Hz, 8.35 Hz (Gaussian) and 5 Hz wide, tied to it by its area
 start() {
     half=$(awk -v a="$4" 'BEGIN { print a / 2 }')
-    cat >"$1" <<TEXT
-version_3
-n_pnts $2
-noistr 0
-noistp $3
-nLines 2
-lsfcfs 0
-phi__1 0.0
-Hz_p_p 5.0
-f__tol 1e-7
-fit_mo 1
-verbos 0
-showli 1
-clcerr 0
-sg_idl none
-ranges 2
-ignore 0
-pattrn 0
-   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max
-@ 2 $2 1 1 1 1 1 0 1 0 100 2 1 0 20
-number       area          frequency      gausswidth        phase        lorentzwidth
-1 $4 50 0 30 2
-2 $half 95 8.35 30 5
-#1
-lsffit 0
-2 0 $4
-2 0 50
-2 1 0
-2 0 30
-2 0 2
-#2
-lsffit 0
-3 1 $half
-3 0 95
-3 0 8.35
-3 1 30
-3 0 5
-lsf_coefs
-end_of_lsf
-TEXT
+    start_file n_pnts="$2" noistp="$3" Hz_p_p=5.0 clcerr=0 "@ 2 $2 1 1 1 1 1 0 1 0 100 2 1 0 20" \
+        "2 $4 50 0/1 30 2" "3 $half/1 95 8.35 30/1 5" >"$1"
 }
 
 # Without noise: the sum of the two lines, summed and transformed by definition. Gaussian width

@@ -24,47 +24,9 @@ noise_end=$(sed -n 's/^noistp //p' out)
 holds out 'Hz_p_p 3.90625'
 
 # start values some way off: frequency + 256 points of 3.90625 Hz = + 1000 Hz; widths in points
-cat >start.par <<TEXT
-version_3
-n_pnts 512
-noistr $noise
-noistp $noise_end
-nLines 2
-lsfcfs 0
-phi__1 0.0
-Hz_p_p 3.90625
-f__tol 1e-9
-fit_mo 1
-verbos 1
-showli 1
-clcerr 1
-sg_idl none
-ranges 2
-ignore 0
-pattrn 0
-   algor trunc  ampli  frequ  width  phase  voigt  lsfft  wtype  convo  niter  cmplx   n_int   min   max
-@ 2 512 1 1 0 1 1 0 1 0 200 2 1 0 511
-@ 2 512 1 1 0 1 1 0 1 0 200 2 1 0 511
-number       area          frequency      gausswidth        phase        lorentzwidth
-1 7 1102 0 10 3
-2 7 938 0 10 3
-#1
-lsffit 0
-2 0 7
-2 0 1102
-2 1 0
-2 0 10
-2 0 3
-#2
-lsffit 0
-2 0 7
-2 0 938
-2 2 0
-2 1 10
-2 0 3
-lsf_coefs
-end_of_lsf
-TEXT
+start_file n_pnts=512 noistr="$noise" noistp="$noise_end" Hz_p_p=3.90625 f__tol=1e-9 verbos=1 \
+    '@ 2 512 1 1 0 1 1 0 1 0 200 2 1 0 511' '@ 2 512 1 1 0 1 1 0 1 0 200 2 1 0 511' \
+    '2 7 1102 0/1 10 3' '2 7 938 0/2 10/1 3' >start.par
 status 0 "$programs/varokel" run brain.bin start.par
 holds out ' error values'
 true_that 'there is a result' test -s run/brain.mat
