@@ -9,7 +9,7 @@
 #include "files/spectra/search_limits.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
-#include "files/measured/convert_spectra.h"
+#include "files/measured/import_spectra.h"
 #include "files/measured/text_items.h"
 
 #include "engine/centred_spectrum.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// convert_spectra.cpp -- choice, mean, sense, correction, phase, length, transform, files: in this
+// import_spectra.cpp -- choice, mean, sense, correction, phase, length, transform, files: in this
 // order, for every format
-#include "files/measured/convert_spectra.h"
+#include "files/measured/import_spectra.h"
 
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"

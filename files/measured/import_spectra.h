@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// convert_spectra.h -- from the FIDs of a file to what a fit reads
+// import_spectra.h -- from the FIDs of a file to what a fit reads
 #pragma once
 
 #include "files/measured/spectrum_conversion.h"

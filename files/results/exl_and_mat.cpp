@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// fit_tables.cpp -- the .exl, .mat and .err of a fit
-#include "files/results/fit_tables.h"
+// exl_and_mat.cpp -- the .exl, .mat and .err of a fit
+#include "files/results/exl_and_mat.h"
 
 #include "files/base/line_text.h"
 #include "files/base/tool_error.h"

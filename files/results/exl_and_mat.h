@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// fit_tables.h -- the .exl, .mat and .err of a fit
+// exl_and_mat.h -- the .exl, .mat and .err of a fit
 #pragma once
 
 #include "files/results/fitted_entries.h"

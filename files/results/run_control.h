@@ -2,7 +2,7 @@
 // run_control.h -- the control files of a run: of its result and of its start
 #pragma once
 
-#include "files/results/fit_tables.h"
+#include "files/results/exl_and_mat.h"
 #include "files/results/run_result.h"
 
 #include <string>

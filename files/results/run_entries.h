@@ -2,7 +2,7 @@
 // run_entries.h -- entries of a run: names, values with errors and links, signs
 #pragma once
 
-#include "files/results/fit_tables.h"
+#include "files/results/exl_and_mat.h"
 #include "files/results/run_result.h"
 
 #include <string>

@@ -6,7 +6,7 @@
 #include "files/base/tool_error.h"
 #include "files/pictures/spectrum_view.h"
 #include "files/spectra/signal_file.h"
-#include "files/results/fit_tables.h"
+#include "files/results/exl_and_mat.h"
 #include "files/results/fitted_entries.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"

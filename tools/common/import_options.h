@@ -2,7 +2,7 @@
 // import_options.h -- the command line's side of an import, for every program that imports
 #pragma once
 
-#include "files/measured/convert_spectra.h"
+#include "files/measured/import_spectra.h"
 #include "files/results/water_item.h"
 #include "common/command_line.h"
 

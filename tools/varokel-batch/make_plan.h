@@ -2,7 +2,7 @@
 // make_plan.h -- from an input with many spectra to the folder that a batch works on
 #pragma once
 
-#include "files/measured/convert_spectra.h"
+#include "files/measured/import_spectra.h"
 #include "files/results/water_item.h"
 
 #include <optional>

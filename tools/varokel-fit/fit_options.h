@@ -2,7 +2,7 @@
 // fit_options.h -- command line of varokel-fit
 #pragma once
 
-#include "files/measured/convert_spectra.h"
+#include "files/measured/import_spectra.h"
 #include "files/results/water_item.h"
 #include "common/command_line.h"
 

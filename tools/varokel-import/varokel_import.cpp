@@ -5,7 +5,7 @@
 //   pattern   P[j] = conj(S'[(n - j) mod n]),  S' as S with w_0 = 1
 #include "files/base/held_text.h"
 #include "files/base/tool_error.h"
-#include "files/measured/convert_spectra.h"
+#include "files/measured/import_spectra.h"
 #include "files/measured/import_basis.h"
 #include "files/measured/signal_items.h"
 #include "common/command_line.h"

@@ -5,7 +5,7 @@
 
 #include "files/base/tool_error.h"
 #include "files/measured/combined_source.h"
-#include "files/measured/convert_spectra.h"
+#include "files/measured/import_spectra.h"
 #include "files/start/peak_table.h"
 #include "files/start/table_keys.h"
 
