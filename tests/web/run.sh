@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: BSD-3-Clause
 #
-# run.sh build|copy|logic|bits|chromium|firefox|overview PROGRAMS TREE -- the pages' tests; status 77, with a word,
+# run.sh build|copy|logic|bits|chromium|firefox|overview|hostile|hostile-firefox PROGRAMS TREE -- the pages' tests; status 77, with a word,
 # where emscripten, node or the browser is not there
 # run.sh frames|large PROGRAMS TREE -- what bench/workbench.mjs measures
 set -eu
@@ -15,7 +15,8 @@ command -v node >/dev/null || skip "no node (package nodejs)"
 if [ "$what" = copy ]; then
     exec node "$tree/web/check_copy.mjs" "$tree" "$build/varokel.html"
 fi
-if [ "$what" != overview ]; then
+case $what in overview | hostile*) programs_pages=yes ;; *) programs_pages='' ;; esac # which need no build of the page
+if [ -z "$programs_pages" ]; then
     command -v em++ >/dev/null || skip "no emscripten (package emscripten)"
     # the module's file asks for files by fetch where node has one
     export NODE_OPTIONS=--no-experimental-fetch WEB_BUILD=$build PROGRAMS=$programs NODE_PATH=/usr/share/nodejs
@@ -39,7 +40,7 @@ if [ "$what" != overview ]; then
 fi
 
 browser=chromium
-[ "$what" != firefox ] || browser=firefox
+case $what in *firefox) browser=firefox ;; esac
 case $what in frames | large) browser=${BROWSER:-chromium} ;; esac # measured, no tests
 if [ "$browser" = firefox ]; then
     PROGRAM=$(command -v firefox-esr || command -v firefox || true)
@@ -58,6 +59,18 @@ mkdir -p "$build"
     skip "playwright-core cannot be had from npm"
 GRID=$(mktemp -d)
 trap 'rm -rf "$GRID"' EXIT
+case $what in
+hostile*)
+    bash "$tree/tests/web/hostile_pages.sh" "$programs" "$tree" "$GRID" >"$GRID/log" 2>&1 || {
+        tail "$GRID/log"
+        exit 1
+    }
+    export BROWSER=$browser PROGRAM DRIVER PAGES=$GRID
+    cd "$tree/tests/web"
+    node --test hostile_pages.test.mjs
+    exit
+    ;;
+esac
 if [ "$what" = overview ]; then
     # six of twelve areas are known to no better than 50 %
     "$programs/varokel-simulate" "$tree/examples/single_line/start.par" -o "$GRID/grid.nii" --noise 3 --seed 1 \
