@@ -106,7 +106,7 @@ void f_new_complex_select(const int &ap, const int &index, const int &N, double 
                           const int &weighting_type, const int &single_line, const int &lsf_coefs,
                           const int &ref_line, const int *fit_lsf, const double *lookup,
                           const int &ignore) {
-    const model_context model MODEL_CONTEXT_HERE;
+    const model_context model = MODEL_CONTEXT_HERE;
     const scratch<double> trial(N, " Memory requested to store y[] in "
                                    "f_new_complex_select() is not available\n");
     const scratch<double> base(N, no_unperturbed);
@@ -283,7 +283,7 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
                                 "available\n");
     if (counts != nullptr && derivatives != nullptr && trial != nullptr && base != nullptr &&
         covar != nullptr) {
-        const model_context model MODEL_CONTEXT_HERE;
+        const model_context model = MODEL_CONTEXT_HERE;
         const derivative_rows rows_of{ap,         counts,     real_channel, imaginary_channel,
                                       row_length, derivatives};
         int q = 0;

@@ -305,7 +305,7 @@ void Ran_ML_Minimize(const int &N, const int &K, const int &ap, const int &nLine
     std::printf("Success: Memory requested to store par_max[] and par_min[] in Ran_ML_Minimize() "
                 "is available!\n");
 
-    const model_context model MODEL_CONTEXT_HERE;
+    const model_context model = MODEL_CONTEXT_HERE;
     random_search search{.model = model,
                          .n = n,
                          .samples = N,

@@ -321,7 +321,7 @@ class plain_derivative {
 // By the curves that change.
 static void gradient_by_parts(double f0, const int *group_switch, const chi_square_change &change,
                               double *x, double *g) {
-    const curve_setting setting CURVE_SETTING_HERE;
+    const curve_setting setting = CURVE_SETTING_HERE;
     const double offset = present_chi_square(x) - f0; // 0 but for rounding
     for (int s = 1; s <= nLines + n_patterns; ++s) {
         if (s <= nLines && starts_outside_intervals(s)) continue;
