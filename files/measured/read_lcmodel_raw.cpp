@@ -4,6 +4,8 @@
 #include "files/base/tool_error.h"
 #include "files/measured/lcmodel_namelist.h"
 
+#include <cmath>
+
 namespace tools {
 
 // Groups up to $NMID, behind which the points begin.
@@ -83,8 +85,12 @@ std::unique_ptr<spectrum_source> read_lcmodel_raw(const std::string &file,
     const long long in_file = source->count_points_of_text();
     std::optional<long long> stated = points;
     if (!stated)
-        if (const std::optional<double> n = positive({"numberofpoints", "nunfil"}); n && *n < 1e9)
+        if (const std::optional<double> n = positive({"numberofpoints", "nunfil"})) {
+            if (*n != std::floor(*n) || *n > 1e9)
+                throw tool_error(bad_input, file + ": item numberofpoints or nunfil is no whole "
+                                                   "number of points; expected one");
             stated = static_cast<long long>(*n);
+        }
     split_into_spectra(*source, in_file, stated, "spectrum");
     return source;
 }
