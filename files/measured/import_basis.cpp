@@ -10,6 +10,7 @@
 #include "files/spectra/signal_file.h"
 #include "files/measured/condition_fid.h"
 #include "files/measured/import_spectra.h"
+#include "files/measured/signal_items.h"
 #include "files/measured/text_items.h"
 
 #include "engine/centred_spectrum.h"
@@ -178,12 +179,10 @@ static std::string basis_sidecar(const basis_options &options, const basis_heade
     sidecar["ppm_at_carrier"] = grid.ppm_at_carrier;
     sidecar["ppm_rises_with_points"] = grid.ppm_rises_with_points;
     sidecar["patterns"] = patterns;
-    sidecar["source"] = {{"file", std::filesystem::path(options.input).filename().string()},
-                         {"sha256", sha256_of_file(options.input)},
-                         {"points", header.points},
-                         {"dwell_time_s", header.dwell_time},
-                         {"spectrometer_mhz", header.mhz},
-                         {"field_ratio_applied", grid.mhz / header.mhz}};
+    sidecar["source"] = {
+        {"file", file_name(options.input)}, {"sha256", sha256_of_file(options.input)},
+        {"points", header.points},          {"dwell_time_s", header.dwell_time},
+        {"spectrometer_mhz", header.mhz},   {"field_ratio_applied", grid.mhz / header.mhz}};
     if (header.echo_time) sidecar["source"]["echo_time_s"] = *header.echo_time;
     return sidecar.dump(2) + "\n";
 }

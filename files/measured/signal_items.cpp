@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/signal_items.h"
 
+#include "files/base/plain_text.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 
@@ -11,7 +12,9 @@
 namespace tools {
 
 std::string file_name(const std::string &path) {
-    return std::filesystem::path(path).filename().string();
+    const std::string name = std::filesystem::path(path).filename().string();
+    refuse_not_utf8(name, "the name of a file,");
+    return name;
 }
 
 std::string shortest(double value) {

@@ -23,7 +23,7 @@ double delay_phase(double begin_time, double dwell_time);
 // The fewest digits that give the same number.
 std::string shortest(double value);
 
-// Name without folder.
+// Name without folder, for a sidecar. Errors: bad_input with the place of what is no UTF-8.
 std::string file_name(const std::string &path);
 
 } // namespace tools

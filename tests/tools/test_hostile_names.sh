@@ -65,6 +65,19 @@ cp "$c13/c13_kidney.fid.f32" ./-x.fid.f32
 status 0 "$programs/varokel-import" --json "$c13/c13_kidney.fid.json" -o dash ./-x.fid.f32
 true_that 'a spectrum of that name' test -s dash/-x.bin
 
+# a file whose name is no UTF-8
+latin=$(printf 'caf\351')
+cp "$c13/c13_kidney.fid.f32" "$latin.fid.f32"
+cp "$c13/c13_kidney.fid.json" "$latin.fid.json"
+for command in "import $latin.fid.f32" \
+    "fit $latin.fid.f32 $c13/peaks.txt --method exact" "fit $latin.fid.f32 $c13/peaks.txt"; do
+    # shellcheck disable=SC2086
+    status 3 "$programs"/varokel-$command -o latin
+    holds err "the name of a file, \"caf\xe9.fid.f32\": byte 4 is no UTF-8"
+    true_that 'nothing was made' test ! -e latin
+done
+rm "$latin".*
+
 # ---- pictures and simulations ----
 status 0 "$programs/varokel-simulate" "$run/start.par" --noise 0.1 --seed 1 -o "$odd.bin"
 for ending in org fit res; do cp "$odd.bin" "$odd.$ending"; done
