@@ -33,8 +33,12 @@ class ranked_cholesky {
     std::vector<int> dependent() const;
 
   private:
-    double &at(int i, int j) { return l_[static_cast<std::size_t>(i * stride_ + j)]; }
-    double at(int i, int j) const { return l_[static_cast<std::size_t>(i * stride_ + j)]; }
+    std::size_t place(int i, int j) const {
+        return static_cast<std::size_t>(i) * static_cast<std::size_t>(stride_) +
+               static_cast<std::size_t>(j);
+    }
+    double &at(int i, int j) { return l_[place(i, j)]; }
+    double at(int i, int j) const { return l_[place(i, j)]; }
 
     int stride_ = 0, rank_ = 0;
     std::vector<double> l_, scale_, work_;
