@@ -46,6 +46,10 @@ static void show_folders_of_doubles(std::vector<report_place> &places) {
     }
 }
 
+[[noreturn]] static void refuse_spectrum(const std::string &name, const std::string &folder) {
+    throw tool_error(bad_input, folder + ": no spectrum " + name + "; expected " + name + ".exl");
+}
+
 // In the order in which they were named.
 static std::vector<report_place> chosen_places(const std::vector<report_place> &all,
                                                const std::vector<std::string> &chosen,
@@ -57,9 +61,7 @@ static std::vector<report_place> chosen_places(const std::vector<report_place> &
         const std::size_t before = places.size();
         std::copy_if(all.begin(), all.end(), std::back_inserter(places),
                      [&](const report_place &place) { return place.name == name; });
-        if (places.size() == before)
-            throw tool_error(bad_input,
-                             folder + ": no spectrum " + name + "; expected " + name + ".exl");
+        if (places.size() == before) refuse_spectrum(name, folder);
     }
     return places;
 }
