@@ -16,6 +16,13 @@ refused() {
     true_that "one message about $file, not $(wc -l <err)" test "$(wc -l <err)" -eq 1
     true_that "no results of $file" test ! -s out -a ! -e run
 }
+# edited ENDING SED TEXT OPTION...: the message about good.ENDING after that edit has TEXT
+edited() {
+    local file=bad.$1 text=$3
+    sed "$2" "good.$1" >"$file"
+    shift 3
+    refused "$file" "$text" "$@"
+}
 # edit FILE NEW 's/perl/expression/'...
 edit() {
     local from=$1 to=$2
@@ -90,22 +97,14 @@ refused inf.nii 'point 3'
 # LCModel .RAW
 write raw <fid >good.RAW
 status 0 "$import" good.RAW -o good --dwell 0.001 --force
-sed 's/&NMID/\&SOME/' good.RAW >bad.RAW
-refused bad.RAW 'no group $NMID'
-sed '/&END/d' good.RAW >bad.RAW
-refused bad.RAW 'has no end'
-sed 's/TRAMP=1/TRAMP=one/' good.RAW >bad.RAW
-refused bad.RAW 'item tramp is not a number' --dwell 0.001
-sed 's/VOLUME = 1/VOLUME = 0/' good.RAW >bad.RAW
-refused bad.RAW 'VOLUME is 0' --dwell 0.001
-sed 's/BRUKER=F/SEQACQ=T/' good.RAW >bad.RAW
-refused bad.RAW 'SEQACQ is T' --dwell 0.001
-sed '$s/ [^ ]*$//' good.RAW >bad.RAW
-refused bad.RAW 'no imaginary part' --dwell 0.001
-sed '12s/E/x/' good.RAW >bad.RAW
-refused bad.RAW 'line 12: no row of numbers' --dwell 0.001
-sed '12s/ [^ ]*$/ NaN/' good.RAW >bad.RAW
-refused bad.RAW '1 point is not a finite number' --dwell 0.001
+edited RAW 's/&NMID/\&SOME/' 'no group $NMID'
+edited RAW '/&END/d' 'has no end'
+edited RAW 's/TRAMP=1/TRAMP=one/' 'item tramp is not a number' --dwell 0.001
+edited RAW 's/VOLUME = 1/VOLUME = 0/' 'VOLUME is 0' --dwell 0.001
+edited RAW 's/BRUKER=F/SEQACQ=T/' 'SEQACQ is T' --dwell 0.001
+edited RAW '$s/ [^ ]*$//' 'no imaginary part' --dwell 0.001
+edited RAW '12s/E/x/' 'line 12: no row of numbers' --dwell 0.001
+edited RAW '12s/ [^ ]*$/ NaN/' '1 point is not a finite number' --dwell 0.001
 refused good.RAW 'no whole number of spectra of 5 points' --points 5 --dwell 0.001
 : >empty.RAW
 refused empty.RAW 'empty' --dwell 0.001
@@ -113,24 +112,15 @@ refused empty.RAW 'empty' --dwell 0.001
 # jMRUI
 write jmrui <fid >good.txt
 status 0 "$import" good.txt -o good --force
-sed '$d' good.txt >bad.txt
-refused bad.txt 'the file ends after 31 points; expected 32'
-sed 's/PointsInDataset: 32/PointsInDataset: 31/' good.txt >bad.txt
-refused bad.txt 'more points than'
-sed 's/PointsInDataset: 32/PointsInDataset: many/' good.txt >bad.txt
-refused bad.txt 'PointsInDataset is no number'
-sed '/PointsInDataset/d' good.txt >bad.txt
-refused bad.txt 'PointsInDataset is missing'
-sed 's/SamplingInterval: .*/SamplingInterval: -1/' good.txt >bad.txt
-refused bad.txt 'SamplingInterval is not above 0'
-sed 's/BeginTime: .*/BeginTime: inf/' good.txt >bad.txt
-refused bad.txt 'BeginTime is no number'
-sed '20s/\t.*/\tword/' good.txt >bad.txt
-refused bad.txt 'line 20: expected a row of 2 or 4 numbers'
-sed '20s/\t[^\t]*/\tnan/' good.txt >bad.txt
-refused bad.txt '1 point is not a finite number'
-sed '/^sig/,$d' good.txt >bad.txt
-refused bad.txt 'ends before the first point'
+edited txt '$d' 'the file ends after 31 points; expected 32'
+edited txt 's/PointsInDataset: 32/PointsInDataset: 31/' 'more points than'
+edited txt 's/PointsInDataset: 32/PointsInDataset: many/' 'PointsInDataset is no number'
+edited txt '/PointsInDataset/d' 'PointsInDataset is missing'
+edited txt 's/SamplingInterval: .*/SamplingInterval: -1/' 'SamplingInterval is not above 0'
+edited txt 's/BeginTime: .*/BeginTime: inf/' 'BeginTime is no number'
+edited txt '20s/\t.*/\tword/' 'line 20: expected a row of 2 or 4 numbers'
+edited txt '20s/\t[^\t]*/\tnan/' '1 point is not a finite number'
+edited txt '/^sig/,$d' 'ends before the first point'
 
 # SPAR/SDAT
 write sdat <fid >good.SDAT
@@ -172,12 +162,9 @@ refused bad.rda '1 point is not a finite number (nan or inf): point 5'
 
 # text and float32
 write text <fid >good.csv
-sed '7s/,.*//' good.csv >bad.csv
-refused bad.csv 'line 7: expected two numbers' --dwell 0.001
-sed '7s/,/, 1,/' good.csv >bad.csv
-refused bad.csv 'line 7' --dwell 0.001
-sed '7s/,.*/, inf/' good.csv >bad.csv
-refused bad.csv 'not a finite number' --dwell 0.001
+edited csv '7s/,.*//' 'line 7: expected two numbers' --dwell 0.001
+edited csv '7s/,/, 1,/' 'line 7' --dwell 0.001
+edited csv '7s/,.*/, inf/' 'not a finite number' --dwell 0.001
 echo '# nothing' >bad.csv
 refused bad.csv 'holds no points' --dwell 0.001
 head -c 40000000 /dev/zero | tr '\0' '7' >bad.csv
