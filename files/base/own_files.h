@@ -52,7 +52,6 @@ class owned_path {
     ~owned_path() { remove(); }
     void remove() noexcept;  // file or folder with all in it, when it is still what was made
     void release() noexcept; // stays
-    bool is_held() const { return slot_ != nullptr; }
 
   private:
     void *slot_ = nullptr;
