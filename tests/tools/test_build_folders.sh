@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # For whom CMake writes a build folder: Ninja where it is there, in new folders only, and whoever asks for it
-# has it installed.
+# has it installed. With which flags: those of a fuzz build are kept, where others compile numbers with -O3.
 . "$(dirname "$0")/harness.sh"
 
 mkdir project
@@ -31,6 +31,14 @@ mkdir bin
 status 0 env -u CMAKE_GENERATOR PATH="$folder/bin" "$(command -v sh)" -c \
     '. "$1/tools/common/build_progress.sh"; prefer_ninja; echo "generator ${CMAKE_GENERATOR:-none}"' sh "$tree"
 holds out 'generator none'
+
+# flags FOLDER OPTION...: the optimisations that a folder's commands ask for
+flags() {
+    cmake -S "$tree" -B "$1" -DCMAKE_BUILD_TYPE=Release -DVAROKEL_TESTS=OFF -DVAROKEL_BENCH=OFF "${@:2}" >/dev/null &&
+        grep -oE ' -O[0-9sg]( |$)' "$1/compile_commands.json" | tr -d ' ' | sort -u | paste -sd' '
+}
+true_that 'numbers with -O3, texts with -O1' test "$(flags usual)" = '-O1 -O3'
+true_that 'a fuzz build as it asks' test "$(flags fuzzed -DVAROKEL_FUZZ=ON -DCMAKE_CXX_FLAGS_RELEASE=-O1)" = -O1
 
 cd "$tree" || exit 1
 for script in $(grep -lE '^prefer_ninja$' demo check fuzz/burst .ci/tidy); do
