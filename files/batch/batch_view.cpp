@@ -141,8 +141,7 @@ void batch_view::read_manifest() {
     const batch_plan plan = read_plan(folder);
     const plan_lines lines(plan);
     points = plan.points;
-    for (const plan_axis &axis : plan.axes)
-        axes.push_back({axis.name, axis.size, axis.spatial, axis.seconds});
+    axes = plan.axes;
     entries = plan.entry_names;
     scale = plan.scale;
     const std::string manifest = plan.file("manifest.json");
@@ -192,10 +191,10 @@ static std::map<std::string, std::string> units_of(const std::string &table) {
 
 // Columns of numbers that are not shown elsewhere.
 static std::vector<std::size_t> further_columns(const table_reader &table,
-                                                const std::vector<batch_axis> &axes) {
+                                                const std::vector<plan_axis> &axes) {
     std::set<std::string> known = {"spectrum", "status",  "reason", "level", "warnings",
                                    "reasons",  "verdict", "method", "snr",   "fit_quality"};
-    for (const batch_axis &axis : axes) known.insert({axis.name, axis.name + "_seconds"});
+    for (const plan_axis &axis : axes) known.insert({axis.name, axis.name + "_seconds"});
     std::vector<std::size_t> found;
     for (std::size_t c = 0; c < table.names().size(); ++c)
         if (!known.contains(table.names()[c])) found.push_back(c);

@@ -6,6 +6,7 @@
 #include "files/spectra/spectrum_axis.h"
 #include "files/spectra/complex_signal.h"
 #include "files/results/rebuilt_model.h"
+#include "files/batch/batch_plan.h"
 
 #include <map>
 #include <optional>
@@ -13,13 +14,6 @@
 #include <vector>
 
 namespace tools {
-
-struct batch_axis {
-    std::string name;
-    long long size = 1;
-    bool spatial = false;
-    std::vector<double> seconds = {}; // of its places; empty where they are not known
-};
 
 struct batch_spectrum {
     std::string name, status, reason;
@@ -74,7 +68,7 @@ class batch_view {
     double phase_of(std::size_t spectrum) const;
 
     std::string folder;
-    std::vector<batch_axis> axes;
+    std::vector<plan_axis> axes;
     std::vector<batch_spectrum> spectra; // by their number
     std::vector<std::string> entries;
     long long points = 0;

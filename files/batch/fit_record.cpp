@@ -167,7 +167,7 @@ std::string record_bytes(const fit_record &record, const record_shape &shape) {
         for (std::size_t i = 0; i < 5 * entries; ++i) put(bytes, at, (*list)[i]);
     for (std::size_t k = 0; k < entries; ++k) put(bytes, at, record.entry_snr[k]);
     for (std::size_t i = 0; i < shape.correlations; ++i)
-        put(bytes, at, record.correlations.empty() ? not_measured : record.correlations[i]);
+        put(bytes, at, record.correlations.empty() ? not_known : record.correlations[i]);
     const std::uint64_t sum = check_sum(bytes.data(), bytes.size());
     std::memcpy(bytes.data() + sum_at, &sum, sizeof sum);
     return bytes;
@@ -234,10 +234,10 @@ fit_record record_without_fit(long long line, fit_state state, const std::string
     record.line = line;
     record.state = state;
     record.reason = reason;
-    record.figures.fill(not_measured);
-    record.values.assign(5 * entries, not_measured);
-    record.errors.assign(5 * entries, not_measured);
-    record.entry_snr.assign(entries, not_measured);
+    record.figures.fill(not_known);
+    record.values.assign(5 * entries, not_known);
+    record.errors.assign(5 * entries, not_known);
+    record.entry_snr.assign(entries, not_known);
     return record;
 }
 

@@ -6,12 +6,12 @@
 // records go into its part file, in the order of the manifest.
 #pragma once
 
+#include "files/base/not_known.h"
 #include "files/batch/batch_plan.h"
 #include "files/problem/exact_fit.h"
 
 #include <array>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,8 +20,6 @@ namespace tools {
 
 // withdrawn: in a journal only; the fit with this line that stands before it counts no more
 enum class fit_state : std::int32_t { fitted = 1, failed = 2, not_tried = 3, withdrawn = 4 };
-
-static constexpr double not_measured = std::numeric_limits<double>::quiet_NaN();
 
 inline constexpr const char *remark_end = " | ";
 // Beginnings of remarks: of both methods one failed, and why.
@@ -36,8 +34,8 @@ struct exact_facts {
     fit_method method = fit_method::exact; // both: the search came first
     engine::finding verdict = engine::finding::optimum;
     std::int32_t starts = 0;                    // that were tried
-    double expected_decrease = not_measured;    // of the sum of squares, still to be had [noise^2]
-    double search_distance = not_measured;      // of the search's end from the optimum, in bounds
+    double expected_decrease = not_known;       // of the sum of squares, still to be had [noise^2]
+    double search_distance = not_known;         // of the search's end from the optimum, in bounds
     std::vector<optimum_record::cause> reasons; // of the verdict; most_causes at most
     static constexpr std::size_t most_causes = 8;
 };
@@ -50,8 +48,8 @@ struct fit_record {
     // quality, noise real, noise imaginary, chi before, chi after, chi unweighted, quality from the
     // unweighted sum; as the .exl has them
     std::array<double, 7> figures{};
-    double quality_before = not_measured; // residual of the start values over the noise
-    double snr = not_measured;            // highest magnitude of the model over the noise
+    double quality_before = not_known; // residual of the start values over the noise
+    double snr = not_known;            // highest magnitude of the model over the noise
     // why, of a fit that failed or was not tried; else what its log remarks, remark_end between
     std::string reason;
     std::optional<exact_facts> exact; // none for a search alone

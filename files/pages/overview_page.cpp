@@ -158,7 +158,7 @@ static ordered_json model_of(const batch_view &batch, long long first) {
 
 static ordered_json axes_of(const batch_view &batch) {
     ordered_json axes = ordered_json::array();
-    for (const batch_axis &axis : batch.axes)
+    for (const plan_axis &axis : batch.axes)
         axes.push_back({{"name", axis.name},
                         {"size", axis.size},
                         {"spatial", axis.spatial},

@@ -7,6 +7,7 @@
 #include "files/base/tool_error.h"
 
 #include <cmath>
+#include <limits>
 
 namespace tools {
 

@@ -6,8 +6,9 @@
 // judged by that alone.
 #pragma once
 
+#include "files/base/not_known.h"
+
 #include <cstddef>
-#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
@@ -82,12 +83,11 @@ struct fit_verdict {
 };
 
 struct judged_entry {
-    static constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
     std::string name;    // as it is shown
     bool finite = true;  // all results of parameters that its type has
     bool bounded = true; // all errors of free parameters are finite
     bool free_area = false;
-    double area = unknown, area_percent = unknown, lorentz_width = unknown;
+    double area = not_known, area_percent = not_known, lorentz_width = not_known;
     bool inside = true; // its frequency lies in a fitted interval; true where that is not known
 };
 
@@ -109,8 +109,8 @@ struct fit_facts {
     std::optional<last_step> step;
     int iterations = 0;
     int gradients = 0; // of the last step, as the log has them; 0: not known
-    double noise_re = judged_entry::unknown, noise_im = judged_entry::unknown;
-    double quality = judged_entry::unknown;
+    double noise_re = not_known, noise_im = not_known;
+    double quality = not_known;
     bool has_errors = false, singular = false;
     std::vector<judged_entry> entries;
     std::vector<correlated_pair> correlated;

@@ -39,7 +39,7 @@ static exact_facts facts_of(const exact_find &fit) {
     facts.verdict = fit.found.judged.what;
     facts.starts = static_cast<std::int32_t>(fit.found.starts.size());
     facts.expected_decrease = fit.record.expected_decrease;
-    facts.search_distance = fit.record.search_distance.value_or(not_measured);
+    facts.search_distance = fit.record.search_distance.value_or(not_known);
     facts.reasons = fit.record.reasons;
     return facts;
 }
@@ -83,7 +83,7 @@ harvest exact_fitter::fit(long long line, const std::string &spectrum, const sta
         found.record = record_without_fit(line, fit_state::failed, reason, start.entries.size());
         return found;
     };
-    record.figures.fill(not_measured);
+    record.figures.fill(not_known);
     problem_data data;
     data.spectrum = signal_of(spectrum);
     record.figures[1] = data.noise_sd = noise_sd_of(start, data.spectrum);

@@ -50,8 +50,8 @@ static double highest(const std::string &bytes, long long first, long long last)
 void measure_snr(const curve_measure &measure, const std::string &fit,
                  const std::string &components, fit_record &record) {
     const double noise = record.figures[1];
-    record.snr = not_measured;
-    record.entry_snr.assign(measure.entries, not_measured);
+    record.snr = not_known;
+    record.entry_snr.assign(measure.entries, not_known);
     if (fit.size() == static_cast<std::size_t>(8 * measure.points)) {
         double most = 0.0;
         for (const auto &[first, last] : measure.intervals)
@@ -91,17 +91,17 @@ complex_signal model_of_start(const curve_measure &measure, const start_file &st
 }
 
 double quality_before_fit(const curve_measure &measure, const std::string &folder, double noise) {
-    if (measure.width < 1 || !(noise > 0.0) || measure.has_lineshape) return not_measured;
+    if (measure.width < 1 || !(noise > 0.0) || measure.has_lineshape) return not_known;
     complex_signal data, own;
     try {
         data = read_points(folder + "/spectrum.org", 0, measure.points);
         if (measure.common_model.empty())
             own = model_of_start(measure, read_start_file(folder + "/start.par"), folder);
     } catch (const tool_error &) {
-        return not_measured;
+        return not_known;
     }
     const complex_signal &model = measure.common_model.empty() ? own : measure.common_model;
-    if (model.size() != data.size()) return not_measured;
+    if (model.size() != data.size()) return not_known;
     std::vector<char> counts(data.size(), 0); // intervals may overlap
     for (const auto &[first, last] : measure.intervals)
         std::fill(counts.begin() + first, counts.begin() + last + 1, char{1});
