@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// table_cells.h -- a cell of a table of peaks: its number, link or estimate, and its unit
+#pragma once
+
+#include "files/start/table_rows.h"
+#include "files/start/table_scanner.h"
+
+namespace tools {
+
+// Whether numbers of a quantity may have the unit, and which are expected, for messages.
+bool takes_unit(int quantity, table_unit unit);
+const char *expected_unit(int quantity);
+
+// of_column: unit that the heading names. Errors: tool_error with the place of the cell.
+table_cell read_cell(const peak_table &table, const table_text_cell &raw, int line, int quantity,
+                     table_unit of_column);
+
+} // namespace tools
