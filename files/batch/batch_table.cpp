@@ -168,7 +168,8 @@ run_result batch_table::result_of(const planned_spectrum &spectrum,
             "shown with areas of the other sign and phases turned by 180 degrees: " + names;
     if (run.fitted) take_remarks(record, run);
     for (const std::string &text : run.log_remarks)
-        if (text.starts_with(no_exact_fit) || text.starts_with(no_search))
+        if (text.starts_with(no_exact_fit) || text.starts_with(no_search) ||
+            text.starts_with(no_other_start))
             run.remark += (run.remark.empty() ? "" : "; ") + text;
     if (!run.fitted) run.why_not = record.reason;
     for (const double error : record.errors) run.has_errors = run.has_errors || error != 0.0;

@@ -228,6 +228,13 @@ bool read_record(const char *bytes, const record_shape &shape, fit_record &recor
     return get_correlations(bytes, at, shape.correlations, record.correlations);
 }
 
+bool has_failure(const fit_record &record) {
+    return record.state == fit_state::failed ||
+           (record.state == fit_state::fitted &&
+            (record.reason.starts_with(no_search) || record.reason.starts_with(no_exact_fit) ||
+             record.reason.starts_with(no_other_start)));
+}
+
 fit_record record_without_fit(long long line, fit_state state, const std::string &reason,
                               std::size_t entries) {
     fit_record record;

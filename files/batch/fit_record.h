@@ -25,6 +25,8 @@ inline constexpr const char *remark_end = " | ";
 // Beginnings of remarks: of both methods one failed, and why.
 inline constexpr const char *no_exact_fit = "no exact fit, the search stands alone: ";
 inline constexpr const char *no_search = "no search: ";
+// Of two start values one failed, and why.
+inline constexpr const char *no_other_start = "no fit from the other start values: ";
 
 // Of a spectrum that is not tried because it holds nothing, such as a voxel outside of the body.
 inline constexpr const char *reason_all_zero = "all its points are zero";
@@ -73,6 +75,9 @@ std::string record_bytes(const fit_record &record, const record_shape &shape);
 // count below 0, a method or a verdict that there is not, a correlation beyond 1. The line is not
 // looked at. Texts are UTF-8 without control characters then.
 bool read_record(const char *bytes, const record_shape &shape, fit_record &record);
+
+// Failed, or of two methods or two start values one: what --again does once more.
+bool has_failure(const fit_record &record);
 
 // A record without results.
 fit_record record_without_fit(long long line, fit_state state, const std::string &reason,

@@ -103,6 +103,27 @@ for method in classic both; do
     done
 done
 
+# Each spectrum is fitted from its neighbour and from the common values. When one of these two dies, the other counts,
+# which says so: it may be the worse one, from which others then begin.
+status 0 "$programs/varokel-import" grid.nii --voxel 1,1,0 -o one
+for from in neighbour common; do
+    test='! cmp'
+    [ $from = neighbour ] || test=cmp
+    printf '#!/bin/sh\ncmp -s spectrum.bin %s && %s -s start.par %s && kill -SEGV $$\nexec %s "$@"\n' \
+        "$PWD/one/grid_1_1_0.bin" "$test" "$PWD/near_classic/start.par" "$programs/varokel" >"fake_$from"
+    chmod +x "fake_$from"
+    status 0 "$batch" plan grid.nii --start start.par --method classic --values neighbour -o "half_$from"
+    status 0 "$batch" run "half_$from" --varokel "./fake_$from" -j 2
+    status 0 "$batch" merge "half_$from"
+    true_that "the start from the $from that died is told" test \
+        "$(grep -c 'no fit from the other start values: died of signal 11' "half_$from/quality.tsv")" -eq 1
+    status 0 "$batch" run "half_$from" --resume --again
+    status 0 "$batch" merge "half_$from" --force
+    for file in results.tsv quality.tsv pictures.f32; do
+        true_that "start from the $from, $file: as if nothing had died" cmp "near_classic/$file" "half_$from/$file"
+    done
+done
+
 # An exact fit fails by its data alone, here a spectrum without noise: --again changes nothing.
 perl "$tree/tests/batch/small_grid.pl" 4 3 1 128 |
     awk 'NR % 12 == 7 { $0 = NR == 7 ? "1 0" : "0 0" } { print }' |

@@ -87,13 +87,6 @@ class scratch_folder {
     std::unique_ptr<own_folder> folder_;
 };
 
-// Failed, or of two methods one.
-static bool has_failure(const fit_record &record) {
-    return record.state == fit_state::failed ||
-           (record.state == fit_state::fitted &&
-            (record.reason.starts_with(no_search) || record.reason.starts_with(no_exact_fit)));
-}
-
 // Fits that --again does once more: those with a failure, and, where start values come from
 // neighbours, those of later waves of their blocks, which would have begun elsewhere.
 static std::vector<long long> tried_again(const batch_plan &plan, const plan_lines &lines,

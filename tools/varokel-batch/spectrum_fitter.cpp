@@ -87,8 +87,14 @@ std::optional<harvest> spectrum_fitter::fit(const fit_task &task) {
     // the common values are always tried, too, so that no fit is worse than from them.
     if (!found) return found;
     std::optional<harvest> again = from_common();
-    if (again && !is_better(again->record, found->record)) return found;
-    return again;
+    if (!again) return again;
+    if (is_better(again->record, found->record)) std::swap(found, again);
+    // One that died might have been the better one, from which later waves would begin.
+    if (found->record.state == fit_state::fitted && has_failure(again->record))
+        found->record.reason = no_other_start + again->record.reason +
+                               (found->record.reason.empty() ? "" : remark_end) +
+                               found->record.reason;
+    return found;
 }
 
 } // namespace tools
