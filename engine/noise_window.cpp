@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// noise_window.cpp -- a stretch of a spectrum that holds noise only, with its spread
 #include "engine/noise_window.h"
 
 #include <algorithm>

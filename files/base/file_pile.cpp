@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// file_pile.cpp -- files of one folder by the thousand, which appear together
 #include "files/base/file_pile.h"
 
 #include "files/base/file_descriptor.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// held_text.cpp -- a text that is printed at the end, however long it has become by then
 #include "files/base/held_text.h"
 
 #include "files/base/own_files.h"

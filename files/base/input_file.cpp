@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// input_file.cpp -- opening what is to be read, when somebody else may have put it there
 #include "files/base/input_file.h"
 
 #include "files/base/tool_error.h"

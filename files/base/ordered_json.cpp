@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// ordered_json.cpp -- a JSON value whose objects keep the order in which their items were set
 #include "files/base/ordered_json.h"
 
 #include <algorithm>

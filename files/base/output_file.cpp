@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// output_file.cpp -- result files: nothing lost, nothing half written
 #include "files/base/output_file.h"
 
 #include "files/base/file_pile.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// own_files.cpp -- files and folders that this process made, taken away again whatever way it ends
 #include "files/base/own_files.h"
 
 #include "files/base/own_list.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// own_list.cpp -- what this process made and must take away, in a form that signal handlers can
+// walk
 #include "files/base/own_list.h"
 
 #include "files/base/own_files.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// packed_file.cpp -- bytes of a file that gzip may have packed
 #include "files/base/packed_file.h"
 
 #include "files/base/file_descriptor.h"

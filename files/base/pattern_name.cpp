@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// pattern_name.cpp -- under which name a pattern that a table or a start file names lies beside a
+// fit
 #include "files/base/pattern_name.h"
 
 #include "files/base/plain_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// plain_text.cpp -- what a text from a file may be: UTF-8, and a name that is no path
 #include "files/base/plain_text.h"
 
 #include "files/base/tool_error.h"

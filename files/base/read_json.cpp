@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_json.cpp -- JSON from a file that somebody else may have written
 #include "files/base/read_json.h"
 
 #include "files/base/plain_text.h"

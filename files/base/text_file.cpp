@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// text_file.cpp -- a text file, whole
 #include "files/base/text_file.h"
 
 #include "files/base/input_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// all_parts.cpp -- the fits of a batch whose shards are all done
 #include "files/batch/all_parts.h"
 
 #include "files/base/tool_error.h"

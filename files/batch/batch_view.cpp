@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// batch_view.cpp -- what a merged batch left: its spectra, their results, and the curves that were
+// kept
 #include "files/batch/batch_view.h"
 
 #include "files/base/input_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// derived_batch.cpp -- sums, ratios, pH of all fits of a batch
 #include "files/batch/derived_batch.h"
 
 #include "files/base/not_known.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// error_correlations.cpp -- how the errors of a fit hang together, in the few numbers of a record
 #include "files/batch/error_correlations.h"
 
 #include "files/start/values_in_points.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_record.cpp -- what is kept of a fit: a record of fixed size, with a check sum
 #include "files/batch/fit_record.h"
 
 #include "files/base/plain_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// shard_lock.cpp -- one process at a time works on a shard, and others can tell which
 #include "files/batch/shard_lock.h"
 
 #include "files/base/own_files.h"

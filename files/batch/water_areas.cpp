@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// water_areas.cpp -- water.f64 of a batch: the area of the water of each spectrum, by its number
 #include "files/batch/water_areas.h"
 
 #include "files/base/input_file.h"

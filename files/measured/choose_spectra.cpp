@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// choose_spectra.cpp -- which FIDs of an input are converted, and which of them are averaged
 #include "files/measured/choose_spectra.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// condition_fid.cpp -- what is done to an FID before its transform
 #include "files/measured/condition_fid.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// import_basis.cpp -- a basis set becomes binary patterns that match a measurement
 #include "files/measured/import_basis.h"
 
 #include "files/base/output_file.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// lcmodel_namelist.cpp -- groups of named values and the numbers behind them, as LCModel's files
+// have them
 #include "files/measured/lcmodel_namelist.h"
 
 #include "files/base/text_pattern.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// left_in_mean.cpp -- whether FIDs that are averaged as they are cancel
 #include "files/measured/left_in_mean.h"
 
 #include "files/spectra/complex_polar.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// name_dimensions.cpp -- what the FIDs of a file without named dimensions are
 #include "files/measured/name_dimensions.h"
 
 #include "files/base/tool_error.h"

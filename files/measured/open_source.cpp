@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// open_source.cpp -- the reader that fits a file
 #include "files/measured/open_source.h"
 
 #include "files/base/input_file.h"

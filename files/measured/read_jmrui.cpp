@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_jmrui.cpp -- jMRUI text files
 #include "files/measured/read_jmrui.h"
 
 #include "files/base/tool_error.h"

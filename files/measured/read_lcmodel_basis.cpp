@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_lcmodel_basis.cpp -- LCModel .BASIS files: spectra of whole metabolites
 #include "files/measured/read_lcmodel_basis.h"
 
 #include "files/base/tool_error.h"

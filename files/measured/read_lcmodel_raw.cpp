@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_lcmodel_raw.cpp -- LCModel .RAW and .H2O files
 #include "files/measured/read_lcmodel_raw.h"
 
 #include "files/base/tool_error.h"

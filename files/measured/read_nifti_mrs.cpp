@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_nifti_mrs.cpp -- NIfTI-MRS: .nii and .nii.gz, header versions 1 and 2, either byte order
 #include "files/measured/read_nifti_mrs.h"
 
 #include "files/base/packed_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_plain_fid.cpp -- FIDs as little-endian float32 pairs, and what a JSON says about them
 #include "files/measured/read_plain_fid.h"
 
 #include "files/base/tool_error.h"

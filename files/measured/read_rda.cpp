@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_rda.cpp -- Siemens RDA files
 #include "files/measured/read_rda.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_sdat.cpp -- Philips SPAR/SDAT pairs
 #include "files/measured/read_sdat.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_water.cpp -- the water of the same voxels as some data, out of a file of its own
 #include "files/measured/read_water.h"
 
 #include "files/base/sha256.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// reference_check.cpp -- whether an FID is a reference: one strong line, and not the data
 #include "files/measured/reference_check.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// reference_lines.cpp -- the reference line of each spectrum of an import, or one for all
 #include "files/measured/reference_lines.h"
 
 #include "files/base/sha256.h"

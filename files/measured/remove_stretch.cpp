@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// remove_stretch.cpp -- how many oscillations it takes to remove a stretch of frequencies
 #include "files/measured/remove_stretch.h"
 
 #include "files/measured/condition_fid.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// signal_items.cpp -- what options and source say of all spectra, and how a sidecar has it
 #include "files/measured/signal_items.h"
 
 #include "files/base/plain_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// spectra_of_file.cpp -- spectra of a measured file as values, for looking
 #include "files/measured/spectra_of_file.h"
 
 #include "files/base/tool_error.h"

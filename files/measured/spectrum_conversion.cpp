@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// spectrum_conversion.cpp -- how the FIDs of a source become spectra, and what is known of all
 #include "files/measured/spectrum_conversion.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// spectrum_source.cpp -- FIDs of an input file with what it says about them, whatever its format
 #include "files/measured/spectrum_source.h"
 
 #include "files/base/input_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// tail_noise.cpp -- the noise of an FID, from where its signal has decayed
 #include "files/measured/tail_noise.h"
 
 #include "files/spectra/complex_polar.h"

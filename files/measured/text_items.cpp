@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// text_items.cpp -- words and numbers of the text headers of other programs
 #include "files/measured/text_items.h"
 
 #include "files/base/input_file.h"

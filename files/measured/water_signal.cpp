@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// water_signal.cpp -- how much signal water without suppression gives
 #include "files/measured/water_signal.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// grid_maps.cpp -- images with the geometry of the measured grid
 #include "files/nifti/grid_maps.h"
 
 #include "files/base/output_file.h"

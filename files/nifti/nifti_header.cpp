@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// nifti_header.cpp -- what the header of a NIfTI file says: both versions, either byte order, .gz
+// or not
 #include "files/nifti/nifti_header.h"
 
 #include "files/base/packed_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// write_nifti_mrs.cpp -- spectra of a fit as NIfTI-MRS, numbers of a grid of voxels as NIfTI images
 #include "files/nifti/write_nifti_mrs.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// curve_text.cpp -- curves as text inside a page
 #include "files/pages/curve_text.h"
 
 #include "files/pages/page_frame.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// look_page.cpp -- spectra before they are fitted, with the peaks of a table where they would begin
 #include "files/pages/look_page.h"
 
 #include "files/pictures/markup.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// overview_page.cpp -- a batch on one page: maps or time courses, worst fits, each spectrum at a
+// click
 #include "files/pages/overview_page.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// page_frame.cpp -- an HTML page that asks no network for anything
 #include "files/pages/page_frame.h"
 
 #include "files/base/plain_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// report_curves.cpp -- the curves of a fitted spectrum, drawn once and as data for charts
 #include "files/pages/report_curves.h"
 
 #include "files/pictures/draw_spectra.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// report_details.cpp -- tables of the page of a fit that are unfolded when they are asked for
 #include "files/pages/report_details.h"
 
 #include "files/pictures/markup.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// report_facts.cpp -- what the page of a fit says before its tables: verdict, measurement, method
 #include "files/pages/report_facts.h"
 
 #include "files/pictures/spectrum_view.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// report_page.cpp -- the report of one or more fitted spectra as a page
 #include "files/pages/report_page.h"
 
 #include "files/pictures/markup.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// draw_spectra.cpp -- data, fit, components and residual of a run as an SVG picture
 #include "files/pictures/draw_spectra.h"
 
 #include "files/pictures/markup.h"

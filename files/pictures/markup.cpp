@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// markup.cpp -- text of files and users inside HTML and SVG
 #include "files/pictures/markup.h"
 
 #include "files/base/plain_text.h"

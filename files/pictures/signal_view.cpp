@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// signal_view.cpp -- spectra as an eye wants to see them: phased, broadened, one part of them
 #include "files/pictures/signal_view.h"
 
 #include "engine/centred_spectrum.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// spectrum_view.cpp -- how the signals of a run are found and shown
 #include "files/pictures/spectrum_view.h"
 
 #include "files/base/tool_error.h"

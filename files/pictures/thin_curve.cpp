@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// thin_curve.cpp -- the points of a curve that a picture shows
 #include "files/pictures/thin_curve.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_folder.cpp -- the exact fit of a spectrum whose files stand in a folder
 #include "files/problem/fit_folder.h"
 
 #include "files/base/pattern_name.h"

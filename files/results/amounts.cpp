@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// amounts.cpp -- amounts of substance by the water of the same voxel
 #include "files/results/amounts.h"
 
 #include "files/base/tool_error.h"

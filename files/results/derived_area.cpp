@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// derived_area.cpp -- sums, ratios, pH: what follows from the values of a fit, with its error
+// bounds
 #include "files/results/derived_area.h"
 
 #include "files/base/ordered_json.h"

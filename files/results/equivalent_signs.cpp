@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// equivalent_signs.cpp -- one of the two descriptions that every curve has
 #include "files/results/equivalent_signs.h"
 
 #include <cmath>

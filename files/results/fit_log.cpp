@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_log.cpp -- what the program printed during a fit
 #include "files/results/fit_log.h"
 
 #include "files/base/line_text.h"

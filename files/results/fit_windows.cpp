@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_windows.cpp -- windows of a table of peaks and what the fit made of them
 #include "files/results/fit_windows.h"
 
 #include "files/start/values_in_points.h"

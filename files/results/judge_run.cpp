@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// judge_run.cpp -- the judgement of a run, from what its files say
 #include "files/results/judge_run.h"
 
 #include "files/results/number_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// number_text.cpp -- numbers as a reader wants them, and as a program does
 #include "files/results/number_text.h"
 
 #include <algorithm>

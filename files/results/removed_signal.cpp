@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// removed_signal.cpp -- the lines that the import took out of the FID, as a spectrum
 #include "files/results/removed_signal.h"
 
 #include "files/base/tool_error.h"

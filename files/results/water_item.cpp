@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// water_item.cpp -- the water of a voxel for amounts: what is given for it, and what is said about
+// it
 #include "files/results/water_item.h"
 
 #include "files/base/output_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// line_place.cpp -- where a weak line stands
 #include "files/spectra/line_place.h"
 
 #include <algorithm>

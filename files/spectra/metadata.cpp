@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// metadata.cpp -- what is known about a signal beside its points, as JSON
 #include "files/spectra/metadata.h"
 
 #include "files/base/read_json.h"

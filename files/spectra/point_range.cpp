@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// point_range.cpp -- a stretch of a spectrum as a user writes it
 #include "files/spectra/point_range.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// signal_file.cpp -- complex signals as little-endian float32 pairs, real and imaginary in turn
 #include "files/spectra/signal_file.h"
 
 #include "files/base/input_file.h"

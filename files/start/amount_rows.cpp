@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// amount_rows.cpp -- what a table of peaks says about amounts: rows "water", "amount", "te" and
+// "tr"
 #include "files/start/amount_rows.h"
 
 #include "files/base/line_text.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// axis_by_reference.cpp -- the ppm axis by the reference of a table, where the import did not set
+// it
 #include "files/start/axis_by_reference.h"
 
 #include "files/spectra/reference_peak.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// derive_rows.cpp -- "NAME = EXPRESSION", of rows "derive" and of --derive
 #include "files/start/derive_rows.h"
 
 #include "files/base/line_text.h"

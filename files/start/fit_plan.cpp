@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_plan.cpp -- where a table's fit looks, and in which steps
 #include "files/start/fit_plan.h"
 
 #include "files/base/tool_error.h"

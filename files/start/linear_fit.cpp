@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// linear_fit.cpp -- areas and phases of curves of known shape, by linear least squares
 #include "files/start/linear_fit.h"
 
 #include "files/spectra/complex_polar.h"

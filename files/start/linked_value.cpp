@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// linked_value.cpp -- cells of a table, followed along their links, as parameters of a start file
 #include "files/start/linked_value.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// make_start.cpp -- from a table of peaks and a spectrum to the contents of a start file
 #include "files/start/make_start.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// mirrored_axis.cpp -- whether start values explain more of a spectrum on the mirrored axis
 #include "files/start/mirrored_axis.h"
 
 #include <algorithm>

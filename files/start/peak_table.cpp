@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// peak_table.cpp -- a table of peaks as a spectroscopist writes it: what is fitted, from where
 #include "files/start/peak_table.h"
 
 #include "files/base/text_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// read_start_file.cpp -- start value / fit control files of the three generations
 #include "files/start/read_start_file.h"
 
 #include "files/base/text_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// show_start.cpp -- start values for a reader: the resolved model, and its names
 #include "files/start/show_start.h"
 
 #include "files/base/format_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// spectrum_facts.cpp -- what a start file needs to know of a spectrum, and its axis
 #include "files/start/spectrum_facts.h"
 
 #include "files/base/ordered_json.h"

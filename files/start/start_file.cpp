@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// start_file.cpp -- the contents of a start value / fit control file, of any generation
 #include "files/start/start_file.h"
 
 #include "files/base/format_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// strategy_words.cpp -- the words of a table for what a step of the strategy does
 #include "files/start/strategy_words.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// table_cells.cpp -- a cell of a table of peaks: its number, link or estimate, and its unit
 #include "files/start/table_cells.h"
 
 #include "files/start/table_windows.h"

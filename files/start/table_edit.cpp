@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// table_edit.cpp -- changes to the text of a table of peaks that leave everything else as it stands
 #include "files/start/table_edit.h"
 
 #include "files/base/format_text.h"

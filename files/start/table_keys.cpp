@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// table_keys.cpp -- the rows "key: value" of a table of peaks
 #include "files/start/table_keys.h"
 
 #include "files/base/tool_error.h"

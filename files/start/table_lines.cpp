@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// table_lines.cpp -- which lines of a table's text say something, and where
 #include "files/start/table_lines.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// table_of_start.cpp -- start values as the table of peaks that gives them back
 #include "files/start/table_of_start.h"
 
 #include "files/base/format_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// table_rows.cpp -- heading and rows of a table of peaks
 #include "files/start/table_rows.h"
 
 #include "files/start/table_cells.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// table_windows.cpp -- the window of a number in a table of peaks: the bounds that the fit keeps it
+// in
 #include "files/start/table_windows.h"
 
 #include "files/start/table_cells.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// allowed_counts.cpp -- the one list of what a control file must not ask for, since a table would
+// overrun
 #include "control/allowed_counts.h"
 
 #include "run/types.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// control_file.cpp -- what the generations of the start value / fit control file share
 #include "control/control_file.h"
 
 #include "control/allowed_counts.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// keyword_reader.cpp -- what the version 3 and the old format have in common on reading
 #include "control/keyword_reader.h"
 
 #include "control/control_file.h"

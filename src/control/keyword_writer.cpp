@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// keyword_writer.cpp -- what the version 3 and the old format have in common on writing
 #include "control/keyword_writer.h"
 
 #include "control/replaced_file.h"

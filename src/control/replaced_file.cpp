@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// replaced_file.cpp -- a text file that takes the place of an older one in one step
 #include "control/replaced_file.h"
 
 #include <chrono>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// start_value_file.cpp -- loads the start value / fit control file that steers a run
 #include "control/start_value_file.h"
 
 #include "control/f_cntl.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// scan.cpp -- words and numbers of text files, scanned as the C library's fscanf does
 #include "data/scan.h"
 
 #include <algorithm>

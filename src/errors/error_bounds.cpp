@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// error_bounds.cpp -- the Cramer-Rao bounds over the module state, in a short call
 #include "errors/error_bounds.h"
 
 #include "errors/ncr_mvb.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// report_file.cpp -- what the report writers share
 #include "report/report_file.h"
 
 #include "kernel/elementary.h"

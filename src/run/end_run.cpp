@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// end_run.cpp -- the one place where a run ends the process
 #include "run/end_run.h"
 
 #include <cstdlib>

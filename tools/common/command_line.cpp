@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// command_line.cpp -- options of the companion programs, with their common habits
 #include "common/command_line.h"
 
 #include "files/base/tool_error.h"

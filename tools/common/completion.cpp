@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// completion.cpp -- shell completion made from the options that a program declares
 #include "common/completion.h"
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// option_parser.cpp -- the options that a program or one of its commands declares
 #include "common/option_parser.h"
 
 #include <CLI/CLI.hpp>

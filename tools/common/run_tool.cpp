@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// run_tool.cpp -- how a companion program ends
 #include "common/run_tool.h"
 
 #include "files/base/ordered_json.h"

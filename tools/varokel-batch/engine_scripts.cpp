@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// engine_scripts.cpp -- a batch as a job array of Slurm, and as rules of Snakemake
 #include "varokel-batch/engine_scripts.h"
 
 #include "files/base/plain_text.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// exact_fitter.cpp -- the engine's fit of a spectrum of a batch, as its record
 #include "varokel-batch/exact_fitter.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_order.cpp -- which spectrum of a shard comes next
 #include "varokel-batch/fit_order.h"
 
 #include "varokel-batch/spectrum_blocks.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// fit_pool.cpp -- fits the spectra of a shard on several threads
 #include "varokel-batch/fit_pool.h"
 
 #include "files/base/tool_error.h"

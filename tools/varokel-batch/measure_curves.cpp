@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// measure_curves.cpp -- figures of a fit that its curves tell: signal to noise, quality before it
 #include "varokel-batch/measure_curves.h"
 
 #include "files/base/tool_error.h"

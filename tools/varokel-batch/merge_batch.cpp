@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// merge_batch.cpp -- the parts of all shards become tables, maps and the store of curves
 #include "varokel-batch/merge_batch.h"
 
 #include "files/base/output_file.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// plan_folder.cpp -- the folder of a new plan: made in a private one inside, put in place at the
+// end
 #include "varokel-batch/plan_folder.h"
 
 #include "files/base/file_descriptor.h"

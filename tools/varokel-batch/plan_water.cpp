@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// plan_water.cpp -- the water of the spectra of a batch, into its plan
 #include "varokel-batch/plan_water.h"
 
 #include "files/batch/water_areas.h"

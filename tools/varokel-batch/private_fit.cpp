@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// private_fit.cpp -- one fit in a folder of its own: prepared, started, harvested, removed
 #include "varokel-batch/private_fit.h"
 
 #include "files/base/own_files.h"

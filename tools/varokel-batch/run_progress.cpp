@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// run_progress.cpp -- what a run says of itself while it works, and of its times at the end
 #include "varokel-batch/run_progress.h"
 
 #include <algorithm>

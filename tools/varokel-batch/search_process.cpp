@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// search_process.cpp -- a search from the making of its folder to its removal
 #include "varokel-batch/search_process.h"
 
 #include "files/base/tool_error.h"

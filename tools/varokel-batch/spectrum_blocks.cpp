@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// spectrum_blocks.cpp -- in which order neighbours hand on their results as start values
 #include "varokel-batch/spectrum_blocks.h"
 
 #include <algorithm>

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// spectrum_fitter.cpp -- the fit of one spectrum, by the method and from the start values of its
+// plan
 #include "varokel-batch/spectrum_fitter.h"
 
 #include "files/base/text_file.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// start_choice.cpp -- the start values of a batch, and of each of its fits
 #include "varokel-batch/start_choice.h"
 
 #include "files/base/input_file.h"

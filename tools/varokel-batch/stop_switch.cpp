@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// stop_switch.cpp -- tells all threads of a run to come to an end, and signals that ask for it
 #include "varokel-batch/stop_switch.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// compare_text.cpp -- two result files, words exactly, numbers within a tolerance
 #include "varokel-compare/compare_text.h"
 
 #include "files/base/text_pattern.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// look_first.cpp -- a page of what would be fitted, before it is
 #include "varokel-fit/look_first.h"
 
 #include "files/pages/look_page.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// output_folder.cpp -- the folder of the results: new as a whole, or left as it was
 #include "varokel-fit/output_folder.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// run_fits.cpp -- the fitter as a program, each fit in a folder of its own
 #include "varokel-fit/run_fits.h"
 
 #include "files/base/own_files.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// region_labels.cpp -- regions of a grid, from a mask
 #include "varokel-report/region_labels.h"
 
 #include "files/base/tool_error.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// report_places.cpp -- which spectra a report is about, and what it calls them
 #include "varokel-report/report_places.h"
 
 #include "files/base/tool_error.h"
