@@ -182,4 +182,16 @@ rm -rf src kernel engine files tools && mkdir src
 status 1 "$checks/math.sh" .
 status 1 "$checks/includes.sh" .
 
+# what a source says of itself
+status 1 "$checks/heads.sh" .
+printf '// SPDX\n// sum.cpp -- adds\n' >src/sum.cpp
+printf '/* SPDX\n *\n * sum.h -- adds\n' >src/sum.h
+status 0 "$checks/heads.sh" .
+holds out '2 files, 0 without a head'
+for head in '// dif.cpp -- adds' '// sumXcpp -- adds' '// sum.cpp -- ' '#include "sum.h"'; do
+    printf '// SPDX\n%s\n' "$head" >src/sum.cpp
+    status 1 "$checks/heads.sh" .
+    holds out 'src/sum.cpp: its first lines do not say what it is'
+done
+
 finish
