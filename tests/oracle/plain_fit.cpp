@@ -3,12 +3,10 @@
 //
 // One exponential per point of every curve, an incremental model update per derivative, four models
 // per element of the Fisher matrix. Slow and easy to check; the product's model, gradient and error
-// bounds are held against it, in their numbers and in their time. Works on the same module state.
-//
-// Of the product are three things, each held against another form elsewhere: the links
-// (tests/property, by definition::linked), the line search (tests/unit/minimize, by golden
-// sections) and the radix-2 transform, which a fit takes for a fitted lineshape only
-// (tests/property, by the double sum). So a fit here proves nothing of them.
+// bounds are held against it, in their numbers and in their time. It proves nothing of what it
+// shares with the product: the links (held by definition::linked, tests/property), the line search
+// (by golden sections, tests/unit/minimize) and the radix-2 transform of fitted lineshapes (by the
+// double sum, tests/property). Works on the same module state.
 #include "oracle/plain_fit.h"
 
 #include "minimize/line_search.h"
