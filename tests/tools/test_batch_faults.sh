@@ -108,7 +108,7 @@ done
 status 0 "$programs/varokel-import" grid.nii --voxel 1,1,0 -o one
 for from in neighbour common; do
     test='! cmp'
-    [ $from = neighbour ] || test=cmp
+    [ $from = neighbour ] || test="cmp"
     printf '#!/bin/sh\ncmp -s spectrum.bin %s && %s -s start.par %s && kill -SEGV $$\nexec %s "$@"\n' \
         "$PWD/one/grid_1_1_0.bin" "$test" "$PWD/near_classic/start.par" "$programs/varokel" >"fake_$from"
     chmod +x "fake_$from"
