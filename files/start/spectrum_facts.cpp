@@ -46,6 +46,10 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
         return value.get<long long>();
     };
     const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
+    if (first && stop && *stop < *first)
+        throw tool_error(bad_input, sidecar.file() + ": item \"noise_window\" is " +
+                                        all.find("noise_window")->dump() +
+                                        "; expected \"stop\" behind \"first\"");
     if (first && stop) facts.noise = int_pair({*first, *stop});
     for (const ordered_json &guess : all.value("guessed", ordered_json::array()))
         facts.guessed_sense = facts.guessed_sense || (guess.is_object() && guess.contains("item") &&

@@ -29,6 +29,7 @@ cp deep.json spectrum.json
 refused 'spectrum.json: JSON nested deeper than 64 levels' \
     "$programs/varokel-start" "$c13/peaks.txt" -d spectrum.bin -o start.par
 for place in '"noise_window": { "first": "ten", "stop": 20 }|item "noise_window.first" is "ten"' \
+    '"noise_window": { "first": 20, "stop": 10 }|item "noise_window" is {"first":20,"stop":10}; expected' \
     '"resized": { "from": [1] }|item "from" is [1]' \
     '"hz_per_point": "five"|item "hz_per_point" is "five"' \
     '"points": 1e300|item "points" is 1e+300'; do
