@@ -5,8 +5,8 @@
 #pragma once
 
 #include "fuzz_reader.h"
+#include "written_files.h"
 
-#include "files/base/sha256.h"
 #include "files/batch/plan_lines.h"
 #include "files/batch/shard_files.h"
 #include "files/start/start_file.h"
@@ -21,16 +21,10 @@ inline constexpr std::size_t entries = 2;
 inline constexpr long long spectra = 4, points = 16;
 inline constexpr std::size_t sum_of_record = 36; // place of the check sum
 
-inline std::string digest(const std::string &text) {
-    tools::sha256 hash;
-    hash.add(text.data(), text.size());
-    return hash.digits();
-}
-
 struct batch_folder {
     tools::ordered_json head, marker, lock;
     std::vector<std::string> lines; // without comma and blanks
-    std::map<std::string, std::string> files;
+    folder_files files;
     std::string done_stem = "shards/0000_of_0002", open_stem = "shards/0001_of_0002";
 };
 
@@ -168,37 +162,12 @@ inline void seal(std::string &text, std::size_t size, bool record) {
     }
 }
 
-// What lies in the current folder, by name, so that only what a case changes is written.
-inline std::map<std::string, std::string> &files_there() {
-    static std::map<std::string, std::string> there;
-    return there;
-}
-
 // For files that the code under test may have changed, made or removed: they are written again.
 inline void forget_shard(const std::string &stem) {
     std::error_code error;
     for (const char *ending : {".part", ".curves", ".done", ".journal", ".fitted", ".lock"}) {
         std::filesystem::remove(stem + ending, error);
         files_there().erase(stem + ending);
-    }
-}
-
-inline void write_changed(const std::map<std::string, std::string> &wanted) {
-    std::map<std::string, std::string> &there = files_there();
-    std::error_code error;
-    for (auto file = there.begin(); file != there.end();) {
-        if (!wanted.contains(file->first)) {
-            std::filesystem::remove(file->first, error);
-            file = there.erase(file);
-        } else {
-            ++file;
-        }
-    }
-    for (const auto &[name, text] : wanted) {
-        const auto known = there.find(name);
-        if (known != there.end() && known->second == text) continue;
-        support::write_file(name, text);
-        there[name] = text;
     }
 }
 
@@ -214,7 +183,7 @@ inline void write_folder(batch_folder &batch, std::size_t broken) {
     const std::string manifest = manifest_of(batch, broken);
     const std::string id = (broken & 8U) == 0 ? id_of(manifest) : std::string(64, '0');
     if (batch.marker.is_object() && (broken & 16U) == 0) fill_marker(batch, id);
-    std::map<std::string, std::string> files;
+    folder_files files;
     for (const char *name : {"start.par", "sidecar.json", "names.txt"})
         files[name] = batch.files[name];
     files["manifest.json"] = manifest;

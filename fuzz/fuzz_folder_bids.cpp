@@ -9,6 +9,7 @@
 #include "files/base/tool_error.h"
 #include "varokel-batch/bids_names.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
@@ -50,11 +51,20 @@ static fs::path place_of(edit_bytes &bytes) {
     return place;
 }
 
+// The part of a path that is there leads nowhere but into the data set, whatever links it has.
+static bool is_inside(const fs::path &place, const fs::path &top) {
+    std::error_code error;
+    const fs::path led = fs::weakly_canonical(place, error);
+    return !error &&
+           std::mismatch(top.begin(), top.end(), led.begin(), led.end()).first == top.end();
+}
+
 // A file, a folder or a link, with the folders above it. What is in the way stays.
 static void make_entry(const fs::path &root, edit_bytes &bytes) {
     const fs::path place = root / place_of(bytes);
     const std::string name = part_of(bytes);
-    if (name.empty()) return;
+    static const fs::path top = fs::canonical(root);
+    if (name.empty() || !is_inside(place, top)) return;
     std::error_code error;
     fs::create_directories(place, error);
     static const char *const targets[] = {"..", ".", "nowhere", "../../outside", "sub-01", "mrs"};

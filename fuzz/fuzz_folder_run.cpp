@@ -2,11 +2,13 @@
 // fuzz_folder_run.cpp -- the folder of a fit that somebody changed, as varokel-report reads it
 //
 // A fit of two lines in 64 points is run once, with its exact end. The bytes are edits of its
-// files: a word, a number of a signal, an item of a JSON, a cut. What the readers let pass becomes
+// files: a word, a number of a signal, an item of a JSON, a cut. The list of the fit's files is not
+// there, or has them as the fit left them, or as they are now. What the readers let pass becomes
 // rows of both tables, the page with the lines that an import took out, the picture and a ratio of
 // areas with its error.
 #include "edits.h"
 #include "fuzz_reader.h"
+#include "written_files.h"
 
 #include "support/small_fit.h"
 
@@ -14,6 +16,7 @@
 #include "files/pages/report_curves.h"
 #include "files/pages/report_page.h"
 #include "files/problem/fit_folder.h"
+#include "files/results/fit_list.h"
 #include "files/results/judge_run.h"
 #include "files/results/removed_signal.h"
 #include "files/results/results_table.h"
@@ -29,8 +32,7 @@
 namespace fs = std::filesystem;
 using fuzz::edit_bytes;
 using fuzz::expect;
-
-typedef std::map<std::string, std::string> folder_files;
+using fuzz::folder_files;
 
 static const char *const sidecar =
     "{\"points\": 64, \"hz_per_point\": 2.0, \"dwell_time_s\": 0.0078125, \"spectrometer_mhz\": "
@@ -87,20 +89,17 @@ static void edit(folder_files &files, edit_bytes &bytes) {
     fuzz::edit_word(text, bytes);
 }
 
-// Puts the changed files in place of those of the last case.
-static void write_changed(const folder_files &files, const folder_files &whole,
-                          folder_files &there) {
-    for (const auto &[name, text] : whole) {
-        const auto wanted = files.find(name);
-        const auto present = there.find(name);
-        if (wanted == files.end()) {
-            if (present != there.end()) fs::remove(name);
-            there.erase(name);
-        } else if (present == there.end() || present->second != wanted->second) {
-            support::write_file(name, wanted->second);
-            there[name] = wanted->second;
-        }
+// fit_files.sha256 of these files, as varokel-fit leaves it.
+static std::string list_of(const folder_files &files) {
+    static std::map<std::string, std::string> known; // digests by contents
+    std::string list;
+    for (const auto &[name, text] : files) {
+        if (known.size() > 1000) known.clear();
+        const auto [at, is_new] = known.try_emplace(text);
+        if (is_new) at->second = fuzz::digest(text);
+        list += at->second + "  " + name + "\n";
     }
+    return list;
 }
 
 static std::size_t count_of(const std::string &text, const std::string &word) {
@@ -145,18 +144,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size > fuzz::largest_input) return 0;
     fuzz::enter_folder();
     static const folder_files whole = whole_run();
-    static folder_files there = whole;
+    static const bool written = (fuzz::files_there() = whole, true);
+    static const std::string whole_list = list_of(whole);
     folder_files files = whole;
     edit_bytes bytes(data, size);
+    const std::size_t listed = bytes.below(8); // digests take half of the time
     const bool edited = bytes.more();
+    if (listed == 1) files[tools::fit_list_name] = whole_list; // the files then
     const bool with_page = fuzz::one_of_64(data, size);
     for (int edits = 0; bytes.more() && edits < 8; ++edits)
         if (!files.empty()) edit(files, bytes);
-    write_changed(files, whole, there);
+    if (listed == 2) files[tools::fit_list_name] = list_of(files); // the files now
+    fuzz::write_changed(files);
     try {
         tools::result_options options;
         options.hashes = false;
         const tools::run_result run = tools::read_run(".", "data", options);
+        expect(written);
         expect(edited || (run.fitted && run.optimum && run.why_not.empty()));
         const std::size_t removed = tools::removed_signal(run).size();
         expect(removed == run.data.size() || (edited && removed == 0));

@@ -20,11 +20,18 @@
 namespace fs = std::filesystem;
 using fuzz::edit_bytes;
 using fuzz::expect;
-
-typedef std::map<std::string, std::string> folder_files;
+using fuzz::folder_files;
 
 static const char *const names[] = {"results.tsv", "quality.tsv", "pictures.tsv", "pictures.f32",
                                     "spectra.f32"};
+
+// Beside them stay the files of the batch.
+static folder_files with_batch(const folder_files &tables) {
+    static const folder_files batch = fuzz::files_there();
+    folder_files all = batch;
+    all.insert(tables.begin(), tables.end());
+    return all;
+}
 
 // Writes the folder and its tables, as merge does.
 static folder_files whole_tables() {
@@ -55,7 +62,7 @@ static folder_files whole_tables() {
         files["pictures.tsv"] +=
             std::to_string(line) + "\t" + std::to_string(line) + "\t" + spectrum.name + "\t1.0\n";
     }
-    for (const auto &[name, text] : files) support::write_file(name, text);
+    fuzz::write_changed(with_batch(files));
     return files;
 }
 
@@ -103,7 +110,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size > fuzz::largest_input) return 0;
     fuzz::enter_folder();
     static const folder_files whole = whole_tables();
-    static folder_files there = whole;
     static bool first = true;
     if (first) check(tools::batch_view("."), true); // as the program leaves it
     first = false;
@@ -111,16 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     edit_bytes bytes(data, size);
     const bool with_page = fuzz::one_of_64(data, size);
     for (int edits = 0; bytes.more() && edits < 8; ++edits) edit(files, bytes);
-    for (const auto &[name, text] : whole) {
-        const auto wanted = files.find(name);
-        if (wanted == files.end()) {
-            fs::remove(name);
-            there.erase(name);
-        } else if (!there.contains(name) || there[name] != wanted->second) {
-            support::write_file(name, wanted->second);
-            there[name] = wanted->second;
-        }
-    }
+    fuzz::write_changed(with_batch(files));
     try {
         check(tools::batch_view("."), with_page);
     } catch (const tools::tool_error &error) {
