@@ -76,12 +76,13 @@ static bool looks_mirrored(const complex_signal &spectrum, const signal_facts &f
         return false;
     if (facts.nucleus && *facts.nucleus != "1H") return false;
     const auto n = static_cast<long long>(spectrum.size());
+    const long long carrier = n / 2; // a point, of an odd number, too
     double right = 0.0, mirrored = 0.0;
     for (const double ppm : {2.01, 3.03, 3.21}) {
         const double offset = (ppm - *facts.ppm_at_carrier) * *facts.mhz / hz_per_point;
         const double half_width = 0.08 * *facts.mhz / hz_per_point;
         const auto highest = [&](double sign) {
-            const double centre = static_cast<double>(n / 2) + (rises ? sign : -sign) * offset;
+            const double centre = static_cast<double>(carrier) + (rises ? sign : -sign) * offset;
             double top = 0.0;
             for (auto i = static_cast<long long>(centre - half_width);
                  i <= static_cast<long long>(centre + half_width); ++i)
