@@ -35,7 +35,7 @@ class table_reader {
                                             " columns; expected up to " +
                                             std::to_string(most_columns));
         for (std::size_t c = 0; c < cells_.size(); ++c) {
-            if (!columns_.emplace(cells_[c], c).second)
+            if (!columns_.emplace(utf8_cell(c), c).second)
                 throw tool_error(bad_input, file + ": two columns are called " +
                                                 text_of_cell(cells_[c]) +
                                                 ". Merge the batch again");
@@ -65,7 +65,8 @@ class table_reader {
     }
     bool has(const char *name) const { return columns_.contains(name); }
     const std::vector<std::string> &names() const { return names_; }
-    std::string text(std::size_t column) const { return text_of_cell(cells_[column]); }
+    // Errors: bad_input for a cell that is not UTF-8: what is read goes into a page.
+    std::string text(std::size_t column) const { return text_of_cell(utf8_cell(column)); }
     // Nothing for a cell that holds no number; n/a is not a number.
     std::optional<double> number_of(std::size_t column) const {
         const std::string_view cell = cells_[column];
@@ -84,6 +85,12 @@ class table_reader {
     }
 
   private:
+    std::string_view utf8_cell(std::size_t column) const {
+        const std::string_view cell = cells_[column];
+        if (utf8_fault(cell) != cell.npos)
+            refuse_not_utf8(cell, file_ + ", line " + std::to_string(number_) + ": cell");
+        return cell;
+    }
     void cut(const std::string &line) {
         cells_.clear();
         std::size_t begin = 0;
