@@ -41,7 +41,7 @@ true_that 'numbers with -O3, texts with -O1' test "$(flags usual)" = '-O1 -O3'
 true_that 'a fuzz build as it asks' test "$(flags fuzzed -DVAROKEL_FUZZ=ON -DCMAKE_CXX_FLAGS_RELEASE=-O1)" = -O1
 
 cd "$tree" || exit 1
-for script in $(grep -lE '^prefer_ninja$' demo check fuzz/burst .ci/tidy); do
+for script in $(grep -lE '^prefer_ninja$' demo check fuzz/burst fuzz/campaign .ci/tidy); do
     true_that "$script installs ninja" grep -q 'install_missing.* ninja-build' "$script"
 done
 for script in demo check fuzz/burst; do

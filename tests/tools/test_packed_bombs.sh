@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # Some kilobytes of .nii.gz that unpack to a thousand times as much: what is held does not grow with what comes out.
-# MIB=5120 makes the zeros of each file as many (by hand; 64 here).
+# MIB=1024 makes the zeros of each file as many (by hand; 64 here).
 . "$(dirname "$0")/harness.sh"
 . "$tree/tests/batch/two_lines.sh"
 command -v gzip >/dev/null || { echo "skipped: there is no gzip"; exit 77; }
