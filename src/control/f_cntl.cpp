@@ -26,12 +26,10 @@ static const char *const version_3_order_lines[] = {
     "ranges <integer>\n",
     "ignore <integer>\n",
     "pattrn <integer>\n\n\n",
-    nullptr,
 };
 static const char *const version_3_example_lines[] = {
     "number     area          frequency      gausswidth         phase        lorentzwidth \n",
     "  1   1.81648529E+09  9.76587128E+02  7.99022544E-01  -5.15528738E+00 6.14323470E-01 \n",
-    nullptr,
 };
 
 static const keyword_format version_3_format = {

@@ -26,12 +26,10 @@ static const char *const old_order_lines[] = {
     "sg_idl <string>\n",
     "ranges <integer>\n\n\n",
     "ignore <integer>\n\n\n",
-    nullptr,
 };
 static const char *const old_example_lines[] = {
     "number       area          frequency        width1           phase        width2 \n",
     "  1       1.81648529E+09  9.76587128E+02  7.99022544E-01  -5.15528738E+00 6.14323470E-01 \n",
-    nullptr,
 };
 
 static const keyword_format old_format = {

@@ -7,6 +7,7 @@
 #include "data/scan.h"
 #include "model/units.h"
 #include "run/end_run.h"
+#include "run/print_lines.h"
 
 #include <cstring>
 
@@ -36,10 +37,6 @@ struct marker {
 
 static void skip_word(std::FILE *file, int width) {
     const marker skipped(file, width);
-}
-
-static void print_lines(const char *const *lines) {
-    for (; *lines != nullptr; ++lines) std::fputs(*lines, stdout);
 }
 
 static void print_reading_terminated() {

@@ -9,15 +9,16 @@
 #include "run/types.h"
 
 #include <cstdio>
+#include <span>
 
 // In what a generation differs.
 struct keyword_format {
-    bool is_version_3;                // version word, f__tol, pattrn and pattern names
-    const char *const *order_lines;   // what is printed when the keywords are out of step
-    int start_header_widths[5];       // "%<width>s" of the words behind "number"
-    const char *const *example_lines; // ... when the starting values are
-    bool names_end_of_lsf;            // ... and whether the expected last word is named
-    int correction_level;             // verbose at and above which corrected values are reported
+    bool is_version_3;                          // version word, f__tol, pattrn and pattern names
+    std::span<const char *const> order_lines;   // what is printed when the keywords are out of step
+    int start_header_widths[5];                 // "%<width>s" of the words behind "number"
+    std::span<const char *const> example_lines; // ... when the starting values are
+    bool names_end_of_lsf;                      // ... and whether the expected last word is named
+    int correction_level; // verbose at and above which corrected values are reported
     bool reports_pattern_type;
 };
 

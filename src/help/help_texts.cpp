@@ -5,7 +5,7 @@
 // do, and change with them.
 #include "help/help_texts.h"
 
-#include <cstdio>
+#include "run/print_lines.h"
 
 static const char *const topic_0_lines[] = {
     "***************************************************************************\n",
@@ -831,11 +831,6 @@ static const char *const overview_lines[] = {
     "| {prompt} varokel -h 8  |  description on the usage of patterns      |\n",
     "-----------------------------------------------------------------------\n\n",
 };
-
-template <unsigned long n>
-static void print_lines(const char *const (&lines)[n]) {
-    for (const char *line : lines) std::fputs(line, stdout);
-}
 
 void help_text_0() {
     print_lines(topic_0_lines);

@@ -12,6 +12,7 @@
 #include "run/fit_spectrum.h"
 #include "run/input_spectrum.h"
 #include "run/end_run.h"
+#include "run/print_lines.h"
 #include "run/state.h"
 #include "run/storage.h"
 
@@ -70,11 +71,6 @@ static const char *const file_format_lines[] = {
     "               {prompt} varokel -h \n",
     "---\n",
 };
-
-template <std::size_t n>
-static void print_lines(const char *const (&lines)[n]) {
-    for (const char *line : lines) std::fputs(line, stdout);
-}
 
 static void print_words(int argc, char **argv) {
     for (int i = 0; i < argc; ++i) std::printf("%s ", argv[i]);

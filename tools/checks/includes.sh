@@ -51,7 +51,7 @@ function layer(file,  part, n) {
     n = split(file, part, "/")
     if (part[1] == "src") {
         if (part[2] != "run") return part[2]
-        return part[3] ~ /^(types\.h|capacity\.h|state(_[a-z]+)?\.h|state\.cpp|storage\.(h|cpp)|end_run\.(h|cpp))$/ \
+        return part[3] ~ /^(types\.h|capacity\.h|state(_[a-z]+)?\.h|state\.cpp|storage\.(h|cpp)|end_run\.(h|cpp)|print_lines\.h)$/ \
             ? "run_floor" : "run_roof"
     }
     if (part[1] == "files") return n > 2 ? part[1] "/" part[2] : "files"
