@@ -11,7 +11,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 import varokel
-from conftest import masked_array
+from conftest import TREE, masked_array
 
 
 def test_a_signal_file_is_little_endian_float32_pairs(tmp_path: Path) -> None:
@@ -43,7 +43,9 @@ def test_an_existing_file_is_not_overwritten(tmp_path: Path) -> None:
 
 def test_a_signal_that_finds_no_room_leaves_nothing(tmp_path: Path) -> None:
     limited = (
-        "import resource, sys, numpy, varokel\n"
+        "import resource, sys\n"
+        f"sys.path.insert(0, {str(TREE / 'python')!r})\n"
+        "import numpy, varokel\n"
         "resource.setrlimit(resource.RLIMIT_FSIZE, (1024, 1024))\n"
         "varokel.write_signal(sys.argv[1], numpy.ones(1000, complex))\n"
     )
