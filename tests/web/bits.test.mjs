@@ -92,7 +92,8 @@ test("the plain module has no vector instruction, the other has", () => {
 test("derived values are those of varokel-fit, and a name that no line has is an error of the table", async () => {
   const { folder, input } = prepared("p31_brain");
   const rows = "derive: ratio = PCr/GATP\nderive: log10(PCr)\nderive: where = frequency(PCr) - frequency(Pin)\n";
-  writeFileSync(join(folder, "peaks.txt"), rows + readFileSync(join(folder, "peaks.txt"), "utf8"));
+  const table = readFileSync(join(folder, "peaks.txt"), "utf8");
+  writeFileSync(join(folder, "peaks.txt"), rows + table);
   run("varokel-fit", [input, "peaks.txt", "-o", "run", "--method", "exact"], folder);
   const { fit, report } = await page_fit(folder, input);
   const theirs = readFileSync(join(folder, "run/derived.tsv"), "utf8");
@@ -102,7 +103,7 @@ test("derived values are those of varokel-fit, and a name that no line has is an
   assert.match(report.report, /ratio/);
   const bench = new Bench(with_vectors);
   bench.put_spectra((await import_files(with_vectors, { files: [input, "p31_brain.fid.json"].map((name) => file_of(join(folder, name))), inputs: [input] })).spectra);
-  bench.set_text(rows.replace("PCr/GATP", "PCr/NAA") + readFileSync(join(folder, "peaks.txt"), "utf8"));
+  bench.set_text(rows.replace("PCr/GATP", "PCr/NAA") + table);
   assert.match(bench.error?.text ?? "", /NAA/);
 });
 
