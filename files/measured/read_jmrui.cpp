@@ -20,7 +20,7 @@ struct jmrui_header {
 };
 
 // Header lines up to the first row of numbers, which is left in text.
-static jmrui_header header_of(line_reader &text) {
+static jmrui_header jmrui_header_of(line_reader &text) {
     jmrui_header header;
     bool in_signals = false;
     while (text.next()) {
@@ -41,8 +41,8 @@ static jmrui_header header_of(line_reader &text) {
     text.refuse("ends before the first point; expected rows of numbers behind \"Signal and FFT\"");
 }
 
-static std::optional<double> number_item(const std::string &file, const jmrui_header &header,
-                                         const char *name) {
+static std::optional<double> header_number(const std::string &file, const jmrui_header &header,
+                                           const char *name) {
     const auto at = header.items.find(lower_case(name));
     if (at == header.items.end() || at->second.value.empty()) return std::nullopt;
     const std::optional<double> value = number_of(at->second.value);
@@ -52,10 +52,10 @@ static std::optional<double> number_item(const std::string &file, const jmrui_he
     return value;
 }
 
-static void each_row(const std::string &file, long long points, long long datasets,
-                     const std::function<bool(std::complex<double>)> &take) {
+static void each_fid_row(const std::string &file, long long points, long long datasets,
+                         const std::function<bool(std::complex<double>)> &take) {
     line_reader text(file);
-    header_of(text);
+    jmrui_header_of(text);
     long long in_signal = 0, signals = 0;
     do {
         const std::string_view line = trimmed(text.line());
@@ -93,14 +93,14 @@ static void each_row(const std::string &file, long long points, long long datase
 
 static std::optional<long long> count_item(const std::string &file, const jmrui_header &header,
                                            const char *name) {
-    const std::optional<double> value = number_item(file, header, name);
+    const std::optional<double> value = header_number(file, header, name);
     if (value && !(*value >= 1.0 && *value <= 1e9 && whole_number_of(std::to_string(*value))))
         throw tool_error(bad_input, file + ": " + name + " is no whole number above 0");
     return value ? std::optional(static_cast<long long>(*value)) : std::nullopt;
 }
 
 static void take_header_facts(const jmrui_header &header, spectrum_source &source) {
-    const auto number = [&](const char *name) { return number_item(source.file, header, name); };
+    const auto number = [&](const char *name) { return header_number(source.file, header, name); };
     signal_facts &facts = source.facts;
     if (const std::optional<double> interval = number("SamplingInterval")) {
         if (!(*interval > 0.0))
@@ -135,7 +135,7 @@ static void take_header_facts(const jmrui_header &header, spectrum_source &sourc
 std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
     size_of_input(file, "a jMRUI text file");
     line_reader text(file);
-    const jmrui_header header = header_of(text);
+    const jmrui_header header = jmrui_header_of(text);
 
     auto source = std::make_unique<text_source>();
     source->file = file;
@@ -152,7 +152,7 @@ std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
     take_header_facts(header, *source);
     const long long n = *points;
     source->for_each_point = [file, n, datasets](const auto &take) {
-        each_row(file, n, datasets, take);
+        each_fid_row(file, n, datasets, take);
     };
     source->count_points_of_text(); // finds a mistake in any line now
     return source;

@@ -10,7 +10,7 @@
 namespace tools {
 
 // Groups up to $NMID, behind which the points begin.
-static std::vector<namelist_group> header_of(line_reader &text, const std::string &file) {
+static std::vector<namelist_group> groups_of_header(line_reader &text, const std::string &file) {
     std::vector<namelist_group> groups;
     while (std::optional<namelist_group> group = next_group(text, file)) {
         groups.push_back(*group);
@@ -25,7 +25,7 @@ static std::vector<namelist_group> header_of(line_reader &text, const std::strin
 static void each_point(const std::string &file, const std::optional<std::size_t> &width,
                        const std::function<bool(std::complex<double>)> &take) {
     line_reader text(file);
-    header_of(text, file);
+    groups_of_header(text, file);
     double real = 0.0;
     bool has_real = false;
     while (text.next()) {
@@ -42,7 +42,7 @@ std::unique_ptr<spectrum_source> read_lcmodel_raw(const std::string &file,
                                                   const std::optional<long long> &points) {
     size_of_input(file, "an LCModel .RAW or .H2O file");
     line_reader text(file);
-    const std::vector<namelist_group> groups = header_of(text, file);
+    const std::vector<namelist_group> groups = groups_of_header(text, file);
     const auto first_of = [&](std::initializer_list<const char *> items) -> std::optional<double> {
         for (const namelist_group &group : groups)
             for (const char *item : items)

@@ -158,7 +158,7 @@ static const ordered_json *first_value(const ordered_json &meta, const char *ite
     return at->empty() ? nullptr : &at->front();
 }
 
-static std::optional<double> number_item(const ordered_json &meta, const char *item,
+static std::optional<double> meta_number(const ordered_json &meta, const char *item,
                                          const std::string &file) {
     const ordered_json *const value = first_value(meta, item);
     if (value == nullptr) return std::nullopt;
@@ -177,7 +177,7 @@ static void take_dwell_time(const nifti_header &header, const ordered_json &meta
     else if (header.time_unit == microseconds)
         unit = 1e-6;
     const double dwell = as_written(header.pixdim_4) * unit;
-    const std::optional<double> width = number_item(meta, "SpectralWidth", source.file);
+    const std::optional<double> width = meta_number(meta, "SpectralWidth", source.file);
     // Some writers leave 1 where they know no dwell time; no spectrum is sampled that slowly.
     if (!(dwell > 0.0) || dwell > 0.1) {
         if (!width || !(*width > 0.0)) return;
@@ -260,7 +260,7 @@ static void take_nifti_facts(const nifti_header &header, const ordered_json &met
     const std::string &file = source.file;
     signal_facts &facts = source.facts;
     take_dwell_time(header, meta, source);
-    facts.mhz = number_item(meta, "SpectrometerFrequency", file);
+    facts.mhz = meta_number(meta, "SpectrometerFrequency", file);
     if (facts.mhz && !(*facts.mhz > 0.0))
         throw tool_error(bad_input, file + ": item SpectrometerFrequency of the JSON is not above "
                                            "0; expected it in MHz");
@@ -270,22 +270,22 @@ static void take_nifti_facts(const nifti_header &header, const ordered_json &met
     if (const ordered_json *const nucleus = first_value(meta, "ResonantNucleus");
         nucleus != nullptr && nucleus->is_string())
         facts.nucleus = nucleus_of(nucleus->get<std::string>());
-    facts.echo_time = number_item(meta, "EchoTime", file);
-    facts.repetition_time = number_item(meta, "RepetitionTime", file);
+    facts.echo_time = meta_number(meta, "EchoTime", file);
+    facts.repetition_time = meta_number(meta, "RepetitionTime", file);
     std::array<double, 3> edges = header.geometry.voxel_mm;
     for (double &mm : edges) mm = as_written(mm);
     // 10000 stands for "not localised", 1 on all sides for a header that nobody filled in
     if (std::all_of(edges.begin(), edges.end(), [](double mm) { return mm > 0.0 && mm < 1e3; }) &&
         edges != std::array<double, 3>{1.0, 1.0, 1.0})
         facts.voxel_mm = edges;
-    facts.begin_time = number_item(meta, "AcquisitionStartTime", file);
+    facts.begin_time = meta_number(meta, "AcquisitionStartTime", file);
     // our own item; items outside of the standard are objects with Value and Description
     if (const auto own = meta.find("PpmAtCarrier"); own != meta.end() && own->is_object())
-        facts.ppm_at_carrier = number_item(*own, "Value", file);
+        facts.ppm_at_carrier = meta_number(*own, "Value", file);
     if (const auto own = meta.find("NoisePoints"); own != meta.end() && own->is_object())
         facts.noise_points =
             metadata(file, *own).point_pair("Value", static_cast<long long>(source.points) - 1);
-    if (const auto offset = number_item(meta, "TxOffset", file); offset && *offset != 0.0) {
+    if (const auto offset = meta_number(meta, "TxOffset", file); offset && *offset != 0.0) {
         source.notes["tx_offset_ppm_not_applied"] = *offset;
         source.warnings.push_back("TxOffset of the JSON is taken for the place of the pulses, not "
                                   "added to the ppm at the carrier; --ppm-at-carrier sets it");

@@ -70,7 +70,7 @@ struct rda_header {
     }
 };
 
-static rda_header header_of(const std::string &file) {
+static rda_header rda_header_of(const std::string &file) {
     rda_header header{file, {}, 0};
     line_reader text(file);
     // Points have no line ends: a file without the end mark must not be read to its end as a line.
@@ -96,7 +96,7 @@ static rda_header header_of(const std::string &file) {
 
 std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
     const long long size = size_of_input(file, "an RDA file");
-    const rda_header header = header_of(file);
+    const rda_header header = rda_header_of(file);
     auto source = std::make_unique<contiguous_source>();
     source->file = file;
     source->format = "RDA";

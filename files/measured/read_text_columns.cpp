@@ -9,8 +9,8 @@
 
 namespace tools {
 
-static void each_row(const std::string &file,
-                     const std::function<bool(std::complex<double>)> &take) {
+static void each_text_row(const std::string &file,
+                          const std::function<bool(std::complex<double>)> &take) {
     line_reader text(file);
     bool heading_allowed = true;
     while (text.next()) {
@@ -42,7 +42,7 @@ std::unique_ptr<spectrum_source> read_text_columns(const std::string &file, cons
     source->format = "text columns";
     source->stem = stem_of(file);
     source->for_each_point = [file](const std::function<bool(std::complex<double>)> &take) {
-        each_row(file, take);
+        each_text_row(file, take);
     };
     source->facts.ppm_rises_with_points = true;
     const long long in_file = source->count_points_of_text();

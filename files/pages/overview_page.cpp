@@ -296,7 +296,7 @@ static std::string worst_table(const batch_view &batch, const std::vector<std::s
     return html;
 }
 
-static std::string list_of(const char *heading, const std::vector<std::string> &texts) {
+static std::string list_below(const char *heading, const std::vector<std::string> &texts) {
     if (texts.empty()) return "";
     std::string html = "<div class=\"guesses\">" + element("h2", "", heading) + "<ul>";
     for (const std::string &text : texts) html += element("li", "", text);
@@ -319,7 +319,7 @@ static std::string body_of(const batch_view &batch, const std::vector<std::size_
         "tables results.tsv and quality.tsv hold all numbers.</p></noscript>\n"
         "<div id=\"controls\" class=\"tools\"></div>\n"
         "<div class=\"columns\"><div id=\"maps\"></div><div id=\"detail\"></div></div>\n" +
-        list_of("Done before the fits", batch.notes) + list_of("Guessed", batch.guesses) +
+        list_below("Done before the fits", batch.notes) + list_below("Guessed", batch.guesses) +
         worst_table(batch, order) + not_fitted_table(batch) +
         "<p class=\"muted\">Errors are Cram\u00e9r-Rao bounds of one standard deviation (1 SD); "
         "the program\u2019s own files hold two. Fit quality 1 means that the residual is "

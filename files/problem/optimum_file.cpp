@@ -14,7 +14,7 @@ namespace tools {
 static constexpr const char *form = "varokel optimum 1";
 
 // JSON has no infinity and no "not a number".
-static ordered_json number_of(double value) {
+static ordered_json json_number(double value) {
     return std::isfinite(value) ? ordered_json(value) : ordered_json(nullptr);
 }
 
@@ -22,46 +22,46 @@ std::string optimum_text(const optimum_record &record) {
     ordered_json all = {{"form", form},
                         {"method", record.method},
                         {"verdict", record.verdict},
-                        {"noise_sd", number_of(record.noise_sd)},
-                        {"sum_of_squares", number_of(record.sum_of_squares)},
-                        {"expected_decrease", number_of(record.expected_decrease)},
-                        {"root_reduced_chi_square", number_of(record.root_reduced_chi_square)},
+                        {"noise_sd", json_number(record.noise_sd)},
+                        {"sum_of_squares", json_number(record.sum_of_squares)},
+                        {"expected_decrease", json_number(record.expected_decrease)},
+                        {"root_reduced_chi_square", json_number(record.root_reduced_chi_square)},
                         {"linearizations", record.linearizations},
                         {"evaluations", record.evaluations},
                         {"reasons", ordered_json::array()},
                         {"starts", ordered_json::array()},
                         {"values_in_points", ordered_json::array()},
                         {"at_bound", ordered_json::array()}};
-    if (record.search_distance) all["search_distance"] = number_of(*record.search_distance);
+    if (record.search_distance) all["search_distance"] = json_number(*record.search_distance);
     for (const optimum_record::cause &cause : record.reasons)
         all["reasons"].push_back({{"what", cause.what},
-                                  {"number", number_of(cause.number)},
+                                  {"number", json_number(cause.number)},
                                   {"entries", cause.entries},
                                   {"text", cause.text}});
     for (const optimum_record::begin &start : record.starts)
         all["starts"].push_back({{"name", start.name},
-                                 {"above", number_of(start.above)},
-                                 {"shift_hz", number_of(start.shift_hz)},
+                                 {"above", json_number(start.above)},
+                                 {"shift_hz", json_number(start.shift_hz)},
                                  {"same", start.same}});
     for (const engine::values_of_entry &values : record.values) {
         ordered_json row = ordered_json::array();
-        for (const double value : values) row.push_back(number_of(value));
+        for (const double value : values) row.push_back(json_number(value));
         all["values_in_points"].push_back(row);
     }
     for (const auto &row : record.held) all["at_bound"].push_back(row);
     for (const optimum_record::window &each : record.windows)
         all["windows_in_points"].push_back({{"entry", each.entry},
                                             {"parameter", each.quantity},
-                                            {"low", number_of(each.low)},
-                                            {"high", number_of(each.high)}});
+                                            {"low", json_number(each.low)},
+                                            {"high", json_number(each.high)}});
     if (record.begin_time)
-        all["suggested_begin_time"] = {{"seconds", number_of(record.begin_time->seconds)},
-                                       {"explained", number_of(record.begin_time->explained)},
+        all["suggested_begin_time"] = {{"seconds", json_number(record.begin_time->seconds)},
+                                       {"explained", json_number(record.begin_time->explained)},
                                        {"several", record.begin_time->several}};
     if (!record.lineshape.empty()) {
         all["lineshape"] = ordered_json::array();
         for (const std::complex<double> c : record.lineshape)
-            all["lineshape"].push_back({number_of(c.real()), number_of(c.imag())});
+            all["lineshape"].push_back({json_number(c.real()), json_number(c.imag())});
     }
     return all.dump_valid(1) + "\n";
 }

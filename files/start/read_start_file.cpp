@@ -115,7 +115,7 @@ static int keyword_count(word_reader &words, const char *keyword, int most) {
     return words.count(keyword, most);
 }
 
-static void read_step(word_reader &words, start_file &start) {
+static void read_strategy_step(word_reader &words, start_file &start) {
     start_step step;
     step.algorithm = words.integer("the algorithm");
     step.points = words.integer("the truncation");
@@ -211,7 +211,7 @@ static start_file read_keyword_format(word_reader &words, bool is_version_3) {
     read_pattern_names(words, start);
     words.expect("algor");
     for (int i = 0; i < 14; ++i) words.word();
-    while (words.take('@')) read_step(words, start);
+    while (words.take('@')) read_strategy_step(words, start);
     words.expect("number");
     for (int i = 0; i < 5; ++i) words.word();
     read_starting_values(words, start);
@@ -258,7 +258,7 @@ static start_file read_block_format(word_reader &words) {
     bool has_sizes = false, has_values = false;
     while (!words.at_end()) {
         if (words.take('@')) {
-            read_step(words, start);
+            read_strategy_step(words, start);
             continue;
         }
         const std::string word = words.word();

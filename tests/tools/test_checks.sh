@@ -182,6 +182,28 @@ rm -rf src kernel engine files tools && mkdir src
 status 1 "$checks/math.sh" .
 status 1 "$checks/includes.sh" .
 
+# names of files that are compiled as one
+if command -v python3 >/dev/null 2>&1; then
+    mkdir -p one/Unity
+    printf '#include "%s/one/%s.cpp"\n' "$PWD" sum "$PWD" difference >one/Unity/unity_0.cxx
+    printf '[{"file": "%s/one/Unity/unity_0.cxx"}]\n' "$PWD" >one/compile_commands.json
+    names() { # FIRST SECOND: what stands in the two files
+        printf '%b\n' "$1" >one/sum.cpp
+        printf '%b\n' "$2" >one/difference.cpp
+    }
+    names 'static int add(int a) {\n    static int sum = 0;' 'static int take(int a) {\n    static int sum = 0;\n    add(a);'
+    status 0 "$checks/unit_names" one
+    holds out '0 names in two files of one of 1 units'
+    for second in 'static double add(double a) {' 'static const pair<int> *add(\n    int a) {' \
+        'template <class number>\nstatic number add(number a) {' 'static constexpr int add = 1;' 'const int add[2] = {};'; do
+        names 'static int add(int a) {' "$second"
+        status 1 "$checks/unit_names" one
+        holds out 'add: difference.cpp, sum.cpp'
+    done
+    echo '[]' >one/compile_commands.json
+    status 77 "$checks/unit_names" one
+fi
+
 # what a source says of itself
 status 1 "$checks/heads.sh" .
 printf '// SPDX\n// sum.cpp -- adds\n' >src/sum.cpp

@@ -34,7 +34,7 @@ static void take_values(const start_file &start, const engine::optimum &found, f
         });
 }
 
-static exact_facts facts_of(const exact_find &fit) {
+static exact_facts exact_facts_of(const exact_find &fit) {
     exact_facts facts;
     facts.method = fit.record.method == "both" ? fit_method::both : fit_method::exact;
     facts.verdict = fit.found.judged.what;
@@ -45,7 +45,7 @@ static exact_facts facts_of(const exact_find &fit) {
     return facts;
 }
 
-static double highest(const complex_signal &signal, long long first, long long last) {
+static double highest_point(const complex_signal &signal, long long first, long long last) {
     double most = 0.0; // its square
     for (long long i = first; i <= last; ++i)
         most = std::max(most, std::norm(signal[static_cast<std::size_t>(i)]));
@@ -69,11 +69,12 @@ void exact_fitter::measure_curves(const engine::fit_problem &problem, const engi
     const complex_signal model = workspace_.spectrum(of, at.x);
     record.snr = 0.0;
     for (const auto &[first, last] : measure_.intervals)
-        record.snr = std::max(record.snr, highest(model, first, last) / noise);
+        record.snr = std::max(record.snr, highest_point(model, first, last) / noise);
     if (plan_.keep > 0) curve = signal_bytes(model);
     const long long n = measure_.points;
     for (int k = 0; k < static_cast<int>(problem.entries.size()); ++k)
-        record.entry_snr.push_back(highest(workspace_.spectrum(of, at.x, k), 0, n - 1) / noise);
+        record.entry_snr.push_back(highest_point(workspace_.spectrum(of, at.x, k), 0, n - 1) /
+                                   noise);
 }
 
 harvest exact_fitter::fit(long long line, const std::string &spectrum, const start_file &start,
@@ -106,7 +107,7 @@ harvest exact_fitter::fit(long long line, const std::string &spectrum, const sta
         take_values(start, fit.found, record);
         for (const double value : record.values)
             if (!std::isfinite(value)) return failed("its results are no finite numbers");
-        record.exact = facts_of(fit);
+        record.exact = exact_facts_of(fit);
         if (of->part() == engine::channel::both) {
             measure_curves(problem, *of, fit.found.found, record, found.fit);
         } else {
