@@ -191,6 +191,54 @@ static void windows_starts_and_verdicts(void) {
     varokel_workspace_destroy(w);
 }
 
+static void fixed_parameters_and_where_a_search_ends(void) {
+    double values[2][5], errors[2][5];
+    const double nan = strtod("nan", NULL);
+    varokel_problem *p = two_lines();
+    varokel_options *options = NULL;
+    varokel_workspace *w = NULL;
+    varokel_fit *fit = NULL;
+    int by_default;
+    CHECK(varokel_options_create(&options) == VAROKEL_OK);
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+
+    CHECK(varokel_problem_set_fixed(NULL, 0, VAROKEL_PHASE, 0.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_fixed(p, 2, VAROKEL_PHASE, 0.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_fixed(p, -1, VAROKEL_PHASE, 0.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_fixed(p, 0, VAROKEL_QUANTITIES, 0.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_fixed(p, 0, VAROKEL_GAUSS_WIDTH, 12.0) == VAROKEL_OK);
+    CHECK(varokel_problem_set_fixed(p, 1, VAROKEL_LORENTZ_WIDTH, 10.0) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_values(fit, values[0], 10) == VAROKEL_OK);
+    CHECK(varokel_fit_errors(fit, errors[0], 10) == VAROKEL_OK);
+    CHECK(near_to(values[0][VAROKEL_GAUSS_WIDTH], 12.0, 1e-13)); /* Hz, as they were given */
+    CHECK(near_to(values[1][VAROKEL_LORENTZ_WIDTH], 10.0, 1e-13));
+    CHECK(errors[0][VAROKEL_GAUSS_WIDTH] == 0.0 && errors[1][VAROKEL_LORENTZ_WIDTH] == 0.0);
+    CHECK(errors[0][VAROKEL_LORENTZ_WIDTH] > 0.0 && errors[1][VAROKEL_AREA] > 0.0);
+    by_default = varokel_fit_linearizations(fit);
+    CHECK(varokel_fit_verdict(fit) == VAROKEL_OPTIMUM);
+    CHECK(varokel_fit_expected_decrease(fit) <= 1e-6);
+    varokel_fit_destroy(fit);
+
+    CHECK(varokel_options_set_expected_decrease(NULL, 1.0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_options_set_expected_decrease(options, -1e-300) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_options_set_expected_decrease(options, nan) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_options_set_starts(options, 0, 0) == VAROKEL_OK);
+    CHECK(varokel_options_set_expected_decrease(options, 1e300) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_verdict(fit) == VAROKEL_NOT_FINISHED); /* ends where it begins */
+    CHECK(varokel_fit_linearizations(fit) < by_default);
+    varokel_fit_destroy(fit);
+    CHECK(varokel_options_set_expected_decrease(options, 0.0) == VAROKEL_OK);
+    CHECK(varokel_fit_find(p, options, w, &fit) == VAROKEL_OK);
+    CHECK(varokel_fit_verdict(fit) == VAROKEL_OPTIMUM); /* at the rounding */
+    CHECK(varokel_fit_expected_decrease(fit) <= 1e-9);
+    varokel_fit_destroy(fit);
+    varokel_options_destroy(options);
+    varokel_problem_destroy(p);
+    varokel_workspace_destroy(w);
+}
+
 /* What a progress function saw, and after how many calls it says stop (0: never). */
 struct seen {
     int calls, searches, linearizations, stop_after;
@@ -321,6 +369,7 @@ int main(void) {
     values_errors_and_curves();
     settings_of_a_problem();
     windows_starts_and_verdicts();
+    fixed_parameters_and_where_a_search_ends();
     progress_is_told_and_stops();
     intervals_and_channels();
     the_same_bits_from_every_thread();
