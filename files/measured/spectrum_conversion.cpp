@@ -126,7 +126,7 @@ static std::pair<double, double> removed_stretch(const std::string &text) {
     const std::optional<double> low = number_of(text.substr(0, colon));
     const std::optional<double> high =
         colon == std::string::npos ? std::nullopt : number_of(text.substr(colon + 1));
-    if (!low || !high || *low == *high)
+    if (!low || !high || *low == *high || !std::isfinite(*low) || !std::isfinite(*high))
         throw tool_error(wrong_usage, "--remove-water " + text +
                                           ": expected two shifts in ppm, such as 4.2:5.1");
     return std::minmax({*low, *high});

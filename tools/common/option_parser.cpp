@@ -2,9 +2,14 @@
 // option_parser.cpp -- the options that a program or one of its commands declares
 #include "common/option_parser.h"
 
+#include "common/option_number.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace tools {
@@ -21,13 +26,22 @@ declared_option *declared_option::type_name(const std::string &text) {
     return this;
 }
 
+// A number of an option, whose text was looked at before. kind: for --help.
+static CLI::Validator at_least(double least, const char *expected, const char *kind) {
+    return {[least, expected](std::string &text) {
+                if (std::strtod(text.c_str(), nullptr) >= least) return std::string();
+                return "\"" + text + "\" where a number " + expected + " was expected";
+            },
+            kind};
+}
+
 declared_option *declared_option::check(const value_rule &rule) {
     switch (rule.what) {
     case value_rule::kind::positive:
-        inner_->check(CLI::PositiveNumber);
+        inner_->check(at_least(std::numeric_limits<double>::min(), "above 0", "POSITIVE"));
         break;
     case value_rule::kind::not_negative:
-        inner_->check(CLI::NonNegativeNumber);
+        inner_->check(at_least(0.0, "from 0 on", "NONNEGATIVE"));
         break;
     case value_rule::kind::range:
         inner_->check(CLI::Range(rule.low, rule.high));
@@ -69,10 +83,27 @@ option_parser::option_parser(const std::string &description, const std::string &
 option_parser::option_parser(CLI::App *command) : app_(command) {}
 option_parser::~option_parser() = default;
 
+// void for texts
+template <class value_type>
+struct number_of_option {
+    typedef std::conditional_t<std::is_arithmetic_v<value_type>, value_type, void> type;
+};
+template <class value_type>
+struct number_of_option<std::optional<value_type>> {
+    typedef typename number_of_option<value_type>::type type;
+};
+
 template <class value_type>
 declared_option *option_parser::add_option(const std::string &names, value_type &value,
                                            const std::string &description) {
-    return &options_.emplace_back(app_->add_option(names, value, description));
+    CLI::Option *const option = app_->add_option(names, value, description);
+    typedef typename number_of_option<value_type>::type number;
+    if constexpr (std::is_same_v<number, double>) // a change stands in front of all checks
+        option->transform(
+            CLI::Validator([](std::string &text) { return fault_of_number(text); }, ""));
+    else if constexpr (!std::is_same_v<number, void>)
+        option->transform(CLI::Validator(fault_of_whole_number<number>, ""));
+    return &options_.emplace_back(option);
 }
 
 #define FOR_TYPE(type)                                                                             \
