@@ -133,6 +133,21 @@ TEST(ranked_cholesky, names_the_columns_of_a_combination_and_keeps_the_others) {
     for (std::size_t q = 0; q < 6; ++q) EXPECT_EQ(inverse[5 * 6 + q], 0.0);
 }
 
+// Nearly parallel columns e1, e1 + e2/10, e1 + e3/10, and the second and third less the first: what
+// is left of each behind the first pivot is small, the combination takes all of them alike.
+TEST(ranked_cholesky, names_all_columns_of_a_combination_of_nearly_parallel_ones) {
+    const double columns[5][4] = {
+        {1, 0, 0, 0}, {1, 0.1, 0, 0}, {0, 0, 0, 1}, {1, 0, 0.1, 0}, {1, 0.1, 0.1, 0}};
+    matrix a(25);
+    for (std::size_t p = 0; p < 5; ++p)
+        for (std::size_t q = 0; q < 5; ++q)
+            a[5 * p + q] = std::inner_product(columns[p], columns[p] + 4, columns[q], 0.0);
+    kernel::ranked_cholesky c;
+    c.factor(a, 5, all(5));
+    EXPECT_EQ(c.rank(), 4);
+    EXPECT_EQ(c.dependent(), (std::vector<int>{0, 1, 3, 4}));
+}
+
 TEST(ranked_cholesky, a_diagonal_that_is_no_positive_number_counts_as_nothing) {
     const double infinity = std::numeric_limits<double>::infinity();
     for (const double bad : {0.0, -1.0, infinity, -infinity, std::nan("")}) {

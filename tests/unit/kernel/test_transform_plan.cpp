@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <complex>
 #include <limits>
+#include <numbers>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -79,4 +81,34 @@ TEST(transform_plan, serves_many_threads_at_once) {
         });
     for (std::thread &thread : running) thread.join();
     for (unsigned k = 0; k < threads; ++k) EXPECT_EQ(got[k], wanted[k]) << k;
+}
+
+// Point k of the output is the sum of x[j] exp(-2 pi i j k / n); centred, it stands n/2 further on.
+TEST(transform_plan, is_the_double_sum_and_centred_its_halves_exchanged) {
+    for (int points = 2; points <= 256; points *= 2) {
+        const transform_plan plan(points);
+        const std::size_t n = static_cast<std::size_t>(points);
+        support::random_numbers random(7);
+        vector re(n), im(n), work_re(n), work_im(n);
+        for (std::size_t j = 0; j < n; ++j) {
+            re[j] = random.normal();
+            im[j] = random.normal();
+        }
+        for (const bool centred : {false, true}) {
+            vector x_re = re, x_im = im;
+            const kernel::split_vector y = plan.transform(x_re.data(), x_im.data(), work_re.data(),
+                                                          work_im.data(), 0.5, centred);
+            for (std::size_t k = 0; k < n; ++k) {
+                std::complex<double> sum;
+                for (std::size_t j = 0; j < n; ++j)
+                    sum += std::complex<double>(re[j], im[j]) *
+                           std::polar(1.0, -2.0 * std::numbers::pi *
+                                               static_cast<double>(j * k % n) / points);
+                const std::size_t at = centred ? (k + n / 2) % n : k;
+                // n terms of size 1, of which the plain sum rounds each
+                ASSERT_NEAR(y.re[at], 0.5 * sum.real(), 1e-15 * points) << n << ' ' << k;
+                ASSERT_NEAR(y.im[at], 0.5 * sum.imag(), 1e-15 * points) << n << ' ' << k;
+            }
+        }
+    }
 }

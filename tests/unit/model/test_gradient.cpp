@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -53,6 +54,30 @@ TEST(gradient, of_fixed_and_dependent_parameters_is_zero) {
     EXPECT_EQ(g[6], 0.0);
     EXPECT_EQ(g[8], 0.0);
     EXPECT_NE(g[5], 0.0);
+}
+
+// Central differences of the chi-square, whichever parameters are fitted beside one: with area and
+// phase switched off the curve of an entry is not made for them.
+TEST(gradient, is_the_slope_of_the_chi_square_whatever_else_is_fitted) {
+    for (const int others : {1, 0})
+        for (int kind = 0; kind < 5; ++kind) {
+            make_free_lines();
+            int *const switches[] = {&amp_fit, &freq_fit, &width_fit, &phase_fit, &voigt_fit};
+            for (int other = 0; other < 5; ++other) *switches[other] = other == kind ? 1 : others;
+            const std::vector<double> g = gradient_of_par();
+            for (int i = kind; i < npar; i += 5) {
+                const double before = par[i], h = 1e-5 * std::max(std::fabs(before), 1.0);
+                par[i] = before + h;
+                const double above = chi_square_of(par);
+                par[i] = before - h;
+                const double below = chi_square_of(par);
+                par[i] = before;
+                const double slope = (above - below) / (2.0 * h);
+                // one-sided steps of 1e-7 of the parameter
+                EXPECT_NEAR(g[static_cast<std::size_t>(i)], slope, 1e-4 * std::fabs(slope) + 1e-6)
+                    << "kind " << kind << ", others " << others << ", parameter " << i;
+            }
+        }
 }
 
 TEST(gradient, steps_a_parameter_at_zero_to_a_ten_millionth) {

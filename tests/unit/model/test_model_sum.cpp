@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 static const int no_lineshape[4] = {};
@@ -86,4 +87,51 @@ TEST(model_sum, what_was_kept_is_there_until_the_storage_grows) {
     EXPECT_EQ(points_of(sum, 32), alone(32, first));
     ASSERT_TRUE(sum.begin(setting_of(4096)));
     EXPECT_FALSE(sum.begin_with_kept(1.0));
+}
+
+// The transform is linear: the points before a place and those from it on are the whole signal.
+TEST(model_sum, points_are_left_out_before_ignore_and_from_the_truncation_on) {
+    static constexpr int ap = 64;
+    const auto part = [](int ignore, int end) {
+        curve_setting setting = setting_of(ap);
+        setting.ignore = ignore;
+        setting.td_ap_trunc = end;
+        model_sum sum;
+        EXPECT_TRUE(sum.begin(setting));
+        sum.add(1, lorentzian_line, first, 1.0);
+        sum.transform();
+        return points_of(sum, ap);
+    };
+    const std::vector<double> whole = alone(ap, first);
+    EXPECT_EQ(part(-3, 1000), whole);
+    EXPECT_EQ(part(0, 1), part(0, 2)) << "two points at least";
+    for (int place = 2; place <= ap; ++place) {
+        const std::vector<double> before = part(0, place), behind = part(place, ap);
+        for (std::size_t i = 0; i < whole.size(); ++i)
+            ASSERT_NEAR(before[i] + behind[i], whole[i], 1e-15) << place; // values are below 0.1
+        // a single point has a spectrum of one size everywhere
+        const std::vector<double> point = part(place - 1, place);
+        const double size = std::hypot(point[0], point[ap]);
+        EXPECT_GT(size, 1e-8) << place; // 3/64 exp(-2 pi 63/64)
+        for (std::size_t i = 0; i < ap; ++i)
+            ASSERT_NEAR(std::hypot(point[i], point[ap + i]), size, 1e-16) << place;
+    }
+    for (const double value : part(ap, ap)) EXPECT_EQ(value, 0.0);
+}
+
+TEST(model_sum, a_width_that_a_type_has_not_means_nothing) {
+    const auto of_type = [](int type, double gauss, double lorentz) {
+        const double p[pars_per_entry] = {3.0, 4.0, gauss, 20.0, lorentz};
+        model_sum sum;
+        EXPECT_TRUE(sum.begin(setting_of(32)));
+        sum.add(1, type, p, 1.0);
+        sum.transform();
+        return points_of(sum, 32);
+    };
+    EXPECT_EQ(of_type(gaussian_line, 2.0, 5.0), of_type(gaussian_line, 2.0, 0.0));
+    EXPECT_EQ(of_type(lorentzian_line, 5.0, 2.0), of_type(lorentzian_line, 0.0, 2.0));
+    EXPECT_EQ(of_type(voigt_line, 2.0, 0.0), of_type(gaussian_line, 2.0, 0.0));
+    EXPECT_EQ(of_type(voigt_line, 0.0, 2.0), of_type(lorentzian_line, 0.0, 2.0));
+    EXPECT_NE(of_type(voigt_line, 2.0, 5.0), of_type(voigt_line, 2.0, 0.0));
+    EXPECT_NE(of_type(voigt_line, 2.0, 5.0), of_type(voigt_line, 0.0, 5.0));
 }

@@ -127,6 +127,29 @@ TEST(vector_lib, spectrum_of_an_impulse_is_half_over_n) {
     }
 }
 
+// A single point m of the time domain has the spectrum exp(-2 pi i m (k - n/2) / n).
+TEST(vector_lib, truncation_takes_the_points_from_its_place_on) {
+    static constexpr int n = 16;
+    double table[256];
+    create_lookup(table, n, 1);
+    for (int m = 0; m < n; ++m)
+        for (int trunc = -1; trunc <= n; ++trunc) {
+            vector re(n), im(n);
+            for (int k = 0; k < n; ++k) {
+                const double angle = -2.0 * std::numbers::pi * m * (k - n / 2) / n;
+                re[static_cast<std::size_t>(k)] = std::cos(angle);
+                im[static_cast<std::size_t>(k)] = std::sin(angle);
+            }
+            const vector was_re = re, was_im = im;
+            Truncate_Spectrum(n, trunc, re.data(), im.data(), table);
+            const double left = m < trunc ? 1.0 : 0.0;
+            for (std::size_t k = 0; k < n; ++k) { // some roundings of 1
+                ASSERT_NEAR(re[k], left * was_re[k], 1e-14) << m << ' ' << trunc;
+                ASSERT_NEAR(im[k], left * was_im[k], 1e-14) << m << ' ' << trunc;
+            }
+        }
+}
+
 TEST(vector_lib, phase_correction_takes_a_phase_off_and_prints_by_level) {
     vector re = {0.0, 0.0, 0.0, 0.0}, im = {1.0, 1.0, 1.0, 1.0};
     const std::string silent =
