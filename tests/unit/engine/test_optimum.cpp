@@ -177,6 +177,41 @@ TEST(optimum, a_line_where_nothing_is_does_not_pass_for_found) {
         << area << " +- " << error;
 }
 
+// A line where nothing is finds one bump of the noise or another, as good, with another area; that
+// of the line beside it moves by less than its error. In whatever unit the areas are.
+TEST(optimum, other_minima_name_the_areas_that_differ_in_any_unit) {
+    int several = 0;
+    for (std::uint64_t seed = 1; seed <= 6; ++seed) {
+        std::vector<std::vector<int>> named;
+        for (const double unit : {1.0, 1e-4, 1e4}) {
+            auto problem = support::problem_with_lines(256, {{5 * unit, 60, 3}}, 0.05 * unit, seed);
+            problem.entries.push_back(support::free_line({0.05 * unit, 160, 3}));
+            engine::fit_options options;
+            options.starts = 3;
+            for (const double place : {130.0, 190.0, 220.0}) {
+                std::vector<engine::values_of_entry> values(2);
+                for (std::size_t k = 0; k < 2; ++k)
+                    for (std::size_t q = 0; q < engine::quantities; ++q)
+                        values[k][q] = problem.entries[k].of[q].start;
+                values[1][engine::frequency] = place;
+                options.extra.push_back({"elsewhere", values});
+            }
+            engine::model_workspace ws;
+            const auto found = engine::find_optimum(problem, ws, options);
+            ASSERT_TRUE(found);
+            std::vector<int> &entries = named.emplace_back();
+            for (const engine::reason &r : found->judged.reasons)
+                if (r.what == finding::several_minima) entries = r.entries;
+        }
+        EXPECT_EQ(named[1], named[0]) << seed;
+        EXPECT_EQ(named[2], named[0]) << seed;
+        if (named[0].empty()) continue;
+        EXPECT_EQ(named[0].back(), 1) << seed;
+        several += named[0].size() == 1 ? 1 : 0;
+    }
+    EXPECT_GT(several, 0) << "none in which the line that is there keeps its area";
+}
+
 // ---- input that no fit can be made of: an error or a verdict, and an end ----
 
 TEST(bad_input, data_that_are_not_finite_are_an_error) {
@@ -212,6 +247,16 @@ TEST(bad_input, one_point_of_data_is_too_little) {
     problem.when.points = 1;
     problem.spectrum.resize(1);
     EXPECT_FALSE(fit(problem));
+}
+
+TEST(bad_input, as_many_values_as_parameters_are_just_enough) {
+    auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+    problem.part = engine::channel::absorption;
+    problem.intervals = {{99, 101}};
+    EXPECT_TRUE(fit(problem));
+    problem.intervals = {{99, 100}};
+    ASSERT_FALSE(fit(problem));
+    EXPECT_EQ(fit(problem).why().reason, "more free parameters (3) than fitted values (2)");
 }
 
 TEST(bad_input, noise_of_nothing_is_an_error_and_any_other_gives_an_end) {

@@ -97,6 +97,20 @@ TEST(parameter_map, a_gaussian_width_that_another_follows_at_a_distance_moves_as
     EXPECT_EQ(map->value(1, engine::gauss_width, x), 4.0);
 }
 
+TEST(parameter_map, a_gaussian_width_moves_as_its_square_unless_one_follows_at_a_distance) {
+    for (const double distance : {-1.0, -1e-9, 0.0, 1e-9, 1.0})
+        for (const double factor : {0.5, 1.0}) {
+            std::vector<entry> entries = {voigt(1, 2, 3, 0, 1), voigt(1, 9, 4, 0, 1)};
+            tie(entries[1], engine::gauss_width, 0, factor, distance);
+            const auto map = parameter_map::make(entries);
+            ASSERT_TRUE(map) << distance;
+            EXPECT_EQ(map->at(map->of(0, engine::gauss_width).column).squared, distance == 0.0)
+                << distance << ' ' << factor;
+            EXPECT_NEAR(map->value(1, engine::gauss_width, map->starts()), factor * 3.0 + distance,
+                        1e-15);
+        }
+}
+
 TEST(parameter_map, a_gaussian_width_of_the_other_sign_is_the_same_line) {
     const auto map = parameter_map::make({voigt(1, 2, -3, 0, 1)});
     ASSERT_TRUE(map);

@@ -73,7 +73,7 @@ TEST(search, second_derivatives_end_it_in_few_steps_where_the_residual_is_large)
     problem.spectrum = gaussian.spectrum;
     const auto found = search(problem);
     EXPECT_GT(found.sum_of_squares, 1e4);
-    EXPECT_LT(found.linearizations, 40);
+    EXPECT_LT(found.linearizations, 10); // 7; by J^T J alone 12, by a wrong sign 35
     EXPECT_TRUE(found.end == search_end::at_minimum || found.end == search_end::at_rounding);
 }
 

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 static engine::fit_problem three_lines(double noise = 0.02) {
     return support::problem_with_lines(512, {{5, 150, 3}, {3, 230, 4}, {2, 260, 3}}, noise, 5);
@@ -107,6 +109,51 @@ TEST(relocations, of_lines_in_their_places_are_none_worth_trying) {
     prepared p(three_lines());
     p.ws.linearize(p.of, p.x);
     EXPECT_TRUE(relocations(p.of, p.ws, p.x, p.x, -4.0).empty());
+}
+
+// With a phase of its own a line takes what is along it and across. In u = A cos(phase) and
+// v = A sin(phase) the sum of squares is c + b u + d v + q (u^2 + v^2), least at c - (b^2 +
+// d^2)/4q.
+TEST(relocations, of_a_line_that_turns_gain_what_its_best_area_and_phase_do) {
+    auto problem = three_lines();
+    problem.entries[2].of[engine::phase] = {50.0, engine::link::free};
+    support::simulate(problem, 9);
+    problem.entries[2].of[engine::frequency].start = 269.0;
+    problem.entries[2].of[engine::phase].start = 0.0;
+    prepared p(problem);
+    p.ws.linearize(p.of, p.x);
+    const auto moves = relocations(p.of, p.ws, p.x, p.x, 0.0);
+    ASSERT_FALSE(moves.empty());
+    const auto column = [&](engine::quantity q) {
+        return static_cast<std::size_t>(p.of.map().of(2, q).column);
+    };
+    EXPECT_EQ(static_cast<std::size_t>(moves[0].column), column(engine::frequency));
+    const auto least_at = [&](double place) {
+        std::vector<double> x = p.x;
+        x[column(engine::frequency)] = place;
+        const auto sum = [&](double area, double phase) {
+            x[column(engine::area)] = area;
+            x[column(engine::phase)] = phase;
+            return p.ws.chi_square(p.of, x);
+        };
+        const double c = sum(0.0, 0.0), above = sum(1.0, 0.0), below = sum(-1.0, 0.0);
+        const double b = 0.5 * (above - below), d = 0.5 * (sum(1.0, 90.0) - sum(-1.0, 90.0));
+        return c - (b * b + d * d) / (2.0 * (above + below - 2.0 * c));
+    };
+    EXPECT_NEAR(moves[0].gain, least_at(269.0) - least_at(moves[0].to), 0.01 * moves[0].gain);
+}
+
+TEST(relocations, come_with_the_best_first) {
+    auto problem = three_lines();
+    problem.entries[1].of[engine::frequency].start = 221.0; // off from 230 and 260
+    problem.entries[2].of[engine::frequency].start = 269.0;
+    prepared p(problem);
+    p.ws.linearize(p.of, p.x);
+    const auto moves = relocations(p.of, p.ws, p.x, p.x, -1e300);
+    ASSERT_GT(moves.size(), 3u);
+    EXPECT_TRUE(std::is_sorted(moves.begin(), moves.end(),
+                               [](const auto &i, const auto &j) { return i.gain > j.gain; }));
+    EXPECT_GT(moves.front().gain, moves.back().gain);
 }
 
 TEST(interchangeable, are_lines_that_differ_in_number_only) {

@@ -280,6 +280,37 @@ TEST(whiteness, of_few_values_and_of_zeros_says_nothing) {
     EXPECT_EQ(zero.lag_1, 0.0);
 }
 
+TEST(whiteness, says_something_from_twenty_values_on) {
+    for (const int count : {19, 20, 21}) {
+        auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+        problem.part = engine::channel::absorption;
+        problem.intervals = {{100, 99 + count}};
+        std::vector<double> teeth(static_cast<std::size_t>(count));
+        for (std::size_t i = 0; i < teeth.size(); ++i) teeth[i] = i % 2 == 0 ? 1.0 : -1.0;
+        const auto w = whiteness_of(*engine::model::make(problem), teeth);
+        // each of n - 1 pairs gives -1: lag 1 is -sqrt(n - 1)
+        EXPECT_DOUBLE_EQ(w.lag_1, count < 20 ? 0.0 : -std::sqrt(count - 1.0)) << count;
+        EXPECT_EQ(w.runs != 0.0, count >= 20) << count;
+    }
+}
+
+// Of a decay that was cut to a half every second point is one of its own, from the first of a
+// stretch on, whether that is even or odd.
+TEST(whiteness, of_a_cut_decay_counts_the_first_of_a_stretch_and_every_second_behind) {
+    for (const int first : {100, 101}) {
+        auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+        problem.part = engine::channel::absorption;
+        problem.when.kept = 128;
+        problem.intervals = {{first, first + 58}};
+        std::vector<double> between(59, 0.0), counted(59, 0.0);
+        for (std::size_t i = 0; i < 59; ++i)
+            (i % 2 == 0 ? counted : between)[i] = i % 4 < 2 ? 1.0 : -1.0;
+        const auto model = engine::model::make(problem);
+        EXPECT_DOUBLE_EQ(whiteness_of(*model, counted).lag_1, -std::sqrt(29.0)) << first;
+        EXPECT_EQ(whiteness_of(*model, between).lag_1, 0.0) << first;
+    }
+}
+
 TEST(quality, counts_what_a_cut_decay_tells) {
     auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
     EXPECT_DOUBLE_EQ(quality_of(*engine::model::make(problem), 509.0), 1.0); // 512 values - 3

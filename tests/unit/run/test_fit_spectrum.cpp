@@ -128,6 +128,24 @@ static double size_of(const spectrum &s) {
     return sum;
 }
 
+// What the areas are divided by: the mean magnitude per channel and entry, over 2 x entries.
+TEST(scale, is_the_sum_of_magnitudes_over_twice_the_entries) {
+    const support::temporary_folder folder(true);
+    spectrum data;
+    add_line(data, 10.0, 20.0, 3.0, 0.0);
+    for (const std::size_t count : {1u, 2u, 5u}) {
+        const std::vector<entry> entries(count, {2, {10.0, 40.0, 0.0, 0.0, 3.0}, {0, 1, 1, 1, 1}});
+        const std::string said = run_fit(
+            {.steps = "@ 2 64 1 0 0 0 0 0 1 0 1 2 1 0 63\n", .entries = entries, .told = 1}, data);
+        const std::string words = "Computed scalefactor for better amp gradients : ";
+        const std::size_t place = said.find(words);
+        ASSERT_NE(place, std::string::npos) << said;
+        const double scale = std::strtod(said.c_str() + place + words.size(), nullptr);
+        const double wanted = size_of(data) / (2.0 * static_cast<double>(count));
+        EXPECT_NEAR(scale, wanted, 1e-7 * wanted) << count; // the file holds floats
+    }
+}
+
 static const char area_step[] = "@ 2 64 1 0 0 0 0 0 1 0 20 2 1 0 63\n";
 
 TEST(written_signals, are_data_model_and_their_difference) {
