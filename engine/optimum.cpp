@@ -30,7 +30,6 @@ class trial_series {
     verdict judge_lowest(std::span<const double> given);
     bool stopped() const { return search_.stopped(); }
     bool any() const { return !ends_.empty(); }
-    int count() const { return static_cast<int>(ends_.size()); }
     const minimum &lowest() const { return ends_[lowest_]; }
     optimum report(std::span<const double> given);
 

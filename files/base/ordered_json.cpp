@@ -199,9 +199,6 @@ const ordered_json &ordered_json::at(std::size_t place) const {
                          std::to_string(place));
     return begin()[place];
 }
-ordered_json &ordered_json::at(std::size_t place) {
-    return const_cast<ordered_json &>(std::as_const(*this).at(place));
-}
 
 ordered_json &ordered_json::operator[](const std::string &name) {
     if (is_null()) value_ = named_list();

@@ -21,12 +21,6 @@ bool is_digest(const std::string &text) {
     return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == text.npos;
 }
 
-long long batch_plan::voxels() const {
-    long long product = 1;
-    for (const plan_axis &axis : axes) product *= axis.size;
-    return product;
-}
-
 static void expect_same(const batch_plan &plan, const std::string &file,
                         const std::string &digest) {
     const std::string name = plan.file(file);

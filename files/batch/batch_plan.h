@@ -55,7 +55,6 @@ struct batch_plan {
     long long keep = 0; // fits kept for pictures: the worst so many; all when it is `spectra`
 
     std::string file(const std::string &name) const { return folder + "/" + name; }
-    long long voxels() const; // product of the sizes of the axes
 };
 
 // Reads head and start file, and finds out whether they and all other files of the plan are what

@@ -82,7 +82,6 @@ class batch_view {
     rebuilt_model start; // intervals and first-order phase; read is false when they are not known
     std::vector<std::string> derived; // of derived.tsv, where there is one: NAME=EXPRESSION
     std::vector<std::string> files_read;
-    std::size_t fits_kept() const { return curves_.size(); }
 
   private:
     void read_manifest();
