@@ -3,6 +3,7 @@
 #include "files/base/file_pile.h"
 
 #include "files/base/file_descriptor.h"
+#include "files/base/own_folder.h"
 #include "files/base/tool_error.h"
 
 #include <cerrno>

@@ -6,7 +6,7 @@
 // there removes it.
 #pragma once
 
-#include "files/base/own_files.h"
+#include "files/base/part_file.h"
 
 #include <functional>
 #include <memory>

@@ -2,7 +2,7 @@
 // output_file.h -- result files: nothing lost, nothing half written
 #pragma once
 
-#include "files/base/own_files.h"
+#include "files/base/part_file.h"
 
 #include <cstdint>
 #include <map>

@@ -2,7 +2,7 @@
 // shard_journal.cpp -- the fits of a shard while it works
 #include "files/batch/shard_journal.h"
 
-#include "files/base/own_files.h"
+#include "files/base/part_file.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 

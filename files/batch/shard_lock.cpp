@@ -2,7 +2,8 @@
 // shard_lock.cpp -- one process at a time works on a shard, and others can tell which
 #include "files/batch/shard_lock.h"
 
-#include "files/base/own_files.h"
+#include "files/base/file_identity.h"
+#include "files/base/own_folder.h"
 #include "files/base/plain_text.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"

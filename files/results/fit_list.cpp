@@ -3,7 +3,7 @@
 #include "files/results/fit_list.h"
 
 #include "files/base/input_file.h"
-#include "files/base/own_files.h"
+#include "files/base/part_file.h"
 #include "files/base/sha256.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 // make_plan.cpp -- from an input with many spectra to the folder that a batch works on
 #include "varokel-batch/make_plan.h"
 
+#include "files/base/file_identity.h"
 #include "files/base/output_file.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"

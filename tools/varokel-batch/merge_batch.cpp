@@ -3,7 +3,7 @@
 #include "varokel-batch/merge_batch.h"
 
 #include "files/base/output_file.h"
-#include "files/base/own_files.h"
+#include "files/base/part_file.h"
 #include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/batch/derived_batch.h"

@@ -2,8 +2,10 @@
 // plan_draft.h -- what a plan finds in its input, before the manifest is written
 #pragma once
 
+#include "files/base/file_identity.h"
 #include "files/base/ordered_json.h"
 #include "files/base/output_file.h"
+#include "files/base/part_file.h"
 #include "files/batch/plan_lines.h"
 
 #include "varokel-batch/make_plan.h"

@@ -2,9 +2,8 @@
 // plan_folder.h -- the folder of a new plan: made in a private one inside, put in place at the end
 #pragma once
 
+#include "files/base/own_folder.h"
 #include "files/batch/replaced_plan.h"
-
-#include "files/base/own_files.h"
 
 #include <memory>
 #include <string>

@@ -2,7 +2,7 @@
 // run_batch.cpp -- one shard from its lock to its marker
 #include "varokel-batch/run_batch.h"
 
-#include "files/base/own_files.h"
+#include "files/base/own_folder.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/batch/shard_journal.h"

@@ -2,7 +2,7 @@
 // earlier_fit.cpp -- which files of a folder a fit made, and which are somebody else's
 #include "varokel-fit/earlier_fit.h"
 
-#include "files/base/own_files.h"
+#include "files/base/file_identity.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 

@@ -6,7 +6,7 @@
 // fit after, never files of both. What lay in the folder and is not of an earlier fit comes along.
 #pragma once
 
-#include "files/base/own_files.h"
+#include "files/base/own_folder.h"
 
 #include <filesystem>
 #include <memory>

@@ -4,7 +4,6 @@
 // import, start file, fit, tables and page are made in a folder of their own, whose contents
 // appear in the folder of the results when all is done.
 #include "files/base/output_file.h"
-#include "files/base/own_files.h"
 #include "files/base/pattern_name.h"
 #include "files/base/tool_error.h"
 #include "files/measured/combined_source.h"

@@ -4,9 +4,11 @@
 // The module's files are storage of its own, which ends with it; a file appears as a whole because
 // nothing runs beside the call that writes it. Stands in for own_files.cpp, file_pile.cpp and
 // held_text.cpp of files/base/.
+#include "files/base/file_identity.h"
 #include "files/base/file_pile.h"
 #include "files/base/held_text.h"
 #include "files/base/own_files.h"
+#include "files/base/part_file.h"
 #include "files/base/tool_error.h"
 #include "web/binding/module_calls.h"
 

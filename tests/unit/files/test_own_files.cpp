@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "files/base/own_files.h"
 
+#include "files/base/own_folder.h"
+#include "files/base/part_file.h"
 #include <gtest/gtest.h>
 
 #include <cstdlib>
