@@ -5,6 +5,7 @@
 #include "files/base/file_descriptor.h"
 #include "files/base/own_files.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -16,9 +17,12 @@ namespace tools {
 class own_folder {
   public:
     // place: where it is made; prefix: beginning of its name; purpose: one line that tells it from
-    // those of other work, such as the identity of the folder that it is for.
+    // those of other work, such as the identity of the folder that it is for. announce: is told the
+    // name before anything has it, to note what a later process may have to remove; the last one
+    // that it was told is the folder's.
     // Errors: bad_output; reason says which.
-    own_folder(const std::string &place, const std::string &prefix, const std::string &purpose);
+    own_folder(const std::string &place, const std::string &prefix, const std::string &purpose,
+               const std::function<void(const std::string &)> &announce = {});
     own_folder(const own_folder &) = delete;
     own_folder &operator=(const own_folder &) = delete;
     ~own_folder();
@@ -36,14 +40,18 @@ class own_folder {
     void own_what_was_there();
 
   private:
+    bool take_possession();
     std::string name_, purpose_;
     file_descriptor lock_;
     owned_path owned_;
 };
 
 // Removes the folder when it was made by own_folder for this purpose, on this machine, by this
-// user, and its process is gone. Returns whether it was. Anything else stays untouched.
-bool remove_leftover(const std::string &folder, const std::string &purpose);
+// user, and its process is gone. Returns whether it was. Anything else stays untouched. One with a
+// name that own_folder gives for this prefix may be half made, empty or with the beginning of an
+// .owner alone; a process that is about to own it makes another.
+bool remove_leftover(const std::string &folder, const std::string &prefix,
+                     const std::string &purpose);
 // All of them in a place. Returns how many.
 int remove_leftovers(const std::string &place, const std::string &prefix,
                      const std::string &purpose);

@@ -8,6 +8,7 @@
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -95,7 +96,7 @@ shard_lock::shard_lock(const std::string &stem)
         }
     }
     before_ = note_of_text(text_of(file_), name_);
-    write_note("");
+    write_note(before_is_ours() ? before_->scratch : ""); // until that is removed
 }
 
 std::string shard_lock::purpose() const {
@@ -108,9 +109,14 @@ void shard_lock::write_note(const std::string &scratch) {
                                {"started", std::time(nullptr)},
                                {"shards", shards_},
                                {"scratch", json_of_bytes(scratch)}};
+    // In one call over the note before, then what that had more: a process that is killed between
+    // the two leaves a whole note, with blanks behind it.
     const std::string text = note.dump() + "\n";
-    if (ftruncate(file_.number(), 0) == 0 &&
-        pwrite(file_.number(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()))
+    const std::size_t longer = text_of(file_).size();
+    const std::string padded = text + std::string(std::max(longer, text.size()) - text.size(), ' ');
+    if (pwrite(file_.number(), padded.data(), padded.size(), 0) ==
+            static_cast<ssize_t>(padded.size()) &&
+        ftruncate(file_.number(), static_cast<off_t>(text.size())) == 0)
         return;
     const int reason = errno;
     file_.close();

@@ -3,6 +3,7 @@
 #include "varokel-batch/run_batch.h"
 
 #include "files/base/own_folder.h"
+#include "files/base/plain_text.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/batch/shard_journal.h"
@@ -30,6 +31,8 @@ namespace tools {
 namespace fs = std::filesystem;
 typedef std::chrono::steady_clock steady;
 
+static constexpr char scratch_prefix[] = "varokel-batch.";
+
 static double seconds_since(steady::time_point then) {
     return std::chrono::duration<double>(steady::now() - then).count();
 }
@@ -51,8 +54,12 @@ static void remove_left(const shard_lock &lock) {
         std::cerr << "varokel-batch: this folder is a copy of one in which process "
                   << lock.before()->process << " on " << lock.before()->machine
                   << " was at work; what that one has elsewhere is left alone\n";
-    else if (!lock.before()->scratch.empty())
-        remove_leftover(lock.before()->scratch, lock.purpose());
+    else if (const std::string &left = lock.before()->scratch;
+             !left.empty() && !remove_leftover(left, scratch_prefix, lock.purpose()) &&
+             identity_of(left).is_there())
+        std::cerr << "varokel-batch: " << shown_text(left)
+                  << ": noted as what a killed run left, but not known as one, or still in use; it "
+                     "stays\n";
 }
 
 // A folder of this run in the scratch place, with writable patterns. The note in the lock tells a
@@ -61,7 +68,6 @@ class scratch_folder {
   public:
     scratch_folder(const batch_plan &plan, shard_lock &lock, const std::string &place)
         : folder_(made_in(place, lock)) {
-        lock.note_scratch(name());
         if (plan.pattern_files.empty()) return;
         std::error_code error;
         fs::create_directory(name() + "/patterns", error);
@@ -75,9 +81,11 @@ class scratch_folder {
     const std::string &name() const { return folder_->name(); }
 
   private:
-    static std::unique_ptr<own_folder> made_in(const std::string &place, const shard_lock &lock) {
+    static std::unique_ptr<own_folder> made_in(const std::string &place, shard_lock &lock) {
         try {
-            return std::make_unique<own_folder>(place, "varokel-batch.", lock.purpose());
+            return std::make_unique<own_folder>(
+                place, scratch_prefix, lock.purpose(),
+                [&lock](const std::string &name) { lock.note_scratch(name); });
         } catch (const tool_error &error) {
             throw tool_error(bad_output, std::string(error.what()) +
                                              "; --scratch DIR names a place for the fits, "
