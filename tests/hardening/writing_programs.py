@@ -44,6 +44,8 @@ def prepare(folder, programs):
         subprocess.run([str(programs / command[0])] + list(command[1:]), cwd=made, check=True, capture_output=True)
 
     call("varokel-batch", "plan", "grid.nii", "--start", "start.par", "--names", "names.txt", "-o", "planned")
+    call("varokel-batch", "plan", "grid.nii", "--start", "start.par", "--names", "names.txt", "--method", "classic", "-o",
+         "searched")
     shutil.copytree(made / "planned", made / "fitted", symlinks=True)
     call("varokel-batch", "run", "fitted")
     call("varokel-fit", "c13_kidney.fid.f32", "peaks.txt", "--method", "exact", "--no-report", "-o", "one")
@@ -73,6 +75,7 @@ def prepare(folder, programs):
         "plan": (plan, ["--force"], None),
         "water": (water, ["--force"], None),
         "run": (["varokel-batch", "run", "out"], ["--resume"], "planned"),
+        "search": (["varokel-batch", "run", "out", "--scratch", "scratch"], ["--resume"], "searched"),
         "merge": (["varokel-batch", "merge", "out"], ["--force"], "fitted"),
         "report": (["varokel-report", "out", "--force"], [], "one"),
         "reports": (["varokel-report", "out", "--force"], [], "days"),
@@ -91,5 +94,6 @@ def prepare(folder, programs):
                 shutil.copy(file, place)
         shutil.copytree(made / "data", place / "data")
         shutil.copytree(made / "one", place / "one")
+        (place / "scratch").mkdir()
         cases[name] = (place, command, command + more, made / before if before else None)
     return cases
