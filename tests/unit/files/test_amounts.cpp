@@ -3,6 +3,7 @@
 #include "files/results/amounts.h"
 
 #include "files/base/tool_error.h"
+#include "files/results/run_result.h"
 #include "files/start/peak_table.h"
 
 #include <gtest/gtest.h>
@@ -58,6 +59,32 @@ TEST(amounts, compartments_add_up_and_only_tissue_holds_metabolites) {
                              "water: csf, fraction=0.2, content=0.97 kg/L, metabolites=no\n";
     const double water = 0.5 * 0.8 * std::exp(-0.3) + 0.3 * 0.7 * std::exp(-0.375) + 0.2 * 0.97;
     EXPECT_NEAR(per_area(rows, {1000.0, 1.0, 1.0, 0.03, 2.0}) / 37.0056, water / 0.8, 1e-4);
+}
+
+// Relative variances of area and water add up; another area of the water scales both.
+TEST(amounts, have_the_errors_of_their_area_and_of_the_water) {
+    tools::run_result run;
+    run.has_errors = true;
+    run.axis.hz_per_point = run.control.hz_per_point = 2.0;
+    run.entries.emplace_back().name = "NAA";
+    run.entries[0].number = 1;
+    run.entries[0].area.value = 4.0;
+    run.control.entries.resize(1);
+    run.control.covariance.assign(25, 0.0);
+    run.control.covariance[0] = 0.04; // an error of 0.2
+    const tools::ordered_json amount = {{"name", "x"}, {"expression", "NAA"}, {"per_area", 10.0}};
+    const tools::ordered_json item = {
+        {"area", 1000.0}, {"unit", "mmol/L"}, {"amounts", tools::ordered_json::array({amount})}};
+    for (const double water : {1000.0, 500.0}) {
+        const auto found = tools::amounts_of(run, item, water, 50.0);
+        ASSERT_EQ(found.size(), 1U);
+        EXPECT_EQ(found[0].name, "x");
+        EXPECT_EQ(found[0].unit, "mmol/L");
+        const double per_area = 10.0 * 1000.0 / water;
+        EXPECT_NEAR(found[0].value, 4.0 * per_area, 1e-13);
+        const double error = 4.0 * per_area * std::sqrt(0.05 * 0.05 + 50.0 * 50.0 / water / water);
+        EXPECT_NEAR(found[0].error_1sd, error, 1e-13) << water;
+    }
 }
 
 TEST(amounts, what_is_not_given_is_said) {

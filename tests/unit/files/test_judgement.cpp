@@ -41,6 +41,22 @@ TEST(judgement, a_good_fit_has_nothing_to_say) {
     EXPECT_EQ(judged.level(), finding_level::none);
 }
 
+// Of n free areas so many have an error above 100 %: more than the half of them.
+TEST(judgement, a_fit_is_undetermined_when_more_than_half_of_its_free_areas_are) {
+    for (std::size_t n = 1; n <= 5; ++n)
+        for (std::size_t unknown = 0; unknown <= n; ++unknown) {
+            fit_facts facts = good_facts();
+            facts.entries.assign(n + 3, facts.entries[0]);
+            for (std::size_t k = 0; k < facts.entries.size(); ++k) {
+                facts.entries[k].free_area = k < n; // the others are tied
+                facts.entries[k].area_percent = k < unknown || k >= n ? 100.1 : 100.0;
+            }
+            EXPECT_EQ(tools::judge(facts).words().find("undetermined") != std::string::npos,
+                      static_cast<double>(unknown) / static_cast<double>(n) > 0.5)
+                << unknown << " of " << n;
+        }
+}
+
 TEST(judgement, every_finding_has_a_word_of_its_own_and_a_meaning) {
     std::string seen = ",";
     for (const finding_kind kind : tools::all_findings()) {

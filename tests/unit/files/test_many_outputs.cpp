@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -83,6 +84,21 @@ TEST(ManyOutputs, ReplaceNothingThatCameMeanwhile) {
     support::write_file(late, "somebody else's");
     EXPECT_THROW(batch.commit(), tools::tool_error);
     EXPECT_EQ(support::read_file(late), "somebody else's");
+}
+
+TEST(ManyOutputs, ReplaceWhatIsThereOnlyWhenTheyAreForced) {
+    const support::temporary_folder folder;
+    support::write_file(folder.file("f0"), "before");
+    EXPECT_THROW(
+        add_many(*std::make_unique<output_batch>(std::vector<std::string>(), false), folder.name()),
+        tools::tool_error);
+    EXPECT_EQ(support::read_file(folder.file("f0")), "before");
+    output_batch batch({}, true);
+    add_many(batch, folder.name());
+    EXPECT_EQ(support::read_file(folder.file("f0")), "before");
+    batch.commit();
+    EXPECT_EQ(support::read_file(folder.file("f0")), "text 0");
+    EXPECT_EQ(names_in(folder.name()).size(), static_cast<std::size_t>(many));
 }
 
 TEST(ManyOutputs, NoNameOfTheirsIsThatOfAnInput) {
