@@ -57,6 +57,19 @@ TEST(judgement, a_fit_is_undetermined_when_more_than_half_of_its_free_areas_are)
         }
 }
 
+TEST(judgement, noise_of_the_two_parts_is_alike_within_a_quarter) {
+    const auto unlike = [](double re, double im) {
+        fit_facts facts = good_facts();
+        facts.noise_re = re;
+        facts.noise_im = im;
+        return tools::judge(facts).words() == "noise_unlike";
+    };
+    for (const double ratio : {0.801, 1.0, 1.249}) EXPECT_FALSE(unlike(2.0, 2.0 * ratio)) << ratio;
+    for (const double ratio : {0.0, 0.1, 0.799, 1.251, 1e300})
+        EXPECT_TRUE(unlike(2.0, 2.0 * ratio)) << ratio;
+    EXPECT_TRUE(unlike(2.0, std::numeric_limits<double>::quiet_NaN()));
+}
+
 TEST(judgement, every_finding_has_a_word_of_its_own_and_a_meaning) {
     std::string seen = ",";
     for (const finding_kind kind : tools::all_findings()) {
