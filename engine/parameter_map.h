@@ -79,6 +79,7 @@ class parameter_map {
 
 // Whether the curve of a line type depends on the parameter.
 bool is_used(quantity q, line_type type);
+// "area", "Gaussian width" ...: as messages have it.
 const char *name_of(quantity q);
 
 } // namespace engine

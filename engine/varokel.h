@@ -74,10 +74,10 @@ enum varokel_verdict {
     VAROKEL_NOT_FINISHED,   /* the sum of squares is expected to decrease further */
     VAROKEL_DEGENERATE,     /* entries whose parameters cannot be told apart, or that are nothing */
     VAROKEL_SEVERAL_MINIMA, /* another minimum is as good, with other areas */
-    VAROKEL_MOVED,          /* a line changed place with another, or left the fitted points */
-    VAROKEL_MISFIT,         /* the residual is larger than the noise, or not white */
-    VAROKEL_NOISE_WRONG,    /* the residual is smaller than the noise */
-    VAROKEL_AT_BOUND,       /* parameters that stand at the edge of their window */
+    VAROKEL_MOVED,  /* a line changed or took the place of another, or left the fitted points */
+    VAROKEL_MISFIT, /* the residual is larger than the noise, or not white */
+    VAROKEL_NOISE_WRONG, /* the residual is smaller than the noise */
+    VAROKEL_AT_BOUND,    /* parameters that stand at the edge of their window */
     VAROKEL_OPTIMUM
 };
 
@@ -245,7 +245,8 @@ int varokel_fit_reason(const varokel_fit *fit, int reason, int *what, double *nu
                        const char **text, const int **entries, int *entry_count);
 
 /* The starts that were tried, in order. Any of the last four may be NULL.
- *   name            "given", "aligned", "broadened", "perturbed 1" ..., or that of an added one
+ *   name            "given", "aligned", "split", "broadened", "perturbed 1", "relocated 3" (of the
+ *                   third entry), or that of an added one
  *   sum_of_squares  of the residual where it ended, in units of the noise variance
  *   shift_hz        that was applied to all frequencies
  *   same            whether it ended where the lowest one did, within a tenth of every error */

@@ -15,7 +15,7 @@ enum class finding {
     not_finished,   // the expected decrease is not used up
     degenerate,     // entries whose parameters cannot be told apart, or that are nothing
     several_minima, // another minimum is as good, with other areas
-    moved,          // a line changed place with another, or took its place
+    moved,          // a line changed or took the place of another, or left the fitted points
     misfit,         // the residual is larger than the noise, or not white
     noise_wrong,    // the residual is smaller than the noise
     at_bound,       // parameters that stand at the edge of their window

@@ -21,9 +21,9 @@ struct output_file {
 class file_pile;
 
 // Several result files that appear together: each is written under another name beside its place,
-// and all are renamed at the end, so that a reader never meets half of one. What is
-// held does not grow with their number: those beyond the first few hundred lie in a hidden folder
-// beside their place.
+// and all are renamed at the end, so that a reader never meets half of one. What is held does not
+// grow with their number: those beyond the first few hundred lie in a hidden folder beside their
+// place.
 class output_batch {
   public:
     // inputs: files that are going to be read; none of them is ever overwritten, and none may have

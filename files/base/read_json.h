@@ -22,8 +22,8 @@ ordered_json json_of_text(const std::string &text, const std::string &file);
 // Errors: bad_input when the file cannot be read, is larger than 256 MiB or is no JSON.
 ordered_json json_of_file(const std::string &file);
 
-// The text of a document. indent -1 for one line. Errors: bad_input when a
-// text in it is not UTF-8, with its place.
+// The text of a document. indent -1 for one line. Errors: bad_input when a text in it is not
+// UTF-8, with its place; file names the document.
 std::string json_text(const ordered_json &items, int indent, const std::string &file);
 
 // Bytes of a path or a word of the command line, which need not be UTF-8: a text, or

@@ -22,8 +22,8 @@ std::optional<double> left_in_mean(const std::vector<complex_signal> &fids);
 
 // What a user should know of means that cancel: which dimension, how much of the signal is left,
 // and the options that put it together instead. Of the means of chosen up to eight, of each up to
-// 64 members are looked at. Empty when at least 95 % are left, unless
-// coils are among them: noise alone, at three standard deviations, leaves 97 %.
+// 64 members are looked at. Empty when at least 95 % are left, unless coils are among them: noise
+// alone, at three standard deviations, leaves 97 %.
 //   memory   for the FIDs that are read [MiB]
 std::string warning_of_means(spectrum_source &source, const chosen_spectra &chosen,
                              long long memory);

@@ -22,8 +22,8 @@ struct json_facts {
 // points_in_file. Errors: bad_input, naming the item.
 json_facts read_json_facts(const std::string &json, long long points_in_file);
 
-// The JSON beside a signal: x.fid.json, else x.json, for x.fid.f32, and
-// x.json for x.anything; empty when there is none.
+// The JSON beside a signal: x.fid.json, else x.json, for x.fid.f32, and x.json for x.anything;
+// empty when there is none.
 std::string json_beside(const std::string &file);
 
 // Given:

@@ -37,7 +37,8 @@ struct looked_spectrum {
     std::string why_not; // no start values could be made; empty: they could
 };
 
-// A page that loads nothing, as the report.
+// A page that loads nothing, as the report. of: how many spectra there are, of which these are the
+// first.
 std::string look_page(const std::vector<looked_spectrum> &spectra, std::size_t of);
 
 // The spectrum alone as a picture: real part, noise window, points to fit, names of the peaks.

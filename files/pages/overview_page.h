@@ -15,6 +15,11 @@ namespace tools {
 // overview/index.html with the curves in files beside it, which the page loads when they are looked
 // at.
 //
+// Given:
+//   output    folder of the page
+//   force     replaces the overview that stands there
+//   written   gets the name of the page
+// Errors: bad_input for curves that cannot be read; bad_output.
 // Notes:
 //   1. Curves hold 16 bits per point, of the fitted range with a margin.
 //   2. Beyond all_data_up_to spectra only those whose fit was kept have curves.

@@ -47,7 +47,7 @@ enum class finding_kind {
     files,          // what of the run could not be read
     not_finished,   // the search stopped before its end
     several_minima, // of a verdict: other starts end elsewhere
-    moved,          // of a verdict: the end is another one than that of the search
+    moved,          // of a verdict: a line stands elsewhere; or the search had ended far away
     noise_unknown,
     noise_unlike, // real and imaginary part differ
     misfit,

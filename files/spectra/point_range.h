@@ -7,6 +7,7 @@
 namespace tools {
 
 // "a:b" as two point numbers, a <= b, both from 0 on. what names the option in the message.
+// Errors: wrong_usage for another text.
 void parse_point_range(const std::string &text, const char *what, long long &first,
                        long long &last);
 

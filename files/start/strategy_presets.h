@@ -9,9 +9,10 @@
 
 namespace tools {
 
-// The ten switches of preset steps, before those that the model has no use for are taken out.
+// Steps of "standard", "quick" and "random-then-gradient", before switches that the model has no
+// use for are taken out; none for another name.
 std::vector<table_step> preset_steps(const std::string &preset);
-// On which their steps end, of chi-square.
+// Relative change of chi-square at which these steps end.
 double preset_tolerance(const std::string &preset);
 
 } // namespace tools

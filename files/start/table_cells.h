@@ -11,7 +11,7 @@ namespace tools {
 bool takes_unit(int quantity, table_unit unit);
 const char *expected_unit(int quantity);
 
-// of_column: unit that the heading names. Errors: tool_error with the place of the cell.
+// of_column: unit that the heading names. Errors: bad_input with the place of the cell.
 table_cell read_cell(const peak_table &table, const table_text_cell &raw, int line, int quantity,
                      table_unit of_column);
 

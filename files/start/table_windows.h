@@ -10,7 +10,7 @@ namespace tools {
 
 // What stands behind the value of a cell: "[0.5, 3]", "> 0", "< 20 Hz", both of these, "+- 0.1"
 // around the value, or nothing. of_column: unit that the heading names.
-// Errors: tool_error with the place of what is no window.
+// Errors: bad_input with the place of what is no window.
 void read_window(table_scanner &scan, int quantity, table_unit of_column, table_cell &cell);
 
 } // namespace tools

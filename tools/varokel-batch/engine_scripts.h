@@ -14,7 +14,8 @@ struct engine_options {
 };
 
 // Complete scripts, with the absolute paths of run/ and of this program.
-// Errors: bad_input without a plan, wrong_usage for more shards than blocks.
+// Errors: bad_input without a plan; wrong_usage for more shards than blocks, and for paths and
+// words that a script cannot hold.
 std::string slurm_script(const engine_options &options);
 std::string snakemake_rules(const engine_options &options);
 

@@ -16,6 +16,7 @@
 
 namespace tools {
 
+// On standard error, behind the program's name.
 void warn_of_plan(const std::string &text);
 
 // Everything that becomes the head of the manifest, and where the points come from.
@@ -33,7 +34,8 @@ struct plan_draft {
 // A name that goes into tables, pages and the names of files. Errors: bad_input for any other.
 void refuse_name(const std::string &name, const std::string &file);
 
-// The next spectrum of spectra.f32, with its fingerprint.
+// The next spectrum of spectra.f32, with its fingerprint. bytes: complex float32. Errors:
+// bad_output.
 void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, part_file &file);
 
 // Only those of --select. origin: what each spectrum was among all, kept along. Errors:
