@@ -142,7 +142,8 @@ static constexpr two_part half_pi = {0x1.921fb54442d18p0, 0x1.1a62633145c07p-54}
 // atan(y/x) for 0 <= y <= x, x between 1 and 2, as a sum of two doubles: with c = k/16 near y/x,
 //   atan(y/x) = atan(c) + atan(w),   w = (y - c x)/(x + c y),   |w| < 1/30
 static two_part arc_tangent(double y, double x) {
-    const int k = static_cast<int>(16.0 * (y / x) + 0.5);
+    // any neighbouring k would do, so how a half is rounded does not matter
+    const int k = static_cast<int>(16.0 * (y / x) + 0.5); // NOLINT(bugprone-incorrect-roundings)
     const double c = 0.0625 * k;
     const two_part cx = product(c, x);
     const two_part cy = product(c, y);
