@@ -2,6 +2,8 @@
 // starts.cpp -- other places to begin a fit from
 #include "engine/starts.h"
 
+#include "kernel/median.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -16,10 +18,7 @@ static double median_width(const model &of, std::span<const double> x) {
     std::vector<double> widths;
     for (int k = 0; k < of.map().entries(); ++k)
         if (!of.is_pattern(k)) widths.push_back(of.fwhm(k, x));
-    if (widths.empty()) return 1.0;
-    const auto middle = widths.begin() + static_cast<std::ptrdiff_t>(widths.size() / 2);
-    std::nth_element(widths.begin(), middle, widths.end());
-    return *middle;
+    return widths.empty() ? 1.0 : kernel::upper_median(std::move(widths));
 }
 
 std::vector<double> shifted(const model &of, std::span<const double> x, double shift) {

@@ -2,6 +2,8 @@
 // verdict.cpp -- what may be said of a fit, and why
 #include "engine/verdict.h"
 
+#include "kernel/median.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -123,12 +125,6 @@ static std::vector<int> exchanged(const model &of, const minimum &found,
     return columns;
 }
 
-static double middle_of(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 // Lines that ended at the place that was given to another one, with their order kept or not: a line
 // whose signal was taken takes the next one's. What all lines moved by, their median, is a shift of
 // the spectrum and nobody's place. Places within two widths of each other, and lines that follow
@@ -144,7 +140,7 @@ static std::vector<int> at_place_of_others(const model &of, const minimum &found
         moves.push_back(found.x[static_cast<std::size_t>(c)] - start[static_cast<std::size_t>(c)]);
     }
     if (moves.empty()) return {};
-    const double common = middle_of(moves);
+    const double common = kernel::upper_median(std::move(moves));
     std::vector<int> columns;
     for (const int c : free) {
         const int line = map.at(c).entry;

@@ -9,6 +9,8 @@
 
 #include "engine/centred_spectrum.h"
 
+#include "kernel/median.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -101,10 +103,7 @@ double share_of_strongest_line(const complex_signal &fid, double half_width) {
     // part
     std::vector<double> powers(n);
     for (std::size_t i = 0; i < n; ++i) powers[i] = std::norm(spectrum[i]);
-    std::vector<double> sorted = powers;
-    std::nth_element(sorted.begin(), sorted.begin() + static_cast<std::ptrdiff_t>(n / 2),
-                     sorted.end());
-    const double noise = sorted[n / 2] / 0.6931471805599453;
+    const double noise = kernel::upper_median(powers) / 0.6931471805599453;
     double inside = 0.0, all = 0.0;
     for (std::size_t i = 0; i < n; ++i) {
         const double place = static_cast<double>(i) / static_cast<double>(n) - 0.5;

@@ -5,6 +5,8 @@
 #include "files/base/tool_error.h"
 #include "files/spectra/line_place.h"
 
+#include "kernel/median.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -104,9 +106,7 @@ static double variance_of(const complex_signal &spectrum) {
     std::vector<double> steps(spectrum.size() - 1);
     for (std::size_t i = 0; i < steps.size(); ++i)
         steps[i] = std::norm(spectrum[i + 1] - spectrum[i]);
-    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
-    std::nth_element(steps.begin(), middle, steps.end());
-    return *middle / (2.0 * 1.1774 * 1.1774);
+    return kernel::upper_median(std::move(steps)) / (2.0 * 1.1774 * 1.1774);
 }
 
 // Power in the stretch over a straight line, 0 outside. The line goes through the means of the
