@@ -3,19 +3,28 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace tools {
 
-// The text without the blanks, tabs and ends of line around it.
-inline std::string trimmed(const std::string &text) {
-    const char *const blanks = " \t\r\n";
+// The part of the text between the blanks, tabs, ends of line and zero bytes around it.
+inline std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks(" \t\r\n\0", 5);
     const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return "";
+    if (first == text.npos) return {};
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-inline bool says(const std::string &line, const char *text) {
-    return line.find(text) != std::string::npos;
+// The text with a to z for A to Z.
+inline std::string lower_case(std::string_view text) {
+    std::string small(text);
+    for (char &c : small)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return small;
+}
+
+inline bool says(std::string_view line, std::string_view text) {
+    return line.find(text) != line.npos;
 }
 
 } // namespace tools

@@ -86,7 +86,7 @@ static void parse_values(std::string_view text, namelist_group &group) {
             while (i < text.size() && is_word_character(text[i])) ++i;
             const std::size_t next = text.find_first_not_of(" \t", i);
             if (i > first && next != text.npos && text[next] == '=') {
-                values = &group.values[lower_case(std::string(text.substr(first, i - first)))];
+                values = &group.values[lower_case(text.substr(first, i - first))];
                 values->clear();
                 i = next + 1;
                 continue;
@@ -111,7 +111,7 @@ std::optional<namelist_group> next_group(line_reader &text, const std::string &f
         if (begin.size() < 2 || (begin[0] != '$' && begin[0] != '&')) continue;
         std::size_t end = 1;
         while (end < begin.size() && is_word_character(begin[end])) ++end;
-        group.name = lower_case(std::string(begin.substr(1, end - 1)));
+        group.name = lower_case(begin.substr(1, end - 1));
         group.line = text.number();
         line = begin.substr(end);
         if (group.name != "end") break;

@@ -28,14 +28,14 @@ static jmrui_header jmrui_header_of(line_reader &text) {
         if (line.empty()) continue;
         const std::vector<std::string_view> words = words_of(line);
         if (in_signals && !words.empty() && number_of(words.front())) return header;
-        const std::string low = lower_case(std::string(line));
+        const std::string low = lower_case(line);
         if (low.starts_with("signal") || low.starts_with("sig(")) {
             in_signals = true;
             continue;
         }
         const std::size_t colon = line.find(':');
         if (!in_signals && colon != line.npos)
-            header.items[lower_case(std::string(trimmed(line.substr(0, colon))))] = {
+            header.items[lower_case(trimmed(line.substr(0, colon)))] = {
                 std::string(trimmed(line.substr(colon + 1))), text.number()};
     }
     text.refuse("ends before the first point; expected rows of numbers behind \"Signal and FFT\"");
@@ -67,7 +67,7 @@ static void each_fid_row(const std::string &file, long long points, long long da
             im = number_of(words[1]);
         }
         if (!re || !im) {
-            if (lower_case(std::string(line)).starts_with("sig")) {
+            if (lower_case(line).starts_with("sig")) {
                 if (in_signal != 0)
                     text.refuse("this signal ends after " + std::to_string(in_signal) +
                                 " points; expected " + std::to_string(points) +

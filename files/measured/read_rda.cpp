@@ -88,7 +88,7 @@ static rda_header rda_header_of(const std::string &file) {
         const std::size_t colon = line.find(':');
         if (colon == line.npos) continue;
         header.items.try_emplace(
-            lower_case(std::string(trimmed(line.substr(0, colon)))),
+            lower_case(trimmed(line.substr(0, colon))),
             rda_header::item{std::string(trimmed(line.substr(colon + 1))), text.number()});
     }
     throw tool_error(bad_input, file + ": no \">>> End of header <<<\"; is the file cut?");

@@ -95,7 +95,7 @@ static spar_items items_of(const std::string &file) {
         const std::size_t colon = line.find(':');
         if (line.empty() || line[0] == '!' || colon == line.npos) continue;
         read.items.try_emplace(
-            lower_case(std::string(trimmed(line.substr(0, colon)))),
+            lower_case(trimmed(line.substr(0, colon))),
             spar_items::item{std::string(trimmed(line.substr(colon + 1))), text.number()});
     }
     return read;

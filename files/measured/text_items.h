@@ -2,6 +2,8 @@
 // text_items.h -- words and numbers of the text headers of other programs
 #pragma once
 
+#include "files/base/line_text.h"
+
 #include <fstream>
 #include <optional>
 #include <string>
@@ -9,9 +11,6 @@
 #include <vector>
 
 namespace tools {
-
-std::string lower_case(std::string text);
-std::string_view trimmed(std::string_view text);
 
 // The whole text as a number: C or Fortran (1.5D-03) notation, "nan" and "inf" too. Nothing for
 // anything else, and for a number with anything behind it.

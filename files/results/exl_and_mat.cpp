@@ -13,7 +13,7 @@ namespace tools {
 
 // A number of a report: nan and inf stand there when a fit went wrong.
 static double number_of(const std::string &file, std::size_t line, const std::string &word) {
-    const std::string text = trimmed(word);
+    const std::string text(trimmed(word));
     char *end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
     if (text.empty() || end != text.c_str() + text.size())
@@ -27,12 +27,13 @@ static int count_of(const std::string &file, std::size_t line, const std::string
     const double value = number_of(file, line, word);
     if (!(std::fabs(value) < 1e9) || value != std::floor(value))
         throw tool_error(bad_input, file + ", line " + std::to_string(line + 1) + ": \"" +
-                                        trimmed(word) + "\" where a whole number was expected");
+                                        std::string(trimmed(word)) +
+                                        "\" where a whole number was expected");
     return static_cast<int>(value);
 }
 
 static int type_of(const std::string &file, std::size_t line, const std::string &word) {
-    const std::string text = trimmed(word);
+    const std::string text(trimmed(word));
     if (text == "Gaussian") return gauss_entry;
     if (text == "Lorentzian") return lorentz_entry;
     if (text == "Voigt") return voigt_entry;
@@ -46,7 +47,7 @@ std::vector<parameter_row> matrix_of(const std::string &file, std::size_t rows) 
     const std::vector<std::string> lines = lines_of(file);
     for (std::size_t l = 0; l < lines.size(); ++l) {
         if (trimmed(lines[l]).empty()) continue;
-        const std::vector<std::string> words = split(trimmed(lines[l]), '\t');
+        const std::vector<std::string> words = split(std::string(trimmed(lines[l])), '\t');
         if (words.size() != 5)
             throw tool_error(bad_input, file + ", line " + std::to_string(l + 1) + ": " +
                                             std::to_string(words.size()) +
@@ -68,9 +69,10 @@ std::vector<spreadsheet_row> read_spreadsheet(const std::string &file, run_resul
         throw tool_error(bad_input, file + ": " + std::to_string(lines.size()) +
                                         " lines; expected the spreadsheet of a fit");
     for (const std::string &word : split(lines[0], '\t'))
-        if (!trimmed(word).empty()) run.command += (run.command.empty() ? "" : " ") + trimmed(word);
+        if (!trimmed(word).empty())
+            (run.command += run.command.empty() ? "" : " ") += trimmed(word);
     run.mode = trimmed(lines[2]);
-    const std::vector<std::string> summary = split(trimmed(lines[3]), '\t');
+    const std::vector<std::string> summary = split(std::string(trimmed(lines[3])), '\t');
     if (summary.size() != 10)
         throw tool_error(bad_input, file + ", line 4: " + std::to_string(summary.size()) +
                                         " columns; expected the 10 figures of a fit");

@@ -48,12 +48,12 @@ fit_log read_fit_log(std::string_view text) {
             std::string said; // a warning has up to three lines of its own
             for (std::size_t k = l + 1; k < lines.size() && k <= l + 3; ++k) {
                 if (says(lines[k], "fit_check_message") || says(lines[k], "testing input")) break;
-                said += " " + trimmed(lines[k]);
+                (said += ' ') += trimmed(lines[k]);
             }
             remark("the program warns:" + said);
         } else if (says(line, "error in writing file") || says(line, "not written") ||
                    says(line, "is not available")) {
-            remark("the program says: " + trimmed(line));
+            remark("the program says: " + std::string(trimmed(line)));
         }
     }
     return log;

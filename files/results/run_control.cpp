@@ -87,9 +87,9 @@ void read_start_remarks(run_result &run, const std::string &file) {
     for (const std::string &line : lines_of(file)) {
         if (line.starts_with(guess))
             run.start_guesses.push_back("guessed at the start: " +
-                                        trimmed(line.substr(guess.size())));
+                                        std::string(trimmed(line.substr(guess.size()))));
         if (line.starts_with(warning))
-            run.start_warnings.push_back(trimmed(line.substr(warning.size())));
+            run.start_warnings.emplace_back(trimmed(line.substr(warning.size())));
     }
 }
 

@@ -37,7 +37,7 @@ void name_entries(run_result &run, const std::string &asked) {
     std::set<std::string> different;
     const std::vector<std::string> lines = lines_of(file);
     for (std::size_t l = 0; l < lines.size(); ++l) {
-        const std::string text = trimmed(lines[l]);
+        const std::string text(trimmed(lines[l]));
         if (text.empty() || text[0] == '#') continue;
         const std::string name = text.substr(0, text.find_first_of(" \t,"));
         refuse_not_utf8(name, file + ", line " + std::to_string(l + 1) + ": name");

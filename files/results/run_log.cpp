@@ -35,8 +35,8 @@ void read_log(run_result &run, const std::string &asked) {
 std::string reason_of_log(const run_result &run) {
     if (run.log_file.empty()) return "there are no results (no .exl), and no log says why";
     const std::vector<std::string> lines = lines_of(run.log_file);
-    const auto join = [](std::string &list, const std::string &text, const char *between) {
-        if (!text.empty()) list += (list.empty() ? "" : between) + text;
+    const auto join = [](std::string &list, std::string_view text, const char *between) {
+        if (!text.empty()) (list += list.empty() ? "" : between) += text;
     };
     std::string refused;
     for (std::size_t l = 0; l < lines.size(); ++l) {
@@ -56,7 +56,7 @@ std::string reason_of_log(const run_result &run) {
         std::string text;
         for (const char c : *line)
             if (c != '*') text += c;
-        text = trimmed(text);
+        text = std::string(trimmed(text));
         if (text.empty()) continue;
         if (!reason.empty()) text += " / ";
         reason.insert(0, text);

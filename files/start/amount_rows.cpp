@@ -120,7 +120,7 @@ amount_row read_amount_row(const peak_table &table, const std::string &text,
     const std::size_t equals = parts.front().find('=');
     row.name = trimmed(parts.front().substr(0, equals));
     row.expression =
-        equals == std::string::npos ? row.name : trimmed(parts.front().substr(equals + 1));
+        trimmed(equals == std::string::npos ? row.name : parts.front().substr(equals + 1));
     if (row.name.empty() || row.expression.empty() || row.name == "protons")
         refuse_at(table, place,
                   "found \"" + parts.front() +

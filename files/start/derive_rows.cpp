@@ -10,11 +10,11 @@ namespace tools {
 
 std::string derived_expression(const std::string &text) {
     const std::size_t equals = text.find('=');
-    return trimmed(equals == std::string::npos ? text : text.substr(equals + 1));
+    return std::string(trimmed(equals == text.npos ? text : text.substr(equals + 1)));
 }
 
 std::string derived_name(const std::string &text) {
-    return trimmed(text.substr(0, text.find('=')));
+    return std::string(trimmed(text.substr(0, text.find('='))));
 }
 
 void refuse_derived_twice(const peak_table &table, const std::string &name,

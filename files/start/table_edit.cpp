@@ -31,7 +31,7 @@ struct layout {
         if (rows.empty()) return;
         for (const table_column &column : read_heading(table, cells(0), rows[0].number)) {
             table_scanner word(table, column.heading, rows[0].number, 1);
-            const std::string name = lower_letters(word.word());
+            const std::string name = lower_case(word.word());
             columns.push_back(name == "shift" ? "frequency" : name);
         }
     }
@@ -159,7 +159,7 @@ std::string with_name(const std::string &text, std::size_t row, const std::strin
                 out = with_cell(out, r, column, "=" + name + cell.substr(end));
         }
     for (const table_line &line : lines_of_table(out))
-        if (line.is_key() && lower_letters(line.key()) == "follow") {
+        if (line.is_key() && lower_case(line.key()) == "follow") {
             peak_table none;
             table_scanner scan(none, line.text.substr(line.colon + 1), line.number, 1);
             if (scan.until("") == before) return with_key(out, "follow", name);
@@ -173,10 +173,10 @@ std::string with_key(const std::string &text, const std::string &key, const std:
     const std::vector<table_line> lines = lines_of_table(text);
     std::size_t first = lines.size();
     for (std::size_t l = lines.size(); l-- > 0;)
-        if (lines[l].is_key() && lower_letters(lines[l].key()) == key) first = l;
+        if (lines[l].is_key() && lower_case(lines[l].key()) == key) first = l;
     for (std::size_t l = lines.size(); l-- > 0;) {
         const table_line &line = lines[l];
-        if (!line.is_key() || lower_letters(line.key()) != key) continue;
+        if (!line.is_key() || lower_case(line.key()) != key) continue;
         if (l != first || value.empty()) {
             out = without_line(out, line);
             continue;
@@ -231,7 +231,7 @@ std::string number_cell(const peak_table &table, std::size_t row, int quantity, 
     const std::string number =
         digits == cell_digits::all ? all_digits(shown) : number_by_hand(shown, quantity, unit);
     if (is_number) { // in the place of the number that stands there
-        const std::size_t word = lower_letters(before).starts_with("fixed") ? 5 : 0;
+        const std::size_t word = lower_case(before).starts_with("fixed") ? 5 : 0;
         const std::size_t begin = before.find_first_of("+-.0123456789", word);
         const std::size_t end = before.find_first_not_of("+-.0123456789eE", begin);
         if (begin != std::string::npos)

@@ -28,7 +28,7 @@ static table_interval read_interval(table_scanner &scan) {
 
 static int read_part(table_scanner &scan) {
     table_scanner behind = scan;
-    const std::optional<int> named = part_named(lower_letters(behind.word()));
+    const std::optional<int> named = part_named(lower_case(behind.word()));
     if (!named) scan.refuse("absorption, dispersion, complex, magnitude or power");
     scan = behind;
     return *named;
@@ -72,7 +72,7 @@ static table_step read_step(table_scanner &scan, int &times) {
     times = 1;
     while (!scan.at_end()) {
         table_scanner ahead = scan;
-        const std::string word = lower_letters(ahead.word());
+        const std::string word = lower_case(ahead.word());
         if (take_switches(word, step.step)) {
             scan = ahead;
             continue;
@@ -144,7 +144,7 @@ std::optional<reference_peak> settled_reference(const std::string &option,
 static void read_strategy(peak_table &table, table_scanner &scan, const table_place &place) {
     table.strategy_place = place;
     if (!table.preset.empty()) refuse_at(table, place, "found a second \"strategy\"");
-    table.preset = lower_letters(scan.until(""));
+    table.preset = lower_case(scan.until(""));
     if (preset_steps(table.preset).empty())
         refuse_at(table, place,
                   "found the strategy \"" + table.preset +
@@ -237,7 +237,7 @@ static bool read_setting_key(peak_table &table, const std::string &word, table_s
 
 void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
               const table_place &place) {
-    const std::string word = lower_letters(key);
+    const std::string word = lower_case(key);
     if (!read_plan_key(table, word, scan, place) &&
         !read_setting_key(table, word, scan, coefficients, place))
         refuse_at(table, place,

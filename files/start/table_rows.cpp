@@ -78,7 +78,7 @@ std::vector<table_column> read_heading(const peak_table &table,
         table_column own;
         own.heading = std::string(cell.text);
         const table_place place = scan.place();
-        const std::string word = lower_letters(scan.word());
+        const std::string word = lower_case(scan.word());
         const auto parameter = parameters.find(word);
         if (word == "name") {
             own.what = table_column::name;
@@ -120,7 +120,7 @@ static void read_type(const peak_table &table, const table_text_cell &raw, int l
                       table_row &row) {
     table_scanner scan(table, raw.text, line, raw.column);
     std::string word = scan.until("");
-    const std::string small = lower_letters(word);
+    const std::string small = lower_case(word);
     if (small == "gauss" || small == "gaussian") {
         row.type = gauss_entry;
     } else if (small == "lorentz" || small == "lorentzian") {

@@ -2,6 +2,7 @@
 // table_scanner.h -- tokens of a stretch of a table's line, with their columns
 #pragma once
 
+#include "files/base/line_text.h"
 #include "files/start/peak_table.h"
 
 #include <cctype>
@@ -11,12 +12,6 @@
 #include <string_view>
 
 namespace tools {
-
-inline std::string lower_letters(std::string_view text) {
-    std::string small(text);
-    for (char &c : small) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return small;
-}
 
 inline bool is_name_character(char c) {
     const auto byte = static_cast<unsigned char>(c);
@@ -56,7 +51,7 @@ class table_scanner {
     bool take_word(std::string_view wanted) {
         skip_blanks();
         const std::string_view found = word_here();
-        if (lower_letters(found) != wanted) return false;
+        if (lower_case(found) != wanted) return false;
         at_ += found.size();
         return true;
     }
