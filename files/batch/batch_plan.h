@@ -7,7 +7,7 @@
 
 #include "files/base/ordered_json.h"
 #include "files/batch/error_correlations.h"
-#include "files/batch/fit_method.h"
+#include "files/start/fit_method.h"
 #include "files/batch/manifest_file.h"
 #include "files/spectra/spectrum_axis.h"
 #include "files/start/start_file.h"

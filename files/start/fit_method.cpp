@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // fit_method.cpp -- by what the spectra of a batch are fitted
-#include "files/batch/fit_method.h"
+#include "files/start/fit_method.h"
 
 namespace tools {
 
