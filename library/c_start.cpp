@@ -21,7 +21,7 @@ using engine::refuse;
 
 struct varokel_table {
     explicit varokel_table(tools::peak_table table)
-        : maker(std::move(table), {}, tools::fitted_by::engine) {}
+        : maker(std::move(table), {}, tools::fit_method::exact) {}
     tools::start_maker maker;
     std::vector<std::string> folders;
 };
@@ -177,7 +177,7 @@ int varokel_start_read(const char *text, const char *name, varokel_workspace *wo
         const std::string file = name_or(name, "start file");
         tools::start_result made;
         made.start = tools::parse_start_file(text, file);
-        tools::refuse_what_fails(made.start, file, tools::fitted_by::engine);
+        tools::refuse_what_fails(made.start, file, tools::fit_method::exact);
         *start = finished(std::move(made), {}).release();
         return int{VAROKEL_OK};
     });

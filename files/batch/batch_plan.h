@@ -7,9 +7,9 @@
 
 #include "files/base/ordered_json.h"
 #include "files/batch/error_correlations.h"
-#include "files/start/fit_method.h"
 #include "files/batch/manifest_file.h"
 #include "files/spectra/spectrum_axis.h"
+#include "files/start/fit_method.h"
 #include "files/start/start_file.h"
 
 #include <memory>

@@ -34,7 +34,7 @@ struct start_maker::prepared {
     int ranges = 2;
 };
 
-start_maker::start_maker(peak_table table, std::vector<std::string> pattern_folders, fitted_by by)
+start_maker::start_maker(peak_table table, std::vector<std::string> pattern_folders, fit_method by)
     : table_(std::move(table)), pattern_folders_(std::move(pattern_folders)), by_(by) {}
 start_maker::~start_maker() = default;
 
@@ -146,7 +146,7 @@ void start_maker::settle_ranges(start_result &base) const {
         for (const start_parameter &own : entry.parameters)
             has_ranges = has_ranges || own.range.has_value();
     start.ranges = table_.ranges.value_or(searches ? 1 : has_ranges ? 0 : 2);
-    if (has_ranges && !searches && by_ == fitted_by::search)
+    if (has_ranges && !searches && by_ == fit_method::classic)
         base.warnings.push_back("no step of the strategy is a random search: the search does not "
                                 "use the ranges of the table; the exact fit holds them");
 }
@@ -168,7 +168,7 @@ void start_maker::make_unit_curves(prepared &made) const {
     const start_file &start = made.base.start;
     if (!kernel::transform_plan::exists_for(start.points)) return;
     std::vector<complex_signal> patterns(start.entries.size());
-    if (start.points <= search_limits::pattern_points || by_ == fitted_by::engine)
+    if (start.points <= search_limits::pattern_points || by_ == fit_method::exact)
         for (std::size_t k = 0; k < start.entries.size(); ++k)
             if (start.entries[k].type == pattern_entry)
                 patterns[k] = read_pattern(

@@ -33,7 +33,7 @@ class start_maker {
     // pattern_folders: where pattern files are looked for, in this order.
     // by: whose limits the start files keep.
     explicit start_maker(peak_table table, std::vector<std::string> pattern_folders = {"."},
-                         fitted_by by = fitted_by::search);
+                         fit_method by = fit_method::classic);
     ~start_maker();
     start_maker(const start_maker &) = delete;
     start_maker &operator=(const start_maker &) = delete;
@@ -60,7 +60,7 @@ class start_maker {
 
     peak_table table_;
     std::vector<std::string> pattern_folders_;
-    fitted_by by_;
+    fit_method by_;
     std::unique_ptr<prepared> prepared_;
 };
 

@@ -131,11 +131,11 @@ static refusal refusal_of(const std::string &source) {
         [&source](const std::string &text) { throw tool_error(bad_input, source + ": " + text); };
 }
 
-void refuse_counts(const start_file &start, const std::string &source, fitted_by by) {
+void refuse_counts(const start_file &start, const std::string &source, fit_method by) {
     const refusal refuse = refusal_of(source);
     const std::size_t count = start.entries.size();
     if (count < 1) refuse("no lines and no patterns; expected at least one");
-    const bool searched = by != fitted_by::engine;
+    const bool searched = by != fit_method::exact;
     if (searched && count > search_limits::entries)
         refuse(std::to_string(count) + " lines and patterns; expected up to " +
                std::to_string(search_limits::entries) + " (the exact fit takes more)");
@@ -150,7 +150,7 @@ void refuse_counts(const start_file &start, const std::string &source, fitted_by
                std::to_string(search_limits::pattern_points) + " (the exact fit takes more)");
 }
 
-void refuse_what_fails(const start_file &start, const std::string &source, fitted_by by) {
+void refuse_what_fails(const start_file &start, const std::string &source, fit_method by) {
     const refusal refuse = refusal_of(source);
     refuse_counts(start, source, by);
     const int count = static_cast<int>(start.entries.size());

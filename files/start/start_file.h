@@ -2,6 +2,8 @@
 // start_file.h -- the contents of a start value / fit control file, of any generation
 #pragma once
 
+#include "files/start/fit_method.h"
+
 #include <array>
 #include <optional>
 #include <string>
@@ -90,13 +92,11 @@ bool is_used(int quantity, int type);
 // What the fit would refuse or could not end well with, in its own words' order: counts, noise,
 // strategy, types, links. Errors: bad_input with what to do; source names the file it came from.
 //
-// search: the fitter's, which holds 49 entries and patterns of 4096 points; the engine has neither
-// limit.
-enum class fitted_by { search, engine, search_then_engine };
+// The search holds 49 entries and patterns of 4096 points; the engine has neither limit.
 void refuse_what_fails(const start_file &start, const std::string &source,
-                       fitted_by by = fitted_by::search);
+                       fit_method by = fit_method::classic);
 // Of it what is known without values: entries, parameters, points.
-void refuse_counts(const start_file &start, const std::string &source, fitted_by by);
+void refuse_counts(const start_file &start, const std::string &source, fit_method by);
 
 // The text of a version 3 file. remarks stand behind its end, where the reader does not look.
 std::string version_3_text(const start_file &start, const std::vector<std::string> &remarks);

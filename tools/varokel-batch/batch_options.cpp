@@ -2,6 +2,8 @@
 // batch_options.cpp -- options that varokel-batch and varokel-bids have alike
 #include "varokel-batch/batch_options.h"
 
+#include "files/start/fit_method.h"
+
 #include <cstdlib>
 
 namespace tools {
@@ -23,7 +25,7 @@ void add_model_options(option_parser &app, plan_options &options) {
                    "search by varokel, a process each; both: that search, then the optimum from "
                    "its end and from the start values")
         ->type_name("HOW")
-        ->check(one_of({"exact", "classic", "both"}));
+        ->check(one_of(method_names()));
 }
 
 void add_work_options(option_parser &app, run_options &options, const std::string &workers) {

@@ -41,12 +41,6 @@ static std::vector<std::string> read_names(const std::string &file) {
     return names;
 }
 
-// Whose limits the start files keep.
-static fitted_by limits_of(fit_method method) {
-    if (method == fit_method::exact) return fitted_by::engine;
-    return method == fit_method::both ? fitted_by::search_then_engine : fitted_by::search;
-}
-
 static void copy_patterns(start_file &start, const std::string &beside, const std::string &work,
                           start_choice &chosen) {
     std::error_code error;
@@ -131,8 +125,7 @@ static start_file start_of_table(const plan_options &options, long long points,
                       row.name + ": pattern " + row.pattern_file +
                           " stands in another folder; put it beside the table for a batch");
     const std::string folder = fs::path(options.peaks).parent_path().string();
-    start_maker maker(table, {folder.empty() ? "." : folder, "."},
-                      limits_of(*method_named(options.method)));
+    start_maker maker(table, {folder.empty() ? "." : folder, "."}, *method_named(options.method));
     const spectrum_facts facts = facts_of_sidecar(metadata(work + "/sidecar.json"));
     const complex_signal signal = maker.estimates() || facts.guessed_sense
                                       ? strongest(work + "/spectra.f32", points, spectra)
@@ -173,7 +166,7 @@ start_choice choose_start(const plan_options &options, const ordered_json &scale
     const std::string &source = with_table ? options.peaks : options.start;
     start_file start = with_table ? start_of_table(options, points, work, spectra, chosen)
                                   : read_start_file(options.start);
-    refuse_what_fails(start, source, limits_of(*method_named(options.method)));
+    refuse_what_fails(start, source, *method_named(options.method));
     refuse_other_kind(start, source, scale, points);
     if (options.method != "classic")
         if (const std::string why = why_not_exact(start); !why.empty())
@@ -221,8 +214,7 @@ start_choice choose_start(const plan_options &options, const ordered_json &scale
 }
 
 spectrum_starts::spectrum_starts(const batch_plan &plan)
-    : maker_(read_peak_table(plan.file("peaks.txt")), {plan.file("patterns")},
-             limits_of(plan.method)),
+    : maker_(read_peak_table(plan.file("peaks.txt")), {plan.file("patterns")}, plan.method),
       facts_(facts_of_sidecar(metadata(plan.file("sidecar.json")))) {}
 
 start_file spectrum_starts::make(const std::string &bytes) {

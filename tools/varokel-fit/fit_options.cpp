@@ -3,6 +3,7 @@
 #include "varokel-fit/fit_options.h"
 
 #include "common/import_options.h"
+#include "files/start/fit_method.h"
 
 namespace tools {
 
@@ -20,7 +21,7 @@ void add_fit_options(option_parser &app, fit_options &own) {
                    "both: the search of the fitter, then the exact fit from its end and from the "
                    "table (default); exact: that alone; classic: the search alone")
         ->type_name("M")
-        ->check(one_of({"both", "exact", "classic"}));
+        ->check(one_of(method_names()));
     app.add_option("--starts", own.starts,
                    "further starts of the exact fit, whatever its verdict (default 0)")
         ->type_name("N")

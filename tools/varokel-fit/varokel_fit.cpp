@@ -218,11 +218,9 @@ static std::vector<tools::prepared_fit> prepare_fits(const fit_options &own, con
         for (const std::string &text :
              tools::add_water(own.water, own.input, own.spectrum, table, work.string(), names))
             warn(text);
-    const tools::fitted_by by = own.method == "exact"  ? tools::fitted_by::engine
-                                : own.method == "both" ? tools::fitted_by::search_then_engine
-                                                       : tools::fitted_by::search;
     tools::start_maker maker(std::move(table),
-                             {fs::absolute(own.peaks).parent_path().string(), "."}, by);
+                             {fs::absolute(own.peaks).parent_path().string(), "."},
+                             *tools::method_named(own.method));
     std::vector<tools::prepared_fit> fits;
     guess_list guesses;
     for (const std::string &name : names) {

@@ -179,7 +179,7 @@ ordered_json fit_spectrum(const ordered_json &asked) {
     const std::string peaks = asked.at("peaks").get<std::string>();
     const tools::peak_table table = tools::read_peak_table(peaks);
     tools::start_maker maker(table, {fs::path(peaks).parent_path().string()},
-                             tools::fitted_by::engine);
+                             tools::fit_method::exact);
     const tools::start_result made = tools::prepare_fit(of, maker, peaks);
     tools::exact_options options;
     options.starts = asked.value("starts", 0);

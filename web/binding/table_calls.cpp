@@ -175,7 +175,7 @@ ordered_json set_table(const ordered_json &asked) {
     tools::peak_table table = tools::parse_peak_table(now.text, table_name);
     now.row_of = rows_of_entries(table);
     refuse_odd_expressions(table);
-    tools::start_maker maker(table, {folder}, tools::fitted_by::engine);
+    tools::start_maker maker(table, {folder}, tools::fit_method::exact);
     now.start = maker.make(now.spectrum, now.facts);
     now.table = std::move(table);
     make_model(now, {folder});

@@ -27,7 +27,7 @@ spectrum_facts facts() {
 
 start_result result_of(const std::string &text, const spectrum_facts &of = facts()) {
     tools::start_maker maker(tools::parse_peak_table(text, "peaks.txt"), {"."},
-                             tools::fitted_by::engine);
+                             tools::fit_method::exact);
     return maker.make({}, of);
 }
 

@@ -10,7 +10,7 @@
 #include <functional>
 #include <limits>
 
-using tools::fitted_by;
+using tools::fit_method;
 using tools::start_file;
 
 namespace {
@@ -51,7 +51,7 @@ start_file good() {
 using change = std::function<void(start_file &)>;
 
 // What is said of the good file after a change, empty when nothing.
-std::string refusal_of(const change &apply, fitted_by by = fitted_by::search) {
+std::string refusal_of(const change &apply, fit_method by = fit_method::classic) {
     start_file start = good();
     apply(start);
     try {
@@ -68,7 +68,7 @@ void expect_refused(const std::string &text, const change &apply) {
     EXPECT_EQ(said.find("a.par: " + text), 0u) << "said: " << said << "\nnot: " << text;
 }
 
-void expect_taken(const change &apply, fitted_by by = fitted_by::search) {
+void expect_taken(const change &apply, fit_method by = fit_method::classic) {
     EXPECT_EQ(refusal_of(apply, by), "");
 }
 
@@ -79,7 +79,7 @@ tools::start_parameter &of(start_file &start, std::size_t entry, tools::quantity
 } // namespace
 
 TEST(start_file, what_can_be_fitted_is_taken) {
-    for (const fitted_by by : {fitted_by::search, fitted_by::engine, fitted_by::search_then_engine})
+    for (const fit_method by : {fit_method::classic, fit_method::exact, fit_method::both})
         expect_taken([](start_file &) {}, by);
 }
 
@@ -102,15 +102,15 @@ TEST(start_file, the_search_has_limits_that_the_engine_has_not) {
     };
     expect_taken(lines(49));
     expect_refused("50 lines and patterns; expected up to 49", lines(50));
-    expect_taken(lines(50), fitted_by::engine);
-    EXPECT_NE(refusal_of(lines(50), fitted_by::search_then_engine), "");
+    expect_taken(lines(50), fit_method::exact);
+    EXPECT_NE(refusal_of(lines(50), fit_method::both), "");
     expect_refused("no lines and no patterns", lines(0));
     expect_taken(coefficients(330)); // 4 x 5 + 330 = 350
     expect_refused("more than 350 parameters", coefficients(332));
-    expect_taken(coefficients(332), fitted_by::engine);
+    expect_taken(coefficients(332), fit_method::exact);
     expect_taken(points(4096));
     expect_refused("8192 points; with patterns at most 4096", points(8192));
-    expect_taken(points(8192), fitted_by::engine);
+    expect_taken(points(8192), fit_method::exact);
     expect_refused("500 points; expected a power of two", points(500));
     expect_refused("0 points; expected a power of two", points(0));
 }
