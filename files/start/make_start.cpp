@@ -4,7 +4,7 @@
 
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
-#include "files/start/fit_plan.h"
+#include "files/start/table_strategy.h"
 #include "files/start/linear_fit.h"
 #include "files/start/linked_value.h"
 #include "files/start/mirrored_axis.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// fit_plan.cpp -- where a table's fit looks, and in which steps
-#include "files/start/fit_plan.h"
+// table_strategy.cpp -- intervals and steps of a table's fit, and its search ranges
+#include "files/start/table_strategy.h"
 
 #include "files/base/tool_error.h"
 #include "files/start/strategy_presets.h"

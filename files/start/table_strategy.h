@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// fit_plan.h -- where a table's fit looks, and in which steps
+// table_strategy.h -- intervals and steps of a table's fit, and its search ranges
 #pragma once
 
 #include "files/start/make_start.h"
