@@ -5,7 +5,7 @@
 #include "common/import_options.h"
 #include "common/run_tool.h"
 #include "varokel-batch/batch_options.h"
-#include "varokel-batch/engine_scripts.h"
+#include "varokel-batch/job_scripts.h"
 #include "varokel-batch/merge_batch.h"
 #include "varokel-batch/make_plan.h"
 #include "varokel-batch/run_batch.h"
@@ -62,8 +62,8 @@ static void add_run_options(tools::option_parser &app, tools::run_options &own) 
     app.footer("\nExample:\n  varokel-batch run run -j 2 --resume");
 }
 
-static void add_engine_options(tools::option_parser &slurm, tools::option_parser &snakemake,
-                               tools::engine_options &own) {
+static void add_job_options(tools::option_parser &slurm, tools::option_parser &snakemake,
+                            tools::job_options &own) {
     for (tools::option_parser *const each : {&slurm, &snakemake}) {
         add_folder(*each, own.folder);
         each->add_option("--shards", own.shards, "parts (default: about 1000 spectra in each)")
@@ -93,7 +93,7 @@ static void add_merge_options(tools::option_parser &app, tools::merge_options &o
 int main(int argc, char **argv) {
     tools::plan_options plan;
     tools::run_options run;
-    tools::engine_options engine;
+    tools::job_options jobs;
     std::string status_folder;
     tools::merge_options merge;
 
@@ -127,7 +127,7 @@ int main(int argc, char **argv) {
         app.add_subcommand("slurm", "Prints a job script for Slurm.");
     tools::option_parser *const snakemake =
         app.add_subcommand("snakemake", "Prints rules for Snakemake.");
-    add_engine_options(*slurm, *snakemake, engine);
+    add_job_options(*slurm, *snakemake, jobs);
 
     return tools::run_tool("varokel-batch", [&] {
         if (const std::optional<int> end = tools::parse_command_line(app, argc, argv)) return *end;
@@ -141,8 +141,8 @@ int main(int argc, char **argv) {
         else if (merger->parsed())
             return tools::merge_batch(merge);
         else
-            std::cout << (slurm->parsed() ? tools::slurm_script(engine)
-                                          : tools::snakemake_rules(engine));
+            std::cout << (slurm->parsed() ? tools::slurm_script(jobs)
+                                          : tools::snakemake_rules(jobs));
         return static_cast<int>(tools::all_right);
     });
 }

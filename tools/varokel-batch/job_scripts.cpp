@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// engine_scripts.cpp -- a batch as a job array of Slurm, and as rules of Snakemake
-#include "varokel-batch/engine_scripts.h"
+// job_scripts.cpp -- a batch as a job array of Slurm, and as rules of Snakemake
+#include "varokel-batch/job_scripts.h"
 
 #include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
@@ -15,7 +15,7 @@ namespace tools {
 namespace fs = std::filesystem;
 
 static constexpr long long spectra_per_shard = 1000; // a minute of work, against half a second
-                                                     // that a task costs the engine
+                                                     // that a task costs the queue
 static constexpr long long most_tasks = 1000;        // MaxArraySize of Slurm is 1001 by default
 
 struct batch_place {
@@ -23,7 +23,7 @@ struct batch_place {
     long long shards;
 };
 
-static batch_place place_of(const engine_options &options) {
+static batch_place place_of(const job_options &options) {
     const batch_plan plan = read_plan(options.folder);
     std::error_code error;
     batch_place place = {fs::canonical(options.folder).string(),
@@ -74,7 +74,7 @@ static std::string limit_word(const std::string &text, const char *option, const
     return text;
 }
 
-std::string slurm_script(const engine_options &options) {
+std::string slurm_script(const job_options &options) {
     const batch_place place = place_of(options);
     const std::string memory = limit_word(options.memory, "--mem", "500M");
     const std::string time = limit_word(options.time, "--time", "01:00:00");
@@ -119,7 +119,7 @@ std::string slurm_script(const engine_options &options) {
     return script;
 }
 
-std::string snakemake_rules(const engine_options &options) {
+std::string snakemake_rules(const job_options &options) {
     const batch_place place = place_of(options);
     for (const std::string &name : {place.run, place.program}) {
         refuse_not_utf8(name, "the path"); // a rule file is Python, which is UTF-8
