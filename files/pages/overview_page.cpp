@@ -29,21 +29,8 @@ namespace fs = std::filesystem;
 
 static constexpr std::size_t curves_per_file = 100;
 
-static std::vector<std::pair<long long, long long>> fitted_intervals(const batch_view &batch) {
-    std::vector<std::pair<long long, long long>> found;
-    for (auto step = batch.start.steps.rbegin(); step != batch.start.steps.rend(); ++step) {
-        if (!fits_something(*step)) continue;
-        for (const auto &[first, last] : step->intervals)
-            if (first <= last && last >= 0 && first < batch.points)
-                found.emplace_back(std::max(0, first), std::min<long long>(batch.points - 1, last));
-        break;
-    }
-    if (found.empty()) found.emplace_back(0, batch.points - 1);
-    return found;
-}
-
 static std::pair<long long, long long> shown_points(const batch_view &batch) {
-    return points_with_margin(fitted_intervals(batch), batch.points);
+    return points_with_margin(fitted_intervals(batch.start.steps, batch.points), batch.points);
 }
 
 static ordered_json curves_of(const batch_view &batch, std::size_t spectrum) {
@@ -144,14 +131,12 @@ static ordered_json model_of(const batch_view &batch, long long first) {
     for (const control_entry &entry : batch.start.entries) types.push_back(entry.type);
     std::vector<double> phases;
     for (std::size_t i = 0; i < batch.spectra.size(); ++i) phases.push_back(batch.phase_of(i));
-    int kept = static_cast<int>(batch.points);
-    for (const start_step &step : batch.start.steps)
-        if (fits_something(step)) kept = step.points;
+    const start_step *const last = last_fitting_step(batch.start.steps);
     return {{"points", batch.points},
             {"first", first},
             {"hzPerPoint", batch.start.hz_per_point},
             {"phi1", batch.start.phi_1},
-            {"kept", kept},
+            {"kept", last != nullptr ? last->points : batch.points},
             {"ignored", batch.start.ignored},
             {"fwhmPerWidth", kernel::gauss_fwhm_per_width},
             {"types", std::move(types)},
@@ -233,7 +218,7 @@ static void add_spectrum_scale(const batch_view &batch, ordered_json &all) {
                    {"step", axis.per_point},
                    {"falls", axis.falls_to_the_right}};
     all["intervals"] = ordered_json::array();
-    for (const auto &[a, b] : fitted_intervals(batch))
+    for (const auto &[a, b] : fitted_intervals(batch.start.steps, batch.points))
         all["intervals"].push_back({a - first, b - first});
     all["points"] = last - first + 1;
     const std::pair<long long, long long> noise(batch.start.noise_first,

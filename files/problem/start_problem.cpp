@@ -14,15 +14,6 @@ namespace tools {
 
 namespace {
 
-// The last step that frees anything: its points, truncation and channel are what the errors hold
-// for.
-const start_step *last_fitting_step(const start_file &start) {
-    for (auto step = start.steps.rbegin(); step != start.steps.rend(); ++step)
-        for (int s = fit_areas; s <= fit_lineshape; ++s)
-            if (step->switches[static_cast<std::size_t>(s)] != 0) return &*step;
-    return nullptr;
-}
-
 bool is_freed(const start_file &start, int group) {
     for (const start_step &step : start.steps)
         if (step.switches[static_cast<std::size_t>(group)] != 0) return true;
@@ -70,7 +61,7 @@ engine::parameter parameter_of(const start_file &start, std::size_t k, int q, bo
 engine::fit_problem problem_of(const start_file &start, problem_data data, freedom free) {
     engine::fit_problem problem;
     problem.when = {start.points, start.hz_per_point, start.phi_1, start.ignored, 0};
-    if (const start_step *const step = last_fitting_step(start)) {
+    if (const start_step *const step = last_fitting_step(start.steps)) {
         problem.when.kept = step->points;
         for (const auto &[first, last] : step->intervals)
             problem.intervals.push_back({first, last});
@@ -103,7 +94,7 @@ engine::fit_problem problem_of(const start_file &start, problem_data data, freed
 }
 
 std::string why_not_exact(const start_file &start) {
-    const start_step *const step = last_fitting_step(start);
+    const start_step *const step = last_fitting_step(start.steps);
     if (step == nullptr) return "no step of the strategy fits anything";
     const auto classic = [](const std::string &what) {
         return what + "; the classic search does (--method classic)";

@@ -34,13 +34,10 @@ static judged_entry facts_of(const run_result &run, const fitted_entry &entry) {
 }
 
 static std::optional<last_step> last_step_of(const run_result &run) {
-    std::optional<last_step> last;
-    int number = 0;
-    for (const start_step &step : run.control.steps) {
-        ++number;
-        if (fits_something(step)) last = {step.algorithm == 1, number, step.switches[iterations]};
-    }
-    return last;
+    const start_step *const last = last_fitting_step(run.control.steps);
+    if (last == nullptr) return std::nullopt;
+    return last_step{last->algorithm == 1, static_cast<int>(last - run.control.steps.data()) + 1,
+                     last->switches[iterations]};
 }
 
 std::vector<correlated_pair> correlations_of(const run_result &run) {

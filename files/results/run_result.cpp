@@ -167,17 +167,7 @@ static void measure_signals(run_result &run) {
 }
 
 std::vector<std::pair<long long, long long>> run_result::intervals() const {
-    const long long n = points();
-    std::vector<std::pair<long long, long long>> found;
-    for (auto step = control.steps.rbegin(); step != control.steps.rend(); ++step) {
-        if (!fits_something(*step)) continue;
-        for (const auto &[first, last] : step->intervals)
-            if (first < n && last >= 0 && first <= last)
-                found.emplace_back(std::max(0, first), std::min<long long>(n - 1, last));
-        break;
-    }
-    if (found.empty() && n > 0) found.emplace_back(0, n - 1);
-    return found;
+    return fitted_intervals(control.steps, points());
 }
 
 std::pair<long long, long long> run_result::view() const {

@@ -37,6 +37,22 @@ bool fits_something(const start_step &step) {
                        [](int on) { return on != 0; });
 }
 
+const start_step *last_fitting_step(const std::vector<start_step> &steps) {
+    const auto last = std::find_if(steps.rbegin(), steps.rend(), fits_something);
+    return last == steps.rend() ? nullptr : &*last;
+}
+
+std::vector<std::pair<long long, long long>> fitted_intervals(const std::vector<start_step> &steps,
+                                                              long long points) {
+    std::vector<std::pair<long long, long long>> found;
+    if (const start_step *const step = last_fitting_step(steps))
+        for (const auto &[first, last] : step->intervals)
+            if (first <= last && last >= 0 && first < points)
+                found.emplace_back(std::max(0, first), std::min<long long>(points - 1, last));
+    if (found.empty() && points > 0) found.emplace_back(0, points - 1);
+    return found;
+}
+
 bool is_used(int quantity, int type) {
     if (quantity == gauss_of) return type != lorentz_entry;
     if (quantity == lorentz_of) return type != gauss_entry;

@@ -68,6 +68,12 @@ struct start_step {
 
 // Not a step that only aligns, or does nothing.
 bool fits_something(const start_step &step);
+// The last step that fits something, whose points, part and intervals are those of the result;
+// nullptr when there is none.
+const start_step *last_fitting_step(const std::vector<start_step> &steps);
+// Its intervals in a spectrum of so many points, first and last point; all points when it has none.
+std::vector<std::pair<long long, long long>> fitted_intervals(const std::vector<start_step> &steps,
+                                                              long long points);
 
 struct start_file {
     std::string generation = "version 3"; // or "block format", "old format"

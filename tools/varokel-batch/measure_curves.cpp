@@ -20,19 +20,9 @@ namespace tools {
 curve_measure::curve_measure(const start_file &start)
     : entries(start.entries.size()), points(start.points) {
     if (start.steps.empty()) return;
-    const start_step &first = start.steps.front();
-    const start_step *last = nullptr;
-    for (const start_step &step : start.steps)
-        if (fits_something(step)) last = &step;
-    for (const auto &[begin, end] : first.intervals) width += end - begin;
-    if (last != nullptr) {
-        kept = last->points;
-        for (const auto &[begin, end] : last->intervals)
-            if (begin < points && end >= 0 && begin <= end)
-                intervals.emplace_back(std::max<long long>(0, begin),
-                                       std::min<long long>(points - 1, end));
-    }
-    if (intervals.empty()) intervals.emplace_back(0, points - 1);
+    for (const auto &[begin, end] : start.steps.front().intervals) width += end - begin;
+    if (const start_step *const last = last_fitting_step(start.steps)) kept = last->points;
+    intervals = fitted_intervals(start.steps, points);
     has_lineshape = start.fit_mode != 1;
 }
 

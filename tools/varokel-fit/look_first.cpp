@@ -48,13 +48,7 @@ static void add_start(const start_file &start, looked_spectrum &looked) {
     const auto last = static_cast<long long>(looked.points.size()) - 1;
     if (start.noise_stop - start.noise_first > 1)
         looked.noise = {start.noise_first, std::min<long long>(start.noise_stop - 1, last)};
-    for (auto step = start.steps.rbegin(); step != start.steps.rend(); ++step) {
-        if (!fits_something(*step)) continue;
-        for (const auto &[first, stop] : step->intervals)
-            if (first <= stop && first <= last)
-                looked.intervals.emplace_back(std::max(0, first), std::min<long long>(stop, last));
-        break;
-    }
+    looked.intervals = fitted_intervals(start.steps, last + 1);
     std::complex<double> sum = 0.0;
     for (const start_entry &entry : start.entries) {
         looked.peaks.push_back(peak_of(start, entry));
