@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <span>
 
 using engine::guarded;
 using engine::refuse;

@@ -9,7 +9,6 @@
 #include "kernel/sums.h"
 
 #include <algorithm>
-#include <cmath>
 #include <numbers>
 
 namespace engine {

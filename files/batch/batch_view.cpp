@@ -20,7 +20,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <limits>
 #include <numbers>
 #include <set>
 

@@ -14,7 +14,6 @@
 #include "files/measured/signal_items.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <numbers>
 

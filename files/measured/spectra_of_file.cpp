@@ -6,8 +6,6 @@
 #include "files/measured/combined_source.h"
 #include "files/measured/spectrum_conversion.h"
 
-#include <algorithm>
-
 namespace tools {
 
 converted_spectra spectra_of_file(const input_options &options, const spectrum_options &own,

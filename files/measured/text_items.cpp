@@ -6,7 +6,6 @@
 #include "files/base/tool_error.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstring>

@@ -10,7 +10,6 @@
 #include "files/pages/page_texts.h"
 #include "files/pages/report_facts.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace tools {

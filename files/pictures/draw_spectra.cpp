@@ -9,7 +9,6 @@
 #include <cmath>
 #include <cstdio>
 #include <iterator>
-#include <optional>
 
 namespace tools {
 

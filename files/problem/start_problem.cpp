@@ -7,7 +7,6 @@
 
 #include "engine/noise_window.h"
 
-#include <cmath>
 #include <filesystem>
 
 namespace tools {

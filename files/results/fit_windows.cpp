@@ -5,7 +5,6 @@
 #include "files/start/values_in_points.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace tools {
 

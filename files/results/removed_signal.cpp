@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <numbers>
 #include <optional>
 

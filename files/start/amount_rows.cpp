@@ -7,7 +7,6 @@
 #include "files/base/tool_error.h"
 #include "files/start/peak_table.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 

@@ -10,7 +10,6 @@
 #include "files/start/table_rows.h"
 #include "files/start/table_scanner.h"
 
-#include <algorithm>
 #include <map>
 
 namespace tools {

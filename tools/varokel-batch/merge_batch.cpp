@@ -11,7 +11,6 @@
 #include "files/results/number_text.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>

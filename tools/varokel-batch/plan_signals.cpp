@@ -13,7 +13,6 @@
 #include "varokel-batch/plan_water.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <limits>

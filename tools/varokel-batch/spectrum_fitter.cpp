@@ -6,8 +6,6 @@
 #include "files/base/text_file.h"
 #include "files/base/tool_error.h"
 
-#include <cmath>
-
 namespace tools {
 
 fit_common::fit_common(const batch_plan &from, fit_setting own_setting, std::string place,

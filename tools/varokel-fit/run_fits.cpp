@@ -5,10 +5,8 @@
 #include "files/base/own_files.h"
 #include "files/base/tool_error.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
