@@ -111,7 +111,7 @@ const entry_column entry_columns[] = {
 
 #define OPTIMUM(member)                                                                            \
     [](const run_result &run) {                                                                    \
-        return table_number(run.optimum ? run.optimum->member : run_result::unknown);              \
+        return table_number(run.optimum ? run.optimum->member : not_known);                        \
     }
 
 const spectrum_column spectrum_columns[] = {
@@ -163,7 +163,7 @@ const spectrum_column spectrum_columns[] = {
      OPTIMUM(expected_decrease)},
     {"search_distance", "bounds",
      "farthest that a parameter was from the optimum where the search ended",
-     OPTIMUM(search_distance.value_or(run_result::unknown))},
+     OPTIMUM(search_distance.value_or(not_known))},
     {"starts", "1", "starts that were tried",
      [](const run_result &run) {
          return run.optimum ? count_text(static_cast<long long>(run.optimum->starts.size()))

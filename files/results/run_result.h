@@ -2,10 +2,10 @@
 // run_result.h -- everything that the files of one fitted spectrum say
 #pragma once
 
+#include "files/base/not_known.h"
 #include "files/base/ordered_json.h"
 #include "files/spectra/spectrum_axis.h"
 #include "files/spectra/complex_signal.h"
-#include "files/pictures/draw_spectra.h"
 #include "files/problem/exact_fit.h"
 #include "files/results/rebuilt_model.h"
 #include "files/results/fit_list.h"
@@ -13,7 +13,6 @@
 #include "files/results/judgement.h"
 
 #include <array>
-#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -55,7 +54,6 @@ struct provenance_item {
 };
 
 struct run_result {
-    static constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
 
     std::string folder, name; // of the spectrum, without ending
     bool fitted = false;
@@ -72,11 +70,11 @@ struct run_result {
 
     std::string command, mode;
     // figures that no file states are not a number
-    double quality = unknown, quality_before = unknown;
-    double noise_re = unknown, noise_im = unknown;
-    double chi_before = unknown, chi_after = unknown, chi_unweighted = unknown;
+    double quality = not_known, quality_before = not_known;
+    double noise_re = not_known, noise_im = not_known;
+    double chi_before = not_known, chi_after = not_known, chi_unweighted = not_known;
     int iterations = 0, weighting = 0, free_parameters = 0;
-    double snr = unknown;
+    double snr = not_known;
     bool has_errors = false;
     // Errors of sums and ratios can be had: how the errors of the parameters hang together is
     // known.
