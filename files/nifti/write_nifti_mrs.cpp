@@ -69,23 +69,6 @@ bool can_write_nifti() {
     return true;
 }
 
-nifti_geometry geometry_of_affine(const std::array<long long, 3> &size,
-                                  const std::array<std::array<double, 4>, 3> &affine) {
-    nifti_geometry geometry;
-    geometry.size = size;
-    geometry.affine = affine;
-    geometry.qform_code = geometry.sform_code = NIFTI_XFORM_SCANNER_ANAT;
-    nifti_dmat44 matrix{};
-    for (std::size_t r = 0; r < 3; ++r)
-        for (std::size_t c = 0; c < 4; ++c) matrix.m[r][c] = affine[r][c];
-    matrix.m[3][3] = 1.0;
-    nifti_dmat44_to_quatern(matrix, &geometry.quaternion[0], &geometry.quaternion[1],
-                            &geometry.quaternion[2], &geometry.origin_mm[0], &geometry.origin_mm[1],
-                            &geometry.origin_mm[2], &geometry.voxel_mm[0], &geometry.voxel_mm[1],
-                            &geometry.voxel_mm[2], &geometry.qfac);
-    return geometry;
-}
-
 static nifti_2_header header_of(const nifti_geometry &geometry, const std::int64_t (&dims)[8],
                                 int datatype, const std::string &description) {
     const std::unique_ptr<nifti_2_header, void (*)(void *)> made(
@@ -232,11 +215,6 @@ std::string nifti_map_bytes(const nifti_geometry &geometry, const std::vector<do
 
 bool can_write_nifti() {
     return false;
-}
-
-nifti_geometry geometry_of_affine(const std::array<long long, 3> &,
-                                  const std::array<std::array<double, 4>, 3> &) {
-    refuse_nifti();
 }
 
 std::string nifti_mrs_bytes(const nifti_mrs_image &, bool) {

@@ -17,16 +17,11 @@
 namespace tools {
 
 // false when the program was built without libnifti2: then the functions below that make the bytes
-// of a file, and geometry_of_affine, throw bad_output. Headers are read without it.
+// of a file throw bad_output. Headers are read without it.
 bool can_write_nifti();
 
 // Of a NIfTI file, all values as they stand in its header. Errors: bad_input when it is none.
 nifti_geometry geometry_of_nifti(const std::string &file);
-
-// Of an affine that turns (x, y, z, 1) into millimetres of scanner space. Both forms are filled;
-// the quaternion holds its rotation without any shear.
-nifti_geometry geometry_of_affine(const std::array<long long, 3> &size,
-                                  const std::array<std::array<double, 4>, 3> &affine);
 
 // A dimension behind time.
 struct nifti_mrs_dimension {
