@@ -21,7 +21,8 @@ static std::pair<long long, long long> seen_points(const looked_spectrum &spectr
     return points_with_margin(spectrum.intervals, last + 1);
 }
 
-spectra_plot plot_of(const looked_spectrum &spectrum) {
+// The spectrum alone as a picture: real part, noise window, points to fit, names of the peaks.
+static spectra_plot plot_of(const looked_spectrum &spectrum) {
     spectra_plot plot;
     plot.title = valid_text(spectrum.name);
     const std::size_t n = spectrum.points.size();

@@ -41,7 +41,4 @@ struct looked_spectrum {
 // first.
 std::string look_page(const std::vector<looked_spectrum> &spectra, std::size_t of);
 
-// The spectrum alone as a picture: real part, noise window, points to fit, names of the peaks.
-spectra_plot plot_of(const looked_spectrum &spectrum);
-
 } // namespace tools

@@ -105,7 +105,8 @@ static void read_lineshape(table_scanner &scan, peak_table &table, int &coeffici
     }
 }
 
-reference_peak read_reference(table_scanner &scan) {
+// "[NAME] PPM [ppm] [+- WIDTH [ppm]]"
+static reference_peak read_reference(table_scanner &scan) {
     reference_peak peak;
     if (!scan.number_follows()) {
         peak.name = scan.name("the name of the reference peak, or its chemical shift");

@@ -18,9 +18,6 @@ namespace tools {
 void read_key(peak_table &table, std::string_view key, table_scanner &scan, int &coefficients,
               const table_place &place);
 
-// "[NAME] PPM [ppm] [+- WIDTH [ppm]]". Errors: bad_input, by the scanner.
-reference_peak read_reference(table_scanner &scan);
-
 // The reference peak of an option --reference-peak and that of a table of peaks; an empty option is
 // none. Errors: wrong_usage when both are there and differ, or the option's text is none.
 std::optional<reference_peak> settled_reference(const std::string &option,

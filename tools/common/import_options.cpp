@@ -3,7 +3,6 @@
 #include "common/import_options.h"
 
 #include "files/measured/open_source.h"
-#include "files/start/table_keys.h"
 
 #include <iterator>
 #include <vector>
@@ -145,10 +144,6 @@ void add_water_options(option_parser &app, water_options &options) {
     app.add_option("--repetition-time", options.repetition_time, "as --echo-time")
         ->type_name("S")
         ->check(positive_number);
-}
-
-void settle_reference(spectrum_options &options, const std::optional<reference_peak> &of_table) {
-    options.reference_peak = settled_reference(options.reference_text, of_table);
 }
 
 } // namespace tools

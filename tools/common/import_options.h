@@ -29,8 +29,4 @@ void add_reference_options(option_parser &app, spectrum_options &options,
 // The water that amounts are held against.
 void add_water_options(option_parser &app, water_options &options);
 
-// The reference peak of a table of peaks and that of --reference-peak. Errors: wrong_usage when
-// both are there and differ, or the option's text is none.
-void settle_reference(spectrum_options &options, const std::optional<reference_peak> &of_table);
-
 } // namespace tools

@@ -8,7 +8,7 @@
 #include "files/nifti/grid_maps.h"
 #include "files/nifti/write_nifti_mrs.h"
 #include "files/spectra/signal_file.h"
-#include "files/start/peak_table.h"
+#include "files/start/table_keys.h"
 #include "common/import_options.h"
 #include "varokel-batch/plan_water.h"
 
@@ -237,8 +237,9 @@ void plan_signals(const plan_options &options, const std::string &work, plan_dra
     const choice chosen = choose_spectra(*source, wanted);
     const std::vector<std::size_t> origin = list_spectra(options, *source, chosen.spectra, batch);
     spectrum_options settled = options.spectrum;
-    settle_reference(settled, options.peaks.empty() ? std::nullopt
-                                                    : read_peak_table(options.peaks).reference);
+    settled.reference_peak = settled_reference(
+        settled.reference_text,
+        options.peaks.empty() ? std::nullopt : read_peak_table(options.peaks).reference);
     spectrum_conversion conversion(*source, chosen, input, settled);
     const std::size_t used = conversion.used();
     batch.points = conversion.points();

@@ -37,7 +37,8 @@ static double seconds_since(steady::time_point then) {
     return std::chrono::duration<double>(steady::now() - then).count();
 }
 
-void parse_shard(const std::string &text, long long &shard, long long &shards) {
+// "i/n" with 0 <= i < n. Errors: wrong_usage.
+static void parse_shard(const std::string &text, long long &shard, long long &shards) {
     const char *const end = text.data() + text.size();
     const auto head = std::from_chars(text.data(), end, shard);
     if (head.ec == std::errc() && head.ptr != end && *head.ptr == '/') {

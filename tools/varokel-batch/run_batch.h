@@ -20,7 +20,4 @@ int run_batch(const run_options &options);
 // Prints which shards are done and which are not. Returns different while some are missing.
 int show_status(const std::string &folder);
 
-// "i/n" with 0 <= i < n. Errors: wrong_usage.
-void parse_shard(const std::string &text, long long &shard, long long &shards);
-
 } // namespace tools

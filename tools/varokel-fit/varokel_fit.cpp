@@ -13,6 +13,7 @@
 #include "files/results/number_text.h"
 #include "files/results/results_table.h"
 #include "files/start/make_start.h"
+#include "files/start/table_keys.h"
 
 #include "common/command_line.h"
 #include "common/find_program.h"
@@ -52,7 +53,7 @@ static std::vector<std::string> import(const fit_options &own, const fs::path &f
     // a fit needs a power of two, and filling loses nothing; it is warned of and recorded
     if (input.resize.empty()) input.resize = "fill";
     tools::spectrum_options spectrum = own.spectrum;
-    tools::settle_reference(spectrum, reference);
+    spectrum.reference_peak = tools::settled_reference(spectrum.reference_text, reference);
     spectrum.folder = folder.string();
     std::vector<std::string> names;
     tools::import_listener listener;

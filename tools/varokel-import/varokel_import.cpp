@@ -8,6 +8,7 @@
 #include "files/measured/import_spectra.h"
 #include "files/measured/import_basis.h"
 #include "files/measured/signal_items.h"
+#include "files/start/table_keys.h"
 #include "common/command_line.h"
 #include "common/import_options.h"
 #include "common/run_tool.h"
@@ -143,7 +144,7 @@ int main(int argc, char **argv) {
         if (output.empty())
             throw tool_error(tools::wrong_usage, std::string("no output given; expected -o ") +
                                                      (pattern->parsed() ? "FILE.bin" : "FOLDER"));
-        tools::settle_reference(own, std::nullopt);
+        own.reference_peak = tools::settled_reference(own.reference_text, std::nullopt);
         if (pattern->parsed()) {
             tools::import_pattern(pattern_options, output);
             std::cout << output << '\n';
