@@ -48,11 +48,7 @@ std::string refusal(const std::string &text, const spectrum_facts &of = facts())
 const std::string voigt = "name  type  area  frequency[ppm]  gauss  lorentz  phase\n";
 const std::string noise = "noise: 700 to 800 points\n";
 
-using tools::area_of;
-using tools::frequency_of;
-using tools::gauss_of;
-using tools::lorentz_of;
-using tools::phase_of;
+using enum tools::quantity;
 
 } // namespace
 

@@ -49,11 +49,7 @@ std::string refused_cell(int quantity, const std::string &text) {
     return "no error";
 }
 
-using tools::area_of;
-using tools::frequency_of;
-using tools::gauss_of;
-using tools::lorentz_of;
-using tools::phase_of;
+using enum tools::quantity;
 
 } // namespace
 
