@@ -300,6 +300,28 @@ TEST(start_file, a_step_that_only_aligns_fits_nothing) {
     }
 }
 
+TEST(start_file, the_result_is_of_the_last_step_that_fits) {
+    tools::start_step align;
+    align.switches[tools::align] = 1;
+    align.intervals = {{7, 8}};
+    EXPECT_EQ(tools::last_fitting_step({}), nullptr);
+    const std::vector<tools::start_step> none = {align};
+    EXPECT_EQ(tools::last_fitting_step(none), nullptr);
+    const std::vector<tools::start_step> steps = {gradient_step(64), gradient_step(32), align};
+    EXPECT_EQ(tools::last_fitting_step(steps), &steps[1]);
+}
+
+TEST(start_file, fitted_intervals_are_those_of_that_step_within_the_spectrum) {
+    typedef std::vector<std::pair<long long, long long>> intervals;
+    std::vector<tools::start_step> steps = {gradient_step(64), gradient_step(64)};
+    steps[1].intervals = {{-5, 3}, {10, 9}, {-5, -1}, {20, 20}, {63, 99}, {64, 99}};
+    EXPECT_EQ(tools::fitted_intervals(steps, 64), (intervals{{0, 3}, {20, 20}, {63, 63}}));
+    steps[1].intervals = {{64, 99}};
+    EXPECT_EQ(tools::fitted_intervals(steps, 64), (intervals{{0, 63}}));
+    EXPECT_EQ(tools::fitted_intervals({}, 64), (intervals{{0, 63}}));
+    EXPECT_EQ(tools::fitted_intervals({}, 0), intervals());
+}
+
 TEST(start_file, a_type_that_is_none_has_no_name) {
     EXPECT_STREQ(tools::type_name(tools::gauss_entry), "gauss");
     EXPECT_STREQ(tools::type_name(tools::pattern_entry), "pattern");
