@@ -11,7 +11,9 @@ fitted() {
     local name=$1 input=$2 count=$3
     shift 3
     status 0 "$batch" plan "$input" --start start.par --values neighbour --noise 0:31 "$@" -o "$name"
-    status 0 "$batch" run "$name"
+    status 0 "$batch" run "$name" --times
+    holds err "varokel-batch: $count fits in "
+    lacks err "fits/s" # of the progress on a terminal
     status 0 "$batch" merge "$name"
     true_that "$name: all are fitted" test "$(grep -cP '\tconverged\t' "$name/quality.tsv")" -eq "$count"
     true_that "$name: rows" test "$(wc -l <"$name/results.tsv")" -eq $((1 + 2 * count))
