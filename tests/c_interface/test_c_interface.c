@@ -81,6 +81,25 @@ static void values_errors_and_curves(void) {
     varokel_problem_destroy(p);
 }
 
+/* A tied parameter is factor x source + offset, in hertz and degrees. */
+static void ties_have_the_units_of_their_quantity(void) {
+    static double got[2 * N], wanted[2 * N];
+    varokel_problem *p = two_lines();
+    varokel_workspace *w = NULL;
+    int i;
+    CHECK(varokel_workspace_create(&w) == VAROKEL_OK);
+    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_AREA, 0, 0.5, 1.5) == VAROKEL_OK);
+    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_FREQUENCY, 0, 1.0, 137.0) == VAROKEL_OK);
+    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_PHASE, 0, 1.0, 25.0) == VAROKEL_OK);
+    CHECK(varokel_problem_set_tied(p, 1, VAROKEL_LORENTZ_WIDTH, 0, 0.5, 3.0) == VAROKEL_OK);
+    CHECK(varokel_problem_spectrum(p, w, 1, got, 2 * N) == VAROKEL_OK);
+    /* of an area of 4, a place of 184 Hz, a phase of 0 and a width of 8 Hz */
+    spectrum_by_definition(3.5, 321.0, 0.0, 25.0, 7.0, 0.0, 0, 0, wanted);
+    for (i = 0; i < 2 * N; ++i) CHECK(near_to(got[i], wanted[i], 1e-13));
+    varokel_workspace_destroy(w);
+    varokel_problem_destroy(p);
+}
+
 /* Everything a problem can say, as the spectrum of its start values. */
 static void settings_of_a_problem(void) {
     static double got[2 * N], wanted[2 * N], decay[2 * N];
@@ -367,6 +386,7 @@ int main(void) {
     sprintf(begins, "%d.%d.", VAROKEL_VERSION_MAJOR, VAROKEL_VERSION_MINOR);
     CHECK(strncmp(varokel_version(), begins, strlen(begins)) == 0);
     values_errors_and_curves();
+    ties_have_the_units_of_their_quantity();
     settings_of_a_problem();
     windows_starts_and_verdicts();
     fixed_parameters_and_where_a_search_ends();

@@ -23,6 +23,11 @@ static void what_is_refused(void) {
     CHECK(varokel_problem_set_noise_sd(p, HUGE_VAL - HUGE_VAL) == VAROKEL_BAD_ARGUMENT);
     CHECK(varokel_problem_set_truncation(p, N, 0) == VAROKEL_BAD_ARGUMENT);
     CHECK(varokel_problem_set_truncation(p, 8, 8) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_truncation(p, 0, N + 1) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_truncation(p, 0, -1) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_truncation(p, -1, 0) == VAROKEL_BAD_ARGUMENT);
+    CHECK(varokel_problem_set_truncation(p, N - 1, N) == VAROKEL_OK); /* all that there are */
+    CHECK(varokel_problem_set_truncation(p, 0, 0) == VAROKEL_OK);
     CHECK(varokel_problem_set_channel(p, 3) == VAROKEL_BAD_ARGUMENT);
     CHECK(varokel_problem_add_interval(p, 5, 4) == VAROKEL_BAD_ARGUMENT);
     CHECK(varokel_problem_add_interval(p, 0, N) == VAROKEL_BAD_ARGUMENT);
