@@ -147,21 +147,13 @@ class reader {
     derived_value atom() {
         skip_blanks();
         if (at_ >= text_.size()) refuse("the expression ends here; expected a name or a number");
-        const char c = text_[at_];
+        const bool quoted = text_[at_] == '\'';
         std::size_t end = 0;
         const std::string word = name_here(end);
-        derived_value out;
-        if (c == '\'') {
-            out = named(word);
-        } else if (word.empty()) {
-            refuse("expected a name or a number");
-        } else if (end < text_.size() && text_[end] == '(') {
-            return function(word, end);
-        } else if (const std::optional<double> number = number_here(word, end)) {
-            out = constant(*number);
-        } else {
-            out = named(word);
-        }
+        if (!quoted && word.empty()) refuse("expected a name or a number");
+        if (!quoted && end < text_.size() && text_[end] == '(') return function(word, end);
+        const std::optional<double> number = quoted ? std::nullopt : number_here(word, end);
+        derived_value out = number ? constant(*number) : named(word);
         at_ = end;
         skip_blanks();
         return out;

@@ -159,7 +159,7 @@ std::vector<double> numbers_of_line(const line_reader &text,
     if (width) {
         all = true;
         const std::string_view used =
-            std::string_view(line).substr(0, line.find_last_not_of(" ") + 1);
+            std::string_view(line).substr(0, line.find_last_not_of(' ') + 1);
         for (std::size_t at = 0; at < used.size() && all; at += *width) {
             const std::optional<double> value = number_of(used.substr(at, *width));
             all = value.has_value();

@@ -107,8 +107,9 @@ declared_option *option_parser::add_option(const std::string &names, value_type 
 }
 
 #define FOR_TYPE(type)                                                                             \
-    template declared_option *option_parser::add_option(const std::string &, type &,               \
-                                                        const std::string &);
+    template declared_option *option_parser::add_option(                                           \
+        const std::string &, type &, /* NOLINT(bugprone-macro-parentheses) */                      \
+        const std::string &);
 FOR_TYPE(std::string)
 FOR_TYPE(int)
 FOR_TYPE(unsigned)
