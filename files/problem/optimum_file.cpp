@@ -197,6 +197,7 @@ static optimum_record record_from(const reader &from) {
     optimum_record out;
     if (from.text("form") != form) from.refuse("form", form);
     out.method = from.text("method");
+    if (out.method != "exact" && out.method != "both") from.refuse("method", "exact or both");
     out.verdict = from.text("verdict");
     out.noise_sd = from.number("noise_sd");
     out.sum_of_squares = from.number("sum_of_squares");

@@ -54,7 +54,8 @@ printf '{ "form": ' >run/optimum.json
 refused 'optimum.json: no valid JSON' "$programs/varokel-report" run --force
 printf '[]' >run/optimum.json
 refused 'optimum.json: no JSON object' "$programs/varokel-report" run --force
-for change in 's/"noise_sd": [^,]*/"noise_sd": "low"/|noise_sd: expected a number' \
+for change in 's/"method": "[^"]*"/"method": "exact\\nboth\\tx"/|method: expected exact or both' \
+    's/"noise_sd": [^,]*/"noise_sd": "low"/|noise_sd: expected a number' \
     's/"evaluations": [^,]*/"evaluations": -1/|evaluations: expected a count' \
     's/"at_bound": \[/"at_bound": [ 7,/|at_bound: expected rows of their length'; do
     perl -0pe "${change%|*}" whole.json >run/optimum.json

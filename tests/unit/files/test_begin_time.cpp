@@ -152,6 +152,7 @@ TEST(suggest_begin_time, stands_in_the_record_of_the_fit) {
         return tools::read_optimum(file.string());
     };
     tools::optimum_record record;
+    record.method = "exact";
     EXPECT_FALSE(read(tools::optimum_text(record)).begin_time);
     record.begin_time = tools::begin_time_hint{1.25e-3, 0.75, true};
     const auto back = read(tools::optimum_text(record)).begin_time;
