@@ -5,9 +5,11 @@
 #include "files/base/not_known.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/number_range.h"
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 namespace tools {
 
@@ -107,6 +109,11 @@ static void read_scale(batch_plan &plan, const head_items &scale, const std::str
     plan.scale.hz_per_point = scale.number("hz_per_point", true);
     plan.scale.mhz = scale.number("spectrometer_mhz", true);
     plan.scale.ppm_at_carrier = scale.number("ppm_at_carrier", false);
+    for (const auto &[name, value] : {std::pair("hz_per_point", plan.scale.hz_per_point),
+                                      std::pair("spectrometer_mhz", plan.scale.mhz)})
+        if (value && !is_scale(*value)) scale.refuse(name, "no number from 1e-30 to 1e30");
+    if (plan.scale.ppm_at_carrier && !is_in_range(*plan.scale.ppm_at_carrier))
+        scale.refuse("ppm_at_carrier", "no number from -1e30 to 1e30");
     plan.scale.points = plan.points;
     if (scale.has("measured_points"))
         plan.scale.measured = scale.whole("measured_points", 1, plan.points);

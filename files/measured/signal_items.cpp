@@ -5,6 +5,7 @@
 #include "files/base/plain_text.h"
 #include "files/base/sha256.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/number_range.h"
 
 #include <charconv>
 #include <cmath>
@@ -36,6 +37,26 @@ static std::optional<double> usual_ppm_at_carrier(const std::string &nucleus) {
     return std::nullopt;
 }
 
+static void refuse_out_of_range(const spectrum_source &source) {
+    const signal_facts &facts = source.facts;
+    const auto refuse = [&](const char *what, double value, const char *expected) {
+        throw tool_error(bad_input, source.file + ": " + what + " of " + shortest(value) +
+                                        "; expected " + expected);
+    };
+    if (facts.dwell_time && !is_scale(*facts.dwell_time))
+        refuse("a dwell time [s]", *facts.dwell_time, scale_expected);
+    if (facts.mhz && !is_scale(*facts.mhz))
+        refuse("a spectrometer frequency [MHz]", *facts.mhz, scale_expected);
+    if (facts.ppm_at_carrier && !is_in_range(*facts.ppm_at_carrier))
+        refuse("a chemical shift of the carrier [ppm]", *facts.ppm_at_carrier, number_expected);
+    if (!facts.begin_time) return;
+    if (!is_in_range(*facts.begin_time))
+        refuse("a begin time [s]", *facts.begin_time, number_expected);
+    const double phase = delay_phase(*facts.begin_time, *facts.dwell_time);
+    if (!is_in_range(phase))
+        refuse("a begin time that means a first-order phase [degrees]", phase, number_expected);
+}
+
 void settle_facts(spectrum_source &source, const spectrum_options &own) {
     signal_facts &facts = source.facts;
     const auto drop_guess = [&](const char *item) {
@@ -65,6 +86,7 @@ void settle_facts(spectrum_source &source, const spectrum_options &own) {
         throw tool_error(bad_input, source.file +
                                         ": dwell time unknown; expected item \"dwell_time_s\" in a "
                                         "JSON beside it, or --dwell SECONDS or --bandwidth HERTZ");
+    refuse_out_of_range(source);
     if (!facts.ppm_at_carrier && facts.nucleus) {
         facts.ppm_at_carrier = usual_ppm_at_carrier(*facts.nucleus);
         if (facts.ppm_at_carrier)

@@ -4,6 +4,7 @@
 
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/number_range.h"
 
 #include <cmath>
 #include <utility>
@@ -40,16 +41,23 @@ void metadata::refuse(const char *item, const std::string &expected) const {
                                     "; expected " + expected);
 }
 
-std::optional<double> metadata::number(const char *item) const {
+std::optional<double> metadata::any_number(const char *item) const {
     const ordered_json *const value = find(item);
     if (value == nullptr) return std::nullopt;
     if (!value->is_number() || !std::isfinite(value->get<double>())) refuse(item, "a number");
     return value->get<double>();
 }
 
+std::optional<double> metadata::number(const char *item) const {
+    const std::optional<double> value = any_number(item);
+    if (value && !is_in_range(*value)) refuse(item, number_expected);
+    return value;
+}
+
 std::optional<double> metadata::positive_number(const char *item) const {
-    const std::optional<double> value = number(item);
+    const std::optional<double> value = any_number(item);
     if (value && *value <= 0.0) refuse(item, "a number above 0");
+    if (value && !is_scale(*value)) refuse(item, scale_expected);
     return value;
 }
 

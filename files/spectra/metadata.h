@@ -24,8 +24,8 @@ class metadata {
     // Of the text of such a file, which is named in messages. Errors as above.
     static metadata of_text(const std::string &text, const std::string &file);
 
-    // The item, or nothing when it is absent or null. Errors: bad_input when it is of another kind
-    // or (positive) not above 0.
+    // The item, or nothing when it is absent or null. Errors: bad_input when it is of another kind,
+    // or (positive) not above 0, or outside of number_range.h.
     std::optional<double> number(const char *item) const;
     std::optional<double> positive_number(const char *item) const;
     std::optional<long long> positive_integer(const char *item) const;
@@ -42,6 +42,7 @@ class metadata {
 
   private:
     const ordered_json *find(const char *item) const;
+    std::optional<double> any_number(const char *item) const;
     [[noreturn]] void refuse(const char *item, const std::string &expected) const;
 
     std::string file_;

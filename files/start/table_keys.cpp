@@ -3,6 +3,7 @@
 #include "files/start/table_keys.h"
 
 #include "files/base/tool_error.h"
+#include "files/spectra/number_range.h"
 #include "files/spectra/search_limits.h"
 #include "files/start/derive_rows.h"
 #include "files/start/strategy_presets.h"
@@ -203,6 +204,8 @@ static bool read_setting_key(peak_table &table, const std::string &word, table_s
     } else if (word == "hz_per_point") {
         table.hz_per_point = scan.number("Hz per point");
         if (!(*table.hz_per_point > 0.0)) refuse_at(table, place, "expected a number above 0");
+        if (!is_scale(*table.hz_per_point))
+            refuse_at(table, place, std::string("expected ") + scale_expected);
     } else if (word == "phi_1") {
         table.phi_1 = scan.number("degrees over the whole band");
         scan.take_word("deg");

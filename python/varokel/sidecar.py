@@ -15,6 +15,9 @@ from .errors import FileFormatError
 from .json_files import JsonObject, JsonValue, read_json_object
 from .library import Library, load_library
 
+# As the programs take them: what is computed from them are numbers then, in the fit's precision, too.
+LEAST_SCALE, LARGEST_NUMBER = 1e-30, 1e30
+
 
 @dataclass(frozen=True)
 class Sidecar:
@@ -136,7 +139,17 @@ class _Items:
             return None
         if isinstance(value, bool) or not isinstance(value, (int, float)):
             raise self.refuse(item, "a number")
+        if not abs(value) <= LARGEST_NUMBER:
+            raise self.refuse(item, "a number from -1e30 to 1e30")
         return float(value)
+
+    def scale(self, item: str) -> float | None:
+        value = self.number(item)
+        if value is not None and value <= 0.0:
+            raise self.refuse(item, "a number above 0")
+        if value is not None and value < LEAST_SCALE:
+            raise self.refuse(item, "a number from 1e-30 to 1e30")
+        return value
 
     def count(self, item: str, value: JsonValue) -> int:
         if isinstance(value, bool) or not isinstance(value, int) or value < 1:
@@ -184,8 +197,8 @@ def read_sidecar(file: str | PathLike[str]) -> Sidecar:
     """Reads the JSON beside an imported spectrum. Raises FileFormatError; OSError."""
     items = _Items(file)
     points = items.count("points", items.all.get("points"))
-    hz_per_point = items.number("hz_per_point")
-    if hz_per_point is None or not hz_per_point > 0.0:
+    hz_per_point = items.scale("hz_per_point")
+    if hz_per_point is None:
         raise items.refuse("hz_per_point", "a number above 0")
     rises = items.all.get("ppm_rises_with_points", True)
     if not isinstance(rises, bool):
@@ -196,7 +209,7 @@ def read_sidecar(file: str | PathLike[str]) -> Sidecar:
     return Sidecar(
         points=points,
         hz_per_point=hz_per_point,
-        spectrometer_mhz=items.number("spectrometer_mhz"),
+        spectrometer_mhz=items.scale("spectrometer_mhz"),
         ppm_at_carrier=items.number("ppm_at_carrier"),
         ppm_rises_with_points=rises,
         nucleus=nucleus,

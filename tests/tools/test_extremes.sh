@@ -47,4 +47,32 @@ status 0 "$programs/varokel-fit" large.f32 one.txt -o large --dwell 0.001 --freq
 true_that 'a page' test -s large/report.html -a -s large/fit.svg
 lacks large/fit.svg nan
 lacks large/fit.svg inf
+
+# ---- numbers that an axis cannot be made of are named, before they are nan ----
+echo '{"dwell_time_s": 0.001, "spectrometer_MHz": 51.7, "ppm_at_carrier": 0}' >large.json
+while read -r text option; do
+    status 3 "$programs/varokel-import" large.f32 -o none "$option"
+    holds err "large.f32: ${text//·/ }"
+done <<'END'
+a·dwell·time·[s]·of·1e-31;·expected·a·number·from·1e-30·to·1e30 --dwell=1e-31
+a·dwell·time·[s]·of·1e+31;·expected --dwell=1e31
+a·dwell·time·[s]·of·1e-308;·expected --bandwidth=1e308
+a·spectrometer·frequency·[MHz]·of·1e-307;·expected --frequency=1e-307
+a·chemical·shift·of·the·carrier·[ppm]·of·1e+308;·expected·a·number·from·-1e30·to·1e30 --ppm-at-carrier=1e308
+a·begin·time·[s]·of·-1e+308;·expected --begin-time=-1e308
+a·begin·time·that·means·a·first-order·phase·[degrees]·of·3.6e+32;·expected --begin-time=1e27
+END
+true_that 'nothing was written' test ! -e none
+perl -e 'print pack("f<*", map { exp(-$_ / 40), 0 } 0 .. 255)' >plain.f32
+printf '{"dwell_time_s": 0.001, "spectrometer_MHz": 51.7, "ppm_at_carrier": 0}' >plain.json
+status 0 "$programs/varokel-import" plain.f32 -o plain --dwell 0.001
+for option in --hz-per-point=1e31 --mhz=1e-307 --ppm-at-carrier=-1e308 --phase=1e308 --phi-1=-1e308; do
+    status 2 "$programs/varokel-plot" plain/plain.bin -o none.svg "$option"
+    holds err "${option%%=*} "
+    holds err "expected a number from"
+done
+true_that 'no picture' test ! -e none.svg
+{ echo 'points: 256'; echo 'hz_per_point: 1e31'; cat one.txt; } >width.txt
+status 3 "$programs/varokel-start" width.txt -o none.par
+holds err 'expected a number from 1e-30 to 1e30'
 finish

@@ -32,6 +32,11 @@ for place in '"noise_window": { "first": "ten", "stop": 20 }|item "noise_window.
     '"noise_window": { "first": 20, "stop": 10 }|item "noise_window" is {"first":20,"stop":10}; expected' \
     '"resized": { "from": [1] }|item "from" is [1]' \
     '"hz_per_point": "five"|item "hz_per_point" is "five"' \
+    '"hz_per_point": 1.7e308|item "hz_per_point" is 1.7e+308; expected a number from 1e-30 to 1e30' \
+    '"hz_per_point": 1e-31|item "hz_per_point" is 1e-31; expected a number from 1e-30 to 1e30' \
+    '"spectrometer_mhz": 1e-307, "ppm_at_carrier": 0|item "spectrometer_mhz" is 1e-307; expected a number from 1e-30' \
+    '"ppm_at_carrier": -1e308, "spectrometer_mhz": 50|item "ppm_at_carrier" is -1e+308; expected a number from -1e30' \
+    '"phi_1_degrees": 1e308|item "phi_1_degrees" is 1e+308; expected a number from -1e30 to 1e30' \
     '"points": 1e300|item "points" is 1e+300'; do
     printf '{ "points": 1024, "hz_per_point": 5, %s }' "${place%|*}" >spectrum.json
     refused "spectrum.json: ${place#*|}" "$programs/varokel-start" "$c13/peaks.txt" -d spectrum.bin -o start.par

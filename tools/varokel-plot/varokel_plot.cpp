@@ -6,6 +6,7 @@
 #include "files/measured/spectra_of_file.h"
 #include "files/results/number_text.h"
 #include "files/spectra/metadata.h"
+#include "files/spectra/number_range.h"
 #include "files/spectra/spectrum_axis.h"
 #include "files/spectra/point_range.h"
 #include "files/spectra/signal_file.h"
@@ -34,6 +35,21 @@ struct plot_options {
 static bool exists(const std::string &file) {
     std::error_code error;
     return std::filesystem::exists(file, error);
+}
+
+// Options that the axis and the phases are made of. Errors: wrong_usage.
+static void check_ranges(const plot_options &options) {
+    const auto check = [](const char *option, const std::optional<double> &value, bool scale) {
+        if (!value || (scale ? tools::is_scale(*value) : tools::is_in_range(*value))) return;
+        throw tool_error(tools::wrong_usage,
+                         std::string(option) + " " + tools::short_number(*value) + ": expected " +
+                             (scale ? tools::scale_expected : tools::number_expected));
+    };
+    check("--hz-per-point", options.hz_per_point, true);
+    check("--mhz", options.mhz, true);
+    check("--ppm-at-carrier", options.ppm_at_carrier, false);
+    check("--phase", options.phase, false);
+    check("--phi-1", options.phi_1, false);
 }
 
 static tools::spectrum_axis with_options(tools::spectrum_axis axis, const plot_options &options) {
@@ -268,6 +284,7 @@ int main(int argc, char **argv) {
     return tools::run_tool("varokel-plot", [&] {
         if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
             return *status;
+        check_ranges(options);
         return plot(options);
     });
 }
