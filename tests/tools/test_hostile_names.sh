@@ -47,6 +47,19 @@ true_that 'derived.tsv is a table' columns "$run/derived.tsv"
 printf 'Lac\nAla\nBic\246\nPyr\n' >latin.txt
 status 3 "$programs/varokel-report" "$run" --force --names latin.txt
 holds err 'latin.txt, line 3: name "Bic'
+old=$(printf 'Bic\246')
+start_file n_pnts=128 noistp=32 Hz_p_p=5.0 '@ 2 128 1 1 1 1 1 0 1 0 100 2 1 0 127' '2 9 160 5 0 1' >line.par
+mkdir of_pattern
+status 0 "$programs/varokel-simulate" line.par -o "of_pattern/$old.bin" --noise 0 --seed 1
+status 0 "$programs/varokel-simulate" line.par -o of_pattern/data.bin --noise 0.1 --seed 2
+start_file n_pnts=128 noistp=32 Hz_p_p=5.0 pattern="$old.bin" '@ 2 128 1 1 0 0 0 0 1 0 100 2 1 0 127' '4 1 0/1 0/1 0/1 0/1' >of_pattern/start.par
+(cd of_pattern && "$programs/varokel" . data.bin start.par >data.log) || failed 'a pattern of any name is fitted'
+status 3 "$programs/varokel-report" of_pattern
+holds err 'of_pattern/data: name of entry 1, "Bic\xa6": byte 4 is no UTF-8'
+true_that 'no table' test ! -e of_pattern/results.tsv
+echo bicarbonate >of_pattern/names.txt
+status 0 "$programs/varokel-report" of_pattern --force
+holds of_pattern/results.tsv '	bicarbonate	'
 
 # ---- what does not go into a table, a page or a file is refused with its place ----
 for name in $'tab\there' $'line\nend'; do

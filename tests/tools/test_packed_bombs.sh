@@ -19,7 +19,7 @@ packed() {
         my @parts;
         for (split /;/, $extensions) {
             if (/^json:(.*)\*(\d+)$/) { unshift @parts, q({"a": [) . $1 x $2 . q(0]}) }
-            elsif (/^(\d+)\*(\d+)$/) { push @parts, ("\0" x $2) x $1 }
+            elsif (/^(\d+)\*(\d+)$/) { my ($count, $bytes) = ($1, $2); push @parts, map { "\0" x $bytes } 1 .. $count }
         }
         @parts = ($json, @parts) unless $extensions =~ /json/;
         my $all = "";
