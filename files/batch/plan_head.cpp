@@ -164,6 +164,8 @@ void read_head(batch_plan &plan, const std::string &file) {
     plan.method = *method;
     read_axes(plan, items, file);
     read_entries(plan, items);
+    if (items.has("source") && !items.item("source").is_object())
+        items.refuse("source", "no description of a file");
     if (items.has("water")) check_water(head_items(items.item("water"), file), file);
     read_scale(plan, head_items(items.item("scale"), file), file);
     read_files(plan, items, file);
