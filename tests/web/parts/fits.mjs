@@ -2,7 +2,7 @@
 // fits.mjs -- fits of one spectrum, and what is taken away
 import assert from "node:assert/strict";
 import test from "node:test";
-import { bench, fit, load_example, now, saved, text_of } from "../browser.mjs";
+import { bench, fit, load_example, now, saved, shot, text_of } from "../browser.mjs";
 
 test("an accepted fit is in the table; going back leaves it alone", async () => {
   await load_example();
@@ -37,6 +37,36 @@ test("what the table derives is shown with errors, taken away, and amounts witho
   await bench((b) => b.set_text(b.text.replace("PCr/GATP", "PCr/NAA")));
   assert.match(await now.page.textContent("#error"), /NAA/);
   await bench((b) => b.undo());
+});
+
+test("rows derive whose names mean something to a browser or a spreadsheet are shown as text", async () => {
+  await load_example();
+  const names = ["<script>document.write(1)</script>", "<img/src/onerror>", `<b onclick>"'&amp;`, "-1+1", "+1", "@SUM(A1)", `"quoted"`, "\u202eturned"];
+  const title = await now.page.title(), elements = () => now.page.evaluate(() => document.querySelectorAll("img, script, b, [onclick], [onerror]").length);
+  const before = await elements();
+  await bench((b, names) => b.set_text(`${names.map((name) => `derive: ${name} = PCr/GATP\n`).join("")}${b.text}`), names);
+  await fit();
+  const shown = await now.page.locator("#derived tbody th").evaluateAll((nodes) => nodes.map((node) => node.textContent));
+  assert.deepEqual(shown, names);
+  assert.equal(await elements(), before);
+  assert.equal(await now.page.title(), title);
+  await shot("hostile_derived");
+  // in the table a spreadsheet takes none of them for a formula
+  const table = (await saved("derived.tsv")).toString().trim().split("\n").map((line) => line.split("\t"));
+  const column = table[0].indexOf("name");
+  assert.deepEqual(table.slice(1).map((row) => row[column]), names.map((name) => (/^[-+@"]/.test(name) ? `'${name}` : name)));
+  for (const cell of table.flat()) assert.ok(!/^[=+@"]/.test(cell) && !/^-[^0-9.]/.test(cell), cell);
+  const report = (await saved("report.html")).toString();
+  for (const text of ["<script>document", "<img/src", "<b onclick", "\u202e"]) assert.ok(!report.includes(text), text);
+  // a name that is none, and one twice
+  for (const row of ["derive: =1+1 = PCr/GATP", `derive: ${names[0]} = PCr`]) {
+    await bench((b, row) => b.set_text(`${row}\n${b.text}`), row);
+    assert.ok((await now.page.textContent("#error")).length > 10, row);
+    assert.equal(await elements(), before);
+    await bench((b) => b.undo());
+  }
+  await bench((b) => b.undo());
+  assert.deepEqual(now.troubles, []);
 });
 
 test("everything can be taken away", async () => {
