@@ -216,10 +216,14 @@ void picture::horizontal_axis(double y) {
     const double a = value_at(static_cast<double>(plot_.first));
     const double b = value_at(static_cast<double>(plot_.last));
     const double low = std::min(a, b), high = std::max(a, b);
+    line(left_edge, y, right_edge, y, "#1a1a1a", 1.0);
+    text(width / 2, y + 41.0, axis.label,
+         "font-size=\"13\" fill=\"#1a1a1a\" text-anchor=\"middle\"");
+    // values so large beside their distance that labels would all be the same
+    if (!(high - low > 1e-9 * std::max(std::fabs(low), std::fabs(high)))) return;
     const auto [step, parts] = ticks_of(high - low);
     const int decimals = std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
     const std::string format = "%." + std::to_string(decimals) + "f";
-    line(left_edge, y, right_edge, y, "#1a1a1a", 1.0);
     const auto x_of_value = [&](double v) {
         return x_of_point((v - axis.at_zero) / axis.per_point);
     };
@@ -237,8 +241,6 @@ void picture::horizontal_axis(double y) {
         const std::string sign = k < 0 ? "\u2212" : ""; // a minus sign, as wide as a plus
         text(x, y + 21.0, sign + label, "font-size=\"12\" fill=\"#1a1a1a\" text-anchor=\"middle\"");
     }
-    text(width / 2, y + 41.0, axis.label,
-         "font-size=\"13\" fill=\"#1a1a1a\" text-anchor=\"middle\"");
 }
 
 void picture::component_panel(const extent &range, double panel_top) {

@@ -72,6 +72,14 @@ for option in --hz-per-point=1e31 --mhz=1e-307 --ppm-at-carrier=-1e308 --phase=1
     holds err "expected a number from"
 done
 true_that 'no picture' test ! -e none.svg
+# an axis whose places differ by less than their rounding has no numbers, but is drawn
+for carrier in 1e17 -1e19 1e30; do
+    status 0 "$programs/varokel-plot" plain/plain.bin -o far.svg --force "--ppm-at-carrier=$carrier"
+    lacks far.svg nan
+    lacks far.svg inf
+    holds far.svg '<polyline'
+    true_that "no numbers about $carrier" test "$(grep -c 'font-size="12"' far.svg)" -eq 0
+done
 { echo 'points: 256'; echo 'hz_per_point: 1e31'; cat one.txt; } >width.txt
 status 3 "$programs/varokel-start" width.txt -o none.par
 holds err 'expected a number from 1e-30 to 1e30'
