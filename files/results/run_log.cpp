@@ -3,6 +3,7 @@
 #include "files/results/run_log.h"
 
 #include "files/base/line_text.h"
+#include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/results/fit_log.h"
 #include "files/results/run_files.h"
@@ -49,7 +50,7 @@ std::string reason_of_log(const run_result &run) {
         }
         join(refused, text, "; ");
     }
-    if (!refused.empty()) return "the start file was refused: " + refused;
+    if (!refused.empty()) return "the start file was refused: " + shown_text(refused);
     std::string reason;
     int taken = 0;
     for (auto line = lines.rbegin(); line != lines.rend() && taken < 6; ++line) {
@@ -62,7 +63,7 @@ std::string reason_of_log(const run_result &run) {
         reason.insert(0, text);
         ++taken;
     }
-    return reason.empty() ? "the log is empty" : reason;
+    return reason.empty() ? "the log is empty" : shown_text(reason);
 }
 
 } // namespace tools
