@@ -200,6 +200,10 @@ const ordered_json &ordered_json::at(std::size_t place) const {
     return begin()[place];
 }
 
+ordered_json &ordered_json::at(std::size_t place) {
+    return const_cast<ordered_json &>(std::as_const(*this).at(place));
+}
+
 ordered_json &ordered_json::operator[](const std::string &name) {
     if (is_null()) value_ = named_list();
     if (!is_object()) refuse("an object");

@@ -108,10 +108,12 @@ class ordered_json {
     const ordered_json &at(const std::string &name) const;
     ordered_json &at(const std::string &name);
     const ordered_json &at(std::size_t place) const;
+    ordered_json &at(std::size_t place);
     const ordered_json &operator[](const std::string &name) const { return at(name); }
     const ordered_json &operator[](const char *name) const { return at(std::string(name)); }
     const ordered_json &operator[](std::size_t place) const { return at(place); }
     const ordered_json &operator[](int place) const { return at(static_cast<std::size_t>(place)); }
+    ordered_json &operator[](std::size_t place) { return at(place); }
     // Adds the item as null where it is missing; null becomes an object.
     ordered_json &operator[](const std::string &name);
     ordered_json &operator[](const char *name) { return (*this)[std::string(name)]; }

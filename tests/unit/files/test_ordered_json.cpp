@@ -154,6 +154,10 @@ TEST(ordered_json, changes) {
     ordered_json list = {1, 2, 3};
     list.erase(list.begin() + 1);
     EXPECT_EQ(list.dump(), "[1,3]");
+    list[std::size_t{1}] = "changed";
+    list.at(0) = nullptr;
+    EXPECT_EQ(list.dump(), R"([null,"changed"])");
+    EXPECT_THROW(list[std::size_t{2}] = 0, json_error);
     items.erase(items.begin());
     EXPECT_EQ(items.dump(), R"({"c":3})");
     EXPECT_THROW(items["c"].erase(items["c"].begin()), json_error);
