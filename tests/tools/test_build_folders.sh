@@ -37,7 +37,7 @@ flags() {
     cmake -S "$tree" -B "$1" -DCMAKE_BUILD_TYPE=Release -DVAROKEL_TESTS=OFF -DVAROKEL_BENCH=OFF "${@:2}" >/dev/null &&
         grep -oE ' -O[0-9sg]( |$)' "$1/compile_commands.json" | tr -d ' ' | sort -u | paste -sd' '
 }
-true_that 'numbers with -O3, texts with -O1' test "$(flags usual)" = '-O1 -O3'
+true_that 'numbers with -O3, texts with -O1, what is read once with -Og' test "$(flags usual)" = '-O1 -O3 -Og'
 true_that 'a fuzz build as it asks' test "$(flags fuzzed -DVAROKEL_FUZZ=ON -DCMAKE_CXX_FLAGS_RELEASE=-O1)" = -O1
 
 cd "$tree" || exit 1
