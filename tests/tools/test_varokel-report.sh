@@ -328,6 +328,7 @@ true_that 'no error without covariance' test "$(cell other/derived.tsv error_1sd
 true_that 'but a value' near "$(cell other/derived.tsv value 1)" 16 0.01
 rm other/compact.par
 status 0 "$report" other --force
+holds err 'other/derived.tsv stays as an earlier report left it'
 true_that 'how it ended is not known' test "$(cell other/quality.tsv status 1)" = fitted
 
 # Wrong usage and files that are none.

@@ -266,6 +266,9 @@ class folder_report {
         if (!options_.derive.empty() || any_derived_) {
             write({in_output("derived.tsv"), derived_});
             write({in_output("derived.json"), tools::derived_dictionary()});
+        } else if (fs::exists(in_output("derived.tsv"))) { // whose it is cannot be told from it
+            std::cerr << "varokel-report: " << in_output("derived.tsv")
+                      << " stays as an earlier report left it; --derive makes it anew\n";
         }
         write({in_output("report.html"), page_.text()});
         const tools::output_batch all_inputs(inputs_, true);
