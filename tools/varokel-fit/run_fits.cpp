@@ -21,11 +21,15 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static volatile std::sig_atomic_t interrupted = 0;
+static volatile std::sig_atomic_t interrupted = 0; // number of the last signal
+static volatile std::sig_atomic_t interrupts = 0;
 
 static void note_interrupt(int number) {
     interrupted = number;
+    interrupts = interrupts + 1;
 }
+
+static void wake(int) {}
 
 int interrupted_by() {
     return interrupted;
@@ -37,6 +41,27 @@ void watch_for_interrupts() {
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGHUP, &action, nullptr);
+}
+
+// Waits for the end of a process, or of any for -1. Returns 0 instead when more interrupts came
+// than `known`. One that comes between the look at their count and the waiting is not lost: they
+// are held back until the two are one step.
+static pid_t wait_for(pid_t process, int &status, int known) {
+    struct sigaction action = {}, of_children = {};
+    action.sa_handler = wake; // an ignored signal would not end the waiting
+    sigaction(SIGCHLD, &action, &of_children);
+    sigset_t held, before;
+    sigemptyset(&held);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&held, number);
+    sigprocmask(SIG_BLOCK, &held, &before);
+    pid_t ended = 0;
+    while ((ended = waitpid(process, &status, WNOHANG)) == 0 && interrupts == known)
+        sigsuspend(&before);
+    const int reason = errno;
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    sigaction(SIGCHLD, &of_children, nullptr);
+    errno = reason;
+    return ended;
 }
 
 static pid_t start_program(const program_call &call, unsigned limit) {
@@ -74,12 +99,14 @@ static int exit_status_of(int status) {
 
 int run_program(const program_call &call) {
     const pid_t child = start_program(call, 0);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) return 127;
-        if (interrupted != 0) kill(child, SIGTERM);
+    int status = 0, known = 0;
+    for (;;) {
+        const pid_t ended = wait_for(child, status, known);
+        if (ended > 0) return exit_status_of(status);
+        if (ended < 0) return 127;
+        known = interrupts;
+        kill(child, SIGTERM);
     }
-    return exit_status_of(status);
 }
 
 static void append(const std::string &file, const std::string &text) {
@@ -110,6 +137,7 @@ void run_fits(const std::string &program, const std::vector<planned_fit> &fits, 
     std::map<pid_t, std::size_t> running;
     std::vector<bool> ended(fits.size(), false);
     std::size_t next = 0, told = 0;
+    int known = 0; // interrupts that the running fits were told of
     while (told < fits.size()) {
         while (next < fits.size() && static_cast<int>(running.size()) < jobs && interrupted == 0) {
             const planned_fit &fit = fits[next];
@@ -125,8 +153,9 @@ void run_fits(const std::string &program, const std::vector<planned_fit> &fits, 
         }
         if (!running.empty()) {
             int status = 0;
-            const pid_t child = wait(&status);
-            if (child < 0 && errno == EINTR) {
+            const pid_t child = wait_for(-1, status, known);
+            if (child == 0) {
+                known = interrupts;
                 for (const auto &[process, fit] : running) kill(process, SIGTERM);
                 continue;
             }

@@ -132,6 +132,29 @@ TEST_F(fits, a_program_that_is_run_alone_gives_its_status) {
     EXPECT_EQ(tools::run_program({{fitter("exit 0")}, place_.name(), "missing/log"}), 127);
 }
 
+void end_program(const tools::planned_fit &, std::size_t, std::size_t) {
+    raise(SIGTERM);
+}
+
+// The signal comes while the program does something else than wait, and another fit still runs.
+TEST_F(fits, a_signal_between_two_ends_is_not_lost) {
+    const std::vector<tools::planned_fit> all = planned(2);
+    support::write_file(all[1].folder + "/slow", "");
+    const std::string file = fitter("if [ -e slow ]; then exec sleep 60; fi");
+    EXPECT_EXIT(
+        {
+            tools::watch_for_interrupts();
+            alarm(30); // else it hangs for a minute
+            try {
+                tools::run_fits(file, all, 2, 0, end_program);
+            } catch (const tools::tool_error &) {
+                std::exit(tools::interrupted_by());
+            }
+            std::exit(98);
+        },
+        testing::ExitedWithCode(SIGTERM), "");
+}
+
 // The fit signals the program that started it and would then go on for a minute.
 TEST_F(fits, a_signal_ends_the_fits_and_then_the_program) {
     const std::string file = fitter("sleep 0.3; kill -$SIGNAL $PPID; exec sleep 60");
