@@ -191,11 +191,15 @@ TEST_F(private_fit, results_that_are_not_whole_name_the_file) {
         EXPECT_EQ(reason(), "its .exl is missing or not whole: done") << bad;
     }
     give(".exl", figures + row + "\n");
-    for (const std::string bad : {"", "\nNumber of parameters fitted 3", "some text\n"}) {
+    for (const std::string bad : {"",
+                                  "\n"
+                                  "Number of parameters fitted 3",
+                                  "some text\n"}) {
         give(".fitres", bad);
         EXPECT_EQ(reason(), "its .fitres is missing or not whole: done") << bad;
     }
-    give(".fitres", "\nNumber of parameters fitted 3\n");
+    give(".fitres", "\n"
+                    "Number of parameters fitted 3\n");
     give(".mat", "1.0\t2.0\tnan\t4.0\t5.0\n");
     EXPECT_EQ(reason(), "its results are no finite numbers");
     give(".mat", "1.0\t2.0\t1e999\t4.0\t5.0\n");
