@@ -14,7 +14,7 @@ namespace tools {
 
 namespace {
 
-constexpr double width = 800.0;
+constexpr double picture_width = 800.0;
 constexpr double left_edge = 20.0, right_edge = 780.0; // of the panels
 constexpr double top = 52.0;                           // below title and legend
 constexpr double curves_height = 400.0;                // of all panels without the gaps
@@ -217,7 +217,7 @@ void picture::horizontal_axis(double y) {
     const double b = value_at(static_cast<double>(plot_.last));
     const double low = std::min(a, b), high = std::max(a, b);
     line(left_edge, y, right_edge, y, "#1a1a1a", 1.0);
-    text(width / 2, y + 41.0, axis.label,
+    text(picture_width / 2, y + 41.0, axis.label,
          "font-size=\"13\" fill=\"#1a1a1a\" text-anchor=\"middle\"");
     // values so large beside their distance that labels would all be the same
     if (!(high - low > 1e-9 * std::max(std::fabs(low), std::fabs(high)))) return;
