@@ -88,7 +88,7 @@ static average_shift shift_to(const complex_signal &fid, const complex_signal &m
     return shift;
 }
 
-static void turn(complex_signal &fid, double frequency, double phase_degrees) {
+static void turn_by(complex_signal &fid, double frequency, double phase_degrees) {
     for (std::size_t k = 0; k < fid.size(); ++k)
         fid[k] *= std::polar(1.0, 2.0 * std::numbers::pi * frequency * static_cast<double>(k) +
                                       phase_degrees * std::numbers::pi / 180.0);
@@ -117,7 +117,7 @@ std::vector<average_shift> align_averages(std::vector<complex_signal> &fids, dou
             if (!shifts[a].aligned) continue;
             shifts[a].frequency -= frequency;
             shifts[a].phase = std::remainder(shifts[a].phase - phase, 360.0);
-            turn(fids[a], shifts[a].frequency, shifts[a].phase);
+            turn_by(fids[a], shifts[a].frequency, shifts[a].phase);
         }
     }
     return shifts;
