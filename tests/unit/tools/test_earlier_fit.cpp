@@ -5,6 +5,7 @@
 #include "files/base/own_files.h"
 #include "files/base/tool_error.h"
 
+#include "support/refusal.h"
 #include "support/support.h"
 
 #include <gtest/gtest.h>
@@ -37,16 +38,6 @@ class two_folders : public testing::Test {
         std::vector<std::string> all;
         for (const fs::path &file : tools::files_below(to(""))) all.push_back(file.string());
         return all;
-    }
-    template <class body>
-    std::string refusal(const body &what) const {
-        try {
-            what();
-        } catch (const tools::tool_error &error) {
-            EXPECT_EQ(error.status(), tools::bad_output);
-            return error.what();
-        }
-        return "no error";
     }
     typedef std::vector<std::string> names;
 
@@ -120,15 +111,16 @@ TEST_F(two_folders, folders_without_files_stay) {
 TEST_F(two_folders, a_file_with_the_name_of_a_folder_is_refused_and_the_other_way_round) {
     write("name", "a file");
     fs::create_directory(to("name"));
-    EXPECT_EQ(refusal([&] { taken(); }), from("name") + ": a file; expected a place for a folder");
+    EXPECT_EQ(support::refusal_of(tools::bad_output, [&] { taken(); }),
+              from("name") + ": a file; expected a place for a folder");
     fs::remove(from("name"));
     fs::remove(to("name"));
     support::write_file(to("name"), "a file");
     fs::create_directory(from("name"));
     const std::string folder = from("name") + ": a folder; expected a place for a file";
-    EXPECT_EQ(refusal([&] { taken(); }), folder);
+    EXPECT_EQ(support::refusal_of(tools::bad_output, [&] { taken(); }), folder);
     write("name/within", "mine");
-    EXPECT_EQ(refusal([&] { taken(); }), folder);
+    EXPECT_EQ(support::refusal_of(tools::bad_output, [&] { taken(); }), folder);
 }
 
 // On another file system a file cannot be linked: it is copied.

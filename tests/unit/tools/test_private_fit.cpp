@@ -4,6 +4,7 @@
 
 #include "files/base/tool_error.h"
 
+#include "support/refusal.h"
 #include "support/support.h"
 
 #include <gtest/gtest.h>
@@ -60,16 +61,6 @@ class private_fit : public testing::Test {
         return found;
     }
     static constexpr int exited(int status) { return status << 8; }
-    template <class body>
-    std::string refusal(const body &what) const {
-        try {
-            what();
-        } catch (const tools::tool_error &error) {
-            EXPECT_EQ(error.status(), tools::bad_output);
-            return error.what();
-        }
-        return "no error";
-    }
 
     support::temporary_folder place_;
     std::string folder_ = place_.file("fit");
@@ -97,12 +88,18 @@ TEST_F(private_fit, has_its_files_and_links_to_the_patterns_and_nobody_else_may_
 
 TEST_F(private_fit, a_place_that_is_taken_or_missing_is_refused) {
     fs::create_directory(folder_);
-    EXPECT_EQ(refusal([&] { fill(); }).find(folder_ + ": cannot be written (File exists)"), 0U);
+    EXPECT_EQ(support::refusal_of(tools::bad_output, [&] { fill(); })
+                  .find(folder_ + ": cannot be written (File exists)"),
+              0U);
     folder_ = place_.file("missing/fit");
-    EXPECT_EQ(refusal([&] { fill(); }).find(folder_ + ": cannot be written (No such file"), 0U);
+    EXPECT_EQ(support::refusal_of(tools::bad_output, [&] { fill(); })
+                  .find(folder_ + ": cannot be written (No such file"),
+              0U);
     folder_ = place_.file("fit2");
     setting_.pattern_files = {"start.par"}; // of the name of a file that is there
-    EXPECT_EQ(refusal([&] { fill(); }).find(folder_ + "/start.par: cannot be written"), 0U);
+    EXPECT_EQ(support::refusal_of(tools::bad_output, [&] { fill(); })
+                  .find(folder_ + "/start.par: cannot be written"),
+              0U);
 }
 
 TEST_F(private_fit, runs_in_its_folder_and_group_without_input_and_prints_into_the_log) {
