@@ -133,8 +133,8 @@ TEST(gaussian_width_from_zero, leaves_the_bounds_of_broad_lines) {
             make_problem(75, 0, width1::is_fixed, broad);
             for (int k = 1; k <= nLines; ++k)
                 value(k, width1_par) = record(k, width1_par).value = ratio * broad;
-            const auto covariance =
-                definition::inverse(definition::fisher(definition::widened(par, npar)));
+            const auto covariance = definition::inverse(
+                definition::fisher(definition::derivatives(definition::widened(par, npar))));
             ASSERT_FALSE(covariance.empty());
             support::stdout_of([] { compute_error_bounds(); });
             std::size_t q = 0;

@@ -191,10 +191,14 @@ signal derivative(const std::vector<real> &x, int i) {
     return d;
 }
 
-std::vector<std::vector<real>> fisher(const std::vector<real> &x) {
+std::vector<signal> derivatives(const std::vector<real> &x) {
     std::vector<signal> rows;
     for (int i = 0; i < 5 * (nLines + n_patterns); ++i)
         if (fixpar[i].fixed_to == 0) rows.push_back(derivative(x, i));
+    return rows;
+}
+
+std::vector<std::vector<real>> fisher(const std::vector<signal> &rows) {
     std::vector<std::vector<real>> f(rows.size(), std::vector<real>(rows.size()));
     for (std::size_t a = 0; a < rows.size(); ++a) {
         for (std::size_t b = 0; b < rows.size(); ++b) {

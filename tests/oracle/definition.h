@@ -35,9 +35,12 @@ real chi_square(const signal &y);
 // dependent parameters following.
 signal derivative(const std::vector<real> &x, int i);
 
-// Fisher matrix of the free parameters (fixed_to == 0) in increasing order, points and channels
-// as the weights and complex say.
-std::vector<std::vector<real>> fisher(const std::vector<real> &x);
+// The derivatives by the free parameters (fixed_to == 0), in increasing order.
+std::vector<signal> derivatives(const std::vector<real> &x);
+
+// Fisher matrix of parameters with these derivatives, points and channels as the weights and
+// complex say.
+std::vector<std::vector<real>> fisher(const std::vector<signal> &rows);
 
 // Inverse of a symmetric positive definite matrix (Cholesky). Empty when it is not definite.
 std::vector<std::vector<real>> inverse(const std::vector<std::vector<real>> &a);

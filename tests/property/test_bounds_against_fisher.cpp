@@ -38,7 +38,7 @@ static void compare_bounds(int trials, int patterns, std::uint64_t seed) {
         sigma = random.uniform(0.01, 2.0);
         chi_square_of(par);
         const std::vector<real> x = definition::widened(par, npar);
-        const auto fisher = definition::fisher(x);
+        const auto fisher = definition::fisher(definition::derivatives(x));
         const auto covariance = definition::inverse(fisher);
         real inflation = covariance.empty() ? 2.0L * most_inflation : 1.0L;
         for (std::size_t q = 0; q < covariance.size(); ++q)

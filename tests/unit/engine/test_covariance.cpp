@@ -56,7 +56,8 @@ TEST(covariance, equals_the_inverse_of_the_fisher_matrix_by_its_definition) {
         const auto model = engine::model::make(support::engine_problem_of_state());
         ASSERT_TRUE(model);
         const auto got = covariance_at_start(*model);
-        const auto fisher = definition::fisher(definition::widened(par, npar));
+        const auto fisher =
+            definition::fisher(definition::derivatives(definition::widened(par, npar)));
         const auto wanted = definition::inverse(fisher);
         const real inflation = inflation_of(fisher, wanted);
         if (inflation > 1e6L) continue;
@@ -149,7 +150,8 @@ TEST(covariance, twice_the_errors_are_the_bounds_that_the_fitter_prints) {
         const auto model = engine::model::make(support::engine_problem_of_state());
         ASSERT_TRUE(model);
         const auto got = covariance_at_start(*model);
-        const auto fisher = definition::fisher(definition::widened(par, npar));
+        const auto fisher =
+            definition::fisher(definition::derivatives(definition::widened(par, npar)));
         if (inflation_of(fisher, definition::inverse(fisher)) > 100.0L) continue;
         const double rounding = rounding_of_differences(*model);
         chi_square_of(par);
