@@ -128,7 +128,7 @@ static ordered_json warnings_of(const batch_view &batch, std::size_t spectrum) {
 static ordered_json model_of(const batch_view &batch, long long first) {
     if (!batch.start.read || batch.start.fit_mode != 1) return nullptr;
     ordered_json types = ordered_json::array();
-    for (const control_entry &entry : batch.start.entries) types.push_back(entry.type);
+    for (const start_entry &entry : batch.start.entries) types.push_back(entry.type);
     std::vector<double> phases;
     for (std::size_t i = 0; i < batch.spectra.size(); ++i) phases.push_back(batch.phase_of(i));
     const start_step *const last = last_fitting_step(batch.start.steps);

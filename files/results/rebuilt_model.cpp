@@ -16,32 +16,6 @@
 
 namespace tools {
 
-static void take_file(rebuilt_model &model) {
-    const start_file &start = model.file;
-    model.read = true;
-    model.points = start.points;
-    model.lines = start.lines;
-    model.patterns = start.patterns;
-    model.noise_first = start.noise_first;
-    model.noise_stop = start.noise_stop;
-    model.fit_mode = start.fit_mode;
-    model.ignored = start.ignored;
-    model.lsf_coefficients = start.fit_mode == 3 ? static_cast<int>(start.lineshape.size() / 2) : 0;
-    model.errors_asked = start.errors;
-    model.hz_per_point = start.hz_per_point;
-    model.phi_1 = start.phi_1;
-    model.steps = start.steps;
-    for (const start_entry &from : start.entries) {
-        control_entry &entry = model.entries.emplace_back();
-        entry.type = from.type;
-        if (from.type == pattern_entry) model.pattern_files.push_back(from.pattern_file);
-        for (std::size_t j = 0; j < 5; ++j) {
-            entry.link[j] = from.parameters[j].link;
-            entry.value[j] = from.parameters[j].value;
-        }
-    }
-}
-
 double rebuilt_model::covariance_of(std::size_t k, int q, std::size_t l, int r) const {
     const auto side = static_cast<std::size_t>(quantities) * entries.size();
     const auto place = [](std::size_t entry, int of) {
@@ -85,11 +59,12 @@ static void take_covariance(rebuilt_model &model, const engine::entry_covariance
                 covariance.of(a / quantities, static_cast<engine::quantity>(a % quantities),
                               b / quantities, static_cast<engine::quantity>(b % quantities)));
     for (int k = 0; k < n; ++k) {
-        control_entry &entry = model.entries[static_cast<std::size_t>(k)];
+        std::array<double, quantities> &errors = model.parameter_errors.emplace_back();
         for (int q = 0; q < quantities; ++q)
-            entry.error[static_cast<std::size_t>(q)] =
-                2.0 * covariance.error(k, static_cast<engine::quantity>(q)) /
-                points_of_unit(q, entry.type, model.hz_per_point);
+            errors[static_cast<std::size_t>(q)] =
+                2.0 * covariance.error(k, quantity_of(q)) /
+                points_of_unit(q, model.entries[static_cast<std::size_t>(k)].type,
+                               model.hz_per_point);
     }
     model.has_covariance = true;
     if (!model.dependent.empty())
@@ -168,20 +143,18 @@ rebuilt_model rebuild_model(const std::string &folder, const std::string &file,
     rebuilt_model model;
     model.chi_in_intervals = model.aligned_points = std::numeric_limits<double>::quiet_NaN();
     try {
-        const std::filesystem::path path(file);
-        model.file = read_start_file(
-            (path.is_absolute() ? path : std::filesystem::path(folder) / path).string());
-        take_file(model);
+        static_cast<start_file &>(model) =
+            read_start_file((std::filesystem::path(folder) / file).string());
+        model.read = true;
         if (from.data.size() != static_cast<std::size_t>(model.points)) return model;
         problem_data data;
         data.spectrum = from.data;
         if (from.noise_sd > 0.0) data.noise_sd = from.noise_sd;
-        data.patterns = patterns_of(model.file, {folder});
+        data.patterns = patterns_of(model, {folder});
         if (model.fit_mode == 2)
             data.measured_lineshape = read_points(from.reference, 0, model.points);
-        engine::fit_problem problem =
-            problem_of(model.file, std::move(data),
-                       from.by_strategy ? freedom::by_strategy : freedom::by_links);
+        engine::fit_problem problem = problem_of(
+            model, std::move(data), from.by_strategy ? freedom::by_strategy : freedom::by_links);
         if (!from.lineshape.empty()) problem.lineshape = from.lineshape;
         take_curves(model, from, std::move(problem));
     } catch (const tool_error &error) {

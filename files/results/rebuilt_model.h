@@ -18,24 +18,9 @@
 
 namespace tools {
 
-struct control_entry {
-    int type = 0;
-    std::array<int, 5> link{};     // area, frequency, width1, phase, width2
-    std::array<double, 5> value{}; // [signal], [Hz], [Hz], [degrees], width2 [Hz], points for
-                                   // Lorentzian lines; widths of patterns in points
-    std::array<double, 5> error{}; // 2 sigma, same units; only with a covariance
-};
-
-struct rebuilt_model {
-    bool read = false; // the control file could be read
-    std::string why;   // why not, or why there is no covariance
-    start_file file;
-    int points = 0, lines = 0, patterns = 0, noise_first = 0, noise_stop = 0, fit_mode = 0;
-    int ignored = 0, lsf_coefficients = 0, errors_asked = 0;
-    double hz_per_point = 0.0, phi_1 = 0.0;
-    std::vector<start_step> steps;
-    std::vector<std::string> pattern_files;
-    std::vector<control_entry> entries;
+struct rebuilt_model : start_file {
+    bool read = false;             // the control file could be read
+    std::string why;               // why not, or why there is no covariance
     double chi_in_intervals = 0.0; // data against the model of the file, last step's points
     long long points_in_intervals = 0;
     // by which the first step, if it aligns, moves all entries of the file; not a number without
@@ -45,6 +30,8 @@ struct rebuilt_model {
     bool has_covariance = false;
     std::vector<double> covariance; // 5 entries x 5 entries, entry by entry, engine's order and
                                     // units (points); empty without one
+    // 2 sigma, in the units of the file; empty without a covariance
+    std::vector<std::array<double, quantities>> parameter_errors;
     double covariance_of(std::size_t k, int q, std::size_t l, int r) const;
     std::string dependent; // numbers of the entries that cannot be told apart, "2, 5"
 };

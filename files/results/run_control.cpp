@@ -20,7 +20,7 @@ static bool same_values(const rebuilt_model &model, const std::vector<parameter_
     if (model.entries.size() != values.size()) return false;
     for (std::size_t k = 0; k < values.size(); ++k) {
         for (std::size_t j = 0; j < 5; ++j) {
-            const double a = model.entries[k].value[j], b = values[k][j];
+            const double a = model.entries[k].parameters[j].value, b = values[k][j];
             const double difference = j == 2 ? std::fabs(a) - b : a - b; // its sign is free
             if (!(std::fabs(difference) <= 1e-6 * std::max(std::fabs(a), std::fabs(b))))
                 return false;

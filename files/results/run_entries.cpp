@@ -20,12 +20,10 @@ void name_entries(run_result &run, const std::string &asked) {
     const std::string file = !asked.empty() ? asked : in_folder(run.folder, "names.txt");
     for (fitted_entry &entry : run.entries) {
         entry.name = "#" + std::to_string(entry.number);
-        const int p = entry.number - run.control.lines;
-        if (entry.type == pattern_entry && run.control.read && p >= 1 &&
-            p <= static_cast<int>(run.control.pattern_files.size())) {
-            entry.pattern_file = run.control.pattern_files[static_cast<std::size_t>(p - 1)];
-            entry.name = fs::path(entry.pattern_file).stem().string();
-        }
+        const auto k = static_cast<std::size_t>(entry.number - 1);
+        if (entry.type != pattern_entry || k >= run.control.entries.size()) continue;
+        entry.pattern_file = run.control.entries[k].pattern_file;
+        if (!entry.pattern_file.empty()) entry.name = fs::path(entry.pattern_file).stem().string();
     }
     if (asked.empty() && !is_file(file)) {
         for (const fitted_entry &entry : run.entries) // a pattern's
@@ -85,7 +83,8 @@ void choose_signs(run_result &run) {
     const std::size_t n = run.entries.size();
     std::vector<double> start_areas(n, 0.0);
     if (run.start.read && run.start.entries.size() == n)
-        for (std::size_t k = 0; k < n; ++k) start_areas[k] = run.start.entries[k].value[0];
+        for (std::size_t k = 0; k < n; ++k)
+            start_areas[k] = run.start.entries[k].parameters[area_of].value;
     const std::vector<bool> turned = choose_signs(run.entries, start_areas);
     std::string names;
     double sum = 0.0;

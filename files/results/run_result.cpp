@@ -222,18 +222,18 @@ static void take_optimum(run_result &run) {
     run.weighting = 1;
     run.iterations = run.optimum->linearizations;
     std::vector<linked_entry> rows(n);
-    std::vector<parameter_row> values(n), errors(n);
+    std::vector<parameter_row> values(n), errors = run.control.parameter_errors;
+    errors.resize(n);
     run.free_parameters = 0;
     for (std::size_t k = 0; k < n; ++k) {
-        const control_entry &entry = run.control.entries[k];
+        const start_entry &entry = run.control.entries[k];
         rows[k].type = entry.type;
-        rows[k].link = entry.link;
         for (std::size_t j = 0; j < 5; ++j) {
+            rows[k].link[j] = entry.parameters[j].link;
             values[k][j] =
                 run.optimum->values[k][j] /
                 points_of_unit(static_cast<int>(j), entry.type, run.control.hz_per_point);
-            errors[k][j] = entry.error[j];
-            run.free_parameters += entry.link[j] == 0 ? 1 : 0;
+            run.free_parameters += rows[k].link[j] == 0 ? 1 : 0;
         }
     }
     run.has_errors = run.control.has_covariance;

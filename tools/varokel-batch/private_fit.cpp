@@ -267,7 +267,7 @@ static void take_correlations(const std::string &folder, long long points, fit_r
     const rebuilt_model model = rebuild_model(folder, "compact.par", from);
     if (!model.has_covariance) return;
     record.correlations =
-        packed_correlations(model.file, [&](std::size_t k, int q, std::size_t l, int r) {
+        packed_correlations(model, [&](std::size_t k, int q, std::size_t l, int r) {
             return model.covariance_of(k, q, l, r);
         });
 }
