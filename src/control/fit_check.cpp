@@ -234,9 +234,8 @@ static void check_types(start_values &v) {
         const int type = v.fixpar[j].type;
         if (type >= gaussian_line && !(type > pattern_line && v.pass == 1)) continue;
         v.fatal(fatal_header_blank);
-        std::printf("line %d ", j / pars_per_entry + 1);
-        std::printf(" has an unknown lineshape type : \n");
-        std::printf("%d\n", type);
+        std::printf("line %d  has an unknown lineshape type : \n%d\n", j / pars_per_entry + 1,
+                    type);
         std::printf(">> available analytic lineshape types : 1 = Gaussian   \n");
         std::printf("                                        2 = Lorentzian \n");
         std::printf("                                        3 = Voigt      \n");
@@ -245,10 +244,7 @@ static void check_types(start_values &v) {
 }
 
 static void warn_of_missing_shape(const start_values &v, const char *first, const char *second) {
-    std::printf("%s", warning_header_blank);
-    std::printf("%s", first);
-    std::printf("%s", second);
-    std::printf(" fit strategy step(s) : ");
+    std::printf("%s%s%s fit strategy step(s) : ", warning_header_blank, first, second);
     // the width switch in both warnings: deliberate
     for (int k = 1; k <= v.steps; ++k)
         if (v.strategy[k][width_column] == 1) std::printf("%d ", k);
@@ -278,21 +274,11 @@ static void compare_with_prior_knowledge(const start_values &v) {
     for (int j = 0; j < v.records(); ++j) {
         if (v.par[j] == v.fixpar[j].value) continue;
         std::printf("WARNING tsts  initial value file inconsistency in "); // wording kept
-        switch (v.fixpar[j].type) {
-        case lorentzian_line:
-            std::printf("Lorentz line ");
-            break;
-        case voigt_line:
-            std::printf("  Voigt line ");
-            break;
-        case gaussian_line:
-            std::printf("  Gauss line ");
-            break;
-        default:
-            break;
-        }
-        std::printf("%d ", j / pars_per_entry + 1);
-        std::printf("parameter %d\n", j);
+        const int type = v.fixpar[j].type;
+        if (type == lorentzian_line) std::printf("Lorentz line ");
+        if (type == voigt_line) std::printf("  Voigt line ");
+        if (type == gaussian_line) std::printf("  Gauss line ");
+        std::printf("%d parameter %d\n", j / pars_per_entry + 1, j);
     }
 }
 

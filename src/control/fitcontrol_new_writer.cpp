@@ -51,16 +51,13 @@ static void write_pattern_references(std::FILE *file, const control_values &v) {
 
 static void write_strategy(std::FILE *file, const control_values &v) {
     for (int k = 1; k <= v.n_fit_strat_steps; ++k) {
-        std::fprintf(file, "@  ");
-        std::fprintf(file, "%3d  ", v.min_method[k]);
-        std::fprintf(file, "%3d  ", v.var_ap_trunc[k]);
+        std::fprintf(file, "@  %3d  %3d  ", v.min_method[k], v.var_ap_trunc[k]);
         for (int i = 0; i < convo_column; ++i) std::fprintf(file, "%3d  ", v.user_fit_strat[k][i]);
         for (int i = convo_column; i < strategy_columns; ++i)
             std::fprintf(file, "%4d  ", v.user_fit_strat[k][i]);
         std::fprintf(file, "%4d  ", v.n_intervals[k]);
         for (int i = 1; i <= v.n_intervals[k]; ++i) {
-            std::fprintf(file, "%4d  ", v.hxmin[k][i]);
-            std::fprintf(file, "%4d  ", v.hxmax[k][i]);
+            std::fprintf(file, "%4d  %4d  ", v.hxmin[k][i], v.hxmax[k][i]);
         }
         std::fprintf(file, "\n");
     }
@@ -86,11 +83,8 @@ static void write_starting_values(std::FILE *file, const control_values &v,
     for (int k = 1; k <= v.entries(); ++k) {
         const double *p = natural.par + pars_per_entry * (k - 1);
         std::fprintf(file, k <= 9 ? "     %d     " : "     %d    ", k);
-        std::fprintf(file, "%1.6E   ", p[area_par]);
-        std::fprintf(file, "%1.6E   ", p[freq_par] * v.frscl);
-        std::fprintf(file, "%1.6E   ", std::fabs(p[width1_par]));
-        std::fprintf(file, "%1.6E   ", p[phase_par]);
-        std::fprintf(file, "%1.6E\n", p[width2_par]);
+        std::fprintf(file, "%1.6E   %1.6E   %1.6E   %1.6E   %1.6E\n", p[area_par],
+                     p[freq_par] * v.frscl, std::fabs(p[width1_par]), p[phase_par], p[width2_par]);
     }
     std::fprintf(file, "\n");
 }
@@ -100,12 +94,9 @@ static void write_record(std::FILE *file, const control_values &v, int kind,
     constexpr double area_share = 0.1; // the comment lines say 0.5: deliberate
     const written_parameter written =
         in_file_form(static_cast<parameter_kind>(kind), record, v.par_ranges, v.frscl, area_share);
-    std::fprintf(file, "%d\t", record.fixed_to);
-    std::fprintf(file, "%1.6E\t", written.value);
+    std::fprintf(file, "%d\t%1.6E\t", record.fixed_to, written.value);
     if (v.par_ranges != 1) {
-        std::fprintf(file, "%1.8E\t", written.min);
-        std::fprintf(file, "%1.8E\t", written.max);
-        std::fprintf(file, "\n");
+        std::fprintf(file, "%1.8E\t%1.8E\t\n", written.min, written.max);
     } else {
         std::fprintf(file, "%1.6E\t", written.min);
         std::fprintf(file, kind == width2_par ? "%1.6E\n\n" : "%1.6E\n", written.max);

@@ -60,12 +60,8 @@ static void write_keyword_starts(std::FILE *file, const control_values &v,
                                  const natural_copy &natural) {
     for (int k = 1; k <= v.entries(); ++k) {
         const double *p = natural.par + pars_per_entry * (k - 1);
-        std::fprintf(file, "%d\t", k);
-        std::fprintf(file, "%1.8E\t", p[area_par]);
-        std::fprintf(file, "%1.8E\t", p[freq_par] * v.frscl);
-        std::fprintf(file, "%1.8E\t", std::fabs(p[width1_par]));
-        std::fprintf(file, "%1.8E\t", p[phase_par]);
-        std::fprintf(file, "%1.8E\t\n", p[width2_par]);
+        std::fprintf(file, "%d\t%1.8E\t%1.8E\t%1.8E\t%1.8E\t%1.8E\t\n", k, p[area_par],
+                     p[freq_par] * v.frscl, std::fabs(p[width1_par]), p[phase_par], p[width2_par]);
     }
 }
 
@@ -79,12 +75,8 @@ static void write_keyword_links(std::FILE *file, const control_values &v,
             const parameter_record &record = natural.fixpar[pars_per_entry * (k - 1) + j];
             const written_parameter written = in_file_form(static_cast<parameter_kind>(j), record,
                                                            v.par_ranges, v.frscl, area_share);
-            std::fprintf(file, "%d\t", record.type);
-            std::fprintf(file, "%d\t", record.fixed_to);
-            std::fprintf(file, "%1.8E\t", written.value);
-            std::fprintf(file, "%1.8E\t", written.min);
-            std::fprintf(file, "%1.8E\t", written.max);
-            std::fprintf(file, "\n");
+            std::fprintf(file, "%d\t%d\t%1.8E\t%1.8E\t%1.8E\t\n", record.type, record.fixed_to,
+                         written.value, written.min, written.max);
         }
     }
 }

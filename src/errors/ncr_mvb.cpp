@@ -296,8 +296,6 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
         gaussj(covar, nfree);
         spread_errors(N, nLines, nfree, sigma, covar, par, fixpar, errpar);
     }
-    std::printf("number of parameters fitted                 : ");
-    std::printf("%5d", nfree);
-    std::printf("\n");
+    std::printf("number of parameters fitted                 : %5d\n", nfree);
     nfitted = nfree;
 }

@@ -48,10 +48,7 @@ void ShowVector(const int &npar, const int &lsf_coefs, const double *v) {
     std::printf("ShowVector npar      = %d \n", npar);
     std::printf("ShowVector lsf_coefs = %d \n", lsf_coefs);
     for (int i = 0; i < npar + 2 * lsf_coefs; ++i) {
-        std::printf("Par[");
-        std::printf("%d", i);
-        std::printf("] = ");
-        std::printf("%E\n", v[i]);
+        std::printf("Par[%d] = %E\n", i, v[i]);
     }
     std::fflush(stdout);
 }
@@ -148,8 +145,7 @@ static void InitRandomSearch(random_search &search) {
     std::fflush(stdout);
 
     search.fmin = model.chi_square(search.par);
-    std::printf("Initial function value = ");
-    std::printf("%E\n\n", search.fmin);
+    std::printf("Initial function value = %E\n\n", search.fmin);
     for (int sample = 0; sample < search.samples; ++sample) {
         for (int i = 0; i < model.npar - 1; ++i)
             if (search.searched(i)) search.par[i] = box_sample(search.range[i]);
@@ -158,16 +154,14 @@ static void InitRandomSearch(random_search &search) {
                 search.par[i] = box_sample(search.range[i]);
         const double f = model.chi_square(search.par);
         if (f < search.fmin) {
-            std::printf("Minimizing function value = ");
-            std::printf("%E\n\n", f);
+            std::printf("Minimizing function value = %E\n\n", f);
             search.fmin = f;
             CopyVector(search.n, search.par, search.par_min);
         }
     }
     std::printf("Vector containing minimizing parameters : \n");
     search.show(search.par_min);
-    std::printf("Minimum function-value : ");
-    std::printf("%E\n\n", search.fmin);
+    std::printf("Minimum function-value : %E\n\n", search.fmin);
     std::fflush(stdout);
 }
 
@@ -263,8 +257,7 @@ static void Random_Minimize(random_search &search) {
     std::printf("Obtained minimum : \n\n");
     std::printf("  Vector containing minimizing parameters : \n");
     search.show(search.par_min);
-    std::printf("  Minimum function-value : ");
-    std::printf("%E\n\n", search.fmin);
+    std::printf("  Minimum function-value : %E\n\n", search.fmin);
     std::fflush(stdout);
 }
 

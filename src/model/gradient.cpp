@@ -41,27 +41,22 @@ static bool starts_outside_intervals(int k) {
 
 static void print_gradient_of_line(int s, const double *x, const double *g) {
     const int at = pars_per_entry * (s - 1);
-    std::printf("Gradient # %d : %1.3E  \t", at, g[at]);
-    std::printf("| Amplitude        : %1.5E  a.u.\n", x[at]);
-    std::printf("Gradient # %d : %1.3E   \t", at + 1, g[at + 1]);
-    std::printf("| Frequency        : %1.5E  Hz\n", x[at + 1] * frscl * Hz_pp);
-    std::printf("Gradient # %d : %1.3E   \t", at + 2, g[at + 2]);
-    std::printf("| Gaussian width   : %1.5E  i.u.\n", x[at + 2]);
-    std::printf("Gradient # %d : %1.3E   \t", at + 3, g[at + 3]);
-    std::printf("| Phase            : %1.5E  degrees\n", x[at + 3]);
-    std::printf("Gradient # %d : %1.3E   \t", at + 4, g[at + 4]);
-    std::printf("| Lorentzian width : %1.5E  i.u.\n", x[at + 4]);
+    std::printf("Gradient # %d : %1.3E  \t| Amplitude        : %1.5E  a.u.\n", at, g[at], x[at]);
+    std::printf("Gradient # %d : %1.3E   \t| Frequency        : %1.5E  Hz\n", at + 1, g[at + 1],
+                x[at + 1] * frscl * Hz_pp);
+    std::printf("Gradient # %d : %1.3E   \t| Gaussian width   : %1.5E  i.u.\n", at + 2, g[at + 2],
+                x[at + 2]);
+    std::printf("Gradient # %d : %1.3E   \t| Phase            : %1.5E  degrees\n", at + 3,
+                g[at + 3], x[at + 3]);
+    std::printf("Gradient # %d : %1.3E   \t| Lorentzian width : %1.5E  i.u.\n", at + 4, g[at + 4],
+                x[at + 4]);
 }
 
 static void print_whole_gradient(double f0, const double *g) {
     std::printf("\n\n");
-    std::printf("Function value             : ");
-    std::printf("%1.12E\n", f0);
+    std::printf("Function value             : %1.12E\n", f0);
     for (int i = 0; i < npar; ++i) {
-        std::printf("Gradient #");
-        std::printf("%d", i);
-        std::printf(" : ");
-        std::printf("%1.12E\n", g[i]);
+        std::printf("Gradient #%d : %1.12E\n", i, g[i]);
     }
 }
 
@@ -381,8 +376,7 @@ void dfnc(const double &f0, double *x, double *g) {
     single_line = 0;
     print_fit_quality(complex, h_cur_range, sigma, scalefactor);
     if (verbose > 0) {
-        std::printf("scaled chi-sqr                              : ");
-        std::printf("%E\n", f0);
+        std::printf("scaled chi-sqr                              : %E\n", f0);
     }
     if (verbose > 1 && show_line >= 1 && show_line <= nLines + n_patterns)
         print_gradient_of_line(show_line, x, g);

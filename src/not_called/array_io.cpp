@@ -19,8 +19,7 @@ static int ask_choice() {
 
 void ComplexAsciiOut(const int *n, const double *re, const double *im) {
     char name[longest_name + 1] = "";
-    std::printf("Complex Ascii File Out >> ");
-    std::printf("\n");
+    std::printf("Complex Ascii File Out >> \n");
     std::printf("Input file name : ");
     scan_word(stdin, name, longest_name);
     std::FILE *file = std::fopen(name, "w+t");
@@ -29,10 +28,8 @@ void ComplexAsciiOut(const int *n, const double *re, const double *im) {
         return;
     }
     for (int i = 0; i < *n; ++i) {
-        std::fprintf(file, "%14e", re[i]);
-        std::fprintf(file, "\n");
-        std::fprintf(file, "%14e", im[i]);
-        std::fprintf(file, "\n");
+        std::fprintf(file, "%14e\n", re[i]);
+        std::fprintf(file, "%14e\n", im[i]);
     }
     const bool failed = std::ferror(file) != 0;
     if (std::fclose(file) != 0 || failed) std::printf("error in writing file %s\n", name);
@@ -69,8 +66,7 @@ void ComplexArrayOut(const int *n, const double *re, const double *im) {
 
 void ComplexAsciiIn(const int *n, double *re, double *im) {
     char name[longest_name + 1] = "";
-    std::printf("ASCII-File In >> ");
-    std::printf("\n");
+    std::printf("ASCII-File In >> \n");
     std::printf("File name : ");
     scan_word(stdin, name, longest_name);
     std::FILE *file = std::fopen(name, "r+t");

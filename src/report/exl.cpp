@@ -13,22 +13,9 @@
 
 static constexpr double sqrt_pi = 1.7724538509055159; // in all digits that a double has
 
-static const char *mode_heading(int mode) {
-    switch (mode) {
-    case 0:
-        return "\nabsorption mode fit\n";
-    case 1:
-        return "\ndispersion mode fit\n";
-    case 2:
-        return "\nabsorption + dispersion mode fit\n";
-    case 3:
-        return "\nmagnitude mode fit\n";
-    case 4:
-        return "\npower mode fit\n";
-    default:
-        return "";
-    }
-}
+static const char *const mode_headings[] = {"\nabsorption mode fit\n", "\ndispersion mode fit\n",
+                                            "\nabsorption + dispersion mode fit\n",
+                                            "\nmagnitude mode fit\n", "\npower mode fit\n"};
 
 static const char *type_text(int type) {
     switch (type) {
@@ -53,8 +40,7 @@ static void write_row(std::FILE *file, int k, const natural_parameters &natural,
     const double width1 = std::fabs(value[width1_par]);
     const double width1_error = std::fabs(error[width1_par]);
 
-    std::fprintf(file, "%d\t", k);
-    std::fprintf(file, "%s", type_text(record->type));
+    std::fprintf(file, "%d\t%s", k, type_text(record->type));
     std::fprintf(file, "%e\t%e\t%d\t", area, error[area_par], record[area_par].fixed_to);
     std::fprintf(file, "%e\t%e\t%d\t", value[freq_par] * frscl, error[freq_par] * frscl,
                  record[freq_par].fixed_to);
@@ -74,9 +60,7 @@ static void write_row(std::FILE *file, int k, const natural_parameters &natural,
         integral = area * width1 * std::numbers::pi;
         integral_error = error[area_par];
     }
-    std::fprintf(file, "%e\t", integral);
-    std::fprintf(file, "%e\t", integral_error);
-    std::fprintf(file, "\n");
+    std::fprintf(file, "%e\t%e\t\n", integral, integral_error);
 }
 
 void write_spreadsheet(const double &quality, const double &chi_square) {
@@ -100,8 +84,8 @@ void write_spreadsheet(const double &quality, const double &chi_square) {
                                    "in WriteEXCELFitResults() is not available\n");
     const natural_parameters natural{o_par, o_errpar, o_fixpar};
 
-    std::fprintf(file, "%s\n", command);
-    std::fprintf(file, "%s", mode_heading(complex));
+    std::fprintf(file, "%s\n%s", command,
+                 complex >= 0 && complex <= 4 ? mode_headings[complex] : "");
     std::fprintf(file, "%e\t%e\t%e\t%e\t%e\t%e\t", quality, sigma, sigma_im, chi_before, chi_after,
                  chi_square);
     std::fprintf(file, "%d\t%d\t%d\t", niter, weighting_type, nfitted);

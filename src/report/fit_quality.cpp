@@ -7,28 +7,9 @@
 #include <cmath>
 #include <cstdio>
 
-static void print_fit_mode(int complex_mode) {
-    switch (complex_mode) {
-    case 0:
-        std::printf("absorption mode fit\n");
-        break;
-    case 1:
-        std::printf("dispersion mode fit\n");
-        break;
-    case 2:
-        std::printf("sum ( absorption + dispersion ) mode fit\n");
-        break;
-    case 3:
-        std::printf("magnitude spectrum  fit \n");
-        break;
-    case 4:
-        std::printf("power spectrum fit \n");
-        break;
-    default:
-        std::printf("illegal complex parameter value\n");
-        break;
-    }
-}
+static const char *const fit_modes[] = {"absorption mode fit\n", "dispersion mode fit\n",
+                                        "sum ( absorption + dispersion ) mode fit\n",
+                                        "magnitude spectrum  fit \n", "power spectrum fit \n"};
 
 // Sum of w (x - y)^2 over the points with a weight.
 static double weighted_residual(int points, const double *w, const double *x, const double *y) {
@@ -44,7 +25,10 @@ double print_fit_quality(const int &complex_mode, const int &n, const double &no
     const double s_im = weighted_residual(ap, wim, xim, yim);
     const double points = n;
     const double quality = scale * std::sqrt((s_re + s_im) / (2.0 * points)) / noise_sd;
-    if (verbose > 0) print_fit_mode(complex_mode);
+    if (verbose > 0)
+        std::printf("%s", complex_mode >= 0 && complex_mode <= 4
+                              ? fit_modes[complex_mode]
+                              : "illegal complex parameter value\n");
     if (verbose > 1) std::printf("fit quality number                          : %E\n", quality);
     if (verbose > 2) {
         std::printf("fit quality number absorption              : %E\n",

@@ -46,16 +46,10 @@ static void write_quantities(std::FILE *file, const natural_parameters &natural)
     for (const quantity_table &table : quantity_tables) {
         std::fprintf(file, "%s\n%s\n%s\n", table.rule, table.heading, table.rule);
         for (int k = 1; k <= nLines + n_patterns; ++k) {
-            std::fprintf(file, "| ");
-            std::fprintf(file, "%3d", k);
-            std::fprintf(file, "\t|");
-            std::fprintf(file, " %7e", shown_value(natural, k, table.kind));
-            std::fprintf(file, "\t|");
-            std::fprintf(file, " %5e", shown_error(natural, k, table.kind));
-            std::fprintf(file, "\t|\n");
+            std::fprintf(file, "| %3d\t| %7e\t| %5e\t|\n", k, shown_value(natural, k, table.kind),
+                         shown_error(natural, k, table.kind));
         }
-        std::fprintf(file, "_________________________________________");
-        std::fprintf(file, "\n\n");
+        std::fprintf(file, "_________________________________________\n\n");
     }
 }
 
@@ -88,23 +82,16 @@ static void write_peak_areas(std::FILE *file, const natural_parameters &natural)
         std::fprintf(file, "| peak area ");
         const char *type_text = peak_type_text(natural.fixpar[at].type);
         if (*type_text != '\0') {
-            std::fprintf(file, "%s", type_text);
-            std::fprintf(file, "\t%d", k);
-            std::fprintf(file, "\t| ");
+            std::fprintf(file, "%s\t%d\t| ", type_text, k);
         }
-        std::fprintf(file, "\t%11e", 0.5 * area);
-        std::fprintf(file, "\t| ");
-        std::fprintf(file, "\t%7e", percent);
-        std::fprintf(file, " | ");
+        std::fprintf(file, "\t%11e\t| \t%7e | ", 0.5 * area, percent);
         if (std::fabs(percent) > notable_error) std::fprintf(file, "* ");
         std::fprintf(file, "\n");
     }
     std::fprintf(file, "_________________________________________________"
                        "_____________________________________"
                        "\n");
-    std::fprintf(file, " ");
-    std::fprintf(file, "* = error in estimate > 10.0 percent ");
-    std::fprintf(file, "\n\n");
+    std::fprintf(file, " * = error in estimate > 10.0 percent \n\n");
 }
 
 static const char *model_type_text(int type) {
@@ -123,8 +110,7 @@ static const char *model_type_text(int type) {
 }
 
 static void write_conditions(std::FILE *file, const natural_parameters &natural) {
-    std::fprintf(file, "Fitting conditions : ");
-    std::fprintf(file, "\n");
+    std::fprintf(file, "Fitting conditions : \n");
     std::fprintf(file, "________________________________________"
                        "_________________________________"
                        "________________"
@@ -138,18 +124,9 @@ static void write_conditions(std::FILE *file, const natural_parameters &natural)
                        "\n");
     for (int i = 0; i < pars_per_entry * (nLines + n_patterns); ++i) {
         const parameter_record &record = natural.fixpar[i];
-        std::fprintf(file, "| Parameter # ");
-        std::fprintf(file, "%2d", i + 1);
-        std::fprintf(file, " | ");
-        std::fprintf(file, "%s", model_type_text(record.type));
-        std::fprintf(file, "|");
-        std::fprintf(file, "\t%2d", record.fixed_to);
-        std::fprintf(file, "\t|");
-        std::fprintf(file, "%e", record.value);
-        std::fprintf(file, "\t|");
-        std::fprintf(file, "\t%e", natural.par[i] - record.value);
-        std::fprintf(file, "\t|");
-        std::fprintf(file, "\n");
+        std::fprintf(file, "| Parameter # %2d | %s|\t%2d\t|%e\t|\t%e\t|\n", i + 1,
+                     model_type_text(record.type), record.fixed_to, record.value,
+                     natural.par[i] - record.value);
     }
     std::fprintf(file, "__________________________________"
                        "_________________________________________"
@@ -157,22 +134,14 @@ static void write_conditions(std::FILE *file, const natural_parameters &natural)
 }
 
 static void write_summary(std::FILE *file, double quality) {
-    std::fprintf(file, "Fit quality number after fit                    : ");
-    std::fprintf(file, "%E\n", quality);
-    std::fprintf(file, "Chi-square before (weighted) least square fit   : ");
-    std::fprintf(file, "%E\n", chi_before);
-    std::fprintf(file, "Chi-square after  (weighted) least square fit   : ");
-    std::fprintf(file, "%E\n", chi_after);
-    std::fprintf(file, "Chi-square after  (UNWEIGHTED) least square fit : ");
-    std::fprintf(file, "%E\n", true_chi);
-    std::fprintf(file, "standard deviation          : ");
-    std::fprintf(file, "%E\n", sigma);
-    std::fprintf(file, "Number of iterations        : ");
-    std::fprintf(file, "%5d\n", niter);
-    std::fprintf(file, "Chi-square weighting type   : ");
-    std::fprintf(file, "%5d\n", weighting_type);
-    std::fprintf(file, "Number of parameters fitted : ");
-    std::fprintf(file, "%5d\n", nfitted);
+    std::fprintf(file, "Fit quality number after fit                    : %E\n", quality);
+    std::fprintf(file, "Chi-square before (weighted) least square fit   : %E\n", chi_before);
+    std::fprintf(file, "Chi-square after  (weighted) least square fit   : %E\n", chi_after);
+    std::fprintf(file, "Chi-square after  (UNWEIGHTED) least square fit : %E\n", true_chi);
+    std::fprintf(file, "standard deviation          : %E\n", sigma);
+    std::fprintf(file, "Number of iterations        : %5d\n", niter);
+    std::fprintf(file, "Chi-square weighting type   : %5d\n", weighting_type);
+    std::fprintf(file, "Number of parameters fitted : %5d\n", nfitted);
 }
 
 void write_fit_result(const double &quality) {
@@ -191,13 +160,9 @@ void write_fit_result(const double &quality) {
         parameters, " Memory requested to store o_errpar[] in WriteFitResult() is not available\n");
     const natural_parameters natural{o_par, o_errpar, o_fixpar};
 
-    std::fprintf(file, "File name            : ");
-    std::fprintf(file, "%s", path);
-    std::fprintf(file, "%s\n", fnm);
-    std::fprintf(file, "acquisition date     : ");
-    std::fprintf(file, "%s\n", idl->date_acquired);
-    std::fprintf(file, "time acquired        : ");
-    std::fprintf(file, "%s\n", idl->time_acquired);
+    std::fprintf(file, "File name            : %s%s\n", path, fnm);
+    std::fprintf(file, "acquisition date     : %s\n", idl->date_acquired);
+    std::fprintf(file, "time acquired        : %s\n", idl->time_acquired);
     std::fprintf(file, " ");
     if (natural.complete()) {
         fill_natural(natural);

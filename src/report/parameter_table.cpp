@@ -16,11 +16,8 @@ static void print_rows(const double *rows, bool mark_lsf_areas) {
         } else {
             std::printf("%1.6E  ", entry[area_par]);
         }
-        std::printf("%1.6E  ", entry[freq_par] * frscl);
-        std::printf("%1.6E  ", entry[width1_par]);
-        std::printf("%1.6E  ", entry[phase_par]);
-        std::printf("%1.6E  ", entry[width2_par]);
-        std::printf("\n");
+        std::printf("%1.6E  %1.6E  %1.6E  %1.6E  \n", entry[freq_par] * frscl, entry[width1_par],
+                    entry[phase_par], entry[width2_par]);
     }
 }
 
@@ -44,8 +41,7 @@ void print_dead_time_report() {
                     dead_time_corrected_area(k, entry[area_par]));
         if (entry[4] <= 0.0) {
             std::printf(">>> Caution !!! \n");
-            std::printf("Decay constant <= 0.0 !! =>");
-            std::printf("Wrong correction  for this line !!! \n");
+            std::printf("Decay constant <= 0.0 !! =>Wrong correction  for this line !!! \n");
         }
     }
 }

@@ -40,8 +40,7 @@ static int entry_count() {
 static void read_reference_line(float *buffer) {
     const std::string name = std::string(path) + sdffnm + ".ref";
     if (verbose > 0) {
-        std::printf("using reference line file                  : ");
-        std::printf("%s\n", name.c_str());
+        std::printf("using reference line file                  : %s\n", name.c_str());
     }
     int count = 2 * ap;
     readge_(name.c_str(), buffer, &count, 0);
@@ -254,11 +253,9 @@ static void copy_ge_data() {
 
 static void print_input_names() {
     if (verbose <= 0) return;
-    std::printf("Fitting will be performed on               : ");
-    std::printf("%s", (std::string(path) + sdffnm).c_str());
-    std::printf("\n");
-    std::printf("using start value / fitting condition file : ");
-    std::printf("%s\n", strtvalfnm);
+    std::printf("Fitting will be performed on               : %s\n",
+                (std::string(path) + sdffnm).c_str());
+    std::printf("using start value / fitting condition file : %s\n", strtvalfnm);
 }
 
 // Lineshape and truncation as the first step finds them.
@@ -275,12 +272,8 @@ static void begin_model() {
 
 static void print_chi_square_before(double scaled) {
     if (verbose <= 0) return;
-    std::printf("Chi-square before minimization             : ");
-    std::printf("%1.16e", chi_before);
-    std::printf("\n");
-    std::printf("Scaled chi-square before minimization      : ");
-    std::printf("%1.16e", scaled);
-    std::printf("\n");
+    std::printf("Chi-square before minimization             : %1.16e\n", chi_before);
+    std::printf("Scaled chi-square before minimization      : %1.16e\n", scaled);
 }
 
 // The values in the units of the user, as table and matrix files.
@@ -299,9 +292,7 @@ static void report_parameters(double *values, double *errors, parameter_record *
 static void report_chi_square_after(double quality) {
     chi_after = chi_square_of(par);
     if (verbose > 0) {
-        std::printf("\nWeighted chi-square after minimization     : ");
-        std::printf("%g", chi_after);
-        std::printf("\n");
+        std::printf("\nWeighted chi-square after minimization     : %g\n", chi_after);
     }
     for (int i = 0; i < ap; ++i) wre[i] = wim[i] = 1.0; // stay at 1.0 for the rest of the run
     dummy1 = weighting_type;
@@ -309,9 +300,7 @@ static void report_chi_square_after(double quality) {
     true_chi = chi_square_of(par);
     weighting_type = dummy1;
     if (verbose > 0) {
-        std::printf("Non weighted chi-square after minimization : ");
-        std::printf("%g", true_chi);
-        std::printf("\n");
+        std::printf("Non weighted chi-square after minimization : %g\n", true_chi);
         std::printf("Fit quality number after fit               : %f\n",
                     static_cast<double>(static_cast<float>(quality)));
     }

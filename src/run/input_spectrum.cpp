@@ -50,10 +50,8 @@ void InputSpectrumToFit(double *re, double *im) {
     ap_noise = static_cast<int>(std::clamp<long long>(window, INT_MIN, INT_MAX));
     const int points = std::max({noise_stop, ap, 0});
     if (verbose > 0) {
-        std::printf("number of complex data  points             : ");
-        std::printf("%d\n", ap);
-        std::printf("number of complex noise points             : ");
-        std::printf("%d\n", ap_noise);
+        std::printf("number of complex data  points             : %d\n", ap);
+        std::printf("number of complex noise points             : %d\n", ap_noise);
     }
     const std::string name = std::string(path) + sdffnm;
     const scratch<float> ge_array(2LL * points, " Memory requested to store ge_array[] in "
@@ -73,10 +71,8 @@ void InputSpectrumToFit(double *re, double *im) {
     }
     estimate_noise(re, im, points);
     if (verbose > 0) {
-        std::printf("standard deviation absorption              : ");
-        std::printf("%g\n", sigma);
-        std::printf("standard deviation dispersion              : ");
-        std::printf("%g\n", sigma_im);
+        std::printf("standard deviation absorption              : %g\n", sigma);
+        std::printf("standard deviation dispersion              : %g\n", sigma_im);
     }
     Copy_Vector(ap, re, shifted_xre);
     Copy_Vector(ap, im, shifted_xim);

@@ -94,13 +94,7 @@ static void release_and_clear(T *&array) {
 }
 
 static void free_parameter_arrays() {
-    release_and_clear(par);
-    release_and_clear(wpar);
-    release_and_clear(errpar);
-    release_and_clear(par_copy);
-    release_and_clear(pcom);
-    release_and_clear(par_bu);
-    release_and_clear(xicom);
+    for (const array_row &row : parameter_rows) release_and_clear(*row.array);
     release_and_clear(fixpar);
     release_and_clear(idl);
     release_and_clear(pat_name);
