@@ -10,56 +10,92 @@
 
 static constexpr int words_to_version = 15;
 
-static void read_text(std::FILE *file, sage_text &target) {
-    scan_word(file, target, sage_text_size - 1);
+// The fields of each section in the order of the file, for reader and writer.
+static void datafiles_fields(const auto &each, auto &name, auto &h) {
+    each(name, h.n_data_files, h.data_name, h.file_type, h.precision, h.data_offset);
+}
+static void patient_fields(const auto &each, auto &h) {
+    each(h.site, h.patient_id, h.patient_name, h.age, h.sex, h.study_number, h.series_number,
+         h.time_acquired, h.date_acquired);
+}
+static void sequence_fields(const auto &each, auto &h) {
+    each(h.sequence_name, h.release, h.tr, h.te, h.ti, h.tm, h.tg, h.r1, h.r2);
+}
+static void display_fields(const auto &each, auto &h) {
+    each(h.display_type, h.display_channel);
+}
+static void datainfo_fields(const auto &each, auto &h) {
+    each(h.data_type, h.center_frequency, h.ppm_offset);
+}
+static void processing_fields(const auto &each, auto &h) {
+    each(h.phase_zero, h.phase_first, h.broadening_type, h.broadening);
+}
+static void dimension_fields(const auto &each, auto &d) {
+    each(d.number, d.domain, d.orientation, d.points, d.width, d.zero_time, d.zero_freq,
+         d.slice_location, d.slice_thickness, d.time_phase, d.freq_phase);
 }
 
+namespace {
+
+struct field_reader {
+    std::FILE *file;
+    void operator()(auto &...fields) const { (read(fields), ...); }
+
+  private:
+    void read(int &value) const { scan_int(file, value); }
+    void read(float &value) const { scan_single(file, value); }
+    template <std::size_t size>
+    void read(char (&text)[size]) const {
+        scan_word(file, text, static_cast<int>(size) - 1);
+    }
+    template <class field, std::size_t count>
+    void read(field (&fields)[count]) const {
+        for (field &each : fields) read(each);
+    }
+};
+
+// The fields of a section, each on a line, and the blank lines behind them.
+struct field_writer {
+    std::FILE *file;
+    void operator()(const auto &...fields) const {
+        (write(fields), ...);
+        std::fprintf(file, "\n\n");
+    }
+
+  private:
+    void write(int value) const { std::fprintf(file, "%d\n", value); }
+    void write(float value) const { std::fprintf(file, "%f\n", static_cast<double>(value)); }
+    void write(const char *text) const { std::fprintf(file, "%s\n", text); }
+    template <class field, std::size_t count>
+    void write(const field (&fields)[count]) const {
+        for (const field &each : fields) write(each);
+    }
+};
+
+} // namespace
+
 void read_sagekey_datafiles(std::FILE *file, sage_header *record) {
-    scan_word(file, record->header_name, static_cast<int>(sizeof record->header_name) - 1);
-    scan_int(file, record->n_data_files);
-    scan_word(file, record->data_name, static_cast<int>(sizeof record->data_name) - 1);
-    read_text(file, record->file_type);
-    read_text(file, record->precision);
-    scan_int(file, record->data_offset);
+    datafiles_fields(field_reader{file}, record->header_name, *record);
 }
 
 void read_sagekey_patient(std::FILE *file, sage_header *record) {
-    read_text(file, record->site);
-    read_text(file, record->patient_id);
-    read_text(file, record->patient_name);
-    read_text(file, record->age);
-    read_text(file, record->sex);
-    scan_int(file, record->study_number);
-    scan_int(file, record->series_number);
-    read_text(file, record->time_acquired);
-    read_text(file, record->date_acquired);
+    patient_fields(field_reader{file}, *record);
 }
 
 void read_sagekey_sequence(std::FILE *file, sage_header *record) {
-    read_text(file, record->sequence_name);
-    for (float *value :
-         {&record->release, &record->tr, &record->te, &record->ti, &record->tm, &record->tg})
-        scan_single(file, *value);
-    scan_int(file, record->r1);
-    scan_int(file, record->r2);
+    sequence_fields(field_reader{file}, *record);
 }
 
 void read_sagekey_display(std::FILE *file, sage_header *record) {
-    for (sage_text &type : record->display_type) read_text(file, type);
-    read_text(file, record->display_channel);
+    display_fields(field_reader{file}, *record);
 }
 
 void read_sagekey_datainfo(std::FILE *file, sage_header *record) {
-    read_text(file, record->data_type);
-    scan_single(file, record->center_frequency);
-    scan_single(file, record->ppm_offset);
+    datainfo_fields(field_reader{file}, *record);
 }
 
 void read_sagekey_processing(std::FILE *file, sage_header *record) {
-    scan_single(file, record->phase_zero);
-    scan_single(file, record->phase_first);
-    read_text(file, record->broadening_type);
-    for (float &amount : record->broadening) scan_single(file, amount);
+    processing_fields(field_reader{file}, *record);
 }
 
 void read_sagekey_userinfo(std::FILE *file, sage_header *record) {
@@ -68,24 +104,13 @@ void read_sagekey_userinfo(std::FILE *file, sage_header *record) {
     record->n_user_fields = 0;
 }
 
-static void read_dimension(std::FILE *file, sage_dimension &dimension) {
-    scan_int(file, dimension.number);
-    read_text(file, dimension.domain);
-    read_text(file, dimension.orientation);
-    scan_int(file, dimension.points);
-    for (float *value :
-         {&dimension.width, &dimension.zero_time, &dimension.zero_freq, &dimension.slice_location,
-          &dimension.slice_thickness, &dimension.time_phase, &dimension.freq_phase})
-        scan_single(file, *value);
-}
-
 void read_sagekey_dimension(std::FILE *file, sage_header *record) {
-    read_dimension(file, record->dimension[0]);
+    dimension_fields(field_reader{file}, record->dimension[0]);
     for (int i = 1; i < 4; ++i) {
         char word[max_word + 1] = "";
         while (std::strcmp(word, "sagekey_dimension") != 0)
             if (!scan_word(file, word, max_word)) return;
-        read_dimension(file, record->dimension[i]);
+        dimension_fields(field_reader{file}, record->dimension[i]);
     }
 }
 
@@ -129,120 +154,59 @@ int read_sageidl_header(const char *name, sage_header *record) {
     return std::fclose(file);
 }
 
-static void write_lines(std::FILE *file, const char *title, const char *underline,
-                        std::initializer_list<const char *> fields) {
-    std::fprintf(file, "# %s\n", title);
-    std::fprintf(file, "# %s\n", underline);
+// What explains a section, and its key.
+static void write_head(std::FILE *file, const char *title, const char *underline,
+                       std::initializer_list<const char *> fields, const char *key) {
+    std::fprintf(file, "# %s\n# %s\n", title, underline);
     for (const char *field : fields) std::fprintf(file, "#     * %s\n", field);
+    std::fprintf(file, "%s", key);
 }
 
-static void write_text(std::FILE *file, const char *value) {
-    std::fprintf(file, "%s\n", value);
-}
-static void write_int(std::FILE *file, int value) {
-    std::fprintf(file, "%d\n", value);
-}
-static void write_real(std::FILE *file, float value) {
-    std::fprintf(file, "%f\n", static_cast<double>(value));
-}
-
-static void write_files_and_patient(std::FILE *file, const char *name, const sage_header *record) {
-    write_lines(file, "Data file Information", "---------------------",
-                {"header name", "number of associated data files", "data file name", "type of file",
-                 "data precision within file (Byte, 16 Bit, 32 Bit, Float)",
-                 "offset to the start of the data (bytes)"});
-    std::fprintf(file, "sagekey_datafiles\n\n");
-    write_text(file, name);
-    write_int(file, record->n_data_files);
-    write_text(file, record->data_name);
-    write_text(file, record->file_type);
-    write_text(file, record->precision);
-    write_int(file, record->data_offset);
-    std::fprintf(file, "\n\n");
-
-    write_lines(file, "Patient Information", "-------------------",
-                {"patient site", "patient ID", "patient name", "patient age", "patient sex",
-                 "study number", "series number", "time acquired", "date acquired"});
-    std::fprintf(file, "sagekey_patient\n\n");
-    write_text(file, record->site);
-    write_text(file, record->patient_id);
-    write_text(file, record->patient_name);
-    write_text(file, record->age);
-    write_text(file, record->sex);
-    write_int(file, record->study_number);
-    write_int(file, record->series_number);
-    write_text(file, record->time_acquired);
-    write_text(file, record->date_acquired);
-    std::fprintf(file, "\n\n");
-}
-
-static void write_sequence_and_display(std::FILE *file, const sage_header *record) {
-    write_lines(file, "Sequence Information", "--------------------",
-                {"name", "release", "TR", "TE", "TI", "TM", "TG", "R1", "R2"});
-    std::fprintf(file, "sagekey_sequence\n\n");
-    write_text(file, record->sequence_name);
-    for (float value :
-         {record->release, record->tr, record->te, record->ti, record->tm, record->tg})
-        write_real(file, value);
-    write_int(file, record->r1);
-    write_int(file, record->r2);
-    std::fprintf(file, "\n\n");
-
-    write_lines(file, "Display Information", "-------------------",
-                {"four display types (Spectrum, Image, Grid, Stack, Data, None)",
-                 "display channel (Real, Imaginary, Magnitude, Power, Phase)"});
-    std::fprintf(file, "sagekey_display\n\n");
-    for (const sage_text &type : record->display_type) write_text(file, type);
-    write_text(file, record->display_channel);
-    std::fprintf(file, "\n\n");
-}
-
-static void write_data_sections(std::FILE *file, const sage_header *record) {
-    write_lines(file, "Data Information", "----------------",
-                {"data type (Real or Complex)", "center frequency (MHz)", "ppm offset from 0 Hz"});
-    std::fprintf(file, "sagekey_datainfo\n\n");
-    write_text(file, record->data_type);
-    write_real(file, record->center_frequency);
-    write_real(file, record->ppm_offset);
-    std::fprintf(file, "\n\n");
-
-    write_lines(file, "Processing Information", "----------------------",
-                {"applied global phase, zero order", "applied global phase, first order",
-                 "type of line broadening", "amount of line broadening (two values)"});
-    std::fprintf(file, "sagekey_processing\n\n");
-    write_real(file, record->phase_zero);
-    write_real(file, record->phase_first);
-    write_text(file, record->broadening_type);
-    for (float amount : record->broadening) write_real(file, amount);
-    std::fprintf(file, "\n\n");
-
-    write_lines(file, "User Information", "----------------",
-                {"number of following user fields", "name and value of each field"});
-    std::fprintf(file, "sagekey_userinfo\n\n");
-    write_int(file, record->n_user_fields);
-    std::fprintf(file, "\n\n");
-}
-
-static void write_dimensions(std::FILE *file, const sage_header *record) {
-    write_lines(file, "Dimension Information", "---------------------",
-                {"number of the dimension", "domain (Time, Space, Frequency, Kspace, None)",
-                 "orientation (RL, AP, SI or NA)", "number of points",
-                 "width (Hz for Time and Frequency, mm for Space and Kspace, points for None)",
-                 "zero_time", "zero_freq", "slice location", "slice thickness",
-                 "time phase correction", "freq phase correction"});
+static void write_sections(std::FILE *file, const char *name, const sage_header *record) {
+    const field_writer each{file};
+    write_head(file, "Data file Information", "---------------------",
+               {"header name", "number of associated data files", "data file name", "type of file",
+                "data precision within file (Byte, 16 Bit, 32 Bit, Float)",
+                "offset to the start of the data (bytes)"},
+               "sagekey_datafiles\n\n");
+    datafiles_fields(each, name, *record);
+    write_head(file, "Patient Information", "-------------------",
+               {"patient site", "patient ID", "patient name", "patient age", "patient sex",
+                "study number", "series number", "time acquired", "date acquired"},
+               "sagekey_patient\n\n");
+    patient_fields(each, *record);
+    write_head(file, "Sequence Information", "--------------------",
+               {"name", "release", "TR", "TE", "TI", "TM", "TG", "R1", "R2"},
+               "sagekey_sequence\n\n");
+    sequence_fields(each, *record);
+    write_head(file, "Display Information", "-------------------",
+               {"four display types (Spectrum, Image, Grid, Stack, Data, None)",
+                "display channel (Real, Imaginary, Magnitude, Power, Phase)"},
+               "sagekey_display\n\n");
+    display_fields(each, *record);
+    write_head(file, "Data Information", "----------------",
+               {"data type (Real or Complex)", "center frequency (MHz)", "ppm offset from 0 Hz"},
+               "sagekey_datainfo\n\n");
+    datainfo_fields(each, *record);
+    write_head(file, "Processing Information", "----------------------",
+               {"applied global phase, zero order", "applied global phase, first order",
+                "type of line broadening", "amount of line broadening (two values)"},
+               "sagekey_processing\n\n");
+    processing_fields(each, *record);
+    write_head(file, "User Information", "----------------",
+               {"number of following user fields", "name and value of each field"},
+               "sagekey_userinfo\n\n");
+    each(record->n_user_fields);
+    write_head(file, "Dimension Information", "---------------------",
+               {"number of the dimension", "domain (Time, Space, Frequency, Kspace, None)",
+                "orientation (RL, AP, SI or NA)", "number of points",
+                "width (Hz for Time and Frequency, mm for Space and Kspace, points for None)",
+                "zero_time", "zero_freq", "slice location", "slice thickness",
+                "time phase correction", "freq phase correction"},
+               "");
     for (int i = 0; i < 4; ++i) {
-        const sage_dimension &dimension = record->dimension[i];
-        std::fprintf(file, "# dimension %d\n", i);
-        std::fprintf(file, "sagekey_dimension\n");
-        write_int(file, dimension.number);
-        write_text(file, dimension.domain);
-        write_text(file, dimension.orientation);
-        write_int(file, dimension.points);
-        for (float value :
-             {dimension.width, dimension.zero_time, dimension.zero_freq, dimension.slice_location,
-              dimension.slice_thickness, dimension.time_phase, dimension.freq_phase})
-            write_real(file, value);
-        std::fprintf(file, "\n\n");
+        std::fprintf(file, "# dimension %d\nsagekey_dimension\n", i);
+        dimension_fields(each, record->dimension[i]);
     }
 }
 
@@ -254,10 +218,7 @@ int write_sageidl_header(const char *name, const sage_header *record) {
     std::fprintf(file, "# Revision Information\n");
     std::fprintf(file, "# --------------------\n");
     std::fprintf(file, "Sage/IDL Header Version 0.1 \n\n");
-    write_files_and_patient(file, name, record);
-    write_sequence_and_display(file, record);
-    write_data_sections(file, record);
-    write_dimensions(file, record);
+    write_sections(file, name, record);
     std::fprintf(file, "# End of File Tag\n");
     std::fprintf(file, "# ---------------\n");
     std::fprintf(file, "sagekey_endfile\n");
