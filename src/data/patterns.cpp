@@ -43,17 +43,11 @@ static void read_binary_pattern(const char *name, int ap, double *slot, float *f
     int half = ap / 2; // the centre of the spectrum comes to the first point
     Rotate_Vector(ap, half, re);
     Rotate_Vector(ap, half, im);
-    for (int j = 0; j < ap; ++j) {
-        signal[2 * j] = re[j];
-        signal[2 * j + 1] = im[j];
-    }
+    interleave(ap, re, im, signal);
     double table[256];
     create_lookup(table, ap, 1);
     four2(signal, table, ap, 0);
-    for (int j = 0; j < ap; ++j) {
-        slot[j] = signal[2 * j];
-        slot[max_pattern_points + j] = signal[2 * j + 1];
-    }
+    separate(ap, signal, slot, slot + max_pattern_points);
 }
 
 void fetch_patterns(const int &n_patterns, const int &ap, const int &,

@@ -39,15 +39,9 @@ static void to_frequency_domain(int ap, int ignore, double *re, double *im, cons
     const scratch<double> signal(2LL * ap, " Memory requested to store signal[] in"
                                            " Calculate_ifft_VoigtCurve() is not available\n");
     if (signal == nullptr) return;
-    for (int n = 0; n < ap; ++n) {
-        signal[2 * n] = re[n];
-        signal[2 * n + 1] = im[n];
-    }
+    interleave(ap, re, im, signal);
     four2(signal, table, ap, 1);
-    for (int n = 0; n < ap; ++n) {
-        re[n] = signal[2 * n];
-        im[n] = signal[2 * n + 1];
-    }
+    separate(ap, signal, re, im);
 }
 
 void Complex_Multiply(const int &n, double *re, double *im, const double *cr, const double *ci) {
@@ -134,10 +128,7 @@ void ParArrayToLineShapeFunction(const int &lsf_coefs, const int &ap, const int 
     const scratch<double> signal(2LL * ap, " Memory requested to store c_lsf[] "
                                            "in ParArrayToLineShapeFunction() is not available \n");
     if (signal == nullptr) return;
-    for (int n = 0; n < ap; ++n) {
-        signal[2 * n] = r_lsf[n];
-        signal[2 * n + 1] = i_lsf[n];
-    }
+    interleave(ap, r_lsf, i_lsf, signal);
     four2(signal, lookup, ap, 1);
     const double a = std::sqrt(signal[0] * signal[0] + signal[1] * signal[1]);
     // Coefficients that add up to nothing at time 0 describe no lineshape: function and

@@ -2,7 +2,7 @@
 // vector_lib.cpp -- element-wise vectors, domain conversions, rotation, truncation, shifts
 //
 // One twiddle table serves both directions of the transform: the inverse is had by conjugating
-// the input (Calculate_Time_Domain) or by reversing the output order (Truncate_Spectrum), since
+// the input (Calculate_Time_Domain) or by reversing the output order (clear_time_points), since
 // sum_k X[k] exp(+i a k) is the forward sum at the index n - j.
 #include "model/vector_lib.h"
 
@@ -67,14 +67,14 @@ void Max_Vector(const int &n, const double *v, int &index, double &max) {
     }
 }
 
-static void interleave(int n, const double *re, const double *im, double *signal) {
+void interleave(int n, const double *re, const double *im, double *signal) {
     for (int i = 0; i < n; ++i) {
         signal[2 * i] = re[i];
         signal[2 * i + 1] = im[i];
     }
 }
 
-static void separate(int n, const double *signal, double *re, double *im) {
+void separate(int n, const double *signal, double *re, double *im) {
     for (int i = 0; i < n; ++i) {
         re[i] = signal[2 * i];
         im[i] = signal[2 * i + 1];
@@ -154,9 +154,9 @@ void Convolution(const int &n, const int &lo, const int &hi, const double *a, co
     }
 }
 
-void Truncate_Spectrum(const int &n, const int &trunc, double *re, double *im,
-                       const double *table) {
+void clear_time_points(int n, int first, int stop, double *re, double *im, const double *table) {
     if (n < 1) return;
+    // names one of its callers: wording kept
     const scratch<double> signal(
         2LL * n, " Memory requested to store signal[] in Truncate_Spectrum() is not available\n");
     if (signal == nullptr) return;
@@ -169,10 +169,15 @@ void Truncate_Spectrum(const int &n, const int &trunc, double *re, double *im,
     int k = -1;
     Rotate_Vector(n, k, re);
     Rotate_Vector(n, k, im);
-    for (int i = std::max(trunc, 0); i < n; ++i) re[i] = im[i] = 0.0;
+    for (int i = std::max(first, 0); i < std::min(stop, n); ++i) re[i] = im[i] = 0.0;
     interleave(n, re, im, signal);
     four2(signal, table, n, 0);
     separate(n, signal, re, im);
+}
+
+void Truncate_Spectrum(const int &n, const int &trunc, double *re, double *im,
+                       const double *table) {
+    clear_time_points(n, trunc, n, re, im, table);
 }
 
 void Correct_Zo_Phase(const int &print, const int &n, const double &phi0, const double &phi1,

@@ -37,7 +37,13 @@ void Rotate_Conv_Vector(const int &n, const int &k, const double *src, double *d
 void Convolution(const int &n, const int &lo, const int &hi, const double *a, const double *b,
                  double *out);
 
-// Sets time-domain points from trunc on to zero; spectrum in, spectrum out.
+// A signal as interleaved pairs, as four2 takes it, and back.
+void interleave(int n, const double *re, const double *im, double *signal);
+void separate(int n, const double *signal, double *re, double *im);
+
+// Sets time-domain points first to stop - 1 to zero; spectrum in, spectrum out.
+void clear_time_points(int n, int first, int stop, double *re, double *im, const double *table);
+// The same from trunc on.
 void Truncate_Spectrum(const int &n, const int &trunc, double *re, double *im, const double *table);
 // Multiplies point i by exp(-i theta), theta = phi0 + phi1 i/n [degrees]; prints both phases
 // when print is positive.

@@ -3,7 +3,6 @@
 #include "run/input_spectrum.h"
 
 #include "data/ge_io.h"
-#include "model/fft.h"
 #include "model/vector_lib.h"
 #include "run/state.h"
 #include "run/storage.h"
@@ -81,31 +80,5 @@ void InputSpectrumToFit(double *re, double *im) {
 
 void update_spectrum(const int &n, const int &n_ignore, double *re, double *im,
                      const double *table) {
-    if (n < 1) return;
-    // names another function: wording kept
-    const scratch<double> signal(
-        2LL * n, " Memory requested to store signal[] in Truncate_Spectrum() is not available\n");
-    if (signal == nullptr) return;
-    for (int i = 0; i < n; ++i) {
-        signal[2 * i] = re[i];
-        signal[2 * i + 1] = im[i];
-    }
-    four2(signal, table, n, 1);
-    for (int i = 0; i < n; ++i) {
-        re[n - 1 - i] = signal[2 * i];
-        im[n - 1 - i] = signal[2 * i + 1];
-    }
-    int right_by_one = -1;
-    Rotate_Vector(n, right_by_one, re);
-    Rotate_Vector(n, right_by_one, im);
-    for (int i = 0; i < std::min(n_ignore, n); ++i) re[i] = im[i] = 0.0;
-    for (int i = 0; i < n; ++i) {
-        signal[2 * i] = re[i];
-        signal[2 * i + 1] = im[i];
-    }
-    four2(signal, table, n, 0);
-    for (int i = 0; i < n; ++i) {
-        re[i] = signal[2 * i];
-        im[i] = signal[2 * i + 1];
-    }
+    clear_time_points(n, 0, n_ignore, re, im, table);
 }
