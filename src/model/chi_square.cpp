@@ -24,34 +24,29 @@ using kernel::store;
 using kernel::total;
 using kernel::width_of;
 
-static void print_width_inconsistency(int k, int L) {
+static const char advice_of_links[] =
+    "How to fix: \n Interchange dependent and free line prior knowledge \n\n"
+    "Good luck ... \n";
+static const char advice_of_turbo[] =
+    "How to fix: \n Interchange dependent and free line prior knowledge \n";
+
+static void derive_or_end(int k, int n_entries, double *xt, const parameter_record *fixpar,
+                          const char *advice) {
+    const int L = apply_prior_knowledge(k, n_entries, xt, fixpar);
+    if (L == 0) return;
     std::printf("program terminated due to prior knowledge inconsistency : \n");
     std::printf("gaussian linewidth of : \n");
     std::printf("fixed line %d < than linewidth %d \n ", k, L);
     std::printf("it depends on. Because this  M A Y  cause prior knowledge\n");
     std::printf("violation during minimization the fit is terminated.\n\n\n");
-}
-
-static void derive_or_end(int k, int n_entries, double *xt, const parameter_record *fixpar) {
-    const int L = apply_prior_knowledge(k, n_entries, xt, fixpar);
-    if (L == 0) return;
-    print_width_inconsistency(k, L);
-    std::printf("How to fix: \n Interchange dependent and free line prior knowledge \n\n");
-    std::printf("Good luck ... \n");
-    end_run(1);
-}
-
-static void derive_or_end_turbo(int k, int n_entries, double *xt, const parameter_record *fixpar) {
-    const int L = apply_prior_knowledge(k, n_entries, xt, fixpar);
-    if (L == 0) return;
-    print_width_inconsistency(k, L);
-    std::printf("How to fix: \n Interchange dependent and free line prior knowledge \n");
+    std::printf("%s", advice);
     end_run(1);
 }
 
 void derive_dependent_parameters(const int &n_entries, double *xt, const parameter_record *fixpar) {
     for (int k = 1; k <= n_entries; ++k)
-        if (!entry_is_free(k, n_entries, fixpar)) derive_or_end(k, n_entries, xt, fixpar);
+        if (!entry_is_free(k, n_entries, fixpar))
+            derive_or_end(k, n_entries, xt, fixpar, advice_of_links);
 }
 
 void entry_spectrum(const int &k, const int &type, const double *p, const int &ap,
@@ -125,7 +120,7 @@ void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_co
     exchange_curve(s);
     for (int k = 1; k <= entries; ++k) {
         if (k == s || !entry_follows(k, s, fixpar)) continue;
-        derive_or_end_turbo(k, entries, xt, fixpar);
+        derive_or_end(k, entries, xt, fixpar, advice_of_turbo);
         if (changed(k)) exchange_curve(k);
     }
     sum.transform();
