@@ -64,12 +64,6 @@ void read_link_and_value(std::FILE *file, const int &par_ranges, parameter_recor
     scan_real(file, record.max);
 }
 
-void divide_by_frequency_scale(parameter_record &record, const double &frscl) {
-    record.value /= frscl;
-    record.min /= frscl;
-    record.max /= frscl;
-}
-
 void sum_interval_ranges(const int &n_fit_strat_steps, const int *n_intervals,
                          const int (*hxmin)[max_intervals + 1],
                          const int (*hxmax)[max_intervals + 1], int *hrange) {
@@ -134,10 +128,14 @@ written_parameter in_file_form(parameter_kind kind, const parameter_record &reco
     return written;
 }
 
-void write_creation_time(std::FILE *file) {
+std::string time_stamp() {
     char text[80] = "";
     const std::time_t now = std::time(nullptr);
     const std::tm *local = std::localtime(&now);
     if (local != nullptr) std::strftime(text, sizeof text, "%H:%M:%S %Z %A %B %d 20%y", local);
-    std::fprintf(file, "File created at :  %s \n", text);
+    return text;
+}
+
+void write_creation_time(std::FILE *file) {
+    std::fprintf(file, "File created at :  %s \n", time_stamp().c_str());
 }

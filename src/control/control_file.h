@@ -6,6 +6,7 @@
 #include "run/types.h"
 
 #include <cstdio>
+#include <string>
 
 // --- reading ---
 
@@ -29,9 +30,6 @@ void read_starting_values(std::FILE *file, const double &frscl, double *entry);
 
 // Reads link and value of a record and, unless par_ranges is 2, its range.
 void read_link_and_value(std::FILE *file, const int &par_ranges, parameter_record &record);
-
-// Value and range of a frequency, the range even when it was not read.
-void divide_by_frequency_scale(parameter_record &record, const double &frscl);
 
 // hrange of each step: sum of hxmax - hxmin over its intervals, held within an int.
 void sum_interval_ranges(const int &n_fit_strat_steps, const int *n_intervals,
@@ -106,4 +104,6 @@ struct written_parameter {
 written_parameter in_file_form(parameter_kind kind, const parameter_record &record, int par_ranges,
                                double frscl, double area_share);
 
+// The local time; "%y" behind a literal century: time stamps say 20yy.
+std::string time_stamp();
 void write_creation_time(std::FILE *file);

@@ -39,7 +39,7 @@ static const keyword_format version_3_format = {
     .example_lines = version_3_example_lines,
     .names_end_of_lsf = true,
     .correction_level = 3,
-    .reports_pattern_type = true,
+    .type_words = {"  Gauss line ", "Lorentz line ", "  Voigt line ", "  Pattern    "},
 };
 
 void read_f_cntl(const char *name, int &npar, int &ref_line, int &nLines, int &ap, int &noise_strt,

@@ -71,7 +71,7 @@ bool read_varokel_prior_knowledge(std::FILE *file, const char *name, const int &
             record[j].type = record[area_par].type;
             read_link_and_value(file, par_ranges, record[j]);
         }
-        divide_by_frequency_scale(record[freq_par], frscl);
+        divide_record(record[freq_par], frscl);
     }
     return true;
 }

@@ -39,7 +39,7 @@ static const keyword_format old_format = {
     .example_lines = old_example_lines,
     .names_end_of_lsf = false,
     .correction_level = INT_MIN,
-    .reports_pattern_type = false,
+    .type_words = {"  Gauss line ", "Lorentz line ", "  Voigt line ", ""},
 };
 
 void read_fitcontrol_old(const char *name, int &npar, int &ref_line, int &nLines, int &ap,

@@ -181,7 +181,7 @@ static bool read_prior_knowledge(std::FILE *file, const keyword_format &format,
             scan_int(file, record[j].type);
             read_link_and_value(file, to.par_ranges, record[j]);
         }
-        divide_by_frequency_scale(record[freq_par], to.frscl);
+        divide_record(record[freq_par], to.frscl); // the range even when it was not read
     }
     return true;
 }
@@ -210,30 +210,15 @@ static void read_lsf(std::FILE *file, const keyword_format &format, const keywor
     }
 }
 
-static const char *line_type_text(int type, bool reports_pattern_type) {
-    switch (type) {
-    case gaussian_line:
-        return "  Gauss line ";
-    case lorentzian_line:
-        return "Lorentz line ";
-    case voigt_line:
-        return "  Voigt line ";
-    case pattern_line:
-        return reports_pattern_type ? "  Pattern    " : "";
-    default:
-        return "";
-    }
-}
-
 static void let_starting_values_win(const keyword_format &format, const keyword_target &to) {
     for (int i = 0; i < pars_per_entry * to.entries(); ++i) {
         parameter_record &record = to.fixpar[i];
         const bool equal = to.par[i] == record.value; // not a number counts as different
         if (!equal && to.verbose >= format.correction_level) {
             std::printf("warning read initial value file inconsistency in ");
-            std::printf("%s", line_type_text(record.type, format.reports_pattern_type));
-            std::printf("%d ", i / pars_per_entry + 1);
-            std::printf("parameter %d : error corrected automatically\n", i);
+            std::printf("%s", type_word(record.type, format.type_words));
+            std::printf("%d parameter %d : error corrected automatically\n", i / pars_per_entry + 1,
+                        i);
         }
         record.value = to.par[i];
     }
@@ -255,8 +240,5 @@ void read_keyword_file(const char *name, const keyword_format &format, const key
     // counts that were refused say nothing about the storage that there is
     if (!counts_stored(to.nLines, to.lsf_coefs, to.n_patterns)) return;
     if (to.file_corrupt != 1) let_starting_values_win(format, to);
-    for (int k = 0; k < to.entries(); ++k)
-        entry_to_internal_units(to.par + pars_per_entry * k, to.fixpar + pars_per_entry * k,
-                                to.T_acq, to.Hz_pp);
-    to.npar = pars_per_entry * to.entries();
+    internal_freq_units(to.nLines, to.n_patterns, to.npar, to.par, to.fixpar, to.T_acq, to.Hz_pp);
 }

@@ -18,8 +18,8 @@ struct keyword_format {
     int start_header_widths[5];                 // "%<width>s" of the words behind "number"
     std::span<const char *const> example_lines; // ... when the starting values are
     bool names_end_of_lsf;                      // ... and whether the expected last word is named
-    int correction_level; // verbose at and above which corrected values are reported
-    bool reports_pattern_type;
+    int correction_level;      // verbose at and above which corrected values are reported
+    const char *type_words[4]; // of that report
 };
 
 // Where the values go, by the names of a reader's arguments.

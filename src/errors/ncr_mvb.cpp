@@ -47,24 +47,6 @@ double pop_2d_element(const double *a, const int &n, const int &row, const int &
     return pop_2d_matrix_element(a, n, row, col);
 }
 
-static curve_setting curves_of(const model_context &model) {
-    return {.ap = model.ap,
-            .nLines = model.nLines,
-            .n_patterns = model.n_patterns,
-            .td_ap_trunc = model.td_ap_trunc,
-            .ref_line = model.ref_line,
-            .lsf_coefs = model.lsf_coefs,
-            .ignore = model.ignore,
-            .fit_lsf = model.fit_lsf,
-            .frscl = model.frscl,
-            .phi_1 = model.phi_1,
-            .re_ref = model.re_ref,
-            .im_ref = model.im_ref,
-            .r_lsf = model.r_lsf,
-            .i_lsf = model.i_lsf,
-            .pat = model.pat};
-}
-
 // base: par with its links applied; trial: the same after a step of par[index]. Returns the step.
 static double perturb(const model_context &model, int index, int N, const double *par,
                       double *trial, double *base) {
@@ -112,7 +94,7 @@ void f_new_complex_select(const int &ap, const int &index, const int &N, double 
     const scratch<double> base(N, no_unperturbed);
     if (trial == nullptr || base == nullptr) return;
     model_sum sum;
-    if (!sum.begin(curves_of(model))) return;
+    if (!sum.begin(CURVE_SETTING_HERE)) return;
     const double h = perturb(model, index, N, par, trial, base);
     add_differences(model, N / pars_per_entry, trial, base, 0, sum);
     sum.transform();
@@ -164,12 +146,12 @@ struct derivative_rows {
 // phase are factors of the entry's curve: unless other entries follow them, one transform serves
 // both. The unperturbed curve serves all five; it is kept with its sign turned and its own area,
 // so that a parameter that its line type does not use has a derivative of exactly 0.
-static void entry_derivatives(const model_context &model, int s, int q, int N, const double *par,
-                              double *trial, double *base, const derivative_rows &rows) {
+static void entry_derivatives(const model_context &model, const curve_setting &setting, int s,
+                              int q, int N, const double *par, double *trial, double *base,
+                              const derivative_rows &rows) {
     const int entries = N / pars_per_entry;
     const int at = pars_per_entry * (s - 1);
     const double *const p = base + at;
-    const curve_setting setting = curves_of(model);
     model_sum sum;
     bool has_own_spectrum = false;
     int row_of[pars_per_entry];
@@ -284,11 +266,12 @@ void ncr_mvb(const int &N, const int &ap, const double &sigma, double *par,
     if (counts != nullptr && derivatives != nullptr && trial != nullptr && base != nullptr &&
         covar != nullptr) {
         const model_context model = MODEL_CONTEXT_HERE;
+        const curve_setting setting = CURVE_SETTING_HERE;
         const derivative_rows rows_of{ap,         counts,     real_channel, imaginary_channel,
                                       row_length, derivatives};
         int q = 0;
         for (int s = 1; s <= N / pars_per_entry; ++s) {
-            entry_derivatives(model, s, q, N, par, trial, base, rows_of);
+            entry_derivatives(model, setting, s, q, N, par, trial, base, rows_of);
             for (int kind = 0; kind < pars_per_entry; ++kind)
                 q += fixpar[pars_per_entry * (s - 1) + kind].fixed_to == 0 ? 1 : 0;
         }

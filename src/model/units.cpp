@@ -13,7 +13,7 @@ static void scale_record(parameter_record &record, double factor) {
     record.max *= factor;
 }
 
-static void divide_record(parameter_record &record, double divisor) {
+void divide_record(parameter_record &record, double divisor) {
     record.value /= divisor;
     record.min /= divisor;
     record.max /= divisor;
@@ -64,24 +64,19 @@ void Natural_Frequency(const int &nLines, const int &n_patterns, const double *p
         double *q = o_second + pars_per_entry * k;
         parameter_record *record = o_fixpar + pars_per_entry * k;
         const int type = record[width1_par].type;
-
-        p[freq_par] *= Hz_pp;
-        q[freq_par] *= Hz_pp;
-        scale_record(record[freq_par], Hz_pp);
-        if (has_gaussian_width(type)) {
-            p[width1_par] *= kernel::gauss_fwhm_per_width;
-            q[width1_par] *= kernel::gauss_fwhm_per_width;
-            scale_record(record[width1_par], kernel::gauss_fwhm_per_width);
-        }
-        if (has_gaussian_width(type) || type == lorentzian_line) {
-            p[width1_par] /= recip;
-            q[width1_par] /= recip;
-            divide_record(record[width1_par], recip);
-        }
-        if (record[width2_par].type == voigt_line) {
-            p[width2_par] /= recip;
-            q[width2_par] /= recip;
-            divide_record(record[width2_par], recip);
-        }
+        const auto multiply = [&](int kind, double factor) {
+            p[kind] *= factor;
+            q[kind] *= factor;
+            scale_record(record[kind], factor);
+        };
+        const auto divide = [&](int kind, double divisor) {
+            p[kind] /= divisor;
+            q[kind] /= divisor;
+            divide_record(record[kind], divisor);
+        };
+        multiply(freq_par, Hz_pp);
+        if (has_gaussian_width(type)) multiply(width1_par, kernel::gauss_fwhm_per_width);
+        if (has_gaussian_width(type) || type == lorentzian_line) divide(width1_par, recip);
+        if (record[width2_par].type == voigt_line) divide(width2_par, recip);
     }
 }

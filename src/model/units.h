@@ -4,6 +4,9 @@
 
 #include "run/types.h"
 
+// Divides value and range.
+void divide_record(parameter_record &record, double divisor);
+
 // Converts one entry in place.
 //
 // Given:

@@ -17,18 +17,8 @@ static const char *const mode_headings[] = {"\nabsorption mode fit\n", "\ndisper
                                             "\nabsorption + dispersion mode fit\n",
                                             "\nmagnitude mode fit\n", "\npower mode fit\n"};
 
-static const char *type_text(int type) {
-    switch (type) {
-    case lorentzian_line:
-        return " Lorentzian\t";
-    case gaussian_line:
-        return "  Gaussian\t";
-    case voigt_line:
-        return "     Voigt\t";
-    default:
-        return "   Pattern\t";
-    }
-}
+static const char *const type_words[4] = {"  Gaussian\t", " Lorentzian\t", "     Voigt\t",
+                                          "   Pattern\t"};
 
 static void write_row(std::FILE *file, int k, const natural_parameters &natural,
                       double corrected_area) {
@@ -40,7 +30,7 @@ static void write_row(std::FILE *file, int k, const natural_parameters &natural,
     const double width1 = std::fabs(value[width1_par]);
     const double width1_error = std::fabs(error[width1_par]);
 
-    std::fprintf(file, "%d\t%s", k, type_text(record->type));
+    std::fprintf(file, "%d\t%s", k, type_word(record->type, type_words, type_words[3]));
     std::fprintf(file, "%e\t%e\t%d\t", area, error[area_par], record[area_par].fixed_to);
     std::fprintf(file, "%e\t%e\t%d\t", value[freq_par] * frscl, error[freq_par] * frscl,
                  record[freq_par].fixed_to);

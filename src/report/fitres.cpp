@@ -53,18 +53,8 @@ static void write_quantities(std::FILE *file, const natural_parameters &natural)
     }
 }
 
-static const char *peak_type_text(int type) {
-    switch (type) {
-    case gaussian_line:
-        return "Gaussian line  ";
-    case lorentzian_line:
-        return "Lorentzian line";
-    case voigt_line:
-        return "Voigt      line";
-    default:
-        return "";
-    }
-}
+static const char *const peak_words[4] = {"Gaussian line  ", "Lorentzian line", "Voigt      line",
+                                          ""};
 
 static void write_peak_areas(std::FILE *file, const natural_parameters &natural) {
     std::fprintf(file, "\n\n_____________________________________________"
@@ -80,7 +70,7 @@ static void write_peak_areas(std::FILE *file, const natural_parameters &natural)
         const double half_error = 0.5 * natural.errpar[at];
         const double percent = 100.0 * half_error / area;
         std::fprintf(file, "| peak area ");
-        const char *type_text = peak_type_text(natural.fixpar[at].type);
+        const char *type_text = type_word(natural.fixpar[at].type, peak_words);
         if (*type_text != '\0') {
             std::fprintf(file, "%s\t%d\t| ", type_text, k);
         }
@@ -94,20 +84,8 @@ static void write_peak_areas(std::FILE *file, const natural_parameters &natural)
     std::fprintf(file, " * = error in estimate > 10.0 percent \n\n");
 }
 
-static const char *model_type_text(int type) {
-    switch (type) {
-    case gaussian_line:
-        return "\t Gaussian \t";
-    case lorentzian_line:
-        return "\tLorentzian\t";
-    case voigt_line:
-        return "\t  Voigt\t";
-    case pattern_line:
-        return "\t Pattern\t";
-    default:
-        return "";
-    }
-}
+static const char *const model_words[4] = {"\t Gaussian \t", "\tLorentzian\t", "\t  Voigt\t",
+                                           "\t Pattern\t"};
 
 static void write_conditions(std::FILE *file, const natural_parameters &natural) {
     std::fprintf(file, "Fitting conditions : \n");
@@ -125,7 +103,7 @@ static void write_conditions(std::FILE *file, const natural_parameters &natural)
     for (int i = 0; i < pars_per_entry * (nLines + n_patterns); ++i) {
         const parameter_record &record = natural.fixpar[i];
         std::fprintf(file, "| Parameter # %2d | %s|\t%2d\t|%e\t|\t%e\t|\n", i + 1,
-                     model_type_text(record.type), record.fixed_to, record.value,
+                     type_word(record.type, model_words), record.fixed_to, record.value,
                      natural.par[i] - record.value);
     }
     std::fprintf(file, "__________________________________"

@@ -65,21 +65,11 @@ static double mean_magnitude() {
     return sum / (2.0 * entry_count());
 }
 
-static void scale_areas_by(double factor) {
+// Does something to the area of each entry and to the ends of its range.
+static void change_areas(const auto &change) {
     for (int k = 0; k < entry_count(); ++k) {
         const int i = pars_per_entry * k + area_par;
-        par[i] *= factor;
-        fixpar[i].min *= factor;
-        fixpar[i].max *= factor;
-    }
-}
-
-static void divide_areas_by(double divisor) {
-    for (int k = 0; k < entry_count(); ++k) {
-        const int i = pars_per_entry * k + area_par;
-        par[i] /= divisor;
-        fixpar[i].min /= divisor;
-        fixpar[i].max /= divisor;
+        for (double *value : {&par[i], &fixpar[i].min, &fixpar[i].max}) change(*value);
     }
 }
 
@@ -88,10 +78,8 @@ static void multiply_pattern_areas_by_norm() {
     for (int p = 1; p <= n_patterns; ++p) {
         if (nLines + p < 1) continue; // fewer lines than none: nothing is fitted
         const int i = pars_per_entry * (nLines + p - 1) + area_par;
-        par[i] *= pattern_norm[p];
-        fixpar[i].value *= pattern_norm[p];
-        fixpar[i].min *= pattern_norm[p];
-        fixpar[i].max *= pattern_norm[p];
+        for (double *value : {&par[i], &fixpar[i].value, &fixpar[i].min, &fixpar[i].max})
+            *value *= pattern_norm[p];
     }
 }
 
@@ -101,9 +89,7 @@ static void divide_pattern_areas_by_norm(double *values, double *errors,
         const int i = pars_per_entry * (nLines + p - 1) + area_par;
         values[i] /= pattern_norm[p];
         errors[i] /= pattern_norm[p];
-        records[i].value /= pattern_norm[p];
-        records[i].min /= pattern_norm[p];
-        records[i].max /= pattern_norm[p];
+        divide_record(records[i], pattern_norm[p]);
     }
 }
 
@@ -122,7 +108,7 @@ static void scale_problem() {
     Copy_Vector(ap, xre, xre_copy);
     Copy_Vector(ap, xim, xim_copy);
     Truncate_Spectrum(ap, var_ap_trunc[1], xre, xim, lookup);
-    divide_areas_by(scalefactor);
+    change_areas([](double &value) { value /= scalefactor; });
     multiply_pattern_areas_by_norm();
 }
 
@@ -131,7 +117,7 @@ static void undo_scaling() {
         xre[i] *= scalefactor;
         xim[i] *= scalefactor;
     }
-    scale_areas_by(scalefactor);
+    change_areas([](double &value) { value *= scalefactor; });
 }
 
 static void print_not_fitted_box() {

@@ -8,6 +8,11 @@
 // only, the Voigt line both; a pattern is a whole spectrum that is scaled, shifted and broadened.
 enum line_type : int { gaussian_line = 1, lorentzian_line = 2, voigt_line = 3, pattern_line = 4 };
 
+// What a type is called, of four words in the order of the codes; `other` for what is none.
+inline const char *type_word(int type, const char *const (&words)[4], const char *other = "") {
+    return type >= gaussian_line && type <= pattern_line ? words[type - gaussian_line] : other;
+}
+
 // The five parameters of a model entry, in the order in which every parameter vector holds them.
 enum parameter_kind : int {
     area_par = 0,   // [signal]

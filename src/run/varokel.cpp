@@ -2,6 +2,7 @@
 // varokel.cpp -- entry of a run: command line, callable function, run preparation
 #include "run/varokel.h"
 
+#include "control/control_file.h"
 #include "control/start_value_file.h"
 #include "data/sage_io.h"
 #include "help/help.h"
@@ -20,7 +21,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <initializer_list>
 
 static constexpr std::size_t longest_argument = 255; // the messages say 115: wording kept
@@ -84,13 +84,8 @@ static void print_usage(const char *extra_line, const char *reference_line) {
     print_lines(usage_tail);
 }
 
-// "%y" behind a literal century: time stamps say 20yy
 static void print_time_stamp() {
-    char text[80] = "";
-    const std::time_t now = std::time(nullptr);
-    const std::tm *local = std::localtime(&now);
-    if (local != nullptr) std::strftime(text, sizeof text, "%H:%M:%S %Z %A %B %d 20%y", local);
-    if (verbose > 0) std::printf("%s\n", text);
+    if (verbose > 0) std::printf("%s\n", time_stamp().c_str());
 }
 
 // Appends what fits of text to a string of the given capacity.
