@@ -52,13 +52,7 @@ static table_unit heading_unit(table_scanner &scan, int quantity) {
     const bool square = scan.take('['), round = !square && scan.take('(');
     if (!square && !round) return table_unit::none;
     const table_unit unit = scan.unit();
-    const bool known =
-        quantity == frequency_of
-            ? unit == table_unit::ppm || unit == table_unit::hz || unit == table_unit::points
-        : quantity == phase_of
-            ? unit == table_unit::degrees
-            : (quantity != area_of && (unit == table_unit::hz || unit == table_unit::ppm));
-    if (!known)
+    if (unit == table_unit::none || !takes_unit(quantity, unit))
         scan.refuse(quantity == frequency_of ? "ppm, Hz or points as unit of the column"
                     : quantity == phase_of   ? "deg as unit of the column"
                     : quantity == area_of    ? "no unit for areas: they are in units of the signal"
