@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// strategy_words.h -- the words of a table for what a step of the strategy does
+// strategy_words.h -- the words of a table for strategies, and for what their steps do
 #pragma once
 
-#include "files/start/start_file.h"
+#include "files/start/peak_table.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tools {
 
@@ -17,5 +18,11 @@ std::string switches_text(const start_step &step);
 // Part of the spectrum whose misfit counts, 0 to 4; nothing for another word.
 std::optional<int> part_named(const std::string &word);
 std::string part_name(int value); // "?" for another number
+
+// Steps of "standard", "quick" and "random-then-gradient", before switches that the model has no
+// use for are taken out; none for another name.
+std::vector<table_step> preset_steps(const std::string &preset);
+// Relative change of chi-square at which these steps end.
+double preset_tolerance(const std::string &preset);
 
 } // namespace tools

@@ -6,7 +6,6 @@
 #include "files/spectra/number_range.h"
 #include "files/spectra/search_limits.h"
 #include "files/start/derive_rows.h"
-#include "files/start/strategy_presets.h"
 #include "files/start/strategy_words.h"
 
 namespace tools {

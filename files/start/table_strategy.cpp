@@ -3,7 +3,7 @@
 #include "files/start/table_strategy.h"
 
 #include "files/base/tool_error.h"
-#include "files/start/strategy_presets.h"
+#include "files/start/strategy_words.h"
 
 #include <algorithm>
 #include <cmath>
