@@ -8,7 +8,6 @@
 #pragma once
 
 #include "files/results/results_table.h"
-#include "files/start/derive_rows.h"
 
 #include <string>
 #include <vector>

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// amount_rows.cpp -- what a table of peaks says about amounts: rows "water", "amount", "te" and
-// "tr"
+// amount_rows.cpp -- what a table of peaks says about what follows from areas: rows "derive",
+// "water", "amount", "te" and "tr"
 #include "files/start/amount_rows.h"
 
 #include "files/base/line_text.h"
 #include "files/base/tool_error.h"
 #include "files/start/peak_table.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -62,6 +63,26 @@ double plain_number(const peak_table &table, const setting &own, const table_pla
 
 } // namespace
 
+std::string derived_expression(const std::string &text) {
+    const std::size_t equals = text.find('=');
+    return std::string(trimmed(equals == text.npos ? text : text.substr(equals + 1)));
+}
+
+std::string derived_name(const std::string &text) {
+    return std::string(trimmed(text.substr(0, text.find('='))));
+}
+
+void refuse_derived_twice(const peak_table &table, const std::string &name,
+                          const table_place &place) {
+    const auto derives = [&](const std::string &row) { return derived_name(row) == name; };
+    const auto is_of = [&](const amount_row &row) { return row.name == name; };
+    if (std::any_of(table.derived.begin(), table.derived.end(), derives) ||
+        std::any_of(table.amounts.amounts.begin(), table.amounts.amounts.end(), is_of))
+        refuse_at(table, place,
+                  "found a second row \"derive\" or \"amount\" called \"" + name +
+                      "\"; expected another name before the \"=\", as NAME = EXPRESSION");
+}
+
 double read_time(const peak_table &table, const std::string &text, const table_place &place) {
     std::string unit;
     const double value = number_and_unit(table, text, place, unit);
@@ -116,10 +137,8 @@ amount_row read_amount_row(const peak_table &table, const std::string &text,
     const std::vector<std::string> parts = parts_of(text);
     amount_row row;
     row.place = place;
-    const std::size_t equals = parts.front().find('=');
-    row.name = trimmed(parts.front().substr(0, equals));
-    row.expression =
-        trimmed(equals == std::string::npos ? row.name : parts.front().substr(equals + 1));
+    row.name = derived_name(parts.front());
+    row.expression = derived_expression(parts.front());
     if (row.name.empty() || row.expression.empty() || row.name == "protons")
         refuse_at(table, place,
                   "found \"" + parts.front() +

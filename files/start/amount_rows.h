@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// amount_rows.h -- what a table of peaks says about amounts: rows "water", "amount", "te" and "tr"
+// amount_rows.h -- what a table of peaks says about what follows from areas: rows "derive",
+// "water", "amount", "te" and "tr"
 //
-// docs/quantification.md has the formula that takes them.
+// docs/quantification.md has the formula that takes the latter four.
 #pragma once
 
 #include "files/start/table_place.h"
@@ -37,6 +38,16 @@ struct amount_rows {
     std::vector<amount_row> amounts;
     std::optional<double> echo_time, repetition_time; // [s]
 };
+
+// Both sides of the "=" of "NAME = EXPRESSION", of rows "derive" and of --derive; without one, the
+// expression is its name.
+std::string derived_name(const std::string &text);
+std::string derived_expression(const std::string &text);
+
+// Derived values and amounts stand in one table, by their names.
+// Errors: bad_input with the place when a row "derive" or "amount" of the table has the name.
+void refuse_derived_twice(const peak_table &table, const std::string &name,
+                          const table_place &place);
 
 // "gray, fraction=0.6, content=0.82 kg/L, t1=1.82 s, t2=99 ms, metabolites=no"
 // Errors: bad_input with the place.

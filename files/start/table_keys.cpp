@@ -5,7 +5,6 @@
 #include "files/base/tool_error.h"
 #include "files/spectra/number_range.h"
 #include "files/spectra/search_limits.h"
-#include "files/start/derive_rows.h"
 #include "files/start/strategy_words.h"
 
 namespace tools {
