@@ -9,7 +9,6 @@
 #include "files/problem/start_problem.h"
 #include "files/results/derived_area.h"
 #include "files/spectra/spectrum_axis.h"
-#include "files/start/axis_by_reference.h"
 #include "files/start/make_start.h"
 #include "files/start/read_start_file.h"
 

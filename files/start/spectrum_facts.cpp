@@ -4,6 +4,7 @@
 
 #include "files/base/ordered_json.h"
 #include "files/base/tool_error.h"
+#include "files/spectra/reference_peak.h"
 #include "files/spectra/search_limits.h"
 
 #include <cmath>
@@ -69,6 +70,23 @@ spectrum_facts facts_of_table(const peak_table &table) {
     facts.points = *table.points;
     facts.hz_per_point = *table.hz_per_point;
     return facts;
+}
+
+std::optional<axis_by_reference> set_axis_by_reference(const peak_table &table,
+                                                       const spectrum_axis &axis,
+                                                       const complex_signal &spectrum,
+                                                       spectrum_facts &facts) {
+    if (!table.reference || facts.reference_ppm) return std::nullopt;
+    reference_search search(*table.reference, axis);
+    search.add(spectrum);
+    const found_reference found = search.found();
+    facts.ppm_at_carrier = found.ppm_at_carrier;
+    facts.reference_ppm = table.reference->ppm;
+    axis_by_reference out = {text_of(*table.reference, found), {}};
+    if (found.guessed_width) out.warnings.push_back("guessed " + reference_width_text(found));
+    for (const std::string &text : warnings_of(*table.reference, found))
+        out.warnings.push_back(text);
+    return out;
 }
 
 table_axis::table_axis(const spectrum_facts &facts, const std::string &source)

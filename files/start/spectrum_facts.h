@@ -2,12 +2,14 @@
 // spectrum_facts.h -- what a start file needs to know of a spectrum, and its axis
 #pragma once
 
-#include "files/spectra/metadata.h"
+#include "files/spectra/complex_signal.h"
+#include "files/spectra/spectrum_axis.h"
 #include "files/start/peak_table.h"
 
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tools {
 
@@ -30,6 +32,20 @@ struct spectrum_facts {
 spectrum_facts facts_of_sidecar(const metadata &sidecar);
 // Of a table that says points and hertz per point itself. Errors: bad_input where it does not.
 spectrum_facts facts_of_table(const peak_table &table);
+
+// The ppm axis by the reference of a table, where the import did not set it.
+struct axis_by_reference {
+    std::string text; // which peak was found, and where the axis is now
+    std::vector<std::string> warnings;
+};
+
+// Gives the facts the axis of the table's reference peak, as it stands in this spectrum. Nothing
+// when the table names none, or the axis was set by one already. Errors: bad_input as
+// reference_search.
+std::optional<axis_by_reference> set_axis_by_reference(const peak_table &table,
+                                                       const spectrum_axis &axis,
+                                                       const complex_signal &spectrum,
+                                                       spectrum_facts &facts);
 
 // Translation between the table's units and those of a start file.
 struct table_axis {

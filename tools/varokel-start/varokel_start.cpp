@@ -4,7 +4,6 @@
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
-#include "files/start/axis_by_reference.h"
 #include "files/start/make_start.h"
 #include "files/start/read_start_file.h"
 #include "files/start/show_start.h"
