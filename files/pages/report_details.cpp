@@ -2,6 +2,7 @@
 // report_details.cpp -- tables of the page of a fit that are unfolded when they are asked for
 #include "files/pages/report_details.h"
 
+#include "files/base/format_text.h"
 #include "files/pictures/markup.h"
 #include "files/results/fit_windows.h"
 #include "files/results/judge_run.h"
@@ -86,13 +87,11 @@ std::string correlations_table(const run_result &run) {
             const double size = std::fabs(r);
             // a class for each fifth, for the colour
             const int fifth = std::isfinite(r) ? std::min(4, static_cast<int>(5.0 * size)) : 0;
-            char text[16] = "n/a";
-            if (std::isfinite(r)) std::snprintf(text, sizeof text, "%.2f", r);
             html +=
                 element("td",
                         "class=\"" + std::string(r < 0.0 ? "minus" : "plus") +
                             std::to_string(fifth) + (size > high_correlation ? " high" : "") + "\"",
-                        text);
+                        std::isfinite(r) ? format("%.2f", r) : "n/a");
         }
         html += "</tr>\n";
     }

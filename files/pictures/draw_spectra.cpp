@@ -2,12 +2,12 @@
 // draw_spectra.cpp -- data, fit, components and residual of a run as an SVG picture
 #include "files/pictures/draw_spectra.h"
 
+#include "files/base/format_text.h"
 #include "files/pictures/markup.h"
 #include "files/pictures/thin_curve.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <iterator>
 
 namespace tools {
@@ -45,10 +45,8 @@ struct extent {
     double size() const { return high - low; }
 };
 
-std::string number(double value, const char *format = "%.1f") {
-    char text[40];
-    std::snprintf(text, sizeof text, format, value);
-    std::string out(text);
+std::string number(double value) {
+    std::string out = format("%.1f", value);
     if (out == "-0.0") out = "0.0";
     if (out.ends_with(".0")) out.resize(out.size() - 2);
     return out;
@@ -223,7 +221,6 @@ void picture::horizontal_axis(double y) {
     if (!(high - low > 1e-9 * std::max(std::fabs(low), std::fabs(high)))) return;
     const auto [step, parts] = ticks_of(high - low);
     const int decimals = std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
-    const std::string format = "%." + std::to_string(decimals) + "f";
     const auto x_of_value = [&](double v) {
         return x_of_point((v - axis.at_zero) / axis.per_point);
     };
@@ -236,10 +233,9 @@ void picture::horizontal_axis(double y) {
         const double x = x_of_value(value);
         line(x, y, x, y + (major ? 7.0 : 3.5), "#1a1a1a", 1.0);
         if (!major) continue;
-        char label[40];
-        std::snprintf(label, sizeof label, format.c_str(), std::fabs(value));
         const std::string sign = k < 0 ? "\u2212" : ""; // a minus sign, as wide as a plus
-        text(x, y + 21.0, sign + label, "font-size=\"12\" fill=\"#1a1a1a\" text-anchor=\"middle\"");
+        text(x, y + 21.0, sign + format("%.*f", decimals, std::fabs(value)),
+             "font-size=\"12\" fill=\"#1a1a1a\" text-anchor=\"middle\"");
     }
 }
 

@@ -2,9 +2,10 @@
 // begin_time.cpp -- the begin time that would explain a misfit
 #include "files/problem/begin_time.h"
 
+#include "files/base/format_text.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <numbers>
 
@@ -233,13 +234,10 @@ begin_time_hint middle_of(std::vector<begin_time_hint> hints) {
 }
 
 std::string begin_time_text(const begin_time_hint &hint) {
-    char text[200];
-    std::snprintf(
-        text, sizeof text,
+    return format(
         "a begin time of %.3g ms would explain %.0f %% of the misfit%s: --begin-time %.3g",
         1e3 * hint.seconds, 100.0 * hint.explained, hint.several ? ", and longer ones as much" : "",
         hint.seconds);
-    return text;
 }
 
 } // namespace tools

@@ -2,6 +2,7 @@
 // exact_fit.cpp -- the engine's fit of a start file
 #include "files/problem/exact_fit.h"
 
+#include "files/base/format_text.h"
 #include "files/base/tool_error.h"
 
 #include "kernel/line_width.h"
@@ -53,10 +54,8 @@ std::string held_text(const engine::fit_problem &problem, const engine::optimum 
             if (q == engine::frequency && problem.entries[k].pattern < 0)
                 value -= static_cast<double>(problem.when.points / 2); // from the carrier
             if (*unit == ' ' && q != engine::phase) value *= problem.when.hz_per_point;
-            char shown[100];
-            std::snprintf(shown, sizeof shown, "%s%s %.6g%s of #%zu", text.empty() ? "" : ", ",
-                          names[at], value, unit, k + 1);
-            text += shown;
+            text += format("%s%s %.6g%s of #%zu", text.empty() ? "" : ", ", names[at], value, unit,
+                           k + 1);
         }
     return text;
 }
@@ -141,9 +140,7 @@ std::string cause_text(const optimum_record::cause &cause, const std::vector<std
                 (at < names.size() ? names[at] : "#" + std::to_string(entry));
     }
     if (!list.empty()) return text + " (" + list + ")";
-    char number[40];
-    std::snprintf(number, sizeof number, " (%.3g)", cause.number);
-    return text + number;
+    return text + format(" (%.3g)", cause.number);
 }
 
 } // namespace tools

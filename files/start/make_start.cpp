@@ -2,6 +2,7 @@
 // make_start.cpp -- from a table of peaks and a spectrum to the contents of a start file
 #include "files/start/make_start.h"
 
+#include "files/base/format_text.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
 #include "files/start/table_strategy.h"
@@ -67,10 +68,8 @@ static std::string find_pattern(const peak_table &table, const table_row &row,
 static void refuse_other_acquisition(const peak_table &table, const spectrum_facts &facts) {
     const auto agree = [&](const char *what, double ours, double theirs) {
         if (std::fabs(ours - theirs) <= 1e-6 * std::fabs(theirs)) return;
-        char text[160];
-        std::snprintf(text, sizeof text, "%s is %.9g in the table, but %.9g for the spectrum", what,
-                      ours, theirs);
-        refuse_at(table, {}, text);
+        refuse_at(table, {},
+                  format("%s is %.9g in the table, but %.9g for the spectrum", what, ours, theirs));
     };
     if (table.points) agree("points", *table.points, facts.points);
     if (table.hz_per_point) agree("hz_per_point", *table.hz_per_point, facts.hz_per_point);
@@ -291,15 +290,13 @@ void start_maker::look_at_mirror(const complex_signal &spectrum, start_result &r
     variance /= static_cast<double>(stop - first);
     const auto advice = advise_mirrored(p.unit, p.products, p.points, spectrum, variance);
     if (!advice) return;
-    char text[200];
-    std::snprintf(text, sizeof text,
-                  "%s the start values explain %.0f %% of the signal on the mirrored axis, here "
-                  "%.0f %%: try --axis %s",
-                  p.facts.guessed_sense ? "the sense of the ppm axis is a guess, and"
-                                        : "does the ppm axis run the other way?",
-                  100.0 * advice->mirrored, 100.0 * advice->here,
-                  p.facts.ppm_rises_with_points ? "falling" : "rising");
-    result.warnings.emplace_back(text);
+    result.warnings.push_back(
+        format("%s the start values explain %.0f %% of the signal on the mirrored axis, here "
+               "%.0f %%: try --axis %s",
+               p.facts.guessed_sense ? "the sense of the ppm axis is a guess, and"
+                                     : "does the ppm axis run the other way?",
+               100.0 * advice->mirrored, 100.0 * advice->here,
+               p.facts.ppm_rises_with_points ? "falling" : "rising"));
 }
 
 start_result start_maker::make(const complex_signal &spectrum, const spectrum_facts &facts) {

@@ -2,12 +2,12 @@
 // table_strategy.cpp -- intervals and steps of a table's fit, and its search ranges
 #include "files/start/table_strategy.h"
 
+#include "files/base/format_text.h"
 #include "files/base/tool_error.h"
 #include "files/start/strategy_words.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace tools {
 
@@ -19,9 +19,7 @@ static double point_of(const table_axis &axis, double value, table_unit unit, do
 }
 
 static std::string point_text(double point) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%.15g", point == 0.0 ? 0.0 : point); // no -0
-    return text;
+    return format("%.15g", point == 0.0 ? 0.0 : point); // no -0
 }
 
 std::pair<int, int> interval_points(const peak_table &table, const table_axis &axis,
@@ -37,12 +35,9 @@ std::pair<int, int> interval_points(const peak_table &table, const table_axis &a
     if (first > last) std::swap(first, last);
     if (!(first >= 0.0 && last <= facts.points - 1.0)) {
         std::string band;
-        if (axis.knows_ppm()) {
-            char text[80];
-            std::snprintf(text, sizeof text, " (%.2f to %.2f ppm)", axis.ppm_of(0.0),
+        if (axis.knows_ppm())
+            band = format(" (%.2f to %.2f ppm)", axis.ppm_of(0.0),
                           axis.ppm_of((facts.points - 1.0) * facts.hz_per_point));
-            band = text;
-        }
         refuse_at(table, interval.place,
                   std::string(what) + " of points " + point_text(first) + " to " +
                       point_text(last) + "; expected within the points 0 to " +
@@ -93,16 +88,11 @@ std::vector<std::pair<int, int>> intervals_of(const peak_table &table, const tab
                       static_cast<int>(std::min(facts.points - 1.0, most))}};
         reason = "all entries with a margin";
     }
-    char text[160];
     const auto [first, last] = intervals.front();
-    std::snprintf(text, sizeof text, "points %d to %d", first, last);
-    std::string where = text;
-    if (axis.knows_ppm()) {
-        std::snprintf(text, sizeof text, " (%.3f to %.3f ppm)",
-                      axis.ppm_of(first * facts.hz_per_point),
-                      axis.ppm_of(last * facts.hz_per_point));
-        where += text;
-    }
+    std::string where = format("points %d to %d", first, last);
+    if (axis.knows_ppm())
+        where += format(" (%.3f to %.3f ppm)", axis.ppm_of(first * facts.hz_per_point),
+                        axis.ppm_of(last * facts.hz_per_point));
     result.guesses.push_back("interval " + where + ": " + reason + "; \"interval:\" sets another");
     return intervals;
 }
@@ -119,18 +109,17 @@ void check_places(const peak_table &table, const table_axis &axis,
         const table_cell &cell = table.rows[row_of[k]].cells[frequency_of];
         const double last = (start.points - 1.0) * start.hz_per_point;
         if (point < 0.0 || point > start.points - 1.0) {
-            char text[160];
-            if (axis.knows_ppm())
-                std::snprintf(text, sizeof text,
-                              "%.6g ppm is outside of the spectrum, %.2f to %.2f ppm",
-                              axis.ppm_of(hz), std::min(axis.ppm_of(0.0), axis.ppm_of(last)),
-                              std::max(axis.ppm_of(0.0), axis.ppm_of(last)));
-            else
-                std::snprintf(text, sizeof text,
-                              "%.6g Hz is outside of the spectrum, %.6g to %.6g Hz from the "
-                              "carrier",
-                              hz - axis.carrier_hz(), -axis.carrier_hz(), last - axis.carrier_hz());
-            refuse_at(table, cell.place, entry.name + ": " + text);
+            const auto [low, high] = std::minmax({axis.ppm_of(0.0), axis.ppm_of(last)});
+            refuse_at(
+                table, cell.place,
+                entry.name + ": " +
+                    (axis.knows_ppm()
+                         ? format("%.6g ppm is outside of the spectrum, %.2f to %.2f ppm",
+                                  axis.ppm_of(hz), low, high)
+                         : format("%.6g Hz is outside of the spectrum, %.6g to %.6g Hz from the "
+                                  "carrier",
+                                  hz - axis.carrier_hz(), -axis.carrier_hz(),
+                                  last - axis.carrier_hz())));
         }
         bool inside = own.link != 0;
         for (const start_step &step : start.steps)
@@ -212,9 +201,7 @@ peak_table with_gauss_widths(peak_table table, const table_axis &axis, double hz
             own.value =
                 std::max(own.value, 0.5 * std::fabs(axis.width_hz(lorentz.value, lorentz.unit)));
         own.unit = table_unit::hz;
-        char text[40];
-        std::snprintf(text, sizeof text, " (%.4g Hz)", own.value);
-        names += (names.empty() ? "" : ", ") + row.name + text;
+        names += (names.empty() ? "" : ", ") + row.name + format(" (%.4g Hz)", own.value);
     }
     if (!names.empty())
         warnings.push_back("a free Gaussian width cannot start at 0, which no search leaves; it "
