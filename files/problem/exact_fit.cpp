@@ -14,11 +14,6 @@ namespace tools {
 
 namespace {
 
-std::string label(const start_file &start, int entry) {
-    const std::string &name = start.entries[static_cast<std::size_t>(entry)].name;
-    return "entry " + std::to_string(entry + 1) + (name.empty() ? "" : " (" + name + ")");
-}
-
 // The farthest that a free parameter of the search's end is from the optimum, in bounds.
 double distance(const engine::fit_problem &problem, const engine::optimum &found,
                 const std::vector<engine::values_of_entry> &searched) {
@@ -97,7 +92,8 @@ optimum_record record_of(const engine::fit_problem &problem, const engine::optim
 } // namespace
 
 std::string refusal_text(const start_file &start, const engine::failure &why) {
-    return (why.entry >= 0 ? label(start, why.entry) + ": " : "") + why.reason;
+    return (why.entry >= 0 ? entry_label(start, static_cast<std::size_t>(why.entry)) + ": " : "") +
+           why.reason;
 }
 
 exact_find find_exactly(const start_file &start, const engine::fit_problem &problem,

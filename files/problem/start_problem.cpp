@@ -19,12 +19,6 @@ bool is_freed(const start_file &start, int group) {
     return false;
 }
 
-int group_of(int q) {
-    static constexpr int groups[quantities] = {fit_areas, fit_frequencies, fit_gauss, fit_phases,
-                                               fit_lorentz};
-    return groups[q];
-}
-
 // A parameter of entry k (from 0), its values in points.
 engine::parameter parameter_of(const start_file &start, std::size_t k, int q, bool freed,
                                bool windows) {
@@ -83,7 +77,7 @@ engine::fit_problem problem_of(const start_file &start, problem_data data, freed
         if (from.type == pattern_entry) to.pattern = pattern++;
         for (int q = 0; q < quantities; ++q)
             to.of[quantity_of(q)] =
-                parameter_of(start, k, q, !strict || is_freed(start, group_of(q)), strict);
+                parameter_of(start, k, q, !strict || is_freed(start, q), strict);
     }
     if (start.fit_mode == 3)
         for (std::size_t i = 0; i + 1 < start.lineshape.size(); i += 2)

@@ -27,7 +27,7 @@ double linked_values::in_file(std::size_t r, int q, double value, table_unit uni
             if (!is_offset && row.type != pattern_entry) return axis_.position_hz(value, unit);
             return axis_.offset_hz(value, unit);
         }
-        if (q == gauss_of || q == lorentz_of)
+        if (is_width(q))
             return axis_.width_hz(value, unit) / width_unit(q, row.type, hz_per_point_);
         return value;
     } catch (const tool_error &error) {
@@ -55,7 +55,7 @@ void linked_values::refuse_link(std::size_t row, std::size_t source, int q) cons
         refuse_at(table_, place,
                   own.name + ": a line tied to the shift of a pattern has no position of its "
                              "own; tie the pattern to the line");
-    if ((q == gauss_of || q == lorentz_of) && own.type != other.type)
+    if (is_width(q) && own.type != other.type)
         refuse_at(table_, place,
                   own.name + " is a " + type_name(own.type) + ", " + other.name + " a " +
                       type_name(other.type) + "; tied widths need two of the same type");

@@ -20,7 +20,7 @@ static std::string shown_value(int q, const start_entry &entry, double value,
     const double hz = start.hz_per_point;
     if (q == area_of) return format("%.6g", value);
     if (q == phase_of) return format("%.4g degrees", value);
-    if (q == gauss_of || q == lorentz_of) {
+    if (is_width(q)) {
         const double width = value * width_unit(q, entry.type, hz);
         return format("%.5g Hz = %.4g points", width, width / hz);
     }
@@ -52,16 +52,12 @@ static std::string state_of(int q, std::size_t k, const start_file &start, const
     }
     std::string text = "free";
     if (own.range && !own.window && start.ranges != 2 && start.ranges != 0) {
-        double low = own.range->first, high = own.range->second;
-        const char *unit = "";
-        if (q == frequency_of) {
-            unit = " Hz from the left";
-        } else if (q == gauss_of || q == lorentz_of) {
-            low *= width_unit(q, entry.type, start.hz_per_point);
-            high *= width_unit(q, entry.type, start.hz_per_point);
-            unit = " Hz";
-        }
-        text += format(", searched from %.6g to %.6g%s", low, high, unit);
+        const double unit = width_unit(q, entry.type, start.hz_per_point);
+        text += format(", searched from %.6g to %.6g%s", own.range->first * unit,
+                       own.range->second * unit,
+                       q == frequency_of ? " Hz from the left"
+                       : is_width(q)     ? " Hz"
+                                         : "");
     }
     return text;
 }
@@ -72,7 +68,7 @@ static std::string window_text(int q, const start_entry &entry, double hz, const
     if (!window) return "";
     double low = window->first, high = window->second;
     const char *unit = q == phase_of ? " degrees" : "";
-    if (q == gauss_of || q == lorentz_of) {
+    if (is_width(q)) {
         low *= width_unit(q, entry.type, hz);
         high *= width_unit(q, entry.type, hz);
         unit = " Hz";

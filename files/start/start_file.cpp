@@ -62,7 +62,7 @@ double as_single(double value) {
     return static_cast<double>(static_cast<float>(value));
 }
 
-static std::string label(const start_file &start, std::size_t k) {
+std::string entry_label(const start_file &start, std::size_t k) {
     const std::string &name = start.entries[k].name;
     return "entry " + std::to_string(k + 1) + (name.empty() ? "" : " (" + name + ")");
 }
@@ -117,7 +117,7 @@ static void check_links(const start_file &start, const auto &refuse) {
         const auto at = static_cast<std::size_t>(k);
         for (int q = 0; q < quantities; ++q) {
             const start_parameter &own = start.entries[at].parameters[static_cast<std::size_t>(q)];
-            const std::string which = label(start, at) + ", " + name_of(q) + ": ";
+            const std::string which = entry_label(start, at) + ", " + name_of(q) + ": ";
             if (!std::isfinite(own.value))
                 refuse(which + "no finite number; expected one within single precision");
             if (own.link == 0 || own.link == k + 1) continue;
@@ -128,7 +128,7 @@ static void check_links(const start_file &start, const auto &refuse) {
             const start_parameter &source = other.parameters[static_cast<std::size_t>(q)];
             if (q == area_of && source.value == 0.0)
                 refuse(which + "tied to an area of 0, which gives no ratio; give that one a value");
-            if ((q == gauss_of || q == lorentz_of) && other.type != start.entries[at].type)
+            if (is_width(q) && other.type != start.entries[at].type)
                 refuse(which + "tied to a " + type_name(other.type) +
                        " line; tied widths need two of the same type");
             if (q == gauss_of && own.value < source.value)
@@ -179,7 +179,7 @@ void refuse_what_fails(const start_file &start, const std::string &source, fit_m
         const bool is_pattern = static_cast<int>(k) >= start.lines;
         if (entry.type < gauss_entry || entry.type > pattern_entry ||
             (entry.type == pattern_entry) != is_pattern)
-            refuse(label(start, k) + ": type " + std::to_string(entry.type) +
+            refuse(entry_label(start, k) + ": type " + std::to_string(entry.type) +
                    "; expected 1 to 3 for a line, 4 for a pattern");
         if (!is_pattern) continue;
         const std::string &file = entry.pattern_file;
@@ -197,7 +197,7 @@ void refuse_what_fails(const start_file &start, const std::string &source, fit_m
                     start.entries[k].parameters[static_cast<std::size_t>(q)];
                 if (own.link != 0 || !own.range) continue;
                 if (!(own.range->first <= own.value && own.value <= own.range->second))
-                    refuse(label(start, k) + ", " + name_of(q) +
+                    refuse(entry_label(start, k) + ", " + name_of(q) +
                            ": starts outside of its search range, which ends the run");
             }
     if (start.followed < 1 || start.followed > count)

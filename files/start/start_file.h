@@ -19,6 +19,10 @@ const char *name_of(int quantity);
 enum entry_type : int { gauss_entry = 1, lorentz_entry, voigt_entry, pattern_entry };
 const char *type_name(int type);
 
+inline bool is_width(int quantity) {
+    return quantity == gauss_of || quantity == lorentz_of;
+}
+
 // An edge of a window that is none: "> 0" has no upper one. Finite, for files that know no
 // infinity; whatever unit it is turned into, it stays beyond is_edge.
 inline constexpr double no_edge = 1e300;
@@ -43,13 +47,13 @@ struct start_entry {
     std::array<start_parameter, quantities> parameters;
 };
 
-// Columns of a strategy line behind algorithm and truncation.
+// Columns of a strategy line behind algorithm and truncation, those of the quantities first.
 enum step_switch : int {
-    fit_areas,
-    fit_frequencies,
-    fit_gauss,
-    fit_phases,
-    fit_lorentz,
+    fit_areas = area_of,
+    fit_frequencies = frequency_of,
+    fit_gauss = gauss_of,
+    fit_phases = phase_of,
+    fit_lorentz = lorentz_of,
     fit_lineshape,
     weighting,
     align,
@@ -91,6 +95,9 @@ struct start_file {
 // Hertz of one unit in which a file has this width: 1 for Hz, Hz per point where it is in points,
 // and 1.67 times that for the Gaussian width of a pattern, whose file holds the parameter itself.
 double width_unit(int quantity, int type, double hz_per_point);
+
+// "entry 3 (PCr)"; k from 0.
+std::string entry_label(const start_file &start, std::size_t k);
 
 // Whether a line of this type has the parameter at all.
 bool is_used(int quantity, int type);

@@ -95,7 +95,7 @@ static void read_any_window(table_scanner &scan, int quantity, table_unit of_col
 // around the value, or nothing. A width is 0 or more; of its window only that part counts.
 static void read_window(table_scanner &scan, int quantity, table_unit of_column, table_cell &cell) {
     read_any_window(scan, quantity, of_column, cell);
-    if ((quantity == gauss_of || quantity == lorentz_of) && cell.range && cell.range->second < 0.0)
+    if (is_width(quantity) && cell.range && cell.range->second < 0.0)
         scan.refuse("a window that reaches above 0, as a width is 0 or more");
 }
 

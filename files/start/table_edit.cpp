@@ -4,12 +4,11 @@
 
 #include "files/base/format_text.h"
 #include "files/start/table_lines.h"
+#include "files/start/table_of_start.h"
 #include "files/start/table_rows.h"
 #include "files/start/table_scanner.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
 
 namespace tools {
 
@@ -189,17 +188,6 @@ std::string with_key(const std::string &text, const std::string &key, const std:
     return out + key + ": " + value + "\n";
 }
 
-// The fewest digits that give the same single.
-static std::string all_digits(double value) {
-    const double wanted = as_single(value);
-    for (int digits = 1; digits < 10; ++digits) {
-        const std::string text = format("%.*g", digits, wanted);
-        if (text.find("e+") != std::string::npos && std::fabs(wanted) < 1e9) continue;
-        if (as_single(std::strtod(text.c_str(), nullptr)) == wanted) return text;
-    }
-    return format("%.9g", wanted);
-}
-
 // A hundredth of a hertz, a ten thousandth of a ppm, a tenth of a degree; four digits of the rest.
 static std::string number_by_hand(double value, int quantity, table_unit unit) {
     if (quantity == phase_of) return format("%.1f", value);
@@ -211,7 +199,7 @@ static std::string number_by_hand(double value, int quantity, table_unit unit) {
 // Value in the unit of the cell.
 static double in_unit(const table_axis &axis, int quantity, bool is_pattern, double value,
                       table_unit unit) {
-    if (quantity == gauss_of || quantity == lorentz_of)
+    if (is_width(quantity))
         return unit == table_unit::ppm ? value / axis.width_hz(1.0, unit) : value;
     if (quantity != frequency_of) return value;
     if (is_pattern) return value / axis.offset_hz(1.0, unit);
@@ -228,8 +216,8 @@ std::string number_cell(const peak_table &table, std::size_t row, int quantity, 
     if (quantity == frequency_of && unit == table_unit::none)
         unit = axis.knows_ppm() && own.type != pattern_entry ? table_unit::ppm : table_unit::hz;
     const double shown = in_unit(axis, quantity, own.type == pattern_entry, value, unit);
-    const std::string number =
-        digits == cell_digits::all ? all_digits(shown) : number_by_hand(shown, quantity, unit);
+    const std::string number = digits == cell_digits::all ? single_digits(as_single(shown))
+                                                          : number_by_hand(shown, quantity, unit);
     if (is_number) { // in the place of the number that stands there
         const std::size_t word = lower_case(before).starts_with("fixed") ? 5 : 0;
         const std::size_t begin = before.find_first_of("+-.0123456789", word);

@@ -23,7 +23,7 @@ static std::string number(double value, function file) {
     return format("%.12g", value);
 }
 
-static std::string number(double value) {
+std::string single_digits(double value) {
     return number(value, [](double shown) { return shown; });
 }
 
@@ -35,21 +35,16 @@ static std::string signed_offset(const std::string &name, double offset, const c
     return "=" + name + (offset < 0.0 ? " - " : " + ") + number(std::fabs(offset), of_size) + unit;
 }
 
-static double unit_of_width(int q, const start_entry &entry, const start_file &start) {
-    const bool is_width = q == gauss_of || q == lorentz_of;
-    return is_width ? width_unit(q, entry.type, start.hz_per_point) : 1.0;
-}
-
 // A value as a table has it: widths and the shifts of patterns in Hz, places of lines in ppm where
 // these are known.
 static std::string cell_value(int q, const start_entry &entry, double value,
                               const start_file &start, const table_axis &axis, bool with_unit) {
-    if (q == gauss_of || q == lorentz_of) {
-        const double unit = unit_of_width(q, entry, start);
-        return number(value * unit, [&](double hz) { return hz / unit; });
+    if (q != frequency_of) {
+        const double unit = width_unit(q, entry.type, start.hz_per_point);
+        return number(value * unit, [&](double shown) { return shown / unit; });
     }
-    if (q != frequency_of) return number(value);
-    if (entry.type == pattern_entry) return number(axis.sense() * value) + (with_unit ? " Hz" : "");
+    if (entry.type == pattern_entry)
+        return single_digits(axis.sense() * value) + (with_unit ? " Hz" : "");
     const table_unit of = axis.knows_ppm() ? table_unit::ppm : table_unit::hz;
     const double at =
         axis.knows_ppm() ? axis.ppm_of(value) : axis.sense() * (value - axis.carrier_hz());
@@ -76,7 +71,7 @@ static std::string tied_text(int q, const start_entry &entry, const start_entry 
         return signed_offset(name, axis.sense() * (own - from), " Hz",
                              [&](double hz) { return from + axis.sense() * hz; });
     }
-    const double unit = unit_of_width(q, entry, start);
+    const double unit = width_unit(q, entry.type, start.hz_per_point);
     return signed_offset(name, (own - of_source) * unit, "",
                          [&](double hz) { return of_source + hz / unit; });
 }
@@ -88,7 +83,7 @@ static std::string table_cell_text(int q, std::size_t k, const start_file &start
     const start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
     if (!is_used(q, entry.type)) {
         if (own.value != 0.0 || own.link == 0)
-            lost.push_back(names[k] + ": the " + name_of(q) + " width " + number(own.value) +
+            lost.push_back(names[k] + ": the " + name_of(q) + " width " + single_digits(own.value) +
                            " of a " + type_name(entry.type) +
                            " line has no effect, and is left out");
         return "-";
@@ -102,12 +97,11 @@ static std::string table_cell_text(int q, std::size_t k, const start_file &start
         return tied_text(q, entry, start.entries[l], names[l], start, axis);
     }
     double value = own.value;
-    const bool is_width = q == gauss_of || q == lorentz_of;
-    if (is_width && entry.type != pattern_entry && value < 0.0) {
+    if (is_width(q) && entry.type != pattern_entry && value < 0.0) {
         value =
             -value; // no table has a line that grows; of a Gaussian width the sign means nothing
         lost.push_back(names[k] + ": the " + name_of(q) + " width " +
-                       number(own.value * unit_of_width(q, entry, start)) +
+                       single_digits(own.value * width_unit(q, entry.type, start.hz_per_point)) +
                        " Hz is negative, and is written as " + shown(value, true) + " Hz");
     }
     if (is_fixed) return "fixed " + shown(value, true);
@@ -197,12 +191,12 @@ static std::string settings_text(const start_file &start, const std::vector<std:
     std::string text;
     if (!given) {
         text += format("points: %d\nhz_per_point: %s\n", start.points,
-                       number(start.hz_per_point).c_str());
-        if (start.phi_1 != 0.0) text += "phi_1: " + number(start.phi_1) + "\n";
+                       single_digits(start.hz_per_point).c_str());
+        if (start.phi_1 != 0.0) text += "phi_1: " + single_digits(start.phi_1) + "\n";
         if (start.noise_stop > start.noise_first)
             text += format("noise: %d to %d points\n", start.noise_first, start.noise_stop - 1);
     }
-    text += "tolerance: " + number(start.tolerance) + "\n";
+    text += "tolerance: " + single_digits(start.tolerance) + "\n";
     if (start.followed > 1 && start.followed <= static_cast<int>(names.size()))
         text += "follow: " + names[static_cast<std::size_t>(start.followed - 1)] + "\n";
     if (start.ignored != 0) text += format("ignore: %d\n", start.ignored);
@@ -214,7 +208,7 @@ static std::string settings_text(const start_file &start, const std::vector<std:
     if (start.fit_mode == 3) {
         text += format("lineshape: fitted %d\ncoefficients:",
                        static_cast<int>(start.lineshape.size() / 2));
-        for (const double value : start.lineshape) text += " " + number(value);
+        for (const double value : start.lineshape) text += " " + single_digits(value);
         text += "\n";
     }
     return text;

@@ -17,4 +17,7 @@ namespace tools {
 std::string table_text(const start_file &start, const table_axis &axis, bool given,
                        std::vector<std::string> &lost);
 
+// The fewest digits that give the same single.
+std::string single_digits(double value);
+
 } // namespace tools

@@ -163,8 +163,6 @@ std::vector<start_step> steps_of(const peak_table &table, const start_file &star
     for (const start_entry &entry : start.entries)
         for (std::size_t q = 0; q < quantities; ++q)
             free[q] = free[q] || entry.parameters[q].link == 0;
-    static constexpr int group[quantities] = {fit_areas, fit_frequencies, fit_gauss, fit_phases,
-                                              fit_lorentz};
     std::vector<start_step> steps;
     for (const table_step &each : wanted) {
         start_step step = each.step;
@@ -172,12 +170,9 @@ std::vector<start_step> steps_of(const peak_table &table, const start_file &star
         if (step.intervals.empty()) step.intervals = intervals;
         if (preset) {
             for (std::size_t q = 0; q < quantities; ++q)
-                if (!free[q]) step.switches[static_cast<std::size_t>(group[q])] = 0;
+                if (!free[q]) step.switches[q] = 0;
             if (start.lineshape.empty()) step.switches[fit_lineshape] = 0;
-            bool frees = false;
-            for (int s = fit_areas; s <= fit_lineshape; ++s)
-                frees = frees || step.switches[static_cast<std::size_t>(s)] != 0;
-            if (!frees) continue;
+            if (!fits_something(step)) continue;
         }
         steps.push_back(step);
     }

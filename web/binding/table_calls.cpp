@@ -113,8 +113,7 @@ static ordered_json parameter_for_page(const current_model &now, std::size_t k, 
                         {"used", tools::is_used(q, entry.type)},
                         {"estimated", cell.kind == tools::cell_kind::estimate}};
     if (own.link > 0) out["source"] = own.link - 1;
-    const bool is_width = q == tools::gauss_of || q == tools::lorentz_of;
-    if (is_width)
+    if (tools::is_width(q))
         out["hz"] =
             number_for_page(own.value * tools::width_unit(q, entry.type, now.facts.hz_per_point));
     if (q == tools::frequency_of) {
@@ -217,7 +216,7 @@ static std::string number_for_cell(const ordered_json &asked) {
     const tools::table_row &own = now.table->rows.at(row);
     const double hz = now.facts.hz_per_point;
     double value = asked.at("points").get<double>() / tools::points_of_unit(q, own.type, hz);
-    if (q == tools::gauss_of || q == tools::lorentz_of) value *= tools::width_unit(q, own.type, hz);
+    if (tools::is_width(q)) value *= tools::width_unit(q, own.type, hz);
     const std::vector<tools::cells_by_column> cells =
         tools::cells_of_table(asked.at("text").get<std::string>());
     const auto before = cells.at(row).find(quantity_names[q]);
