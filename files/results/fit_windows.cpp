@@ -13,21 +13,6 @@ bool is_at_edge(const optimum_record &optimum, const optimum_record::window &of)
     return at < optimum.held.size() && optimum.held[at][static_cast<std::size_t>(of.quantity)];
 }
 
-static double error_of(const fitted_entry &entry, int quantity, bool ppm) {
-    switch (quantity) {
-    case area_of:
-        return entry.area.error_1sd();
-    case frequency_of:
-        return ppm ? 0.5 * entry.ppm_2sd : entry.frequency.error_1sd();
-    case gauss_of:
-        return entry.gauss_width.error_1sd();
-    case phase_of:
-        return entry.phase.error_1sd();
-    default:
-        return entry.lorentz_width.error_1sd();
-    }
-}
-
 std::vector<shown_window> shown_windows(const run_result &run) {
     static const char *const parameters[] = {"area", "frequency", "Gaussian width", "phase",
                                              "Lorentzian width"};
@@ -63,7 +48,9 @@ std::vector<shown_window> shown_windows(const run_result &run) {
             out.unit = "Hz";
         }
         out.value = shown(run.optimum->values[at][static_cast<std::size_t>(each.quantity)]);
-        out.sd = error_of(run.entries[at], each.quantity, ppm);
+        out.sd = each.quantity == frequency_of && ppm
+                     ? 0.5 * run.entries[at].ppm_2sd
+                     : run.entries[at].of(each.quantity).error_1sd();
         const double a = shown(each.low), b = shown(each.high);
         out.low = std::min(a, b); // of ppm that fall with the points the edges change places
         out.high = std::max(a, b);

@@ -17,6 +17,11 @@ double fitted_parameter::percent_1sd() const {
     return std::min(999.0, 100.0 * error_1sd() / std::fabs(value));
 }
 
+const fitted_parameter &fitted_entry::of(int quantity) const {
+    const fitted_parameter *const all[] = {&area, &frequency, &gauss_width, &phase, &lorentz_width};
+    return *all[quantity];
+}
+
 bool has_any_error(const std::vector<parameter_row> &errors) {
     bool any = false;
     for (const parameter_row &row : errors)

@@ -17,18 +17,18 @@ static std::string shown_name(const fitted_entry &entry) {
 static judged_entry facts_of(const run_result &run, const fitted_entry &entry) {
     judged_entry facts;
     facts.name = shown_name(entry);
-    for (const fitted_parameter *p :
-         {&entry.area, &entry.frequency, &entry.gauss_width, &entry.phase, &entry.lorentz_width}) {
-        if (p->state == parameter_state::unused) continue;
-        if (run.axis.hz_per_point) facts.finite = facts.finite && std::isfinite(p->value);
-        if (run.has_errors && p->state == parameter_state::free)
-            facts.bounded = facts.bounded && std::isfinite(p->error_2sd);
+    for (int q = 0; q < quantities; ++q) {
+        const fitted_parameter &p = entry.of(q);
+        if (p.state == parameter_state::unused) continue;
+        if (run.axis.hz_per_point) facts.finite = facts.finite && std::isfinite(p.value);
+        if (run.has_errors && p.state == parameter_state::free)
+            facts.bounded = facts.bounded && std::isfinite(p.error_2sd);
     }
     facts.free_area = entry.area.state == parameter_state::free;
     facts.area = entry.area.value;
     facts.area_percent = entry.area.percent_1sd();
     facts.lorentz_width = entry.lorentz_width.value;
-    if (entry.type == 4 || !run.control.read) return facts;
+    if (entry.type == pattern_entry || !run.control.read) return facts;
     facts.inside = is_inside(run.intervals(), entry.frequency.value / run.control.hz_per_point);
     return facts;
 }

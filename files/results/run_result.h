@@ -47,6 +47,7 @@ struct fitted_entry {
     double ppm = 0.0;               // of a line; the shift of a pattern; not a number if unknown
     double ppm_2sd = 0.0;
     double snr = 0.0; // highest magnitude of the component over the noise sd
+    const fitted_parameter &of(int quantity) const; // as start files have them
 };
 
 struct provenance_item {
@@ -54,7 +55,6 @@ struct provenance_item {
 };
 
 struct run_result {
-
     std::string folder, name; // of the spectrum, without ending
     bool fitted = false;
     std::string why_not; // for a run without results

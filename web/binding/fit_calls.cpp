@@ -46,12 +46,6 @@ static ordered_json parameter_for_page(const tools::run_result &run,
             {"free", own.state == tools::parameter_state::free}};
 }
 
-static const tools::fitted_parameter &parameter_of(const tools::fitted_entry &entry, int q) {
-    const tools::fitted_parameter *const all[] = {&entry.area, &entry.frequency, &entry.gauss_width,
-                                                  &entry.phase, &entry.lorentz_width};
-    return *all[q];
-}
-
 static ordered_json entries_for_page(const tools::run_result &run) {
     ordered_json out = ordered_json::array();
     for (const tools::fitted_entry &entry : run.entries) {
@@ -66,7 +60,7 @@ static ordered_json entries_for_page(const tools::run_result &run) {
                              : shown(entry.hz_from_carrier, entry.frequency.error_1sd())},
             {"snr", number_for_page(entry.snr)}};
         for (int q = 0; q < engine::quantities; ++q)
-            one[quantity_names[q]] = parameter_for_page(run, parameter_of(entry, q), q == 0);
+            one[quantity_names[q]] = parameter_for_page(run, entry.of(q), q == 0);
         out.push_back(std::move(one));
     }
     return out;
@@ -89,7 +83,7 @@ static ordered_json correlation_matrix(const tools::run_result &run) {
     std::vector<parameter> free;
     for (std::size_t k = 0; k < run.entries.size(); ++k)
         for (int q = 0; q < engine::quantities; ++q) {
-            if (parameter_of(run.entries[k], q).state != tools::parameter_state::free) continue;
+            if (run.entries[k].of(q).state != tools::parameter_state::free) continue;
             parameter own = {k, static_cast<engine::quantity>(q), 0.0};
             own.variance = covariance(own, own);
             if (own.variance > 0.0 && std::isfinite(own.variance)) free.push_back(own);
