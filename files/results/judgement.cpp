@@ -84,18 +84,11 @@ class finding_list {
 
   private:
     static bool is_of_verdict(finding_kind kind) {
-        switch (kind) {
-        case finding_kind::not_finished:
-        case finding_kind::several_minima:
-        case finding_kind::moved:
-        case finding_kind::misfit:
-        case finding_kind::noise_wrong:
-        case finding_kind::at_bound:
-        case finding_kind::degenerate:
-            return true;
-        default:
-            return false;
-        }
+        static constexpr finding_kind own[] = {
+            finding_kind::not_finished, finding_kind::several_minima, finding_kind::moved,
+            finding_kind::misfit,       finding_kind::noise_wrong,    finding_kind::at_bound,
+            finding_kind::degenerate};
+        return std::find(std::begin(own), std::end(own), kind) != std::end(own);
     }
     const fit_facts &facts_;
     fit_judgement &judged_;

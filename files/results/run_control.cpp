@@ -29,8 +29,6 @@ static bool same_values(const rebuilt_model &model, const std::vector<parameter_
     return true;
 }
 
-// The control file of the result: it must hold the values of this spectrum, since runs that share
-// a working folder overwrite each other's.
 void read_control(run_result &run, const std::vector<parameter_row> &values) {
     const std::string file = in_folder(run.folder, "compact.par");
     if (!is_file(file)) {
@@ -63,7 +61,6 @@ void read_control(run_result &run, const std::vector<parameter_row> &values) {
         run.warnings.push_back("no covariance: " + run.control.why);
 }
 
-// The start file of a run; empty when it is not there any more.
 std::string start_file_of(const run_result &run, const std::string &asked) {
     std::string file = asked;
     if (file.empty()) { // the last word of the command, as the run folder has it
@@ -80,7 +77,6 @@ std::string start_file_of(const run_result &run, const std::string &asked) {
     return fs::equivalent(file, in_folder(run.folder, "compact.par"), error) ? "" : file;
 }
 
-// What its maker guessed and warned of stands behind the end of a start file.
 void read_start_remarks(run_result &run, const std::string &file) {
     if (file.empty()) return;
     static constexpr std::string_view guess = "# guessed: ", warning = "# warning: ";
@@ -93,7 +89,6 @@ void read_start_remarks(run_result &run, const std::string &file) {
     }
 }
 
-// The start values, for the quality before the fit in the points of the fit.
 void read_start(run_result &run, const std::string &file) {
     if (file.empty()) return;
     run.files_read.push_back(file);

@@ -60,13 +60,6 @@ bool all_finite(int type, const parameter_row &row) {
     return finite;
 }
 
-void fill_entries(run_result &run, const std::vector<linked_entry> &rows,
-                  const std::vector<parameter_row> &values,
-                  const std::vector<parameter_row> &errors) {
-    run.has_errors = has_any_error(errors);
-    run.entries = shown_entries(rows, values, errors, run.axis);
-}
-
 void turn_covariance(rebuilt_model &model, const std::vector<bool> &turned) {
     // of the five parameters of an entry the area comes first
     const std::size_t side = quantities * turned.size();

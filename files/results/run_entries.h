@@ -17,11 +17,6 @@ void name_entries(run_result &run, const std::string &asked);
 // Whether all that a line of this type has is finite.
 bool all_finite(int type, const parameter_row &row);
 
-// The entries of the tables, in the units that are shown.
-void fill_entries(run_result &run, const std::vector<linked_entry> &rows,
-                  const std::vector<parameter_row> &values,
-                  const std::vector<parameter_row> &errors);
-
 // The description with positive areas; the covariance of areas follows, a note says so.
 void choose_signs(run_result &run);
 

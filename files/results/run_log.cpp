@@ -4,6 +4,7 @@
 
 #include "files/base/line_text.h"
 #include "files/base/plain_text.h"
+#include "files/base/text_file.h"
 #include "files/base/tool_error.h"
 #include "files/results/fit_log.h"
 #include "files/results/run_files.h"
@@ -12,7 +13,6 @@
 
 namespace tools {
 
-// Steps, version and remarks of what the program printed.
 void read_log(run_result &run, const std::string &asked) {
     for (const std::string &name :
          {asked, in_folder(run.folder, run.name + ".log"), in_folder(run.folder, "run.log")})
@@ -23,16 +23,13 @@ void read_log(run_result &run, const std::string &asked) {
         return;
     }
     run.files_read.push_back(run.log_file);
-    std::string text;
-    for (const std::string &line : lines_of(run.log_file)) text += line + "\n";
-    fit_log log = read_fit_log(text);
+    fit_log log = read_fit_log(read_text_file(run.log_file, "the lines of a fit"));
     run.program_version = log.version;
     run.log_steps = std::move(log.steps);
     run.singular = log.singular;
     run.log_remarks = std::move(log.remarks);
 }
 
-// Why a run has no results: what the checks of its start file refused, else what its log ends with.
 std::string reason_of_log(const run_result &run) {
     if (run.log_file.empty()) return "there are no results (no .exl), and no log says why";
     const std::vector<std::string> lines = lines_of(run.log_file);

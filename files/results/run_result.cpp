@@ -28,7 +28,7 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static void read_signals(run_result &run) {
+static void read_signals(run_result &run, std::size_t components) {
     const std::string base = in_folder(run.folder, run.name);
     const std::string names[] = {signal_of_run(base, ".org"), signal_of_run(base, ".fit"),
                                  signal_of_run(base, ".res")};
@@ -49,7 +49,7 @@ static void read_signals(run_result &run) {
     }
     const std::string file = signal_of_run(base, ".nln0");
     const long long points = count_points(file);
-    const auto entries = static_cast<long long>(run.entries.size());
+    const auto entries = static_cast<long long>(components);
     if (points != n * entries)
         throw tool_error(bad_input, file + ": " + std::to_string(points) + " points; expected " +
                                         std::to_string(entries) + " components of " +
@@ -236,8 +236,8 @@ static void take_optimum(run_result &run) {
             run.free_parameters += rows[k].link[j] == 0 ? 1 : 0;
         }
     }
-    run.has_errors = run.control.has_covariance;
-    fill_entries(run, rows, values, errors);
+    run.has_errors = has_any_error(errors);
+    run.entries = shown_entries(rows, values, errors, run.axis);
 }
 
 // The optimum is of other files than those that are there now; what the search left is not.
@@ -276,13 +276,10 @@ static bool take_search(run_result &run, const result_options &options) {
     }
     if (ran_away(run, rows, values, options.names_file)) return false;
     run.fitted = true;
-    run.entries.resize(rows.size());
-    read_signals(run);
-    run.entries.clear();
-    for (const parameter_row &row : errors)
-        for (const double error : row) run.has_errors = run.has_errors || error != 0.0;
+    read_signals(run, rows.size());
+    run.has_errors = has_any_error(errors);
     read_control(run, values);
-    fill_entries(run, {rows.begin(), rows.end()}, values, errors);
+    run.entries = shown_entries({rows.begin(), rows.end()}, values, errors, run.axis);
     return true;
 }
 
@@ -318,7 +315,6 @@ run_result read_run(const std::string &folder, const std::string &name,
     for (double &covariance : run.control.covariance) covariance *= wider;
     place_entries(run.entries, run.axis, static_cast<long long>(run.data.size()));
     name_entries(run, options.names_file);
-    run.quality_before = not_known;
     const std::string start = start_file_of(run, options.start_file);
     read_start_remarks(run, start);
     if (options.quality_before) read_start(run, start);
