@@ -12,20 +12,27 @@
 namespace tools {
 
 std::vector<std::string> expressions_of(const batch_plan &plan,
-                                        const std::vector<std::string> &more) {
+                                        const std::vector<expression_list> &lists) {
+    const std::string manifest = plan.file("manifest.json");
+    if (has_amounts(plan))
+        for (const auto &each : plan.head.at("water").at("amounts"))
+            check_derived_area(plan.entry_names, plan.folder,
+                               each.at("name").get<std::string>() + "=" +
+                                   each.at("expression").get<std::string>(),
+                               manifest);
     std::vector<std::string> all;
-    for (const std::vector<std::string> *const list : {&plan.derived, &more})
-        for (const std::string &text : *list) {
-            check_derived_area(plan.entry_names, plan.folder, text);
+    for (const expression_list &list : lists)
+        for (const std::string &text : list.texts) {
+            check_derived_area(plan.entry_names, plan.folder, text, list.file);
             const auto same = std::find_if(all.begin(), all.end(), [&](const std::string &other) {
                 return derived_name(other) == derived_name(text);
             });
             if (same == all.end())
                 all.push_back(text);
             else if (derived_expression(*same) != derived_expression(text))
-                throw tool_error(wrong_usage, "--derive \"" + text + "\": " + derived_name(text) +
-                                                  " is derived already; expected another name "
-                                                  "before the \"=\"");
+                refuse_derived(list.file, "\"" + text + "\": " + derived_name(text) +
+                                              " is derived already; expected another name before "
+                                              "the \"=\"");
         }
     return all;
 }

@@ -17,10 +17,17 @@ struct derived_column {
     std::vector<double> values, errors; // by the number of the spectrum; one standard deviation
 };
 
-// What the plan asks for, and more, each once. Errors: wrong_usage for what is no expression of the
-// entries of the plan, and when two of one name differ.
+// Expressions and the file in which they stand; none for those of the option --derive.
+struct expression_list {
+    std::string file;
+    std::vector<std::string> texts;
+};
+
+// Those of all lists, each once, behind a look at the amounts by water of the plan. Errors: as
+// derive_area for what is no expression of the entries of the plan, and for the second of two of
+// one name that differ.
 std::vector<std::string> expressions_of(const batch_plan &plan,
-                                        const std::vector<std::string> &more);
+                                        const std::vector<expression_list> &lists);
 
 // The expressions, and behind them the amounts by water of a plan that has one, without number
 // where a spectrum has no water. Errors: bad_input for damaged parts.

@@ -179,8 +179,10 @@ std::vector<derived_area> amounts_of(const run_result &run, const ordered_json &
         const double of_item = item.at("area").get<double>() / area;
         for (const auto &each : item.at("amounts")) {
             const double per_area = each.at("per_area").get<double>() * of_item;
-            derived_area amount = derive_area(run, each.at("name").get<std::string>() + "=" +
-                                                       each.at("expression").get<std::string>());
+            derived_area amount = derive_area(run,
+                                              each.at("name").get<std::string>() + "=" +
+                                                  each.at("expression").get<std::string>(),
+                                              run.name + ".json");
             amount.value *= per_area;
             amount.error_1sd = std::hypot(amount.error_1sd * per_area, amount.value * relative);
             amount.expression += by_water;

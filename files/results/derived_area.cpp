@@ -24,29 +24,33 @@ double derived_area::percent_1sd() const {
     return like.percent_1sd();
 }
 
+void refuse_derived(const std::string &file, const std::string &what) {
+    if (file.empty()) throw tool_error(wrong_usage, "--derive " + what);
+    throw tool_error(bad_input, file + ": what is to be derived, " + what);
+}
+
 // Takes text apart into name and expression, and evaluates that.
 static engine::derived_value value_of(const engine::expression_names &names,
                                       std::span<const engine::values_of_entry> values,
-                                      const std::string &text, derived_area &named) {
+                                      const std::string &text, const std::string &file,
+                                      derived_area &named) {
     named.expression = derived_expression(text);
     named.name = derived_name(text);
-    if (named.name.empty())
-        throw tool_error(wrong_usage, "--derive \"" + text + "\": no name before the \"=\"");
+    if (named.name.empty()) refuse_derived(file, "\"" + text + "\": no name before the \"=\"");
     const engine::result<engine::derived_value> f =
         engine::evaluate(named.expression, names, values);
     if (!f)
-        throw tool_error(wrong_usage, "--derive \"" + named.expression + "\", " + f.why().reason +
-                                          "; an expression is like GPE+GPC or "
-                                          "PCr/(gATP1+gATP2)");
+        refuse_derived(file, "\"" + named.expression + "\", " + f.why().reason +
+                                 "; an expression is like GPE+GPC or PCr/(gATP1+gATP2)");
     return *f;
 }
 
 void check_derived_area(const std::vector<std::string> &names, const std::string &place,
-                        const std::string &text) {
+                        const std::string &text, const std::string &file) {
     std::vector<engine::values_of_entry> values(names.size());
     for (engine::values_of_entry &v : values) v[engine::area] = 1.0;
     derived_area ignored;
-    value_of({names, place}, values, text, ignored);
+    value_of({names, place}, values, text, file, ignored);
 }
 
 // Shown units in one unit of the engine: ppm (Hz where the axis has none) and Hz for points.
@@ -57,7 +61,7 @@ static double shown_unit(const run_result &run, int q) {
     return q == engine::lorentz_width ? hz : 1.0;
 }
 
-derived_area derive_area(const run_result &run, const std::string &text) {
+derived_area derive_area(const run_result &run, const std::string &text, const std::string &file) {
     engine::expression_names names;
     names.place = run.name;
     std::vector<engine::values_of_entry> values;
@@ -71,7 +75,7 @@ derived_area derive_area(const run_result &run, const std::string &text) {
         own[engine::lorentz_width] = entry.lorentz_width.value;
     }
     derived_area result;
-    const engine::derived_value f = value_of(names, values, text, result);
+    const engine::derived_value f = value_of(names, values, text, file, result);
     result.value = f.value;
     result.error_1sd = std::numeric_limits<double>::quiet_NaN();
     if (!run.has_covariance()) return result;

@@ -14,6 +14,9 @@
 
 namespace tools {
 
+// Refuses an expression, as below. what: it, and what is wrong with it.
+[[noreturn]] void refuse_derived(const std::string &file, const std::string &what);
+
 struct derived_area {
     std::string name, expression;
     double value = 0.0;         // not a number when a divisor is 0
@@ -29,13 +32,16 @@ struct derived_area {
 // than letters, digits, _ and . stands in ' '. A name that several entries have in front of a
 // number (gATP for gATP1 and gATP2) and none has whole means their sum.
 //
-// Errors: wrong_usage for what is no expression, naming the place, and for unknown names.
-derived_area derive_area(const run_result &run, const std::string &text);
+// file: in which the text stands; empty for that of the option --derive.
+// Errors: for what is no expression, naming its place, and for unknown names: bad_input with the
+// name of the file, wrong_usage of the option.
+derived_area derive_area(const run_result &run, const std::string &text,
+                         const std::string &file = "");
 
 // Whether text is such an expression of entries with these names, before there are any areas.
 // place: what has the names, for messages. Errors: as above.
 void check_derived_area(const std::vector<std::string> &names, const std::string &place,
-                        const std::string &text);
+                        const std::string &text, const std::string &file = "");
 
 // derived.tsv: its line of column names, a row, and the JSON that describes the columns.
 std::string derived_header(const table_shape &shape = {});

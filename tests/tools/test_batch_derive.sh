@@ -84,6 +84,22 @@ status 0 "$batch" merge batch_exact --force
 true_that "16 rows and a heading" test "$(wc -l <batch_exact/derived.tsv)" -eq 17
 holds batch_exact/derived.json '"error_1sd"'
 
+# what a file says is refused in its name
+edited() { # NAME: a copy of the batch whose manifest asks for something else
+    rm -rf edited && cp -r batch_exact edited
+    perl -0pi -e "s|(\"derived\": \[\s*\")[^\"]*|\${1}$1|" edited/manifest.json
+    status 3 "$batch" merge edited --force
+}
+edited 'share = right/nothing'
+holds err 'edited/manifest.json: what is to be derived, "right/nothing", character 7: no entry "nothing" in edited'
+edited 'pH = left'
+holds err 'edited/manifest.json: what is to be derived, "pH = pH(frequency(right)'
+holds err 'pH is derived already'
+cp -r batch_exact edited_table
+sed -i '2s|right/(right+left)|right/nothing|' edited_table/derived.tsv
+status 3 "$programs/varokel-report" edited_table --derive "right-left" --force
+holds err 'edited_table/derived.tsv: what is to be derived, "right/nothing"'
+
 # on the page: what merge derived, and what the report is asked for
 status 0 "$programs/varokel-report" batch_exact --derive "right-left" --force
 holds out derived.tsv

@@ -46,6 +46,10 @@ done
 status 0 "$batch" run run
 status 0 "$batch" merge run
 holds out run/derived.tsv
+cp -r run edited
+perl -pi -e 's/"NAA\+Cr"/"NAA+nothing"/' edited/manifest.json
+status 3 "$batch" merge edited --force
+holds err 'edited/manifest.json: what is to be derived, "NAA+nothing"'
 # value FOLDER SPECTRUM NAME COLUMN
 value() {
     awk -F '\t' -v spectrum="$2" -v name="$3" -v column="$4" 'NR == 1 { for (i = 1; i <= NF; i++) c[$i] = i; next }

@@ -254,7 +254,8 @@ static void write_curves(const batch_plan &plan, const plan_lines &lines,
 
 int merge_batch(const merge_options &options) {
     const batch_plan plan = read_plan(options.folder);
-    const std::vector<std::string> expressions = expressions_of(plan, options.derive);
+    const std::vector<std::string> expressions =
+        expressions_of(plan, {{plan.file("manifest.json"), plan.derived}, {"", options.derive}});
     std::vector<std::string> names = {plan.file("results.tsv"), plan.file("results.json"),
                                       plan.file("quality.tsv"), plan.file("quality.json")};
     if (plan.keep > 0) {

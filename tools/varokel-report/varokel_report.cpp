@@ -111,14 +111,14 @@ static void add_nifti(const run_result &run, const std::string &stem,
 // What is derived here joins what merge derived, in the table as on the page.
 static void derive_more(tools::batch_view &batch, const report_options &options,
                         const std::string &output, std::vector<std::string> &written) {
-    tools::batch_plan plan = tools::read_plan(options.folder);
-    plan.derived.clear(); // they are among those of the batch already
+    const tools::batch_plan plan = tools::read_plan(options.folder);
     const tools::plan_lines lines(plan);
     tools::all_parts parts(plan, lines);
-    std::vector<std::string> wanted = batch.derived;
-    wanted.insert(wanted.end(), options.derive.begin(), options.derive.end());
+    // those of the plan are among the ones that merge derived
     const std::vector<tools::derived_column> columns =
-        tools::derive_batch(plan, lines, parts, tools::expressions_of(plan, wanted));
+        tools::derive_batch(plan, lines, parts,
+                            tools::expressions_of(plan, {{plan.file("derived.tsv"), batch.derived},
+                                                         {"", options.derive}}));
     for (const tools::derived_column &column : columns) {
         std::erase_if(batch.further, [&](const tools::batch_column &other) {
             return other.name == column.name && !other.errors.empty();

@@ -2,6 +2,7 @@
 #include "files/results/derived_area.h"
 
 #include "files/base/tool_error.h"
+#include "support/refusal.h"
 
 #include <gtest/gtest.h>
 
@@ -48,14 +49,10 @@ void give_covariance(tools::run_result &run, double of_area, double of_two_areas
     at(0, 5) = at(5, 0) = of_two_areas;
 }
 
-std::string refusal(const tools::run_result &run, const std::string &text) {
-    try {
-        derive_area(run, text);
-    } catch (const tools::tool_error &error) {
-        EXPECT_EQ(error.status(), tools::wrong_usage) << text;
-        return error.what();
-    }
-    return "no error";
+std::string refusal(const tools::run_result &run, const std::string &text,
+                    const std::string &file = "") {
+    return support::refusal_of(file.empty() ? tools::wrong_usage : tools::bad_input,
+                               [&] { derive_area(run, text, file); });
 }
 
 } // namespace
@@ -125,6 +122,10 @@ TEST(derived_area, refusals_name_the_expression_and_the_place) {
     EXPECT_EQ(refusal(run, "=PCr"), "--derive \"=PCr\": no name before the \"=\"");
     EXPECT_NE(refusal(run, "x=PCr+").find("--derive \"PCr+\", character 5: "), std::string::npos);
     EXPECT_NE(refusal(run, "x=Pi").find("brain"), std::string::npos);
+    EXPECT_EQ(refusal(run, "=PCr", "a.json"),
+              "a.json: what is to be derived, \"=PCr\": no name before the \"=\"");
+    EXPECT_TRUE(refusal(run, "x=PCr+", "a.json")
+                    .starts_with("a.json: what is to be derived, \"PCr+\", character 5: "));
     // before there are areas, a ratio of any names is an expression, though areas are unknown
     EXPECT_NO_THROW(tools::check_derived_area({"PCr", "Pi"}, "peaks.txt", "x=PCr/Pi"));
     EXPECT_THROW(tools::check_derived_area({"PCr"}, "peaks.txt", "x=PCr/Pi"), tools::tool_error);
