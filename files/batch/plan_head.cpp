@@ -111,9 +111,9 @@ static void read_scale(batch_plan &plan, const head_items &scale, const std::str
     plan.scale.ppm_at_carrier = scale.number("ppm_at_carrier", false);
     for (const auto &[name, value] : {std::pair("hz_per_point", plan.scale.hz_per_point),
                                       std::pair("spectrometer_mhz", plan.scale.mhz)})
-        if (value && !is_scale(*value)) scale.refuse(name, "no number from 1e-30 to 1e30");
+        if (value && !is_scale(*value)) scale.refuse(name, std::string("not ") + scale_expected);
     if (plan.scale.ppm_at_carrier && !is_in_range(*plan.scale.ppm_at_carrier))
-        scale.refuse("ppm_at_carrier", "no number from -1e30 to 1e30");
+        scale.refuse("ppm_at_carrier", std::string("not ") + number_expected);
     plan.scale.points = plan.points;
     if (scale.has("measured_points"))
         plan.scale.measured = scale.whole("measured_points", 1, plan.points);

@@ -16,7 +16,8 @@ from .json_files import JsonObject, JsonValue, read_json_object
 from .library import Library, load_library
 
 # As the programs take them: what is computed from them are numbers then, in the fit's precision, too.
-LEAST_SCALE, LARGEST_NUMBER = 1e-30, 1e30
+_LEAST, _LARGEST = "1e-30", "1e30"  # as messages have them
+LEAST_SCALE, LARGEST_NUMBER = float(_LEAST), float(_LARGEST)
 
 
 @dataclass(frozen=True)
@@ -140,7 +141,7 @@ class _Items:
         if isinstance(value, bool) or not isinstance(value, (int, float)):
             raise self.refuse(item, "a number")
         if not abs(value) <= LARGEST_NUMBER:
-            raise self.refuse(item, "a number from -1e30 to 1e30")
+            raise self.refuse(item, f"a number from -{_LARGEST} to {_LARGEST}")
         return float(value)
 
     def scale(self, item: str) -> float | None:
@@ -148,7 +149,7 @@ class _Items:
         if value is not None and value <= 0.0:
             raise self.refuse(item, "a number above 0")
         if value is not None and value < LEAST_SCALE:
-            raise self.refuse(item, "a number from 1e-30 to 1e30")
+            raise self.refuse(item, f"a number from {_LEAST} to {_LARGEST}")
         return value
 
     def count(self, item: str, value: JsonValue) -> int:

@@ -145,9 +145,9 @@ refused "item name is no name of letters, digits and _" 's/("name": ")x"/${1}<b>
 refused "item entries is a list with a name twice" 's/"right"/"left"/'
 refused "item format" 's/"format": \d+/"format": "two"/'
 refused "item source is no description of a file" 's/"source": \{.*?\n \},/"source": 7,/s'
-refused "item hz_per_point is no number from 1e-30 to 1e30" 's/"hz_per_point": [^,\n]*/"hz_per_point": 1.7e308/'
-refused "item spectrometer_mhz is no number from 1e-30 to 1e30" 's/"spectrometer_mhz": [^,\n]*/"spectrometer_mhz": 1e-307/'
-refused "item ppm_at_carrier is no number from -1e30 to 1e30" 's/"ppm_at_carrier": [^,\n]*/"ppm_at_carrier": -1e308/'
+refused "item hz_per_point is not a number from 1e-30 to 1e30" 's/"hz_per_point": [^,\n]*/"hz_per_point": 1.7e308/'
+refused "item spectrometer_mhz is not a number from 1e-30 to 1e30" 's/"spectrometer_mhz": [^,\n]*/"spectrometer_mhz": 1e-307/'
+refused "item ppm_at_carrier is not a number from -1e30 to 1e30" 's/"ppm_at_carrier": [^,\n]*/"ppm_at_carrier": -1e308/'
 refused "no valid JSON" 's/"right"/"r\xe9ght"/'
 # names of axes that a table has as columns already
 for name in y status spectrum; do
