@@ -4,7 +4,8 @@
 // run/shards/0003_of_0050.lock holds the lock of the system and, as JSON, what tells its owner:
 //   machine, process, started   name of the machine, process number, seconds since 1970
 //   shards                      device and inode of run/shards/ where it was written
-//   scratch                     folder of the fits, "" when they need none
+//   scratch                     folder of the fits, "" when they need none; of the fits of the
+//                               process before, when that was killed, until it is removed
 // A folder that was copied has another device or inode: the note in it is another folder's, and so
 // is all that the note names. The file is removed with the lock.
 #pragma once
