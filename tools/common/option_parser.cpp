@@ -21,11 +21,6 @@ value_rule one_of(std::vector<std::string> words) {
     return {value_rule::kind::one_of, 0, 0, std::move(words)};
 }
 
-declared_option *declared_option::type_name(const std::string &text) {
-    inner_->type_name(text);
-    return this;
-}
-
 // A number of an option, whose text was looked at before. kind: for --help.
 static CLI::Validator at_least(double least, const char *expected, const char *kind) {
     return {[least, expected](std::string &text) {
@@ -35,22 +30,23 @@ static CLI::Validator at_least(double least, const char *expected, const char *k
             kind};
 }
 
-declared_option *declared_option::check(const value_rule &rule) {
+static void hold_to(CLI::Option *option, const value_rule &rule) {
     switch (rule.what) {
+    case value_rule::kind::any:
+        break;
     case value_rule::kind::positive:
-        inner_->check(at_least(std::numeric_limits<double>::min(), "above 0", "POSITIVE"));
+        option->check(at_least(std::numeric_limits<double>::min(), "above 0", "POSITIVE"));
         break;
     case value_rule::kind::not_negative:
-        inner_->check(at_least(0.0, "from 0 on", "NONNEGATIVE"));
+        option->check(at_least(0.0, "from 0 on", "NONNEGATIVE"));
         break;
     case value_rule::kind::range:
-        inner_->check(CLI::Range(rule.low, rule.high));
+        option->check(CLI::Range(rule.low, rule.high));
         break;
     case value_rule::kind::one_of:
-        inner_->check(CLI::IsMember(rule.words));
+        option->check(CLI::IsMember(rule.words));
         break;
     }
-    return this;
 }
 
 declared_option *declared_option::required() {
@@ -58,8 +54,8 @@ declared_option *declared_option::required() {
     return this;
 }
 
-declared_option *declared_option::allow_extra_args(bool allow) {
-    inner_->allow_extra_args(allow);
+declared_option *declared_option::takes_several() {
+    inner_->allow_extra_args();
     return this;
 }
 
@@ -95,21 +91,26 @@ struct number_of_option<std::optional<value_type>> {
 
 template <class value_type>
 declared_option *option_parser::add_option(const std::string &names, value_type &value,
-                                           const std::string &description) {
-    CLI::Option *const option = app_->add_option(names, value, description);
+                                           const std::string &description, const value_rule &rule) {
+    const std::size_t blank = names.find(' ');
+    CLI::Option *const option = app_->add_option(names.substr(0, blank), value, description);
+    if (blank != names.npos) option->type_name(names.substr(blank + 1));
+    if constexpr (std::is_same_v<value_type, std::vector<std::string>>)
+        option->allow_extra_args(false);
     typedef typename number_of_option<value_type>::type number;
     if constexpr (std::is_same_v<number, double>) // a change stands in front of all checks
         option->transform(
             CLI::Validator([](std::string &text) { return fault_of_number(text); }, ""));
     else if constexpr (!std::is_same_v<number, void>)
         option->transform(CLI::Validator(fault_of_whole_number<number>, ""));
+    hold_to(option, rule);
     return &options_.emplace_back(option);
 }
 
 #define FOR_TYPE(type)                                                                             \
     template declared_option *option_parser::add_option(                                           \
         const std::string &, type &, /* NOLINT(bugprone-macro-parentheses) */                      \
-        const std::string &);
+        const std::string &, const value_rule &);
 FOR_TYPE(std::string)
 FOR_TYPE(int)
 FOR_TYPE(unsigned)

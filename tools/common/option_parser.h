@@ -20,7 +20,7 @@ namespace tools {
 
 // What a value has to be, beside of its type.
 struct value_rule {
-    enum class kind { positive, not_negative, range, one_of } what;
+    enum class kind { any, positive, not_negative, range, one_of } what = kind::any;
     long long low = 0, high = 0;    // of a range, both allowed
     std::vector<std::string> words; // of one_of
 };
@@ -33,10 +33,8 @@ value_rule one_of(std::vector<std::string> words);
 class declared_option {
   public:
     explicit declared_option(CLI::Option *inner) : inner_(inner) {}
-    declared_option *type_name(const std::string &text); // in --help
-    declared_option *check(const value_rule &rule);
     declared_option *required();
-    declared_option *allow_extra_args(bool allow); // more than one value behind the name
+    declared_option *takes_several(); // values behind one name; else a list repeats the name
     declared_option *needs(const declared_option *other);
     declared_option *show_default();
     declared_option *add_to_description(const std::string &text);
@@ -53,11 +51,12 @@ class option_parser {
     option_parser &operator=(const option_parser &) = delete;
     ~option_parser();
 
-    // names: "-o,--output", or a word without dashes for an operand. value is kept by reference and
-    // stays as it is when the option is not given. For the types that option_parser.cpp names.
+    // names: "-o,--output FILE", the last word for --help, or a word without dashes for an operand.
+    // value is kept by reference and stays as it is when the option is not given. For the types
+    // that option_parser.cpp names.
     template <class value_type>
     declared_option *add_option(const std::string &names, value_type &value,
-                                const std::string &description);
+                                const std::string &description, const value_rule &rule = {});
     // "!--no-report" sets its value to false.
     declared_option *add_flag(const std::string &names, bool &value,
                               const std::string &description);

@@ -20,28 +20,22 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
     app.add_option("INPUT", own.input.input,
                    "a file that varokel-import reads, or the folder that it filled")
         ->required();
-    app.add_option("-o,--output", own.folder, "folder of the batch")->type_name("RUN")->required();
+    app.add_option("-o,--output RUN", own.folder, "folder of the batch")->required();
     tools::add_model_options(app, own);
-    app.add_option("--derive", own.derive,
+    app.add_option("--derive EXPR", own.derive,
                    "what merge derives from the results, such as \"PCr/GATP\"; behind the rows "
-                   "derive: of the table; may be repeated")
-        ->type_name("EXPR")
-        ->allow_extra_args(false);
+                   "derive: of the table; may be repeated");
     tools::add_water_options(app, own.water);
-    app.add_option("--time-step", own.time_step,
+    app.add_option("--time-step [DIM=]S", own.time_step,
                    "seconds from one spectrum of a series to the next, for tables and pages; with "
-                   "several dimensions as DIM_DYN=3")
-        ->type_name("[DIM=]S");
-    app.add_option("--mask", own.mask, "image; voxels above 0 are fitted")->type_name("NIFTI");
-    app.add_option("--select", own.select, "spectra by number, such as 0:99,200")
-        ->type_name("LIST");
-    app.add_option("--keep", own.keep,
+                   "several dimensions as DIM_DYN=3");
+    app.add_option("--mask NIFTI", own.mask, "image; voxels above 0 are fitted");
+    app.add_option("--select LIST", own.select, "spectra by number, such as 0:99,200");
+    app.add_option("--keep WHICH", own.keep,
                    "curves kept for pictures: all, none or worst:N (default all up to 1000 "
-                   "spectra, else worst:100)")
-        ->type_name("WHICH");
-    app.add_option("--memory", own.spectrum.memory, "storage for FIDs (default 32)")
-        ->type_name("MIB")
-        ->check(tools::in_range(1, 1LL << 20));
+                   "spectra, else worst:100)");
+    app.add_option("--memory MIB", own.spectrum.memory, "storage for FIDs (default 32)",
+                   tools::in_range(1, 1LL << 20));
     app.add_flag("--force", own.input.force, "replace a plan and what was fitted by it");
     const std::string group = "Import (see varokel-import --help)";
     tools::add_input_options(app, own.input, group);
@@ -53,8 +47,7 @@ static void add_plan_options(tools::option_parser &app, tools::plan_options &own
 static void add_run_options(tools::option_parser &app, tools::run_options &own) {
     add_folder(app, own.folder);
     tools::add_work_options(app, own, "-j,--workers");
-    app.add_option("--shard", own.shard, "one of N parts of equal size, from 0 (default 0/1)")
-        ->type_name("I/N");
+    app.add_option("--shard I/N", own.shard, "one of N parts of equal size, from 0 (default 0/1)");
     app.add_flag("--resume", own.resume, "do what is missing");
     app.add_flag("--again", own.again, "with --resume: also what failed");
     app.add_flag("--force", own.force, "begin anew");
@@ -66,26 +59,22 @@ static void add_job_options(tools::option_parser &slurm, tools::option_parser &s
                             tools::job_options &own) {
     for (tools::option_parser *const each : {&slurm, &snakemake}) {
         add_folder(*each, own.folder);
-        each->add_option("--shards", own.shards, "parts (default: about 1000 spectra in each)")
-            ->type_name("N")
-            ->check(tools::in_range(1, 1000000));
+        each->add_option("--shards N", own.shards, "parts (default: about 1000 spectra in each)",
+                         tools::in_range(1, 1000000));
     }
-    slurm.add_option("--at-once", own.at_once, "tasks at a time (default 50)")
-        ->type_name("N")
-        ->check(tools::in_range(1, 1000000));
-    slurm.add_option("--time", own.time, "limit of a task (default 01:00:00)")->type_name("TIME");
-    slurm.add_option("--mem", own.memory, "storage of a task (default 500M)")->type_name("SIZE");
+    slurm.add_option("--at-once N", own.at_once, "tasks at a time (default 50)",
+                     tools::in_range(1, 1000000));
+    slurm.add_option("--time TIME", own.time, "limit of a task (default 01:00:00)");
+    slurm.add_option("--mem SIZE", own.memory, "storage of a task (default 500M)");
     slurm.footer("\nExample:\n  varokel-batch slurm run > submit.sh");
     snakemake.footer("\nExample:\n  varokel-batch snakemake run > Snakefile");
 }
 
 static void add_merge_options(tools::option_parser &app, tools::merge_options &own) {
     add_folder(app, own.folder);
-    app.add_option("--derive", own.derive,
+    app.add_option("--derive EXPR", own.derive,
                    "what follows from the results, such as \"PCr/GATP\", into derived.tsv and "
-                   "maps; beside what the plan asks for; may be repeated")
-        ->type_name("EXPR")
-        ->allow_extra_args(false);
+                   "maps; beside what the plan asks for; may be repeated");
     app.add_flag("--force", own.force, "replace them");
     app.footer("\nExample:\n  varokel-batch merge run");
 }

@@ -280,23 +280,19 @@ static void add_bids_options(tools::option_parser &app, bids_options &own) {
     app.add_option("bids_dir", own.data_set, "top folder of the data set; never written to")
         ->required();
     app.add_option("output_dir", own.output, "folder for the derivatives")->required();
-    app.add_option("analysis_level", own.level, "participant")
-        ->required()
-        ->check(tools::one_of({"participant"}));
-    app.add_option("--participant-label,--participant_label", own.labels,
+    app.add_option("analysis_level", own.level, "participant", tools::one_of({"participant"}))
+        ->required();
+    app.add_option("--participant-label,--participant_label LABEL", own.labels,
                    "participants, with or without sub- (default: all)")
-        ->type_name("LABEL");
-    app.add_option("--session-label,--session_label", own.sessions,
+        ->takes_several();
+    app.add_option("--session-label,--session_label LABEL", own.sessions,
                    "sessions, with or without ses- (default: all)")
-        ->type_name("LABEL");
+        ->takes_several();
     tools::add_model_options(app, own.plan);
-    app.add_option("--average", own.plan.input.choice.average, "take the mean over this dimension")
-        ->type_name("DIM")
-        ->allow_extra_args(false);
-    app.add_option("--index", own.plan.input.choice.index,
-                   "which FID of several, DIM=I (default: all)")
-        ->type_name("DIM=I")
-        ->allow_extra_args(false);
+    app.add_option("--average DIM", own.plan.input.choice.average,
+                   "take the mean over this dimension");
+    app.add_option("--index DIM=I", own.plan.input.choice.index,
+                   "which FID of several, DIM=I (default: all)");
     tools::add_work_options(app, own.run, "-j,--workers,--n_cpus");
     app.add_flag(
         "--resume", own.resume,

@@ -82,30 +82,24 @@ int main(int argc, char **argv) {
         "varokel-compare");
     app.add_option("GOT", got, "result file")->required();
     app.add_option("WANTED", wanted, "what it is held against")->required();
-    app.add_option("--rel", allowed.relative,
+    app.add_option("--rel R", allowed.relative,
                    "tolerance relative to the larger number; with --signal to the largest value of "
-                   "WANTED (default 0)")
-        ->type_name("R")
-        ->check(tools::not_negative_number);
-    app.add_option("--abs", allowed.absolute, "absolute tolerance (default 0)")
-        ->type_name("A")
-        ->check(tools::not_negative_number);
-    app.add_option("--int", allowed.whole,
-                   "absolute tolerance between whole numbers, such as counts (default 0)")
-        ->type_name("N")
-        ->check(tools::not_negative_number);
-    const tools::declared_option *of =
-        app.add_option("--errors", errors, "file of errors, the .err beside a .mat, for --fraction")
-            ->type_name("FILE");
-    app.add_option("--fraction", allowed.fraction,
-                   "tolerance as a fraction of the error at the same place of --errors")
-        ->type_name("F")
-        ->check(tools::not_negative_number)
+                   "WANTED (default 0)",
+                   tools::not_negative_number);
+    app.add_option("--abs A", allowed.absolute, "absolute tolerance (default 0)",
+                   tools::not_negative_number);
+    app.add_option("--int N", allowed.whole,
+                   "absolute tolerance between whole numbers, such as counts (default 0)",
+                   tools::not_negative_number);
+    const tools::declared_option *of = app.add_option(
+        "--errors FILE", errors, "file of errors, the .err beside a .mat, for --fraction");
+    app.add_option("--fraction F", allowed.fraction,
+                   "tolerance as a fraction of the error at the same place of --errors",
+                   tools::not_negative_number)
         ->needs(of);
     app.add_flag("--signal", signal, "both files are signals, float32 pairs");
-    app.add_option("--max", most, "differences that are printed (default 10)")
-        ->type_name("N")
-        ->check(tools::not_negative_number);
+    app.add_option("--max N", most, "differences that are printed (default 10)",
+                   tools::not_negative_number);
     tools::common_options(
         app,
         "  varokel-compare run/brain.mat expected/brain.mat --rel 1e-6\n"

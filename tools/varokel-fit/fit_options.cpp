@@ -11,37 +11,27 @@ void add_fit_options(option_parser &app, fit_options &own) {
     app.add_option("INPUT", own.input.input, "measured FIDs, any file that varokel-import reads")
         ->required();
     app.add_option("PEAKS", own.peaks, "table of peaks, as varokel-start takes it")->required();
-    app.add_option("-o,--output", own.output, "folder of the results")
-        ->type_name("FOLDER")
-        ->required();
-    app.add_option("-j,--jobs", own.jobs, "fits at a time (default 1)")
-        ->type_name("N")
-        ->check(in_range(1, 256));
-    app.add_option("--method", own.method,
+    app.add_option("-o,--output FOLDER", own.output, "folder of the results")->required();
+    app.add_option("-j,--jobs N", own.jobs, "fits at a time (default 1)", in_range(1, 256));
+    app.add_option("--method M", own.method,
                    "both: the search of the fitter, then the exact fit from its end and from the "
-                   "table (default); exact: that alone; classic: the search alone")
-        ->type_name("M")
-        ->check(one_of(method_names()));
-    app.add_option("--starts", own.starts,
-                   "further starts of the exact fit, whatever its verdict (default 0)")
-        ->type_name("N")
-        ->check(in_range(0, 1000));
-    app.add_option("--limit", own.limit, "stop a fit after so many seconds (default: never)")
-        ->type_name("S");
-    app.add_option("--derive", own.derive,
+                   "table (default); exact: that alone; classic: the search alone",
+                   one_of(method_names()));
+    app.add_option("--starts N", own.starts,
+                   "further starts of the exact fit, whatever its verdict (default 0)",
+                   in_range(0, 1000));
+    app.add_option("--limit S", own.limit, "stop a fit after so many seconds (default: never)");
+    app.add_option("--derive EXPR", own.derive,
                    "what follows from the results, such as \"PCr/GATP\" or \"pH = "
                    "pH(frequency(Pi), 6.77, 3.23, "
-                   "5.7)\"; printed and on the page; may be repeated")
-        ->type_name("EXPR")
-        ->allow_extra_args(false);
+                   "5.7)\"; printed and on the page; may be repeated");
     app.add_flag("--look", own.look,
                  "fit nothing: write look.html, the spectrum with the peaks of the table where the "
                  "fit would begin, the points to fit, the noise window and every guess");
     add_water_options(app, own.water);
     app.add_flag("!--no-report", own.report, "no page and pictures, tables only");
-    app.add_option("--varokel", own.program,
-                   "the fitter (default: beside this program, or in PATH)")
-        ->type_name("FILE");
+    app.add_option("--varokel FILE", own.program,
+                   "the fitter (default: beside this program, or in PATH)");
     app.add_flag("--force", own.input.force, "replace existing output files");
     const std::string group = "Import (see varokel-import --help)";
     add_input_options(app, own.input, group);

@@ -31,27 +31,18 @@ static void add_source(tools::option_parser &app, tools::input_options &options)
 
 static void add_basis_options(tools::option_parser &app, tools::basis_options &own) {
     app.add_option("INPUT", own.input, "basis set, .BASIS");
-    app.add_option("-o,--output", own.folder, "folder for the patterns")->type_name("FOLDER");
-    app.add_option("--like", own.like,
-                   "sidecar of the imported spectrum: points, dwell time, frequency, axis")
-        ->type_name("FILE.json");
-    app.add_option("--points", own.points, "points of the data")
-        ->type_name("N")
-        ->check(tools::positive_number);
-    app.add_option("--dwell", own.dwell_time, "dwell time of the data [s]")
-        ->type_name("S")
-        ->check(tools::positive_number);
-    app.add_option("--bandwidth", own.bandwidth, "spectral width of the data [Hz]")
-        ->type_name("HZ")
-        ->check(tools::positive_number);
-    app.add_option("--frequency", own.mhz, "spectrometer frequency of the data [MHz]")
-        ->type_name("MHZ")
-        ->check(tools::positive_number);
-    app.add_option("--ppm-at-carrier", own.ppm_at_carrier, "chemical shift of the carrier")
-        ->type_name("PPM");
-    app.add_option("--only", own.only, "this metabolite; may be repeated")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
+    app.add_option("-o,--output FOLDER", own.folder, "folder for the patterns");
+    app.add_option("--like FILE.json", own.like,
+                   "sidecar of the imported spectrum: points, dwell time, frequency, axis");
+    app.add_option("--points N", own.points, "points of the data", tools::positive_number);
+    app.add_option("--dwell S", own.dwell_time, "dwell time of the data [s]",
+                   tools::positive_number);
+    app.add_option("--bandwidth HZ", own.bandwidth, "spectral width of the data [Hz]",
+                   tools::positive_number);
+    app.add_option("--frequency MHZ", own.mhz, "spectrometer frequency of the data [MHz]",
+                   tools::positive_number);
+    app.add_option("--ppm-at-carrier PPM", own.ppm_at_carrier, "chemical shift of the carrier");
+    app.add_option("--only NAME", own.only, "this metabolite; may be repeated");
     app.add_flag("--rescale", own.rescale, "take a basis of a field that differs by up to 5 %");
     app.add_flag("--force", own.force, "replace existing output files");
     app.footer("\nExample:\n  varokel-import basis press30.BASIS -o run --like run/brain.json");
@@ -108,14 +99,12 @@ int main(int argc, char **argv) {
         "keywords for them are printed.",
         "varokel-import");
     add_source(app, options);
-    app.add_option("-o,--output", own.folder, "folder for the spectra and their sidecars")
-        ->type_name("FOLDER");
+    app.add_option("-o,--output FOLDER", own.folder, "folder for the spectra and their sidecars");
     tools::add_spectrum_options(app, own);
     tools::add_reference_options(app, own);
-    app.add_option("--memory", own.memory,
-                   "storage for FIDs; a larger grid is read in several passes (default 128)")
-        ->type_name("MIB")
-        ->check(tools::in_range(1, 1LL << 20));
+    app.add_option("--memory MIB", own.memory,
+                   "storage for FIDs; a larger grid is read in several passes (default 128)",
+                   tools::in_range(1, 1LL << 20));
     tools::common_options(app, "  varokel-import brain.nii.gz -o run\n"
                                "  varokel-import brain.fid.f32 -o run --dwell 0.0001\n"
                                "  varokel-import pattern naa.fid.f32 -o run/naa.bin");
@@ -123,7 +112,7 @@ int main(int argc, char **argv) {
     tools::option_parser *const pattern = app.add_subcommand(
         "pattern", "Turns the FID of a whole metabolite into a binary pattern of varokel.");
     add_source(*pattern, pattern_options);
-    pattern->add_option("-o,--output", pattern_output, "pattern file")->type_name("FILE.bin");
+    pattern->add_option("-o,--output FILE.bin", pattern_output, "pattern file");
     pattern->footer("\nExample:\n  varokel-import pattern naa.fid.f32 -o run/naa.bin");
 
     tools::option_parser *const basis = app.add_subcommand(

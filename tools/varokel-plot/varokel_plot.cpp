@@ -226,47 +226,35 @@ static void add_plot_options(tools::option_parser &app, plot_options &options) {
                    "RUN.res are read, and RUN.json if it is there; or NAME.bin of an import; or a "
                    "measured file")
         ->required();
-    app.add_option("-o,--output", options.output, "picture")->type_name("FILE.svg")->required();
-    app.add_option("--axis", options.axis, "points, hz or ppm (default: ppm if known, then hz)")
-        ->type_name("UNIT")
-        ->check(tools::one_of({"points", "hz", "ppm"}));
-    app.add_option("--sidecar", options.sidecar, "JSON of varokel-import (default: RUN.json)")
-        ->type_name("FILE");
-    app.add_option("--hz-per-point", options.hz_per_point, "Hz_p_p of the control file")
-        ->type_name("HZ")
-        ->check(tools::positive_number);
-    app.add_option("--mhz", options.mhz, "spectrometer frequency")
-        ->type_name("MHZ")
-        ->check(tools::positive_number);
-    app.add_option("--ppm-at-carrier", options.ppm_at_carrier, "chemical shift of point n/2")
-        ->type_name("PPM");
+    app.add_option("-o,--output FILE.svg", options.output, "picture")->required();
+    app.add_option("--axis UNIT", options.axis,
+                   "points, hz or ppm (default: ppm if known, then hz)",
+                   tools::one_of({"points", "hz", "ppm"}));
+    app.add_option("--sidecar FILE", options.sidecar, "JSON of varokel-import (default: RUN.json)");
+    app.add_option("--hz-per-point HZ", options.hz_per_point, "Hz_p_p of the control file",
+                   tools::positive_number);
+    app.add_option("--mhz MHZ", options.mhz, "spectrometer frequency", tools::positive_number);
+    app.add_option("--ppm-at-carrier PPM", options.ppm_at_carrier, "chemical shift of point n/2");
     app.add_flag("--ppm-falls", options.ppm_falls, "ppm falls with the point number");
-    app.add_option("--range", options.ranges, "shade a fitted interval, points; may be repeated")
-        ->type_name("FIRST:LAST")
-        ->allow_extra_args(false);
-    app.add_option("--noise", options.noise, "shade this noise window (default: of the sidecar)")
-        ->type_name("FIRST:LAST");
-    app.add_option("--view", options.view, "points shown (default: all)")->type_name("FIRST:LAST");
-    app.add_option("--phase", options.phase,
+    app.add_option("--range FIRST:LAST", options.ranges,
+                   "shade a fitted interval, points; may be repeated");
+    app.add_option("--noise FIRST:LAST", options.noise,
+                   "shade this noise window (default: of the sidecar)");
+    app.add_option("--view FIRST:LAST", options.view, "points shown (default: all)");
+    app.add_option("--phase P", options.phase,
                    "zero-order phase to take off [degrees] (default: 0 of a fit, else what turns "
-                   "the strongest lines upright)")
-        ->type_name("P");
-    app.add_option("--phi-1", options.phi_1,
+                   "the strongest lines upright)");
+    app.add_option("--phi-1 P", options.phi_1,
                    "first-order phase to take off, phi__1 of the control "
-                   "file [degrees]")
-        ->type_name("P");
+                   "file [degrees]");
     app.add_flag("--components", options.components, "also draw each line and pattern (RUN.nln0)");
-    app.add_option("--title", options.title, "heading of the picture")->type_name("TEXT");
-    app.add_option("--bandwidth", options.bandwidth, "spectral width of a measured file [Hz]")
-        ->type_name("HZ")
-        ->check(tools::positive_number);
+    app.add_option("--title TEXT", options.title, "heading of the picture");
+    app.add_option("--bandwidth HZ", options.bandwidth, "spectral width of a measured file [Hz]",
+                   tools::positive_number);
     tools::add_format_option(app, options.input.format, "of a measured file: ");
-    app.add_option("--index", options.input.choice.index,
-                   "which FID of several in a measured file, from 0: I, or DIM=I")
-        ->type_name("[DIM=]I")
-        ->allow_extra_args(false);
-    app.add_option("--voxel", options.input.choice.voxel, "which voxel of a measured grid")
-        ->type_name("X,Y,Z");
+    app.add_option("--index [DIM=]I", options.input.choice.index,
+                   "which FID of several in a measured file, from 0: I, or DIM=I");
+    app.add_option("--voxel X,Y,Z", options.input.choice.voxel, "which voxel of a measured grid");
     app.add_flag("--force", options.force, "replace an existing picture");
 }
 

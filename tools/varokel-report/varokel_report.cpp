@@ -347,33 +347,27 @@ int main(int argc, char **argv) {
         "courses.",
         "varokel-report");
     app.add_option("FOLDER", options.folder, "folder of a fit, or of folders of fits")->required();
-    app.add_option("-o,--output", options.output, "folder for the report (default: FOLDER)")
-        ->type_name("FOLDER");
-    app.add_option("--spectrum", options.spectra, "only this spectrum; may be repeated")
-        ->type_name("NAME");
-    app.add_option("--derive", options.derive,
+    app.add_option("-o,--output FOLDER", options.output, "folder for the report (default: FOLDER)");
+    app.add_option("--spectrum NAME", options.spectra, "only this spectrum; may be repeated")
+        ->takes_several();
+    app.add_option("--derive EXPR", options.derive,
                    "sum, difference, product or ratio of areas with its error, as in "
                    "\"PDE=GPE+GPC\" or \"PCr/gATP\"; may be repeated")
-        ->type_name("EXPR");
-    app.add_option("--names", options.files.names_file,
-                   "names of the entries, one a line (default: names.txt beside the results)")
-        ->type_name("FILE");
-    app.add_option("--start", options.files.start_file,
-                   "start file of the fit (default: the one that the results name)")
-        ->type_name("FILE");
-    app.add_option("--log", options.files.log_file,
-                   "what the fit printed (default: NAME.log or run.log)")
-        ->type_name("FILE");
+        ->takes_several();
+    app.add_option("--names FILE", options.files.names_file,
+                   "names of the entries, one a line (default: names.txt beside the results)");
+    app.add_option("--start FILE", options.files.start_file,
+                   "start file of the fit (default: the one that the results name)");
+    app.add_option("--log FILE", options.files.log_file,
+                   "what the fit printed (default: NAME.log or run.log)");
     app.add_flag("!--no-nifti", options.nifti, "no NIfTI-MRS files");
-    app.add_option("--regions", options.regions,
+    app.add_option("--regions FILE", options.regions,
                    "NIfTI image of labels on the grid of a batch: the overview gives medians and "
-                   "spreads for each")
-        ->type_name("FILE");
-    app.add_option("--one-file-up-to", options.one_file_up_to,
+                   "spreads for each");
+    app.add_option("--one-file-up-to N", options.one_file_up_to,
                    "spectra of a batch whose overview is one file; beyond, curves stand in files "
-                   "beside the page")
-        ->type_name("N")
-        ->check(tools::not_negative_number)
+                   "beside the page",
+                   tools::not_negative_number)
         ->show_default();
     app.add_flag("--judgement", options.judgement,
                  "print status and warnings of each fit as JSON, and write nothing");

@@ -12,44 +12,34 @@ namespace tools {
 
 void add_simulate_options(option_parser &app, simulate_options &options) {
     app.add_option("START", options.start, "start value / fit control file")->required();
-    app.add_option("-o,--output", options.output, "spectrum, or FIDs")
-        ->type_name("FILE")
-        ->required();
-    app.add_option("--format", options.format,
+    app.add_option("-o,--output FILE", options.output, "spectrum, or FIDs")->required();
+    app.add_option("--format NAME", options.format,
                    "bin: a spectrum as the fit reads it (default); nifti: FIDs as NIfTI-MRS "
                    "(default for .nii and .nii.gz); float32: FIDs, with a .json beside them "
-                   "(default for .f32)")
-        ->type_name("NAME")
-        ->check(one_of({"bin", "nifti", "float32"}));
-    app.add_option("--noise", options.noise_sd,
-                   "standard deviation of the real and of the imaginary part of the spectrum")
-        ->type_name("SD")
-        ->required()
-        ->check(not_negative_number);
-    app.add_option("--seed", options.seed,
-                   "the noise; the same seed gives the same numbers everywhere")
-        ->type_name("N")
+                   "(default for .f32)",
+                   one_of({"bin", "nifti", "float32"}));
+    app.add_option("--noise SD", options.noise_sd,
+                   "standard deviation of the real and of the imaginary part of the spectrum",
+                   not_negative_number)
         ->required();
-    app.add_option("--count", options.count,
-                   "so many spectra, with this seed and those after it (nifti, float32)")
-        ->type_name("N")
-        ->check(in_range(1, 1LL << 20));
-    app.add_option("--grid", options.grid,
-                   "so many voxels, each with a seed of its own, x first (nifti)")
-        ->type_name("X,Y,Z");
-    app.add_option("--frequency", options.mhz, "spectrometer frequency [MHz] (nifti, float32)")
-        ->type_name("MHZ")
-        ->check(positive_number);
-    app.add_option("--nucleus", options.nucleus, "such as 31P (nifti, float32)")->type_name("NAME");
-    app.add_option("--ppm-at-carrier", options.ppm_at_carrier,
-                   "chemical shift of the carrier (nifti, float32)")
-        ->type_name("PPM");
-    app.add_option("--axis", options.axis,
-                   "whether ppm rise or fall (default) with the points of START (nifti, float32)")
-        ->type_name("SENSE")
-        ->check(one_of({"rising", "falling"}));
-    app.add_option("--truth", options.truth_file, "also write the parameters of the model, as JSON")
-        ->type_name("FILE");
+    app.add_option("--seed N", options.seed,
+                   "the noise; the same seed gives the same numbers everywhere")
+        ->required();
+    app.add_option("--count N", options.count,
+                   "so many spectra, with this seed and those after it (nifti, float32)",
+                   in_range(1, 1LL << 20));
+    app.add_option("--grid X,Y,Z", options.grid,
+                   "so many voxels, each with a seed of its own, x first (nifti)");
+    app.add_option("--frequency MHZ", options.mhz, "spectrometer frequency [MHz] (nifti, float32)",
+                   positive_number);
+    app.add_option("--nucleus NAME", options.nucleus, "such as 31P (nifti, float32)");
+    app.add_option("--ppm-at-carrier PPM", options.ppm_at_carrier,
+                   "chemical shift of the carrier (nifti, float32)");
+    app.add_option("--axis SENSE", options.axis,
+                   "whether ppm rise or fall (default) with the points of START (nifti, float32)",
+                   one_of({"rising", "falling"}));
+    app.add_option("--truth FILE", options.truth_file,
+                   "also write the parameters of the model, as JSON");
     app.add_flag("--force", options.force, "replace existing output files");
 }
 

@@ -184,24 +184,19 @@ int main(int argc, char **argv) {
         "phases that the table leaves open are estimated from the spectrum.",
         "varokel-start");
     app.add_option("PEAKS", own.peaks, "table of peaks: a row for each line or pattern");
-    app.add_option("-d,--data", own.spectrum,
-                   "spectrum that varokel-import wrote, with its JSON beside it")
-        ->type_name("SPECTRUM");
-    app.add_option("--json", own.sidecar, "the JSON, if it stands elsewhere")->type_name("FILE");
-    app.add_option("-o,--output", own.output,
-                   "start file, version 3; names.txt is written beside it")
-        ->type_name("FILE");
+    app.add_option("-d,--data SPECTRUM", own.spectrum,
+                   "spectrum that varokel-import wrote, with its JSON beside it");
+    app.add_option("--json FILE", own.sidecar, "the JSON, if it stands elsewhere");
+    app.add_option("-o,--output FILE", own.output,
+                   "start file, version 3; names.txt is written beside it");
     app.add_flag("--explain", own.explain,
                  "print the model: each parameter free, fixed or tied, in ppm, Hz and points");
-    app.add_option("--from", own.from,
-                   "write the table of this start file instead (version 3, block or old format)")
-        ->type_name("FILE");
-    app.add_option("--to", own.to, "with --from: a table (default), or a version 3 file (par)")
-        ->type_name("KIND")
-        ->check(tools::one_of({"table", "par"}));
-    app.add_option("--names", own.names,
-                   "with --from: names of the entries (default: names.txt beside it)")
-        ->type_name("FILE");
+    app.add_option("--from FILE", own.from,
+                   "write the table of this start file instead (version 3, block or old format)");
+    app.add_option("--to KIND", own.to, "with --from: a table (default), or a version 3 file (par)",
+                   tools::one_of({"table", "par"}));
+    app.add_option("--names FILE", own.names,
+                   "with --from: names of the entries (default: names.txt beside it)");
     app.add_flag("--force", own.force, "replace existing output files");
     tools::common_options(app, "  varokel-start peaks.txt -d run/brain.bin -o run/start.par\n"
                                "  varokel-start peaks.txt -d run/brain.bin --explain\n"
