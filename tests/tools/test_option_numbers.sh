@@ -52,6 +52,11 @@ for bad in 0 -1 1e-400; do
     status 2 "$programs/varokel-simulate" start.par -o a.fid.f32 --noise 1 --seed 1 "--frequency=$bad"
     holds err "--frequency: \"$bad\" where a number above 0 was expected"
 done
+# above 0 is also what has fewer digits than other numbers, below 2.2e-308
+for least in 4.94e-324 1e-310 2.22e-308; do
+    status 0 "$programs/varokel-fit" "$tree/examples/p31_brain/p31_brain.fid.f32" \
+        "$tree/examples/p31_brain/peaks.txt" -o looked --look --force --echo-time "$least"
+done
 status 2 "$programs/varokel-simulate" start.par -o a.bin --seed 1 --noise=-1e-9
 holds err '--noise: "-1e-9" where a number from 0 on was expected'
 # ---- numbers within a text ----

@@ -35,7 +35,7 @@ static void hold_to(CLI::Option *option, const value_rule &rule) {
     case value_rule::kind::any:
         break;
     case value_rule::kind::positive:
-        option->check(at_least(std::numeric_limits<double>::min(), "above 0", "POSITIVE"));
+        option->check(at_least(std::numeric_limits<double>::denorm_min(), "above 0", "POSITIVE"));
         break;
     case value_rule::kind::not_negative:
         option->check(at_least(0.0, "from 0 on", "NONNEGATIVE"));
