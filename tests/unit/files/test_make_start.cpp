@@ -2,7 +2,7 @@
 // A table of peaks and what is known of a spectrum, as the values of a start file.
 #include "files/start/make_start.h"
 
-#include "files/base/tool_error.h"
+#include "support/refusal.h"
 
 #include <gtest/gtest.h>
 
@@ -36,13 +36,7 @@ start_file start_of(const std::string &text, const spectrum_facts &of = facts())
 }
 
 std::string refusal(const std::string &text, const spectrum_facts &of = facts()) {
-    try {
-        result_of(text, of);
-    } catch (const tools::tool_error &error) {
-        EXPECT_EQ(error.status(), tools::bad_input) << text;
-        return error.what();
-    }
-    return "no error";
+    return support::refusal_of(tools::bad_input, [&] { result_of(text, of); });
 }
 
 const std::string voigt = "name  type  area  frequency[ppm]  gauss  lorentz  phase\n";

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/start/peak_table.h"
 
-#include "files/base/tool_error.h"
+#include "support/refusal.h"
 
 #include <gtest/gtest.h>
 
@@ -31,22 +31,11 @@ table_cell cell_of(int quantity, const std::string &text) {
 }
 
 std::string refusal(const std::string &text) {
-    try {
-        read(text);
-    } catch (const tools::tool_error &error) {
-        EXPECT_EQ(error.status(), tools::bad_input) << text;
-        return error.what();
-    }
-    return "no error";
+    return support::refusal_of(tools::bad_input, [&] { read(text); });
 }
 
 std::string refused_cell(int quantity, const std::string &text) {
-    try {
-        cell_of(quantity, text);
-    } catch (const tools::tool_error &error) {
-        return error.what();
-    }
-    return "no error";
+    return support::refusal_of(tools::bad_input, [&] { cell_of(quantity, text); });
 }
 
 using enum tools::quantity;
