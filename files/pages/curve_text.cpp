@@ -56,4 +56,12 @@ const char *unit_of_axis(const std::string &label) {
     return label.find("Hz") != std::string::npos ? "Hz" : "(point)";
 }
 
+ordered_json axis_item(const plot_axis &axis, long long first) {
+    return {{"label", axis.label},
+            {"unit", unit_of_axis(axis.label)},
+            {"zero", axis.at_zero + axis.per_point * static_cast<double>(first)},
+            {"step", axis.per_point},
+            {"falls", axis.falls_to_the_right}};
+}
+
 } // namespace tools

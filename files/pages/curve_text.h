@@ -3,6 +3,7 @@
 #pragma once
 
 #include "files/base/ordered_json.h"
+#include "files/pictures/draw_spectra.h"
 
 #include <string>
 #include <utility>
@@ -29,5 +30,8 @@ points_with_margin(const std::vector<std::pair<long long, long long>> &intervals
 
 // What a readout puts behind a value of a horizontal axis with this label.
 const char *unit_of_axis(const std::string &label);
+
+// The axis as charts.js takes it, of curves that begin with point first.
+ordered_json axis_item(const plot_axis &axis, long long first);
 
 } // namespace tools

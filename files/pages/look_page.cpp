@@ -40,13 +40,8 @@ static spectra_plot plot_of(const looked_spectrum &spectrum) {
 
 static ordered_json look_chart(const looked_spectrum &spectrum) {
     const std::size_t n = spectrum.points.size();
-    const plot_axis axis = plot_axis_of(spectrum.axis, "", static_cast<long long>(n));
     ordered_json data;
-    data["axis"] = {{"label", axis.label},
-                    {"unit", unit_of_axis(axis.label)},
-                    {"zero", axis.at_zero},
-                    {"step", axis.per_point},
-                    {"falls", axis.falls_to_the_right}};
+    data["axis"] = axis_item(plot_axis_of(spectrum.axis, "", static_cast<long long>(n)), 0);
     const auto [first, last] = seen_points(spectrum);
     data["view"] = {first, last};
     data["intervals"] = ordered_json::array();
@@ -88,15 +83,6 @@ static std::string peaks_table(const looked_spectrum &spectrum) {
     return html + "</tbody></table></div>\n";
 }
 
-static std::string said(const char *heading, const std::vector<std::string> &list,
-                        const char *nothing) {
-    std::string html = "<div class=\"guesses\">" + element("h2", "", heading);
-    if (list.empty()) return html + element("p", "class=\"muted\"", nothing) + "</div>\n";
-    html += "<ul>";
-    for (const std::string &text : list) html += element("li", "", text);
-    return html + "</ul></div>\n";
-}
-
 static std::string shaded_text(const looked_spectrum &spectrum) {
     std::string text = "Real part";
     if (spectrum.phase != 0.0 || spectrum.phi_1 != 0.0)
@@ -126,20 +112,17 @@ static std::string look_section(const looked_spectrum &spectrum, std::size_t num
             draw_spectra(plot_of(spectrum)) + "</div>\n<div class=\"charts\"></div>\n" +
             element("figcaption", "", shaded_text(spectrum)) + "\n</figure>\n" +
             data_block(id + "-data", look_chart(spectrum));
-    if (!spectrum.notes.empty()) html += said("Done before the fit", spectrum.notes, "");
-    html += said("Guessed", spectrum.guesses, "Nothing: all that was needed was stated.");
-    if (!spectrum.warnings.empty()) html += said("To look at", spectrum.warnings, "");
+    html += list_below("Done before the fit", spectrum.notes) +
+            list_below("Guessed", spectrum.guesses, "Nothing: all that was needed was stated.") +
+            list_below("To look at", spectrum.warnings);
     return html + peaks_table(spectrum) + "</section>\n";
 }
 
 std::string look_page(const std::vector<looked_spectrum> &spectra, std::size_t of) {
-    page_content page;
+    page_content page = chart_page();
     page.title =
         spectra.size() == 1 ? "Before the fit: " + spectra.front().name : "Before the fits";
-    page.style = std::string(uplot_style()) + std::string(report_style());
-    page.scripts = {std::string(uplot_script()),
-                    std::string(chart_values_script()) + std::string(charts_script()),
-                    std::string(report_script())};
+    page.scripts.emplace_back(report_script());
     page.body = "<main>\n";
     if (of > spectra.size())
         page.body += element("p", "class=\"muted\"",

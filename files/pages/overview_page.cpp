@@ -209,14 +209,9 @@ static void add_numbers(const batch_view &batch, ordered_json &all) {
 
 // Model, axis, and what is marked on it.
 static void add_spectrum_scale(const batch_view &batch, ordered_json &all) {
-    const plot_axis axis = plot_axis_of(batch.scale, "", batch.points);
     const auto [first, last] = shown_points(batch);
     all["model"] = model_of(batch, first);
-    all["axis"] = {{"label", axis.label},
-                   {"unit", unit_of_axis(axis.label)},
-                   {"zero", axis.at_zero + axis.per_point * static_cast<double>(first)},
-                   {"step", axis.per_point},
-                   {"falls", axis.falls_to_the_right}};
+    all["axis"] = axis_item(plot_axis_of(batch.scale, "", batch.points), first);
     all["intervals"] = ordered_json::array();
     for (const auto &[a, b] : fitted_intervals(batch.start.steps, batch.points))
         all["intervals"].push_back({a - first, b - first});
@@ -281,13 +276,6 @@ static std::string worst_table(const batch_view &batch, const std::vector<std::s
     return html;
 }
 
-static std::string list_below(const char *heading, const std::vector<std::string> &texts) {
-    if (texts.empty()) return "";
-    std::string html = "<div class=\"guesses\">" + element("h2", "", heading) + "<ul>";
-    for (const std::string &text : texts) html += element("li", "", text);
-    return html + "</ul></div>\n";
-}
-
 static std::string body_of(const batch_view &batch, const std::vector<std::size_t> &order,
                            const std::string &title) {
     std::map<std::pair<std::string, std::string>, std::size_t> counts;
@@ -317,14 +305,11 @@ void write_overview(const batch_view &batch, const std::string &output, long lon
                     bool force, std::vector<std::string> &written) {
     const bool one_file = static_cast<long long>(batch.spectra.size()) <= one_file_up_to;
     const std::vector<std::size_t> order = worst_first(batch);
-    page_content page;
+    page_content page = chart_page();
     fs::path path = fs::absolute(batch.folder).lexically_normal();
     if (!path.has_filename()) path = path.parent_path();
     page.title = "Batch " + path.filename().string();
-    page.style =
-        std::string(uplot_style()) + std::string(report_style()) + std::string(overview_style());
-    page.scripts = {std::string(uplot_script()),
-                    std::string(chart_values_script()) + std::string(charts_script())};
+    page.style += overview_style();
     for (const std::string_view script :
          {overview_values_script(), overview_model_script(), overview_maps_script(),
           overview_course_script(), overview_spread_script(), overview_spectrum_script(),

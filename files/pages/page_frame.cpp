@@ -55,6 +55,24 @@ std::string html_page(const page_content &content) {
     return page + "</body>\n</html>\n";
 }
 
+page_content chart_page() {
+    page_content page;
+    page.style = std::string(uplot_style()) + std::string(report_style());
+    page.scripts = {std::string(uplot_script()),
+                    std::string(chart_values_script()) + std::string(charts_script())};
+    return page;
+}
+
+std::string list_below(const char *heading, const std::vector<std::string> &texts,
+                       const char *nothing) {
+    if (texts.empty() && *nothing == '\0') return "";
+    std::string html = "<div class=\"guesses\">" + element("h2", "", heading);
+    if (texts.empty()) return html + element("p", "class=\"muted\"", nothing) + "</div>\n";
+    html += "<ul>";
+    for (const std::string &text : texts) html += element("li", "", text);
+    return html + "</ul></div>\n";
+}
+
 std::string data_block(const std::string &id, const ordered_json &data) {
     const std::string json = data.dump_valid();
     std::string text;

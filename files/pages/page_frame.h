@@ -24,6 +24,9 @@ struct page_content {
 
 std::string html_page(const page_content &content);
 
+// What pages with charts begin with: their style, and the scripts that draw.
+page_content chart_page();
+
 // Bytes as text of the alphabet of RFC 4648.
 std::string base64(const std::string &bytes);
 
@@ -32,6 +35,10 @@ std::string data_block(const std::string &id, const ordered_json &data);
 
 // text with everything that is no UTF-8 replaced.
 std::string valid_text(const std::string &text);
+
+// A box with a heading and a list; without texts, what is said then, or no box.
+std::string list_below(const char *heading, const std::vector<std::string> &texts,
+                       const char *nothing = "");
 
 // <tag attributes>text</tag>; text is escaped, attributes are markup.
 std::string element(const std::string &tag, const std::string &attributes, const std::string &text);

@@ -90,7 +90,6 @@ static bool is_higher_than_components(const run_result &run, const complex_signa
 
 ordered_json chart_of(const run_result &run, bool alone) {
     const auto points = static_cast<long long>(run.data.size());
-    const plot_axis axis = plot_axis_of(run.axis, "", points);
     const auto [begin, end] = alone ? std::pair<long long, long long>(0, points - 1)
                                     : points_with_margin(run.intervals(), points);
     const long long from = begin, to = end;
@@ -98,11 +97,7 @@ ordered_json chart_of(const run_result &run, bool alone) {
         return alone ? ordered_json(float_text(curve)) : short_curve(curve, from, to);
     };
     ordered_json data;
-    data["axis"] = {{"label", axis.label},
-                    {"unit", unit_of_axis(axis.label)},
-                    {"zero", axis.at_zero + axis.per_point * static_cast<double>(from)},
-                    {"step", axis.per_point},
-                    {"falls", axis.falls_to_the_right}};
+    data["axis"] = axis_item(plot_axis_of(run.axis, "", points), from);
     const auto [first, last] = run.view();
     data["view"] = {first - from, last - from};
     data["intervals"] = ordered_json::array();

@@ -184,13 +184,10 @@ void report_page::add(const reported_run &reported) {
 }
 
 std::string report_page::text() const {
-    page_content page;
+    page_content page = chart_page();
     const std::string count = std::to_string(spectra_) + " spectra";
     page.title = spectra_ == 1 ? title_ : "Fits of " + count;
-    page.style = std::string(uplot_style()) + std::string(report_style());
-    page.scripts = {std::string(uplot_script()),
-                    std::string(chart_values_script()) + std::string(charts_script()),
-                    std::string(report_script())};
+    page.scripts.emplace_back(report_script());
     page.body = "<main>\n";
     if (spectra_ > 1)
         page.body +=
