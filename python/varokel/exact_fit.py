@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Sequence
 from ctypes import POINTER, byref, c_char_p, c_double, c_int
 from dataclasses import dataclass, field
 
@@ -182,11 +183,7 @@ class ExactFit(EntryValues):
         with "_sd" behind the name. Raises ImportError without pandas."""
         import pandas
 
-        table: dict[str, object] = {"name": self.names, "type": [t.name.lower() for t in self.types]}
-        for quantity in Quantity:
-            table[quantity.name.lower()] = self.values[:, quantity]
-            table[f"{quantity.name.lower()}_sd"] = self.errors[:, quantity]
-        frame: object = pandas.DataFrame(table)
+        frame: object = pandas.DataFrame(columns_of(self))
         return frame
 
     def __str__(self) -> str:
@@ -208,6 +205,16 @@ class ExactFit(EntryValues):
             "fit_spectrum", self._handle, workspace, entry, pointer_to(pairs), pairs.size
         )
         return pairs.view(np.complex128)
+
+
+def columns_of(fit: ExactFit) -> dict[str, Sequence[object] | FloatArray]:
+    """The columns of its table, one row for each entry."""
+    types = [t.name.lower() for t in fit.types]
+    table: dict[str, Sequence[object] | FloatArray] = {"name": fit.names, "type": types}
+    for quantity in Quantity:
+        table[quantity.name.lower()] = fit.values[:, quantity]
+        table[f"{quantity.name.lower()}_sd"] = fit.errors[:, quantity]
+    return table
 
 
 def read_exact_fit(

@@ -8,7 +8,7 @@ from collections.abc import Sequence
 import numpy as np
 
 from .arrays import ComplexArray, FloatArray, Quantity
-from .exact_fit import ExactFit
+from .exact_fit import ExactFit, columns_of
 
 
 def to_dataframe(fits: Sequence[ExactFit | BaseException | None]) -> object:
@@ -21,22 +21,14 @@ def to_dataframe(fits: Sequence[ExactFit | BaseException | None]) -> object:
     import pandas
 
     table: dict[str, list[object]] = {}
-
-    def add(column: str, values: Sequence[object]) -> None:
-        table.setdefault(column, []).extend(values)
-
     for fit in fits:
         if not isinstance(fit, ExactFit):
             continue
-        count = len(fit.names)
-        add("spectrum", [fit.name] * count)
-        add("verdict", [fit.verdict] * count)
-        add("quality", [fit.quality] * count)
-        add("name", fit.names)
-        add("type", [t.name.lower() for t in fit.types])
-        for quantity in Quantity:
-            add(quantity.name.lower(), list(fit.values[:, quantity]))
-            add(f"{quantity.name.lower()}_sd", list(fit.errors[:, quantity]))
+        of_fit = {"spectrum": fit.name, "verdict": fit.verdict, "quality": fit.quality}
+        for column, value in of_fit.items():
+            table.setdefault(column, []).extend([value] * len(fit.names))
+        for column, values in columns_of(fit).items():
+            table.setdefault(column, []).extend(values)
     frame: object = pandas.DataFrame(table)
     return frame
 

@@ -8,8 +8,7 @@ from dataclasses import dataclass
 from os import PathLike
 from pathlib import Path
 
-from .errors import ProgramFailed
-from .programs import RunningPrograms, find_program
+from .programs import run_companion
 
 
 @dataclass(frozen=True)
@@ -63,11 +62,10 @@ def read_judgement(
 
     Raises ProgramMissing; ProgramFailed with the program's message.
     """
-    program = find_program("varokel-report", programs)
-    command: list[str | PathLike[str]] = [program, Path(folder).absolute(), "--judgement"]
-    finished = RunningPrograms().run([*command, "--spectrum", name], Path.cwd())
-    if finished.status not in (0, 1):  # 1: it was not fitted
-        raise ProgramFailed("varokel-report", finished.status, finished.errors or finished.output)
+    words: list[str | PathLike[str]] = [Path(folder).absolute(), "--judgement"]
+    words += ["--spectrum", name]
+    ends = (0, 1)  # 1: it was not fitted
+    finished = run_companion("varokel-report", words, Path.cwd(), programs, ends)
     own = json.loads(finished.output)[0]
     findings = tuple(
         Finding(each["kind"], each["level"], each["text"], tuple(each["entries"]))

@@ -72,6 +72,7 @@ _SIGNATURES: dict[str, list[type]] = {
     "error_factor": [c_char_p, _handle, _doubles],
 }
 _COUNTS = (
+    "workspace_failed_entry",
     "fit_verdict",
     "fit_reasons",
     "fit_starts",
@@ -88,7 +89,26 @@ _NUMBERS = (
     "fit_quality",
     "start_hz_per_point",
 )
+_TEXTS: dict[str, list[type]] = {
+    "status_text": [c_int],
+    "verdict_name": [c_int],
+    "problem_message": [_handle],
+    "workspace_message": [_handle],
+}
 _KINDS = ("problem", "options", "workspace", "fit", "table", "start")
+
+
+def _functions() -> dict[str, tuple[type | None, list[type]]]:
+    """Result and arguments of each function by its name."""
+    return {
+        **{name: (c_int, arguments) for name, arguments in _SIGNATURES.items()},
+        **{name: (c_int, [_handle]) for name in _COUNTS},
+        **{name: (c_double, [_handle]) for name in _NUMBERS},
+        **{name: (c_char_p, arguments) for name, arguments in _TEXTS.items()},
+        **{f"{kind}_destroy": (None, [_handle]) for kind in _KINDS},
+    }
+
+
 NO_MEMORY, STOPPED = 4, 6
 
 
@@ -127,37 +147,16 @@ class Library:
     def __init__(self, file: str) -> None:
         try:
             self._loaded = ctypes.CDLL(file)
-            for name, arguments in _SIGNATURES.items():
+            for name, (result, arguments) in _functions().items():
                 function = getattr(self._loaded, f"varokel_{name}")
-                function.argtypes, function.restype = arguments, c_int
-            for name in _COUNTS:
-                self._plain(name, c_int)
-            for name in _NUMBERS:
-                self._plain(name, c_double)
-            for kind in _KINDS:
-                function = getattr(self._loaded, f"varokel_{kind}_destroy")
-                function.argtypes, function.restype = [_handle], None
-            for name, argument in (
-                ("status_text", c_int),
-                ("verdict_name", c_int),
-                ("problem_message", _handle),
-                ("workspace_message", _handle),
-            ):
-                function = getattr(self._loaded, f"varokel_{name}")
-                function.argtypes, function.restype = [argument], c_char_p
-            function = getattr(self._loaded, "varokel_workspace_failed_entry")
-            function.argtypes, function.restype = [_handle], c_int
+                function.argtypes, function.restype = arguments, result
         except (OSError, AttributeError) as error:
             raise LibraryMissing(f"{file} cannot be loaded: {error}") from error
 
-    def _plain(self, name: str, result: type) -> None:
-        function = getattr(self._loaded, f"varokel_{name}")
-        function.argtypes, function.restype = [_handle], result
-
-    def create(self, kind: str, *arguments: object) -> Handle:
-        """A new handle; arguments: those in front of the pointer that is returned."""
+    def create(self, kind: str) -> Handle:
+        """A new handle."""
         pointer = c_void_p()
-        self.check(getattr(self._loaded, f"varokel_{kind}_create")(*arguments, byref(pointer)))
+        self.check(getattr(self._loaded, f"varokel_{kind}_create")(byref(pointer)))
         return Handle(self, kind, pointer)
 
     def release(self, kind: str, pointer: c_void_p) -> None:

@@ -4,7 +4,6 @@
 from __future__ import annotations
 
 import tempfile
-import warnings
 from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
 from os import PathLike
@@ -12,9 +11,8 @@ from pathlib import Path
 
 import numpy.typing as npt
 
-from .errors import ProgramFailed, VarokelWarning
 from .patterns import PatternContent, place_pattern
-from .programs import RunningPrograms, find_program
+from .programs import run_companion, warn_of
 from .sidecar import Sidecar
 from .signals import signal_bytes
 from .start_file import StartFile
@@ -76,7 +74,6 @@ def start_from_peaks(
     Each line that the program warns with becomes a VarokelWarning. Raises ProgramFailed with the
     program's message, which names line and column of the table; ProgramMissing.
     """
-    program = find_program("varokel-start", programs)
     with tempfile.TemporaryDirectory(prefix="varokel_start_") as private:
         folder = Path(private)
         (folder / "spectrum.bin").write_bytes(signal_bytes(spectrum))
@@ -84,16 +81,9 @@ def start_from_peaks(
         (folder / "peaks.txt").write_text(table.text, encoding="utf-8")
         for name, content in {**table.pattern_files(), **(patterns or {})}.items():
             place_pattern(folder, name, content, sidecar.points)
-        command: list[str | PathLike[str]] = [program, "peaks.txt", *table.options]
-        command += ["-d", "spectrum.bin", "-o", "start.par"]
-        finished = RunningPrograms().run(command, folder)
-        if finished.status != 0:
-            raise ProgramFailed(
-                "varokel-start", finished.status, finished.errors or finished.output
-            )
-        said = [line.removeprefix("varokel-start: ") for line in finished.errors.splitlines()]
-        for line in said:
-            warnings.warn(line, VarokelWarning, stacklevel=2)
+        words = ["peaks.txt", *table.options, "-d", "spectrum.bin", "-o", "start.par"]
+        finished = run_companion("varokel-start", words, folder, programs)
+        warn_of(finished, "varokel-start", stacklevel=2)
         start = read_start_file(folder / "start.par")
         names_file = folder / "names.txt"
         names = read_names(names_file) if names_file.exists() else ()

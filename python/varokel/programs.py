@@ -7,12 +7,13 @@ import os
 import shutil
 import subprocess
 import threading
+import warnings
 from collections.abc import Sequence
 from dataclasses import dataclass
 from os import PathLike
 from pathlib import Path
 
-from .errors import ProgramMissing
+from .errors import ProgramFailed, ProgramMissing, VarokelWarning
 
 PROGRAM_FOLDER_VARIABLE = "VAROKEL_PROGRAMS"
 
@@ -101,6 +102,27 @@ class RunningPrograms:
             self._ended = True
             for process in self._running:
                 process.kill()
+
+
+def run_companion(
+    name: str,
+    arguments: Sequence[str | PathLike[str]],
+    folder: Path,
+    programs: str | PathLike[str] | None,
+    ends: Sequence[int] = (0,),
+) -> Finished:
+    """Runs a companion program in `folder`. Raises ProgramMissing; ProgramFailed, with its message,
+    for an exit status that is none of `ends`."""
+    finished = RunningPrograms().run([find_program(name, programs), *arguments], folder)
+    if finished.status not in ends:
+        raise ProgramFailed(name, finished.status, finished.errors or finished.output)
+    return finished
+
+
+def warn_of(finished: Finished, name: str, stacklevel: int) -> None:
+    """Each line that the program warned with as a VarokelWarning of the caller's caller ..."""
+    for line in finished.errors.splitlines():
+        warnings.warn(line.removeprefix(f"{name}: "), VarokelWarning, stacklevel=stacklevel + 1)
 
 
 def _text(printed: bytes) -> str:

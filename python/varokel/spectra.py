@@ -4,7 +4,6 @@
 from __future__ import annotations
 
 import tempfile
-import warnings
 from collections.abc import Iterator, Sequence
 from dataclasses import dataclass, field
 from os import PathLike
@@ -13,8 +12,7 @@ from pathlib import Path
 import numpy.typing as npt
 
 from .arrays import ComplexArray
-from .errors import ProgramFailed, VarokelWarning
-from .programs import RunningPrograms, find_program
+from .programs import run_companion, warn_of
 from .sidecar import Sidecar, read_sidecar
 from .signals import read_signal, spectrum_of_fid
 
@@ -118,14 +116,10 @@ def run_import(
     programs: str | PathLike[str] | None = None,
 ) -> list[Path]:
     """As import_file, but leaves spectra and sidecars in `folder`; returns their .bin files."""
-    program = find_program("varokel-import", programs)
-    command: list[str | PathLike[str]] = [program, Path(source).absolute(), *options]
-    command += ["-o", Path(folder).absolute()]
-    finished = RunningPrograms().run(command, Path.cwd())
-    if finished.status != 0:
-        raise ProgramFailed("varokel-import", finished.status, finished.errors or finished.output)
-    for line in finished.errors.splitlines():
-        warnings.warn(line.removeprefix("varokel-import: "), VarokelWarning, stacklevel=3)
+    words: list[str | PathLike[str]] = [Path(source).absolute(), *options]
+    words += ["-o", Path(folder).absolute()]
+    finished = run_companion("varokel-import", words, Path.cwd(), programs)
+    warn_of(finished, "varokel-import", stacklevel=3)
     # the signals that were written stand on lines of their own, between keywords of a control file
     names = (Path(line) for line in finished.output.splitlines())
     return [name for name in names if name.suffix == ".bin" and name.is_absolute()]

@@ -61,6 +61,11 @@ class Entry:
         return (self.area, self.frequency, self.gauss_width, self.phase, self.lorentz_width)
 
 
+def by_name(parameters: list[Parameter]) -> dict[str, Parameter]:
+    """Parameters in the order of Quantity by their names in an Entry."""
+    return {quantity.name.lower(): p for quantity, p in zip(Quantity, parameters)}
+
+
 @dataclass(frozen=True)
 class Step:
     """A step of the strategy.
@@ -164,29 +169,23 @@ class StartFile:
         """
         refuse_masked(values, "start values with masked ones among them; fill them first")
         table = np.asarray(values, dtype=np.float64)
-        if table.shape != (len(self.entries), len(Quantity)):
-            raise ValueError(
-                f"values of shape {table.shape}; expected ({len(self.entries)}, {len(Quantity)})"
-            )
+        changed = self._with("value", table)
         if not np.all(np.isfinite(table)):
             raise ValueError("start values that are no finite numbers")
-        changed = []
-        for entry, row in zip(self.entries, table):
-            new = [dataclasses.replace(p, value=float(v)) for p, v in zip(entry.parameters, row)]
-            changed.append(_with_parameters(entry, new))
-        return dataclasses.replace(self, entries=tuple(changed))
+        return changed
 
     def with_links(self, links: IntArray) -> StartFile:
         """The same file with other links, shape (entries, 5); see Parameter."""
-        table = np.asarray(links, dtype=np.int64)
-        if table.shape != (len(self.entries), len(Quantity)):
-            raise ValueError(
-                f"links of shape {table.shape}; expected ({len(self.entries)}, {len(Quantity)})"
-            )
+        return self._with("link", np.asarray(links, dtype=np.int64))
+
+    def _with(self, what: str, table: FloatArray | IntArray) -> StartFile:
+        expected = (len(self.entries), len(Quantity))
+        if table.shape != expected:
+            raise ValueError(f"{what}s of shape {table.shape}; expected {expected}")
         changed = []
-        for entry, row in zip(self.entries, table):
-            new = [dataclasses.replace(p, link=int(k)) for p, k in zip(entry.parameters, row)]
-            changed.append(_with_parameters(entry, new))
+        for entry, row in zip(self.entries, table.tolist()):
+            new = [dataclasses.replace(p, **{what: n}) for p, n in zip(entry.parameters, row)]
+            changed.append(dataclasses.replace(entry, **by_name(new)))
         return dataclasses.replace(self, entries=tuple(changed))
 
     def with_fixed(self, *quantities: Quantity) -> StartFile:
@@ -250,17 +249,6 @@ class StartFile:
                 raise ValueError(f"entry {number}: a pattern has the name of a file without blanks")
             if self.ranges != 2 and any(p.range is None for p in entry.parameters):
                 raise ValueError(f"entry {number}: a parameter has no range; ranges 2 needs none")
-
-
-def _with_parameters(entry: Entry, parameters: list[Parameter]) -> Entry:
-    return dataclasses.replace(
-        entry,
-        area=parameters[Quantity.AREA],
-        frequency=parameters[Quantity.FREQUENCY],
-        gauss_width=parameters[Quantity.GAUSS_WIDTH],
-        phase=parameters[Quantity.PHASE],
-        lorentz_width=parameters[Quantity.LORENTZ_WIDTH],
-    )
 
 
 def _step_line(step: Step) -> str:

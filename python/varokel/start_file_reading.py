@@ -14,6 +14,7 @@ from .start_file import (
     Parameter,
     StartFile,
     Step,
+    by_name,
 )
 from .words import WordReader
 
@@ -150,13 +151,5 @@ def _read_entry(
             f"entry {number}: type 4 belongs to patterns, which stand behind the lines"
         )
     name = pattern_files[number - n_lines - 1] if number > n_lines else ""
-    return Entry(
-        type=entry_type,
-        area=parameters[Quantity.AREA],
-        frequency=parameters[Quantity.FREQUENCY],
-        gauss_width=parameters[Quantity.GAUSS_WIDTH],
-        phase=parameters[Quantity.PHASE],
-        lorentz_width=parameters[Quantity.LORENTZ_WIDTH],
-        takes_lineshape=takes_lineshape,
-        pattern_file=name,
-    )
+    own = by_name(parameters)
+    return Entry(type=entry_type, takes_lineshape=takes_lineshape, pattern_file=name, **own)
