@@ -9,8 +9,11 @@
 #include "run/storage.h"
 #include "support/support.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -160,6 +163,15 @@ struct file_text {
                starting_value_block() + prior_knowledge_block() + line_shape_block() + end_of_file;
     }
 
+    // One pattern behind one line.
+    file_text &with_pattern(const std::string &name) {
+        patterns = "1";
+        names = {name};
+        with_entries(2);
+        lines = "1";
+        return *this;
+    }
+
     file_text &with_entries(int n) {
         lines = std::to_string(n);
         entries.clear();
@@ -225,11 +237,16 @@ inline std::string read_blocks(const std::string &name, int lines, int coefs = 0
 }
 
 // The same from a text.
-inline std::string read_version_3_text(const file_text &text, int lines = 1, int coefs = 0,
+inline std::string read_version_3_text(const std::string &text, int lines = 1, int coefs = 0,
                                        int patterns = 0) {
     const support::temporary_folder folder;
-    support::write_file(folder.file("a.par"), text.version_3());
+    support::write_file(folder.file("a.par"), text);
     return read_version_3(folder.file("a.par"), lines, coefs, patterns);
+}
+
+inline std::string read_version_3_text(const file_text &text, int lines = 1, int coefs = 0,
+                                       int patterns = 0) {
+    return read_version_3_text(text.version_3(), lines, coefs, patterns);
 }
 
 inline std::string read_old_text(const file_text &text, int lines = 1, int coefs = 0) {
@@ -289,8 +306,101 @@ inline std::string without_time(const std::string &text) {
     return std::string(text).replace(text.find(stamp), stamp.size(), "TIME");
 }
 
+// The text with another word in the place of its first `from`.
+inline std::string replaced(std::string text, const std::string &from, const std::string &to) {
+    return text.replace(text.find(from), from.size(), to);
+}
+
 inline const std::string two_fatal_lines =
     "fatal error reading starting value / fit strategy file \n"
     "reading terminated before eof was reached \n";
+
+inline const std::string wrong_strategy =
+    two_fatal_lines + "file format error in fit strategy definition \n"
+                      "example of one legal fit strategy step is : \n\n"
+                      "@  1 1024  1  1  1  1  1  0  1  0  550  2   1  470 55O\n\n";
+
+// What is printed of a file whose keywords are out of step.
+inline std::string order_text(const std::string &lines, const std::string &last) {
+    std::string text = two_fatal_lines + "file format error in line " + lines +
+                       " \ncorrect order of parameters are : \n\n";
+    for (const char *word : {"n_pnts", "noistr", "noistp", "nLines", "lsfcfs"})
+        text += word + std::string(" <integer>\n");
+    text += "phi__1 <float>\nHz_p_p <float>\n";
+    for (const char *word : {"fit_mo", "verbos", "showli", "clcerr"})
+        text += word + std::string(" <integer>\n");
+    return text + "sg_idl <string>\n" + last;
+}
+
+inline const char one_line_pattern[] =
+    "start_pattern number_of_lines 1 parameters name line_type area frequency gauss_width "
+    "zero_phase lorentz_width a gauss 3.0 20.0 2.0 0.0 end_of_parameters end_of_pattern\n";
+
+// The settings of the run state against the numbers of the file that they were read from.
+inline void expect_settings_of(const file_text &text) {
+    EXPECT_EQ(ap, std::stoi(text.points));
+    EXPECT_EQ(noise_strt, std::stoi(text.noise_start));
+    EXPECT_EQ(noise_stop, std::stoi(text.noise_end));
+    EXPECT_EQ(nLines, std::stoi(text.lines));
+    EXPECT_EQ(lsf_coefs, std::stoi(text.coefs));
+    EXPECT_EQ(phi_1, std::stod(text.phi));
+    EXPECT_EQ(Hz_pp, std::stod(text.hertz));
+    EXPECT_EQ(T_acq, 1.0 / std::stod(text.hertz));
+    EXPECT_EQ(fitmode, std::stoi(text.mode));
+    EXPECT_EQ(verbose, std::stoi(text.report));
+    EXPECT_EQ(show_line, std::stoi(text.followed));
+    EXPECT_EQ(error_calc, std::stoi(text.errors));
+    EXPECT_EQ(sage_idl, text.format);
+    EXPECT_EQ(sageidl, 3); // none
+    EXPECT_EQ(par_ranges, std::stoi(text.ranges));
+    EXPECT_EQ(ignore, std::stoi(text.ignored));
+    EXPECT_EQ(npar, 5 * static_cast<int>(text.entries.size()));
+    EXPECT_EQ(par[npar], std::stod(text.coefficients.at(0)));
+    EXPECT_EQ(par[npar + 1], std::stod(text.coefficients.at(1)));
+    EXPECT_EQ(file_corrupt, 0);
+}
+
+// Three times written and read again: the file stays the same. write returns the file's text, read
+// takes it from there.
+inline void expect_same_when_written_again(const std::function<std::string()> &write,
+                                           const std::function<void()> &read) {
+    std::string previous;
+    for (int pass = 0; pass < 3; ++pass) {
+        const std::string now = write();
+        if (pass > 0) {
+            EXPECT_EQ(now, previous) << "pass " << pass;
+        }
+        previous = now;
+        start_from_defaults();
+        read();
+        ASSERT_EQ(file_corrupt, 0);
+    }
+}
+
+// A writer whose k-th request for storage fails says the k-th of the texts and writes no file.
+inline void expect_storage_missed(const std::function<int()> &write, const std::string &file,
+                                  const std::vector<std::string> &texts) {
+    for (std::size_t k = 0; k < texts.size(); ++k) {
+        fail_storage_request(static_cast<long long>(k) + 1);
+        EXPECT_EQ(support::stdout_of([&] { EXPECT_EQ(write(), EOF); }), texts[k]);
+        EXPECT_FALSE(support::file_exists(file));
+    }
+    fail_storage_request(0);
+}
+
+// A reader of a keyword format ends the run when its file is not there.
+inline void expect_end_without_file(const std::function<void(const std::string &)> &read) {
+    const support::temporary_folder folder;
+    int status = 0;
+    const auto try_it = [&] { read(folder.file("none")); };
+    EXPECT_EQ(support::stdout_of([&] { status = support::end_status_of(try_it); }),
+              " I/O-error : starting value file could not be opened \n ");
+    EXPECT_EQ(status, -1);
+}
+
+inline const std::vector<std::string> keyword_storage_texts = {
+    " Memory requested to store o_fixpar[]-struct in write_fitcontrol_old() is not available\n",
+    " Memory requested to store o_par[] in write_fitcontrol_old() is not available\n",
+    " Memory requested to store o_errpar[] in write_fitcontrol_old() is not available\n"};
 
 } // namespace control_example

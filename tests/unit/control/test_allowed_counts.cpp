@@ -77,14 +77,8 @@ TEST_F(allowed_counts, the_noise_window_ends_where_twice_its_points_fill_an_int)
 }
 
 TEST_F(allowed_counts, patterns_allow_4096_points) {
-    text.patterns = "1";
-    text.names = {folder.file("a.pat")};
-    support::write_file(text.names[0],
-                        "start_pattern number_of_lines 1 parameters name line_type area frequency "
-                        "gauss_width zero_phase lorentz_width "
-                        "a gauss 3.0 20.0 2.0 0.0 end_of_parameters end_of_pattern\n");
-    text.with_entries(2);
-    text.lines = "1";
+    text.with_pattern(folder.file("a.pat"));
+    support::write_file(text.names[0], one_line_pattern);
     text.points = "4096";
     load(text.version_3());
     EXPECT_EQ(file_corrupt, 0);
@@ -107,10 +101,7 @@ TEST_F(allowed_counts, patterns_are_not_negative) {
 
 // A pattern of one line, as often as it is wanted.
 static std::vector<std::string> patterns_in(const support::temporary_folder &folder, int count) {
-    support::write_file(folder.file("a.pat"),
-                        "start_pattern number_of_lines 1 parameters name line_type area frequency "
-                        "gauss_width zero_phase lorentz_width "
-                        "a gauss 3.0 20.0 2.0 0.0 end_of_parameters end_of_pattern\n");
+    support::write_file(folder.file("a.pat"), one_line_pattern);
     return std::vector<std::string>(static_cast<std::size_t>(count), folder.file("a.pat"));
 }
 
@@ -297,11 +288,7 @@ TEST_F(allowed_counts, a_prior_knowledge_block_without_numbers_is_refused) {
 }
 
 TEST_F(allowed_counts, pattern_names_have_199_characters) {
-    text.patterns = "1";
-    text.with_entries(2);
-    text.lines = "1";
-    text.report = "0";
-    text.names = {std::string(195, 'a') + ".pat"};
+    text.with_pattern(std::string(195, 'a') + ".pat");
     load(text.version_3());
     EXPECT_EQ(end_status, -1); // no such file, but its name is known
     EXPECT_EQ(pat_name[1], text.names[0]);

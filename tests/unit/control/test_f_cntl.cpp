@@ -9,24 +9,6 @@
 
 using namespace control_example;
 
-static const char order_text[] = "file format error in line 2 to 16 \n"
-                                 "correct order of parameters are : \n\n"
-                                 "n_pnts <integer>\n"
-                                 "noistr <integer>\n"
-                                 "noistp <integer>\n"
-                                 "nLines <integer>\n"
-                                 "lsfcfs <integer>\n"
-                                 "phi__1 <float>\n"
-                                 "Hz_p_p <float>\n"
-                                 "fit_mo <integer>\n"
-                                 "verbos <integer>\n"
-                                 "showli <integer>\n"
-                                 "clcerr <integer>\n"
-                                 "sg_idl <string>\n"
-                                 "ranges <integer>\n"
-                                 "ignore <integer>\n"
-                                 "pattrn <integer>\n\n\n";
-
 static void expect_entry(int entry, const double (&values)[5]) {
     for (int j = 0; j < 5; ++j) {
         EXPECT_EQ(par[5 * (entry - 1) + j], values[j]) << "entry " << entry << " parameter " << j;
@@ -50,29 +32,10 @@ TEST_F(f_cntl, reads_every_setting) {
     text.report = "1";
     text.followed = "4";
     EXPECT_EQ(read_version_3_text(text, 1, 1), "");
-    EXPECT_EQ(ap, 64);
-    EXPECT_EQ(noise_strt, 2);
-    EXPECT_EQ(noise_stop, 10);
-    EXPECT_EQ(nLines, 1);
-    EXPECT_EQ(lsf_coefs, 1);
-    EXPECT_EQ(phi_1, 90.0);
-    EXPECT_EQ(Hz_pp, 2.5);
-    EXPECT_EQ(T_acq, 0.4);
+    expect_settings_of(text);
     EXPECT_EQ(ftol, static_cast<double>(1e-6F)); // reals have single precision
-    EXPECT_EQ(fitmode, 3);
     EXPECT_EQ(ref_line, 0);
-    EXPECT_EQ(verbose, 1);
-    EXPECT_EQ(show_line, 4);
-    EXPECT_EQ(error_calc, 1);
-    EXPECT_STREQ(sage_idl, "none");
-    EXPECT_EQ(sageidl, 3);
-    EXPECT_EQ(par_ranges, 0);
-    EXPECT_EQ(ignore, 3);
     EXPECT_EQ(n_patterns, 0);
-    EXPECT_EQ(npar, 5);
-    EXPECT_EQ(par[5], 0.5);
-    EXPECT_EQ(par[6], -0.25);
-    EXPECT_EQ(file_corrupt, 0);
 }
 
 TEST_F(f_cntl, reads_a_fit_strategy_with_steps_and_intervals_from_1) {
@@ -183,15 +146,12 @@ TEST_F(f_cntl, ranges_2_means_three_numbers_per_parameter) {
 }
 
 TEST_F(f_cntl, five_numbers_with_ranges_2_are_out_of_step) {
-    std::string file = text.version_3();
-    file.replace(file.find("ranges 0"), 8, "ranges 2");
-    const support::temporary_folder folder;
-    support::write_file(folder.file("a.par"), file);
+    const std::string file = replaced(text.version_3(), "ranges 0", "ranges 2");
     // Three of five numbers per parameter; the last link takes the 1 of "1.5", its value the ".5".
-    EXPECT_EQ(read_version_3(folder.file("a.par"), 1),
-              two_fatal_lines + "error reading prior knowledge information \n"
-                                "expected string to read : lsf_coefs  \n"
-                                "string found in file    : 4.5\n\n");
+    EXPECT_EQ(read_version_3_text(file, 1), two_fatal_lines +
+                                                "error reading prior knowledge information \n"
+                                                "expected string to read : lsf_coefs  \n"
+                                                "string found in file    : 4.5\n\n");
     EXPECT_EQ(file_corrupt, 1);
 }
 
@@ -286,36 +246,28 @@ TEST_F(f_cntl, marker_99_is_read_and_marker_100_is_not) {
 TEST_F(f_cntl, prior_knowledge_goes_by_place_and_not_by_marker) {
     text.with_entries(2);
     text.entries[1].link[0] = 1;
-    std::string file = text.version_3();
-    file.replace(file.find("#2"), 2, "#9");
-    const support::temporary_folder folder;
-    support::write_file(folder.file("a.par"), file);
-    read_version_3(folder.file("a.par"), 2);
+    const std::string file = replaced(text.version_3(), "#2", "#9");
+    read_version_3_text(file, 2);
     EXPECT_EQ(file_corrupt, 0);
     EXPECT_EQ(fixpar[5].fixed_to, 1);
 }
 
 TEST_F(f_cntl, keywords_are_not_compared) {
-    std::string file = text.version_3();
-    file.replace(file.find("noistr"), 6, "xyz");
-    const support::temporary_folder folder;
-    support::write_file(folder.file("a.par"), file);
-    EXPECT_EQ(read_version_3(folder.file("a.par"), 1), "");
+    const std::string file = replaced(text.version_3(), "noistr", "xyz");
+    EXPECT_EQ(read_version_3_text(file, 1), "");
     EXPECT_EQ(noise_strt, 2);
 }
 
 TEST_F(f_cntl, a_keyword_ends_at_six_characters) {
-    std::string file = text.version_3();
-    file.replace(file.find("n_pnts 64"), 9, "n_pnts64");
-    const support::temporary_folder folder;
-    support::write_file(folder.file("a.par"), file);
-    EXPECT_EQ(read_version_3(folder.file("a.par"), 1), "");
+    const std::string file = replaced(text.version_3(), "n_pnts 64", "n_pnts64");
+    EXPECT_EQ(read_version_3_text(file, 1), "");
     EXPECT_EQ(ap, 64);
 }
 
 TEST_F(f_cntl, wrong_strategy_header_word_sets_file_corrupt) {
     text.strategy_word = "Algor";
-    EXPECT_EQ(read_version_3_text(text), two_fatal_lines + order_text);
+    EXPECT_EQ(read_version_3_text(text),
+              order_text("2 to 16", "ranges <integer>\nignore <integer>\npattrn <integer>\n\n\n"));
     EXPECT_EQ(file_corrupt, 1);
     EXPECT_EQ(n_fit_strat_steps, 0);
     EXPECT_EQ(par[0], 0.0);
@@ -326,20 +278,13 @@ TEST_F(f_cntl, a_strategy_header_word_of_more_than_five_characters_is_split) {
     text.strategy_word = "algorX";
     text.steps.clear();
     // "X" is the second header word; the last, "max", stands where "number" is expected.
-    EXPECT_EQ(read_version_3_text(text),
-              two_fatal_lines + "file format error in fit strategy definition \n"
-                                "example of one legal fit strategy step is : \n\n"
-                                "@  1 1024  1  1  1  1  1  0  1  0  550  2   1  470 55O\n\n");
+    EXPECT_EQ(read_version_3_text(text), wrong_strategy);
 }
 
 TEST_F(f_cntl, every_strategy_header_word_is_five_characters_at_most) {
-    std::string file = text.version_3();
-    const std::string words = "trunc ampli frequ";
-    file.replace(file.find(words), words.size(), "truncation frequ");
-    const support::temporary_folder folder;
-    support::write_file(folder.file("a.par"), file);
+    const std::string file = replaced(text.version_3(), "trunc ampli frequ", "truncation frequ");
     // one word less, and one that counts twice
-    EXPECT_EQ(read_version_3(folder.file("a.par"), 1), "");
+    EXPECT_EQ(read_version_3_text(file, 1), "");
     EXPECT_EQ(file_corrupt, 0);
     EXPECT_EQ(n_fit_strat_steps, 1);
     EXPECT_EQ(user_fit_strat[1][0], 1);
@@ -347,33 +292,23 @@ TEST_F(f_cntl, every_strategy_header_word_is_five_characters_at_most) {
 
 TEST_F(f_cntl, wrong_start_header_word_sets_file_corrupt) {
     text.start_word = "Number";
-    EXPECT_EQ(read_version_3_text(text),
-              two_fatal_lines + "file format error in fit strategy definition \n"
-                                "example of one legal fit strategy step is : \n\n"
-                                "@  1 1024  1  1  1  1  1  0  1  0  550  2   1  470 55O\n\n");
+    EXPECT_EQ(read_version_3_text(text), wrong_strategy);
     EXPECT_EQ(file_corrupt, 1);
     EXPECT_EQ(n_fit_strat_steps, 1);
     EXPECT_EQ(hrange[1], 0);
 }
 
 TEST_F(f_cntl, a_start_header_word_of_more_than_six_characters_is_split) {
-    std::string file = text.version_3();
-    const std::string words = "number area";
-    file.replace(file.find(words), words.size(), "numberX");
-    const support::temporary_folder folder;
-    support::write_file(folder.file("a.par"), file);
+    const std::string file = replaced(text.version_3(), "number area", "numberX");
     // "X" stands for "area"
-    EXPECT_EQ(read_version_3(folder.file("a.par"), 1), "");
+    EXPECT_EQ(read_version_3_text(file, 1), "");
     EXPECT_EQ(file_corrupt, 0);
     EXPECT_EQ(par[area_par], 100.0);
 }
 
 TEST_F(f_cntl, a_letter_in_a_step_ends_the_steps) {
     text.steps = {"@  1 1024  1  1  1  1  1  0  1  0  550  2   1  470 55O"};
-    EXPECT_EQ(read_version_3_text(text),
-              two_fatal_lines + "file format error in fit strategy definition \n"
-                                "example of one legal fit strategy step is : \n\n"
-                                "@  1 1024  1  1  1  1  1  0  1  0  550  2   1  470 55O\n\n");
+    EXPECT_EQ(read_version_3_text(text), wrong_strategy);
     EXPECT_EQ(hxmax[1][1], 55);
 }
 
@@ -471,12 +406,7 @@ TEST_F(f_cntl, a_faulty_file_is_not_compared) {
 }
 
 TEST_F(f_cntl, a_file_that_cannot_be_opened_ends_the_run) {
-    const support::temporary_folder folder;
-    int status = 0;
-    const auto read = [&] { read_version_3_file(folder.file("none")); };
-    EXPECT_EQ(support::stdout_of([&] { status = support::end_status_of(read); }),
-              " I/O-error : starting value file could not be opened \n ");
-    EXPECT_EQ(status, -1);
+    expect_end_without_file(read_version_3_file);
 }
 
 TEST_F(f_cntl, a_file_cut_anywhere_ends_in_a_message_or_whole) {
@@ -667,18 +597,11 @@ TEST_F(f_cntl_writer, a_written_file_read_and_written_again_is_the_same) {
     }
     read_version_3_text(text, 12, 2);
     ASSERT_EQ(file_corrupt, 0);
-    std::string previous;
-    for (int pass = 0; pass < 3; ++pass) {
-        ASSERT_EQ(write_version_3(), 0);
-        const std::string now = written();
-        if (pass > 0) {
-            EXPECT_EQ(now, previous) << "pass " << pass;
-        }
-        previous = now;
-        start_from_defaults();
-        read_version_3("compact.par", 12, 2);
-        ASSERT_EQ(file_corrupt, 0);
-    }
+    const auto write = [&] {
+        EXPECT_EQ(write_version_3(), 0);
+        return written();
+    };
+    expect_same_when_written_again(write, [] { read_version_3("compact.par", 12, 2); });
 }
 
 TEST_F(f_cntl_writer, values_come_back_in_single_precision) {
@@ -725,15 +648,6 @@ TEST_F(f_cntl_writer, a_full_disk_is_reported) {
 }
 
 TEST_F(f_cntl_writer, missing_storage_is_reported_and_nothing_is_written) {
-    static const char *const texts[] = {
-        " Memory requested to store o_fixpar[]-struct in write_fitcontrol_old() is not available\n",
-        " Memory requested to store o_par[] in write_fitcontrol_old() is not available\n",
-        " Memory requested to store o_errpar[] in write_fitcontrol_old() is not available\n"};
     read_version_3_text(text);
-    for (int k = 1; k <= 3; ++k) {
-        fail_storage_request(k);
-        EXPECT_EQ(support::stdout_of([&] { EXPECT_EQ(write_version_3(), EOF); }), texts[k - 1]);
-        EXPECT_FALSE(support::file_exists("compact.par"));
-    }
-    fail_storage_request(0);
+    expect_storage_missed(write_version_3, "compact.par", keyword_storage_texts);
 }

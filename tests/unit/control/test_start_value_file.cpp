@@ -16,6 +16,13 @@ class start_value_file : public ::testing::Test {
         name = folder.file("start.par");
     }
 
+    // Loads the start file; the status with which that ended the run.
+    int load_status() {
+        int status = 0;
+        said = support::stdout_of([&] { status = support::end_status_of(MakeInitValFile); });
+        return status;
+    }
+
     // Writes the start file.
     void give(const std::string &content) {
         support::write_file(name, content);
@@ -36,7 +43,7 @@ class start_value_file : public ::testing::Test {
     }
 
     support::temporary_folder folder;
-    std::string name;
+    std::string name, said; // said: by load_status
     file_text text;
 };
 
@@ -123,10 +130,8 @@ TEST_F(start_value_file, bytes_that_are_no_text_are_a_faulty_old_file) {
 
 TEST_F(start_value_file, a_file_that_cannot_be_opened_ends_the_run) {
     std::snprintf(strtvalfnm, sizeof strtvalfnm, "%s", name.c_str());
-    int status = 0;
-    EXPECT_EQ(support::stdout_of([&] { status = support::end_status_of(MakeInitValFile); }),
-              "I/0 error : cannot open starting value file : " + name + "\n\n");
-    EXPECT_EQ(status, -1);
+    EXPECT_EQ(load_status(), -1);
+    EXPECT_EQ(said, "I/0 error : cannot open starting value file : " + name + "\n\n");
 }
 
 TEST_F(start_value_file, a_file_without_end_mark_ends) {
@@ -136,14 +141,8 @@ TEST_F(start_value_file, a_file_without_end_mark_ends) {
 }
 
 TEST_F(start_value_file, named_patterns_are_loaded) {
-    text.patterns = "1";
-    text.names = {folder.file("one.pat")};
-    text.with_entries(2);
-    text.lines = "1";
-    support::write_file(text.names[0],
-                        "start_pattern number_of_lines 1 parameters name line_type area frequency "
-                        "gauss_width zero_phase lorentz_width "
-                        "a gauss 3.0 20.0 2.0 0.0 end_of_parameters end_of_pattern\n");
+    text.with_pattern(folder.file("one.pat"));
+    support::write_file(text.names[0], one_line_pattern);
     for (const std::string &content : {text.version_3(), text.blocks()}) {
         start_from_defaults();
         load(content);
@@ -161,10 +160,7 @@ TEST_F(start_value_file, patterns_for_no_number_of_points_that_can_be_transforme
     text.names = {folder.file("one.pat"), folder.file("two.bin")};
     text.with_entries(2);
     text.lines = "0";
-    support::write_file(text.names[0],
-                        "start_pattern number_of_lines 1 parameters name line_type area frequency "
-                        "gauss_width zero_phase lorentz_width "
-                        "a gauss 3.0 20.0 2.0 0.0 end_of_parameters end_of_pattern\n");
+    support::write_file(text.names[0], one_line_pattern);
     support::write_file(text.names[1], std::string(64, 'a'));
     for (const char *points : {"-5", "0", "1", "3", "4095"}) {
         start_from_defaults();
@@ -175,43 +171,28 @@ TEST_F(start_value_file, patterns_for_no_number_of_points_that_can_be_transforme
 }
 
 TEST_F(start_value_file, patterns_of_a_faulty_file_are_loaded_all_the_same) {
-    text.patterns = "1";
-    text.names = {folder.file("missing.pat")};
-    text.with_entries(2);
-    text.lines = "1";
+    text.with_pattern(folder.file("missing.pat"));
     text.report = "0";
     give(text.version_3());
-    int status = 0;
-    const auto load_quietly = [&] {
-        support::stdout_of([&] { status = support::end_status_of(MakeInitValFile); });
-    };
-    load_quietly();
-    EXPECT_EQ(status, -1);
+    EXPECT_EQ(load_status(), -1);
     start_from_defaults();
     text.end_word = "end";
     give(text.version_3());
-    load_quietly();
-    EXPECT_EQ(status, -1);
+    EXPECT_EQ(load_status(), -1);
     EXPECT_EQ(file_corrupt, 1);
 }
 
 TEST_F(start_value_file, missing_storage_leaves_values_and_patterns_unread) {
-    text.patterns = "1";
-    text.names = {folder.file("missing.pat")};
-    text.with_entries(2);
-    text.lines = "1";
+    text.with_pattern(folder.file("missing.pat"));
     // par, fixpar, pat_name, pat and pattern_norm are the 3rd and the 8th to 11th request
     for (const std::string &content : {text.version_3(), text.blocks()})
         for (int k : {3, 8, 9, 10, 11}) {
             start_from_defaults();
             give(content);
             fail_storage_request(k);
-            int status = 0;
-            const std::string printed =
-                support::stdout_of([&] { status = support::end_status_of(MakeInitValFile); });
+            EXPECT_EQ(load_status(), support::no_end) << k;
             fail_storage_request(0);
-            EXPECT_EQ(status, support::no_end) << k;
-            EXPECT_NE(printed.find(" Memory requested to store "), std::string::npos) << k;
+            EXPECT_NE(said.find(" Memory requested to store "), std::string::npos) << k;
             EXPECT_FALSE(storage_complete());
         }
 }
@@ -222,9 +203,7 @@ TEST_F(start_value_file, no_missing_storage_stops_the_program) {
             start_from_defaults();
             give(content);
             fail_storage_request(k);
-            int status = 0;
-            support::stdout_of([&] { status = support::end_status_of(MakeInitValFile); });
-            EXPECT_EQ(status, support::no_end) << k;
+            EXPECT_EQ(load_status(), support::no_end) << k;
         }
     fail_storage_request(0);
 }
