@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// file_descriptor.h -- the one owner of an open file
+// file_descriptor.h -- the one owner of an open file, and how bytes get into it
 #pragma once
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 #include <unistd.h>
@@ -40,5 +41,16 @@ class file_descriptor {
     }
     int number_ = -1;
 };
+
+// Writes all bytes, however often the system is interrupted. false, and errno says why, when it
+// could not.
+inline bool write_all(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(file, bytes.data(), bytes.size());
+        if (count < 0 && errno != EINTR) return false;
+        if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
 
 } // namespace tools

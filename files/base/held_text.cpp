@@ -36,12 +36,7 @@ void held_text::put_away(const std::string &folder) {
         if (file_.is_open()) unlink(name.c_str());
     }
     if (!file_.is_open()) refuse_text(folder, "kept");
-    for (std::size_t done = 0; done < text_.size();) {
-        const ssize_t count = ::write(file_.number(), text_.data() + done, text_.size() - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) refuse_text(folder, "kept");
-        done += static_cast<std::size_t>(count);
-    }
+    if (!write_all(file_.number(), text_)) refuse_text(folder, "kept");
     text_.clear();
 }
 

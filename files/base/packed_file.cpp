@@ -66,13 +66,7 @@ static bool copy_out(gzFile from, int to, long long most) {
         const int got = gzread(from, piece.data(), static_cast<unsigned>(wanted));
         if (got <= 0) return got == 0;
         most -= got;
-        for (ssize_t done = 0; done < got;) {
-            const auto left = static_cast<std::size_t>(got - done);
-            const ssize_t count = ::write(to, piece.data() + done, left);
-            if (count < 0 && errno == EINTR) continue;
-            if (count < 0) return false;
-            done += count;
-        }
+        if (!write_all(to, {piece.data(), static_cast<std::size_t>(got)})) return false;
     }
     return true;
 }

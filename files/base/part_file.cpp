@@ -63,12 +63,7 @@ void part_file::give_name() {
 }
 
 void part_file::flush() {
-    for (std::size_t done = 0; done < bytes_.size();) {
-        const ssize_t count = ::write(file_.number(), bytes_.data() + done, bytes_.size() - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) refuse(errno);
-        done += static_cast<std::size_t>(count);
-    }
+    if (!write_all(file_.number(), bytes_)) refuse(errno);
     bytes_.clear();
 }
 
