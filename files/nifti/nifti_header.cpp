@@ -251,36 +251,20 @@ std::vector<double> read_nifti_values(const std::string &file, const nifti_heade
     std::vector<double> values(static_cast<std::size_t>(header.voxels_and_more));
     part_of_file stream(file, "values");
     stream.seek(header.offset);
-    const bool swapped = header.swapped;
-    switch (header.datatype) {
-    case 2:
-        take_stored<std::uint8_t>(stream, swapped, values);
-        break;
-    case 4:
-        take_stored<std::int16_t>(stream, swapped, values);
-        break;
-    case 8:
-        take_stored<std::int32_t>(stream, swapped, values);
-        break;
-    case 16:
-        take_stored<float>(stream, swapped, values);
-        break;
-    case 64:
-        take_stored<double>(stream, swapped, values);
-        break;
-    case 256:
-        take_stored<std::int8_t>(stream, swapped, values);
-        break;
-    case 512:
-        take_stored<std::uint16_t>(stream, swapped, values);
-        break;
-    case 768:
-        take_stored<std::uint32_t>(stream, swapped, values);
-        break;
-    default:
+    static constexpr struct {
+        int type;
+        void (*take)(part_of_file &, bool, std::vector<double> &);
+    } takers[] = {{2, take_stored<std::uint8_t>},    {4, take_stored<std::int16_t>},
+                  {8, take_stored<std::int32_t>},    {16, take_stored<float>},
+                  {64, take_stored<double>},         {256, take_stored<std::int8_t>},
+                  {512, take_stored<std::uint16_t>}, {768, take_stored<std::uint32_t>}};
+    const auto *const taker =
+        std::find_if(std::begin(takers), std::end(takers),
+                     [&](const auto &each) { return each.type == header.datatype; });
+    if (taker == std::end(takers))
         throw tool_error(bad_input, file + ": values of type " + header.datatype_name() +
                                         "; expected whole numbers of up to 32 bits, or floats");
-    }
+    taker->take(stream, header.swapped, values);
     if (header.slope != 0.0 && std::isfinite(header.slope) && std::isfinite(header.intercept))
         for (double &value : values) value = header.slope * value + header.intercept;
     return values;
