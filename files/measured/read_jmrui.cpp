@@ -6,22 +6,12 @@
 #include "files/measured/text_items.h"
 
 #include <cmath>
-#include <map>
 
 namespace tools {
 
-struct jmrui_header {
-    struct item {
-        std::string value;
-        long long line;
-    };
-    std::map<std::string, item> items; // by name in lower case
-    long long points = 0, datasets = 1;
-};
-
 // Header lines up to the first row of numbers, which is left in text.
-static jmrui_header jmrui_header_of(line_reader &text) {
-    jmrui_header header;
+static header_items jmrui_header_of(line_reader &text, const std::string &file) {
+    header_items header{file, {}};
     bool in_signals = false;
     while (text.next()) {
         const std::string_view line = trimmed(text.line());
@@ -29,33 +19,27 @@ static jmrui_header jmrui_header_of(line_reader &text) {
         const std::vector<std::string_view> words = words_of(line);
         if (in_signals && !words.empty() && number_of(words.front())) return header;
         const std::string low = lower_case(line);
-        if (low.starts_with("signal") || low.starts_with("sig(")) {
+        if (low.starts_with("signal") || low.starts_with("sig("))
             in_signals = true;
-            continue;
-        }
-        const std::size_t colon = line.find(':');
-        if (!in_signals && colon != line.npos)
-            header.items[lower_case(trimmed(line.substr(0, colon)))] = {
-                std::string(trimmed(line.substr(colon + 1))), text.number()};
+        else if (!in_signals)
+            header.take(line, text.number(), true);
     }
     text.refuse("ends before the first point; expected rows of numbers behind \"Signal and FFT\"");
 }
 
-static std::optional<double> header_number(const std::string &file, const jmrui_header &header,
-                                           const char *name) {
-    const auto at = header.items.find(lower_case(name));
-    if (at == header.items.end() || at->second.value.empty()) return std::nullopt;
-    const std::optional<double> value = number_of(at->second.value);
+static std::optional<double> header_number(const header_items &header, const char *name) {
+    const std::optional<std::string> text = header.text(name);
+    if (!text) return std::nullopt;
+    const std::optional<double> value = number_of(*text);
     if (!value || !std::isfinite(*value))
-        throw tool_error(bad_input, file + ", line " + std::to_string(at->second.line) + ": " +
-                                        name + " is no number; expected one, such as 5E-1");
+        header.refuse(name, std::string(name) + " is no number; expected one, such as 5E-1");
     return value;
 }
 
 static void each_fid_row(const std::string &file, long long points, long long datasets,
                          const std::function<bool(std::complex<double>)> &take) {
     line_reader text(file);
-    jmrui_header_of(text);
+    jmrui_header_of(text, file);
     long long in_signal = 0, signals = 0;
     do {
         const std::string_view line = trimmed(text.line());
@@ -91,16 +75,15 @@ static void each_fid_row(const std::string &file, long long points, long long da
                     " (PointsInDataset times DatasetsInFile). Is it cut?");
 }
 
-static std::optional<long long> count_item(const std::string &file, const jmrui_header &header,
-                                           const char *name) {
-    const std::optional<double> value = header_number(file, header, name);
+static std::optional<long long> count_item(const header_items &header, const char *name) {
+    const std::optional<double> value = header_number(header, name);
     if (value && !(*value >= 1.0 && *value <= 1e9 && whole_number_of(std::to_string(*value))))
-        throw tool_error(bad_input, file + ": " + name + " is no whole number above 0");
+        throw tool_error(bad_input, header.file + ": " + name + " is no whole number above 0");
     return value ? std::optional(static_cast<long long>(*value)) : std::nullopt;
 }
 
-static void take_header_facts(const jmrui_header &header, spectrum_source &source) {
-    const auto number = [&](const char *name) { return header_number(source.file, header, name); };
+static void take_header_facts(const header_items &header, spectrum_source &source) {
+    const auto number = [&](const char *name) { return header_number(header, name); };
     signal_facts &facts = source.facts;
     if (const std::optional<double> interval = number("SamplingInterval")) {
         if (!(*interval > 0.0))
@@ -117,10 +100,8 @@ static void take_header_facts(const jmrui_header &header, spectrum_source &sourc
             source.guesses.push_back({"spectrometer_mhz", *facts.mhz,
                                       "TransmitterFrequency is too small for hertz, taken as MHz"});
     }
-    if (const auto day = header.items.find("dateofexperiment"); day != header.items.end())
-        facts.date = date_of(day->second.value);
-    const auto named = header.items.find("typeofnucleus");
-    if (named != header.items.end()) facts.nucleus = nucleus_of(named->second.value);
+    if (const auto day = header.text("DateOfExperiment")) facts.date = date_of(*day);
+    if (const auto named = header.text("TypeOfNucleus")) facts.nucleus = nucleus_of(*named);
     const std::optional<double> tesla = number("MagneticField");
     if (!facts.nucleus && facts.mhz && tesla && *tesla > 0.0) {
         facts.nucleus = nucleus_of_field(*facts.mhz, *tesla);
@@ -135,19 +116,16 @@ static void take_header_facts(const jmrui_header &header, spectrum_source &sourc
 std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
     size_of_input(file, "a jMRUI text file");
     line_reader text(file);
-    const jmrui_header header = jmrui_header_of(text);
+    const header_items header = jmrui_header_of(text, file);
 
-    auto source = std::make_unique<text_source>();
-    source->file = file;
-    source->format = "jMRUI text";
-    source->stem = stem_of(file);
+    auto source = source_of<text_source>(file, "jMRUI text");
     source->opposite_sense = true;
-    const std::optional<long long> points = count_item(file, header, "PointsInDataset");
+    const std::optional<long long> points = count_item(header, "PointsInDataset");
     if (!points)
         throw tool_error(bad_input, file + ": PointsInDataset is missing; expected the points of "
                                            "one signal. Is this a jMRUI text file?");
     source->points = *points;
-    const long long datasets = count_item(file, header, "DatasetsInFile").value_or(1);
+    const long long datasets = count_item(header, "DatasetsInFile").value_or(1);
     source->axes = {{"spectrum", datasets, false}};
     take_header_facts(header, *source);
     const long long n = *points;

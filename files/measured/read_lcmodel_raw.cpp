@@ -50,10 +50,7 @@ std::unique_ptr<spectrum_source> read_lcmodel_raw(const std::string &file,
         return std::nullopt;
     };
 
-    auto source = std::make_unique<text_source>();
-    source->file = file;
-    source->format = "LCModel RAW";
-    source->stem = stem_of(file);
+    auto source = source_of<text_source>(file, "LCModel RAW");
     const namelist_group &identity = groups.back();
     if (identity.truth("seqacq"))
         throw tool_error(bad_input, file + ": item SEQACQ is T (sequential acquisition), which is "
@@ -92,7 +89,7 @@ std::unique_ptr<spectrum_source> read_lcmodel_raw(const std::string &file,
                                                    "number of points; expected one");
             stated = static_cast<long long>(*n);
         }
-    split_into_spectra(*source, in_file, stated, "spectrum");
+    split_into_spectra(*source, in_file, stated);
     return source;
 }
 

@@ -301,10 +301,7 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     // JSON before the name: files that are images have neither
     const ordered_json meta = extension_of(header, file);
 
-    auto source = std::make_unique<nifti_mrs_source>();
-    source->file = file;
-    source->format = "NIfTI-MRS";
-    source->stem = stem_of(file);
+    auto source = source_of<nifti_mrs_source>(file, "NIfTI-MRS");
     source->offset = header.offset;
     source->value_size = header.datatype == complex64 ? 4 : 8;
     source->swapped = header.swapped;

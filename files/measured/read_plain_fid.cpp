@@ -83,6 +83,10 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
 
 void apply_json(spectrum_source &source, const std::string &json, long long points_in_file,
                 const std::optional<long long> &points) {
+    if (json.empty()) {
+        split_into_spectra(source, points_in_file, points);
+        return;
+    }
     const json_facts about = read_json_facts(json, points_in_file);
     source.facts = about.facts;
     source.companions.push_back(json);
@@ -90,7 +94,7 @@ void apply_json(spectrum_source &source, const std::string &json, long long poin
         source.facts.noise_points.reset();
         source.facts.fit_points.reset();
     }
-    split_into_spectra(source, points_in_file, points ? points : about.points, "spectrum");
+    split_into_spectra(source, points_in_file, points ? points : about.points);
     source.axes.front().step_seconds = about.step_seconds;
     if (about.dimensions && !points)
         name_dimensions(source, *about.dimensions, json + ": item dimensions");
@@ -103,17 +107,11 @@ void apply_json(spectrum_source &source, const std::string &json, long long poin
 
 std::unique_ptr<spectrum_source> read_plain_fid(const std::string &file, const std::string &json,
                                                 const std::optional<long long> &points) {
-    auto source = std::make_unique<contiguous_source>();
-    source->file = file;
-    source->format = "float32";
-    source->stem = stem_of(file);
+    auto source = source_of<contiguous_source>(file, "float32");
     source->decode = float_pair;
     source->facts.ppm_rises_with_points = true;
     const long long in_file = count_points(file);
-    if (json.empty())
-        split_into_spectra(*source, in_file, points, "spectrum");
-    else
-        apply_json(*source, json, in_file, points);
+    apply_json(*source, json, in_file, points);
     return source;
 }
 

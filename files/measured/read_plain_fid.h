@@ -34,7 +34,8 @@ std::string json_beside(const std::string &file);
 std::unique_ptr<spectrum_source> read_plain_fid(const std::string &file, const std::string &json,
                                                 const std::optional<long long> &points);
 
-// Puts the facts of a JSON over those of a source, and splits the points as it says.
+// Puts the facts of a JSON, if there is one, over those of a source, and splits the points as it
+// says.
 void apply_json(spectrum_source &source, const std::string &json, long long points_in_file,
                 const std::optional<long long> &points);
 

@@ -8,7 +8,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <map>
 
 namespace tools {
 
@@ -22,40 +21,29 @@ static std::complex<double> double_pair(const unsigned char *byte) {
     return {double_at(byte), double_at(byte + 8)};
 }
 
-struct rda_header {
-    std::string file;
-    struct item {
-        std::string value;
-        long long line;
-    };
-    std::map<std::string, item> items; // by name in lower case
-    long long size = 0;                // bytes
+struct rda_header : header_items {
+    long long size = 0; // bytes
 
     std::optional<double> positive(const char *name) const {
-        const auto at = items.find(lower_case(name));
-        if (at == items.end() || at->second.value.empty()) return std::nullopt;
-        const std::optional<double> value = number_with_comma(at->second.value);
+        const std::optional<std::string> word = text(name);
+        if (!word) return std::nullopt;
+        const std::optional<double> value = number_with_comma(*word);
         if (!value || !(*value > 0.0) || !std::isfinite(*value))
-            throw tool_error(bad_input, file + ", line " + std::to_string(at->second.line) + ": " +
-                                            name + " is " + (value ? "not above 0" : "no number") +
-                                            "; expected a number above 0");
+            refuse(name, std::string(name) + " is " + (value ? "not above 0" : "no number") +
+                             "; expected a number above 0");
         return value;
     }
     // Of what only amounts need: 0 and words are as good as nothing.
     std::optional<double> if_positive(const char *name) const {
-        const auto at = items.find(lower_case(name));
-        if (at == items.end()) return std::nullopt;
-        const std::optional<double> value = number_with_comma(at->second.value);
+        const std::optional<double> value = number_with_comma(text(name).value_or(""));
         return value && *value > 0.0 && std::isfinite(*value) ? value : std::nullopt;
     }
     // Edges of the voxel [mm]; of a grid or without one of them they are not known.
     std::optional<std::array<double, 3>> edges(const std::array<const char *, 3> &names) const {
         std::array<double, 3> mm{};
         for (std::size_t i = 0; i < 3; ++i) {
-            const auto at = items.find(lower_case(names[i]));
-            if (at == items.end()) return std::nullopt;
-            const std::optional<double> value = number_with_comma(at->second.value);
-            if (!value || !(*value > 0.0) || !std::isfinite(*value)) return std::nullopt;
+            const std::optional<double> value = if_positive(names[i]);
+            if (!value) return std::nullopt;
             mm[i] = *value;
         }
         return mm;
@@ -63,15 +51,13 @@ struct rda_header {
     long long count(const char *name, long long absent) const {
         const std::optional<double> value = positive(name);
         if (value && (*value != std::floor(*value) || *value > 1e6))
-            throw tool_error(bad_input, file + ", line " +
-                                            std::to_string(items.at(lower_case(name)).line) + ": " +
-                                            name + " is no whole number up to 1000000");
+            refuse(name, std::string(name) + " is no whole number up to 1000000");
         return value ? static_cast<long long>(*value) : absent;
     }
 };
 
 static rda_header rda_header_of(const std::string &file) {
-    rda_header header{file, {}, 0};
+    rda_header header{{file, {}}, 0};
     line_reader text(file);
     // Points have no line ends: a file without the end mark must not be read to its end as a line.
     while (text.number() < 10000 && text.next()) {
@@ -85,11 +71,7 @@ static rda_header rda_header_of(const std::string &file) {
             header.size = text.bytes_read();
             return header;
         }
-        const std::size_t colon = line.find(':');
-        if (colon == line.npos) continue;
-        header.items.try_emplace(
-            lower_case(trimmed(line.substr(0, colon))),
-            rda_header::item{std::string(trimmed(line.substr(colon + 1))), text.number()});
+        header.take(line, text.number());
     }
     throw tool_error(bad_input, file + ": no \">>> End of header <<<\"; is the file cut?");
 }
@@ -97,10 +79,7 @@ static rda_header rda_header_of(const std::string &file) {
 std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
     const long long size = size_of_input(file, "an RDA file");
     const rda_header header = rda_header_of(file);
-    auto source = std::make_unique<contiguous_source>();
-    source->file = file;
-    source->format = "RDA";
-    source->stem = stem_of(file);
+    auto source = source_of<contiguous_source>(file, "RDA");
     source->decode = double_pair;
     source->point_size = 16;
     source->offset = header.size;
@@ -130,10 +109,8 @@ std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
         facts.repetition_time = *repetition_ms / 1e3;
     facts.averages = header.if_positive("NumberOfAverages");
     facts.voxel_mm = header.edges({"VOIReadoutFOV", "VOIPhaseFOV", "VOIThickness"});
-    if (const auto at = header.items.find("studydate"); at != header.items.end())
-        facts.date = date_of(at->second.value);
-    if (const auto at = header.items.find("nucleus"); at != header.items.end())
-        facts.nucleus = nucleus_of(at->second.value);
+    if (const auto day = header.text("StudyDate")) facts.date = date_of(*day);
+    if (const auto nucleus = header.text("Nucleus")) facts.nucleus = nucleus_of(*nucleus);
     return source;
 }
 

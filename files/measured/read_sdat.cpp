@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
-#include <map>
 
 namespace tools {
 
@@ -52,51 +51,40 @@ static std::string partner(const std::string &file, const std::string &ending) {
     return found;
 }
 
-struct spar_items {
-    std::string file;
-    struct item {
-        std::string value;
-        long long line;
-    };
-    std::map<std::string, item> items;
-
+struct spar_items : header_items {
     std::optional<double> number(const char *name) const {
-        const auto at = items.find(name);
-        if (at == items.end() || at->second.value.empty()) return std::nullopt;
-        const std::optional<double> value = number_of(at->second.value);
+        const std::optional<std::string> word = text(name);
+        if (!word) return std::nullopt;
+        const std::optional<double> value = number_of(*word);
         if (!value || !std::isfinite(*value))
-            throw tool_error(bad_input, file + ", line " + std::to_string(at->second.line) +
-                                            ": item " + name + " is no number; expected one");
+            refuse(name, std::string("item ") + name + " is no number; expected one");
         return value;
     }
     std::optional<double> positive(const char *name) const {
         const std::optional<double> value = number(name);
-        if (value && !(*value > 0.0 && std::isfinite(*value)))
-            throw tool_error(bad_input, file + ", line " + std::to_string(items.at(name).line) +
-                                            ": item " + name + " is " + items.at(name).value +
-                                            "; expected a number above 0");
+        if (value && !(*value > 0.0)) refuse_value(name, "a number above 0");
         return value;
     }
     std::optional<long long> count(const char *name) const {
         const std::optional<double> value = positive(name);
         if (value && (*value != std::floor(*value) || *value > 1e9))
-            throw tool_error(bad_input, file + ", line " + std::to_string(items.at(name).line) +
-                                            ": item " + name + " is " + items.at(name).value +
-                                            "; expected a whole number above 0");
+            refuse_value(name, "a whole number above 0");
         return value ? std::optional(static_cast<long long>(*value)) : std::nullopt;
+    }
+
+  private:
+    [[noreturn]] void refuse_value(const char *name, const std::string &expected) const {
+        refuse(name,
+               std::string("item ") + name + " is " + find(name)->value + "; expected " + expected);
     }
 };
 
 static spar_items items_of(const std::string &file) {
-    spar_items read{file, {}};
+    spar_items read{{file, {}}};
     line_reader text(file);
     while (text.next()) {
         const std::string_view line = trimmed(text.line());
-        const std::size_t colon = line.find(':');
-        if (line.empty() || line[0] == '!' || colon == line.npos) continue;
-        read.items.try_emplace(
-            lower_case(trimmed(line.substr(0, colon))),
-            spar_items::item{std::string(trimmed(line.substr(colon + 1))), text.number()});
+        if (!line.starts_with('!')) read.take(line, text.number());
     }
     return read;
 }
@@ -108,11 +96,8 @@ std::unique_ptr<spectrum_source> read_sdat(const std::string &file) {
     const std::string data = is_parameters ? partner(file, ".SDAT") : file;
     const spar_items items = items_of(parameters);
 
-    auto source = std::make_unique<contiguous_source>();
-    source->file = data;
+    auto source = source_of<contiguous_source>(data, "SPAR/SDAT");
     source->companions = {parameters};
-    source->format = "SPAR/SDAT";
-    source->stem = stem_of(data);
     source->opposite_sense = true;
     source->decode = vax_pair;
     const std::optional<long long> samples = items.count("samples");
@@ -140,10 +125,8 @@ std::unique_ptr<spectrum_source> read_sdat(const std::string &file) {
                cc = items.number("cc_size");
     if (ap && lr && cc && *ap > 0.0 && *lr > 0.0 && *cc > 0.0)
         facts.voxel_mm = std::array<double, 3>{*ap, *lr, *cc};
-    if (const auto at = items.items.find("scan_date"); at != items.items.end())
-        facts.date = date_of(at->second.value);
-    if (const auto at = items.items.find("nucleus"); at != items.items.end())
-        facts.nucleus = nucleus_of(at->second.value);
+    if (const auto day = items.text("scan_date")) facts.date = date_of(*day);
+    if (const auto nucleus = items.text("nucleus")) facts.nucleus = nucleus_of(*nucleus);
     return source;
 }
 

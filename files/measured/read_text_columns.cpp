@@ -37,19 +37,13 @@ static void each_text_row(const std::string &file,
 std::unique_ptr<spectrum_source> read_text_columns(const std::string &file, const std::string &json,
                                                    const std::optional<long long> &points) {
     size_of_input(file, "two columns of numbers");
-    auto source = std::make_unique<text_source>();
-    source->file = file;
-    source->format = "text columns";
-    source->stem = stem_of(file);
+    auto source = source_of<text_source>(file, "text columns");
     source->for_each_point = [file](const std::function<bool(std::complex<double>)> &take) {
         each_text_row(file, take);
     };
     source->facts.ppm_rises_with_points = true;
     const long long in_file = source->count_points_of_text();
-    if (json.empty())
-        split_into_spectra(*source, in_file, points, "spectrum");
-    else
-        apply_json(*source, json, in_file, points);
+    apply_json(*source, json, in_file, points);
     if (json.empty() || !metadata(json).truth("ppm_rises_with_points"))
         source->guesses.push_back({"ppm_rises_with_points", true,
                                    "a text says nothing of the sense of its points; --axis falling "

@@ -123,7 +123,7 @@ long long text_source::count_points_of_text() const {
 }
 
 void split_into_spectra(spectrum_source &source, long long points_in_file,
-                        const std::optional<long long> &points, const std::string &axis) {
+                        const std::optional<long long> &points) {
     source.points = points.value_or(points_in_file);
     if (points_in_file < 1)
         throw tool_error(bad_input, source.file + ": holds no points; is the file cut?");
@@ -132,7 +132,7 @@ void split_into_spectra(spectrum_source &source, long long points_in_file,
                                         " complex points are no whole number of spectra of " +
                                         std::to_string(source.points) +
                                         " points; is --points or the JSON right?");
-    source.axes = {{axis, points_in_file / source.points, false}};
+    source.axes = {{"spectrum", points_in_file / source.points, false}};
 }
 
 long long size_of_input(const std::string &file, const char *expected) {

@@ -12,6 +12,7 @@
 #include <array>
 #include <complex>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -146,16 +147,26 @@ class text_source : public spectrum_source {
     long long count_points_of_text() const;
 };
 
-// Splits points_in_file into spectra along one axis. points wins over stated.
+// File name without folder and ending (.nii.gz and .fid.f32 are one ending each).
+std::string stem_of(const std::string &file);
+
+// A source of a kind, with the names of its file and its format.
+template <class kind>
+std::unique_ptr<kind> source_of(const std::string &file, const char *format) {
+    auto source = std::make_unique<kind>();
+    source->file = file;
+    source->format = format;
+    source->stem = stem_of(file);
+    return source;
+}
+
+// Splits points_in_file into spectra of so many points, or one, along the axis "spectrum".
 // Errors: bad_input when they are no whole number of spectra.
 void split_into_spectra(spectrum_source &source, long long points_in_file,
-                        const std::optional<long long> &points, const std::string &axis);
+                        const std::optional<long long> &points);
 
 // Size of a file. Errors: bad_input when there is none, for a folder, and for an empty file;
 // expected names what it should have been.
 long long size_of_input(const std::string &file, const char *expected);
-
-// File name without folder and ending (.nii.gz and .fid.f32 are one ending each).
-std::string stem_of(const std::string &file);
 
 } // namespace tools

@@ -126,6 +126,27 @@ bool line_reader::next() {
     return true;
 }
 
+void header_items::take(std::string_view line, long long number, bool replaces) {
+    const std::size_t colon = line.find(':');
+    if (colon == line.npos) return;
+    const auto [at, is_new] = items.try_emplace(lower_case(trimmed(line.substr(0, colon))));
+    if (is_new || replaces) at->second = {std::string(trimmed(line.substr(colon + 1))), number};
+}
+
+const header_items::item *header_items::find(std::string_view name) const {
+    const auto at = items.find(lower_case(name));
+    return at == items.end() ? nullptr : &at->second;
+}
+
+std::optional<std::string> header_items::text(std::string_view name) const {
+    const item *const found = find(name);
+    return found == nullptr || found->value.empty() ? std::nullopt : std::optional(found->value);
+}
+
+void header_items::refuse(std::string_view name, const std::string &what) const {
+    throw tool_error(bad_input, file + ", line " + std::to_string(find(name)->line) + ": " + what);
+}
+
 void line_reader::refuse(const std::string &text) const {
     throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": " + text);
 }

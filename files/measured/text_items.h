@@ -5,6 +5,7 @@
 #include "files/base/line_text.h"
 
 #include <fstream>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -49,6 +50,26 @@ class line_reader {
     std::string file_, line_;
     std::ifstream stream_;
     long long number_ = 0, bytes_ = 0;
+};
+
+// Items "name : value" of a text header, by name in lower case.
+struct header_items {
+    struct item {
+        std::string value;
+        long long line;
+    };
+    std::string file;
+    std::map<std::string, item> items;
+
+    // The item of a line; of two of a name the first, or the last if `replaces`. Lines without a
+    // colon have none.
+    void take(std::string_view line, long long number, bool replaces = false);
+    // In any case; null for none.
+    const item *find(std::string_view name) const;
+    // Nothing where there is none or its value is empty.
+    std::optional<std::string> text(std::string_view name) const;
+    // what: behind file, line and colon.
+    [[noreturn]] void refuse(std::string_view name, const std::string &what) const;
 };
 
 } // namespace tools
