@@ -5,6 +5,7 @@
 #include "engine/centred_spectrum.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <numbers>
 
@@ -59,8 +60,7 @@ static average_shift shift_to(const complex_signal &fid, const complex_signal &m
         product[k] = std::conj(fid[k]) * mean[k];
         power += std::norm(mean[k]);
     }
-    int n = 4;
-    while (static_cast<std::size_t>(n) < 4 * points) n *= 2;
+    const int n = static_cast<int>(std::bit_ceil(4 * points));
     const complex_signal spectrum = engine::spectrum_of_fid(product, n, engine::whole);
     int best = n / 2;
     for (int j = 0; j < n; ++j)

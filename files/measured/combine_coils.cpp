@@ -6,23 +6,18 @@
 #include "engine/noise_window.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace tools {
 
 typedef std::vector<std::complex<double>> square_matrix; // row-major
 
-// Points of a transform that an FID fills.
-static int whole_points(std::size_t points) {
-    int n = 1;
-    while (2 * static_cast<std::size_t>(n) <= points && n < kernel::transform_plan::most_points)
-        n *= 2;
-    return n;
-}
-
+// Of the points that fill a transform.
 static complex_signal spectrum_of_coil(const complex_signal &fid) {
-    const int n = whole_points(fid.size());
-    return engine::spectrum_of_fid({fid.data(), static_cast<std::size_t>(n)}, n);
+    static constexpr std::size_t most = kernel::transform_plan::most_points;
+    const std::size_t n = std::min(std::bit_floor(fid.size()), most);
+    return engine::spectrum_of_fid({fid.data(), n}, static_cast<int>(n));
 }
 
 coil_noise noise_of_coils(const std::vector<std::vector<complex_signal>> &fids) {

@@ -5,6 +5,7 @@
 #include "files/base/tool_error.h"
 #include "files/measured/align_averages.h"
 #include "files/measured/combine_coils.h"
+#include "files/measured/condition_fid.h"
 #include "files/measured/name_dimensions.h"
 #include "files/measured/open_source.h"
 
@@ -193,8 +194,7 @@ void combined_source::add_to(const std::vector<signal_share> &shares,
             bool empty = true;
             for (std::size_t m = 0; m < members; ++m) {
                 complex_signal &fid = fids[(s - first) * members + m];
-                empty = empty &&
-                        std::all_of(fid.begin(), fid.end(), [](const auto &v) { return v == 0.0; });
+                empty = empty && is_all_zero(fid);
                 sorted[static_cast<std::size_t>(average_[m])][static_cast<std::size_t>(coil_[m])] =
                     std::move(fid);
             }

@@ -12,15 +12,16 @@
 #include "kernel/median.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <numbers>
 
 namespace tools {
 
 long long length_for_fit(const std::string &file, long long points, const std::string &resize) {
-    long long below = 1;
-    while (2 * below <= points) below *= 2;
-    const long long above = below == points ? points : 2 * below;
+    const auto all = static_cast<unsigned long long>(points);
+    const auto below = static_cast<long long>(std::bit_floor(all));
+    const auto above = static_cast<long long>(std::bit_ceil(all));
     long long length = points;
     if (resize == "fill")
         length = above;
@@ -38,8 +39,8 @@ long long length_for_fit(const std::string &file, long long points, const std::s
                                         " points; a fit takes up to " +
                                         std::to_string(search_limits::points));
     if (!kernel::transform_plan::exists_for(length)) {
-        long long lower = 1;
-        while (2 * lower < length) lower *= 2;
+        const auto lower =
+            static_cast<long long>(std::bit_floor(static_cast<unsigned long long>(length)));
         throw tool_error(resize.empty() ? bad_input : wrong_usage,
                          file + ": " + std::to_string(length) +
                              " points, but a fit needs a power of two. --resize " +
@@ -77,9 +78,7 @@ complex_signal binary_pattern(const complex_signal &fid) {
 // points say it.
 static double strongest_frequency(const complex_signal &fid) {
     const std::size_t most = kernel::transform_plan::most_points / 4;
-    std::size_t n = 1;
-    while (n < std::min(fid.size(), most)) n *= 2;
-    n *= 4;
+    const std::size_t n = 4 * std::bit_ceil(std::min(fid.size(), most));
     const complex_signal spectrum = engine::spectrum_of_fid(
         {fid.data(), std::min(fid.size(), most)}, static_cast<int>(n), engine::whole);
     std::size_t top = 0;
@@ -94,8 +93,7 @@ static double strongest_frequency(const complex_signal &fid) {
 }
 
 double share_of_strongest_line(const complex_signal &fid, double half_width) {
-    std::size_t n = 1;
-    while (2 * n <= std::min(fid.size(), std::size_t{1} << 20)) n *= 2;
+    const std::size_t n = std::bit_floor(std::min(fid.size(), std::size_t{1} << 20));
     const complex_signal spectrum =
         engine::spectrum_of_fid({fid.data(), n}, static_cast<int>(n), engine::whole);
     const double centre = strongest_frequency(fid);

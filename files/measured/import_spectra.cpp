@@ -87,7 +87,7 @@ void spectra_import::look_at_all() {
                                       "time (--index)");
     complex_signal fid = read_fids(*source_, chosen_.spectra, 0, 1, conversion_.used()).front();
     const measured_lineshape line = reference_->only_line();
-    conversion_.set_axis({conversion_.spectrum_of(std::move(fid), &line, nullptr)});
+    conversion_.set_axis(conversion_.spectrum_of(std::move(fid), &line, nullptr));
 }
 
 // Before the long work.

@@ -43,22 +43,14 @@ static double fids_in(const spectrum_source &source, const choice &chosen) {
 static std::vector<complex_signal> fids_of(spectrum_source &source, const chosen_spectra &chosen,
                                            const std::vector<std::size_t> &outputs,
                                            bool passed_over) {
-    std::vector<signal_share> shares;
-    for (std::size_t s = 0; s < outputs.size(); ++s)
-        for (const long long spectrum : chosen.members(outputs[s])) shares.push_back({spectrum, s});
-    std::sort(shares.begin(), shares.end(),
-              [](const signal_share &a, const signal_share &b) { return a.spectrum < b.spectrum; });
-    std::vector<complex_signal> fids(outputs.size(),
-                                     complex_signal(static_cast<std::size_t>(source.points)));
     std::set<long long> faulty;
     source.faulty = passed_over ? &faulty : nullptr;
-    source.add_to(shares, fids);
+    std::vector<complex_signal> fids =
+        read_fids(source, chosen, outputs, static_cast<std::size_t>(source.points));
     source.faulty = nullptr;
-    for (const signal_share &share : shares)
-        if (faulty.contains(share.spectrum))
-            std::fill(fids[share.sum].begin(), fids[share.sum].end(), 0.0);
-    for (complex_signal &fid : fids)
-        for (std::complex<double> &point : fid) point /= static_cast<double>(chosen.members_each());
+    for (std::size_t s = 0; s < outputs.size() && !faulty.empty(); ++s)
+        for (const long long spectrum : chosen.members(outputs[s]))
+            if (faulty.contains(spectrum)) std::fill(fids[s].begin(), fids[s].end(), 0.0);
     return fids;
 }
 

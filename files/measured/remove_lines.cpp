@@ -7,6 +7,7 @@
 #include "kernel/transform_plan.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <numbers>
@@ -26,9 +27,7 @@ static constexpr int iterated = 12;
 class hankel {
   public:
     explicit hankel(const complex_signal &fid) : points_(fid.size()), rows_(fid.size() / 2) {
-        std::size_t n = 1;
-        while (n < 2 * points_) n *= 2;
-        plan_.emplace_back(static_cast<int>(n));
+        plan_.emplace_back(static_cast<int>(std::bit_ceil(2 * points_)));
         spectrum_ = transformed(fid, false);
     }
     std::size_t rows() const { return rows_; }

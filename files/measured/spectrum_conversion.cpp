@@ -15,6 +15,7 @@
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+#include <numeric>
 #include <set>
 
 namespace tools {
@@ -37,20 +38,27 @@ static point_stretch moved(const point_stretch &stretch, bool conjugate, long lo
 }
 
 std::vector<complex_signal> read_fids(spectrum_source &source, const chosen_spectra &chosen,
-                                      std::size_t first, std::size_t stop, std::size_t points) {
+                                      std::span<const std::size_t> outputs, std::size_t points) {
     std::vector<signal_share> shares;
-    shares.reserve((stop - first) * chosen.members_each());
-    for (std::size_t s = first; s < stop; ++s)
-        for (const long long spectrum : chosen.members(s)) shares.push_back({spectrum, s - first});
+    shares.reserve(outputs.size() * chosen.members_each());
+    for (std::size_t s = 0; s < outputs.size(); ++s)
+        for (const long long spectrum : chosen.members(outputs[s])) shares.push_back({spectrum, s});
     std::sort(shares.begin(), shares.end(),
               [](const signal_share &a, const signal_share &b) { return a.spectrum < b.spectrum; });
-    std::vector<complex_signal> fids(stop - first, complex_signal(points));
+    std::vector<complex_signal> fids(outputs.size(), complex_signal(points));
     source.add_to(shares, fids);
     if (chosen.members_each() > 1)
         for (complex_signal &fid : fids)
             for (std::complex<double> &point : fid)
                 point /= static_cast<double>(chosen.members_each());
     return fids;
+}
+
+std::vector<complex_signal> read_fids(spectrum_source &source, const chosen_spectra &chosen,
+                                      std::size_t first, std::size_t stop, std::size_t points) {
+    std::vector<std::size_t> outputs(stop - first);
+    std::iota(outputs.begin(), outputs.end(), first);
+    return read_fids(source, chosen, outputs, points);
 }
 
 std::size_t outputs_per_pass(long long memory, std::size_t points) {
@@ -282,10 +290,9 @@ void spectrum_conversion::look_at_all(long long memory) {
     if (axis) take_axis(*axis);
 }
 
-void spectrum_conversion::set_axis(const std::vector<complex_signal> &spectra) {
-    if (!reference_peak_) return;
+void spectrum_conversion::set_axis(const complex_signal &spectrum) {
     reference_search search(*reference_peak_, axis_of_sidecar(metadata("", items_)));
-    for (const complex_signal &spectrum : spectra) search.add(spectrum);
+    search.add(spectrum);
     take_axis(search);
 }
 

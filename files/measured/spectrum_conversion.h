@@ -10,6 +10,7 @@
 #include "kernel/transform_plan.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -38,9 +39,9 @@ class spectrum_conversion {
     // reference peak is asked for and there is none.
     //   memory    for the FIDs of one pass over the file [MiB]
     void look_at_all(long long memory);
-    // Sets the axis by the reference peak that is asked for, in these spectra together.
-    // Errors: as above.
-    void set_axis(const std::vector<complex_signal> &spectra);
+    // Sets the axis by the reference peak, which must be asked for, in a spectrum. Errors: as
+    // above.
+    void set_axis(const complex_signal &spectrum);
     // Noise window, fitted interval and warnings of a spectrum, into its sidecar.
     engine::noise_window describe(const complex_signal &spectrum, ordered_json &sidecar);
     // What a user should know about the conversion, a sentence each.
@@ -77,7 +78,10 @@ class spectrum_conversion {
     long long mirrored_ = 0, unknown_noise_ = 0;
 };
 
-// The FIDs of outputs first to stop - 1, each the mean of its members: one pass over the file.
+// The FIDs of these outputs, or of outputs first to stop - 1, which rise; each is the mean of its
+// members: one pass over the file.
+std::vector<complex_signal> read_fids(spectrum_source &source, const chosen_spectra &chosen,
+                                      std::span<const std::size_t> outputs, std::size_t points);
 std::vector<complex_signal> read_fids(spectrum_source &source, const chosen_spectra &chosen,
                                       std::size_t first, std::size_t stop, std::size_t points);
 
