@@ -4,13 +4,8 @@
 
 #include "files/base/input_file.h"
 #include "files/base/tool_error.h"
-#include "files/measured/read_jmrui.h"
-#include "files/measured/read_lcmodel_raw.h"
-#include "files/measured/read_nifti_mrs.h"
+#include "files/measured/measured_formats.h"
 #include "files/measured/read_plain_fid.h"
-#include "files/measured/read_rda.h"
-#include "files/measured/read_sdat.h"
-#include "files/measured/read_text_columns.h"
 #include "files/measured/text_items.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // read_jmrui.cpp -- jMRUI text files
-#include "files/measured/read_jmrui.h"
+#include "files/measured/measured_formats.h"
 
 #include "files/base/tool_error.h"
 #include "files/measured/text_items.h"

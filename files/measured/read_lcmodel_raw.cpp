@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // read_lcmodel_raw.cpp -- LCModel .RAW and .H2O files
-#include "files/measured/read_lcmodel_raw.h"
+#include "files/measured/measured_formats.h"
 
 #include "files/base/tool_error.h"
 #include "files/measured/lcmodel_namelist.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // read_nifti_mrs.cpp -- NIfTI-MRS: .nii and .nii.gz, header versions 1 and 2, either byte order
-#include "files/measured/read_nifti_mrs.h"
+#include "files/measured/measured_formats.h"
 
 #include "files/base/packed_file.h"
 #include "files/base/read_json.h"

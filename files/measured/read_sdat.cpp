@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // read_sdat.cpp -- Philips SPAR/SDAT pairs
-#include "files/measured/read_sdat.h"
+#include "files/measured/measured_formats.h"
 
 #include "files/base/tool_error.h"
 #include "files/measured/text_items.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // read_text_columns.cpp -- FIDs as text, real and imaginary part of a point on a line
-#include "files/measured/read_text_columns.h"
+#include "files/measured/measured_formats.h"
 
 #include "files/measured/read_plain_fid.h"
 #include "files/measured/text_items.h"

@@ -7,7 +7,7 @@
 #include "files/measured/combined_source.h"
 #include "files/measured/condition_fid.h"
 #include "files/measured/left_in_mean.h"
-#include "files/measured/reference_check.h"
+#include "files/measured/reference_lines.h"
 #include "files/measured/signal_items.h"
 #include "files/measured/spectrum_conversion.h"
 #include "files/measured/tail_noise.h"

@@ -37,7 +37,7 @@ struct water_file {
 //   options   own: of the data
 //   which     of the spectra that the options choose, rising; nothing: all of them, and what is no
 //             water is an error. Of these, spectra without water are passed over and counted
-// Errors: bad_input when it is no reference of the data (reference_check.h), has another dwell
+// Errors: bad_input when it is no reference of the data (reference_lines.h), has another dwell
 //         time, a number of FIDs that is neither 1 nor that of the data, or another grid; no
 //         spectrum with water.
 water_file read_water(const std::string &file, const input_options &options,

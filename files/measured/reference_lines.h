@@ -13,6 +13,15 @@
 
 namespace tools {
 
+// Whether an FID is a reference: one strong line, and not the data.
+//
+// Given:
+//   water, data   FIDs of one dwell time; file names the water
+//   facts         of the data
+// Errors: bad_input when water is the data, or has many lines.
+void refuse_no_reference(const complex_signal &water, const complex_signal &data,
+                         const std::string &file, const signal_facts &facts);
+
 class reference_lines {
   public:
     // The file that own.reference names, for the outputs of a source, of which so many points are

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "files/measured/read_lcmodel_raw.h"
+#include "files/measured/measured_formats.h"
 
 #include "files/base/tool_error.h"
 #include "support/support.h"

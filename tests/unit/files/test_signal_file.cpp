@@ -3,7 +3,7 @@
 #include "files/spectra/signal_file.h"
 
 #include "files/base/tool_error.h"
-#include "files/measured/read_sdat.h"
+#include "files/measured/measured_formats.h"
 #include "support/support.h"
 
 #include <gtest/gtest.h>
