@@ -178,28 +178,31 @@ static const std::string text_of_three_lines = "start_pattern\nnumber_of_lines 3
                                                "c gauss  -0.75  20.25  8.0    0.0\n" +
                                                ending;
 
-TEST_F(patterns, a_text_pattern_is_the_sum_of_its_lines) {
-    use_text(1, "three.pat", text_of_three_lines);
-    Hz_pp = 2.5;
-    expect_fetched();
-    expect_normalised(1, signal_of(three_lines));
+class pattern_of_three_lines : public patterns {
+  protected:
+    pattern_of_three_lines() {
+        use_text(1, "three.pat", text_of_three_lines);
+        Hz_pp = 2.5;
+    }
+    void expect_its_signal() {
+        expect_fetched();
+        expect_normalised(1, signal_of(three_lines));
+    }
+};
+
+TEST_F(pattern_of_three_lines, is_the_sum_of_its_lines) {
+    expect_its_signal();
 }
 
-TEST_F(patterns, the_delay_turns_the_phase_and_moves_the_decay) {
-    use_text(1, "three.pat", text_of_three_lines);
-    Hz_pp = 2.5;
+TEST_F(pattern_of_three_lines, has_its_phase_turned_and_its_decay_moved_by_the_delay) {
     phi_1 = 1080.0;
-    expect_fetched();
-    expect_normalised(1, signal_of(three_lines));
+    expect_its_signal();
 }
 
-TEST_F(patterns, the_frequency_scale_leaves_the_place_of_a_line) {
+TEST_F(pattern_of_three_lines, has_its_places_whatever_the_frequency_scale) {
     // the file's frequency is divided by it, the curve multiplies it again
-    use_text(1, "three.pat", text_of_three_lines);
-    Hz_pp = 2.5;
     frscl = 1.75;
-    expect_fetched();
-    expect_normalised(1, signal_of(three_lines));
+    expect_its_signal();
 }
 
 TEST_F(patterns, a_gauss_line_of_1_67_Hz_per_point_has_width_1) {
@@ -220,13 +223,10 @@ TEST_F(patterns, every_number_of_a_text_file_carries_single_precision) {
                                      static_cast<double>(0.7F)}}));
 }
 
-TEST_F(patterns, leading_points_are_kept_whatever_the_run_ignores) {
-    use_text(1, "three.pat", text_of_three_lines);
-    Hz_pp = 2.5;
+TEST_F(pattern_of_three_lines, keeps_its_leading_points_whatever_the_run_ignores) {
     ignore = 5;
-    expect_fetched();
+    expect_its_signal();
     EXPECT_EQ(ignore, 5);
-    expect_normalised(1, signal_of(three_lines));
 }
 
 TEST_F(patterns, interpret_pattern_fills_one_slot) {

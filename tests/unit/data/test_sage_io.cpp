@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -229,6 +230,13 @@ class sage_io : public ::testing::Test {
         return std::string(reinterpret_cast<const char *>(&header), sizeof header);
     }
 
+    // What was read are the fields of a header from one up to another; all else is 0.
+    void expect_fields(const sage_header &full, std::size_t first, std::size_t behind) const {
+        std::string wanted = bytes_of(sage_header{});
+        wanted.replace(first, behind - first, bytes_of(full), first, behind - first);
+        EXPECT_TRUE(bytes_of(record) == wanted);
+    }
+
     // Every byte behind a string's end is 0 in both, so whole records may be compared.
     void expect_record(const sage_header &wanted) const {
         EXPECT_TRUE(bytes_of(record) == bytes_of(wanted));
@@ -322,76 +330,40 @@ TEST_F(sage_io, a_header_on_a_full_disk_is_reported) {
 
 TEST_F(sage_io, the_datafiles_section_is_read_in_order) {
     read_section(read_sagekey_datafiles, datafiles_words);
-    sage_header wanted{};
-    set(wanted.header_name, "liver.shf");
-    wanted.n_data_files = 1;
-    set(wanted.data_name, "liver.sdf");
-    set(wanted.file_type, "Signal");
-    set(wanted.precision, "Float");
-    wanted.data_offset = 16;
-    expect_record(wanted);
+    sage_header full = filled_header();
+    set(full.header_name, "liver.shf");
+    std::memset(full.header_name + 10, 0, 10); // behind the longer name
+    expect_fields(full, 0, offsetof(sage_header, site));
 }
 
 TEST_F(sage_io, the_patient_section_is_read_in_order) {
     read_section(read_sagekey_patient, patient_words);
-    const sage_header full = filled_header();
-    sage_header wanted{};
-    set(wanted.site, full.site);
-    set(wanted.patient_id, full.patient_id);
-    set(wanted.patient_name, full.patient_name);
-    set(wanted.age, full.age);
-    set(wanted.sex, full.sex);
-    wanted.study_number = 4;
-    wanted.series_number = 5;
-    set(wanted.time_acquired, full.time_acquired);
-    set(wanted.date_acquired, full.date_acquired);
-    expect_record(wanted);
+    expect_fields(filled_header(), offsetof(sage_header, site),
+                  offsetof(sage_header, sequence_name));
 }
 
 TEST_F(sage_io, the_sequence_section_is_read_in_order) {
     read_section(read_sagekey_sequence, sequence_words);
-    sage_header wanted{};
-    set(wanted.sequence_name, "press");
-    wanted.release = 5.5F;
-    wanted.tr = 1500.0F;
-    wanted.te = 35.25F;
-    wanted.ti = 0.5F;
-    wanted.tm = 13.0F;
-    wanted.tg = 120.0F;
-    wanted.r1 = 11;
-    wanted.r2 = 29;
-    expect_record(wanted);
+    expect_fields(filled_header(), offsetof(sage_header, sequence_name),
+                  offsetof(sage_header, display_type));
 }
 
 TEST_F(sage_io, the_display_section_is_read_in_order) {
     read_section(read_sagekey_display, display_words);
-    sage_header wanted{};
-    set(wanted.display_type[0], "Spectrum");
-    set(wanted.display_type[1], "Image");
-    set(wanted.display_type[2], "Grid");
-    set(wanted.display_type[3], "None");
-    set(wanted.display_channel, "Real");
-    expect_record(wanted);
+    expect_fields(filled_header(), offsetof(sage_header, display_type),
+                  offsetof(sage_header, data_type));
 }
 
 TEST_F(sage_io, the_datainfo_section_is_read_in_order) {
     read_section(read_sagekey_datainfo, datainfo_words);
-    sage_header wanted{};
-    set(wanted.data_type, "Complex");
-    wanted.center_frequency = 63.875F;
-    wanted.ppm_offset = 4.75F;
-    expect_record(wanted);
+    expect_fields(filled_header(), offsetof(sage_header, data_type),
+                  offsetof(sage_header, phase_zero));
 }
 
 TEST_F(sage_io, the_processing_section_is_read_in_order) {
     read_section(read_sagekey_processing, processing_words);
-    sage_header wanted{};
-    wanted.phase_zero = -12.5F;
-    wanted.phase_first = 90.0F;
-    set(wanted.broadening_type, "Gauss");
-    wanted.broadening[0] = 1.5F;
-    wanted.broadening[1] = 2.5F;
-    expect_record(wanted);
+    expect_fields(filled_header(), offsetof(sage_header, phase_zero),
+                  offsetof(sage_header, n_user_fields));
 }
 
 TEST_F(sage_io, user_fields_are_counted_as_none) {
@@ -409,10 +381,7 @@ TEST_F(sage_io, four_dimensions_are_read_each_behind_its_key) {
                                    "-2.5 21 2 3 any words\n sagekey_dimension 2 Space RL 1 2502 "
                                    "2.25 1026 -1.5 22 3 4\nsagekey_dimension\n3 Space RL 1 2503 "
                                    "3.25 1027 -0.5 23 4 5\nsagekey_dimension 9 None NA 9");
-    const sage_header full = filled_header();
-    sage_header wanted{};
-    std::memcpy(wanted.dimension, full.dimension, sizeof wanted.dimension);
-    expect_record(wanted);
+    expect_fields(filled_header(), offsetof(sage_header, dimension), sizeof(sage_header));
 }
 
 TEST_F(sage_io, dimensions_end_with_the_file) {
