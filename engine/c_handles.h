@@ -8,8 +8,10 @@
 #include "kernel/line_width.h"
 
 #include <array>
+#include <complex>
 #include <exception>
 #include <new>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,6 +75,24 @@ int guarded(varokel_failure *failed, Body &&body) {
         keep("an error of no known kind");
     }
     return VAROKEL_FAILED;
+}
+
+// A new handle with its defaults.
+template <class Handle>
+int create(Handle **made) {
+    if (made == nullptr) return VAROKEL_BAD_ARGUMENT;
+    return guarded(nullptr, [&] {
+        *made = new Handle;
+        return VAROKEL_OK;
+    });
+}
+
+// Complex points as pairs.
+inline void put(std::span<const std::complex<double>> signal, double *pairs) {
+    for (const std::complex<double> point : signal) {
+        *pairs++ = point.real();
+        *pairs++ = point.imag();
+    }
 }
 
 inline int refuse(varokel_failure &failed, int status, std::string text, int entry = -1) {

@@ -49,11 +49,7 @@ static_assert(VAROKEL_PATTERN == static_cast<int>(engine::line_type::pattern));
 static_assert(VAROKEL_BOTH == static_cast<int>(engine::channel::both));
 
 int varokel_workspace_create(varokel_workspace **workspace) {
-    if (workspace == nullptr) return VAROKEL_BAD_ARGUMENT;
-    return guarded(nullptr, [&] {
-        *workspace = new varokel_workspace;
-        return VAROKEL_OK;
-    });
+    return engine::create(workspace);
 }
 
 void varokel_workspace_destroy(varokel_workspace *workspace) {
@@ -69,11 +65,7 @@ int varokel_workspace_failed_entry(const varokel_workspace *workspace) {
 }
 
 int varokel_options_create(varokel_options **options) {
-    if (options == nullptr) return VAROKEL_BAD_ARGUMENT;
-    return guarded(nullptr, [&] {
-        *options = new varokel_options;
-        return VAROKEL_OK;
-    });
+    return engine::create(options);
 }
 
 void varokel_options_destroy(varokel_options *options) {
@@ -235,10 +227,7 @@ int varokel_fit_lineshape(const varokel_fit *fit, double *coefficients, size_t c
     if (fit == nullptr || (coefficients == nullptr && !fit->found.lineshape.empty()) ||
         count < 2 * fit->found.lineshape.size())
         return VAROKEL_BAD_ARGUMENT;
-    for (const std::complex<double> c : fit->found.lineshape) {
-        *coefficients++ = c.real();
-        *coefficients++ = c.imag();
-    }
+    engine::put(fit->found.lineshape, coefficients);
     return VAROKEL_OK;
 }
 
@@ -310,10 +299,7 @@ static int put_spectrum(const engine::model &of, std::span<const double> x,
         return refuse(workspace.failed, VAROKEL_BAD_ARGUMENT,
                       "there is no entry " + std::to_string(entry));
     workspace.of.prepare(of);
-    for (const std::complex<double> point : workspace.of.spectrum(of, x, entry)) {
-        *spectrum++ = point.real();
-        *spectrum++ = point.imag();
-    }
+    engine::put(workspace.of.spectrum(of, x, entry), spectrum);
     return VAROKEL_OK;
 }
 

@@ -12,19 +12,13 @@
 #include <memory>
 
 using engine::guarded;
+using engine::put;
 using engine::refuse;
 
 static engine::complex_signal signal_of(const double *pairs, int points) {
     engine::complex_signal out(static_cast<std::size_t>(points));
     for (std::size_t i = 0; i < out.size(); ++i) out[i] = {pairs[2 * i], pairs[2 * i + 1]};
     return out;
-}
-
-static void put(const engine::complex_signal &signal, double *pairs) {
-    for (std::size_t i = 0; i < signal.size(); ++i) {
-        pairs[2 * i] = signal[i].real();
-        pairs[2 * i + 1] = signal[i].imag();
-    }
 }
 
 static bool is_length(int points) {

@@ -12,11 +12,6 @@
 
 namespace engine {
 
-static std::string number(double value) {
-    std::string text = std::to_string(value);
-    return text;
-}
-
 static std::string fault_of_axis(const fit_problem &p) {
     const int n = p.when.points;
     if (n < 2 || !kernel::transform_plan::exists_for(n))
@@ -25,7 +20,7 @@ static std::string fault_of_axis(const fit_problem &p) {
         return "the spectrum has " + std::to_string(p.spectrum.size()) + " points, not " +
                std::to_string(n);
     if (!(p.noise_sd > 0.0) || !std::isfinite(p.noise_sd))
-        return "the noise standard deviation is " + number(p.noise_sd) +
+        return "the noise standard deviation is " + std::to_string(p.noise_sd) +
                "; expected a positive number";
     if (p.when.ignored < 0 || p.when.kept < 0 || p.when.kept > n || p.when.ignored >= n)
         return "the decay has no points from " + std::to_string(p.when.ignored) + " to " +

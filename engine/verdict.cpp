@@ -186,23 +186,20 @@ verdict judge(const model &of, const minimum &found, const entry_covariance &cov
     if (!(found.expected_decrease <= allowed))
         add(out, finding::not_finished, found.expected_decrease, {},
             "the search ended before the minimum");
-    if (!covariance.dependent().empty()) {
+    const auto add_entries = [&](finding what, const std::vector<int> &columns, const char *text) {
+        const std::vector<int> entries = entries_of(of, columns);
+        if (!entries.empty()) add(out, what, static_cast<double>(entries.size()), entries, text);
+    };
+    if (!covariance.dependent().empty()) { // maybe of the lineshape alone
         const std::vector<int> entries = entries_of(of, covariance.dependent());
         add(out, finding::degenerate, static_cast<double>(entries.size()), entries,
             "parameters that cannot be told apart, or of lines without area");
     }
-    const std::vector<int> swapped = entries_of(of, exchanged(of, found, covariance, start));
-    if (!swapped.empty())
-        add(out, finding::moved, static_cast<double>(swapped.size()), swapped,
-            "lines that changed places");
-    const std::vector<int> taking = entries_of(of, at_place_of_others(of, found, start));
-    if (!taking.empty())
-        add(out, finding::moved, static_cast<double>(taking.size()), taking,
-            "lines that stand where another was given");
-    const std::vector<int> lost = entries_of(of, outside(of, found.x));
-    if (!lost.empty())
-        add(out, finding::moved, static_cast<double>(lost.size()), lost,
-            "lines that left the fitted points");
+    add_entries(finding::moved, exchanged(of, found, covariance, start),
+                "lines that changed places");
+    add_entries(finding::moved, at_place_of_others(of, found, start),
+                "lines that stand where another was given");
+    add_entries(finding::moved, outside(of, found.x), "lines that left the fitted points");
     const double quality = quality_of(of, found.sum_of_squares);
     whiteness white = {0.0, 0.0};
     if (is_seen(of, found.sum_of_squares)) white = whiteness_of(of, residual);
@@ -214,10 +211,7 @@ verdict judge(const model &of, const minimum &found, const entry_covariance &cov
     if (quality < verdict_limits::noise_quality)
         add(out, finding::noise_wrong, quality, {},
             "the residual is smaller than the noise that was given");
-    const std::vector<int> edge = entries_of(of, pressed(found));
-    if (!edge.empty())
-        add(out, finding::at_bound, static_cast<double>(edge.size()), edge,
-            "parameters at the edge of their window");
+    add_entries(finding::at_bound, pressed(found), "parameters at the edge of their window");
     return out;
 }
 
