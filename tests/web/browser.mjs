@@ -40,8 +40,9 @@ export async function open_page(options = {}, browser = now.browser) {
 export const ready = (page = now.page) =>
   page.waitForFunction(() => document.documentElement.dataset.ready === "yes", null, { timeout: 60000 });
 export function launch(...words) {
-  // the panel of downloads takes the focus from the page, whose buttons Enter does not press then
-  const own = is_firefox ? { channel: "moz-firefox", downloadsPath: downloads, firefoxUserPrefs: { "browser.download.alwaysOpenPanel": false } } : { args: ["--no-sandbox", ...words] };
+  // The panel of downloads takes the focus from the page, whose buttons Enter does not press then. Twenty
+  // pictures a second are enough: this one draws them by the processor.
+  const own = is_firefox ? { channel: "moz-firefox", downloadsPath: downloads, firefoxUserPrefs: { "browser.download.alwaysOpenPanel": false, "layout.frame_rate": 20 } } : { args: ["--no-sandbox", ...words] };
   return driver[is_firefox ? "firefox" : "chromium"].launch({ executablePath: process.env.PROGRAM, ...own });
 }
 export async function begin() {
@@ -92,7 +93,7 @@ export async function drag(from, dx, dy) {
   await mouse.down();
   const { width, height } = now.page.viewportSize(); // which nothing can leave
   const inside = (value, most) => Math.min(Math.max(1, value), most - 1);
-  await mouse.move(inside(from.x + dx, width), inside(from.y + dy, height), { steps: 8 });
+  await mouse.move(inside(from.x + dx, width), inside(from.y + dy, height), { steps: 3 });
   await mouse.up();
 }
 // Text into a field, at once; this driver would type it into Firefox key by key.
