@@ -73,13 +73,13 @@ inline std::string curve_of(long long line) {
 inline std::string manifest_of(batch_folder &batch, std::size_t broken) {
     if (batch.head.is_object()) {
         if ((broken & 1U) == 0) {
-            batch.head["start_sha256"] = digest(batch.files["start.par"]);
-            batch.head["sidecar_sha256"] = digest(batch.files["sidecar.json"]);
-            batch.head["names_sha256"] = digest(batch.files["names.txt"]);
+            batch.head["start_sha256"] = tools::sha256_of(batch.files["start.par"]);
+            batch.head["sidecar_sha256"] = tools::sha256_of(batch.files["sidecar.json"]);
+            batch.head["names_sha256"] = tools::sha256_of(batch.files["names.txt"]);
         }
         std::string list;
         for (const std::string &line : batch.lines) list += line;
-        if ((broken & 2U) == 0) batch.head["list_sha256"] = digest(list);
+        if ((broken & 2U) == 0) batch.head["list_sha256"] = tools::sha256_of(list);
     }
     std::size_t longest = 0;
     for (const std::string &line : batch.lines) longest = std::max(longest, line.size());
@@ -97,13 +97,13 @@ inline std::string manifest_of(batch_folder &batch, std::size_t broken) {
 }
 
 inline std::string id_of(const std::string &manifest) {
-    return digest(manifest.substr(0, manifest.find("\n \"spectra\": [\n") + 1));
+    return tools::sha256_of(manifest.substr(0, manifest.find("\n \"spectra\": [\n") + 1));
 }
 
 inline void fill_marker(batch_folder &batch, const std::string &id) {
     batch.marker["plan"] = id;
-    batch.marker["part_sha256"] = digest(id + batch.files["part"]);
-    batch.marker["curves_sha256"] = digest(batch.files["curves"]);
+    batch.marker["part_sha256"] = tools::sha256_of(id + batch.files["part"]);
+    batch.marker["curves_sha256"] = tools::sha256_of(batch.files["curves"]);
 }
 
 inline batch_folder whole_folder() {
@@ -124,7 +124,7 @@ inline batch_folder whole_folder() {
         {"entries", {"one", "two"}},
         {"scale", {{"hz_per_point", 2.0}, {"spectrometer_mhz", 51.7}, {"measured_points", 12}}},
         {"patterns", tools::ordered_json::array()},
-        {"inputs", {{{"file", "/gone"}, {"sha256", digest("")}, {"stamp", nullptr}}}},
+        {"inputs", {{{"file", "/gone"}, {"sha256", tools::sha256_of("")}, {"stamp", nullptr}}}},
         {"windows", {{{"entry", 1}, {"parameter", 2}, {"from", 1.0}, {"to", 2.0}}}},
         {"keep", 2},
         {"blocks", 2},
@@ -135,7 +135,7 @@ inline batch_folder whole_folder() {
         spectrum.name = "s" + std::to_string(line);
         spectrum.at = {line % 2, line / 2};
         spectrum.block = line / 2;
-        spectrum.sha256 = digest(spectrum.name);
+        spectrum.sha256 = tools::sha256_of(spectrum.name);
         batch.lines.push_back(tools::line_of(spectrum));
     }
     batch.marker = {{"first", 0}, {"stop", 2}, {"fitted", 2}, {"failed", 0}, {"not_tried", 0}};

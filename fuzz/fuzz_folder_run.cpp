@@ -96,7 +96,7 @@ static std::string list_of(const folder_files &files) {
     for (const auto &[name, text] : files) {
         if (known.size() > 1000) known.clear();
         const auto [at, is_new] = known.try_emplace(text);
-        if (is_new) at->second = fuzz::digest(text);
+        if (is_new) at->second = tools::sha256_of(text);
         list += at->second + "  " + name + "\n";
     }
     return list;

@@ -14,13 +14,6 @@
 namespace fuzz {
 
 typedef std::map<std::string, std::string> folder_files; // contents by name
-
-inline std::string digest(const std::string &text) {
-    tools::sha256 hash;
-    hash.add(text.data(), text.size());
-    return hash.digits();
-}
-
 // What lies in the current folder, by name, so that only what a case changes is written.
 inline folder_files &files_there() {
     static folder_files there;

@@ -81,6 +81,12 @@ std::string sha256::digits() {
     return text;
 }
 
+std::string sha256_of(std::string_view bytes) {
+    sha256 hash;
+    hash.add(bytes.data(), bytes.size());
+    return hash.digits();
+}
+
 std::string sha256_of_file(const std::string &file) {
     std::ifstream stream = open_input(file);
     sha256 hash;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tools {
 
@@ -24,6 +25,8 @@ class sha256 {
     std::size_t rest_count_ = 0;
     std::uint64_t count_ = 0;
 };
+
+std::string sha256_of(std::string_view bytes);
 
 // Of the bytes of a file, read piece by piece. Errors: bad_input when it cannot be read.
 std::string sha256_of_file(const std::string &file);

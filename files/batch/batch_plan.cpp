@@ -39,9 +39,7 @@ batch_plan read_plan(const std::string &folder) {
     plan.file_read = std::make_shared<manifest_file>(plan.file("manifest.json"));
     const std::string &name = plan.file_read->name();
     const std::string head = text_of_head(*plan.file_read, plan.list_begin);
-    sha256 hash;
-    hash.add(head.data(), head.size());
-    plan.id = hash.digits();
+    plan.id = sha256_of(head);
     plan.head = json_of_text(head + " \"end\": 0 }", name);
     read_head(plan, name);
     if (plan.file_read->size() != plan.list_begin + plan.spectra * plan.line_bytes +

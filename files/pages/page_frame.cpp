@@ -28,9 +28,7 @@ std::string base64(const std::string &bytes) {
 }
 
 static std::string hash_source(const std::string &text) {
-    sha256 hash;
-    hash.add(text.data(), text.size());
-    const std::string hexadecimal = hash.digits();
+    const std::string hexadecimal = sha256_of(text);
     std::string bytes;
     for (std::size_t i = 0; i < hexadecimal.size(); i += 2)
         bytes += static_cast<char>(std::stoi(hexadecimal.substr(i, 2), nullptr, 16));

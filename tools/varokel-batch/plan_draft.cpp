@@ -28,9 +28,7 @@ void refuse_name(const std::string &name, const std::string &file) {
 }
 
 void add_spectrum(planned_spectrum &spectrum, const std::string &bytes, part_file &file) {
-    sha256 hash;
-    hash.add(bytes.data(), bytes.size());
-    spectrum.sha256 = hash.digits();
+    spectrum.sha256 = sha256_of(bytes);
     file.add(bytes);
 }
 

@@ -20,9 +20,7 @@ void spectra_file::read(const planned_spectrum &spectrum, std::string &bytes) co
     bytes.resize(static_cast<std::size_t>(8 * plan_.points));
     const ssize_t got =
         pread(file_.number(), bytes.data(), bytes.size(), spectrum.number * 8 * plan_.points);
-    sha256 hash;
-    hash.add(bytes.data(), bytes.size());
-    if (got != static_cast<ssize_t>(bytes.size()) || hash.digits() != spectrum.sha256)
+    if (got != static_cast<ssize_t>(bytes.size()) || sha256_of(bytes) != spectrum.sha256)
         throw tool_error(bad_input, plan_.file("spectra.f32") + ": " + spectrum.name +
                                         " was changed since the plan was made; put the file "
                                         "of then back, or plan again. What is fitted stays");
