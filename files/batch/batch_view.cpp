@@ -14,10 +14,8 @@
 #include "files/spectra/signal_file.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <complex>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <numbers>
@@ -266,17 +264,7 @@ static std::optional<complex_signal> signal_of(const std::string &file, long lon
     stream.seekg(place * points * 8);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     if (!stream) return std::nullopt;
-    complex_signal signal(static_cast<std::size_t>(points));
-    const auto float_at = [&](std::size_t at) {
-        std::uint32_t bits = 0;
-        for (std::size_t b = 0; b < 4; ++b)
-            bits |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + b]))
-                    << (8 * b);
-        return static_cast<double>(std::bit_cast<float>(bits));
-    };
-    for (std::size_t i = 0; i < signal.size(); ++i)
-        signal[i] = {float_at(8 * i), float_at(8 * i + 4)};
-    return signal;
+    return signal_of_bytes(bytes);
 }
 
 complex_signal batch_view::data_of(std::size_t spectrum) const {

@@ -45,12 +45,19 @@ long long points_of_spectrum(const std::string &file) {
     return points;
 }
 
-static double float_at(const std::string &bytes, std::size_t index) {
+static double float_at(std::string_view bytes, std::size_t index) {
     std::uint32_t bits = 0;
     for (std::size_t b = 0; b < 4; ++b)
         bits |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[4 * index + b]))
                 << (8 * b);
     return static_cast<double>(std::bit_cast<float>(bits));
+}
+
+complex_signal signal_of_bytes(std::string_view bytes) {
+    complex_signal x(bytes.size() / static_cast<std::size_t>(point_size));
+    for (std::size_t i = 0; i < x.size(); ++i)
+        x[i] = {float_at(bytes, 2 * i), float_at(bytes, 2 * i + 1)};
+    return x;
 }
 
 // Names the first few points that are not finite numbers.
@@ -84,10 +91,7 @@ static complex_signal points_of(const std::string &file, long long first, long l
     stream.seekg(first * point_size);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     if (!stream) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
-    complex_signal x(static_cast<std::size_t>(count));
-    for (std::size_t i = 0; i < x.size(); ++i)
-        x[i] = {float_at(bytes, 2 * i), float_at(bytes, 2 * i + 1)};
-    return x;
+    return signal_of_bytes(bytes);
 }
 
 complex_signal read_points(const std::string &file, long long first, long long count) {

@@ -5,6 +5,7 @@
 #include "files/spectra/complex_signal.h"
 
 #include <string>
+#include <string_view>
 
 namespace tools {
 
@@ -22,6 +23,9 @@ complex_signal read_points(const std::string &file, long long first, long long c
 
 // Whether all of these points are finite numbers. Errors: bad_input when they are not all there.
 bool points_are_finite(const std::string &file, long long first, long long count);
+
+// The points that these bytes are, any numbers; 8 bytes a point.
+complex_signal signal_of_bytes(std::string_view bytes);
 
 // The bytes of a file that holds x. Errors: bad_input when a value exceeds single precision.
 std::string signal_bytes(const complex_signal &x);

@@ -87,7 +87,7 @@ harvest exact_fitter::fit(long long line, const std::string &spectrum, const sta
     };
     record.figures.fill(not_known);
     problem_data data;
-    data.spectrum = signal_of(spectrum);
+    data.spectrum = signal_of_bytes(spectrum);
     record.figures[1] = data.noise_sd = noise_sd_of(start, data.spectrum);
     if (start.noise_stop > start.noise_first)
         record.figures[2] =

@@ -135,13 +135,6 @@ static bool shares_window(const std::vector<imported_signal> &found,
     });
 }
 
-static complex_signal complex_signal_of(const std::vector<float> &parts) {
-    complex_signal signal(parts.size() / 2);
-    for (std::size_t i = 0; i < signal.size(); ++i)
-        signal[i] = {static_cast<double>(parts[2 * i]), static_cast<double>(parts[2 * i + 1])};
-    return signal;
-}
-
 // The points of a spectrum, in place of faulty ones zeros. Sets its state.
 static std::vector<float> read_signal(const std::string &name, long long count,
                                       planned_spectrum &spectrum) {
@@ -190,11 +183,10 @@ void plan_imported(const plan_options &options, const std::string &work, plan_dr
         batch.states[name] = file_state(name);
         spectrum.number = static_cast<long long>(s);
         const std::vector<float> parts = read_signal(name, batch.points, spectrum);
-        if (spectrum.state == signal_state::fit && !one_window)
-            search.add(complex_signal_of(parts));
-        add_spectrum(spectrum,
-                     {reinterpret_cast<const char *>(parts.data()), parts.size() * sizeof(float)},
-                     file);
+        const std::string bytes(reinterpret_cast<const char *>(parts.data()),
+                                parts.size() * sizeof(float));
+        if (spectrum.state == signal_state::fit && !one_window) search.add(signal_of_bytes(bytes));
+        add_spectrum(spectrum, bytes, file);
     }
     file.finish();
     if (!one_window && search.spectra() > 0) take_shared_window(search, batch);

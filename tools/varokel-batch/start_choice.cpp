@@ -10,11 +10,11 @@
 #include "files/results/judge_run.h"
 #include "files/problem/start_problem.h"
 #include "files/results/derived_area.h"
+#include "files/spectra/signal_file.h"
 #include "files/start/read_start_file.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <set>
@@ -81,16 +81,6 @@ static void refuse_other_kind(const start_file &start, const std::string &source
                                              "beside each spectrum; expected 1 or 3 in a batch");
 }
 
-complex_signal signal_of(std::string_view bytes) {
-    complex_signal signal(bytes.size() / 8);
-    for (std::size_t i = 0; i < signal.size(); ++i) {
-        float parts[2];
-        std::memcpy(parts, bytes.data() + 8 * i, sizeof parts);
-        signal[i] = {static_cast<double>(parts[0]), static_cast<double>(parts[1])};
-    }
-    return signal;
-}
-
 // The spectrum with the largest sum of squares.
 static complex_signal strongest(const std::string &file, long long points,
                                 const std::vector<planned_spectrum> &spectra) {
@@ -102,7 +92,7 @@ static complex_signal strongest(const std::string &file, long long points,
         stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         if (!stream) break;
         if (spectrum.state != signal_state::fit) continue;
-        const complex_signal signal = signal_of(bytes);
+        const complex_signal signal = signal_of_bytes(bytes);
         double sum = 0.0;
         for (const std::complex<double> &point : signal) sum += std::norm(point);
         if (sum <= largest) continue;
@@ -218,7 +208,7 @@ spectrum_starts::spectrum_starts(const batch_plan &plan)
       facts_(facts_of_sidecar(metadata(plan.file("sidecar.json")))) {}
 
 start_file spectrum_starts::make(const std::string &bytes) {
-    return maker_.make(signal_of(bytes), facts_).start;
+    return maker_.make(signal_of_bytes(bytes), facts_).start;
 }
 
 // Of free areas, whether at least half are known better than the report's red mark. Without error

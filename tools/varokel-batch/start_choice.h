@@ -10,7 +10,6 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tools {
@@ -40,9 +39,6 @@ bool is_better(const fit_record &one, const fit_record &other);
 // The start file with the values of a fit. Fixed parameters keep their own; an entry whose area is
 // 0 keeps its own area, because others may be tied to it by a ratio.
 start_file start_from(const start_file &start, const fit_record &neighbour);
-
-// The points of a spectrum from their bytes, complex float32.
-complex_signal signal_of(std::string_view bytes);
 
 // Start files from the table of a plan, one for each spectrum. For one thread.
 class spectrum_starts {
