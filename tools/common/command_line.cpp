@@ -4,10 +4,12 @@
 
 #include "files/base/tool_error.h"
 #include "common/completion.h"
+#include "common/run_tool.h"
 
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#include <optional>
 #include <string_view>
 
 namespace tools {
@@ -22,8 +24,8 @@ void common_options(option_parser &options, const std::string &example, const st
     app.get_formatter()->column_width(26);
 }
 
-std::optional<int> parse_command_line(option_parser &options, int argc, const char *const *argv) {
-    CLI::App &app = options.inner();
+// Nothing when the program shall go on, else its exit status.
+static std::optional<int> parse_command_line(CLI::App &app, int argc, const char *const *argv) {
     // Asked for when the program is built, so that completion never differs from the options.
     if (argc == 3 && std::string_view(argv[1]) == "--completion") {
         const std::string script = completion_script(app, argv[2]);
@@ -47,6 +49,15 @@ std::optional<int> parse_command_line(option_parser &options, int argc, const ch
         return wrong_usage;
     }
     return std::nullopt;
+}
+
+int run_tool(option_parser &options, int argc, const char *const *argv,
+             const std::function<int()> &body) {
+    CLI::App &app = options.inner();
+    return run_tool(app.get_name().c_str(), [&] {
+        const std::optional<int> end = parse_command_line(app, argc, argv);
+        return end ? *end : body();
+    });
 }
 
 } // namespace tools

@@ -4,7 +4,7 @@
 
 #include "common/option_parser.h"
 
-#include <optional>
+#include <functional>
 #include <string>
 
 namespace tools {
@@ -14,9 +14,10 @@ namespace tools {
 void common_options(option_parser &app, const std::string &example,
                     const std::string &good = "0 all right");
 
-// Parses the command line. Returns nothing when the program shall go on, else its exit status:
-// all_right after --help or --version (printed on standard output), wrong_usage after a mistake
-// (named on standard error).
-std::optional<int> parse_command_line(option_parser &app, int argc, const char *const *argv);
+// Runs a program: its command line, and unless that asks for --help, --version or a completion
+// (printed on standard output) or has a mistake (named on standard error, wrong_usage), its body,
+// as run_tool.h has it. Returns the exit status.
+int run_tool(option_parser &app, int argc, const char *const *argv,
+             const std::function<int()> &body);
 
 } // namespace tools

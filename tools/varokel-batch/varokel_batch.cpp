@@ -3,7 +3,6 @@
 #include "files/base/tool_error.h"
 #include "common/command_line.h"
 #include "common/import_options.h"
-#include "common/run_tool.h"
 #include "varokel-batch/batch_options.h"
 #include "varokel-batch/job_scripts.h"
 #include "varokel-batch/merge_batch.h"
@@ -118,8 +117,7 @@ int main(int argc, char **argv) {
         app.add_subcommand("snakemake", "Prints rules for Snakemake.");
     add_job_options(*slurm, *snakemake, jobs);
 
-    return tools::run_tool("varokel-batch", [&] {
-        if (const std::optional<int> end = tools::parse_command_line(app, argc, argv)) return *end;
+    return tools::run_tool(app, argc, argv, [&] {
         for (int i = 0; i < argc; ++i) plan.command.emplace_back(argv[i]);
         if (planner->parsed())
             tools::make_plan(plan);

@@ -16,7 +16,6 @@
 #include "files/base/tool_error.h"
 
 #include "common/command_line.h"
-#include "common/run_tool.h"
 #include "varokel-batch/batch_options.h"
 #include "varokel-batch/bids_names.h"
 #include "varokel-batch/merge_batch.h"
@@ -344,8 +343,5 @@ int main(int argc, char **argv) {
         "for all, and writes the\nresults as BIDS derivatives.",
         "varokel-bids");
     add_bids_options(app, own);
-    return tools::run_tool("varokel-bids", [&] {
-        if (const std::optional<int> end = tools::parse_command_line(app, argc, argv)) return *end;
-        return fit_all(own);
-    });
+    return tools::run_tool(app, argc, argv, [&] { return fit_all(own); });
 }

@@ -4,7 +4,6 @@
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
 #include "common/command_line.h"
-#include "common/run_tool.h"
 #include "varokel-compare/compare_text.h"
 
 #include <algorithm>
@@ -109,9 +108,7 @@ int main(int argc, char **argv) {
         "1e-6",
         "0 same, 1 different");
 
-    return tools::run_tool("varokel-compare", [&] {
-        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
-            return *status;
+    return tools::run_tool(app, argc, argv, [&] {
         return signal ? compare_signals(got, wanted, allowed, most)
                       : compare_texts(got, wanted, errors, allowed, most);
     });

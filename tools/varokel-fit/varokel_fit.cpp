@@ -18,7 +18,6 @@
 #include "common/command_line.h"
 #include "common/find_program.h"
 #include "common/import_options.h"
-#include "common/run_tool.h"
 #include "varokel-fit/finish_fits.h"
 #include "varokel-fit/fit_options.h"
 #include "varokel-fit/look_first.h"
@@ -369,9 +368,7 @@ int main(int argc, char **argv) {
     tools::add_fit_options(app, own);
     tools::common_options(app, "  varokel-fit brain.nii.gz peaks.txt -o run",
                           "0 all right, 1 some spectra were not fitted");
-    const int ended = tools::run_tool("varokel-fit", [&] {
-        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
-            return *status;
+    const int ended = tools::run_tool(app, argc, argv, [&] {
         tools::watch_for_interrupts();
         try {
             own.input.coils_beside = tools::has_coils(own.water.file, own.input) ||

@@ -11,7 +11,6 @@
 #include "files/start/table_keys.h"
 #include "common/command_line.h"
 #include "common/import_options.h"
-#include "common/run_tool.h"
 
 #include <iostream>
 
@@ -119,9 +118,7 @@ int main(int argc, char **argv) {
         "basis", "Turns an LCModel basis set into binary patterns of varokel that match the data.");
     add_basis_options(*basis, basis_set);
 
-    return tools::run_tool("varokel-import", [&] {
-        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
-            return *status;
+    return tools::run_tool(app, argc, argv, [&] {
         const std::string &input = pattern->parsed() ? pattern_options.input
                                    : basis->parsed() ? basis_set.input
                                                      : options.input;

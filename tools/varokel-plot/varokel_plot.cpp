@@ -14,7 +14,6 @@
 #include "files/pictures/spectrum_view.h"
 #include "common/command_line.h"
 #include "common/import_options.h"
-#include "common/run_tool.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -269,9 +268,7 @@ int main(int argc, char **argv) {
     tools::common_options(app, "  varokel-plot examples/single_line/line -o line.svg --axis hz "
                                "--hz-per-point 1\n"
                                "  varokel-plot examples/p31_brain/p31_brain.fid.f32 -o p31.svg");
-    return tools::run_tool("varokel-plot", [&] {
-        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
-            return *status;
+    return tools::run_tool(app, argc, argv, [&] {
         check_ranges(options);
         return plot(options);
     });

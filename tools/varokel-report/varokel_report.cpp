@@ -14,7 +14,6 @@
 #include "files/pages/report_page.h"
 #include "files/pages/page_frame.h"
 #include "common/command_line.h"
-#include "common/run_tool.h"
 #include "varokel-report/region_labels.h"
 #include "varokel-report/report_places.h"
 
@@ -374,9 +373,5 @@ int main(int argc, char **argv) {
     app.add_flag("--force", options.force, "replace existing files");
     tools::common_options(app, "  varokel-report run --derive \"PCr/gATP\"",
                           "0 all right, 1 a spectrum was not fitted");
-    return tools::run_tool("varokel-report", [&] {
-        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
-            return *status;
-        return write_report(options);
-    });
+    return tools::run_tool(app, argc, argv, [&] { return write_report(options); });
 }

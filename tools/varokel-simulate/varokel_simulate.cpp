@@ -3,7 +3,6 @@
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
 #include "common/command_line.h"
-#include "common/run_tool.h"
 #include "varokel-simulate/simulated_files.h"
 
 #include <iostream>
@@ -38,9 +37,5 @@ int main(int argc, char **argv) {
                                "  varokel-simulate examples/single_line/start.par -o line.nii.gz "
                                "--noise 0.01 --seed 1 --count 8 --frequency 123.2 --nucleus 1H");
 
-    return tools::run_tool("varokel-simulate", [&] {
-        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
-            return *status;
-        return simulate(options);
-    });
+    return tools::run_tool(app, argc, argv, [&] { return simulate(options); });
 }

@@ -9,7 +9,6 @@
 #include "files/start/show_start.h"
 #include "files/start/table_of_start.h"
 #include "common/command_line.h"
-#include "common/run_tool.h"
 
 #include <cmath>
 #include <filesystem>
@@ -201,9 +200,7 @@ int main(int argc, char **argv) {
     tools::common_options(app, "  varokel-start peaks.txt -d run/brain.bin -o run/start.par\n"
                                "  varokel-start peaks.txt -d run/brain.bin --explain\n"
                                "  varokel-start --from run/compact.par -d run/brain.bin");
-    return tools::run_tool("varokel-start", [&] {
-        if (const std::optional<int> status = tools::parse_command_line(app, argc, argv))
-            return *status;
+    return tools::run_tool(app, argc, argv, [&] {
         const auto usage = [](const std::string &text) {
             throw tool_error(tools::wrong_usage, text + "; try varokel-start --help");
         };
