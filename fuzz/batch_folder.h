@@ -135,7 +135,7 @@ inline batch_folder whole_folder() {
         spectrum.name = "s" + std::to_string(line);
         spectrum.at = {line % 2, line / 2};
         spectrum.block = line / 2;
-        spectrum.sha256 = tools::sha256_of(spectrum.name);
+        spectrum.sha256 = tools::sha256_of(curve_of(line).substr(sizeof(tools::curve_head)));
         batch.lines.push_back(tools::line_of(spectrum));
     }
     batch.marker = {{"first", 0}, {"stop", 2}, {"fitted", 2}, {"failed", 0}, {"not_tried", 0}};

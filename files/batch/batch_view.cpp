@@ -6,9 +6,9 @@
 #include "files/base/input_file.h"
 #include "files/base/not_known.h"
 #include "files/base/read_json.h"
+#include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/batch/plan_lines.h"
-#include "files/batch/table_reader.h"
 #include "files/results/judge_run.h"
 #include "files/results/run_result.h"
 #include "files/spectra/signal_file.h"
@@ -75,6 +75,7 @@ void batch_view::read_manifest() {
         planned_spectrum planned = lines.read(line);
         const auto n = static_cast<std::size_t>(planned.number);
         spectra[n].at = std::move(planned.at);
+        spectra[n].sha256 = std::move(planned.sha256);
         spectra[n].status = "not_fitted";
         spectra[n].level = "red";
         spectra[n].quality = spectra[n].snr = not_known;
@@ -110,6 +111,16 @@ static std::vector<std::size_t> further_columns(const table_reader &table,
     return found;
 }
 
+// The spectrum that a row names.
+std::size_t batch_view::spectrum_of(const table_reader &table, std::size_t column,
+                                    const std::string &file) const {
+    const auto found = by_name_.find(table.text(column));
+    if (found == by_name_.end())
+        throw tool_error(bad_input, file + ": spectrum " + table.text(column) +
+                                        " is not in manifest.json; merge the batch again");
+    return found->second;
+}
+
 void batch_view::read_quality() {
     const std::string file = (fs::path(folder) / "quality.tsv").string();
     table_reader table(file);
@@ -130,11 +141,8 @@ void batch_view::read_quality() {
                            {}});
     }
     while (table.next()) {
-        const auto found = by_name_.find(table.text(name));
-        if (found == by_name_.end())
-            throw tool_error(bad_input, file + ": spectrum " + table.text(name) +
-                                            " is not in manifest.json; merge the batch again");
-        batch_spectrum &spectrum = spectra[found->second];
+        const std::size_t found = spectrum_of(table, name, file);
+        batch_spectrum &spectrum = spectra[found];
         spectrum.status = table.text(status);
         spectrum.reason = table.text(reason) == "n/a" ? "" : table.text(reason);
         spectrum.level = table.text(level);
@@ -145,7 +153,7 @@ void batch_view::read_quality() {
         for (std::size_t f = 0; f < places.size(); ++f) {
             const std::optional<double> value = table.number_of(places[f]);
             numbers[f] = numbers[f] && value;
-            if (value) further[f].values[found->second] = *value;
+            if (value) further[f].values[found] = *value;
         }
     }
     for (std::size_t f = places.size(); f-- > 0;) // texts, and what no spectrum has
@@ -166,10 +174,7 @@ void batch_view::read_derived() {
     const std::size_t expression = table.column("expression"), unit = table.column("unit");
     std::map<std::string, std::size_t> at;
     while (table.next()) {
-        const auto found = by_name_.find(table.text(spectrum));
-        if (found == by_name_.end())
-            throw tool_error(bad_input, file + ": spectrum " + table.text(spectrum) +
-                                            " is not in manifest.json; merge the batch again");
+        const std::size_t found = spectrum_of(table, spectrum, file);
         const auto [place, fresh] =
             at.emplace(table.text(name) + "=" + table.text(expression), further.size());
         if (fresh) {
@@ -180,8 +185,8 @@ void batch_view::read_derived() {
             if (own_unit.empty()) // amounts by water are worked out of the plan
                 derived.push_back(table.text(name) + "=" + table.text(expression));
         }
-        further[place->second].values[found->second] = table.number(value);
-        further[place->second].errors[found->second] = table.number(sd);
+        further[place->second].values[found] = table.number(value);
+        further[place->second].errors[found] = table.number(sd);
     }
     files_read.push_back(file);
 }
@@ -209,10 +214,7 @@ void batch_view::read_results() {
     const std::size_t warnings = table.column("warnings");
     values_.assign(spectra.size() * entries.size() * batch_quantities, not_known);
     while (table.next()) {
-        const auto found = by_name_.find(table.text(name));
-        if (found == by_name_.end())
-            throw tool_error(bad_input, file + ": spectrum " + table.text(name) +
-                                            " is not in manifest.json; merge the batch again");
+        const std::size_t found = spectrum_of(table, name, file);
         const double number = table.number(entry);
         if (std::isnan(number)) continue; // a spectrum without results
         if (!(number >= 1.0 && number <= static_cast<double>(entries.size())) ||
@@ -220,8 +222,7 @@ void batch_view::read_results() {
             throw tool_error(bad_input, file + ": entry " + table.text(entry) + "; expected 1 to " +
                                             std::to_string(entries.size()));
         const std::size_t first =
-            (found->second * entries.size() + static_cast<std::size_t>(number) - 1) *
-            batch_quantities;
+            (found * entries.size() + static_cast<std::size_t>(number) - 1) * batch_quantities;
         for (std::size_t q = 0; q < batch_quantities; ++q)
             if (columns[q]) values_[first + q] = table.number(*columns[q]);
         if (table.text(warnings) != "n/a")
@@ -236,6 +237,8 @@ void batch_view::find_curves() {
     if (!fs::is_regular_file(file, error)) return; // no fits were kept
     table_reader table(file);
     const std::size_t row = table.column("row"), number = table.column("number");
+    const bool has_digests = table.has("sha256"); // merges of before wrote none
+    const std::size_t digest = has_digests ? table.column("sha256") : 0;
     while (table.next()) {
         const double place = table.number(row), spectrum = table.number(number);
         const auto is_number = [&](double value) { // of one of the spectra
@@ -245,7 +248,8 @@ void batch_view::find_curves() {
         if (!is_number(place) || !is_number(spectrum))
             throw tool_error(bad_input, file + ": spectrum " + table.text(number) +
                                             " is not one of this batch; merge it again");
-        curves_[static_cast<std::size_t>(spectrum)] = static_cast<long long>(place);
+        curves_[static_cast<std::size_t>(spectrum)] = {static_cast<long long>(place),
+                                                       has_digests ? table.text(digest) : ""};
     }
     files_read.push_back(file);
 }
@@ -255,31 +259,39 @@ std::string batch_view::warnings_of(std::size_t spectrum, std::size_t entry) con
     return found == entry_warnings_.end() ? "" : found->second;
 }
 
-// Signal `place` of a file of signals that stand one behind the other; none when it is not there.
-// Its points may be no finite numbers: what was measured is shown as it is.
-static std::optional<complex_signal> signal_of(const std::string &file, long long place,
-                                               long long points) {
+// Bytes of signal `place` of a file of signals that stand one behind the other; none when it is not
+// there. Its points may be no finite numbers: what was measured is shown as it is.
+static std::optional<std::string> bytes_of(const std::string &file, long long place,
+                                           long long points) {
     std::ifstream stream = open_input(file);
     std::string bytes(static_cast<std::size_t>(8 * points), '\0');
     stream.seekg(place * points * 8);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     if (!stream) return std::nullopt;
-    return signal_of_bytes(bytes);
+    return bytes;
 }
 
 complex_signal batch_view::data_of(std::size_t spectrum) const {
     const std::string file = (fs::path(folder) / "spectra.f32").string();
-    std::optional<complex_signal> data = signal_of(file, static_cast<long long>(spectrum), points);
-    if (!data)
-        throw tool_error(bad_input, file + ": holds less than was planned; is it that of this "
-                                           "batch?");
-    return *data;
+    const auto bytes = bytes_of(file, static_cast<long long>(spectrum), points);
+    if (!bytes || sha256_of(*bytes) != spectra[spectrum].sha256)
+        throw tool_error(bad_input, file + ": " + spectra[spectrum].name +
+                                        " is missing or was changed since the plan was made; put "
+                                        "the file of then back, or plan again");
+    return signal_of_bytes(*bytes);
 }
 
 std::optional<complex_signal> batch_view::fit_of(std::size_t spectrum) const {
     const auto found = curves_.find(spectrum);
     if (found == curves_.end()) return std::nullopt;
-    return signal_of((fs::path(folder) / "pictures.f32").string(), found->second, points);
+    const auto &[place, digest] = found->second;
+    const std::string file = (fs::path(folder) / "pictures.f32").string();
+    const auto bytes = bytes_of(file, place, points);
+    if (!bytes) return std::nullopt;
+    if (!digest.empty() && sha256_of(*bytes) != digest)
+        throw tool_error(bad_input, file + ": the curve of " + spectra[spectrum].name +
+                                        " was changed since it was merged; merge the batch again");
+    return signal_of_bytes(*bytes);
 }
 
 double batch_view::phase_of(std::size_t spectrum) const {

@@ -7,10 +7,12 @@
 #include "files/spectra/complex_signal.h"
 #include "files/results/rebuilt_model.h"
 #include "files/batch/batch_plan.h"
+#include "files/batch/table_reader.h"
 
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tools {
@@ -21,6 +23,7 @@ struct batch_spectrum {
     std::vector<long long> at;   // along the axes
     double quality = 0.0, snr = 0.0;
     std::string verdict; // of an exact fit; empty without
+    std::string sha256;  // of its points in spectra.f32
 };
 
 // A number for each spectrum that a table of the batch has beside those above: another column of
@@ -60,9 +63,9 @@ class batch_view {
     }
     // Words of the warnings that name an entry; empty for none.
     std::string warnings_of(std::size_t spectrum, std::size_t entry) const;
-    // The spectrum as it was fitted. Errors: bad_input.
+    // The spectrum as it was fitted. Errors: bad_input when the file holds something else now.
     complex_signal data_of(std::size_t spectrum) const;
-    // Its fit, when it was kept.
+    // Its fit, when it was kept. Errors: as above.
     std::optional<complex_signal> fit_of(std::size_t spectrum) const;
     // Phase that turns most of the spectrum into absorption [degrees].
     double phase_of(std::size_t spectrum) const;
@@ -84,6 +87,8 @@ class batch_view {
     std::vector<std::string> files_read;
 
   private:
+    std::size_t spectrum_of(const table_reader &table, std::size_t column,
+                            const std::string &file) const;
     void read_manifest();
     void read_quality();
     void read_results();
@@ -93,7 +98,8 @@ class batch_view {
     std::vector<double> values_;
     std::map<std::size_t, std::string> entry_warnings_; // by spectrum and entry
     std::map<std::string, std::size_t> by_name_;
-    std::map<std::size_t, long long> curves_; // place in pictures.f32
+    // place in pictures.f32 and the digest of the curve, empty where merge wrote none
+    std::map<std::size_t, std::pair<long long, std::string>> curves_;
 };
 
 // Whether a folder is that of a batch.

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # hand_made_plan.pl FOLDER: a manifest of 3 x 2 voxels a to f with two entries, "one" and "two<", for
-# the start.par, names.txt and sidecar.json in FOLDER; written here from the description of the format.
+# the start.par, names.txt, sidecar.json and spectra.f32 of 16 points each in FOLDER; written here from the description of the format.
 use strict;
 use warnings;
 use Digest::SHA qw(sha256_hex);
@@ -14,9 +14,11 @@ sub digest {
     local $/;
     return sha256_hex(<$in>);
 }
+open my $spectra, '<:raw', "$folder/spectra.f32" or die "spectra.f32: $!";
 my @lines = map {
+    read($spectra, my $points, 128) == 128 or die 'spectra.f32';
     sprintf '{"number":%d,"name":"%s","at":[%d,%d],"state":"fit","block":%d,"wave":0,"sha256":"%s"}',
-        $_, chr(ord('a') + $_), $_ % 3, int($_ / 3), $_, '0' x 64
+        $_, chr(ord('a') + $_), $_ % 3, int($_ / 3), $_, sha256_hex($points)
 } 0 .. 5;
 my %head = (
     format => 4, derived => [], method => 'exact', windows => [], program => 'varokel-batch 0', count => 6, blocks => 6, points => 16, keep => 6,

@@ -374,6 +374,8 @@ sed -i 's/^n_pnts 128/n_pnts 16/; s/^noistp 32/noistp 8/; s/^Hz_p_p .*/Hz_p_p 10
     s/1 0 127$/1 0 15/; s/ 601/ 60/; s/ 349/ 35/' batch/start.par
 printf 'one\ntwo<\n' >batch/names.txt
 echo '{"points": 16, "hz_per_point": 10}' >batch/sidecar.json
+# spectrum n has n + 1 in the imaginary part of point 5, and its fit half of that; phase 90 degrees
+awk 'BEGIN { for (n = 0; n < 6; n++) for (i = 0; i < 16; i++) print 0, i == 5 ? n + 1 : 0 }' | signal batch/spectra.f32
 perl "$tree/tests/batch/hand_made_plan.pl" batch
 {
     head -1 run/results.tsv
@@ -398,8 +400,6 @@ perl "$tree/tests/batch/hand_made_plan.pl" batch
         esac
     done
 } >batch/quality.tsv
-# spectrum n has n + 1 in the imaginary part of point 5, and its fit half of that; phase 90 degrees
-awk 'BEGIN { for (n = 0; n < 6; n++) for (i = 0; i < 16; i++) print 0, i == 5 ? n + 1 : 0 }' | signal batch/spectra.f32
 awk 'BEGIN { for (n = 5; n >= 3; n--) for (i = 0; i < 16; i++) print 0, i == 5 ? (n + 1) / 2 : 0 }' | signal batch/pictures.f32
 printf 'row\tnumber\tspectrum\tfit_quality\n0\t5\tf\t1.1\n1\t4\te\t3.5\n2\t3\td\t1.1\n' >batch/pictures.tsv
 status 1 "$report" batch
@@ -455,9 +455,21 @@ status 1 "$report" batch --force
 true_that 'without a quality: the worst' sh -c "grep -o '<tr data-number=\"[0-9]*' batch/overview.html | head -1 | grep -q '\"1'"
 true_that 'one reason for not fitted' test "$(grep -c 'button type="button" class="pick"' batch/overview.html)" -eq 1
 cp kept.tsv batch/quality.tsv
+# the fits of a merge that wrote no digests are shown, those of another only as it wrote them
+curve=$(head -c 128 batch/pictures.f32 | sha256sum | cut -d ' ' -f 1)
+awk -F '\t' -v OFS='\t' -v d="$curve" '{ print $0, NR == 1 ? "sha256" : d }' batch/pictures.tsv | head -2 >x && mv x batch/pictures.tsv
+status 1 "$report" batch --force
+printf x | dd of=batch/pictures.f32 bs=1 seek=3 conv=notrunc 2>dd_said
+status 3 "$report" batch --force
+holds err 'batch/pictures.f32: the curve of f was changed since it was merged; merge the batch again'
+rm batch/pictures.tsv
+status 1 "$report" batch --force
+printf x | dd of=batch/spectra.f32 bs=1 seek=200 conv=notrunc 2>dd_said
+status 3 "$report" batch --force
+holds err 'batch/spectra.f32: b is missing or was changed since the plan was made'
 head -c 100 batch/spectra.f32 >x && mv x batch/spectra.f32
 status 3 "$report" batch --force
-holds err 'spectra.f32'
+holds err 'batch/spectra.f32: a is missing or was changed since the plan was made'
 echo '{' >batch/manifest.json
 status 3 "$report" batch --force
 holds err 'manifest.json: holds no list of spectra'

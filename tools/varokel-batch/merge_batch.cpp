@@ -5,6 +5,7 @@
 #include "files/base/output_file.h"
 #include "files/base/part_file.h"
 #include "files/base/plain_text.h"
+#include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/batch/derived_batch.h"
 #include "files/nifti/grid_maps.h"
@@ -238,15 +239,17 @@ static void write_curves(const batch_plan &plan, const plan_lines &lines,
     if (static_cast<long long>(all.size()) > plan.keep)
         all.resize(static_cast<std::size_t>(plan.keep));
     part_file curves(plan.file("pictures.f32"), merge_again);
-    std::string list = "row\tnumber\tspectrum\tfit_quality\n";
+    std::string list = "row\tnumber\tspectrum\tfit_quality\tsha256\n";
     std::size_t row = 0;
     for (const kept &each : all) {
         curve_head head{};
         read(each.shard, each.offset, head);
-        curves.add(std::string_view(bytes).substr(sizeof head));
+        const auto curve = std::string_view(bytes).substr(sizeof head);
+        curves.add(curve);
         const planned_spectrum spectrum = lines.read(head.line);
         list += std::to_string(row++) + "\t" + std::to_string(spectrum.number) + "\t" +
-                text_cell(spectrum.name) + "\t" + table_number(head.quality) + "\n";
+                text_cell(spectrum.name) + "\t" + table_number(head.quality) + "\t" +
+                sha256_of(curve) + "\n";
     }
     write_files({{plan.file("pictures.tsv"), list}}, {}, true);
     curves.finish();
