@@ -16,6 +16,23 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
+std::vector<std::string> read_names(const std::string &file) {
+    std::vector<std::string> names;
+    std::set<std::string> different;
+    const std::vector<std::string> lines = lines_of(file);
+    for (std::size_t l = 0; l < lines.size(); ++l) {
+        const std::string text(trimmed(lines[l]));
+        if (text.empty() || text[0] == '#') continue;
+        const std::string name = text.substr(0, text.find_first_of(" \t,"));
+        refuse_not_utf8(name, file + ", line " + std::to_string(l + 1) + ": name");
+        if (!different.insert(name).second)
+            throw tool_error(bad_input, file + ", line " + std::to_string(l + 1) + ": name " +
+                                            name + " stands there twice; expected different ones");
+        names.push_back(name);
+    }
+    return names;
+}
+
 void name_entries(run_result &run, const std::string &asked) {
     const std::string file = !asked.empty() ? asked : in_folder(run.folder, "names.txt");
     for (fitted_entry &entry : run.entries) {
@@ -31,19 +48,7 @@ void name_entries(run_result &run, const std::string &asked) {
                                             std::to_string(entry.number) + ",");
         return;
     }
-    std::vector<std::string> names;
-    std::set<std::string> different;
-    const std::vector<std::string> lines = lines_of(file);
-    for (std::size_t l = 0; l < lines.size(); ++l) {
-        const std::string text(trimmed(lines[l]));
-        if (text.empty() || text[0] == '#') continue;
-        const std::string name = text.substr(0, text.find_first_of(" \t,"));
-        refuse_not_utf8(name, file + ", line " + std::to_string(l + 1) + ": name");
-        if (!different.insert(name).second)
-            throw tool_error(bad_input, file + ", line " + std::to_string(l + 1) + ": name " +
-                                            name + " stands there twice; expected different ones");
-        names.push_back(name);
-    }
+    const std::vector<std::string> names = read_names(file);
     if (names.size() != run.entries.size())
         throw tool_error(bad_input, file + ": " + std::to_string(names.size()) + " names for " +
                                         std::to_string(run.entries.size()) +

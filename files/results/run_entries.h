@@ -10,6 +10,10 @@
 
 namespace tools {
 
+// The names of a file, one a line up to a blank or comma; lines that begin with # are remarks.
+// Errors: bad_input, naming the line, for a name that stands there twice or is not UTF-8.
+std::vector<std::string> read_names(const std::string &file);
+
 // Names of the entries: those of the file `asked` or of names.txt in the folder, of patterns that
 // of their file, else numbers. Errors: bad_input for a file with other names than entries.
 void name_entries(run_result &run, const std::string &asked);

@@ -10,6 +10,7 @@
 #include "files/results/judge_run.h"
 #include "files/problem/start_problem.h"
 #include "files/results/derived_area.h"
+#include "files/results/run_entries.h"
 #include "files/spectra/signal_file.h"
 #include "files/start/read_start_file.h"
 
@@ -17,29 +18,10 @@
 #include <cmath>
 #include <filesystem>
 #include <iostream>
-#include <set>
 
 namespace tools {
 
 namespace fs = std::filesystem;
-
-static std::vector<std::string> read_names(const std::string &file) {
-    std::ifstream stream = open_input(file);
-    if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected names");
-    std::vector<std::string> names;
-    std::set<std::string> different;
-    for (std::string line; next_line(stream, line, file) > 0;) {
-        const std::size_t begin = line.find_first_not_of(" \t\r");
-        if (begin == line.npos || line[begin] == '#') continue;
-        const std::string name = line.substr(begin, line.find_first_of(" \t\r,", begin) - begin);
-        if (!different.insert(name).second)
-            throw tool_error(bad_input, file + ": name " + name +
-                                            " stands there twice; expected "
-                                            "different ones");
-        names.push_back(name);
-    }
-    return names;
-}
 
 static void copy_patterns(start_file &start, const std::string &beside, const std::string &work,
                           start_choice &chosen) {
