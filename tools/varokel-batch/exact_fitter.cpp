@@ -45,13 +45,6 @@ static exact_facts exact_facts_of(const exact_find &fit) {
     return facts;
 }
 
-static double highest_point(const complex_signal &signal, long long first, long long last) {
-    double most = 0.0; // its square
-    for (long long i = first; i <= last; ++i)
-        most = std::max(most, std::norm(signal[static_cast<std::size_t>(i)]));
-    return std::sqrt(most);
-}
-
 // Quality before and after in both channels, whatever was fitted; heights over the noise.
 void exact_fitter::measure_curves(const engine::fit_problem &problem, const engine::model &of,
                                   const engine::minimum &at, fit_record &record,

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <numbers>
 
 namespace tools {
@@ -26,15 +25,10 @@ curve_measure::curve_measure(const start_file &start)
     has_lineshape = start.fit_mode != 1;
 }
 
-// Highest magnitude of the points first to last of a complex float32 signal.
-static double highest(const std::string &bytes, long long first, long long last) {
+double highest_point(const complex_signal &signal, long long first, long long last) {
     double most = 0.0; // its square
-    for (long long i = first; i <= last; ++i) {
-        float parts[2];
-        std::memcpy(parts, bytes.data() + 8 * i, sizeof parts);
-        const double re = static_cast<double>(parts[0]), im = static_cast<double>(parts[1]);
-        most = std::max(most, re * re + im * im);
-    }
+    for (long long i = first; i <= last; ++i)
+        most = std::max(most, std::norm(signal[static_cast<std::size_t>(i)]));
     return std::sqrt(most);
 }
 
@@ -44,15 +38,17 @@ void measure_snr(const curve_measure &measure, const std::string &fit,
     record.snr = not_known;
     record.entry_snr.assign(measure.entries, not_known);
     if (fit.size() == static_cast<std::size_t>(8 * measure.points)) {
+        const complex_signal model = signal_of_bytes(fit);
         double most = 0.0;
         for (const auto &[first, last] : measure.intervals)
-            most = std::max(most, highest(fit, first, last));
+            most = std::max(most, highest_point(model, first, last));
         record.snr = most / noise;
     }
     if (components.size() != static_cast<std::size_t>(8 * measure.points) * measure.entries) return;
+    const complex_signal own = signal_of_bytes(components);
     for (std::size_t k = 0; k < measure.entries; ++k) {
         const long long begin = static_cast<long long>(k) * measure.points;
-        record.entry_snr[k] = highest(components, begin, begin + measure.points - 1) / noise;
+        record.entry_snr[k] = highest_point(own, begin, begin + measure.points - 1) / noise;
     }
 }
 

@@ -31,6 +31,9 @@ struct curve_measure {
 complex_signal model_of_start(const curve_measure &measure, const start_file &start,
                               const std::string &patterns);
 
+// Highest magnitude of the points first to last.
+double highest_point(const complex_signal &signal, long long first, long long last);
+
 // Highest magnitude of the model (bytes of RUN.fit) in the intervals, and of each entry's own
 // spectrum (bytes of RUN.nln0), over the noise of the real part. Bytes of another length leave
 // not-a-numbers.
