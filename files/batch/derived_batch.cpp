@@ -44,24 +44,16 @@ bool has_amounts(const batch_plan &plan) {
 std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_lines &lines,
                                          all_parts &parts,
                                          const std::vector<std::string> &expressions) {
-    const auto count = static_cast<std::size_t>(plan.spectra);
-    std::vector<derived_column> columns(expressions.size());
-    for (std::size_t e = 0; e < expressions.size(); ++e) {
-        columns[e].name = derived_name(expressions[e]);
-        columns[e].expression = derived_expression(expressions[e]);
-        columns[e].values.assign(count, not_known);
-        columns[e].errors.assign(count, not_known);
-    }
+    const std::vector<double> none(static_cast<std::size_t>(plan.spectra), not_known);
+    std::vector<derived_column> columns;
+    for (const std::string &text : expressions)
+        columns.push_back({derived_name(text), derived_expression(text), "", none, none});
     const std::vector<water_area> water = read_water_areas(plan);
-    if (!water.empty())
-        for (const auto &each : plan.head.at("water").at("amounts")) {
-            derived_column &column = columns.emplace_back();
-            column.name = each.at("name").get<std::string>();
-            column.expression = each.at("expression").get<std::string>() + by_water;
-            column.unit = plan.head.at("water").at("unit").get<std::string>();
-            column.values.assign(count, not_known);
-            column.errors.assign(count, not_known);
-        }
+    if (has_amounts(plan))
+        for (const auto &each : plan.head.at("water").at("amounts"))
+            columns.push_back({each.at("name").get<std::string>(),
+                               each.at("expression").get<std::string>() + by_water,
+                               plan.head.at("water").at("unit").get<std::string>(), none, none});
     const batch_table table(plan);
     for (long long line = 0; line < plan.spectra && !columns.empty(); ++line) {
         const planned_spectrum spectrum = lines.read(line);
