@@ -196,7 +196,7 @@ static int look(const std::vector<tools::prepared_fit> &fits, tools::output_fold
     const bool all = std::all_of(fits.begin(), fits.end(), [](const tools::prepared_fit &f) {
         return f.planned.why_not.empty();
     });
-    return static_cast<int>(all ? tools::all_right : tools::different);
+    return all ? tools::all_right : tools::different;
 }
 
 // Notes that the import has printed already.
@@ -355,7 +355,7 @@ static int fit(const fit_options &own) {
     if (all.failed > 0)
         warn(std::to_string(all.failed) + " of " + std::to_string(fits.size()) + " not fitted");
     if (page_failed) return tools::bad_output;
-    return all.failed > 0 ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+    return all.failed > 0 ? tools::different : tools::all_right;
 }
 
 int main(int argc, char **argv) {

@@ -158,8 +158,7 @@ static int write_batch(const report_options &options) {
         batch.spectra.begin(), batch.spectra.end(), [](const tools::batch_spectrum &s) {
             return s.status == "not_fitted" && s.reason == tools::reason_all_zero;
         });
-    return failed > without_signal ? static_cast<int>(tools::different)
-                                   : static_cast<int>(tools::all_right);
+    return failed > without_signal ? tools::different : tools::all_right;
 }
 
 // Files of the spectra, NAME.* in their folders, that may be read for the report: none of them may
@@ -206,7 +205,7 @@ static int print_judgements(report_options options) {
         all.push_back(std::move(one));
     }
     std::cout << all.dump(2) << '\n';
-    return failed ? static_cast<int>(tools::different) : static_cast<int>(tools::all_right);
+    return failed ? tools::different : tools::all_right;
 }
 
 static std::vector<std::string> inputs_of(const report_options &options,
@@ -333,8 +332,7 @@ static int write_report(report_options options) {
     if (report.failed() > 0)
         std::cerr << "varokel-report: " << report.failed() << " of " << places.size()
                   << (places.size() == 1 ? " spectrum" : " spectra") << " not fitted\n";
-    return report.failed() > 0 ? static_cast<int>(tools::different)
-                               : static_cast<int>(tools::all_right);
+    return report.failed() > 0 ? tools::different : tools::all_right;
 }
 
 int main(int argc, char **argv) {
