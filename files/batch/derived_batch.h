@@ -2,7 +2,7 @@
 // derived_batch.h -- sums, ratios, pH of all fits of a batch
 #pragma once
 
-#include "files/batch/all_parts.h"
+#include "files/batch/finished_shard.h"
 #include "files/batch/batch_table.h"
 #include "files/results/derived_area.h"
 
