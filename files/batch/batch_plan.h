@@ -76,4 +76,12 @@ std::vector<std::string> check_inputs(const batch_plan &plan);
 // Size and time of a file as the manifest has them; nothing when it is not there.
 ordered_json stamp_of(const std::string &file);
 
+// A plan that another is to replace, of this version or an earlier one; locked alone.
+struct replaced_plan {
+    // Errors: bad_output when the manifest is not one of ours, and when somebody works with it.
+    explicit replaced_plan(const std::string &folder);
+    std::shared_ptr<manifest_file> file;
+    std::vector<std::string> entry_names, pattern_files; // only plain names
+};
+
 } // namespace tools

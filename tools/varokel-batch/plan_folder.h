@@ -3,7 +3,7 @@
 #pragma once
 
 #include "files/base/own_folder.h"
-#include "files/batch/replaced_plan.h"
+#include "files/batch/batch_plan.h"
 
 #include <memory>
 #include <string>
