@@ -4,6 +4,7 @@
 #include "files/base/tool_error.h"
 #include "files/batch/shard_journal.h"
 #include "files/batch/shard_lock.h"
+#include "support/refusal.h"
 #include "support/support.h"
 
 #include <gtest/gtest.h>
@@ -60,16 +61,6 @@ class journal_of_fits : public testing::Test {
         done.curves_sha256 = tools::sha256_of_file(file(".curves"));
         return done;
     }
-    template <class body>
-    std::string refusal(const body &what) const {
-        try {
-            what();
-        } catch (const tools::tool_error &error) {
-            return error.what();
-        }
-        return "no error";
-    }
-
     support::temporary_folder place_;
     tools::batch_plan plan_;
     std::string stem_ = place_.file("0000_of_0001");
@@ -131,9 +122,9 @@ TEST_F(journal_of_fits, of_another_plan_is_refused_and_stays) {
     { tools::shard_journal(plan_, stem_, first, stop); }
     const std::string before = journal_bytes();
     plan_.id[63] = 'b';
-    EXPECT_NE(refusal([&] {
-                  tools::shard_journal(plan_, stem_, first, stop);
-              }).find("belongs to another plan"),
+    EXPECT_NE(support::refusal_of(tools::bad_input,
+                                  [&] { tools::shard_journal(plan_, stem_, first, stop); })
+                  .find("belongs to another plan"),
               std::string::npos);
     EXPECT_EQ(journal_bytes(), before);
 }
@@ -199,7 +190,9 @@ TEST_F(journal_of_fits, a_finished_shard_has_its_records_in_the_order_of_the_man
     for (long long line = first; line < stop; ++line)
         EXPECT_NEAR(part.read(line).figures[0], 1.0 + 0.1 * static_cast<double>(line), 1e-15);
     for (const long long other : {first - 1, stop})
-        EXPECT_NE(refusal([&] { part.read(other); }).find("has no line"), std::string::npos);
+        EXPECT_NE(
+            support::refusal_of(tools::bad_input, [&] { part.read(other); }).find("has no line"),
+            std::string::npos);
     const std::string marker = support::read_file(file(".done"));
     for (const char *said :
          {"\"first\":1", "\"stop\":6", "\"fitted\":5", "\"failed\":0", "\"not_tried\":0"})
@@ -216,17 +209,20 @@ TEST_F(journal_of_fits, a_part_or_curves_that_were_changed_are_refused) {
         changed.back() ^= 1;
         for (const std::string &bytes : {changed, whole + '\0', whole.substr(1), std::string()}) {
             support::write_file(file(ending), bytes);
-            EXPECT_NE(refusal([&] { tools::check_part(plan_, done); }).find("missing or damaged"),
+            EXPECT_NE(support::refusal_of(tools::bad_input, [&] { tools::check_part(plan_, done); })
+                          .find("missing or damaged"),
                       std::string::npos)
                 << ending << " " << bytes.size();
         }
         fs::remove(file(ending));
-        EXPECT_NE(refusal([&] { tools::check_part(plan_, done); }), "no error");
+        EXPECT_NE(support::refusal_of(tools::bad_input, [&] { tools::check_part(plan_, done); }),
+                  "no error");
         support::write_file(file(ending), whole);
     }
     EXPECT_NO_THROW(tools::check_part(plan_, done));
     plan_.id[0] = 'b';
-    EXPECT_NE(refusal([&] { tools::part_reader(plan_, done); }).find("of another plan"),
+    EXPECT_NE(support::refusal_of(tools::bad_input, [&] { tools::part_reader(plan_, done); })
+                  .find("of another plan"),
               std::string::npos);
 }
 
@@ -256,7 +252,8 @@ TEST_F(journal_of_fits, one_process_at_a_time_has_the_lock_and_says_who) {
         const auto note = tools::read_lock_note(name);
         ASSERT_TRUE(note);
         EXPECT_EQ(note->scratch, "/tmp/fits");
-        const std::string said = refusal([&] { tools::shard_lock second(stem_); });
+        const std::string said =
+            support::refusal_of(tools::bad_output, [&] { tools::shard_lock second(stem_); });
         EXPECT_NE(said.find("another process works on this shard: " +
                             std::to_string(note->process) + " on " + note->machine),
                   std::string::npos)
@@ -281,7 +278,8 @@ TEST_F(journal_of_fits, one_process_at_a_time_has_the_lock_and_says_who) {
 TEST_F(journal_of_fits, a_lock_that_is_a_link_is_refused_and_its_target_stays) {
     support::write_file(place_.file("mine"), "my text\n");
     fs::create_symlink(place_.file("mine"), file(".lock"));
-    EXPECT_NE(refusal([&] { tools::shard_lock lock(stem_); }).find("cannot be written"),
+    EXPECT_NE(support::refusal_of(tools::bad_output, [&] { tools::shard_lock lock(stem_); })
+                  .find("cannot be written"),
               std::string::npos);
     EXPECT_EQ(support::read_file(place_.file("mine")), "my text\n");
 }

@@ -5,6 +5,7 @@
 #include "files/base/tool_error.h"
 #include "files/batch/finished_shard.h"
 
+#include "support/refusal.h"
 #include "support/planned_batch.h"
 
 #include <gtest/gtest.h>
@@ -30,13 +31,7 @@ class plan_lines : public testing::Test {
         return refusal_of_plan(plan_of(spectra));
     }
     std::string refusal_of_plan(const tools::batch_plan &plan) const {
-        try {
-            const tools::plan_lines lines(plan);
-        } catch (const tools::tool_error &error) {
-            EXPECT_EQ(error.status(), tools::bad_input);
-            return error.what();
-        }
-        return "no error";
+        return support::refusal_of(tools::bad_input, [&] { const tools::plan_lines lines(plan); });
     }
     static bool has(const std::string &text, const std::string &words) {
         return text.find(words) != text.npos;
@@ -185,15 +180,12 @@ TEST_F(plan_lines, of_a_marker_are_counted_whether_they_were_fitted_or_not) {
         marker["failed"] = failed;
         marker["not_tried"] = not_tried;
         support::write_file(name, marker.dump());
-        try {
+        return support::refusal_of(tools::bad_input, [&] {
             const tools::finished_shard found = tools::read_marker(plan, lines, name);
             EXPECT_EQ(found.fitted, fitted);
             EXPECT_EQ(found.failed, failed);
             EXPECT_EQ(found.not_tried, not_tried);
-        } catch (const tools::tool_error &error) {
-            return error.what();
-        }
-        return "no error";
+        });
     };
     EXPECT_EQ(said(8, 0, 0), "no error");
     EXPECT_EQ(said(3, 1, 4), "no error");

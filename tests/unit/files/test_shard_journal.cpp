@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/base/file_descriptor.h"
-#include "files/base/tool_error.h"
 #include "files/batch/shard_journal.h"
+
+#include "support/refusal.h"
+#include "support/support.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -26,47 +27,36 @@ std::size_t open_descriptors() {
 
 class shard_journal_test : public testing::Test {
   protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "journal.XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        place_ = name;
+    shard_journal_test() {
         plan_.id = std::string(tools::shard_head_size, 'a');
         plan_.points = 4;
         plan_.keep = 1;
         plan_.spectra = 2;
-        stem_ = (place_ / "0000_of_0001").string();
     }
-    void TearDown() override { fs::remove_all(place_); }
-
-    // What the constructor says when it refuses; "" when it does not.
-    std::string refusal() const {
-        try {
-            const tools::shard_journal journal(plan_, stem_, 0, 2);
-            return "";
-        } catch (const tools::tool_error &error) {
-            return error.what();
-        }
+    // What the constructor says.
+    std::string refusal(int status) const {
+        return support::refusal_of(status, [&] { tools::shard_journal(plan_, stem_, 0, 2); });
     }
 
-    fs::path place_;
+    support::temporary_folder place_;
     tools::batch_plan plan_;
-    std::string stem_;
+    std::string stem_ = place_.file("0000_of_0001");
 };
 
 TEST_F(shard_journal_test, NoDescriptorStaysOpenWhateverEndsIt) {
     const std::size_t before = open_descriptors();
-    EXPECT_EQ(refusal(), "");
+    EXPECT_EQ(refusal(0), "no error");
     EXPECT_EQ(open_descriptors(), before);
 
     // the file of the curves is refused while that of the records is open
     fs::remove(stem_ + ".fitted");
     fs::create_symlink("elsewhere", stem_ + ".fitted");
-    EXPECT_NE(refusal().find(".fitted: cannot be written"), std::string::npos) << refusal();
+    EXPECT_NE(refusal(tools::bad_output).find(".fitted: cannot be written"), std::string::npos);
     EXPECT_EQ(open_descriptors(), before);
     fs::remove(stem_ + ".fitted");
 
     std::ofstream(stem_ + ".journal") << std::string(tools::shard_head_size, 'b');
-    EXPECT_NE(refusal().find("belongs to another plan"), std::string::npos) << refusal();
+    EXPECT_NE(refusal(tools::bad_input).find("belongs to another plan"), std::string::npos);
     EXPECT_EQ(open_descriptors(), before);
 }
 

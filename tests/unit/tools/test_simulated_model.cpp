@@ -5,6 +5,7 @@
 #include "files/base/ordered_json.h"
 #include "files/base/tool_error.h"
 
+#include "support/refusal.h"
 #include "support/support.h"
 
 #include <gtest/gtest.h>
@@ -129,15 +130,7 @@ TEST_F(simulated, has_noise_of_its_seed_on_top) {
 }
 
 TEST_F(simulated, files_without_a_model_are_refused) {
-    const auto said = [&]() -> std::string {
-        try {
-            made();
-        } catch (const tools::tool_error &error) {
-            EXPECT_EQ(error.status(), tools::bad_input);
-            return error.what();
-        }
-        return "no error";
-    };
+    const auto said = [&] { return support::refusal_of(tools::bad_input, [&] { made(); }); };
     EXPECT_EQ(said(), "no error");
     start_.points = 60;
     EXPECT_NE(said().find("expected a power of two"), std::string::npos);
