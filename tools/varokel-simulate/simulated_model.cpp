@@ -74,10 +74,6 @@ simulated_model::simulated_model(const std::string &start) {
     spectrum_ = model_of(file_, start);
 }
 
-int simulated_model::points() const {
-    return file_.points;
-}
-
 double simulated_model::dwell_time() const {
     return 1.0 / (file_.hz_per_point * static_cast<double>(file_.points));
 }
@@ -85,14 +81,6 @@ double simulated_model::dwell_time() const {
 std::optional<double> simulated_model::begin_time() const {
     if (file_.phi_1 == 0.0) return std::nullopt;
     return file_.phi_1 / 360.0 * dwell_time();
-}
-
-int simulated_model::noise_first() const {
-    return file_.noise_first;
-}
-
-int simulated_model::noise_stop() const {
-    return file_.noise_stop;
 }
 
 std::vector<std::string> simulated_model::pattern_files() const {

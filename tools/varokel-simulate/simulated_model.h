@@ -24,13 +24,12 @@ class simulated_model {
     // has. Errors: bad_input.
     explicit simulated_model(const std::string &start);
 
-    int points() const;
-    double dwell_time() const;                   // [s]
-    std::optional<double> begin_time() const;    // that the first-order phase means [s]; none for 0
-    int noise_first() const, noise_stop() const; // points of the noise window, 0-based, half open
+    const start_file &file() const { return file_; } // in single precision, as a fit reads it
+    double dwell_time() const;                       // [s]
+    std::optional<double> begin_time() const; // that the first-order phase means [s]; none for 0
     std::vector<std::string> pattern_files() const;
 
-    // Model and noise of one seed: `points` points, of which the first points() hold the model.
+    // Model and noise of one seed: `points` points, of which those of the file hold the model.
     complex_signal with_noise(const simulated_noise &noise, std::size_t points) const;
     // Parameters of the model as JSON; spectra: how many were made of it, the seed rising by 1.
     std::string truth(const simulated_noise &noise, long long spectra) const;

@@ -101,9 +101,9 @@ TEST_F(simulated, begins_as_late_as_its_first_order_phase_says) {
 
 TEST_F(simulated, has_the_window_and_the_points_of_its_file) {
     const tools::simulated_model model = made();
-    EXPECT_EQ(model.points(), n);
-    EXPECT_EQ(model.noise_first(), 3);
-    EXPECT_EQ(model.noise_stop(), 9);
+    EXPECT_EQ(model.file().points, n);
+    EXPECT_EQ(model.file().noise_first, 3);
+    EXPECT_EQ(model.file().noise_stop, 9);
     EXPECT_TRUE(model.pattern_files().empty());
     const auto truth = tools::ordered_json::parse(model.truth({0.5, 7}, 3));
     EXPECT_EQ(truth["seed"].get<int>(), 7);
