@@ -78,6 +78,11 @@ status 2 "$batch" merge batch_exact --derive "share = left" --force
 holds err "share is derived already"
 status 2 "$batch" plan series.f32 --peaks lines.txt --derive "right/" "${given[@]}" -o refused
 holds err 'expected a name or a number'
+sed 's|right/(right+left)|right/nothing|' lines.txt >odd.txt
+status 3 "$batch" plan series.f32 --peaks odd.txt "${given[@]}" -o refused
+holds err 'odd.txt: what is to be derived, "right/nothing", character 7: no entry "nothing"'
+status 3 "$programs/varokel-fit" series.f32 odd.txt "${given[@]}" --index all -o refused
+holds err 'odd.txt: what is to be derived, "right/nothing", character 7: no entry "nothing"'
 status 4 "$batch" merge batch_exact
 # what an earlier merge derived does not stay beside newer tables
 status 0 "$batch" merge batch_exact --force

@@ -180,8 +180,10 @@ start_choice choose_start(const plan_options &options, const ordered_json &scale
     }
     write_files({{work + "/start.par", version_3_text(start, {})}, {work + "/names.txt", list}}, {},
                 false);
+    for (const std::string &text : chosen.derived)
+        check_derived_area(chosen.names, source, text, source);
+    for (const std::string &text : options.derive) check_derived_area(chosen.names, source, text);
     chosen.derived.insert(chosen.derived.end(), options.derive.begin(), options.derive.end());
-    for (const std::string &text : chosen.derived) check_derived_area(chosen.names, source, text);
     return chosen;
 }
 

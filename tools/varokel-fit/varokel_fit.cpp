@@ -162,10 +162,12 @@ static std::vector<std::string> derived_of(const fit_options &own, const tools::
     for (const tools::table_row &row : table.rows) names.push_back(row.name);
     std::vector<std::string> all = table.derived;
     all.insert(all.end(), own.derive.begin(), own.derive.end());
-    for (const std::string &expression : all)
+    for (const std::string &expression : table.derived)
+        tools::check_derived_area(names, own.peaks, expression, own.peaks);
+    for (const std::string &expression : own.derive)
         tools::check_derived_area(names, own.peaks, expression);
     for (const tools::amount_row &row : table.amounts.amounts)
-        tools::check_derived_area(names, own.peaks, row.name + "=" + row.expression);
+        tools::check_derived_area(names, own.peaks, row.name + "=" + row.expression, own.peaks);
     return all;
 }
 
