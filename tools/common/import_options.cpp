@@ -4,8 +4,11 @@
 
 #include "files/measured/open_source.h"
 
+#include <iostream>
 #include <iterator>
 #include <vector>
+
+#include <unistd.h>
 
 namespace tools {
 
@@ -116,6 +119,12 @@ void add_water_options(option_parser &app, water_options &options) {
                    "for amounts, where neither file nor table say it", positive_number);
     app.add_option("--repetition-time S", options.repetition_time, "as --echo-time",
                    positive_number);
+}
+
+void show_passed(std::size_t done, std::size_t of) {
+    if (isatty(STDERR_FILENO) == 0) return;
+    std::cerr << '\r' << done << " of " << of << " spectra" << (done == of ? "\n" : "")
+              << std::flush;
 }
 
 } // namespace tools

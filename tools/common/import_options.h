@@ -29,4 +29,7 @@ void add_reference_options(option_parser &app, spectrum_options &options,
 // The water that amounts are held against.
 void add_water_options(option_parser &app, water_options &options);
 
+// How many spectra of how many are passed, on standard error where that is a terminal.
+void show_passed(std::size_t done, std::size_t of);
+
 } // namespace tools

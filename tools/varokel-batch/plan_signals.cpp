@@ -14,12 +14,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iostream>
 #include <limits>
 #include <memory>
 #include <set>
-
-#include <unistd.h>
 
 namespace tools {
 
@@ -257,9 +254,7 @@ void plan_signals(const plan_options &options, const std::string &work, plan_dra
             batch.spectra[s].number = static_cast<long long>(s);
             writer.add(batch.spectra[s], std::move(fids[s - first]), faulty[s - first] != 0);
         }
-        if (step < batch.spectra.size() && isatty(STDERR_FILENO) != 0)
-            std::cerr << '\r' << stop << " of " << batch.spectra.size() << " spectra"
-                      << (stop == batch.spectra.size() ? "\n" : "") << std::flush;
+        if (step < batch.spectra.size()) show_passed(stop, batch.spectra.size());
     }
     if (!writer.finish())
         throw tool_error(bad_input, source->file + ": no spectrum with finite points that are not "

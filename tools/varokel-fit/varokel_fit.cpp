@@ -41,10 +41,6 @@ static void warn(const std::string &text) {
     std::cerr << "varokel-fit: " << text << '\n';
 }
 
-static bool progress_is_shown() {
-    return isatty(STDERR_FILENO) != 0;
-}
-
 // Writes spectra and sidecars; returns their names.
 static std::vector<std::string> import(const fit_options &own, const fs::path &folder,
                                        const std::optional<tools::reference_peak> &reference) {
@@ -57,11 +53,7 @@ static std::vector<std::string> import(const fit_options &own, const fs::path &f
     std::vector<std::string> names;
     tools::import_listener listener;
     listener.made = [&](const tools::imported_spectrum &made) { names.push_back(made.name); };
-    if (progress_is_shown())
-        listener.passed = [](std::size_t done, std::size_t of) {
-            std::cerr << '\r' << done << " of " << of << " spectra" << (done == of ? "\n" : "")
-                      << std::flush;
-        };
+    listener.passed = tools::show_passed;
     for (const std::string &text : tools::import_spectra(input, spectrum, listener))
         std::cerr << "varokel-import: " << text << '\n';
     return names;
@@ -118,7 +110,7 @@ static void prepare(const fit_options &own, tools::start_maker &maker,
 }
 
 static void show_progress(const tools::planned_fit &, std::size_t number, std::size_t of) {
-    if (of > 1 && progress_is_shown())
+    if (of > 1 && isatty(STDERR_FILENO) != 0)
         std::cerr << '\r' << number << " of " << of << " fits" << (number == of ? "\n" : "")
                   << std::flush;
 }

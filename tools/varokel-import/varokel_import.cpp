@@ -14,8 +14,6 @@
 
 #include <iostream>
 
-#include <unistd.h>
-
 using tools::tool_error;
 
 // The file, and --force: of INPUT into whatever is made of it.
@@ -69,11 +67,7 @@ static void import_and_print(const tools::input_options &options,
     listener.made = [&](const tools::imported_spectrum &made) {
         report.add(lines_of(made), own.folder);
     };
-    if (isatty(STDERR_FILENO) != 0)
-        listener.passed = [](std::size_t done, std::size_t of) {
-            std::cerr << '\r' << done << " of " << of << " spectra" << (done == of ? "\n" : "")
-                      << std::flush;
-        };
+    listener.passed = tools::show_passed;
     warn(tools::import_spectra(options, own, listener));
     report.print(std::cout);
 }
