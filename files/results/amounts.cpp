@@ -171,6 +171,15 @@ std::vector<derived_area> amounts_of(const run_result &run) {
     return amounts_of(run, *found, area, error_1sd);
 }
 
+std::vector<derived_area> derived_of(const run_result &run,
+                                     const std::vector<std::string> &expressions) {
+    std::vector<derived_area> all;
+    if (!run.fitted) return all;
+    for (const std::string &text : expressions) all.push_back(derive_area(run, text));
+    for (const derived_area &amount : amounts_of(run)) all.push_back(amount);
+    return all;
+}
+
 std::vector<derived_area> amounts_of(const run_result &run, const ordered_json &item, double area,
                                      double area_error) {
     std::vector<derived_area> amounts;

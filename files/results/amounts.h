@@ -54,6 +54,10 @@ inline constexpr const char *by_water = " by water";
 // water's area is in those of the amounts. Errors: bad_input for an item that holds something else.
 std::vector<derived_area> amounts_of(const run_result &run);
 
+// What these expressions of a fitted run give, and its amounts. Errors: as derive_area, and above.
+std::vector<derived_area> derived_of(const run_result &run,
+                                     const std::vector<std::string> &expressions);
+
 // The same of another water, with this area and its error [signal].
 std::vector<derived_area> amounts_of(const run_result &run, const ordered_json &item, double area,
                                      double area_error);

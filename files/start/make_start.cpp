@@ -102,17 +102,21 @@ static int measured_points(const peak_table &table, const spectrum_facts &facts)
     return measured;
 }
 
-// Lines come before patterns.
+std::vector<std::size_t> rows_of_entries(const peak_table &table) {
+    std::vector<std::size_t> rows;
+    for (const bool patterns : {false, true})
+        for (std::size_t r = 0; r < table.rows.size(); ++r)
+            if ((table.rows[r].type == pattern_entry) == patterns) rows.push_back(r);
+    return rows;
+}
+
 void start_maker::make_entries(const table_axis &axis, prepared &made) const {
     start_file &start = made.base.start;
+    made.row_of = rows_of_entries(table_);
     std::vector<std::size_t> entry_of_row(table_.rows.size());
-    for (const bool patterns : {false, true})
-        for (std::size_t r = 0; r < table_.rows.size(); ++r) {
-            if ((table_.rows[r].type == pattern_entry) != patterns) continue;
-            entry_of_row[r] = made.row_of.size();
-            made.row_of.push_back(r);
-            (patterns ? start.patterns : start.lines) += 1;
-        }
+    for (std::size_t k = 0; k < made.row_of.size(); ++k) entry_of_row[made.row_of[k]] = k;
+    for (const table_row &row : table_.rows)
+        (row.type == pattern_entry ? start.patterns : start.lines) += 1;
     const peak_table table =
         with_gauss_widths(table_, axis, start.hz_per_point, made.base.warnings);
     const linked_values values(table, axis, start.hz_per_point, entry_of_row);

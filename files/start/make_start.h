@@ -28,6 +28,9 @@ struct start_result {
     std::string left_out() const;
 };
 
+// The row of each entry, from 0: lines come first, then patterns, as start files have them.
+std::vector<std::size_t> rows_of_entries(const peak_table &table);
+
 class start_maker {
   public:
     // pattern_folders: where pattern files are looked for, in this order.

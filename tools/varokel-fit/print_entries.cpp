@@ -39,9 +39,7 @@ static void print_columns(const std::vector<std::vector<std::string>> &cells) {
 }
 
 static void print_derived(const run_result &run, const std::vector<std::string> &derive) {
-    std::vector<derived_area> all;
-    for (const std::string &text : derive) all.push_back(derive_area(run, text));
-    for (const derived_area &amount : amounts_of(run)) all.push_back(amount);
+    const std::vector<derived_area> all = derived_of(run, derive);
     if (all.empty()) return;
     std::vector<std::vector<std::string>> cells = {{"derived", "value", "%"}};
     for (const derived_area &d : all) {

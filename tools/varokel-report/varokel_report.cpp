@@ -235,12 +235,7 @@ class folder_report {
     void add(const report_place &place) {
         reported_run reported{read_or_say_why(place, options_, alone_), {}, {}};
         run_result &run = reported.run;
-        if (run.fitted) {
-            for (const std::string &text : options_.derive)
-                reported.derived.push_back(tools::derive_area(run, text));
-            for (const tools::derived_area &amount : tools::amounts_of(run))
-                reported.derived.push_back(amount);
-        }
+        reported.derived = tools::derived_of(run, options_.derive);
         any_derived_ = any_derived_ || !reported.derived.empty();
         if (run.judgement.status == tools::fit_status::not_fitted) ++failed_;
         inputs_.insert(inputs_.end(), run.files_read.begin(), run.files_read.end());

@@ -60,7 +60,7 @@ static ordered_json entries_for_page(const tools::run_result &run) {
                              : shown(entry.hz_from_carrier, entry.frequency.error_1sd())},
             {"snr", number_for_page(entry.snr)}};
         for (int q = 0; q < engine::quantities; ++q)
-            one[quantity_names[q]] = parameter_for_page(run, entry.of(q), q == 0);
+            one[tools::name_of(q)] = parameter_for_page(run, entry.of(q), q == 0);
         out.push_back(std::move(one));
     }
     return out;
@@ -94,7 +94,7 @@ static ordered_json correlation_matrix(const tools::run_result &run) {
                 covariance(free[i], free[j]) / std::sqrt(free[i].variance * free[j].variance);
             if (!(std::fabs(value) >= least)) continue;
             out.push_back({{"entries", {free[i].entry, free[j].entry}},
-                           {"of", {quantity_names[free[i].of], quantity_names[free[j].of]}},
+                           {"of", {tools::name_of(free[i].of), tools::name_of(free[j].of)}},
                            {"value", value}});
         }
     return out;
@@ -136,20 +136,10 @@ static ordered_json optimum_for_page(const tools::optimum_record &record,
     return out;
 }
 
-// What the rows "derive" of the table ask for, and amounts where the sidecar has their water.
-static std::vector<tools::derived_area> derived_of(const tools::run_result &run,
-                                                   const std::vector<std::string> &rows) {
-    std::vector<tools::derived_area> all;
-    if (!run.fitted) return all;
-    for (const std::string &text : rows) all.push_back(tools::derive_area(run, text));
-    for (const tools::derived_area &amount : tools::amounts_of(run)) all.push_back(amount);
-    return all;
-}
-
 static ordered_json derived_for_page(const tools::run_result &run,
                                      const std::vector<std::string> &rows) {
     ordered_json out = ordered_json::array();
-    for (const tools::derived_area &each : derived_of(run, rows))
+    for (const tools::derived_area &each : tools::derived_of(run, rows))
         out.push_back({{"name", each.name},
                        {"expression", each.expression},
                        {"value", number_for_page(each.value)},
@@ -238,7 +228,7 @@ ordered_json report_fits(const ordered_json &asked) {
         }
         reported.run.provenance.push_back({"fitted by", "varokel.html " VAROKEL_VERSION});
         if (with_page) {
-            reported.derived = derived_of(reported.run, derived);
+            reported.derived = tools::derived_of(reported.run, derived);
             page->add(reported);
         }
         results += tools::results_rows(reported.run);

@@ -19,24 +19,13 @@ namespace {
 class option_reader {
   public:
     explicit option_reader(const ordered_json &all) : all_(all) {}
-    void take(const char *name, std::string &to) const {
-        if (given(name)) to = all_.at(name).get<std::string>();
+    template <class value>
+    void take(const char *name, value &to) const {
+        if (given(name)) to = all_.at(name).get<value>();
     }
-    void take(const char *name, std::optional<std::string> &to) const {
-        if (given(name)) to = all_.at(name).get<std::string>();
-    }
-    template <class number>
-    void take(const char *name, std::optional<number> &to) const {
-        if (given(name)) to = all_.at(name).get<number>();
-    }
-    void take(const char *name, long long &to) const {
-        if (given(name)) to = all_.at(name).get<long long>();
-    }
-    void take(const char *name, bool &to) const {
-        if (given(name)) to = all_.at(name).get<bool>();
-    }
-    void take(const char *name, std::vector<std::string> &to) const {
-        if (given(name)) to = all_.at(name).get<std::vector<std::string>>();
+    template <class value>
+    void take(const char *name, std::optional<value> &to) const {
+        if (given(name)) to = all_.at(name).get<value>();
     }
 
   private:

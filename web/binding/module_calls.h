@@ -14,9 +14,6 @@ namespace web {
 
 using tools::ordered_json;
 
-// The parameters of an entry, in the engine's order.
-inline constexpr const char *quantity_names[] = {"area", "frequency", "gauss", "phase", "lorentz"};
-
 // Storage of arrays that the page reads. A name is given once a call.
 ordered_json array_for_page(const std::string &name, std::vector<double> values);
 

@@ -59,14 +59,6 @@ ordered_json open_spectrum(const ordered_json &asked) {
 
 // ---- the table ----
 
-static std::vector<std::size_t> rows_of_entries(const tools::peak_table &table) {
-    std::vector<std::size_t> rows; // lines first, then patterns, as start files have them
-    for (const bool patterns : {false, true})
-        for (std::size_t r = 0; r < table.rows.size(); ++r)
-            if ((table.rows[r].type == tools::pattern_entry) == patterns) rows.push_back(r);
-    return rows;
-}
-
 static void make_model(current_model &now, const std::vector<std::string> &pattern_folders) {
     tools::problem_data data;
     data.spectrum = now.spectrum;
@@ -147,7 +139,7 @@ static ordered_json entries_for_page(const current_model &now) {
                             {"cells", text_of_row},
                             {"of", ordered_json::object()}};
         for (int q = 0; q < tools::quantities; ++q)
-            one["of"][quantity_names[q]] = parameter_for_page(now, k, q);
+            one["of"][tools::name_of(q)] = parameter_for_page(now, k, q);
         out.push_back(std::move(one));
     }
     return out;
@@ -172,7 +164,7 @@ ordered_json set_table(const ordered_json &asked) {
     const std::string folder = asked.at("patterns").get<std::string>();
     if (now.spectrum.empty()) throw std::runtime_error("no spectrum is open");
     tools::peak_table table = tools::parse_peak_table(now.text, table_name);
-    now.row_of = rows_of_entries(table);
+    now.row_of = tools::rows_of_entries(table);
     refuse_odd_expressions(table);
     tools::start_maker maker(table, {folder}, tools::fit_method::exact);
     now.start = maker.make(now.spectrum, now.facts);
@@ -203,7 +195,7 @@ ordered_json set_table(const ordered_json &asked) {
 
 static int quantity_named(const std::string &column) {
     for (int q = 0; q < tools::quantities; ++q)
-        if (column == quantity_names[q]) return q;
+        if (column == tools::name_of(q)) return q;
     throw std::runtime_error("no such column: " + column);
 }
 
@@ -219,7 +211,7 @@ static std::string number_for_cell(const ordered_json &asked) {
     if (tools::is_width(q)) value *= tools::width_unit(q, own.type, hz);
     const std::vector<tools::cells_by_column> cells =
         tools::cells_of_table(asked.at("text").get<std::string>());
-    const auto before = cells.at(row).find(quantity_names[q]);
+    const auto before = cells.at(row).find(tools::name_of(q));
     return tools::number_cell(
         *now.table, row, q, value, *now.axis, before == cells.at(row).end() ? "-" : before->second,
         asked.value("exact", false) ? tools::cell_digits::all : tools::cell_digits::by_hand);
