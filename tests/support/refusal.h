@@ -23,4 +23,9 @@ std::string refusal_of(int status, const body &what) {
     return "no error";
 }
 
+// That a message has this part.
+inline void expect_said(const std::string &said, const std::string &part) {
+    EXPECT_NE(said.find(part), std::string::npos) << '"' << part << "\" is not in: " << said;
+}
+
 } // namespace support

@@ -164,20 +164,14 @@ export class App {
     this.tab("result");
     if (fits[0].error) this.say(fits[0].error, true);
   }
-  series_job() {
-    const { bench } = this;
-    return { ...bench.fit_job(), spectra: bench.spectra.map((each) => each.copy), slim: bench.spectra.length > MOST_WITH_FILES };
+  series_job(spectra) {
+    return { ...this.bench.fit_job(), spectra: spectra.map((each) => each.copy), slim: this.bench.spectra.length > MOST_WITH_FILES };
   }
   // A series goes to the worker by and by: no copy of all of it, and none that blocks.
   series_parts() {
-    const { bench } = this, job = { ...bench.fit_job(), slim: bench.spectra.length > MOST_WITH_FILES };
-    const { spectra } = bench;
+    const { spectra } = this.bench, job = this.series_job([]);
     let first = 0;
-    return () => {
-      if (first >= spectra.length) return null;
-      const part = spectra.slice(first, first += PART).map((each) => each.copy);
-      return { ...job, spectra: part };
-    };
+    return () => (first >= spectra.length ? null : { ...job, spectra: spectra.slice(first, first += PART).map((each) => each.copy) });
   }
   // Cancelled, it keeps the fits that are done.
   async fit_all() {

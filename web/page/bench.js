@@ -5,7 +5,7 @@
 // as the programs do; everything else follows from it.
 import { History } from "./history.js";
 import { place_of_error } from "./module_client.js";
-import { plain_name } from "./tasks.js";
+import { plain_name, put_spectrum } from "./tasks.js";
 
 export const QUANTITIES = ["area", "frequency", "gauss", "phase", "lorentz"]; // as in rows of values
 
@@ -46,11 +46,7 @@ export class Bench {
   open(index) {
     const spectrum = this.spectra[index];
     const folder = this.client.new_folder();
-    const path = `${folder}/${spectrum.name}`;
-    this.client.write(`${path}.bin`, spectrum.bin.slice());
-    this.client.write(`${path}.json`, new TextEncoder().encode(spectrum.json));
-    const { reference } = spectrum;
-    if (reference) this.client.write(`${path}.bin.ref`, reference.slice());
+    put_spectrum(this.client, folder, spectrum);
     for (const pattern of this.patterns) this.client.write(`${folder}/${pattern.name}`, pattern.bytes.slice());
     const about = this.client.ask("spectrum", { folder, name: spectrum.name });
     about.hz = this.client.array(about.hz);

@@ -16,7 +16,5 @@ export function element(tag, attributes = {}, ...children) {
   return node;
 }
 
-export function set_colour(node, colour) { node.style.background = colour; }
-
 export const number_text = (value, digits = 4) =>
   value === null || value === undefined ? "n/a" : String(Number(value.toPrecision(digits)));

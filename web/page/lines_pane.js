@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // lines_pane.js -- the entries as rows whose cells are those of the table's text
-import { by_id, element, set_colour } from "./dom.js";
+import { by_id, element } from "./dom.js";
 import { color_of } from "./plot.js";
 import { add_pattern, make_multiplet, remove_entry, set_state, tie, toggle_window } from "./lines.js";
 
@@ -101,15 +101,14 @@ export class LinesPane {
 
   show() {
     const { bench } = this;
-    const [head] = by_id("lines").tHead ? [by_id("lines").tHead] : [];
     const used = COLUMNS.filter((column) => column !== "gauss" && column !== "lorentz" ||
       bench.entries.some((entry) => entry.of[column].used));
-    head.replaceChildren(element("tr", {}, element("th", { scope: "col" }), ...used.map((column) =>
+    by_id("lines").tHead.replaceChildren(element("tr", {}, element("th", { scope: "col" }), ...used.map((column) =>
       element("th", { scope: "col" }, column)), element("th", { scope: "col" })));
     const held = document.activeElement?.getAttribute?.("aria-label");
     const rows = bench.entries.map((entry, k) => {
       const dot = element("i");
-      set_colour(dot, color_of(k));
+      dot.style.background = color_of(k);
       return element("tr", { "aria-selected": String(k === bench.selected), onclick: (event) => this.clicked(k, event) },
         element("td", {}, dot), ...used.map((column) => this.cell(entry, k, column)),
         element("td", {}, element("button", { title: `Remove ${entry.name}`, "aria-label": `Remove ${entry.name}`,

@@ -32,7 +32,7 @@ export class SavePane {
     const report = async () => {
       const many = Boolean(series());
       if (many && bench.spectra.length > MOST_ON_PAGE) throw new Error(`A page of more than ${MOST_ON_PAGE} spectra is too large; varokel-batch makes an overview of them.`);
-      const job = many ? { ...app.series_job(), report: true } : bench.fit_job(true);
+      const job = many ? { ...app.series_job(bench.spectra), report: true } : bench.fit_job(true);
       return (await app.work.run(job, "Writing the report")).report.report;
     };
     const all = [

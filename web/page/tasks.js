@@ -109,7 +109,7 @@ async function import_task(client, task, progress) {
   return { packed, said, dimensions, options: used };
 }
 
-function put_spectrum(client, folder, spectrum) {
+export function put_spectrum(client, folder, spectrum) {
   client.write(`${folder}/${spectrum.name}.bin`, spectrum.bin.slice());
   client.write(`${folder}/${spectrum.name}.json`, new TextEncoder().encode(spectrum.json));
   if (spectrum.reference) client.write(`${folder}/${spectrum.name}.bin.ref`, spectrum.reference.slice());

@@ -66,10 +66,6 @@ export class TaskRunner {
     this.waiting.clear();
   }
   // Gives back its storage, which grows and never shrinks, when there is nothing to do.
-  rest() {
-    if (this.waiting.size > 0) return;
-    this.worker?.terminate();
-    this.worker = null;
-  }
+  rest() { if (this.waiting.size === 0) this.end(null); }
   cancel() { this.end(new Error("cancelled")); }
 }

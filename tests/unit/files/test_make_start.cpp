@@ -8,6 +8,7 @@
 
 #include <cmath>
 
+using support::expect_said;
 using tools::spectrum_facts;
 using tools::start_file;
 using tools::start_parameter;
@@ -111,12 +112,9 @@ TEST(make_start, links_that_have_no_end_or_no_sense_are_refused) {
     const auto two = [](const std::string &a, const std::string &b) {
         return refusal(voigt + "A  " + a + "\nB  " + b + "\n" + noise);
     };
-    EXPECT_NE(two("voigt  1  =B  6  4  0", "voigt  1  =A  6  4  0").find("tied to itself"),
-              std::string::npos);
-    EXPECT_NE(two("voigt  1  =A  6  4  0", "voigt  1  5  6  4  0").find("tied to itself"),
-              std::string::npos);
-    EXPECT_NE(two("voigt  1  5  6  4  0", "lorentz  1  5  -  =A  0").find("two of the same type"),
-              std::string::npos);
+    expect_said(two("voigt  1  =B  6  4  0", "voigt  1  =A  6  4  0"), "tied to itself");
+    expect_said(two("voigt  1  =A  6  4  0", "voigt  1  5  6  4  0"), "tied to itself");
+    expect_said(two("voigt  1  5  6  4  0", "lorentz  1  5  -  =A  0"), "two of the same type");
 }
 
 TEST(make_start, lines_and_intervals_lie_within_the_spectrum) {
@@ -126,9 +124,9 @@ TEST(make_start, lines_and_intervals_lie_within_the_spectrum) {
     };
     EXPECT_EQ(at("0 points"), "no error");
     EXPECT_EQ(at("1023 points"), "no error");
-    EXPECT_NE(at("-0.01 points").find("is outside of the spectrum"), std::string::npos);
-    EXPECT_NE(at("1023.01 points").find("is outside of the spectrum"), std::string::npos);
-    EXPECT_NE(at("3e38 Hz").find("is outside of the spectrum"), std::string::npos);
+    expect_said(at("-0.01 points"), "is outside of the spectrum");
+    expect_said(at("1023.01 points"), "is outside of the spectrum");
+    expect_said(at("3e38 Hz"), "is outside of the spectrum");
     const auto over = [](const std::string &interval) {
         return refusal("name  type  area  frequency  lorentz  phase\nA  lorentz  1  5 ppm  8  0\n"
                        "interval: " +
@@ -136,10 +134,8 @@ TEST(make_start, lines_and_intervals_lie_within_the_spectrum) {
     };
     EXPECT_EQ(over("0 to 1023 points"), "no error");
     EXPECT_EQ(over("1023 to 0 points"), "no error"); // in any order
-    EXPECT_NE(over("-1 to 1023 points").find("expected within the points 0 to 1023"),
-              std::string::npos);
-    EXPECT_NE(over("0 to 1024 points").find("expected within the points 0 to 1023"),
-              std::string::npos);
+    expect_said(over("-1 to 1023 points"), "expected within the points 0 to 1023");
+    expect_said(over("0 to 1024 points"), "expected within the points 0 to 1023");
     // beyond the integers, where a point wrapped around would lie in the spectrum again
     for (const char *far :
          {"0 to 4294967396 points", "4294967296 to 4294967396 points", "0 to 3e38 points",
@@ -197,7 +193,7 @@ TEST(make_start, steps_free_what_the_model_has) {
         "name  type  area  frequency[ppm]  lorentz  phase\nA  lorentz  1  fixed 5  8  0\n" + noise);
     EXPECT_EQ(fixed.start.steps.front().switches[tools::align], 0);
     ASSERT_FALSE(fixed.notes.empty());
-    EXPECT_NE(fixed.notes.front().find("no alignment before the fit"), std::string::npos);
+    expect_said(fixed.notes.front(), "no alignment before the fit");
 }
 
 TEST(make_start, estimates_need_a_spectrum) {
