@@ -72,16 +72,13 @@ static const char *const file_format_lines[] = {
     "---\n",
 };
 
-static void print_words(int argc, char **argv) {
-    for (int i = 0; i < argc; ++i) std::printf("%s ", argv[i]);
-}
-
-static void print_usage(const char *extra_line, const char *reference_line) {
+static void print_usage(int argc, char **argv, const char *extra_line, const char *reference_line) {
     print_lines(usage_head);
     std::fputs(extra_line, stdout);
     print_lines(usage_call);
     std::fputs(reference_line, stdout);
     print_lines(usage_tail);
+    for (int i = 0; i < argc; ++i) std::printf("%s ", argv[i]);
 }
 
 static void print_time_stamp() {
@@ -143,8 +140,7 @@ int run_command_line(int argc, char **argv) {
         if (std::strcmp(argv[1], "-h") == 0) {
             display_help_text(9);
         } else {
-            print_usage("", usage_reference_if_any);
-            print_words(argc, argv);
+            print_usage(argc, argv, "", usage_reference_if_any);
             print_lines(file_format_lines);
         }
         return 0;
@@ -153,16 +149,14 @@ int run_command_line(int argc, char **argv) {
             const long topic = std::strtol(argv[2], nullptr, 10);
             if (topic >= 0 && topic <= 8) display_help_text(static_cast<unsigned>(topic));
         } else {
-            print_usage("", usage_reference);
-            print_words(argc, argv);
+            print_usage(argc, argv, "", usage_reference);
             print_lines(file_format_lines);
         }
         end_run(1);
     case 4:
         return run_with_arguments(argc, argv);
     default:
-        print_usage(usage_too_many, usage_reference_if_any);
-        print_words(argc, argv);
+        print_usage(argc, argv, usage_too_many, usage_reference_if_any);
         std::printf(
             "\n\nHint : type varokel -h to get more information about  the usage of varokel\n");
         return 0;
@@ -210,16 +204,10 @@ static void set_defaults() {
     fitmode = par_ranges = ignore = noise_strt = noise_stop = 0;
     amp_fit = freq_fit = width_fit = phase_fit = voigt_fit = lsf_fit_enable = 0;
     ap = ap_noise = nLines = n_patterns = npar = lsf_coefs = ncom = 0;
-    std::memset(fit_lsf, 0, sizeof fit_lsf);
-    for (double &area : lsf_area) area = 0.0;
     n_fit_strat_steps = h_cur_range = 0;
-    std::memset(min_method, 0, sizeof min_method);
-    std::memset(var_ap_trunc, 0, sizeof var_ap_trunc);
-    std::memset(user_fit_strat, 0, sizeof user_fit_strat);
-    std::memset(n_intervals, 0, sizeof n_intervals);
-    std::memset(hxmin, 0, sizeof hxmin);
-    std::memset(hxmax, 0, sizeof hxmax);
-    std::memset(hrange, 0, sizeof hrange);
+    const auto clear = [](auto &...arrays) { (std::memset(arrays, 0, sizeof arrays), ...); };
+    clear(fit_lsf, lsf_area, min_method, var_ap_trunc, user_fit_strat, n_intervals, hxmin, hxmax,
+          hrange);
     // an earlier run of this process must not show in the reports of this one
     sigma = sigma_im = scalefactor = chi_before = minimum = chi_after = true_chi = 0.0;
     dummy1 = niter = nfitted = 0;
