@@ -131,42 +131,19 @@ void read_signal(const std::string &name, std::vector<double> &re, std::vector<d
 
 void reset_state() {
     free_memory(ap);
-    for (char *text :
-         {path, fnm, strtvalfnm, command, sdffnm, shffnm, sage_idl, host, user, domain})
-        *text = '\0';
-    for (int *value : {&verbose,      &show_line,
-                       &sageidl,      &itmax,
-                       &brent_itmax,  &td_ap_trunc,
-                       &complex,      &weighting_type,
-                       &convolute,    &error_calc,
-                       &ref_line,     &single_line,
-                       &spec,         &pattern_enable,
-                       &file_corrupt, &fitmode,
-                       &par_ranges,   &ignore,
-                       &noise_strt,   &noise_stop,
-                       &amp_fit,      &freq_fit,
-                       &width_fit,    &phase_fit,
-                       &voigt_fit,    &lsf_fit_enable,
-                       &nLines,       &n_patterns,
-                       &npar,         &lsf_coefs,
-                       &ncom,         &ap,
-                       &ap_noise,     &n_fit_strat_steps,
-                       &h_cur_range,  &dummy1,
-                       &niter,        &nfitted})
-        *value = 0;
-    for (double *value : {&T_acq, &Hz_pp, &frscl, &phi_1, &ftol, &deriv_p, &sigma, &sigma_im,
-                          &scalefactor, &chi_before, &minimum, &chi_after, &true_chi})
-        *value = 0.0;
-    std::memset(fit_lsf, 0, sizeof fit_lsf);
-    std::memset(min_method, 0, sizeof min_method);
-    std::memset(var_ap_trunc, 0, sizeof var_ap_trunc);
-    std::memset(user_fit_strat, 0, sizeof user_fit_strat);
-    std::memset(n_intervals, 0, sizeof n_intervals);
-    std::memset(hxmin, 0, sizeof hxmin);
-    std::memset(hxmax, 0, sizeof hxmax);
-    std::memset(hrange, 0, sizeof hrange);
-    for (double &area : lsf_area) area = 0.0;
-    for (double &factor : lookup) factor = 0.0;
+    const auto clear = [](auto &...variables) {
+        (std::memset(&variables, 0, sizeof variables), ...);
+    };
+    clear(path, fnm, strtvalfnm, command, sdffnm, shffnm, sage_idl, host, user, domain);
+    clear(verbose, show_line, sageidl, itmax, brent_itmax, td_ap_trunc, complex, weighting_type,
+          convolute, error_calc, ref_line, single_line, spec, pattern_enable, file_corrupt, fitmode,
+          par_ranges, ignore, noise_strt, noise_stop, amp_fit, freq_fit, width_fit, phase_fit,
+          voigt_fit, lsf_fit_enable, nLines, n_patterns, npar, lsf_coefs, ncom, ap, ap_noise,
+          n_fit_strat_steps, h_cur_range, dummy1, niter, nfitted);
+    clear(T_acq, Hz_pp, frscl, phi_1, ftol, deriv_p, sigma, sigma_im, scalefactor, chi_before,
+          minimum, chi_after, true_chi);
+    clear(fit_lsf, lsf_area, min_method, var_ap_trunc, user_fit_strat, n_intervals, hxmin, hxmax,
+          hrange, lookup);
 }
 
 std::uint64_t random_numbers::next() {
