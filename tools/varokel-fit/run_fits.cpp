@@ -43,6 +43,15 @@ void watch_for_interrupts() {
     sigaction(SIGHUP, &action, nullptr);
 }
 
+// Holds back the signals that are watched, and those of children. Returns what was held before.
+static sigset_t hold_signals() {
+    sigset_t held, before;
+    sigemptyset(&held);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&held, number);
+    sigprocmask(SIG_BLOCK, &held, &before);
+    return before;
+}
+
 // Waits for the end of a process, or of any for -1. Returns 0 instead when more interrupts came
 // than `known`. One that comes between the look at their count and the waiting is not lost: they
 // are held back until the two are one step.
@@ -50,10 +59,7 @@ static pid_t wait_for(pid_t process, int &status, int known) {
     struct sigaction action = {}, of_children = {};
     action.sa_handler = wake; // an ignored signal would not end the waiting
     sigaction(SIGCHLD, &action, &of_children);
-    sigset_t held, before;
-    sigemptyset(&held);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&held, number);
-    sigprocmask(SIG_BLOCK, &held, &before);
+    const sigset_t before = hold_signals();
     pid_t ended = 0;
     while ((ended = waitpid(process, &status, WNOHANG)) == 0 && interrupts == known)
         sigsuspend(&before);
@@ -69,16 +75,22 @@ static pid_t start_program(const program_call &call, unsigned limit) {
     for (const std::string &word : call.words) words.push_back(const_cast<char *>(word.c_str()));
     words.push_back(nullptr);
     const pid_t parent = getpid();
+    // A signal that comes before the child has put away this program's handlers waits for that: it
+    // would else be noted there and forgotten, and the fit would go on.
+    const sigset_t before = hold_signals();
     const pid_t child = fork();
+    const int reason = errno;
+    if (child != 0) sigprocmask(SIG_SETMASK, &before, nullptr);
     if (child < 0)
         throw tool_error(bad_output, "no process for " + call.words.front() + " (" +
-                                         std::strerror(errno) + ")");
+                                         std::strerror(reason) + ")");
     if (child > 0) return child;
     // Only calls that are safe between fork and exec.
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGHUP, SIG_DFL);
     restore_ignored_signals();
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     prctl(PR_SET_PDEATHSIG, SIGKILL); // however this process ends, its fits end with it
     if (getppid() != parent) _exit(127);
     const int input = open("/dev/null", O_RDONLY);

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include <pthread.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -130,6 +131,23 @@ TEST_F(fits, a_program_that_is_run_alone_gives_its_status) {
     EXPECT_EQ(tools::run_program({{place_.file("missing")}, place_.name(), "log"}), 127);
     EXPECT_EQ(tools::run_program({{fitter("exit 0")}, place_.file("missing"), "log"}), 127);
     EXPECT_EQ(tools::run_program({{fitter("exit 0")}, place_.name(), "missing/log"}), 127);
+}
+
+bool child_signals_itself = false;
+
+// A fit that was begun a moment ago has still the handlers of the program that began it.
+TEST_F(fits, a_signal_that_comes_before_the_fitter_is_started_is_not_lost) {
+    pthread_atfork(nullptr, nullptr, [] {
+        if (child_signals_itself) raise(SIGTERM);
+    });
+    EXPECT_EXIT(
+        {
+            tools::watch_for_interrupts();
+            child_signals_itself = true;
+            std::exit(
+                log_of("echo ran") == "the program was ended by signal 15 (Terminated)\n" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 void end_program(const tools::planned_fit &, std::size_t, std::size_t) {
