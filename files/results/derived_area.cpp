@@ -7,6 +7,7 @@
 #include "files/base/plain_text.h"
 #include "files/base/tool_error.h"
 #include "files/results/number_text.h"
+#include "files/start/amount_rows.h"
 
 #include "engine/derived.h"
 #include "kernel/line_width.h"
