@@ -3,6 +3,7 @@
 #include "varokel-batch/plan_draft.h"
 
 #include "files/base/tool_error.h"
+#include "files/batch/water_areas.h"
 #include "files/measured/combined_source.h"
 #include "files/measured/text_items.h"
 #include "files/nifti/grid_maps.h"
@@ -10,7 +11,6 @@
 #include "files/spectra/signal_file.h"
 #include "files/start/table_keys.h"
 #include "common/import_options.h"
-#include "varokel-batch/plan_water.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -224,6 +224,41 @@ class signal_writer {
 };
 
 } // namespace
+
+// Reads the water of --water and writes its areas to water.f64 of the folder work, in the order of
+// the spectra's numbers; what holds for all goes into batch.water. input: as the spectra were
+// chosen; origin: which of the chosen each spectrum of the batch is.
+static void plan_water(const plan_options &options, const input_options &input,
+                       const std::vector<std::size_t> &origin, const std::string &work,
+                       plan_draft &batch) {
+    const peak_table table = read_peak_table(options.peaks);
+    std::vector<std::size_t> which;
+    for (std::size_t s = 0; s < batch.spectra.size(); ++s)
+        if (batch.spectra[s].state == signal_state::fit) which.push_back(origin[s]);
+    const water_file water = read_water(options.water.file, input, options.spectrum, which);
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    std::vector<water_area> areas(batch.spectra.size(), {none, none});
+    const water_signal *first = nullptr;
+    std::size_t at = 0;
+    for (std::size_t s = 0; s < batch.spectra.size(); ++s) {
+        if (batch.spectra[s].state != signal_state::fit) continue;
+        const water_signal &signal = water.signals[at++];
+        if (!(signal.area > 0.0)) continue;
+        areas[static_cast<std::size_t>(batch.spectra[s].number)] = {signal.area, signal.area_error};
+        if (first == nullptr) first = &signal;
+    }
+    batch.inputs.push_back(options.water.file);
+    write_water_areas(work + "/water.f64", areas);
+    batch.water = water_item(options.water, table.amounts, water, *first, options.peaks);
+    if (water.without_water > 0)
+        batch.water["assumed"].push_back(
+            std::to_string(water.without_water) +
+            " spectra have no water to hold their areas against: they have no amounts");
+    if (batch.spectra.size() > 1)
+        batch.water["assumed"].push_back(
+            "what is said of the area of water is that of the first spectrum that has one");
+    for (const auto &text : batch.water["assumed"]) warn_of_plan(text.get<std::string>());
+}
 
 void plan_signals(const plan_options &options, const std::string &work, plan_draft &batch) {
     input_options input = options.input;
