@@ -14,6 +14,11 @@ namespace tools {
 void common_options(option_parser &app, const std::string &example,
                     const std::string &good = "0 all right");
 
+// Runs the body of a program and returns its exit status: that of the body, or that of the error
+// it ended with, whose text goes to standard error behind the program's name. Results that could
+// not be written to standard output count as bad_output.
+int run_tool(const char *program, const std::function<int()> &body);
+
 // Runs a program: its command line, and unless that asks for --help, --version or a completion
 // (printed on standard output) or has a mistake (named on standard error, wrong_usage), its body,
 // as run_tool.h has it. Returns the exit status.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What a program ends with, and what it says, whatever goes wrong in it.
-#include "common/run_tool.h"
+#include "common/command_line.h"
 
 #include "files/base/ordered_json.h"
 #include "files/base/tool_error.h"
