@@ -2,13 +2,17 @@
 // option_parser.cpp -- the options that a program or one of its commands declares
 #include "common/option_parser.h"
 
-#include "common/option_number.h"
+#include "files/measured/text_items.h"
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <optional>
+#include <system_error>
 #include <type_traits>
 #include <utility>
 
@@ -78,6 +82,34 @@ option_parser::option_parser(const std::string &description, const std::string &
     : owned_(std::make_unique<CLI::App>(description, program)), app_(owned_.get()) {}
 option_parser::option_parser(CLI::App *command) : app_(command) {}
 option_parser::~option_parser() = default;
+
+// Nothing for digits with a sign, a point and an exponent, as far as they are wanted, whose value
+// is finite; else what is wrong. What is too small for a number is 0. The parser's library by
+// itself takes 0x10 for 16, 010 for 8, and nan, inf and 1e999 for numbers.
+static std::string fault_of_number(const std::string &text) {
+    const std::optional<double> value =
+        text.find_first_not_of("0123456789+-.eE") == text.npos ? number_of(text) : std::nullopt;
+    if (value && std::isfinite(*value)) return {};
+    return "\"" + text + "\" where a number such as 0.5, 2 or 1e-3 was expected";
+}
+
+// The same for a whole number, a sign and digits, that whole_type holds. It loses a plus and zeros
+// in front, which the parser would take for a sign of base 8: 010 is ten.
+template <class whole_type>
+static std::string fault_of_whole_number(std::string &text) {
+    const char *const begin = text.data() + (text.starts_with('+') ? 1 : 0);
+    whole_type value = 0;
+    const auto end = std::from_chars(begin, text.data() + text.size(), value);
+    if (text.starts_with("+-") || end.ptr != text.data() + text.size() ||
+        end.ec == std::errc::invalid_argument)
+        return "\"" + text + "\" where a whole number was expected";
+    if (end.ec != std::errc())
+        return "\"" + text + "\" where a whole number from " +
+               std::to_string(std::numeric_limits<whole_type>::min()) + " to " +
+               std::to_string(std::numeric_limits<whole_type>::max()) + " was expected";
+    text = std::to_string(value);
+    return {};
+}
 
 // void for texts
 template <class value_type>
