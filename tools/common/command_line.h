@@ -21,7 +21,7 @@ int run_tool(const char *program, const std::function<int()> &body);
 
 // Runs a program: its command line, and unless that asks for --help, --version or a completion
 // (printed on standard output) or has a mistake (named on standard error, wrong_usage), its body,
-// as run_tool.h has it. Returns the exit status.
+// as above. Returns the exit status.
 int run_tool(option_parser &app, int argc, const char *const *argv,
              const std::function<int()> &body);
 

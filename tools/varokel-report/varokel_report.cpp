@@ -124,12 +124,11 @@ static void derive_more(tools::batch_view &batch, const report_options &options,
         });
         batch.further.push_back({column.name, column.unit, column.values, column.errors});
     }
-    tools::output_batch files({}, options.force);
     const std::string names[] = {(fs::path(output) / "derived.tsv").string(),
                                  (fs::path(output) / "derived.json").string()};
-    files.add({names[0], tools::derived_table(plan, lines, columns)});
-    files.add({names[1], tools::derived_table_dictionary(plan)});
-    files.commit();
+    tools::write_files({{names[0], tools::derived_table(plan, lines, columns)},
+                        {names[1], tools::derived_table_dictionary(plan)}},
+                       {}, options.force);
     written.insert(written.end(), std::begin(names), std::end(names));
 }
 
