@@ -14,7 +14,7 @@ namespace tools {
 
 namespace fs = std::filesystem;
 
-static void write_text(const fs::path &file, const std::string &text) {
+void write_text(const fs::path &file, const std::string &text) {
     std::ofstream stream(file, std::ios::binary);
     stream << text;
     stream.close();

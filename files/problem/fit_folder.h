@@ -8,6 +8,7 @@
 #include "files/problem/exact_fit.h"
 #include "files/start/make_start.h"
 
+#include <filesystem>
 #include <string>
 
 namespace tools {
@@ -16,6 +17,10 @@ namespace tools {
 struct folder_of_fit {
     std::string folder, name; // of the spectrum, without ending
 };
+
+// A file of such a folder, of which nobody knows before the folder is in its place. Errors:
+// bad_output.
+void write_text(const std::filesystem::path &file, const std::string &text);
 
 // Start values of the spectrum; into the folder come the start file, the names of its entries, and
 // the patterns under names that start files can hold.

@@ -59,15 +59,6 @@ static std::vector<std::string> import(const fit_options &own, const fs::path &f
     return names;
 }
 
-static void write_new(const fs::path &file, const std::string &text) {
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    stream.close();
-    if (!stream)
-        throw tool_error(tools::bad_output,
-                         file.string() + ": cannot be written; is the disk full?");
-}
-
 // Guesses and warnings of many spectra: the same one is said once, and of different ones the first
 // few.
 class guess_list {
@@ -117,10 +108,10 @@ static void show_progress(const tools::planned_fit &, std::size_t number, std::s
 
 static void write_tables(const fs::path &folder, const std::string &results,
                          const std::string &quality) {
-    write_new(folder / "results.tsv", results);
-    write_new(folder / "quality.tsv", quality);
-    write_new(folder / "results.json", tools::results_dictionary());
-    write_new(folder / "quality.json", tools::quality_dictionary());
+    tools::write_text(folder / "results.tsv", results);
+    tools::write_text(folder / "quality.tsv", quality);
+    tools::write_text(folder / "results.json", tools::results_dictionary());
+    tools::write_text(folder / "quality.json", tools::quality_dictionary());
 }
 
 // Returns whether there is a page, or none was to be had.
@@ -184,7 +175,7 @@ static int look(const std::vector<tools::prepared_fit> &fits, tools::output_fold
     }
     for (const fs::directory_entry &file : fs::directory_iterator(output.work()))
         if (file.path().filename() != ".owner") fs::remove_all(file.path());
-    write_new(output.work() / "look.html", page);
+    tools::write_text(output.work() / "look.html", page);
     output.finish();
     std::cout << (fs::path(given) / "look.html").string() << '\n';
     const bool all = std::all_of(fits.begin(), fits.end(), [](const tools::prepared_fit &f) {
