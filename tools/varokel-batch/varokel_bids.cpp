@@ -90,12 +90,10 @@ static void describe_output(const bids_options &own) {
         program["Container"] = {{"Type", "oci"}, {"Tag", image}};
     items["GeneratedBy"] = tools::ordered_json::array({program});
     // where the data set lies on this machine is nobody's business
-    items["SourceDatasets"] = tools::ordered_json::array();
     const tools::ordered_json source =
         tools::json_of_file((fs::path(own.data_set) / "dataset_description.json").string());
     if (source.is_object() && source.contains("DatasetDOI") && source["DatasetDOI"].is_string())
-        items["SourceDatasets"].push_back({{"DOI", source["DatasetDOI"]}});
-    if (items["SourceDatasets"].empty()) items.erase("SourceDatasets");
+        items["SourceDatasets"] = {{{"DOI", source["DatasetDOI"]}}};
     write_json(fs::path(own.output) / "dataset_description.json", items);
 }
 
