@@ -20,7 +20,7 @@
 #include "files/results/judge_run.h"
 #include "files/results/removed_signal.h"
 #include "files/results/results_table.h"
-#include "files/results/spectra_of_folder.h"
+#include "files/results/run_files.h"
 #include "files/start/read_start_file.h"
 
 #include "run/varokel.h"

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// run_files.cpp -- names and lines of the files of a run
+// run_files.cpp -- names and lines of the files of a run, and the runs of a folder
 #include "files/results/run_files.h"
 
 #include "files/base/text_file.h"
 #include "files/base/tool_error.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace tools {
@@ -35,6 +36,49 @@ std::vector<std::string> lines_of(const std::string &file) {
     std::vector<std::string> lines = split(read_text_file(file, "the lines of a fit"), '\n');
     if (lines.back().empty()) lines.pop_back();
     return lines;
+}
+
+bool in_natural_order(const std::string &a, const std::string &b) {
+    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+    std::size_t i = 0, j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (!is_digit(a[i]) || !is_digit(b[j])) {
+            if (a[i] != b[j]) return a[i] < b[j];
+            ++i;
+            ++j;
+            continue;
+        }
+        const auto number_at = [&](const std::string &text, std::size_t &at) {
+            const std::size_t begin = at;
+            while (at < text.size() && is_digit(text[at])) ++at;
+            const std::size_t first = std::min(text.find_first_not_of('0', begin), at);
+            return text.substr(first, at - first);
+        };
+        const std::string m = number_at(a, i), n = number_at(b, j);
+        if (m.size() != n.size()) return m.size() < n.size();
+        if (m != n) return m < n;
+    }
+    if (a.size() - i != b.size() - j) return a.size() - i < b.size() - j;
+    return a < b; // 01 and 1
+}
+
+std::vector<std::string> spectra_of_folder(const std::string &folder) {
+    std::vector<std::string> found;
+    std::error_code error;
+    for (const fs::directory_entry &file : fs::directory_iterator(folder, error)) {
+        if (!file.is_regular_file(error)) continue;
+        // a signal to be fitted has a sidecar or is one; patterns have neither
+        if (file.path().extension() == ".exl" ||
+            (file.path().extension() == ".bin" &&
+             is_file((file.path().parent_path() / file.path().stem()).string() + ".json")))
+            found.push_back(file.path().stem().string());
+    }
+    if (error)
+        throw tool_error(bad_input, folder + ": cannot be read (" + error.message() +
+                                        "); expected the folder of a fit");
+    std::sort(found.begin(), found.end(), in_natural_order);
+    found.erase(std::unique(found.begin(), found.end()), found.end()); // with results and a signal
+    return found;
 }
 
 } // namespace tools

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// run_files.h -- names and lines of the files of a run
+// run_files.h -- names and lines of the files of a run, and the runs of a folder
 #pragma once
 
 #include <string>
@@ -14,5 +14,12 @@ std::string in_folder(const std::string &folder, const std::string &file);
 std::vector<std::string> split(const std::string &line, char at);
 // Errors: bad_input for a file that cannot be opened.
 std::vector<std::string> lines_of(const std::string &file);
+
+// Orders names so that series_2 comes before series_10.
+bool in_natural_order(const std::string &a, const std::string &b);
+
+// The spectra of a folder, in natural order: every NAME with a NAME.exl, or with a NAME.bin and its
+// sidecar NAME.json. Errors: bad_input for a folder that cannot be read.
+std::vector<std::string> spectra_of_folder(const std::string &folder);
 
 } // namespace tools

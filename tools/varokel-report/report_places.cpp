@@ -3,7 +3,7 @@
 #include "varokel-report/report_places.h"
 
 #include "files/base/tool_error.h"
-#include "files/results/spectra_of_folder.h"
+#include "files/results/run_files.h"
 
 #include <algorithm>
 #include <filesystem>
