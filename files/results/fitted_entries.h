@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // fitted_entries.h -- entries in shown units, from the numbers of a fit
+//
+// A line of area A and phase p is the line of area -A and phase p + 180 degrees. Where areas and
+// phases are free a search may end at either. Shown is the one with a positive sum of areas; where
+// the start values ask for inverted lines, the one that is like them.
 #pragma once
 
 #include "files/spectra/spectrum_axis.h"
@@ -30,6 +34,22 @@ std::vector<fitted_entry> shown_entries(const std::vector<linked_entry> &rows,
 
 // Sets their places on the axes. points: of the spectrum, whose carrier is at half of them.
 void place_entries(std::vector<fitted_entry> &entries, const spectrum_axis &axis, long long points);
+
+// Links as in start files: 0 free, the own number (from 1) fixed, another number tied to that
+// entry.
+struct signed_entry {
+    int area_link = 0, phase_link = 0;
+    double area = 0.0;       // of the fit
+    double start_area = 0.0; // 0 where it is not known
+};
+
+// Entries whose area is to be negated and whose phase is to be turned by 180 degrees. Entries that
+// are tied by area or phase turn together, and only where none of their phases and areas is fixed
+// (but for areas of 0). Sums that are no finite numbers turn nothing.
+std::vector<bool> entries_to_turn(const std::vector<signed_entry> &entries);
+
+// The same phase in (-180, 180] degrees.
+double principal_phase(double degrees);
 
 // Of the two descriptions that every curve has, takes the one with positive areas, else with the
 // signs of the start values (none: 0 each); phases in (-180, 180]. Returns which were turned.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/results/fitted_entries.h"
 
-#include "files/results/equivalent_signs.h"
 #include "files/start/start_file.h"
 
 #include <gtest/gtest.h>
