@@ -59,7 +59,7 @@ holds err 'bare.txt has no row "amount"'
 status 3 "$programs/varokel-fit" brain.nii peaks.txt --water brain.nii -o none
 holds err 'the reference is the data itself'
 { cat peaks.txt; echo 'amount: GABA, protons=2'; } >unknown.txt
-status 2 "$programs/varokel-fit" brain.nii unknown.txt --water water.nii -o none
+status 3 "$programs/varokel-fit" brain.nii unknown.txt --water water.nii -o none
 holds err 'no entry "GABA"'
 perl -pe 's/"EchoTime": 0.03/"EchoTimez": 0.0/' brain.nii >untimed.nii
 perl -pe 's/"EchoTime": 0.03/"EchoTimez": 0.0/' water.nii >untimed_water.nii
