@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/base/own_folder.h"
 
+#include "support/support.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -27,13 +29,6 @@ const char *const purpose = "own_folder_test";
 
 class own_folder_test : public testing::Test {
   protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "own_folder.XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        place_ = name;
-    }
-    void TearDown() override { fs::remove_all(place_); }
-
     // A folder as a process leaves it that is killed: made by a child that ends without clean-up.
     fs::path leftover() {
         const pid_t child = fork();
@@ -49,7 +44,8 @@ class own_folder_test : public testing::Test {
         return {};
     }
 
-    fs::path place_;
+    support::temporary_folder folder_;
+    fs::path place_ = folder_.name();
 };
 
 TEST_F(own_folder_test, WhatAKilledProcessLeftIsRemoved) {

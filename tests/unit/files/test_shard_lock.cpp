@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/batch/shard_lock.h"
 
+#include "support/support.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include <sys/wait.h>
@@ -17,14 +17,7 @@ namespace {
 
 class shard_lock_test : public testing::Test {
   protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "shard_lock.XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        place_ = name;
-        fs::create_directory(place_ / "shards");
-        stem_ = (place_ / "shards" / "0000_of_0001").string();
-    }
-    void TearDown() override { fs::remove_all(place_); }
+    shard_lock_test() { fs::create_directory(place_.file("shards")); }
 
     // A lock as a process leaves it that is killed with a folder of fits elsewhere.
     void leave_lock(const std::string &scratch) {
@@ -43,8 +36,8 @@ class shard_lock_test : public testing::Test {
         return note ? note->scratch : "no note";
     }
 
-    fs::path place_;
-    std::string stem_;
+    support::temporary_folder place_;
+    std::string stem_ = place_.file("shards/0000_of_0001");
 };
 
 // Whoever is ended before the folder is removed leaves the note to the one after.
@@ -63,8 +56,8 @@ TEST_F(shard_lock_test, WhatAKilledProcessHasElsewhereStaysNoted) {
 
 TEST_F(shard_lock_test, WhatTheOriginalOfACopyHasElsewhereIsNotNoted) {
     leave_lock("/elsewhere/folder");
-    fs::copy(place_ / "shards", place_ / "copy", fs::copy_options::recursive);
-    stem_ = (place_ / "copy" / "0000_of_0001").string();
+    fs::copy(place_.file("shards"), place_.file("copy"), fs::copy_options::recursive);
+    stem_ = place_.file("copy/0000_of_0001");
     tools::shard_lock lock(stem_);
     ASSERT_TRUE(lock.before());
     EXPECT_FALSE(lock.before_is_ours());
