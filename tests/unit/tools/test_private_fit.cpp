@@ -3,16 +3,23 @@
 #include "varokel-batch/private_fit.h"
 
 #include "files/base/tool_error.h"
+#include "files/results/fit_log.h"
+#include "files/start/read_start_file.h"
 
 #include "support/refusal.h"
+#include "support/small_fit.h"
 #include "support/support.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <csignal>
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -47,7 +54,7 @@ class private_fit : public testing::Test {
         return log;
     }
     static std::string text_of(const tools::file_descriptor &log) {
-        std::string text(4096, '\0');
+        std::string text(1 << 20, '\0');
         const ssize_t count = pread(log.number(), text.data(), text.size(), 0);
         text.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
         return text;
@@ -111,6 +118,57 @@ TEST_F(private_fit, runs_in_its_folder_and_group_without_input_and_prints_into_t
     EXPECT_EQ(status, exited(5));
     EXPECT_EQ(text_of(started.log), ". spectrum.bin start.par\n" + fs::canonical(folder_).string() +
                                         "\nwrong\n" + std::to_string(started.process) + "\n");
+}
+
+// Whatever the batch reads and blocks, and however it takes a closed pipe and a file that is too
+// large.
+TEST_F(private_fit, begins_with_nothing_to_read_and_the_usual_signals) {
+    fitter("cat; grep '^SigIgn' /proc/self/status");
+    fill();
+    const auto fitted = [&] {
+        const tools::started_fit started = tools::start_fit(setting_, folder_);
+        waitpid(started.process, nullptr, 0);
+        return text_of(started.log);
+    };
+    const std::string usual = fitted();
+    const tools::file_descriptor own(dup(STDIN_FILENO)), text = log_with("of the batch\n");
+    lseek(text.number(), 0, SEEK_SET);
+    dup2(text.number(), STDIN_FILENO);
+    sigset_t blocked, before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    sigprocmask(SIG_BLOCK, &blocked, &before);
+    const auto pipe_was = std::signal(SIGPIPE, SIG_IGN), size_was = std::signal(SIGXFSZ, SIG_IGN);
+    const std::string said = fitted();
+    // a shell blocks nothing by itself: the state of a program that shows the files it is given
+    setting_.program = "/bin/cat";
+    fs::remove(folder_ + "/start.par");
+    fs::create_symlink("/proc/self/status", folder_ + "/start.par");
+    const std::string state = fitted();
+    std::signal(SIGPIPE, pipe_was);
+    std::signal(SIGXFSZ, size_was);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    dup2(own.number(), STDIN_FILENO);
+    EXPECT_EQ(said, usual);
+    EXPECT_EQ(said.find("SigIgn:"), 0U) << said;
+    EXPECT_NE(state.find("\nSigBlk:\t0000000000000000\n"), std::string::npos) << state;
+}
+
+TEST_F(private_fit, ends_when_the_batch_does) {
+    fitter("exec sleep 60");
+    fill();
+    int ends[2]; // which the fit holds open while it runs
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t batch = fork();
+    if (batch == 0) {
+        tools::start_fit(setting_, folder_);
+        _exit(0);
+    }
+    close(ends[1]);
+    waitpid(batch, nullptr, 0);
+    pollfd end = {ends[0], POLLIN, 0};
+    EXPECT_EQ(poll(&end, 1, 20000), 1) << "it goes on";
+    close(ends[0]);
 }
 
 TEST_F(private_fit, a_program_or_folder_that_is_not_there_ends_with_127) {
@@ -182,8 +240,10 @@ TEST_F(private_fit, results_that_are_not_whole_name_the_file) {
     const std::string figures = "a\nb\nc\n1 2 3 4 5 6 7 8 9 10\n";
     std::string row = "x";
     for (int column = 1; column < 19; ++column) row += "\t1";
-    for (const std::string &bad : {std::string("a\nb\n"), std::string("a\nb\nc\n1 2 3\n"), figures,
-                                   figures + row + "\n" + row + "\n", figures + row}) {
+    for (const std::string &bad :
+         {std::string("a\nb\n"), std::string("a\nb\nc\n1 2 3\n"), figures,
+          "a\nb\nc\n1 2 3 4 5 6 7 8 9\n" + row + "\n", figures + row.substr(2) + "\n",
+          figures + row + "\n" + row + "\n", figures + row}) {
         give(".exl", bad);
         EXPECT_EQ(reason(), "its .exl is missing or not whole: done") << bad;
     }
@@ -201,4 +261,58 @@ TEST_F(private_fit, results_that_are_not_whole_name_the_file) {
     EXPECT_EQ(reason(), "its results are no finite numbers");
     give(".mat", "1.0\t2.0\t1e999\t4.0\t5.0\n");
     EXPECT_EQ(reason(), "its results are no finite numbers");
+}
+
+// A fit by the program itself: every figure of the record is in the files or in the log that it
+// left.
+TEST_F(private_fit, with_results_is_recorded_from_its_files_and_its_log) {
+    const support::temporary_folder here(true);
+    support::write_small_fit({.verbose = 1});
+    setting_.program = VAROKEL_PROGRAM;
+    setting_.measure = tools::curve_measure(tools::read_start_file("start.par"));
+    tools::fill_fit_folder(setting_, folder_, support::read_file("data.bin"),
+                           support::read_file("start.par"));
+    const tools::started_fit started = tools::start_fit(setting_, folder_);
+    int status = -1;
+    waitpid(started.process, &status, 0);
+    ASSERT_EQ(status, 0) << text_of(started.log);
+    const auto numbers = [](const std::string &text) {
+        std::istringstream in(text);
+        return std::vector<double>(std::istream_iterator<double>(in), {});
+    };
+    const auto left = [&](const char *ending) {
+        return support::read_file(folder_ + "/spectrum" + ending);
+    };
+    std::istringstream exl(left(".exl"));
+    std::string line;
+    for (int k = 0; k < 4; ++k) std::getline(exl, line);
+    const std::vector<double> figures = numbers(line);
+    ASSERT_EQ(figures.size(), 10U);
+    // one step more, after which the log warns
+    const std::string log = text_of(started.log) + "scaled chi-sqr: 1\nFit step performed\n" +
+                            "something is not available\n";
+    const auto steps = tools::read_fit_log(log).steps;
+    ASSERT_EQ(steps.size(), 2U);
+    ASSERT_NE(steps[0].gradients, 1);
+    for (const bool with_fit : {false, true}) {
+        const tools::harvest found =
+            tools::harvest_fit(setting_, folder_, log_with(log), 17, status, 0.0, with_fit);
+        const tools::fit_record &record = found.record;
+        EXPECT_EQ(record.line, 17);
+        EXPECT_EQ(record.state, tools::fit_state::fitted);
+        EXPECT_EQ(record.values, numbers(left(".mat")));
+        EXPECT_EQ(record.errors, numbers(left(".err")));
+        EXPECT_EQ(found.fit, with_fit ? left(".fit") : "");
+        for (std::size_t q = 0; q < 6; ++q) EXPECT_EQ(record.figures[q], figures[q]) << q;
+        EXPECT_EQ(record.figures[6], figures[9]);
+        EXPECT_EQ(record.iterations, figures[6]);
+        EXPECT_EQ(record.weighting, figures[7]);
+        EXPECT_EQ(record.free_parameters, figures[8]);
+        EXPECT_EQ(record.gradients, 1);
+        EXPECT_EQ(record.reason, "the program says: something is not available");
+        EXPECT_GT(record.quality_before, record.figures[0]);
+        EXPECT_GT(record.snr, 10.0);
+        EXPECT_FALSE(record.correlations.empty());
+        for (const double each : record.correlations) EXPECT_LE(std::fabs(each), 1.0);
+    }
 }
