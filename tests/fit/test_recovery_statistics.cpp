@@ -295,56 +295,27 @@ static void expect_areas_at_their_bounds(const problem &choice, std::uint64_t se
     }
 }
 
-TEST(recovery, of_lorentzian_signals) {
-    expect_areas_at_their_bounds({}, 101);
-}
-
-TEST(recovery, of_gaussian_signals) {
+static const struct {
+    const char *what;
     problem choice;
-    choice.type = gaussian_line;
-    expect_areas_at_their_bounds(choice, 102);
-}
+    std::uint64_t seed;
+} problems[] = {
+    {"Lorentzian signals", {}, 101},
+    {"Gaussian signals", {.type = gaussian_line}, 102},
+    {"Voigt signals", {.type = voigt_line}, 103},
+    {"an acquisition delay", {.delay = 720.0}, 104},
+    {"the first four points ignored", {.ignored = 4}, 105},
+    {"a truncated step before", {.truncated_first = true}, 106},
+    {"a start six points off, with pre-alignment", {.offset = 6.0}, 107},
+    {"absorption mode", {.mode = 0}, 108},
+    {"dispersion mode", {.mode = 1}, 109},
+};
 
-TEST(recovery, of_voigt_signals) {
-    problem choice;
-    choice.type = voigt_line;
-    expect_areas_at_their_bounds(choice, 103);
-}
-
-TEST(recovery, with_an_acquisition_delay) {
-    problem choice;
-    choice.delay = 720.0;
-    expect_areas_at_their_bounds(choice, 104);
-}
-
-TEST(recovery, with_the_first_four_points_ignored) {
-    problem choice;
-    choice.ignored = 4;
-    expect_areas_at_their_bounds(choice, 105);
-}
-
-TEST(recovery, after_a_truncated_step) {
-    problem choice;
-    choice.truncated_first = true;
-    expect_areas_at_their_bounds(choice, 106);
-}
-
-TEST(recovery, from_six_points_off_with_pre_alignment) {
-    problem choice;
-    choice.offset = 6.0;
-    expect_areas_at_their_bounds(choice, 107);
-}
-
-TEST(recovery, in_absorption_mode) {
-    problem choice;
-    choice.mode = 0;
-    expect_areas_at_their_bounds(choice, 108);
-}
-
-TEST(recovery, in_dispersion_mode) {
-    problem choice;
-    choice.mode = 1;
-    expect_areas_at_their_bounds(choice, 109);
+TEST(recovery, has_areas_at_their_bounds) {
+    for (const auto &[what, choice, seed] : problems) {
+        SCOPED_TRACE(what);
+        expect_areas_at_their_bounds(choice, seed);
+    }
 }
 
 // The magnitude of a spectrum is no linear function of the signal and has Rice noise, which lifts
