@@ -262,6 +262,27 @@ inline std::string read_block_text(const std::string &text, int lines = 1, int c
     return read_blocks(folder.file("a.par"), lines, coefs, patterns);
 }
 
+// The code of a data format and the word that is current after a file with that word; words that
+// are none, in another case too, leave both.
+inline void expect_format_words(const std::function<void(const file_text &)> &read) {
+    struct {
+        const char *word;
+        int code;
+        const char *current;
+    } const cases[] = {{"sage_idl", 1, "sage_idl"}, {"sage", 2, "sage"},
+                       {"none", 3, "none"},         {"SAGE_IDL", 7, "sage_idl"},
+                       {"SAGE", 7, "sage_idl"},     {"other", 7, "sage_idl"}};
+    for (const auto &c : cases) {
+        start_from_defaults();
+        sageidl = 7;
+        file_text text;
+        text.format = c.word;
+        read(text);
+        EXPECT_EQ(sageidl, c.code) << c.word;
+        EXPECT_STREQ(sage_idl, c.current) << c.word;
+    }
+}
+
 // Writers from the run state.
 inline int write_version_3() {
     return write_f_cntl(strtvalfnm, nLines, ap, noise_strt, noise_stop, lsf_coefs, phi_1, Hz_pp,

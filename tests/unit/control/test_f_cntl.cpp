@@ -172,23 +172,7 @@ TEST_F(f_cntl, fit_mode_2_takes_a_reference_line) {
 }
 
 TEST_F(f_cntl, data_format_word_sets_its_code) {
-    struct {
-        const char *word;
-        int code;
-        const char *current;
-    } const cases[] = {{"sage_idl", 1, "sage_idl"},
-                       {"sage", 2, "sage"},
-                       {"none", 3, "none"},
-                       {"SAGE", 7, "sage_idl"},
-                       {"other", 7, "sage_idl"}};
-    for (const auto &c : cases) {
-        start_from_defaults();
-        sageidl = 7;
-        text.format = c.word;
-        read_version_3_text(text);
-        EXPECT_EQ(sageidl, c.code) << c.word;
-        EXPECT_STREQ(sage_idl, c.current) << c.word;
-    }
+    expect_format_words([](const file_text &given) { read_version_3_text(given); });
 }
 
 TEST_F(f_cntl, a_repeated_data_format_word_sets_code_1) {

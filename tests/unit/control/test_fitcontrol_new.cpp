@@ -238,23 +238,7 @@ TEST_F(fitcontrol_new, coefficients_behind_count_0_are_passed_over) {
 }
 
 TEST_F(fitcontrol_new, data_format_word_sets_its_code) {
-    struct {
-        const char *word;
-        int code;
-        const char *current;
-    } const cases[] = {{"sage_idl", 1, "sage_idl"},
-                       {"sage", 2, "sage"},
-                       {"none", 3, "none"},
-                       {"SAGE_IDL", 7, "sage_idl"},
-                       {"other", 7, "sage_idl"}};
-    for (const auto &c : cases) {
-        start_from_defaults();
-        sageidl = 7;
-        text.format = c.word;
-        read_block_text(text.blocks());
-        EXPECT_EQ(sageidl, c.code) << c.word;
-        EXPECT_STREQ(sage_idl, c.current) << c.word;
-    }
+    expect_format_words([](const file_text &given) { read_block_text(given.blocks()); });
 }
 
 TEST_F(fitcontrol_new, a_second_fit_control_block_with_the_same_format_word_sets_code_1) {

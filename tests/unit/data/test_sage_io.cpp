@@ -336,34 +336,30 @@ TEST_F(sage_io, the_datafiles_section_is_read_in_order) {
     expect_fields(full, 0, offsetof(sage_header, site));
 }
 
-TEST_F(sage_io, the_patient_section_is_read_in_order) {
-    read_section(read_sagekey_patient, patient_words);
-    expect_fields(filled_header(), offsetof(sage_header, site),
-                  offsetof(sage_header, sequence_name));
-}
-
-TEST_F(sage_io, the_sequence_section_is_read_in_order) {
-    read_section(read_sagekey_sequence, sequence_words);
-    expect_fields(filled_header(), offsetof(sage_header, sequence_name),
-                  offsetof(sage_header, display_type));
-}
-
-TEST_F(sage_io, the_display_section_is_read_in_order) {
-    read_section(read_sagekey_display, display_words);
-    expect_fields(filled_header(), offsetof(sage_header, display_type),
-                  offsetof(sage_header, data_type));
-}
-
-TEST_F(sage_io, the_datainfo_section_is_read_in_order) {
-    read_section(read_sagekey_datainfo, datainfo_words);
-    expect_fields(filled_header(), offsetof(sage_header, data_type),
-                  offsetof(sage_header, phase_zero));
-}
-
-TEST_F(sage_io, the_processing_section_is_read_in_order) {
-    read_section(read_sagekey_processing, processing_words);
-    expect_fields(filled_header(), offsetof(sage_header, phase_zero),
-                  offsetof(sage_header, n_user_fields));
+// Each from its first field up to that of the next.
+TEST_F(sage_io, the_other_sections_are_read_in_order) {
+    const struct {
+        void (*read)(std::FILE *, sage_header *);
+        const std::string &words;
+        std::size_t first, end;
+    } sections[] = {
+        {read_sagekey_patient, patient_words, offsetof(sage_header, site),
+         offsetof(sage_header, sequence_name)},
+        {read_sagekey_sequence, sequence_words, offsetof(sage_header, sequence_name),
+         offsetof(sage_header, display_type)},
+        {read_sagekey_display, display_words, offsetof(sage_header, display_type),
+         offsetof(sage_header, data_type)},
+        {read_sagekey_datainfo, datainfo_words, offsetof(sage_header, data_type),
+         offsetof(sage_header, phase_zero)},
+        {read_sagekey_processing, processing_words, offsetof(sage_header, phase_zero),
+         offsetof(sage_header, n_user_fields)},
+    };
+    for (const auto &section : sections) {
+        SCOPED_TRACE(section.words);
+        record = {};
+        read_section(section.read, section.words);
+        expect_fields(filled_header(), section.first, section.end);
+    }
 }
 
 TEST_F(sage_io, user_fields_are_counted_as_none) {
