@@ -73,6 +73,12 @@ std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_l
                : a.stop != b.stop ? a.stop > b.stop
                                   : a.shards < b.shards;
     });
+    long long reached = 0; // fitted with another number of shards, too
+    std::erase_if(found, [&](const finished_shard &each) {
+        if (each.stop <= reached) return true;
+        reached = each.stop;
+        return false;
+    });
     return found;
 }
 
@@ -123,21 +129,19 @@ const fit_record &part_reader::read(long long line) {
     return record_;
 }
 
-all_parts::all_parts(const batch_plan &plan, const plan_lines &lines) : plan_(plan) {
+all_parts::all_parts(const batch_plan &plan, const plan_lines &lines)
+    : plan_(plan), shards_(finished_shards(plan, lines)) {
     long long reached = 0, shards = 0;
     std::string missing;
-    const std::vector<finished_shard> found = finished_shards(plan, lines);
-    for (const finished_shard &each : found) shards = std::max(shards, each.shards);
+    for (const finished_shard &each : shards_) shards = std::max(shards, each.shards);
     const auto miss = [&](long long first, long long stop) {
         if (first < stop)
             missing += (missing.empty() ? "" : ", ") + std::to_string(first) + " to " +
                        std::to_string(stop - 1);
     };
-    for (const finished_shard &each : found) {
-        if (each.stop <= reached) continue; // fitted with another number of shards, too
+    for (const finished_shard &each : shards_) {
         miss(reached, each.first);
         check_part(plan, each);
-        shards_.push_back(each);
         reached = each.stop;
     }
     miss(reached, plan.spectra);

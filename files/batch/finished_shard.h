@@ -24,7 +24,8 @@ struct finished_shard {
 finished_shard read_marker(const batch_plan &plan, const plan_lines &lines,
                            const std::string &name);
 
-// Those of the plan, by their first line. Errors: as above.
+// Those of the plan, by their first line, without those whose lines others before have. The first
+// lines of one may be the last of the one before. Errors: as above.
 std::vector<finished_shard> finished_shards(const batch_plan &plan, const plan_lines &lines);
 
 // Whether part and curves are those that the marker was written for. Errors: bad_input when not.

@@ -135,6 +135,18 @@ for n in 5 11; do
     status 0 "$batch" run "s$n" --shard "2/$n" --resume
     same "s$n"
 done
+# shards of two partitions share lines: status and merge count them once
+cp -r plan shared
+status 0 "$batch" run shared --shard 0/3
+status 0 "$batch" run shared --shard 1/2
+status 1 "$batch" status shared
+holds out "missing: spectra"
+status 0 "$batch" run shared --shard 1/3
+status 0 "$batch" status shared
+cp out status_shared
+"$batch" status run >status_run
+true_that "shared lines are counted once" cmp status_shared status_run
+same shared
 status 2 "$batch" run plan --shard 5/5
 status 2 "$batch" run plan --shard 0/49
 
