@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 std::vector<std::string> read_names(const std::string &file) {
     std::vector<std::string> names;
     std::set<std::string> different;
-    const std::vector<std::string> lines = lines_of(file);
+    const std::vector<std::string> lines = lines_of(file, "names of entries, one a line");
     for (std::size_t l = 0; l < lines.size(); ++l) {
         const std::string text(trimmed(lines[l]));
         if (text.empty() || text[0] == '#') continue;

@@ -32,8 +32,8 @@ std::vector<std::string> split(const std::string &line, char at) {
     return parts;
 }
 
-std::vector<std::string> lines_of(const std::string &file) {
-    std::vector<std::string> lines = split(read_text_file(file, "the lines of a fit"), '\n');
+std::vector<std::string> lines_of(const std::string &file, const std::string &expected) {
+    std::vector<std::string> lines = split(read_text_file(file, expected), '\n');
     if (lines.back().empty()) lines.pop_back();
     return lines;
 }

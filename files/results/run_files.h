@@ -12,8 +12,9 @@ std::string in_folder(const std::string &folder, const std::string &file);
 
 // Parts of a line between separators, one more than there are of these.
 std::vector<std::string> split(const std::string &line, char at);
-// Errors: bad_input for a file that cannot be opened.
-std::vector<std::string> lines_of(const std::string &file);
+// expected: what the file should be, for messages. Errors: bad_input for one that cannot be opened.
+std::vector<std::string> lines_of(const std::string &file,
+                                  const std::string &expected = "the lines of a fit");
 
 // Orders names so that series_2 comes before series_10.
 bool in_natural_order(const std::string &a, const std::string &b);

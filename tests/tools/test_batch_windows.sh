@@ -119,6 +119,8 @@ holds held_same.err "held_same.par: $said"
 holds held_same.par "$said"
 lacks free.err windows
 lacks free.par windows
+status 3 "$batch" plan series.f32 --start held_same.par --names no_such_file "${given[@]}" -o from_file
+holds err 'no_such_file: cannot be opened; expected names of entries, one a line'
 printf 'right\nleft\n' >names.txt
 status 0 "$batch" plan series.f32 --start held_same.par --names names.txt "${given[@]}" -o from_file
 run_and_merge from_file

@@ -345,6 +345,7 @@ status 3 "$report" empty
 holds err 'no results in it'
 status 3 "$report" run --spectrum nobody
 status 3 "$report" run --names no_such_file --force
+holds err 'no_such_file: cannot be opened; expected names of entries, one a line'
 # damage FILE COMMAND: a copy of the run in which the file was changed is refused by name
 damage() {
     rm -rf damaged
