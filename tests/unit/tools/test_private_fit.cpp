@@ -154,21 +154,25 @@ TEST_F(private_fit, begins_with_nothing_to_read_and_the_usual_signals) {
     EXPECT_NE(state.find("\nSigBlk:\t0000000000000000\n"), std::string::npos) << state;
 }
 
+// Once it runs, and also when the batch is gone before it could ask to be told of that.
 TEST_F(private_fit, ends_when_the_batch_does) {
-    fitter("exec sleep 60");
+    fitter(": >begun; exec sleep 30");
     fill();
-    int ends[2]; // which the fit holds open while it runs
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t batch = fork();
-    if (batch == 0) {
-        tools::start_fit(setting_, folder_);
-        _exit(0);
+    for (const bool runs : {true, false}) {
+        int ends[2]; // which the fit holds open while it runs
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t batch = fork();
+        if (batch == 0) {
+            tools::start_fit(setting_, folder_);
+            for (int k = 0; runs && k < 20000 && !fs::exists(folder_ + "/begun"); ++k) usleep(1000);
+            _exit(0);
+        }
+        close(ends[1]);
+        waitpid(batch, nullptr, 0);
+        pollfd end = {ends[0], POLLIN, 0};
+        EXPECT_EQ(poll(&end, 1, 20000), 1) << "it goes on, " << runs;
+        close(ends[0]);
     }
-    close(ends[1]);
-    waitpid(batch, nullptr, 0);
-    pollfd end = {ends[0], POLLIN, 0};
-    EXPECT_EQ(poll(&end, 1, 20000), 1) << "it goes on";
-    close(ends[0]);
 }
 
 TEST_F(private_fit, a_program_or_folder_that_is_not_there_ends_with_127) {
