@@ -123,14 +123,24 @@ TEST_F(two_folders, a_file_with_the_name_of_a_folder_is_refused_and_the_other_wa
     EXPECT_EQ(support::refusal_of(tools::bad_output, [&] { taken(); }), folder);
 }
 
+// A new folder on another file system than this place: storage, or a disk where the place is in
+// storage itself. "" where there is none.
+static std::string folder_beyond(const std::string &place) {
+    struct stat here = {}, other = {};
+    EXPECT_EQ(stat(place.c_str(), &here), 0);
+    for (const std::string &root : {std::string("/dev/shm"), fs::current_path().string()}) {
+        std::string name = root + "/earlier_fit_XXXXXX";
+        if (stat(root.c_str(), &other) == 0 && other.st_dev != here.st_dev &&
+            mkdtemp(name.data()) != nullptr)
+            return name;
+    }
+    return "";
+}
+
 // On another file system a file cannot be linked: it is copied.
 TEST_F(two_folders, over_the_edge_of_a_file_system_files_are_copied) {
-    struct stat here = {}, other = {};
-    ASSERT_EQ(stat(place_.name().c_str(), &here), 0);
-    if (stat("/dev/shm", &other) != 0 || here.st_dev == other.st_dev)
-        GTEST_SKIP() << "no other file system at /dev/shm";
-    std::string elsewhere = "/dev/shm/earlier_fit_XXXXXX";
-    ASSERT_NE(mkdtemp(elsewhere.data()), nullptr);
+    const std::string elsewhere = folder_beyond(place_.name());
+    if (elsewhere.empty()) GTEST_SKIP() << "no other file system";
     write("notes.txt", "mine");
     fs::create_symlink("nowhere", from("link"));
     tools::take_over(from(""), elsewhere);
