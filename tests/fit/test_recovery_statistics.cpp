@@ -145,7 +145,7 @@ class linear_fit {
         covariance_ = definition::inverse(definition::fisher(derivatives_));
     }
     double bound(std::size_t q) const {
-        return sigma * std::sqrt(static_cast<double>(covariance_[q][q]));
+        return sigma * std::sqrt(static_cast<double>(covariance_.at(q).at(q))); // none: it throws
     }
     std::vector<double> estimate(const std::vector<double> &truth) const {
         std::vector<definition::real> slopes(truth.size());
