@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # hand_made_plan.pl FOLDER: a manifest of 3 x 2 voxels a to f with two entries, "one" and "two<", for
-# the start.par, names.txt, sidecar.json and spectra.f32 of 16 points each in FOLDER; written here from the description of the format.
+# the start.par, names.txt, sidecar.json and spectra.f32 (16 points each) in FOLDER; written here from the
+# description of the format.
 use strict;
 use warnings;
 use Digest::SHA qw(sha256_hex);
