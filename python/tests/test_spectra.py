@@ -35,8 +35,9 @@ def test_a_series_comes_in_its_order(tmp_path: Path) -> None:
 
 def test_a_warning_of_the_program_is_a_warning_here(tmp_path: Path) -> None:
     varokel.write_signal(tmp_path / "fid.f32", two_line_fid())
-    with pytest.warns(varokel.VarokelWarning, match="no noise-only points known"):
+    with pytest.warns(varokel.VarokelWarning, match="no noise-only points known") as said:
         spectra = varokel.import_file(tmp_path / "fid.f32", options=DWELL[:2])
+    assert {each.filename for each in said} == {__file__}, "warnings name the caller's file"
     assert spectra[0].sidecar.hz_per_point == 2.0
     assert not spectra[0].sidecar.knows_ppm
     assert os.listdir(tmp_path) == ["fid.f32"]

@@ -120,7 +120,10 @@ def run_companion(
 
 
 def warn_of(finished: Finished, name: str, stacklevel: int) -> None:
-    """Each line that the program warned with as a VarokelWarning of the caller's caller ..."""
+    """Each line that the program warned with as a VarokelWarning.
+
+    stacklevel: as of warnings.warn, counted from the function that calls this one.
+    """
     for line in finished.errors.splitlines():
         warnings.warn(line.removeprefix(f"{name}: "), VarokelWarning, stacklevel=stacklevel + 1)
 
