@@ -150,9 +150,9 @@ static void refuse_odd_expressions(const tools::peak_table &table) {
     std::vector<std::string> names;
     for (const tools::table_row &row : table.rows) names.push_back(row.name);
     for (const std::string &text : table.derived)
-        tools::check_derived_area(names, table_name, text);
+        tools::check_derived_area(names, table_name, text, table_name);
     for (const tools::amount_row &row : table.amounts.amounts)
-        tools::check_derived_area(names, table_name, row.name + "=" + row.expression);
+        tools::check_derived_area(names, table_name, row.name + "=" + row.expression, table_name);
 }
 
 ordered_json set_table(const ordered_json &asked) {
