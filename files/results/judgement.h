@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// judgement.h -- what a reader of a fit should know before its numbers: one judgement for all
-//
-// From values alone, whoever has them: the files of a run, the record of a batch, a fit in storage.
-// A search that judges itself hands on its verdict; its end, its optimum and its residual are then
-// judged by that alone.
+// judgement.h -- what a reader of a fit should know before its numbers: findings and their words
 #pragma once
-
-#include "files/base/not_known.h"
 
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace tools {
@@ -77,50 +70,6 @@ struct finding {
     std::vector<std::size_t> entries; // that it is about, from 0; empty: the whole fit
 };
 
-// What a search says of its own end. No reasons: an optimum.
-struct fit_verdict {
-    std::vector<finding> reasons;
-};
-
-struct judged_entry {
-    std::string name;    // as it is shown
-    bool finite = true;  // all results of parameters that its type has
-    bool bounded = true; // all errors of free parameters are finite
-    bool free_area = false;
-    double area = not_known, area_percent = not_known, lorentz_width = not_known;
-    bool inside = true; // its frequency lies in a fitted interval; true where that is not known
-};
-
-struct correlated_pair {
-    std::size_t first, second; // entries
-    double coefficient;
-};
-
-// The last step that fits something.
-struct last_step {
-    bool random = false;
-    int number = 0, limit = 0; // from 1; iterations
-};
-
-// Figures that are not known are not a number.
-struct fit_facts {
-    bool fitted = false;
-    std::string why_not; // for a run without results
-    std::optional<last_step> step;
-    int iterations = 0;
-    int gradients = 0; // of the last step, as the log has them; 0: not known
-    double noise_re = not_known, noise_im = not_known;
-    double quality = not_known;
-    bool has_errors = false, singular = false;
-    std::vector<judged_entry> entries;
-    std::vector<correlated_pair> correlated;
-    std::vector<std::string> files, remarks, guesses; // sentences
-    std::string no_ppm;                               // why there are none; empty: there are
-    long long points = 0, measured = 0;               // 0: not known
-    double error_factor = 1.0;                        // that the errors have in them
-    std::optional<fit_verdict> verdict;
-};
-
 struct fit_judgement {
     fit_status status = fit_status::not_fitted;
     std::string reason; // empty for converged
@@ -131,10 +80,5 @@ struct fit_judgement {
     std::string words() const;
     std::string words_of(std::size_t entry) const;
 };
-
-fit_judgement judge(const fit_facts &facts);
-
-// Whether a frequency lies in one of the intervals, first and last point, with half a point around.
-bool is_inside(const std::vector<std::pair<long long, long long>> &intervals, double point);
 
 } // namespace tools

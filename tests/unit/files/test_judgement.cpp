@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "files/results/judgement.h"
+#include "files/results/judge_run.h"
 
 #include <gtest/gtest.h>
 
@@ -8,33 +8,39 @@
 
 using tools::finding_kind;
 using tools::finding_level;
-using tools::fit_facts;
 using tools::fit_judgement;
 using tools::fit_status;
+using tools::run_result;
 
 // A good fit of two entries.
-static fit_facts good_facts() {
-    fit_facts facts;
-    facts.fitted = true;
-    facts.step = {false, 2, 100};
-    facts.iterations = 17;
-    facts.noise_re = facts.noise_im = 2.0;
-    facts.quality = 1.0;
-    facts.has_errors = true;
-    for (const char *const name : {"PCr (#1)", "GATP (#2)"}) {
-        tools::judged_entry entry;
+static run_result good_run() {
+    run_result run;
+    run.fitted = true;
+    run.control.steps.resize(2);
+    run.control.steps[1].switches[tools::fit_areas] = 1; // and 100 iterations
+    run.iterations = 17;
+    run.noise_re = run.noise_im = 2.0;
+    run.quality = 1.0;
+    run.has_errors = true;
+    run.axis.hz_per_point = run.axis.mhz = run.axis.ppm_at_carrier = 1.0;
+    for (const char *const name : {"PCr", "GATP"}) {
+        tools::fitted_entry &entry = run.entries.emplace_back();
+        entry.number = static_cast<int>(run.entries.size());
         entry.name = name;
-        entry.free_area = true;
-        entry.area = 100.0;
-        entry.area_percent = 3.0;
-        entry.lorentz_width = 8.0;
-        facts.entries.push_back(entry);
+        entry.area.value = 100.0;
+        entry.area.error_2sd = 6.0;
+        entry.lorentz_width.value = 8.0;
     }
-    return facts;
+    return run;
+}
+
+static fit_judgement judge(run_result run) {
+    tools::judge_run(run);
+    return run.judgement;
 }
 
 TEST(judgement, a_good_fit_has_nothing_to_say) {
-    const fit_judgement judged = tools::judge(good_facts());
+    const fit_judgement judged = judge(good_run());
     EXPECT_EQ(judged.status, fit_status::converged);
     EXPECT_EQ(judged.reason, "");
     EXPECT_EQ(judged.words(), "");
@@ -45,13 +51,13 @@ TEST(judgement, a_good_fit_has_nothing_to_say) {
 TEST(judgement, a_fit_is_undetermined_when_more_than_half_of_its_free_areas_are) {
     for (std::size_t n = 1; n <= 5; ++n)
         for (std::size_t unknown = 0; unknown <= n; ++unknown) {
-            fit_facts facts = good_facts();
-            facts.entries.assign(n + 3, facts.entries[0]);
-            for (std::size_t k = 0; k < facts.entries.size(); ++k) {
-                facts.entries[k].free_area = k < n; // the others are tied
-                facts.entries[k].area_percent = k < unknown || k >= n ? 100.1 : 100.0;
+            run_result run = good_run();
+            run.entries.assign(n + 3, run.entries[0]);
+            for (std::size_t k = 0; k < run.entries.size(); ++k) {
+                if (k >= n) run.entries[k].area.state = tools::parameter_state::linked;
+                run.entries[k].area.error_2sd = k < unknown || k >= n ? 200.2 : 200.0;
             }
-            EXPECT_EQ(tools::judge(facts).words().find("undetermined") != std::string::npos,
+            EXPECT_EQ(judge(run).words().find("undetermined") != std::string::npos,
                       static_cast<double>(unknown) / static_cast<double>(n) > 0.5)
                 << unknown << " of " << n;
         }
@@ -59,10 +65,10 @@ TEST(judgement, a_fit_is_undetermined_when_more_than_half_of_its_free_areas_are)
 
 TEST(judgement, noise_of_the_two_parts_is_alike_within_a_quarter) {
     const auto unlike = [](double re, double im) {
-        fit_facts facts = good_facts();
-        facts.noise_re = re;
-        facts.noise_im = im;
-        return tools::judge(facts).words() == "noise_unlike";
+        run_result run = good_run();
+        run.noise_re = re;
+        run.noise_im = im;
+        return judge(run).words() == "noise_unlike";
     };
     for (const double ratio : {0.801, 1.0, 1.249}) EXPECT_FALSE(unlike(2.0, 2.0 * ratio)) << ratio;
     for (const double ratio : {0.0, 0.1, 0.799, 1.251, 1e300})
@@ -84,25 +90,25 @@ TEST(judgement, every_finding_has_a_word_of_its_own_and_a_meaning) {
 }
 
 TEST(judgement, missing_bounds_are_explained_by_a_noise_of_0_where_it_is) {
-    fit_facts facts = good_facts();
-    facts.has_errors = false;
+    run_result run = good_run();
+    run.has_errors = false;
     const auto said = [&] {
         std::string text;
-        for (const auto &finding : tools::judge(facts).findings)
+        for (const auto &finding : judge(run).findings)
             if (finding.kind == finding_kind::no_bounds) text += finding.text;
         return text;
     };
     EXPECT_NE(said().find("not asked for"), std::string::npos);
-    facts.noise_re = 0.0;
+    run.noise_re = 0.0;
     EXPECT_EQ(said().find("not asked for"), std::string::npos);
     EXPECT_NE(said().find("all alike"), std::string::npos);
 }
 
 TEST(judgement, the_quality_is_judged_on_both_sides_of_each_edge) {
     const auto level_at = [](double quality) {
-        fit_facts facts = good_facts();
-        facts.quality = quality;
-        return tools::judge(facts).level();
+        run_result run = good_run();
+        run.quality = quality;
+        return judge(run).level();
     };
     EXPECT_EQ(level_at(std::nextafter(0.7, 0.0)), finding_level::red);
     EXPECT_EQ(level_at(0.7), finding_level::none);
@@ -116,79 +122,77 @@ TEST(judgement, the_quality_is_judged_on_both_sides_of_each_edge) {
 }
 
 TEST(judgement, what_is_no_finite_number_is_never_fitted) {
-    fit_facts facts = good_facts();
-    facts.entries[1].finite = false;
-    fit_judgement judged = tools::judge(facts);
+    run_result run = good_run();
+    run.entries[1].lorentz_width.value = std::numeric_limits<double>::infinity();
+    fit_judgement judged = judge(run);
     EXPECT_EQ(judged.status, fit_status::not_fitted);
     EXPECT_EQ(judged.reason, "not a finite number among the results of GATP (#2)");
     EXPECT_EQ(judged.level(), finding_level::red);
     for (const double quality :
          {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
-        facts = good_facts();
-        facts.quality = quality;
-        judged = tools::judge(facts);
+        run = good_run();
+        run.quality = quality;
+        judged = judge(run);
         EXPECT_EQ(judged.status, fit_status::not_fitted) << quality;
         EXPECT_EQ(judged.level(), finding_level::red) << quality;
     }
     // without noise the quality is none, and says nothing of the fit
-    facts.noise_re = 0.0;
-    judged = tools::judge(facts);
+    run.noise_re = 0.0;
+    judged = judge(run);
     EXPECT_EQ(judged.status, fit_status::converged);
     EXPECT_EQ(judged.words(), "noise_unknown");
     EXPECT_EQ(judged.level(), finding_level::red);
 }
 
 TEST(judgement, areas_without_bounds_are_red_and_named) {
-    fit_facts facts = good_facts();
-    facts.entries[0].bounded = false;
-    const fit_judgement judged = tools::judge(facts);
+    run_result run = good_run();
+    run.entries[0].phase.error_2sd = std::numeric_limits<double>::quiet_NaN();
+    const fit_judgement judged = judge(run);
     EXPECT_EQ(judged.level(), finding_level::red);
     EXPECT_EQ(judged.words_of(0), "no_bounds");
     EXPECT_EQ(judged.words_of(1), "");
 }
 
 TEST(judgement, weak_and_negative_areas_name_their_entries) {
-    fit_facts facts = good_facts();
-    facts.entries[1].area = -4.0;
-    facts.entries[1].area_percent = 50.0;
-    EXPECT_EQ(tools::judge(facts).words_of(1), "negative_area");
-    facts.entries[1].area_percent = std::nextafter(50.0, 51.0);
-    EXPECT_EQ(tools::judge(facts).words_of(1), "weak_area,negative_area");
-    EXPECT_EQ(tools::judge(facts).level(), finding_level::amber);
-    facts.entries[0].area_percent = facts.entries[1].area_percent = 100.1; // both of two
-    EXPECT_EQ(tools::judge(facts).findings.front().kind, finding_kind::undetermined);
+    run_result run = good_run();
+    run.entries[1].area.value = -4.0;
+    run.entries[1].area.error_2sd = 4.0; // two standard deviations: 50 %
+    EXPECT_EQ(judge(run).words_of(1), "negative_area");
+    run.entries[1].area.error_2sd = std::nextafter(4.0, 5.0);
+    EXPECT_EQ(judge(run).words_of(1), "weak_area,negative_area");
+    EXPECT_EQ(judge(run).level(), finding_level::amber);
+    run.entries[0].area.error_2sd = 200.2; // both of two
+    run.entries[1].area.error_2sd = 8.008;
+    EXPECT_EQ(judge(run).findings.front().kind, finding_kind::undetermined);
 }
 
 TEST(judgement, the_log_decides_at_the_limit_of_iterations) {
-    fit_facts facts = good_facts();
-    facts.iterations = 100;
-    EXPECT_EQ(tools::judge(facts).status, fit_status::at_limit);
-    facts.gradients = 100; // and no further one: its tolerance came in the last iteration
-    EXPECT_EQ(tools::judge(facts).status, fit_status::converged);
-    facts.gradients = 101;
-    EXPECT_EQ(tools::judge(facts).status, fit_status::at_limit);
-    EXPECT_EQ(tools::judge(facts).words(), "not_finished");
+    run_result run = good_run();
+    run.iterations = 100;
+    EXPECT_EQ(judge(run).status, fit_status::at_limit);
+    run.log_steps = {{100, 0.0}}; // and no further one: its tolerance came in the last iteration
+    EXPECT_EQ(judge(run).status, fit_status::converged);
+    run.log_steps = {{101, 0.0}};
+    EXPECT_EQ(judge(run).status, fit_status::at_limit);
+    EXPECT_EQ(judge(run).words(), "not_finished");
 }
 
 TEST(judgement, a_verdict_stands_in_place_of_what_is_found_here) {
-    fit_facts facts = good_facts();
-    facts.iterations = 100; // of a search that the verdict knows better about
-    facts.quality = 2.0;
-    facts.verdict.emplace();
-    facts.verdict->reasons.push_back(
-        {finding_kind::misfit, finding_level::amber, "signal is left at 4.7 ppm", {}});
-    facts.verdict->reasons.push_back(
-        {finding_kind::at_bound, finding_level::amber, "the width of GATP is at its bound", {1}});
-    fit_judgement judged = tools::judge(facts);
+    run_result run = good_run();
+    run.iterations = 100; // of a search that the verdict knows better about
+    run.quality = 2.0;
+    run.optimum.emplace();
+    run.optimum->reasons = {{"misfit", 4.7, {}, "signal is left"},
+                            {"at_bound", 0.0, {2}, "the width is at its bound"}};
+    fit_judgement judged = judge(run);
     EXPECT_EQ(judged.status, fit_status::converged);
     EXPECT_EQ(judged.words(), "misfit,at_bound");
     EXPECT_EQ(judged.findings.size(), 2U); // not said twice
-    EXPECT_EQ(judged.findings[0].text, "signal is left at 4.7 ppm");
+    EXPECT_EQ(judged.findings[0].text, "misfit: signal is left (4.7)");
     EXPECT_EQ(judged.words_of(1), "at_bound");
-    facts.verdict->reasons = {
-        {finding_kind::not_finished, finding_level::amber, "no end within 500 evaluations", {}}};
-    judged = tools::judge(facts);
+    run.optimum->reasons = {{"not_finished", 500.0, {}, "no end within its evaluations"}};
+    judged = judge(run);
     EXPECT_EQ(judged.status, fit_status::at_limit);
-    EXPECT_EQ(judged.reason, "no end within 500 evaluations");
+    EXPECT_EQ(judged.reason, "not_finished: no end within its evaluations (500)");
     EXPECT_EQ(judged.words(), "not_finished"); // of the residual it had nothing to say
 }
