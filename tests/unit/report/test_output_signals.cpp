@@ -2,7 +2,7 @@
 #include "report/output_signals.h"
 
 #include "model/objective.h"
-#include "report_example.h"
+#include "unit/report/report_example.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "report/parameter_matrix.h"
 
-#include "report_example.h"
+#include "unit/report/report_example.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include "report/exl.h"
 #include "report/fitres.h"
 #include "report/output_signals.h"
-#include "report_example.h"
+#include "unit/report/report_example.h"
 
 #include <gtest/gtest.h>
 
