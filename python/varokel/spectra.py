@@ -9,6 +9,7 @@ from dataclasses import dataclass, field
 from os import PathLike
 from pathlib import Path
 
+import numpy as np
 import numpy.typing as npt
 
 from .arrays import ComplexArray
@@ -67,7 +68,9 @@ def spectrum_from_fid(
     noise_window  first point and the one behind the last of the spectrum that hold noise only
     points        of the spectrum, a power of two; by default m, which then has to be one
 
-    Raises ValueError.
+    Zeros behind the decay, those of `points` and those at its own end (one point in 64 or more, as
+    varokel-import has it), count as filled: Sidecar.measured_points says so, a fit of a table cuts
+    its model there, too, and widens its errors. Raises ValueError.
     """
     if not dwell_time > 0.0:
         raise ValueError(f"a dwell time of {dwell_time} s; expected a number above 0")
@@ -80,8 +83,17 @@ def spectrum_from_fid(
         ppm_rises_with_points=ppm_rises_with_points,
         phi_1_degrees=360.0 * delay / dwell_time,
         noise_window=noise_window,
+        measured_points=_measured_points(np.asarray(fid)[: centred.size], centred.size),
     )
     return Spectrum(name, centred, sidecar)
+
+
+def _measured_points(decay: npt.NDArray[np.generic], points: int) -> int | None:
+    """Points of a decay before the zeros that fill it up to `points`; None without zeros."""
+    after = np.flatnonzero(decay)[-1:] + 1
+    last = int(after[0]) if after.size else decay.size
+    measured = last if 64 * (decay.size - last) >= decay.size else decay.size
+    return measured if measured < points else None
 
 
 def import_file(
