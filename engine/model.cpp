@@ -192,9 +192,22 @@ static double rms_of(const complex_signal &signal) {
     return largest * std::sqrt(sum / (2.0 * static_cast<double>(signal.size())));
 }
 
+// Behind `kept`, what is below 2^-20 of the root mean square is what zeros become in a spectrum of
+// four bytes, rounded by 2^-25 of itself: no measured noise is that small.
+static int points_measured(const complex_signal &decay, int kept) {
+    const double least = 0x1p-20 * rms_of(decay);
+    const auto is_zero = [&](const std::complex<double> &v) {
+        return std::fabs(v.real()) <= least && std::fabs(v.imag()) <= least;
+    };
+    auto last = decay.end();
+    while (last != decay.begin() + kept && is_zero(last[-1])) --last;
+    return static_cast<int>(last - decay.begin());
+}
+
 void model::take_data(const complex_signal &spectrum) {
     data_rms_ = rms_of(spectrum);
     decay_of_data_ = fid_of_spectrum(*plan_, spectrum, whole);
+    measured_ = points_measured(decay_of_data_, when_.kept);
     const auto begin = static_cast<std::ptrdiff_t>(when_.ignored);
     const auto end = static_cast<std::ptrdiff_t>(when_.kept);
     std::fill(decay_of_data_.begin(), decay_of_data_.begin() + begin, 0.0);

@@ -51,8 +51,11 @@ class model {
     channel part() const { return part_; }
     double noise_sd() const { return noise_sd_; }
     double data_rms() const { return data_rms_; } // of all points, per channel [signal]
-    std::vector<double> starts() const;           // of the columns, lineshape included
-    std::vector<double> given() const;            // the same outside of their windows, too
+    // Points of the decay that hold anything: those before zeros that were filled in, where the
+    // curves are cut; else all.
+    int measured() const { return measured_; }
+    std::vector<double> starts() const; // of the columns, lineshape included
+    std::vector<double> given() const;  // the same outside of their windows, too
     // FWHM of a line at the columns x [points].
     double fwhm(int entry, std::span<const double> x) const;
     bool is_pattern(int entry) const {
@@ -95,7 +98,7 @@ class model {
     std::vector<interval> runs_; // merged and in order
     channel part_ = channel::both;
     double noise_sd_ = 1.0, data_rms_ = 0.0;
-    int rows_ = 0, lineshape_columns_ = 0;
+    int rows_ = 0, lineshape_columns_ = 0, measured_ = 0;
     complex_signal spectrum_;      // as measured
     complex_signal decay_of_data_; // its decay, cut as the curves are
     bool cut_ = false;             // whether that took anything away

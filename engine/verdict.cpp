@@ -73,7 +73,10 @@ whiteness whiteness_of(const model &of, std::span<const double> residual) {
 double quality_of(const model &of, double sum_of_squares) {
     const double part = static_cast<double>(of.when().kept - of.when().ignored) / of.points();
     const double degrees = std::max(1.0, part * of.rows() - of.columns());
-    return std::sqrt(sum_of_squares / degrees);
+    // Noise of m points that zeros fill up to n is 1/n^2 of the sum of m variances at each of n
+    // points, of which m tell: where the residual is noise, n/m of what the degrees let expect.
+    const double filled = static_cast<double>(of.measured()) / of.points();
+    return std::sqrt(sum_of_squares * filled / degrees);
 }
 
 // Whether there is a residual at all besides what search and rounding leave.

@@ -68,7 +68,8 @@ struct whiteness {
 whiteness whiteness_of(const model &of, std::span<const double> residual);
 
 // Root of the reduced chi-square: sqrt(sum of squares / degrees of freedom), where points of a cut
-// decay count for what they tell. Above the root mean square per point, which tables show.
+// decay count for what they tell, and so do the squares of one that zeros fill: 1 when the residual
+// is noise. Above the root mean square per point, which tables show.
 double quality_of(const model &of, double sum_of_squares);
 
 // Everything but several_minima, which needs other minima: add_minimum adds that.

@@ -9,6 +9,7 @@ import numpy.typing as npt
 import pytest
 import varokel
 from conftest import TREE, two_line_fid
+from varokel import ExactOptions
 
 SERIES = TREE / "python" / "examples" / "c13_series" / "c13_series.fid.f32"
 DWELL = ["--dwell", "0.0009765625", "--noise", "8:119"]
@@ -65,7 +66,8 @@ def test_zeros_that_fill_a_decay_are_known() -> None:
 def test_errors_of_a_filled_decay_are_those_of_the_measurement() -> None:
     # Scatter over noise, of a Lorentzian line cut while it stands at a third of its beginning.
     time = np.arange(300) * 1e-3
-    table = "name\ttype\tarea\tfrequency[ppm]\tlorentz[Hz]\tphase\nA\tlorentz\t9\t0.1\t1\t0"
+    table = "name\ttype\tarea\tfrequency[ppm]\tlorentz[Hz]\tphase\n"
+    table += "A\tlorentz\t9\t0.1\t1\t0\ninterval: -4.9 to 4.9 ppm"
     rng = np.random.default_rng(5)
     fits = []
     for _ in range(60):
@@ -75,13 +77,16 @@ def test_errors_of_a_filled_decay_are_those_of_the_measurement() -> None:
             varokel.fit(
                 varokel.spectrum_from_fid(
                     decay, 1e-3, spectrometer_mhz=100.0, ppm_at_carrier=0.0,
-                    noise_window=(16, 200), points=1024,
+                    points=1024,
                 ),
                 table,
+                ExactOptions(noise_sd=0.3 * np.sqrt(300.0) / 1024.0),
             )
         )  # fmt: skip
     assert isinstance(fits[0], varokel.ExactFit)
     areas = np.array([fit.areas[0] for fit in fits])
+    assert np.mean([fit.quality for fit in fits]) == pytest.approx(1.0, abs=0.02)  # known to 0.004
+    assert all(fit.verdict == "optimum" for fit in fits)
     # the scatter of 60 is known to 9 %, their mean to an eighth of it
     assert areas.std(ddof=1) == pytest.approx(np.mean([fit.area_sd[0] for fit in fits]), rel=0.3)
     assert abs(areas.mean() - 10.0) < 4.0 * areas.std() / np.sqrt(60)

@@ -320,6 +320,55 @@ TEST(quality, counts_what_a_cut_decay_tells) {
     EXPECT_DOUBLE_EQ(quality_of(*engine::model::make(problem), 125.0), 1.0);
 }
 
+// Noise of m points, zeros behind them up to n; what is known of the noise is its spread in the
+// spectrum. Both the mean of many and its scatter are worked out: the sum of squares of 2 m values,
+// over their number, scatters by 1/sqrt(m), its root by half of that.
+TEST(quality, is_one_for_noise_that_zeros_fill) {
+    const int points = 256, fits = 200;
+    for (const int measured : {32, 100, 200, 250}) {
+        for (const bool four_bytes : {false, true}) {
+            double sum = 0.0;
+            for (int s = 0; s < fits; ++s) {
+                auto problem = support::problem_with_lines(points, {{5, 100, 3}}, 0.05, 1);
+                support::random_numbers random(static_cast<std::uint64_t>(s + 1));
+                engine::complex_signal fid(static_cast<std::size_t>(measured));
+                for (auto &v : fid) v = {random.normal(), random.normal()};
+                fid[0] *= 2.0; // of which the transform takes half
+                problem.spectrum = engine::spectrum_of_fid(fid, points);
+                if (four_bytes)
+                    for (auto &v : problem.spectrum)
+                        v = {static_cast<float>(v.real()), static_cast<float>(v.imag())};
+                problem.noise_sd = std::sqrt(static_cast<double>(measured)) / points;
+                problem.when.kept = measured;
+                const auto model = engine::model::make(problem);
+                EXPECT_EQ(model->measured(), measured);
+                double squares = 0.0;
+                for (const auto v : problem.spectrum)
+                    squares += std::norm(v) / (problem.noise_sd * problem.noise_sd);
+                // the parameters, three, took nothing of it here
+                const double degrees = 2.0 * measured - 3.0;
+                sum += quality_of(*model, squares) * std::sqrt(degrees / (2.0 * measured));
+            }
+            EXPECT_NEAR(sum / fits, 1.0, 5.0 * 0.5 / std::sqrt(measured * fits) + 0.125 / measured)
+                << measured << " " << four_bytes;
+        }
+    }
+}
+
+TEST(quality, of_a_cut_decay_is_not_that_of_a_filled_one) {
+    auto problem = support::problem_with_lines(256, {{5, 100, 3}}, 0.05, 1);
+    problem.when.kept = 128;
+    EXPECT_EQ(engine::model::make(problem)->measured(), 256); // noise up to its end
+    engine::complex_signal fid = engine::fid_of_spectrum(problem.spectrum);
+    std::fill(fid.begin() + 200, fid.end(), 0.0);
+    problem.spectrum = engine::spectrum_of_fid(fid, 256);
+    const auto both = engine::model::make(problem); // cut at 128 of 200 that were measured
+    EXPECT_EQ(both->measured(), 200);
+    EXPECT_DOUBLE_EQ(quality_of(*both, 253.0 * 256 / 200), 1.0);
+    problem.when.kept = 256;
+    EXPECT_EQ(engine::model::make(problem)->measured(), 256); // nobody says that it is filled
+}
+
 // ---- data without noise ----
 
 // The model of three lines, times `unit`, from values of the decay as a file stores them.
