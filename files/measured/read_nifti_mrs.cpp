@@ -264,9 +264,6 @@ static void take_nifti_facts(const nifti_header &header, const ordered_json &met
     if (facts.mhz && !(*facts.mhz > 0.0))
         throw tool_error(bad_input, file + ": item SpectrometerFrequency of the JSON is not above "
                                            "0; expected it in MHz");
-    if (!facts.mhz)
-        source.warnings.push_back("item SpectrometerFrequency is missing in the JSON; give "
-                                  "--frequency to have ppm");
     if (const ordered_json *const nucleus = first_value(meta, "ResonantNucleus");
         nucleus != nullptr && nucleus->is_string())
         facts.nucleus = nucleus_of(nucleus->get<std::string>());

@@ -61,6 +61,7 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
     signal_facts &facts = read.facts;
     facts.dwell_time = about.positive_number("dwell_time_s");
     facts.mhz = about.positive_number("spectrometer_MHz");
+    if (!facts.mhz) facts.mhz = about.positive_number("spectrometer_mhz"); // as sidecars have it
     facts.ppm_at_carrier = about.number("ppm_at_carrier");
     facts.echo_time = about.number("echo_time_s");
     facts.repetition_time = about.positive_number("repetition_time_s");

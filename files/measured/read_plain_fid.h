@@ -16,10 +16,10 @@ struct json_facts {
     std::optional<std::string> dimensions; // as name_dimensions.h has them
 };
 
-// Items n_points, n_spectra, dwell_time_s, spectrometer_MHz, ppm_at_carrier, begin_time_s (or
-// dead_time_s), nucleus, ppm_rises_with_points (true when absent), noise_only_points,
-// metabolite_interval_points, time_step_s, dimensions. Stretches are held against n_points, else
-// points_in_file. Errors: bad_input, naming the item.
+// Items n_points, n_spectra, dwell_time_s, spectrometer_MHz (or spectrometer_mhz), ppm_at_carrier,
+// begin_time_s (or dead_time_s), nucleus, ppm_rises_with_points (true when absent),
+// noise_only_points, metabolite_interval_points, time_step_s, dimensions. Stretches are held
+// against n_points, else points_in_file. Errors: bad_input, naming the item.
 json_facts read_json_facts(const std::string &json, long long points_in_file);
 
 // The JSON beside a signal: x.fid.json, else x.json, for x.fid.f32, and x.json for x.anything;

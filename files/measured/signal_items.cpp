@@ -94,7 +94,10 @@ void settle_facts(spectrum_source &source, const spectrum_options &own) {
                 {"ppm_at_carrier", *facts.ppm_at_carrier,
                  "the usual one for " + *facts.nucleus + "; --ppm-at-carrier sets another"});
     }
-    if (facts.mhz && !facts.ppm_at_carrier)
+    if (!facts.mhz)
+        source.warnings.push_back("the spectrometer frequency is not known; give --frequency to "
+                                  "have ppm");
+    else if (!facts.ppm_at_carrier)
         source.warnings.push_back("the chemical shift at the carrier is not known; give "
                                   "--ppm-at-carrier to have ppm");
     if (source.opposite_sense && own.axis && !own.axis->empty())

@@ -60,6 +60,15 @@ for item in '"hz_per_point": 62.5' '"spectrometer_mhz": 100.5' '"ppm_at_carrier"
     '"first": 2' '"stop": 6' '"index": 1' '"ppm_rises_with_points": true'; do
     holds run/pair_1.json "$item"
 done
+# the frequency under the name that sidecars have, too; where there is none there are no ppm, which is said
+sed 's/spectrometer_MHz/spectrometer_mhz/' pair.json >named.json
+sed '/spectrometer_MHz/s/"spectrometer_MHz": 100.5,//' pair.json >none.json
+status 0 "$import" pair.fid.f32 -o named --index 1 --json named.json
+holds named/pair_1.json '"spectrometer_mhz": 100.5'
+true_that 'a frequency that is known is not missed' test "$(grep -c 'frequency is not known' err)" = 0
+status 0 "$import" pair.fid.f32 -o none --index 1 --json none.json
+holds err 'pair.fid.f32: the spectrometer frequency is not known; give --frequency to have ppm'
+holds none/pair_1.json '"the spectrometer frequency is not known; give --frequency to have ppm"'
 sd=$(sed -n '3,6p' got | awk '{ s += $1; q += $1 * $1 } END { printf "%.5f", sqrt(q / 4 - s * s / 16) }')
 holds run/pair_1.json "\"sd_real\": $(printf '%.4s' "$sd")"
 
