@@ -5,17 +5,29 @@
 #include <algorithm>
 #include <climits>
 
+// fscanf keeps what a failed conversion has taken: the sign of "-x", the "nu" of "number" (it might
+// have been "nan"). That goes back, where the stream can.
+static bool converted(std::FILE *file, const char *format, auto &value) {
+    const long place = std::ftell(file);
+    if (std::fscanf(file, format, &value) == 1) return true;
+    if (place >= 0) std::fseek(file, place, SEEK_SET);
+    return false;
+}
+
 bool scan_int(std::FILE *file, int &target) {
     // A longer type than int, so that a number outside its range is defined and stays absurd
     // instead of wrapping into something that looks sane.
     long long value = 0;
-    if (std::fscanf(file, "%lld", &value) != 1) return false;
+    if (!converted(file, "%lld", value)) return false;
     target = static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
     return true;
 }
 
 bool scan_single(std::FILE *file, float &target) {
-    return std::fscanf(file, "%f", &target) == 1;
+    float value = 0.0F;
+    if (!converted(file, "%f", value)) return false;
+    target = value;
+    return true;
 }
 
 bool scan_real(std::FILE *file, double &target) {
