@@ -31,8 +31,8 @@ struct file_pile::content {
 };
 
 [[noreturn]] static void refuse_pile(const std::string &name) {
-    throw tool_error(bad_output, name + ": cannot be written (" + std::strerror(errno) +
-                                     "); does the folder exist, is it yours, is the disk full?");
+    refuse_output(name, std::string("cannot be written (") + std::strerror(errno) +
+                            "); does the folder exist, is it yours, is the disk full?");
 }
 
 file_pile::file_pile(const std::string &folder) {

@@ -17,8 +17,8 @@ namespace tools {
 static constexpr std::size_t most_held = 1 << 20; // bytes
 
 [[noreturn]] static void refuse_text(const std::string &folder, const char *what) {
-    throw tool_error(bad_output, folder + ": what is to be printed cannot be " + what + " (" +
-                                     std::strerror(errno) + "); is the disk full?");
+    refuse_output(folder, std::string("what is to be printed cannot be ") + what + " (" +
+                              std::strerror(errno) + "); is the disk full?");
 }
 
 void held_text::add(std::string_view text, const std::string &folder) {

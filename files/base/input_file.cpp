@@ -28,7 +28,7 @@ void refuse_no_file(const std::string &file) {
     if (file.starts_with("/dev/") || file.starts_with("/proc/")) return;
     std::error_code error;
     if (const char *const kind = kind_of(fs::status(file, error).type()))
-        throw tool_error(bad_input, file + ": " + kind + "; expected a file");
+        refuse_input(file, std::string(kind) + "; expected a file");
 }
 
 std::ifstream open_input(const std::string &file) {
@@ -55,10 +55,8 @@ std::size_t next_line(std::istream &stream, std::string &line, const std::string
         line.append(piece, count);
         if (stream.eof() || count == 0) return bytes; // the last line has no end; a reading error
         if (line.size() > longest_input_line)
-            throw tool_error(bad_input,
-                             file + ": a line longer than " +
-                                 std::to_string(longest_input_line >> 20) +
-                                 " MiB; expected lines of text. Is the file of another format?");
+            refuse_input(file, "a line longer than " + std::to_string(longest_input_line >> 20) +
+                                   " MiB; expected lines of text. Is the file of another format?");
         stream.clear(); // the line goes on
     }
 }

@@ -30,14 +30,12 @@ void output_batch::refuse_overwriting(const std::string &name) const {
     std::error_code error;
     if (!std::filesystem::exists(std::filesystem::symlink_status(name, error))) return;
     if (!std::filesystem::is_regular_file(name, error)) // a rename would replace a device
-        throw tool_error(bad_output, name + ": no plain file; expected the name of one");
+        refuse_output(name, "no plain file; expected the name of one");
     if (struct stat facts = {}; stat(name.c_str(), &facts) == 0)
         if (const auto input = inputs_.find({facts.st_dev, facts.st_ino}); input != inputs_.end())
-            throw tool_error(bad_output, name + ": would overwrite its own input " + input->second +
-                                             "; choose another output");
-    if (!force_)
-        throw tool_error(bad_output,
-                         name + ": exists; --force replaces it, or choose another output");
+            refuse_output(name, "would overwrite its own input " + input->second +
+                                    "; choose another output");
+    if (!force_) refuse_output(name, "exists; --force replaces it, or choose another output");
 }
 
 void output_batch::add(const output_file &file) {
@@ -59,7 +57,7 @@ void output_batch::add(const output_file &file) {
 void output_batch::commit() {
     for (const auto &[input, state] : states_)
         if (file_state(input) != state)
-            throw tool_error(bad_input, input + ": was changed while it was read; begin again");
+            refuse_input(input, "was changed while it was read; begin again");
     for (part_file &each : parts_)
         each.close(); // all are on the disk before the first has its name
     for (part_file &each : parts_) {

@@ -30,7 +30,7 @@ std::string machine_name() {
 }
 
 [[noreturn]] static void refuse(const std::string &name) {
-    throw tool_error(bad_output, name + ": cannot be written (" + std::strerror(errno) + ")");
+    refuse_output(name, std::string("cannot be written (") + std::strerror(errno) + ")");
 }
 
 static std::string owner_text(const std::string &purpose) {
@@ -87,14 +87,14 @@ void own_folder::become(const std::string &target) {
     umask(mask);
     const held_signals no_signals; // between the new name and the list
     if (chmod(name_.c_str(), 0777 & ~mask) != 0 || std::rename(name_.c_str(), target.c_str()) != 0)
-        throw tool_error(bad_output, target + ": cannot be written (" + std::strerror(errno) + ")");
+        refuse_output(target, std::string("cannot be written (") + std::strerror(errno) + ")");
     owned_.release();
 }
 
 void own_folder::exchange_with(const std::string &target) {
     const auto refuse_exchange = [&](int reason) {
-        throw tool_error(bad_output, target + ": cannot be replaced (" + std::strerror(reason) +
-                                         "); choose another folder");
+        refuse_output(target, std::string("cannot be replaced (") + std::strerror(reason) +
+                                  "); choose another folder");
     };
     struct stat facts = {};
     if (stat(target.c_str(), &facts) != 0) refuse_exchange(errno);

@@ -21,7 +21,7 @@
 namespace tools {
 
 [[noreturn]] static void refuse(const std::string &file) {
-    throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
+    refuse_input(file, "cannot be read; is it yours to read?");
 }
 
 #ifdef VAROKEL_NIFTI
@@ -103,8 +103,8 @@ packed_file::packed_file(const std::string &file, unsigned) : file_(file) {
     std::rewind(stream_of(stream_));
     if (first != 0x1f || second != 0x8b) return;
     std::fclose(stream_of(stream_));
-    throw tool_error(bad_input, file + ": packed by gzip, and this program was built without zlib; "
-                                       "unpack it first, or build with zlib1g-dev installed");
+    refuse_input(file, "packed by gzip, and this program was built without zlib; unpack it first, "
+                       "or build with zlib1g-dev installed");
 }
 
 packed_file::~packed_file() {

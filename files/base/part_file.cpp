@@ -32,9 +32,9 @@ part_file::part_file(std::string name, std::string what_now)
 }
 
 void part_file::refuse(int reason) const {
-    throw tool_error(bad_output, name_ + ": cannot be written (" + std::strerror(reason) +
-                                     "); does the folder exist, is it yours, is the disk full?" +
-                                     what_now_);
+    refuse_output(name_, std::string("cannot be written (") + std::strerror(reason) +
+                             "); does the folder exist, is it yours, is the disk full?" +
+                             what_now_);
 }
 
 // A name of its own beside the place of the file: for a new file, or for the one that has none yet.

@@ -31,14 +31,14 @@ bool pattern_names::is_free(const std::string &name) const {
 std::string pattern_names::name_for(const std::string &file) {
     std::error_code error;
     const std::string source = fs::canonical(file, error).string();
-    if (error) throw tool_error(bad_input, file + ": cannot be read (" + error.message() + ")");
+    if (error) refuse_input(file, "cannot be read (" + error.message() + ")");
     for (const auto &[name, known] : files_)
         if (known == source) return name;
     std::string name = fs::path(file).filename().string();
     const std::string ending = fs::path(file).extension().string();
     for (int n = static_cast<int>(files_.size()) + 1, tries = 0; !is_free(name); ++n, ++tries) {
         if (tries == most_numbers)
-            throw tool_error(bad_input, file + ": its ending cannot be part of a name; rename it");
+            refuse_input(file, "its ending cannot be part of a name; rename it");
         name = "pattern_" + std::to_string(n) + ending;
     }
     files_.emplace(name, source);
@@ -49,8 +49,8 @@ std::string find_pattern_file(const std::string &named_in, const std::string &na
     std::error_code error;
     for (const fs::path &place : {fs::path(named_in).parent_path() / named, fs::path(named)})
         if (fs::is_regular_file(place, error)) return place.string();
-    throw tool_error(bad_input, named_in + ": pattern " + shown_text(named) +
-                                    " is not there; expected it beside that file");
+    refuse_input(named_in,
+                 "pattern " + shown_text(named) + " is not there; expected it beside that file");
 }
 
 } // namespace tools

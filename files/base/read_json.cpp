@@ -49,17 +49,15 @@ static json_extent extent_of(const std::string &text) {
 ordered_json json_of_text(const std::string &text, const std::string &file) {
     const json_extent extent = extent_of(text);
     if (extent.deepest > deepest_json)
-        throw tool_error(bad_input, file + ": JSON nested deeper than " +
-                                        std::to_string(deepest_json) +
-                                        " levels; expected a plain document");
+        refuse_input(file, "JSON nested deeper than " + std::to_string(deepest_json) +
+                               " levels; expected a plain document");
     if (extent.values > most_json_values)
-        throw tool_error(bad_input, file + ": JSON of more than " +
-                                        std::to_string(most_json_values) +
-                                        " values; expected a plain document");
+        refuse_input(file, "JSON of more than " + std::to_string(most_json_values) +
+                               " values; expected a plain document");
     try {
         return ordered_json::parse(text);
     } catch (const json_error &error) {
-        throw tool_error(bad_input, file + ": no valid JSON (" + shown_text(error.what()) + ")");
+        refuse_input(file, "no valid JSON (" + shown_text(error.what()) + ")");
     }
 }
 
@@ -71,8 +69,8 @@ std::string json_text(const ordered_json &items, int indent, const std::string &
     try {
         return items.dump(indent);
     } catch (const json_error &error) {
-        throw tool_error(bad_input, file + ": a text for it is no UTF-8 (" +
-                                        shown_text(error.what()) + "); rename the file or entry");
+        refuse_input(file, "a text for it is no UTF-8 (" + shown_text(error.what()) +
+                               "); rename the file or entry");
     }
 }
 
@@ -90,8 +88,7 @@ ordered_json json_of_bytes(const std::string &bytes) {
 std::string bytes_of_json(const ordered_json &item, const std::string &file) {
     if (item.is_string()) return item.get<std::string>();
     const auto refuse = [&] {
-        throw tool_error(bad_input, file + ": " + item.dump_valid() +
-                                        "; expected a text, or {\"hex\": \"...\"}");
+        refuse_input(file, item.dump_valid() + "; expected a text, or {\"hex\": \"...\"}");
     };
     if (!item.is_object() || item.size() != 1 || !item.contains("hex") || !item["hex"].is_string())
         refuse();

@@ -95,7 +95,7 @@ std::string sha256_of_file(const std::string &file) {
         stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
         hash.add(piece.data(), static_cast<std::size_t>(stream.gcount()));
     }
-    if (!stream.eof()) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
+    if (!stream.eof()) refuse_input(file, "cannot be read; is it yours to read?");
     return hash.digits();
 }
 

@@ -28,4 +28,16 @@ class tool_error : public std::runtime_error {
     exit_status status_;
 };
 
+// Refuse a file, an option, or a place in one. Errors: "PLACE: what", of the status that the name
+// has.
+[[noreturn]] inline void refuse_input(const std::string &place, const std::string &what) {
+    throw tool_error(bad_input, place + ": " + what);
+}
+[[noreturn]] inline void refuse_usage(const std::string &place, const std::string &what) {
+    throw tool_error(wrong_usage, place + ": " + what);
+}
+[[noreturn]] inline void refuse_output(const std::string &place, const std::string &what) {
+    throw tool_error(bad_output, place + ": " + what);
+}
+
 } // namespace tools

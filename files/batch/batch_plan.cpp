@@ -29,8 +29,8 @@ static void expect_same(const batch_plan &plan, const std::string &file,
     if (!std::filesystem::is_regular_file(name, error) ||
         std::filesystem::file_size(name, error) > largest_text_file ||
         sha256_of_file(name) != digest)
-        throw tool_error(bad_input, name + ": was changed since the plan was made; put the file of "
-                                           "then back, or plan again with the new one");
+        refuse_input(name, "was changed since the plan was made; put the file of then back, or "
+                           "plan again with the new one");
 }
 
 batch_plan read_plan(const std::string &folder) {
@@ -90,17 +90,14 @@ std::vector<std::string> check_inputs(const batch_plan &plan) {
         }
         if (stamp == input.stamp) continue;
         if (sha256_of_file(input.file) != input.sha256)
-            throw tool_error(bad_input,
-                             input.file +
-                                 ": was changed since the plan was made; put the file of then "
-                                 "back (what is fitted stays), or plan again");
+            refuse_input(input.file, "was changed since the plan was made; put the file of then "
+                                     "back (what is fitted stays), or plan again");
     }
     const std::string points = plan.file("spectra.f32");
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(points, error);
     if (error || size != static_cast<std::uintmax_t>(plan.spectra * plan.points * 8))
-        throw tool_error(bad_input, points + ": missing or of another size than planned; plan "
-                                             "again");
+        refuse_input(points, "missing or of another size than planned; plan again");
     return gone;
 }
 
@@ -120,14 +117,12 @@ replaced_plan::replaced_plan(const std::string &folder) {
             pattern_files.push_back(head_items(each, name).name("file"));
     } catch (const tool_error &error) {
         if (error.status() == bad_output) throw;
-        throw tool_error(bad_output, name +
-                                         ": not the manifest of a plan of varokel-batch; choose "
-                                         "another folder (" +
-                                         std::string(error.what()) + ")");
+        refuse_output(name, "not the manifest of a plan of varokel-batch; choose another folder (" +
+                                std::string(error.what()) + ")");
     }
     if (!file->lock_alone())
-        throw tool_error(bad_output, name + ": a run or a merge works with this plan; wait for its "
-                                            "end, or end it first");
+        refuse_output(name,
+                      "a run or a merge works with this plan; wait for its end, or end it first");
 }
 
 } // namespace tools

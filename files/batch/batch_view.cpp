@@ -116,8 +116,8 @@ std::size_t batch_view::spectrum_of(const table_reader &table, std::size_t colum
                                     const std::string &file) const {
     const auto found = by_name_.find(table.text(column));
     if (found == by_name_.end())
-        throw tool_error(bad_input, file + ": spectrum " + table.text(column) +
-                                        " is not in manifest.json; merge the batch again");
+        refuse_input(file, "spectrum " + table.text(column) +
+                               " is not in manifest.json; merge the batch again");
     return found->second;
 }
 
@@ -219,8 +219,8 @@ void batch_view::read_results() {
         if (std::isnan(number)) continue; // a spectrum without results
         if (!(number >= 1.0 && number <= static_cast<double>(entries.size())) ||
             number != std::floor(number))
-            throw tool_error(bad_input, file + ": entry " + table.text(entry) + "; expected 1 to " +
-                                            std::to_string(entries.size()));
+            refuse_input(file, "entry " + table.text(entry) + "; expected 1 to " +
+                                   std::to_string(entries.size()));
         const std::size_t first =
             (found * entries.size() + static_cast<std::size_t>(number) - 1) * batch_quantities;
         for (std::size_t q = 0; q < batch_quantities; ++q)
@@ -246,8 +246,8 @@ void batch_view::find_curves() {
                    value == std::floor(value);
         };
         if (!is_number(place) || !is_number(spectrum))
-            throw tool_error(bad_input, file + ": spectrum " + table.text(number) +
-                                            " is not one of this batch; merge it again");
+            refuse_input(file, "spectrum " + table.text(number) +
+                                   " is not one of this batch; merge it again");
         curves_[static_cast<std::size_t>(spectrum)] = {static_cast<long long>(place),
                                                        has_digests ? table.text(digest) : ""};
     }
@@ -275,9 +275,9 @@ complex_signal batch_view::data_of(std::size_t spectrum) const {
     const std::string file = (fs::path(folder) / "spectra.f32").string();
     const auto bytes = bytes_of(file, static_cast<long long>(spectrum), points);
     if (!bytes || sha256_of(*bytes) != spectra[spectrum].sha256)
-        throw tool_error(bad_input, file + ": " + spectra[spectrum].name +
-                                        " is missing or was changed since the plan was made; put "
-                                        "the file of then back, or plan again");
+        refuse_input(file, spectra[spectrum].name +
+                               " is missing or was changed since the plan was made; "
+                               "put the file of then back, or plan again");
     return signal_of_bytes(*bytes);
 }
 
@@ -289,8 +289,8 @@ std::optional<complex_signal> batch_view::fit_of(std::size_t spectrum) const {
     const auto bytes = bytes_of(file, place, points);
     if (!bytes) return std::nullopt;
     if (!digest.empty() && sha256_of(*bytes) != digest)
-        throw tool_error(bad_input, file + ": the curve of " + spectra[spectrum].name +
-                                        " was changed since it was merged; merge the batch again");
+        refuse_input(file, "the curve of " + spectra[spectrum].name +
+                               " was changed since it was merged; merge the batch again");
     return signal_of_bytes(*bytes);
 }
 

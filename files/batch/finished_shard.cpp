@@ -21,9 +21,7 @@ namespace fs = std::filesystem;
 finished_shard read_marker(const batch_plan &plan, const plan_lines &lines,
                            const std::string &name) {
     const auto refuse = [&](const std::string &what) {
-        throw tool_error(bad_input, name + ": " + what +
-                                        "; remove the files of this shard, or "
-                                        "plan into a fresh folder");
+        refuse_input(name, what + "; remove the files of this shard, or plan into a fresh folder");
     };
     finished_shard shard;
     shard.stem = name.substr(0, name.size() - std::strlen(".done"));
@@ -89,10 +87,8 @@ void check_part(const batch_plan &plan, const finished_shard &shard) {
         std::error_code error;
         if (!fs::is_regular_file(name, error) || fs::file_size(name, error) > most ||
             sha256_of_file(name) != digest)
-            throw tool_error(bad_input, name +
-                                            ": missing or damaged, though its marker is there; "
-                                            "remove " +
-                                            shard.stem + ".done and run the shard again");
+            refuse_input(name, "missing or damaged, though its marker is there; remove " +
+                                   shard.stem + ".done and run the shard again");
     };
     expect(shard.stem + ".part", shard.part_sha256,
            shard_head_size + fits * record_size(plan.records));
@@ -152,10 +148,10 @@ all_parts::all_parts(const batch_plan &plan, const plan_lines &lines)
         if (!fs::exists(shard_stem(plan, shard, shards) + ".done", error))
             names +=
                 (names.empty() ? "" : ", ") + std::to_string(shard) + "/" + std::to_string(shards);
-    throw tool_error(bad_input, plan.folder + ": not all spectra are fitted; missing: " +
-                                    (names.empty() ? "" : "shards " + names + "; ") + "lines " +
-                                    missing +
-                                    " of the manifest. varokel-batch run --resume does them");
+    refuse_input(
+        plan.folder,
+        "not all spectra are fitted; missing: " + (names.empty() ? "" : "shards " + names + "; ") +
+            "lines " + missing + " of the manifest. varokel-batch run --resume does them");
 }
 
 long long all_parts::first() const {

@@ -17,10 +17,10 @@ manifest_file::manifest_file(const std::string &name)
     : name_(name), file_(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
     struct stat facts = {};
     if (!file_.is_open() || fstat(file_.number(), &facts) != 0 || !S_ISREG(facts.st_mode))
-        throw tool_error(bad_input, name + ": cannot be opened; expected the folder of a plan. "
-                                           "varokel-batch plan makes one");
+        refuse_input(
+            name, "cannot be opened; expected the folder of a plan. varokel-batch plan makes one");
     if (flock(file_.number(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-        throw tool_error(bad_output, name + ": is being replaced by a new plan; wait for its end");
+        refuse_output(name, "is being replaced by a new plan; wait for its end");
 }
 
 bool manifest_file::lock_alone() {

@@ -19,9 +19,7 @@ static constexpr long long most_voxels = 1LL << 31;
 static constexpr std::size_t most_axes = 10;
 
 void refuse_manifest(const std::string &name, const std::string &what) {
-    throw tool_error(bad_input, name + ": " + what +
-                                    "; expected the manifest as varokel-batch plan wrote it. Plan "
-                                    "again");
+    refuse_input(name, what + "; expected the manifest as varokel-batch plan wrote it. Plan again");
 }
 
 std::string text_of_head(const manifest_file &file, long long &begin) {
@@ -143,12 +141,11 @@ static void read_files(batch_plan &plan, const head_items &items, const std::str
 void read_head(batch_plan &plan, const std::string &file) {
     const head_items items(plan.head, file);
     if (const long long format = items.whole("format", 0, 1000000); format != batch_format)
-        throw tool_error(bad_input,
-                         file + ": of format " + std::to_string(format) +
-                             ", as another version of this program wrote it; this one reads " +
-                             std::to_string(batch_format) +
-                             ", which also holds how the errors of a fit hang together. That "
-                             "version merges what it fitted; else plan and fit again");
+        refuse_input(file, "of format " + std::to_string(format) +
+                               ", as another version of this program wrote it; this one reads " +
+                               std::to_string(batch_format) +
+                               ", which also holds how the errors of a fit hang together. That "
+                               "version merges what it fitted; else plan and fit again");
     plan.spectra = items.whole("count", 1, most_spectra);
     plan.blocks = items.whole("blocks", 1, plan.spectra);
     plan.points = items.whole("points", 2, most_points);

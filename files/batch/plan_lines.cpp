@@ -165,9 +165,10 @@ planned_spectrum plan_lines::parse(const std::string &text, long long line) cons
     pieces.expect("\"}");
     if (!pieces.good() || found < 0 || !name.is_string() ||
         !is_plain_name(name.get<std::string>()) || !fits_plan(spectrum, wave, plan_))
-        throw tool_error(bad_input, plan_.file_read->name() + ": spectrum " + std::to_string(line) +
-                                        " does not stand where it should; expected the file as "
-                                        "varokel-batch plan wrote it. Plan again");
+        refuse_input(plan_.file_read->name(),
+                     "spectrum " + std::to_string(line) +
+                         " does not stand where it should; expected the file as varokel-batch plan "
+                         "wrote it. Plan again");
     spectrum.name = name.get<std::string>();
     spectrum.state = static_cast<signal_state>(found);
     spectrum.wave = static_cast<int>(wave);

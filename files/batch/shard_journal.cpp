@@ -19,9 +19,9 @@
 namespace tools {
 
 [[noreturn]] static void refuse_writing(const std::string &name) {
-    throw tool_error(bad_output, name + ": cannot be written (" + std::strerror(errno) +
-                                     "); is it yours, is the disk full? What is fitted stays, "
-                                     "--resume goes on");
+    refuse_output(name,
+                  std::string("cannot be written (") + std::strerror(errno) +
+                      "); is it yours, is the disk full? What is fitted stays, --resume goes on");
 }
 
 // All or nothing: what was written of a record that does not fit is cut off again.
@@ -66,8 +66,7 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
     const ssize_t got = pread(file_.number(), head, shard_head_size, 0);
     if (got == static_cast<ssize_t>(shard_head_size) &&
         std::string(head, shard_head_size) != plan.id) {
-        throw tool_error(bad_input, name + ": belongs to another plan; remove it, or plan into a "
-                                           "fresh folder");
+        refuse_input(name, "belongs to another plan; remove it, or plan into a fresh folder");
     }
     if (got < static_cast<ssize_t>(shard_head_size)) {
         if (ftruncate(file_.number(), 0) != 0) refuse_writing(name);

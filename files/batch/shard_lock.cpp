@@ -69,8 +69,8 @@ static std::string time_text(long long seconds) {
 }
 
 [[noreturn]] static void refuse_lock(const std::string &name) {
-    throw tool_error(bad_output, name + ": cannot be written (" + std::strerror(errno) +
-                                     "); is it yours, is the disk full?");
+    refuse_output(name, std::string("cannot be written (") + std::strerror(errno) +
+                            "); is it yours, is the disk full?");
 }
 
 shard_lock::shard_lock(const std::string &stem)
@@ -85,12 +85,12 @@ shard_lock::shard_lock(const std::string &stem)
             if (identity_of(file_.number()) == identity_of(name_)) break; // not removed in between
         } else if (++tries == most_tries) {
             const std::optional<lock_note> other = note_of_text(text_of(file_), name_);
-            throw tool_error(bad_output,
-                             name_ + ": another process works on this shard" +
-                                 (other ? ": " + std::to_string(other->process) + " on " +
-                                              other->machine + " since " + time_text(other->started)
-                                        : "") +
-                                 "; wait for it, or end it first");
+            refuse_output(name_,
+                          "another process works on this shard" +
+                              (other ? ": " + std::to_string(other->process) + " on " +
+                                           other->machine + " since " + time_text(other->started)
+                                     : "") +
+                              "; wait for it, or end it first");
         } else {
             usleep(50000);
         }

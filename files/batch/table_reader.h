@@ -25,20 +25,17 @@ class table_reader {
   public:
     explicit table_reader(const std::string &file) : file_(file), stream_(open_input(file)) {
         if (!stream_)
-            throw tool_error(bad_input, file + ": cannot be opened; merge the batch first "
-                                               "(varokel-batch merge)");
+            refuse_input(file, "cannot be opened; merge the batch first (varokel-batch merge)");
         std::string line;
         next_line(stream_, line, file_);
         cut(line);
         if (cells_.size() > most_columns)
-            throw tool_error(bad_input, file + ": " + std::to_string(cells_.size()) +
-                                            " columns; expected up to " +
-                                            std::to_string(most_columns));
+            refuse_input(file, std::to_string(cells_.size()) + " columns; expected up to " +
+                                   std::to_string(most_columns));
         for (std::size_t c = 0; c < cells_.size(); ++c) {
             if (!columns_.emplace(utf8_cell(c), c).second)
-                throw tool_error(bad_input, file + ": two columns are called " +
-                                                text_of_cell(cells_[c]) +
-                                                ". Merge the batch again");
+                refuse_input(file, "two columns are called " + text_of_cell(cells_[c]) +
+                                       ". Merge the batch again");
             names_.emplace_back(cells_[c]);
         }
         width_ = cells_.size();
@@ -49,18 +46,19 @@ class table_reader {
         ++number_;
         cut(line_);
         if (cells_.size() != width_)
-            throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": " +
-                                            std::to_string(cells_.size()) + " columns; expected " +
-                                            std::to_string(width_) + ". Merge the batch again");
+            refuse_input(file_ + ", line " + std::to_string(number_),
+                         std::to_string(cells_.size()) + " columns; expected " +
+                             std::to_string(width_) + ". Merge the batch again");
         return true;
     }
 
     std::size_t column(const char *name) const {
         const auto found = columns_.find(name);
         if (found == columns_.end())
-            throw tool_error(bad_input, file_ + ": no column " + name +
-                                            "; expected the table of this version of the "
-                                            "programs. Merge the batch again");
+            refuse_input(
+                file_,
+                std::string("no column ") + name +
+                    "; expected the table of this version of the programs. Merge the batch again");
         return found->second;
     }
     bool has(const char *name) const { return columns_.contains(name); }
@@ -79,8 +77,8 @@ class table_reader {
     double number(std::size_t column) const {
         const std::optional<double> value = number_of(column);
         if (!value)
-            throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": \"" +
-                                            text(column) + "\" where a number or n/a was expected");
+            refuse_input(file_ + ", line " + std::to_string(number_),
+                         "\"" + text(column) + "\" where a number or n/a was expected");
         return *value;
     }
 

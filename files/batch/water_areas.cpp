@@ -25,8 +25,7 @@ std::vector<water_area> read_water_areas(const batch_plan &plan) {
     std::ifstream stream = open_input(file);
     if (std::filesystem::file_size(file, error) != size || error ||
         !stream.read(reinterpret_cast<char *>(areas.data()), static_cast<std::streamsize>(size)))
-        throw tool_error(bad_input,
-                         file + ": holds no area of water for each spectrum; plan again");
+        refuse_input(file, "holds no area of water for each spectrum; plan again");
     return areas;
 }
 

@@ -26,9 +26,9 @@ static std::optional<std::size_t> axis_named(const spectrum_source &source, cons
         if (source.axes[a].size > 1) names += (names.empty() ? "" : ", ") + source.axes[a].name;
     }
     if (pass_over_missing) return std::nullopt;
-    throw tool_error(wrong_usage,
-                     source.file + ": " + option + " " + name + ": no such dimension; " +
-                         (names.empty() ? "the file holds one spectrum" : "the file has " + names));
+    refuse_usage(source.file,
+                 std::string(option) + " " + name + ": no such dimension; " +
+                     (names.empty() ? "the file holds one spectrum" : "the file has " + names));
 }
 
 static void take_voxel(const spectrum_source &source, const std::string &text,
@@ -40,16 +40,14 @@ static void take_voxel(const spectrum_source &source, const std::string &text,
         const std::optional<long long> place =
             at < words.size() ? whole_number_of(words[at++]) : std::nullopt;
         if (!place || *place < 0 || *place >= source.axes[a].size)
-            throw tool_error(wrong_usage, source.file + ": --voxel " + text + ": expected " +
-                                              source.axes[a].name + " from 0 to " +
-                                              std::to_string(source.axes[a].size - 1));
+            refuse_usage(source.file, "--voxel " + text + ": expected " + source.axes[a].name +
+                                          " from 0 to " + std::to_string(source.axes[a].size - 1));
         choices[a] = {axis_choice::one, *place};
     }
     if (at == 0)
-        throw tool_error(wrong_usage, source.file + ": --voxel " + text +
-                                          ": the file has no grid; --index chooses a spectrum");
-    if (words.size() != 3)
-        throw tool_error(wrong_usage, "--voxel " + text + ": expected three numbers, X,Y,Z");
+        refuse_usage(source.file,
+                     "--voxel " + text + ": the file has no grid; --index chooses a spectrum");
+    if (words.size() != 3) refuse_usage("--voxel " + text, "expected three numbers, X,Y,Z");
 }
 
 static std::vector<axis_choice> choices_of(const spectrum_source &source,
@@ -63,15 +61,15 @@ static std::vector<axis_choice> choices_of(const spectrum_source &source,
             for (std::size_t a = 0; a < source.axes.size(); ++a) {
                 if (source.axes[a].spatial) continue;
                 if (source.axes[a].size > 1 && axis && source.axes[*axis].size > 1)
-                    throw tool_error(wrong_usage, source.file + ": --index " + text +
-                                                      ": the file has several dimensions; name "
-                                                      "one, --index " +
-                                                      source.axes[a].name + "=" + text);
+                    refuse_usage(source.file,
+                                 "--index " + text +
+                                     ": the file has several dimensions; name one, --index " +
+                                     source.axes[a].name + "=" + text);
                 if (!axis || source.axes[a].size > 1) axis = a;
             }
             if (!axis && text != "all" && text != "0" && !pass_over_missing)
-                throw tool_error(wrong_usage, source.file + ": --index " + text +
-                                                  ": the file holds one spectrum for each voxel");
+                refuse_usage(source.file,
+                             "--index " + text + ": the file holds one spectrum for each voxel");
         } else {
             axis = axis_named(source, text.substr(0, equals), "--index", pass_over_missing);
         }
@@ -83,14 +81,13 @@ static std::vector<axis_choice> choices_of(const spectrum_source &source,
         }
         const std::optional<long long> place = whole_number_of(value);
         if (!place || *place < 0)
-            throw tool_error(wrong_usage,
-                             "--index " + text + ": expected a number from 0 on, DIM=I, or all");
+            refuse_usage("--index " + text, "expected a number from 0 on, DIM=I, or all");
         if (pass_over_missing && source.axes[*axis].size == 1) continue;
         if (*place >= source.axes[*axis].size)
-            throw tool_error(wrong_usage,
-                             source.file + ": --index " + text + ", but the last of its " +
-                                 std::to_string(source.axes[*axis].size) + " spectra has index " +
-                                 std::to_string(source.axes[*axis].size - 1));
+            refuse_usage(source.file, "--index " + text + ", but the last of its " +
+                                          std::to_string(source.axes[*axis].size) +
+                                          " spectra has index " +
+                                          std::to_string(source.axes[*axis].size - 1));
         choices[*axis] = {axis_choice::one, *place};
     }
     for (const std::string &name : options.average)
@@ -114,14 +111,12 @@ static std::string instead_of_mean(const std::string &axis) {
 static void refuse_open_axis(const spectrum_source &source, const source_axis &axis) {
     const std::string last = std::to_string(axis.size - 1), count = std::to_string(axis.size);
     if (source.axes.size() == 1)
-        throw tool_error(wrong_usage, source.file + ": holds " + count +
-                                          " spectra; choose one with --index 0 to " + last +
-                                          ", or --index all, or --average " + axis.name);
-    throw tool_error(wrong_usage, source.file + ": " + axis.name + " holds " + count +
-                                      " spectra; choose one with --index " + axis.name + "=0 to " +
-                                      last + ", all of them with --index " + axis.name +
-                                      "=all, or their mean with --average " + axis.name +
-                                      instead_of_mean(axis.name));
+        refuse_usage(source.file, "holds " + count + " spectra; choose one with --index 0 to " +
+                                      last + ", or --index all, or --average " + axis.name);
+    refuse_usage(source.file, axis.name + " holds " + count + " spectra; choose one with --index " +
+                                  axis.name + "=0 to " + last + ", all of them with --index " +
+                                  axis.name + "=all, or their mean with --average " + axis.name +
+                                  instead_of_mean(axis.name));
 }
 
 chosen_spectra::chosen_spectra(const spectrum_source &source, std::vector<axis_choice> choices,

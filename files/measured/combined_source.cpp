@@ -33,12 +33,11 @@ std::unique_ptr<spectrum_source> open_combined(const std::string &file, const st
     const bool coils = options.combine_coils && has_several(*source, coil_axis);
     const bool averages = options.align_averages && has_several(*source, average_axis);
     const auto refuse = [&](const char *option, const char *axis) {
-        throw tool_error(wrong_usage, std::string(option) + ": " + file + " has no dimension " +
-                                          axis + " of several FIDs" +
-                                          (source->spectra() > 1 && source->axes.size() == 1
-                                               ? "; --dimensions names those of its " +
-                                                     std::to_string(source->spectra()) + " FIDs"
-                                               : std::string()));
+        refuse_usage(std::string(option), file + " has no dimension " + axis + " of several FIDs" +
+                                              (source->spectra() > 1 && source->axes.size() == 1
+                                                   ? "; --dimensions names those of its " +
+                                                         std::to_string(source->spectra()) + " FIDs"
+                                                   : std::string()));
     };
     if (options.combine_coils && !coils && !missing && !options.coils_beside)
         refuse("--combine-coils", coil_axis);
@@ -223,9 +222,8 @@ std::vector<std::complex<double>> combined_source::coil_weights(long long spectr
 void combined_source::use_coil_weights(const std::vector<std::complex<double>> &weights) {
     if (coils_ == 1 || weights.empty()) return;
     if (static_cast<long long>(weights.size()) != coils_)
-        throw tool_error(bad_input,
-                         file + ": has " + std::to_string(coils_) + " coils, but the data have " +
-                             std::to_string(weights.size()) + "; expected those of the data");
+        refuse_input(file, "has " + std::to_string(coils_) + " coils, but the data have " +
+                               std::to_string(weights.size()) + "; expected those of the data");
     given_ = weights;
 }
 

@@ -30,14 +30,12 @@ long long length_for_fit(const std::string &file, long long points, const std::s
     else if (!resize.empty()) {
         const std::optional<long long> asked = whole_number_of(resize);
         if (!asked || *asked < 1)
-            throw tool_error(wrong_usage,
-                             "--resize " + resize + ": expected a power of two, fill or cut");
+            refuse_usage("--resize " + resize, "expected a power of two, fill or cut");
         length = *asked;
     }
     if (length > search_limits::points)
-        throw tool_error(bad_input, file + ": " + std::to_string(length) +
-                                        " points; a fit takes up to " +
-                                        std::to_string(search_limits::points));
+        refuse_input(file, std::to_string(length) + " points; a fit takes up to " +
+                               std::to_string(search_limits::points));
     if (!kernel::transform_plan::exists_for(length)) {
         const auto lower =
             static_cast<long long>(std::bit_floor(static_cast<unsigned long long>(length)));
@@ -135,8 +133,8 @@ bool is_copy(const complex_signal &fid, const complex_signal &other) {
 
 measured_lineshape lineshape_of(const complex_signal &water, const std::string &file) {
     if (water.empty() || water.front() == 0.0)
-        throw tool_error(bad_input, file + ": the first point of the reference is 0; expected the "
-                                           "FID of a strong line from its start");
+        refuse_input(file, "the first point of the reference is 0; expected the FID of a strong "
+                           "line from its start");
     measured_lineshape shape;
     shape.frequency = strongest_frequency(water);
     const std::size_t n = water.size();
@@ -173,8 +171,9 @@ measured_lineshape lineshape_of(const complex_signal &water, const std::string &
         shape.phase[k] = steady + unsteady;
     }
     if (shape.reliable < 2)
-        throw tool_error(bad_input, file + ": nothing stands above the noise in the reference; "
-                                           "expected the FID of a strong line");
+        refuse_input(
+            file,
+            "nothing stands above the noise in the reference; expected the FID of a strong line");
     return shape;
 }
 

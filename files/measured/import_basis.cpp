@@ -207,12 +207,10 @@ imported_basis import_basis(const basis_options &options) {
             missing.erase(metabolite.name);
             const complex_signal fid = fid_on_grid(metabolite.spectrum, known, *grid);
             if (fid.front() == 0.0)
-                throw tool_error(bad_input, options.input + ", line " +
-                                                std::to_string(metabolite.line) + ": the FID of " +
-                                                metabolite.name +
-                                                " begins with 0; a pattern is "
-                                                "scaled by its first point, so expected another. "
-                                                "Leave it out with --only");
+                refuse_input(options.input + ", line " + std::to_string(metabolite.line),
+                             "the FID of " + metabolite.name +
+                                 " begins with 0; a pattern is scaled by its first point, so "
+                                 "expected another. Leave it out with --only");
             const std::string file = file_name_of(metabolite.name, taken);
             make_folder(options.folder);
             files.push_back((folder / file).string());
@@ -222,13 +220,12 @@ imported_basis import_basis(const basis_options &options) {
                             {"area_of_the_first_point", std::abs(fid.front())}});
         });
     if (!missing.empty())
-        throw tool_error(wrong_usage, options.input + ": holds no " + *missing.begin() +
-                                          "; expected names of its metabolites behind --only");
+        refuse_usage(options.input, "holds no " + *missing.begin() +
+                                        "; expected names of its metabolites behind --only");
     if (files.size() > search_limits::entries)
-        throw tool_error(bad_input, options.input + ": " + std::to_string(files.size()) +
-                                        " metabolites, but a fit takes up to " +
-                                        std::to_string(search_limits::entries) +
-                                        "; choose with --only");
+        refuse_input(options.input,
+                     std::to_string(files.size()) + " metabolites, but a fit takes up to " +
+                         std::to_string(search_limits::entries) + "; choose with --only");
     made.sidecar = (folder / "patterns.json").string();
     batch.add({made.sidecar, basis_sidecar(options, header, *grid, list)});
     batch.commit();

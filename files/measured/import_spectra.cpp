@@ -22,8 +22,7 @@ namespace tools {
 void make_folder(const std::string &folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    if (error)
-        throw tool_error(bad_output, folder + ": folder cannot be made (" + error.message() + ")");
+    if (error) refuse_output(folder, "folder cannot be made (" + error.message() + ")");
 }
 
 // What an import holds while it runs.
@@ -94,7 +93,7 @@ void spectra_import::look_at_all() {
 void spectra_import::refuse_overwriting() {
     folder_was_there_ = std::filesystem::exists(folder_);
     if (folder_was_there_ && !std::filesystem::is_directory(folder_))
-        throw tool_error(bad_output, own_.folder + ": no folder; expected the name of one");
+        refuse_output(own_.folder, "no folder; expected the name of one");
     for (std::size_t s = 0; s < chosen_.spectra.size(); ++s) {
         const std::string name = source_->stem + chosen_.spectra[s].suffix;
         batch_.refuse_overwriting((folder_ / (name + ".bin")).string());
@@ -186,9 +185,7 @@ std::vector<std::string> spectra_import::run(const import_listener &listener) {
                 write(s, std::move(fids[s - first]), listener);
         if (listener.passed && count > step) listener.passed(stop, count);
     }
-    if (!wrote_)
-        throw tool_error(bad_input,
-                         source_->file + ": all voxels are zero; expected measured points");
+    if (!wrote_) refuse_input(source_->file, "all voxels are zero; expected measured points");
     batch_.commit();
 
     std::vector<std::string> remarks = conversion_.remarks();
@@ -208,15 +205,14 @@ void import_pattern(const input_options &options, const std::string &output) {
         open_combined(options.input, options.json, options, false);
     const choice chosen = choose_spectra(*source, options.choice);
     if (chosen.spectra.size() != 1)
-        throw tool_error(wrong_usage, source->file + ": " + std::to_string(chosen.spectra.size()) +
-                                          " spectra chosen; expected one for a pattern");
+        refuse_usage(source->file, std::to_string(chosen.spectra.size()) +
+                                       " spectra chosen; expected one for a pattern");
     const long long n = length_for_fit(source->file, source->points, options.resize);
     if (n > search_limits::pattern_points)
-        throw tool_error(bad_input, source->file + ": " + std::to_string(n) +
-                                        " points, but a pattern holds up to " +
-                                        std::to_string(search_limits::pattern_points) +
-                                        "; --resize " +
-                                        std::to_string(search_limits::pattern_points) + " cuts");
+        refuse_input(source->file, std::to_string(n) + " points, but a pattern holds up to " +
+                                       std::to_string(search_limits::pattern_points) +
+                                       "; --resize " +
+                                       std::to_string(search_limits::pattern_points) + " cuts");
     complex_signal fid = read_fids(*source, chosen.spectra, 0, 1,
                                    static_cast<std::size_t>(std::min(n, source->points)))
                              .front();

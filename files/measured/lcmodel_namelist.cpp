@@ -11,8 +11,8 @@
 namespace tools {
 
 void namelist_group::refuse(const char *item, const std::string &expected) const {
-    throw tool_error(bad_input, file + ", group $" + name + " of line " + std::to_string(line) +
-                                    ": item " + item + " is not " + expected);
+    refuse_input(file + ", group $" + name + " of line " + std::to_string(line),
+                 std::string("item ") + item + " is not " + expected);
 }
 
 std::optional<std::string> namelist_group::text(const char *item) const {
@@ -124,9 +124,8 @@ std::optional<namelist_group> next_group(line_reader &text, const std::string &f
         if (end != line.npos) break;
         body += '\n';
         if (body.size() > longest_group || !text.next())
-            throw tool_error(bad_input, file + ", line " + std::to_string(group.line) +
-                                            ": group $" + group.name +
-                                            " has no end; expected $END behind its items");
+            refuse_input(file + ", line " + std::to_string(group.line),
+                         "group $" + group.name + " has no end; expected $END behind its items");
         line = text.line();
     }
     parse_values(body, group);

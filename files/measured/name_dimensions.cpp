@@ -12,9 +12,9 @@ namespace tools {
 
 [[noreturn]] static void refuse_at(std::string_view word, const std::string &text,
                                    const std::string &from) {
-    throw tool_error(wrong_usage, from + " " + text + ": at \"" + std::string(word) +
-                                      "\"; expected names and numbers of FIDs, such as "
-                                      "DIM_COIL=8,DIM_DYN=16");
+    refuse_usage(from + " " + text,
+                 "at \"" + std::string(word) +
+                     "\"; expected names and numbers of FIDs, such as DIM_COIL=8,DIM_DYN=16");
 }
 
 // The dimensions of a text; size 0 where it has no number.
@@ -39,10 +39,9 @@ static std::vector<source_axis> dimensions_of(const std::string &text, const std
     const auto open = std::count_if(axes.begin(), axes.end(),
                                     [](const source_axis &axis) { return axis.size == 0; });
     if (axes.empty() || open > 1)
-        throw tool_error(wrong_usage, from + " " + text +
-                                          ": expected names and numbers of FIDs, "
-                                          "one of them without, such as "
-                                          "DIM_COIL=8,DIM_DYN");
+        refuse_usage(
+            from + " " + text,
+            "expected names and numbers of FIDs, one of them without, such as DIM_COIL=8,DIM_DYN");
     return axes;
 }
 
@@ -50,8 +49,7 @@ void name_dimensions(spectrum_source &source, const std::string &text, const std
     std::vector<source_axis> axes = dimensions_of(text, from);
     if (std::any_of(source.axes.begin(), source.axes.end(),
                     [](const source_axis &axis) { return axis.spatial; }))
-        throw tool_error(wrong_usage,
-                         from + " " + text + ": " + source.file + " names its dimensions itself");
+        refuse_usage(from + " " + text, source.file + " names its dimensions itself");
     long long known = 1;
     bool fits = true;
     for (const source_axis &axis : axes)
@@ -67,10 +65,10 @@ void name_dimensions(spectrum_source &source, const std::string &text, const std
             complete = false;
         }
     if (!fits || (complete && known != source.spectra()))
-        throw tool_error(wrong_usage, from + " " + text + ": " + source.file + " holds " +
-                                          std::to_string(source.spectra()) +
-                                          " FIDs; expected numbers whose product that is, or the "
-                                          "last name without a number");
+        refuse_usage(
+            from + " " + text,
+            source.file + " holds " + std::to_string(source.spectra()) +
+                " FIDs; expected numbers whose product that is, or the last name without a number");
     std::optional<double> step;
     for (const source_axis &axis : source.axes)
         if (axis.step_seconds) step = axis.step_seconds;

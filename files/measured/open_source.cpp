@@ -36,8 +36,7 @@ static std::string format_of(const std::string &file) {
     }
     size_of_input(file, "complex points as float32");
     if (ends({".basis"}))
-        throw tool_error(wrong_usage, file + ": a basis set; varokel-import basis turns it into "
-                                             "patterns");
+        refuse_usage(file, "a basis set; varokel-import basis turns it into patterns");
     // 128 bytes of any kind, then this word, whatever the file is called
     const bool is_dicom = first_bytes(file).substr(0, 132).ends_with("DICM");
     if (is_dicom || ends({".dat", ".ima", ".dcm", ".7", ".mrui", ".data", ".list"}))
@@ -63,11 +62,10 @@ std::unique_ptr<spectrum_source> open_source(const std::string &file, const std:
     if (kind == "jmrui") source = read_jmrui(file);
     if (kind == "sdat") source = read_sdat(file);
     if (kind == "rda") source = read_rda(file);
-    if (!source) throw tool_error(wrong_usage, "--format " + kind + ": no such format");
+    if (!source) refuse_usage("--format " + kind, "no such format");
     if (points && *points != source->points)
-        throw tool_error(wrong_usage, file + ": --points " + std::to_string(*points) +
-                                          ", but the file says " + std::to_string(source->points) +
-                                          " points; --resize cuts or fills");
+        refuse_usage(file, "--points " + std::to_string(*points) + ", but the file says " +
+                               std::to_string(source->points) + " points; --resize cuts or fills");
     if (!json.empty()) { // what the file does not state itself
         const signal_facts more = read_json_facts(json, source->points).facts;
         signal_facts &facts = source->facts;

@@ -78,7 +78,7 @@ static void each_fid_row(const std::string &file, long long points, long long da
 static std::optional<long long> count_item(const header_items &header, const char *name) {
     const std::optional<double> value = header_number(header, name);
     if (value && !(*value >= 1.0 && *value <= 1e9 && whole_number_of(std::to_string(*value))))
-        throw tool_error(bad_input, header.file + ": " + name + " is no whole number above 0");
+        refuse_input(header.file, std::string(name) + " is no whole number above 0");
     return value ? std::optional(static_cast<long long>(*value)) : std::nullopt;
 }
 
@@ -86,8 +86,7 @@ static void take_header_facts(const header_items &header, spectrum_source &sourc
     const auto number = [&](const char *name) { return header_number(header, name); };
     signal_facts &facts = source.facts;
     if (const std::optional<double> interval = number("SamplingInterval")) {
-        if (!(*interval > 0.0))
-            throw tool_error(bad_input, source.file + ": SamplingInterval is not above 0 [ms]");
+        if (!(*interval > 0.0)) refuse_input(source.file, "SamplingInterval is not above 0 [ms]");
         facts.dwell_time = *interval / 1e3;
     }
     if (const std::optional<double> begin = number("BeginTime")) facts.begin_time = *begin / 1e3;
@@ -122,8 +121,8 @@ std::unique_ptr<spectrum_source> read_jmrui(const std::string &file) {
     source->opposite_sense = true;
     const std::optional<long long> points = count_item(header, "PointsInDataset");
     if (!points)
-        throw tool_error(bad_input, file + ": PointsInDataset is missing; expected the points of "
-                                           "one signal. Is this a jMRUI text file?");
+        refuse_input(file, "PointsInDataset is missing; expected the points of one signal. Is this "
+                           "a jMRUI text file?");
     source->points = *points;
     const long long datasets = count_item(header, "DatasetsInFile").value_or(1);
     source->axes = {{"spectrum", datasets, false}};

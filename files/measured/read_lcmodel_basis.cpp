@@ -19,10 +19,9 @@ static double positive_item(const namelist_group &group, const char *item,
                             const std::string &file) {
     const std::optional<double> value = group.number(item);
     if (!value || *value <= 0.0)
-        throw tool_error(bad_input, file + ", group $" + group.name + " of line " +
-                                        std::to_string(group.line) + ": item " + item +
-                                        (value ? " is not above 0" : " is missing") +
-                                        "; expected a number above 0");
+        refuse_input(file + ", group $" + group.name + " of line " + std::to_string(group.line),
+                     std::string("item ") + item + (value ? " is not above 0" : " is missing") +
+                         "; expected a number above 0");
     return *value;
 }
 
@@ -71,31 +70,29 @@ read_lcmodel_basis(const std::string &file,
         } else if (group->name == "basis1") {
             const std::optional<double> dwell = group->number("badelt");
             if (dwell && *dwell < 0.0)
-                throw tool_error(bad_input, file + ": BADELT is negative, which marks an encrypted "
-                                                   "basis; expected a plain one. Make it again "
-                                                   "with a version that does not encrypt");
+                refuse_input(file, "BADELT is negative, which marks an encrypted basis; expected a "
+                                   "plain one. Make it again with a version that does not encrypt");
             header.dwell_time = positive_item(*group, "badelt", file);
             const double points = positive_item(*group, "ndatab", file);
             header.points = static_cast<long long>(std::min(points, 1e15));
             if (points != std::floor(points) || header.points > most_basis_points ||
                 !kernel::transform_plan::exists_for(header.points))
-                throw tool_error(bad_input, file + ": NDATAB is " +
-                                                group->text("ndatab").value_or("") +
-                                                "; expected a power of two up to " +
-                                                std::to_string(most_basis_points));
+                refuse_input(file, "NDATAB is " + group->text("ndatab").value_or("") +
+                                       "; expected a power of two up to " +
+                                       std::to_string(most_basis_points));
             width = field_width(group->text("fmtbas").value_or(""));
         } else if (group->name == "basis") {
             if (header.points == 0 || header.mhz == 0.0)
-                throw tool_error(bad_input, file + ", line " + std::to_string(group->line) +
-                                                ": $BASIS without $SEQPAR and $BASIS1 before it; "
-                                                "expected HZPPPM, BADELT and NDATAB");
+                refuse_input(file + ", line " + std::to_string(group->line),
+                             "$BASIS without $SEQPAR and $BASIS1 before it; expected HZPPPM, "
+                             "BADELT and NDATAB");
             basis_spectrum metabolite;
             metabolite.name = group->text("metabo").value_or(group->text("id").value_or(""));
             metabolite.name = std::string(trimmed(metabolite.name));
             metabolite.line = group->line;
             if (metabolite.name.empty())
-                throw tool_error(bad_input, file + ", line " + std::to_string(group->line) +
-                                                ": $BASIS without METABO; expected a name");
+                refuse_input(file + ", line " + std::to_string(group->line),
+                             "$BASIS without METABO; expected a name");
             const auto factor = [&](const char *item) {
                 return group->text(item) ? positive_item(*group, item, file) : 1.0;
             };
@@ -112,8 +109,7 @@ read_lcmodel_basis(const std::string &file,
             any = true;
         }
     }
-    if (!any)
-        throw tool_error(bad_input, file + ": no group $BASIS; expected an LCModel .BASIS file");
+    if (!any) refuse_input(file, "no group $BASIS; expected an LCModel .BASIS file");
     return header;
 }
 

@@ -17,9 +17,8 @@ static std::vector<namelist_group> groups_of_header(line_reader &text, const std
         if (group->name == "nmid") return groups;
         if (groups.size() > 1000) break;
     }
-    throw tool_error(bad_input, file + ": no group $NMID; expected an LCModel .RAW or .H2O file, "
-                                       "\" $NMID ID='...', FMTDAT='(2E15.6)' $END\" before the "
-                                       "points");
+    refuse_input(file, "no group $NMID; expected an LCModel .RAW or .H2O file, \" $NMID ID='...', "
+                       "FMTDAT='(2E15.6)' $END\" before the points");
 }
 
 static void each_point(const std::string &file, const std::optional<std::size_t> &width,
@@ -53,12 +52,11 @@ std::unique_ptr<spectrum_source> read_lcmodel_raw(const std::string &file,
     auto source = source_of<text_source>(file, "LCModel RAW");
     const namelist_group &identity = groups.back();
     if (identity.truth("seqacq"))
-        throw tool_error(bad_input, file + ": item SEQACQ is T (sequential acquisition), which is "
-                                           "not supported; expected points sampled in pairs");
+        refuse_input(file, "item SEQACQ is T (sequential acquisition), which is not supported; "
+                           "expected points sampled in pairs");
     source->opposite_sense = identity.truth("bruker");
     const double volume = identity.number("volume").value_or(1.0);
-    if (volume == 0.0)
-        throw tool_error(bad_input, file + ": item VOLUME is 0; expected another number");
+    if (volume == 0.0) refuse_input(file, "item VOLUME is 0; expected another number");
     source->scale = identity.number("tramp").value_or(1.0) / volume;
     if (source->scale != 1.0) source->notes["scaled_by_tramp_over_volume"] = source->scale;
     const std::string format = identity.text("fmtdat").value_or("");
@@ -71,8 +69,8 @@ std::unique_ptr<spectrum_source> read_lcmodel_raw(const std::string &file,
     const auto positive = [&](std::initializer_list<const char *> items) {
         const std::optional<double> value = first_of(items);
         if (value && *value <= 0.0)
-            throw tool_error(bad_input, file + ": item " + *items.begin() +
-                                            " is not above 0; expected a number above 0");
+            refuse_input(file, std::string("item ") + *items.begin() +
+                                   " is not above 0; expected a number above 0");
         return value;
     };
     facts.mhz = positive({"hzpppm"});
@@ -85,8 +83,9 @@ std::unique_ptr<spectrum_source> read_lcmodel_raw(const std::string &file,
     if (!stated)
         if (const std::optional<double> n = positive({"numberofpoints", "nunfil"})) {
             if (*n != std::floor(*n) || *n > 1e9)
-                throw tool_error(bad_input, file + ": item numberofpoints or nunfil is no whole "
-                                                   "number of points; expected one");
+                refuse_input(
+                    file,
+                    "item numberofpoints or nunfil is no whole number of points; expected one");
             stated = static_cast<long long>(*n);
         }
     split_into_spectra(*source, in_file, stated);

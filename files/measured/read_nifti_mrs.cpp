@@ -59,11 +59,10 @@ double nifti_mrs_source::value_at(const unsigned char *byte) const {
 }
 
 void nifti_mrs_source::refuse_cut(long long row) const {
-    throw tool_error(bad_input, file + ": ends, or is damaged, within point " +
-                                    std::to_string(row % points) + " of volume " +
-                                    std::to_string(row / points) + "; expected " +
-                                    std::to_string(points * (spectra() / voxels)) + " volumes of " +
-                                    std::to_string(voxels) + " points. Is the file cut?");
+    refuse_input(file, "ends, or is damaged, within point " + std::to_string(row % points) +
+                           " of volume " + std::to_string(row / points) + "; expected " +
+                           std::to_string(points * (spectra() / voxels)) + " volumes of " +
+                           std::to_string(voxels) + " points. Is the file cut?");
 }
 
 // Shares of one volume: one place along the higher dimensions.
@@ -140,14 +139,12 @@ static ordered_json extension_of(const nifti_header &header, const std::string &
         while (!text.empty() && (text.back() == '\0' || text.back() == ' ')) text.pop_back();
         ordered_json json = json_of_text(text, file + ": the header extension with code 44");
         if (!json.is_object())
-            throw tool_error(bad_input, file + ": the header extension with code 44 is no JSON "
-                                               "object; convert the measurement again");
+            refuse_input(file, "the header extension with code 44 is no JSON object; convert the "
+                               "measurement again");
         return json;
     }
-    throw tool_error(bad_input, file +
-                                    ": no header extension with code 44 (the JSON of NIfTI-MRS); "
-                                    "is this an image, or was it saved by a program that drops "
-                                    "extensions?");
+    refuse_input(file, "no header extension with code 44 (the JSON of NIfTI-MRS); is this an "
+                       "image, or was it saved by a program that drops extensions?");
 }
 
 // First element of an array, or the value itself: both are found in files.
@@ -163,9 +160,7 @@ static std::optional<double> meta_number(const ordered_json &meta, const char *i
     const ordered_json *const value = first_value(meta, item);
     if (value == nullptr) return std::nullopt;
     if (!value->is_number() || !std::isfinite(value->get<double>()))
-        throw tool_error(bad_input, file + ": item " + item +
-                                        " of the JSON is no number; expected "
-                                        "one");
+        refuse_input(file, std::string("item ") + item + " of the JSON is no number; expected one");
     return value->get<double>();
 }
 
@@ -237,12 +232,13 @@ static void refuse_other_content(const nifti_header &header, const ordered_json 
     if (static_cast<double>(source.offset) +
             header.voxels_and_more * 2 * static_cast<double>(source.value_size) >
         room)
-        throw tool_error(bad_input, file + ": " + std::to_string(size) +
-                                        " bytes, which is less than the dimensions of the header "
-                                        "need; is the file cut?");
+        refuse_input(
+            file,
+            std::to_string(size) +
+                " bytes, which is less than the dimensions of the header need; is the file cut?");
     if (header.dimensions < 4)
-        throw tool_error(bad_input, file + ": has " + std::to_string(header.dimensions) +
-                                        " dimensions; expected 4 to 7, the fourth one time");
+        refuse_input(file, "has " + std::to_string(header.dimensions) +
+                               " dimensions; expected 4 to 7, the fourth one time");
     const auto k_space = meta.find("kSpace");
     if (k_space == meta.end()) return;
     bool any = k_space->is_boolean() && k_space->get<bool>();
@@ -250,9 +246,8 @@ static void refuse_other_content(const nifti_header &header, const ordered_json 
         for (const ordered_json &each : *k_space)
             any = any || (each.is_boolean() && each.get<bool>());
     if (any)
-        throw tool_error(bad_input, file + ": item kSpace of the JSON is true: the voxels are "
-                                           "not transformed yet; expected them in space. "
-                                           "Reconstruct the measurement first");
+        refuse_input(file, "item kSpace of the JSON is true: the voxels are not transformed yet; "
+                           "expected them in space. Reconstruct the measurement first");
 }
 
 static void take_nifti_facts(const nifti_header &header, const ordered_json &meta,
@@ -262,8 +257,8 @@ static void take_nifti_facts(const nifti_header &header, const ordered_json &met
     take_dwell_time(header, meta, source);
     facts.mhz = meta_number(meta, "SpectrometerFrequency", file);
     if (facts.mhz && !(*facts.mhz > 0.0))
-        throw tool_error(bad_input, file + ": item SpectrometerFrequency of the JSON is not above "
-                                           "0; expected it in MHz");
+        refuse_input(file,
+                     "item SpectrometerFrequency of the JSON is not above 0; expected it in MHz");
     if (const ordered_json *const nucleus = first_value(meta, "ResonantNucleus");
         nucleus != nullptr && nucleus->is_string())
         facts.nucleus = nucleus_of(nucleus->get<std::string>());
@@ -293,8 +288,8 @@ std::unique_ptr<spectrum_source> read_nifti_mrs(const std::string &file) {
     const long long size = size_of_input(file, "a NIfTI-MRS file");
     const nifti_header header = read_nifti_header(file, mrs_extension);
     if (header.datatype != complex64 && header.datatype != complex128)
-        throw tool_error(bad_input, file + ": points are of type " + header.datatype_name() +
-                                        "; expected complex64 or complex128. Is this an image?");
+        refuse_input(file, "points are of type " + header.datatype_name() +
+                               "; expected complex64 or complex128. Is this an image?");
     // JSON before the name: files that are images have neither
     const ordered_json meta = extension_of(header, file);
 

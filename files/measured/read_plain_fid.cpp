@@ -46,8 +46,8 @@ static std::optional<std::array<double, 3>> voxel_of(const metadata &about) {
         if (three) mm[i] = (*found)[i].get<double>();
     }
     if (!three)
-        throw tool_error(bad_input, about.file() + ": item voxel_mm; expected three edges above 0, "
-                                                   "such as [20, 20, 25]");
+        refuse_input(about.file(),
+                     "item voxel_mm; expected three edges above 0, such as [20, 20, 25]");
     return mm;
 }
 
@@ -100,10 +100,9 @@ void apply_json(spectrum_source &source, const std::string &json, long long poin
     if (about.dimensions && !points)
         name_dimensions(source, *about.dimensions, json + ": item dimensions");
     if (!points && about.spectra && *about.spectra != source.spectra())
-        throw tool_error(bad_input, source.file + ": holds " + std::to_string(source.spectra()) +
-                                        " spectra of " + std::to_string(source.points) +
-                                        " points, but " + json + " says n_spectra " +
-                                        std::to_string(*about.spectra));
+        refuse_input(source.file, "holds " + std::to_string(source.spectra()) + " spectra of " +
+                                      std::to_string(source.points) + " points, but " + json +
+                                      " says n_spectra " + std::to_string(*about.spectra));
 }
 
 std::unique_ptr<spectrum_source> read_plain_fid(const std::string &file, const std::string &json,

@@ -73,7 +73,7 @@ static rda_header rda_header_of(const std::string &file) {
         }
         header.take(line, text.number());
     }
-    throw tool_error(bad_input, file + ": no \">>> End of header <<<\"; is the file cut?");
+    refuse_input(file, "no \">>> End of header <<<\"; is the file cut?");
 }
 
 std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
@@ -85,8 +85,7 @@ std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
     source->offset = header.size;
     source->points = header.count("VectorSize", 0);
     if (source->points == 0)
-        throw tool_error(bad_input,
-                         file + ": VectorSize is missing; expected the points of an FID");
+        refuse_input(file, "VectorSize is missing; expected the points of an FID");
     source->axes = {{"x", header.count("CSIMatrixSize[0]", 1), true},
                     {"y", header.count("CSIMatrixSize[1]", 1), true},
                     {"z", header.count("CSIMatrixSize[2]", 1), true}};
@@ -94,13 +93,12 @@ std::unique_ptr<spectrum_source> read_rda(const std::string &file) {
         16.0 * static_cast<double>(source->points) * static_cast<double>(source->axes[0].size) *
         static_cast<double>(source->axes[1].size) * static_cast<double>(source->axes[2].size);
     if (static_cast<double>(size - header.size) < expected)
-        throw tool_error(bad_input, file + ": " + std::to_string(size - header.size) +
-                                        " bytes behind the header; expected 16 times " +
-                                        std::to_string(source->points) + " points times " +
-                                        std::to_string(source->axes[0].size) + " x " +
-                                        std::to_string(source->axes[1].size) + " x " +
-                                        std::to_string(source->axes[2].size) +
-                                        " voxels. Is the file cut?");
+        refuse_input(file, std::to_string(size - header.size) +
+                               " bytes behind the header; expected 16 times " +
+                               std::to_string(source->points) + " points times " +
+                               std::to_string(source->axes[0].size) + " x " +
+                               std::to_string(source->axes[1].size) + " x " +
+                               std::to_string(source->axes[2].size) + " voxels. Is the file cut?");
     signal_facts &facts = source->facts;
     if (const auto dwell_us = header.positive("DwellTime")) facts.dwell_time = *dwell_us / 1e6;
     facts.mhz = header.positive("MRFrequency");

@@ -45,9 +45,8 @@ static std::string partner(const std::string &file, const std::string &ending) {
         found = full;
     }
     if (found.empty())
-        throw tool_error(bad_input, file + ": no " + path.stem().string() + ending +
-                                        " beside it; expected the pair .SPAR and .SDAT in one "
-                                        "folder");
+        refuse_input(file, "no " + path.stem().string() + ending +
+                               " beside it; expected the pair .SPAR and .SDAT in one folder");
     return found;
 }
 
@@ -102,18 +101,17 @@ std::unique_ptr<spectrum_source> read_sdat(const std::string &file) {
     source->decode = vax_pair;
     const std::optional<long long> samples = items.count("samples");
     if (!samples)
-        throw tool_error(bad_input, parameters + ": item samples is missing; expected the points "
-                                                 "of one row, \"samples : 2048\"");
+        refuse_input(parameters,
+                     "item samples is missing; expected the points of one row, \"samples : 2048\"");
     const long long rows = items.count("rows").value_or(1);
     source->points = *samples;
     source->axes = {{"row", rows, false}};
     const long long size = size_of_input(data, "points as VAX floats");
     if (size / 8 / *samples != rows || size % 8 != 0 || size / 8 % *samples != 0)
-        throw tool_error(bad_input, data + ": " + std::to_string(size) +
-                                        " bytes; expected 8 times " + std::to_string(*samples) +
-                                        " samples times " + std::to_string(rows) + " rows, as " +
-                                        parameters +
-                                        " says. Is it cut, or of another measurement?");
+        refuse_input(data, std::to_string(size) + " bytes; expected 8 times " +
+                               std::to_string(*samples) + " samples times " + std::to_string(rows) +
+                               " rows, as " + parameters +
+                               " says. Is it cut, or of another measurement?");
     signal_facts &facts = source->facts;
     if (const auto width = items.positive("sample_frequency")) facts.dwell_time = 1.0 / *width;
     if (const auto hertz = items.positive("synthesizer_frequency")) facts.mhz = *hertz / 1e6;

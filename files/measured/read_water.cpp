@@ -96,19 +96,18 @@ static water_and_data open_both(const std::string &file, const input_options &op
     if (!water.facts.dwell_time) water.facts.dwell_time = data.facts.dwell_time;
     const double dwell_time = *water.facts.dwell_time;
     if (std::abs(dwell_time / *data.facts.dwell_time - 1.0) > 1e-5)
-        throw tool_error(bad_input, file + ": dwell time " + shortest(dwell_time) + " s, but " +
-                                        data.file + " has " + shortest(*data.facts.dwell_time) +
-                                        " s; expected water that was measured alike");
+        refuse_input(file, "dwell time " + shortest(dwell_time) + " s, but " + data.file + " has " +
+                               shortest(*data.facts.dwell_time) +
+                               " s; expected water that was measured alike");
     both.of_data = choose_spectra(data, options.choice);
     both.of_water = choose_spectra(water, options.choice, true);
     const std::size_t waters = both.of_water.spectra.size(), spectra = both.of_data.spectra.size();
     if (waters != 1 && waters != spectra)
-        throw tool_error(bad_input, file + ": gives " + std::to_string(waters) +
-                                        " FIDs of water for " + std::to_string(spectra) +
-                                        " spectra; expected one, or one for each");
+        refuse_input(file, "gives " + std::to_string(waters) + " FIDs of water for " +
+                               std::to_string(spectra) + " spectra; expected one, or one for each");
     if (waters != 1 && voxels_of(water) != voxels_of(data))
-        throw tool_error(bad_input, file + ": has another grid than " + data.file +
-                                        "; expected the water of the same voxels, or one FID");
+        refuse_input(file, "has another grid than " + data.file +
+                               "; expected the water of the same voxels, or one FID");
     return both;
 }
 

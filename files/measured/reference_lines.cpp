@@ -21,16 +21,15 @@ void refuse_no_reference(const complex_signal &water, const complex_signal &data
                          const std::string &file, const signal_facts &facts) {
     static constexpr double least_share = 0.8;
     if (is_copy(water, data))
-        throw tool_error(bad_input, file + ": the reference is the data itself; expected the FID "
-                                           "of a strong single line of the same voxel");
+        refuse_input(file, "the reference is the data itself; expected the FID of a strong single "
+                           "line of the same voxel");
     const double half_width = (facts.mhz ? 0.5 * *facts.mhz : 60.0) * *facts.dwell_time;
     const double share = share_of_strongest_line(water, half_width);
     if (share < least_share)
-        throw tool_error(bad_input,
-                         file + ": the reference is no single line: only " +
-                             std::to_string(std::lround(100.0 * share)) +
-                             " % of its power stand around its strongest point; expected the FID "
-                             "of a strong single line, such as water without suppression");
+        refuse_input(file, "the reference is no single line: only " +
+                               std::to_string(std::lround(100.0 * share)) +
+                               " % of its power stand around its strongest point; expected the FID "
+                               "of a strong single line, such as water without suppression");
 }
 
 reference_lines::reference_lines(const input_options &options, const spectrum_options &own,
@@ -41,20 +40,20 @@ reference_lines::reference_lines(const input_options &options, const spectrum_op
       chosen_(choose_spectra(*source_, options.choice, true)) {
     const spectrum_source &reference = *source_;
     if (chosen_.spectra.size() != 1 && chosen_.spectra.size() != outputs.spectra.size())
-        throw tool_error(bad_input,
-                         reference.file + ": gives " + std::to_string(chosen_.spectra.size()) +
-                             " reference spectra for " + std::to_string(outputs.spectra.size()) +
-                             "; expected one, or one for each");
+        refuse_input(reference.file, "gives " + std::to_string(chosen_.spectra.size()) +
+                                         " reference spectra for " +
+                                         std::to_string(outputs.spectra.size()) +
+                                         "; expected one, or one for each");
     if (reference.points < static_cast<long long>(points))
-        throw tool_error(bad_input, reference.file + ": holds " + std::to_string(reference.points) +
-                                        " points; expected at least the " + std::to_string(points) +
-                                        " that are used of " + data.file);
+        refuse_input(reference.file, "holds " + std::to_string(reference.points) +
+                                         " points; expected at least the " +
+                                         std::to_string(points) + " that are used of " + data.file);
     if (reference.facts.dwell_time &&
         std::abs(*reference.facts.dwell_time / *data.facts.dwell_time - 1.0) > 1e-5)
-        throw tool_error(bad_input, reference.file + ": dwell time " +
-                                        shortest(*reference.facts.dwell_time) + " s, but " +
-                                        data.file + " has " + shortest(*data.facts.dwell_time) +
-                                        " s; expected a reference with the same");
+        refuse_input(reference.file, "dwell time " + shortest(*reference.facts.dwell_time) +
+                                         " s, but " + data.file + " has " +
+                                         shortest(*data.facts.dwell_time) +
+                                         " s; expected a reference with the same");
     hash_ = sha256_of_file(reference.file);
 }
 
@@ -94,7 +93,7 @@ void reference_lines::read(std::size_t first, std::size_t stop,
 const measured_lineshape &reference_lines::line_of(std::size_t output) const {
     const auto at = lines_.find(place_of(output));
     if (at == lines_.end())
-        throw tool_error(bad_input, source_->file + ": the reference of " +
+        refuse_input(source_->file, "the reference of " +
                                         data_.label(outputs_.spectra[output].spectra.front()) +
                                         " is all zeros; expected the FID of a line");
     return at->second;

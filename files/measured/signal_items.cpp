@@ -40,8 +40,8 @@ static std::optional<double> usual_ppm_at_carrier(const std::string &nucleus) {
 static void refuse_out_of_range(const spectrum_source &source) {
     const signal_facts &facts = source.facts;
     const auto refuse = [&](const char *what, double value, const char *expected) {
-        throw tool_error(bad_input, source.file + ": " + what + " of " + shortest(value) +
-                                        "; expected " + expected);
+        refuse_input(source.file,
+                     std::string(what) + " of " + shortest(value) + "; expected " + expected);
     };
     if (facts.dwell_time && !is_scale(*facts.dwell_time))
         refuse("a dwell time [s]", *facts.dwell_time, scale_expected);
@@ -83,9 +83,8 @@ void settle_facts(spectrum_source &source, const spectrum_options &own) {
         drop_guess("ppm_rises_with_points");
     }
     if (!facts.dwell_time)
-        throw tool_error(bad_input, source.file +
-                                        ": dwell time unknown; expected item \"dwell_time_s\" in a "
-                                        "JSON beside it, or --dwell SECONDS or --bandwidth HERTZ");
+        refuse_input(source.file, "dwell time unknown; expected item \"dwell_time_s\" in a JSON "
+                                  "beside it, or --dwell SECONDS or --bandwidth HERTZ");
     refuse_out_of_range(source);
     if (!facts.ppm_at_carrier && facts.nucleus) {
         facts.ppm_at_carrier = usual_ppm_at_carrier(*facts.nucleus);

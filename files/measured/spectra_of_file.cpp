@@ -30,8 +30,7 @@ converted_spectra spectra_of_file(const input_options &options, const spectrum_o
         conversion.describe(one.points, one.sidecar);
     }
     if (out.spectra.empty())
-        throw tool_error(bad_input,
-                         source->file + ": all points are zero; expected measured points");
+        refuse_input(source->file, "all points are zero; expected measured points");
     out.remarks = conversion.remarks();
     return out;
 }

@@ -71,7 +71,7 @@ void apply_phase(complex_signal &fid, const std::string &phase, ordered_json *si
     std::optional<double> degrees = number_of(phase);
     if (phase == "auto") degrees = phase_of_first_point(fid);
     if (!degrees || !std::isfinite(*degrees))
-        throw tool_error(wrong_usage, "--phase " + phase + ": expected degrees, or auto");
+        refuse_usage("--phase " + phase, "expected degrees, or auto");
     turn_phase(fid, *degrees);
     if (sidecar != nullptr) (*sidecar)["phase_applied_degrees"] = *degrees;
 }
@@ -135,8 +135,7 @@ static std::pair<double, double> removed_stretch(const std::string &text) {
     const std::optional<double> high =
         colon == std::string::npos ? std::nullopt : number_of(text.substr(colon + 1));
     if (!low || !high || *low == *high || !std::isfinite(*low) || !std::isfinite(*high))
-        throw tool_error(wrong_usage, "--remove-water " + text +
-                                          ": expected two shifts in ppm, such as 4.2:5.1");
+        refuse_usage("--remove-water " + text, "expected two shifts in ppm, such as 4.2:5.1");
     return std::minmax({*low, *high});
 }
 
@@ -157,9 +156,8 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
         long long first = 0, last = 0;
         parse_point_range(own.noise, "--noise", first, last);
         if (last >= points_ || first == last)
-            throw tool_error(wrong_usage, "--noise " + own.noise +
-                                              ": expected at least two points up to " +
-                                              std::to_string(points_ - 1));
+            refuse_usage("--noise " + own.noise,
+                         "expected at least two points up to " + std::to_string(points_ - 1));
         asked_noise_ = {first, last};
     }
     items_ = common_items(source, conjugated_, rises_, points_);
@@ -167,8 +165,8 @@ spectrum_conversion::spectrum_conversion(spectrum_source &source, const choice &
     if (!own.remove_water.empty()) {
         removed_ = removed_stretch(own.remove_water);
         if (!facts.mhz || !facts.ppm_at_carrier)
-            throw tool_error(bad_input, source.file + ": --remove-water needs ppm; expected "
-                                                      "--frequency and --ppm-at-carrier");
+            refuse_input(source.file,
+                         "--remove-water needs ppm; expected --frequency and --ppm-at-carrier");
     }
     for (const guessed_value &guess : source.guesses)
         items_["guessed"].push_back(

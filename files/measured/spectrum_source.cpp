@@ -61,18 +61,17 @@ bool finite_check::operator()(std::complex<double> value, long long spectrum, lo
 
 void finite_check::finish() const {
     if (found_ == 0) return;
-    throw tool_error(bad_input, source_.file + ": " + std::to_string(found_) +
-                                    (found_ == 1 ? " point is" : " points are") +
-                                    " not a finite number (nan or inf): " + places_ +
-                                    (found_ > 5 ? " ..." : "") +
-                                    ", counted from 0. Repair or cut the signal first.");
+    refuse_input(source_.file,
+                 std::to_string(found_) + (found_ == 1 ? " point is" : " points are") +
+                     " not a finite number (nan or inf): " + places_ + (found_ > 5 ? " ..." : "") +
+                     ", counted from 0. Repair or cut the signal first.");
 }
 
 void contiguous_source::add_to(const std::vector<signal_share> &shares,
                                std::vector<complex_signal> &sums) {
     const std::string &name = points_file.empty() ? file : points_file;
     std::ifstream stream = open_input(name);
-    if (!stream) throw tool_error(bad_input, name + ": cannot be read; is it yours to read?");
+    if (!stream) refuse_input(name, "cannot be read; is it yours to read?");
     finite_check finite(*this);
     std::vector<unsigned char> bytes;
     for (const signal_share &share : shares) {
@@ -81,8 +80,7 @@ void contiguous_source::add_to(const std::vector<signal_share> &shares,
         stream.seekg(offset + share.spectrum * points * static_cast<long long>(point_size));
         stream.read(reinterpret_cast<char *>(bytes.data()),
                     static_cast<std::streamsize>(bytes.size()));
-        if (!stream)
-            throw tool_error(bad_input, name + ": ends within its points; is the file cut?");
+        if (!stream) refuse_input(name, "ends within its points; is the file cut?");
         for (std::size_t k = 0; k < sum.size(); ++k) {
             const std::complex<double> value = decode(bytes.data() + k * point_size);
             if (finite(value, share.spectrum, static_cast<long long>(k))) sum[k] += value;
@@ -125,26 +123,25 @@ long long text_source::count_points_of_text() const {
 void split_into_spectra(spectrum_source &source, long long points_in_file,
                         const std::optional<long long> &points) {
     source.points = points.value_or(points_in_file);
-    if (points_in_file < 1)
-        throw tool_error(bad_input, source.file + ": holds no points; is the file cut?");
+    if (points_in_file < 1) refuse_input(source.file, "holds no points; is the file cut?");
     if (source.points < 1 || points_in_file % source.points != 0)
-        throw tool_error(bad_input, source.file + ": " + std::to_string(points_in_file) +
-                                        " complex points are no whole number of spectra of " +
-                                        std::to_string(source.points) +
-                                        " points; is --points or the JSON right?");
+        refuse_input(source.file, std::to_string(points_in_file) +
+                                      " complex points are no whole number of spectra of " +
+                                      std::to_string(source.points) +
+                                      " points; is --points or the JSON right?");
     source.axes = {{"spectrum", points_in_file / source.points, false}};
 }
 
-long long size_of_input(const std::string &file, const char *expected) {
+long long size_of_input(const std::string &file, const std::string &expected) {
     std::error_code error;
     const std::filesystem::path name(file);
     if (!std::filesystem::exists(name, error))
-        throw tool_error(bad_input, file + ": no such file; expected " + expected);
+        refuse_input(file, "no such file; expected " + expected);
     if (std::filesystem::is_directory(name, error))
-        throw tool_error(bad_input, file + ": a folder; expected " + expected);
+        refuse_input(file, "a folder; expected " + expected);
     const std::uintmax_t size = std::filesystem::file_size(name, error);
-    if (error) throw tool_error(bad_input, file + ": cannot be read (" + error.message() + ")");
-    if (size == 0) throw tool_error(bad_input, file + ": empty; expected " + expected);
+    if (error) refuse_input(file, "cannot be read (" + error.message() + ")");
+    if (size == 0) refuse_input(file, "empty; expected " + expected);
     return static_cast<long long>(size);
 }
 

@@ -167,6 +167,6 @@ void split_into_spectra(spectrum_source &source, long long points_in_file,
 
 // Size of a file. Errors: bad_input when there is none, for a folder, and for an empty file;
 // expected names what it should have been.
-long long size_of_input(const std::string &file, const char *expected);
+long long size_of_input(const std::string &file, const std::string &expected);
 
 } // namespace tools

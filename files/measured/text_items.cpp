@@ -114,7 +114,7 @@ std::optional<std::string> nucleus_of_field(double mhz, double tesla) {
 }
 
 line_reader::line_reader(const std::string &file) : file_(file), stream_(open_input(file)) {
-    if (!stream_) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
+    if (!stream_) refuse_input(file, "cannot be read; is it yours to read?");
 }
 
 bool line_reader::next() {
@@ -144,11 +144,11 @@ std::optional<std::string> header_items::text(std::string_view name) const {
 }
 
 void header_items::refuse(std::string_view name, const std::string &what) const {
-    throw tool_error(bad_input, file + ", line " + std::to_string(find(name)->line) + ": " + what);
+    refuse_input(file + ", line " + std::to_string(find(name)->line), what);
 }
 
 void line_reader::refuse(const std::string &text) const {
-    throw tool_error(bad_input, file_ + ", line " + std::to_string(number_) + ": " + text);
+    refuse_input(file_ + ", line " + std::to_string(number_), text);
 }
 
 } // namespace tools

@@ -126,9 +126,9 @@ water_signal water_signal_of(const complex_signal &fid, double dwell_time, doubl
     bool any_zero = n < fewest;
     for (std::size_t k = 0; k < n; ++k) any_zero = any_zero || !(sizes[k] > 0.0);
     if (any_zero)
-        throw tool_error(bad_input, file + ": its signal is not there or falls to half within " +
-                                        std::to_string(fewest) +
-                                        " points; expected the FID of water without suppression");
+        refuse_input(file, "its signal is not there or falls to half within " +
+                               std::to_string(fewest) +
+                               " points; expected the FID of water without suppression");
     const envelope shape(sizes, n, dwell_time, begin_time);
     // from behind the points that may be odd, back to the first that is
     std::size_t first = std::min(most_odd, n / 4);

@@ -16,7 +16,7 @@ void write_map(const std::string &file, const std::string &like,
                const std::string &what) {
     const nifti_geometry geometry = geometry_of_nifti(like);
     if (sizes.size() < 3 || !std::equal(geometry.size.begin(), geometry.size.end(), sizes.begin()))
-        throw tool_error(bad_input, like + ": another grid than that of the plan; plan again");
+        refuse_input(like, "another grid than that of the plan; plan again");
     write_files({{file, nifti_map_bytes(geometry, values, what, file.ends_with(".gz"),
                                         {sizes.begin() + 3, sizes.end()})}},
                 {}, true);

@@ -64,8 +64,7 @@ class part_of_file {
 
   private:
     [[noreturn]] void cut() const {
-        throw tool_error(bad_input, file_ + ": ends, or is damaged, within its " + part_ +
-                                        "; is the file cut?");
+        refuse_input(file_, "ends, or is damaged, within its " + part_ + "; is the file cut?");
     }
     std::string file_, part_;
     packed_file stream_;
@@ -133,17 +132,15 @@ static void take_extensions(part_of_file &stream, nifti_header &header, long lon
         const auto size = static_cast<long long>(values.at<std::int32_t>(0));
         if (size == 0) return; // filled up with zeros
         if (size < 8 || place + size > header.offset)
-            throw tool_error(bad_input, file + ": a header extension of " + std::to_string(size) +
-                                            " bytes at byte " + std::to_string(place) +
-                                            "; expected a size that ends before the first point, "
-                                            "at byte " +
-                                            std::to_string(header.offset));
+            refuse_input(file, "a header extension of " + std::to_string(size) + " bytes at byte " +
+                                   std::to_string(place) +
+                                   "; expected a size that ends before the first point, at byte " +
+                                   std::to_string(header.offset));
         if (values.at<std::int32_t>(4) == code && !header.extension) {
             if (size > largest_extension)
-                throw tool_error(bad_input, file + ": a header extension with code " +
-                                                std::to_string(code) + " of " +
-                                                std::to_string(size) + " bytes; expected up to " +
-                                                std::to_string(largest_extension >> 20) + " MiB");
+                refuse_input(file, "a header extension with code " + std::to_string(code) + " of " +
+                                       std::to_string(size) + " bytes; expected up to " +
+                                       std::to_string(largest_extension >> 20) + " MiB");
             nifti_extension extension{code, std::string(static_cast<std::size_t>(size - 8), '\0')};
             stream.read(extension.bytes.data(), extension.bytes.size());
             header.extension = std::move(extension);
@@ -153,8 +150,8 @@ static void take_extensions(part_of_file &stream, nifti_header &header, long lon
 }
 
 [[noreturn]] static void refuse_other_format(const std::string &file) {
-    throw tool_error(bad_input, file + ": no NIfTI header; expected a .nii or .nii.gz file of "
-                                       "version 1 or 2. Is it of another format?");
+    refuse_input(file, "no NIfTI header; expected a .nii or .nii.gz file of version 1 or 2. Is it "
+                       "of another format?");
 }
 
 // Returns where the points begin [bytes]; sizes as the header has them, their count first.
@@ -163,8 +160,8 @@ static double take_version_1(const header_bytes &values, const std::string &file
     header.version = 1;
     const std::string magic = values.text(344, 4);
     if (magic == "ni1")
-        throw tool_error(bad_input, file + ": its points are in a file of their own (.img); "
-                                           "expected both in one .nii file");
+        refuse_input(
+            file, "its points are in a file of their own (.img); expected both in one .nii file");
     if (magic != "n+1") refuse_other_format(file);
     header.datatype = values.at<std::int16_t>(70);
     header.slope = static_cast<double>(values.at<float>(112));
@@ -190,15 +187,16 @@ static double take_version_2(const header_bytes &values, nifti_header &header,
 static void take_sizes(const std::array<long long, 8> &sizes, const std::string &file,
                        nifti_header &header) {
     if (sizes[0] < 1 || sizes[0] > 7)
-        throw tool_error(bad_input, file + ": the header has " + std::to_string(sizes[0]) +
-                                        " dimensions; expected 1 to 7. Is it damaged?");
+        refuse_input(file, "the header has " + std::to_string(sizes[0]) +
+                               " dimensions; expected 1 to 7. Is it damaged?");
     header.dimensions = static_cast<int>(sizes[0]);
     header.dim.fill(1);
     for (std::size_t d = 1; d <= static_cast<std::size_t>(header.dimensions); ++d) {
         if (sizes[d] < 1 || (header.voxels_and_more *= static_cast<double>(sizes[d])) > 1e15)
-            throw tool_error(bad_input, file + ": dimension " + std::to_string(d) +
-                                            " of the header is not possible; expected sizes above "
-                                            "0 that fit into a file");
+            refuse_input(
+                file,
+                "dimension " + std::to_string(d) +
+                    " of the header is not possible; expected sizes above 0 that fit into a file");
         header.dim[d - 1] = sizes[d];
     }
     std::copy_n(header.dim.begin(), 3, header.geometry.size.begin());
@@ -225,9 +223,9 @@ nifti_header read_nifti_header(const std::string &file, int extension_code) {
     take_sizes(sizes, file, header);
     if (offset == 0.0) offset = length + 4; // some writers leave it out
     if (!(offset >= length && offset <= 1e15))
-        throw tool_error(bad_input, file + ": the header says that the points begin at byte " +
-                                        std::to_string(offset) + "; expected a place behind its " +
-                                        std::to_string(length) + " bytes");
+        refuse_input(file, "the header says that the points begin at byte " +
+                               std::to_string(offset) + "; expected a place behind its " +
+                               std::to_string(length) + " bytes");
     header.offset = static_cast<long long>(offset);
     take_extensions(stream, header, length, extension_code, file);
     return header;
@@ -262,8 +260,8 @@ std::vector<double> read_nifti_values(const std::string &file, const nifti_heade
         std::find_if(std::begin(takers), std::end(takers),
                      [&](const auto &each) { return each.type == header.datatype; });
     if (taker == std::end(takers))
-        throw tool_error(bad_input, file + ": values of type " + header.datatype_name() +
-                                        "; expected whole numbers of up to 32 bits, or floats");
+        refuse_input(file, "values of type " + header.datatype_name() +
+                               "; expected whole numbers of up to 32 bits, or floats");
     taker->take(stream, header.swapped, values);
     if (header.slope != 0.0 && std::isfinite(header.slope) && std::isfinite(header.intercept))
         for (double &value : values) value = header.slope * value + header.intercept;

@@ -335,9 +335,7 @@ void write_overview(const batch_view &batch, const std::string &output, long lon
     files.refuse_overwriting(name);
     std::error_code error;
     fs::create_directories(beside, error);
-    if (error)
-        throw tool_error(bad_output,
-                         beside.string() + ": cannot be made (" + error.message() + ")");
+    if (error) refuse_output(beside.string(), "cannot be made (" + error.message() + ")");
     const bool all_data = batch.spectra.size() <= all_data_up_to;
     for (std::size_t first = 0; first < batch.spectra.size(); first += curves_per_file) {
         ordered_json curves = ordered_json::array();

@@ -20,8 +20,8 @@ std::string signal_of_run(const std::string &run, const char *ending) {
     const std::string plain = run + ending, with_header = plain + ".sdf";
     if (exists(plain)) return plain;
     if (exists(with_header)) return with_header;
-    throw tool_error(bad_input, plain + ": no such file; expected the signals of a fit, " + run +
-                                    ".org, .fit and .res, in one folder");
+    refuse_input(plain, "no such file; expected the signals of a fit, " + run +
+                            ".org, .fit and .res, in one folder");
 }
 
 std::vector<double> real_part(const complex_signal &x, std::size_t first, std::size_t n,

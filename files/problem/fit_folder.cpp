@@ -18,8 +18,7 @@ void write_text(const fs::path &file, const std::string &text) {
     std::ofstream stream(file, std::ios::binary);
     stream << text;
     stream.close();
-    if (!stream)
-        throw tool_error(bad_output, file.string() + ": cannot be written; is the disk full?");
+    if (!stream) refuse_output(file.string(), "cannot be written; is the disk full?");
 }
 
 static std::string signal_of(const folder_of_fit &of) {

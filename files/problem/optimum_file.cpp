@@ -111,8 +111,8 @@ class reader {
         return value;
     }
     [[noreturn]] void refuse(const char *item, const char *expected) const {
-        throw tool_error(bad_input, file_ + ", " + item + ": expected " + expected +
-                                        "; is it the record of an exact fit?");
+        refuse_input(file_ + ", " + item,
+                     std::string("expected ") + expected + "; is it the record of an exact fit?");
     }
 
   private:
@@ -220,8 +220,7 @@ static optimum_record record_from(const reader &from) {
 
 optimum_record read_optimum(const std::string &file) {
     const ordered_json all = json_of_file(file);
-    if (!all.is_object())
-        throw tool_error(bad_input, file + ": no JSON object; expected the record of an exact fit");
+    if (!all.is_object()) refuse_input(file, "no JSON object; expected the record of an exact fit");
     return record_from(reader(file, all));
 }
 

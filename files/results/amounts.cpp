@@ -27,27 +27,22 @@ static void refuse_missing(const std::string &whose, std::optional<double> t1,
                            std::optional<double> t2, std::optional<double> echo_time,
                            std::optional<double> repetition_time, const std::string &file) {
     if (t2 && !echo_time)
-        throw tool_error(bad_input, file + ": T2 of " + whose +
-                                        " needs the echo time, which no "
-                                        "file says; expected a row \"te: 30 ms\" or "
-                                        "--echo-time SECONDS");
+        refuse_input(file, "T2 of " + whose +
+                               " needs the echo time, which no file says; expected a row \"te: 30 "
+                               "ms\" or --echo-time SECONDS");
     if (t1 && !repetition_time)
-        throw tool_error(bad_input, file + ": T1 of " + whose +
-                                        " needs the repetition time, which "
-                                        "no file says; expected a row \"tr: 2 s\" or "
-                                        "--repetition-time SECONDS");
+        refuse_input(file, "T1 of " + whose +
+                               " needs the repetition time, which no file says; expected a row "
+                               "\"tr: 2 s\" or --repetition-time SECONDS");
 }
 
 // Times that leave a signal which rounds to nothing, and numbers beyond what can be held, say
 // nothing about an amount.
 static void refuse_none_left(const std::string &whose, double left, const std::string &file) {
     if (left > 0.0) return;
-    throw tool_error(bad_input, file +
-                                    ": by the times, protons, content and scale given, the "
-                                    "signal of " +
-                                    whose +
-                                    " is no number above 0; expected relaxation times not much "
-                                    "below the echo time, nor far above the repetition time");
+    refuse_input(file, "by the times, protons, content and scale given, the signal of " + whose +
+                           " is no number above 0; expected relaxation times not much below the "
+                           "echo time, nor far above the repetition time");
 }
 
 static std::string missing_times(const std::string &whose, bool has_t1, bool has_t2) {

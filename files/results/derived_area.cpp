@@ -27,7 +27,7 @@ double derived_area::percent_1sd() const {
 
 void refuse_derived(const std::string &file, const std::string &what) {
     if (file.empty()) throw tool_error(wrong_usage, "--derive " + what);
-    throw tool_error(bad_input, file + ": what is to be derived, " + what);
+    refuse_input(file, "what is to be derived, " + what);
 }
 
 // Takes text apart into name and expression, and evaluates that.

@@ -17,18 +17,17 @@ static double number_of(const std::string &file, std::size_t line, const std::st
     char *end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
     if (text.empty() || end != text.c_str() + text.size())
-        throw tool_error(bad_input, file + ", line " + std::to_string(line + 1) + ": \"" + text +
-                                        "\" where a number was expected; is it the result file of "
-                                        "a fit?");
+        refuse_input(file + ", line " + std::to_string(line + 1),
+                     "\"" + text +
+                         "\" where a number was expected; is it the result file of a fit?");
     return value;
 }
 
 static int count_of(const std::string &file, std::size_t line, const std::string &word) {
     const double value = number_of(file, line, word);
     if (!(std::fabs(value) < 1e9) || value != std::floor(value))
-        throw tool_error(bad_input, file + ", line " + std::to_string(line + 1) + ": \"" +
-                                        std::string(trimmed(word)) +
-                                        "\" where a whole number was expected");
+        refuse_input(file + ", line " + std::to_string(line + 1),
+                     "\"" + std::string(trimmed(word)) + "\" where a whole number was expected");
     return static_cast<int>(value);
 }
 
@@ -38,8 +37,8 @@ static int type_of(const std::string &file, std::size_t line, const std::string 
     if (text == "Lorentzian") return lorentz_entry;
     if (text == "Voigt") return voigt_entry;
     if (text == "Pattern") return pattern_entry;
-    throw tool_error(bad_input, file + ", line " + std::to_string(line + 1) + ": type \"" + text +
-                                    "\"; expected Gaussian, Lorentzian, Voigt or Pattern");
+    refuse_input(file + ", line " + std::to_string(line + 1),
+                 "type \"" + text + "\"; expected Gaussian, Lorentzian, Voigt or Pattern");
 }
 
 std::vector<parameter_row> matrix_of(const std::string &file, std::size_t rows) {
@@ -49,25 +48,24 @@ std::vector<parameter_row> matrix_of(const std::string &file, std::size_t rows) 
         if (trimmed(lines[l]).empty()) continue;
         const std::vector<std::string> words = split(std::string(trimmed(lines[l])), '\t');
         if (words.size() != 5)
-            throw tool_error(bad_input, file + ", line " + std::to_string(l + 1) + ": " +
-                                            std::to_string(words.size()) +
-                                            " columns; expected 5 numbers with tabs between");
+            refuse_input(file + ", line " + std::to_string(l + 1),
+                         std::to_string(words.size()) +
+                             " columns; expected 5 numbers with tabs between");
         parameter_row row{};
         for (std::size_t j = 0; j < 5; ++j) row[j] = number_of(file, l, words[j]);
         matrix.push_back(row);
     }
     if (matrix.size() != rows)
-        throw tool_error(bad_input, file + ": " + std::to_string(matrix.size()) +
-                                        " rows, but the .exl has " + std::to_string(rows) +
-                                        " entries; are they of one run?");
+        refuse_input(file, std::to_string(matrix.size()) + " rows, but the .exl has " +
+                               std::to_string(rows) + " entries; are they of one run?");
     return matrix;
 }
 
 std::vector<spreadsheet_row> read_spreadsheet(const std::string &file, run_result &run) {
     const std::vector<std::string> lines = lines_of(file);
     if (lines.size() < 4)
-        throw tool_error(bad_input, file + ": " + std::to_string(lines.size()) +
-                                        " lines; expected the spreadsheet of a fit");
+        refuse_input(file,
+                     std::to_string(lines.size()) + " lines; expected the spreadsheet of a fit");
     for (const std::string &word : split(lines[0], '\t'))
         if (!trimmed(word).empty())
             (run.command += run.command.empty() ? "" : " ") += trimmed(word);
@@ -86,9 +84,8 @@ std::vector<spreadsheet_row> read_spreadsheet(const std::string &file, run_resul
         if (trimmed(lines[l]).empty()) continue;
         const std::vector<std::string> words = split(lines[l], '\t');
         if (words.size() < 19)
-            throw tool_error(bad_input, file + ", line " + std::to_string(l + 1) + ": " +
-                                            std::to_string(words.size()) +
-                                            " columns; expected 19. Is the file cut?");
+            refuse_input(file + ", line " + std::to_string(l + 1),
+                         std::to_string(words.size()) + " columns; expected 19. Is the file cut?");
         spreadsheet_row row{};
         row.type = type_of(file, l, words[1]);
         for (std::size_t j = 0; j < 5; ++j) {
@@ -98,7 +95,7 @@ std::vector<spreadsheet_row> read_spreadsheet(const std::string &file, run_resul
         }
         rows.push_back(row);
     }
-    if (rows.empty()) throw tool_error(bad_input, file + ": no entries; expected a row for each");
+    if (rows.empty()) refuse_input(file, "no entries; expected a row for each");
     return rows;
 }
 

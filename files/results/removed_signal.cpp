@@ -39,13 +39,12 @@ complex_signal removed_signal(const run_result &run) {
         return {};
     const ordered_json &listed = removed.items()["lines"];
     if (!listed.is_array() || listed.size() > most_lines || *measured > static_cast<long long>(n))
-        throw tool_error(bad_input, sidecar.file() + ": lines_removed: expected a list of up to " +
-                                        std::to_string(most_lines) + " lines and up to " +
-                                        std::to_string(n) + " points");
+        refuse_input(sidecar.file(), "lines_removed: expected a list of up to " +
+                                         std::to_string(most_lines) + " lines and up to " +
+                                         std::to_string(n) + " points");
     std::vector<oscillation> lines;
     for (const ordered_json &each : listed) {
-        if (!each.is_object())
-            throw tool_error(bad_input, sidecar.file() + ": lines_removed: expected objects");
+        if (!each.is_object()) refuse_input(sidecar.file(), "lines_removed: expected objects");
         const std::optional<oscillation> line = line_of(metadata(removed.file(), each), *dwell);
         if (!line) return {};
         lines.push_back(*line);

@@ -69,8 +69,7 @@ std::string start_file_of(const run_result &run, const std::string &asked) {
                          blank == std::string::npos ? "start.par" : run.command.substr(blank + 1));
     }
     if (!is_file(file)) {
-        if (!asked.empty())
-            throw tool_error(bad_input, asked + ": no such file; expected the start file");
+        if (!asked.empty()) refuse_input(asked, "no such file; expected the start file");
         return "";
     }
     std::error_code error; // replaced by the result

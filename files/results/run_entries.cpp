@@ -26,8 +26,8 @@ std::vector<std::string> read_names(const std::string &file) {
         const std::string name = text.substr(0, text.find_first_of(" \t,"));
         refuse_not_utf8(name, file + ", line " + std::to_string(l + 1) + ": name");
         if (!different.insert(name).second)
-            throw tool_error(bad_input, file + ", line " + std::to_string(l + 1) + ": name " +
-                                            name + " stands there twice; expected different ones");
+            refuse_input(file + ", line " + std::to_string(l + 1),
+                         "name " + name + " stands there twice; expected different ones");
         names.push_back(name);
     }
     return names;
@@ -50,10 +50,9 @@ void name_entries(run_result &run, const std::string &asked) {
     }
     const std::vector<std::string> names = read_names(file);
     if (names.size() != run.entries.size())
-        throw tool_error(bad_input, file + ": " + std::to_string(names.size()) + " names for " +
-                                        std::to_string(run.entries.size()) +
-                                        " entries; expected one a line, lines first, then "
-                                        "patterns");
+        refuse_input(file, std::to_string(names.size()) + " names for " +
+                               std::to_string(run.entries.size()) +
+                               " entries; expected one a line, lines first, then patterns");
     for (std::size_t k = 0; k < names.size(); ++k) run.entries[k].name = names[k];
     run.files_read.push_back(file);
 }

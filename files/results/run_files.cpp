@@ -74,8 +74,8 @@ std::vector<std::string> spectra_of_folder(const std::string &folder) {
             found.push_back(file.path().stem().string());
     }
     if (error)
-        throw tool_error(bad_input, folder + ": cannot be read (" + error.message() +
-                                        "); expected the folder of a fit");
+        refuse_input(folder,
+                     "cannot be read (" + error.message() + "); expected the folder of a fit");
     std::sort(found.begin(), found.end(), in_natural_order);
     found.erase(std::unique(found.begin(), found.end()), found.end()); // with results and a signal
     return found;

@@ -18,8 +18,7 @@ void read_log(run_result &run, const std::string &asked) {
          {asked, in_folder(run.folder, run.name + ".log"), in_folder(run.folder, "run.log")})
         if (run.log_file.empty() && !name.empty() && is_file(name)) run.log_file = name;
     if (run.log_file.empty()) {
-        if (!asked.empty())
-            throw tool_error(bad_input, asked + ": no such file; expected what the fit printed");
+        if (!asked.empty()) refuse_input(asked, "no such file; expected what the fit printed");
         return;
     }
     run.files_read.push_back(run.log_file);

@@ -34,12 +34,12 @@ static void read_signals(run_result &run, std::size_t components) {
                                  signal_of_run(base, ".res")};
     complex_signal *const signals[] = {&run.data, &run.fit, &run.residual};
     const long long n = points_of_spectrum(names[0]);
-    if (n < 2) throw tool_error(bad_input, names[0] + ": one point; expected a spectrum");
+    if (n < 2) refuse_input(names[0], "one point; expected a spectrum");
     for (std::size_t i = 0; i < 3; ++i) {
         if (count_points(names[i]) != n)
-            throw tool_error(bad_input, names[i] + ": " + std::to_string(count_points(names[i])) +
-                                            " points, but " + names[0] + " has " +
-                                            std::to_string(n) + "; are they of one run?");
+            refuse_input(names[i], std::to_string(count_points(names[i])) + " points, but " +
+                                       names[0] + " has " + std::to_string(n) +
+                                       "; are they of one run?");
         *signals[i] = read_points(names[i], 0, n);
         run.files_read.push_back(names[i]);
     }
@@ -51,9 +51,8 @@ static void read_signals(run_result &run, std::size_t components) {
     const long long points = count_points(file);
     const auto entries = static_cast<long long>(components);
     if (points != n * entries)
-        throw tool_error(bad_input, file + ": " + std::to_string(points) + " points; expected " +
-                                        std::to_string(entries) + " components of " +
-                                        std::to_string(n));
+        refuse_input(file, std::to_string(points) + " points; expected " + std::to_string(entries) +
+                               " components of " + std::to_string(n));
     for (long long k = 0; k < entries; ++k) run.components.push_back(read_points(file, k * n, n));
     run.files_read.push_back(file);
 }
@@ -199,11 +198,10 @@ static void take_optimum(run_result &run) {
     const std::size_t n = run.control.entries.size();
     if (!run.control.read || run.control.fit.size() != run.data.size() ||
         run.optimum->values.size() != n)
-        throw tool_error(bad_input,
-                         in_folder(run.folder, "result.par") + ": " +
-                             (run.control.why.empty()
-                                  ? "not of the same fit as optimum.json and " + run.name + ".bin"
-                                  : run.control.why));
+        refuse_input(in_folder(run.folder, "result.par"),
+                     (run.control.why.empty()
+                          ? "not of the same fit as optimum.json and " + run.name + ".bin"
+                          : run.control.why));
     run.fitted = true;
     run.why_not.clear(); // of a search that ran away
     run.fit = run.control.fit;

@@ -154,10 +154,9 @@ std::vector<std::string> add_water(const water_options &options, const input_opt
     if (water.signals.size() > 1) // voxels without data have no name
         std::erase_if(water.signals, [](const water_signal &each) { return each.area == 0.0; });
     if (water.signals.size() != 1 && water.signals.size() != names.size())
-        throw tool_error(bad_input, options.file + ": gives " +
-                                        std::to_string(water.signals.size()) +
-                                        " FIDs of water for " + std::to_string(names.size()) +
-                                        " spectra that are not all zero; expected one for each");
+        refuse_input(options.file, "gives " + std::to_string(water.signals.size()) +
+                                       " FIDs of water for " + std::to_string(names.size()) +
+                                       " spectra that are not all zero; expected one for each");
     std::vector<std::string> remarks;
     for (std::size_t s = 0; s < names.size(); ++s) {
         const std::string file = (std::filesystem::path(folder) / (names[s] + ".json")).string();

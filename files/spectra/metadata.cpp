@@ -12,8 +12,7 @@
 namespace tools {
 
 static ordered_json object_of(ordered_json items, const std::string &file) {
-    if (!items.is_object())
-        throw tool_error(bad_input, file + ": expected a JSON object, { \"item\": value, ... }");
+    if (!items.is_object()) refuse_input(file, "expected a JSON object, { \"item\": value, ... }");
     return items;
 }
 
@@ -37,8 +36,8 @@ const ordered_json *metadata::find(const char *item) const {
 }
 
 void metadata::refuse(const char *item, const std::string &expected) const {
-    throw tool_error(bad_input, file_ + ": item \"" + item + "\" is " + items_.at(item).dump() +
-                                    "; expected " + expected);
+    refuse_input(file_, std::string("item \"") + item + "\" is " + items_.at(item).dump() +
+                            "; expected " + expected);
 }
 
 std::optional<double> metadata::any_number(const char *item) const {

@@ -17,8 +17,8 @@ void parse_point_range(const std::string &text, const char *what, long long &fir
         const auto tail = std::from_chars(head.ptr + 1, end, last);
         if (tail.ec == std::errc() && tail.ptr == end && first >= 0 && first <= last) return;
     }
-    throw tool_error(wrong_usage, std::string(what) + " " + text +
-                                      ": expected two points FIRST:LAST, 0 <= FIRST <= LAST");
+    refuse_usage(std::string(what) + " " + text,
+                 "expected two points FIRST:LAST, 0 <= FIRST <= LAST");
 }
 
 } // namespace tools

@@ -35,9 +35,9 @@ static std::string ppm_text(double ppm) {
 reference_search::reference_search(reference_peak wanted, const spectrum_axis &axis)
     : wanted_(std::move(wanted)), axis_(axis) {
     if (!axis.hz_per_point || !axis.mhz || axis.points < 8)
-        throw tool_error(bad_input, "reference " + ppm_text(wanted_.ppm) +
-                                        ": the axis cannot be set, the spectrometer frequency is "
-                                        "not known; expected --frequency MHZ");
+        refuse_input("reference " + ppm_text(wanted_.ppm),
+                     "the axis cannot be set, the spectrometer frequency is not known; expected "
+                     "--frequency MHZ");
     last_ = axis.points - 1;
     if (!axis.ppm_at_carrier) return;
     half_width_ = wanted_.half_width.value_or(usual_half_width(axis.nucleus));
@@ -48,9 +48,8 @@ reference_search::reference_search(reference_peak wanted, const spectrum_axis &a
     const double reach = std::max(half_width_ * per_ppm, 2.0); // a peak has two feet
     const double from = std::ceil(centre - reach), to = std::floor(centre + reach);
     if (!(from >= 1.0 && to <= static_cast<double>(axis.points - 2)))
-        throw tool_error(bad_input, "reference " + ppm_text(wanted_.ppm) + " +- " +
-                                        ppm_text(half_width_) +
-                                        ": lies outside of the spectrum; expected a stretch in it");
+        refuse_input("reference " + ppm_text(wanted_.ppm) + " +- " + ppm_text(half_width_),
+                     "lies outside of the spectrum; expected a stretch in it");
     first_ = static_cast<long long>(from);
     last_ = static_cast<long long>(to);
 }
@@ -237,12 +236,12 @@ found_reference reference_search::found() const {
         magnitude_noise(noise_power_ / static_cast<double>(std::max(spectra_, 1LL)));
     if (peaks.empty() || !(peaks.front().prominence > least_height * noise)) {
         const bool everywhere = half_width_ == 0.0;
-        throw tool_error(bad_input, name_of(wanted_) + ": no peak above the noise " +
-                                        (everywhere ? std::string("in the spectrum")
-                                                    : "within " + ppm_text(half_width_) + " of " +
-                                                          ppm_text(wanted_.ppm)) +
-                                        "; expected one, or a wider stretch (reference: NAME PPM "
-                                        "ppm +- WIDTH)");
+        refuse_input(
+            name_of(wanted_),
+            "no peak above the noise " +
+                (everywhere ? std::string("in the spectrum")
+                            : "within " + ppm_text(half_width_) + " of " + ppm_text(wanted_.ppm)) +
+                "; expected one, or a wider stretch (reference: NAME PPM ppm +- WIDTH)");
     }
     const peak &best = peaks.front();
     const double hz_per_ppm = *axis_.mhz, hz = *axis_.hz_per_point;

@@ -20,28 +20,25 @@ long long count_points(const std::string &file) {
     std::error_code error;
     const std::filesystem::path name(file);
     if (!std::filesystem::exists(name, error))
-        throw tool_error(bad_input, file + ": no such file; expected complex points as float32");
+        refuse_input(file, "no such file; expected complex points as float32");
     if (std::filesystem::is_directory(name, error))
-        throw tool_error(bad_input, file + ": a folder; expected a file of complex points");
+        refuse_input(file, "a folder; expected a file of complex points");
     const std::uintmax_t size = std::filesystem::file_size(name, error);
-    if (error) throw tool_error(bad_input, file + ": cannot be read (" + error.message() + ")");
-    if (size == 0)
-        throw tool_error(bad_input, file + ": empty; expected complex points as float32");
+    if (error) refuse_input(file, "cannot be read (" + error.message() + ")");
+    if (size == 0) refuse_input(file, "empty; expected complex points as float32");
     if (size % point_size != 0)
-        throw tool_error(bad_input,
-                         file + ": " + std::to_string(size) +
-                             " bytes; expected whole points of 8 bytes (real and imaginary part as "
-                             "little-endian float32, no header). Is the file cut or of another "
-                             "format?");
+        refuse_input(
+            file, std::to_string(size) +
+                      " bytes; expected whole points of 8 bytes (real and imaginary part as "
+                      "little-endian float32, no header). Is the file cut or of another format?");
     return static_cast<long long>(size) / point_size;
 }
 
 long long points_of_spectrum(const std::string &file) {
     const long long points = count_points(file);
     if (points > search_limits::points)
-        throw tool_error(bad_input, file + ": " + std::to_string(points) +
-                                        " points; expected a spectrum, of up to " +
-                                        std::to_string(search_limits::points));
+        refuse_input(file, std::to_string(points) + " points; expected a spectrum, of up to " +
+                               std::to_string(search_limits::points));
     return points;
 }
 
@@ -73,24 +70,21 @@ static void refuse_not_finite(const std::string &file, long long first, const co
     }
     if (found == 0) return;
     if (found > 5) points += " ...";
-    throw tool_error(bad_input, file + ": " + std::to_string(found) +
-                                    (found == 1 ? " point is" : " points are") +
-                                    " not a finite number (nan or inf): point " + points +
-                                    ", counted from 0. Repair or cut the signal first.");
+    refuse_input(file, std::to_string(found) + (found == 1 ? " point is" : " points are") +
+                           " not a finite number (nan or inf): point " + points +
+                           ", counted from 0. Repair or cut the signal first.");
 }
 
 static complex_signal points_of(const std::string &file, long long first, long long count) {
     const long long there = count_points(file);
     if (first < 0 || count < 0 || first > there || count > there - first)
-        throw tool_error(bad_input, file + ": holds " + std::to_string(there) +
-                                        " complex points; expected points " +
-                                        std::to_string(first) + " to " +
-                                        std::to_string(first + count - 1));
+        refuse_input(file, "holds " + std::to_string(there) + " complex points; expected points " +
+                               std::to_string(first) + " to " + std::to_string(first + count - 1));
     std::ifstream stream = open_input(file);
     std::string bytes(static_cast<std::size_t>(count * point_size), '\0');
     stream.seekg(first * point_size);
     stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!stream) throw tool_error(bad_input, file + ": cannot be read; is it yours to read?");
+    if (!stream) refuse_input(file, "cannot be read; is it yours to read?");
     return signal_of_bytes(bytes);
 }
 

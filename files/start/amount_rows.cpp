@@ -165,7 +165,7 @@ amount_row read_amount_row(const peak_table &table, const std::string &text,
 void refuse_odd_water(const peak_table &table) {
     const std::vector<water_compartment> &water = table.amounts.water;
     const auto refuse = [&](const std::string &what) {
-        throw tool_error(bad_input, table.file + ": rows \"water\": " + what);
+        refuse_input(table.file, "rows \"water\": " + what);
     };
     double sum = 0.0;
     bool any_metabolites = water.empty();

@@ -19,9 +19,9 @@ static constexpr int most_lines = 4096; // of a text pattern
 static complex_signal read_binary_pattern(const std::string &file,
                                           const engine::acquisition &when) {
     if (count_points(file) < when.points)
-        throw tool_error(bad_input, file + ": pattern of " + std::to_string(count_points(file)) +
-                                        " points; expected the " + std::to_string(when.points) +
-                                        " of the spectrum");
+        refuse_input(file, "pattern of " + std::to_string(count_points(file)) +
+                               " points; expected the " + std::to_string(when.points) +
+                               " of the spectrum");
     const complex_signal stored = read_points(file, 0, when.points);
     const std::size_t n = stored.size();
     complex_signal spectrum(n); // stored conjugated and reversed
@@ -31,12 +31,11 @@ static complex_signal read_binary_pattern(const std::string &file,
 
 static complex_signal read_text_pattern(const std::string &file, const engine::acquisition &when) {
     std::ifstream stream = open_input(file);
-    if (!stream) throw tool_error(bad_input, file + ": cannot be opened; expected a pattern file");
+    if (!stream) refuse_input(file, "cannot be opened; expected a pattern file");
     const auto refuse = [&](const std::string &found, const std::string &expected) {
-        throw tool_error(bad_input,
-                         file + ": found " +
-                             (found.empty() ? "the end" : "\"" + found.substr(0, 40) + "\"") +
-                             "; expected " + expected);
+        refuse_input(file, "found " +
+                               (found.empty() ? "the end" : "\"" + found.substr(0, 40) + "\"") +
+                               "; expected " + expected);
     };
     const auto word = [&] {
         std::string text;
@@ -91,8 +90,8 @@ complex_signal read_pattern(const std::string &file, const engine::acquisition &
     complex_signal s = file.find(".pat") != std::string::npos ? read_text_pattern(file, when)
                                                               : read_binary_pattern(file, when);
     if (s.empty() || std::abs(s[0]) == 0.0)
-        throw tool_error(bad_input, file + ": the pattern's first point of time is 0, so it has no "
-                                           "area; expected a decay that begins at time 0");
+        refuse_input(file, "the pattern's first point of time is 0, so it has no area; expected a "
+                           "decay that begins at time 0");
     return s;
 }
 

@@ -25,7 +25,7 @@ void refuse_at(const peak_table &table, const table_place &place, const std::str
     std::string where = table.file;
     if (place.line > 0) where += ":" + std::to_string(place.line);
     if (place.line > 0 && place.column > 0) where += ":" + std::to_string(place.column);
-    throw tool_error(bad_input, where + ": " + text);
+    refuse_input(where, text);
 }
 
 static void check_names(const peak_table &table) {
@@ -81,7 +81,7 @@ peak_table parse_peak_table(const std::string &text, const std::string &file) {
     peak_table table;
     table.file = file;
     if (text.find('\0') != std::string::npos)
-        throw tool_error(bad_input, file + ": not a text file; expected a table of peaks");
+        refuse_input(file, "not a text file; expected a table of peaks");
     std::vector<table_column> columns;
     int coefficients = 0;
     for (const table_line &line : lines_of_table(text)) {

@@ -18,7 +18,7 @@ class word_reader {
   public:
     word_reader(std::string text, const std::string &file) : file_(file), text_(std::move(text)) {
         if (text_.find('\0') != std::string::npos)
-            throw tool_error(bad_input, file + ": not a text file; expected a start value file");
+            refuse_input(file, "not a text file; expected a start value file");
     }
 
     bool at_end() {
@@ -81,9 +81,9 @@ class word_reader {
         return static_cast<double>(value);
     }
     [[noreturn]] void refuse(const std::string &found, const std::string &expected) const {
-        throw tool_error(bad_input, file_ + ":" + std::to_string(line_) + ": found " +
-                                        (found.empty() ? "the end" : "\"" + found + "\"") +
-                                        "; expected " + expected);
+        refuse_input(file_ + ":" + std::to_string(line_),
+                     "found " + (found.empty() ? "the end" : "\"" + found + "\"") + "; expected " +
+                         expected);
     }
 
   private:

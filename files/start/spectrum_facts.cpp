@@ -21,10 +21,8 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
     const std::optional<long long> points = sidecar.positive_integer("points");
     const std::optional<double> hz = sidecar.positive_number("hz_per_point");
     if (!points || !hz || *points > search_limits::points)
-        throw tool_error(bad_input, sidecar.file() +
-                                        ": lacks \"points\" (up to 2^24) or \"hz_per_point\"; "
-                                        "expected the JSON that varokel-import writes beside a "
-                                        "spectrum");
+        refuse_input(sidecar.file(), "lacks \"points\" (up to 2^24) or \"hz_per_point\"; expected "
+                                     "the JSON that varokel-import writes beside a spectrum");
     facts.points = static_cast<int>(*points);
     facts.hz_per_point = *hz;
     const spectrum_axis axis = axis_of_sidecar(sidecar);
@@ -42,15 +40,15 @@ spectrum_facts facts_of_sidecar(const metadata &sidecar) {
         const ordered_json &value = (*at)[item];
         if (!value.is_number_integer() || value.get<long long>() < 0 ||
             value.get<long long>() > search_limits::points)
-            throw tool_error(bad_input, sidecar.file() + ": item \"" + object + "." + item +
-                                            "\" is " + value.dump() + "; expected a point number");
+            refuse_input(sidecar.file(), std::string("item \"") + object + "." + item + "\" is " +
+                                             value.dump() + "; expected a point number");
         return value.get<long long>();
     };
     const auto first = inner("noise_window", "first"), stop = inner("noise_window", "stop");
     if (first && stop && *stop < *first)
-        throw tool_error(bad_input, sidecar.file() + ": item \"noise_window\" is " +
-                                        all.find("noise_window")->dump() +
-                                        "; expected \"stop\" behind \"first\"");
+        refuse_input(sidecar.file(), "item \"noise_window\" is " +
+                                         all.find("noise_window")->dump() +
+                                         "; expected \"stop\" behind \"first\"");
     if (first && stop) facts.noise = int_pair({*first, *stop});
     for (const ordered_json &guess : all.value("guessed", ordered_json::array()))
         facts.guessed_sense = facts.guessed_sense || (guess.is_object() && guess.contains("item") &&
@@ -99,8 +97,8 @@ double table_axis::offset_hz(double value, table_unit unit) const {
     if (unit == table_unit::points) return value * hz_per_point_;
     if (unit != table_unit::ppm) return sense_ * value;
     if (!mhz_)
-        throw tool_error(bad_input, source_ + ": ppm in the table, but the spectrum's JSON has no "
-                                              "\"spectrometer_mhz\"; import with --frequency");
+        refuse_input(source_, "ppm in the table, but the spectrum's JSON has no "
+                              "\"spectrometer_mhz\"; import with --frequency");
     return sense_ * value * *mhz_;
 }
 
@@ -108,8 +106,8 @@ double table_axis::position_hz(double value, table_unit unit) const {
     if (unit == table_unit::points) return value * hz_per_point_;
     if (unit != table_unit::ppm) return carrier_ + offset_hz(value, unit);
     if (!ppm_at_carrier_)
-        throw tool_error(bad_input, source_ + ": ppm in the table, but the spectrum's JSON has no "
-                                              "\"ppm_at_carrier\"; import with --ppm-at-carrier");
+        refuse_input(source_, "ppm in the table, but the spectrum's JSON has no "
+                              "\"ppm_at_carrier\"; import with --ppm-at-carrier");
     return carrier_ + offset_hz(value - *ppm_at_carrier_, unit);
 }
 

@@ -142,8 +142,7 @@ static void check_links(const start_file &start, const auto &refuse) {
 
 using refusal = std::function<void(const std::string &)>;
 static refusal refusal_of(const std::string &source) {
-    return
-        [&source](const std::string &text) { throw tool_error(bad_input, source + ": " + text); };
+    return [&source](const std::string &text) { refuse_input(source, text); };
 }
 
 void refuse_counts(const start_file &start, const std::string &source, fit_method by) {

@@ -136,8 +136,8 @@ std::optional<reference_peak> settled_reference(const std::string &option,
         throw tool_error(wrong_usage, error.what());
     }
     if (of_table && *of_table != *peak)
-        throw tool_error(wrong_usage, none.file + ": the table of peaks has another \"reference\"; "
-                                                  "expected one of them");
+        refuse_usage(none.file,
+                     "the table of peaks has another \"reference\"; expected one of them");
     return peak;
 }
 

@@ -34,7 +34,7 @@ part_file::part_file(std::string name, std::string what_now)
 }
 
 void part_file::refuse(int) const {
-    throw tool_error(bad_output, name_ + ": cannot be written; is the storage full?" + what_now_);
+    refuse_output(name_, "cannot be written; is the storage full?" + what_now_);
 }
 
 void part_file::add(std::string_view bytes) {
