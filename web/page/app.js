@@ -7,7 +7,7 @@ import { Hands } from "./hands.js";
 import { LinesPane } from "./lines_pane.js";
 import { ResultPane } from "./result_pane.js";
 import { SavePane } from "./save_pane.js";
-import { option_fields, show_choice, show_facts } from "./file_pane.js";
+import { option_fields, show_choice, show_facts, unread_fields } from "./file_pane.js";
 import { Screen } from "./screen.js";
 import { SpectrumMap } from "./map.js";
 import { erase, restore, save } from "./autosave.js";
@@ -38,6 +38,7 @@ export class App {
     this.map = new SpectrumMap((i) => this.guard(() => this.open_spectrum(i)));
     this.tour = new Tour({ example: () => this.open_example(), tab: (name) => this.tab(name), fit: () => this.fit() });
     this.files = [];
+    this.unread = null; // {files, inputs, table} that were opened last and could not be read
     this.options = {};
     this.said = [];
     this.dimensions = {};
@@ -86,18 +87,53 @@ export class App {
     const sorted = sort_files(looked_at);
     if (sorted.patterns.length > 0) this.bench.add_patterns(sorted.patterns);
     if (sorted.inputs.length > 0) {
-      this.options = {};
-      await this.import(files, sorted.inputs, sorted.tables.at(-1) ?? this.bench.text);
+      const opened = { files, inputs: sorted.inputs, table: sorted.tables.at(-1) };
+      try {
+        await this.import_with({}, opened);
+      } catch (error) {
+        if (error.message !== "cancelled") this.keep_unread(opened);
+        throw error;
+      }
     } else if (sorted.companions.length > 0 && sorted.tables.length + sorted.patterns.length === 0) {
       throw new Error(`${sorted.companions[0]}: describes a measurement; open it together with the file of points`);
     }
     if (sorted.tables.length > 0) this.bench.set_text(sorted.tables.at(-1));
     this.bench.tell("table");
   }
+  // What could not be read waits under File for what it does not say itself.
+  keep_unread(opened) {
+    this.unread = opened;
+    unread_fields(opened.inputs, () => {
+      this.unread = null;
+      this.say("");
+      option_fields(this.options, this.dimensions);
+      this.show_buttons();
+    });
+    this.tab("file");
+    this.show_buttons();
+  }
+  async import_again(options) {
+    const { unread } = this;
+    if (!unread && this.files.length === 0) throw new Error("The files themselves are not kept; open them again.");
+    await this.import_with(options, unread ?? this);
+    if (unread?.table) this.bench.set_text(unread.table);
+  }
+  // Where it fails, the options stay those of what is shown.
+  async import_with(options, { files, inputs, table }) {
+    const before = this.options;
+    this.options = options;
+    try {
+      await this.import(files, inputs, table ?? this.bench.text);
+    } catch (error) {
+      this.options = before;
+      throw error;
+    }
+  }
   async import(files, inputs, table) {
     const wanted = inputs.filter((name) => name !== this.options.reference);
     const made = await this.work.run({ kind: "import", files, inputs: wanted, options: this.options, table }, "Reading");
     this.options = made.options;
+    this.unread = null;
     if (made.packed.pool.length > MOST_AT_REST) this.runner.rest();
     this.files = files;
     this.inputs = inputs;
@@ -117,9 +153,8 @@ export class App {
     if (fit?.optimum && !this.bench.error) this.bench.take_fit(fit);
   }
   async open_example() {
-    this.options = {};
     const { text, files } = this.example();
-    await this.import(files, [files[0].name], text);
+    await this.import_with({}, { files, inputs: [files[0].name], table: text });
     this.bench.set_text(text);
     this.bench.select(0);
     this.show_fitted();
@@ -220,7 +255,7 @@ export class App {
     this.listed = show_choice(bench, this.listed);
     by_id("unit").replaceChildren(...screen.units().map((unit) => new Option(unit, unit, false, unit === screen.unit)));
     show_facts(bench, this.said);
-    option_fields(this.options, this.dimensions);
+    if (!this.unread) option_fields(this.options, this.dimensions);
     this.saving.show(this.options);
   }
   show_table() {
@@ -252,7 +287,7 @@ export class App {
     by_id("redo").disabled = !bench.history.can_redo;
     by_id("fit").disabled = this.busy || !bench.spectrum;
     by_id("fit-all").disabled = this.busy || bench.spectra.length < 2;
-    for (const id of ["open", "example", "tour", "import-again"]) by_id(id).disabled = this.busy || (id === "import-again" && this.files.length === 0);
+    for (const id of ["open", "example", "tour", "import-again"]) by_id(id).disabled = this.busy || (id === "import-again" && this.files.length === 0 && !this.unread);
     by_id("mode-add").setAttribute("aria-pressed", String(this.adding));
     by_id("empty").hidden = Boolean(bench.spectrum);
   }

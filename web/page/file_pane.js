@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // file_pane.js -- which spectrum is shown, what is known of it, and how it was imported
 import { by_id, element } from "./dom.js";
+import { option_word } from "./files.js";
 
 const MOST_LISTED = 400; // spectra, above which they are chosen by number
 
@@ -25,14 +26,23 @@ const SWITCHES = [
   ["conjugate", "Conjugate", "reverse the sense of frequency"],
 ];
 
-// dimensions: of the file, in which it has several FIDs: {name: size}
+// dimensions: of the file, in which it has several FIDs: {name: size}. Each field has the option's word
+// beside it, by which the import's messages call it.
 export function option_fields(options, dimensions = {}) {
   const has = Object.entries(dimensions).map(([name, size]) => `${size} in ${name}`).join(", ");
   by_id("dimensions").textContent = has ? `The file has several FIDs: ${has}.` : "";
-  by_id("option-fields").replaceChildren(...OPTIONS.map(([name, label, hint, , example]) => element("label", { title: hint || null }, label,
+  const word = (name) => element("small", {}, option_word(name));
+  by_id("option-fields").replaceChildren(...OPTIONS.map(([name, label, hint, , example]) => element("label", { title: hint || null }, element("span", {}, `${label} `, word(name)),
     element("input", { "data-option": name, value: Array.isArray(options[name]) ? options[name].join(" ") : options[name] ?? "", placeholder: example ?? hint }))),
   ...SWITCHES.filter(([name, , , dimension]) => !dimension || dimensions[dimension] > 1 || options[name]).map(([name, label, hint]) =>
-    element("label", { class: "switch", title: hint }, element("input", { type: "checkbox", "data-option": name, checked: Boolean(options[name]) }), label)));
+    element("label", { class: "switch", title: hint }, element("input", { type: "checkbox", "data-option": name, checked: Boolean(options[name]) }), `${label} `, word(name))));
+}
+// Empty fields for files that could not be read; leave(): the hand that gives them up.
+export function unread_fields(inputs, leave) {
+  option_fields({});
+  by_id("dimensions").replaceChildren(`For ${inputs.join(", ")}, not read yet: what a file does not say can be given here. `,
+    element("button", { id: "leave-unread", onclick: leave }, "Leave it"));
+  by_id("options").open = true;
 }
 // What the fields say. A number that is none is refused.
 export function options_of_fields() {
@@ -76,7 +86,9 @@ export function show_facts(bench, said) {
     ["Measured as", side.source?.format],
     ["Noise window", noise && `points ${noise.first} to ${noise.stop - 1}, ${noise.chosen_by ?? noise.how ?? ""}`]];
   const guessed = side.guessed ?? [], is_told = (text) => guessed.some((each) => text.startsWith(`guessed ${each.item} `));
-  const warnings = [...new Set([...(side.warnings ?? []), ...said.filter((text) => !is_told(text))])];
+  // what is said of a file has its name before it
+  const own = side.warnings ?? [], is_own = (text) => own.some((each) => text.endsWith(`: ${each}`));
+  const warnings = [...new Set([...own, ...said.filter((text) => !is_told(text) && !is_own(text))])];
   by_id("about").replaceChildren(element("h2", {}, bench.spectrum.name),
     ...facts.filter(([, text]) => text).map(([name, text]) => element("p", { class: "fact" }, element("strong", {}, `${name}: `), text)),
     element("ul", { class: "said" }, ...guessed.map((each) => element("li", {}, `guessed ${each.item}: ${each.value} (${each.reason})`)),

@@ -45,6 +45,9 @@ const WORDS = {
   dimensions: "--dimensions", reference_peak: "--reference-peak", remove_water: "--remove-water", water_order: "--water-order",
 };
 
+// The option of the programs that a field of the page is.
+export const option_word = (name) => WORDS[name] ?? `--${name.replaceAll("_", "-")}`;
+
 const quoted = (text) => (/^[\w./+:=,-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`);
 
 // The command that repeats the fit of the page.
@@ -54,8 +57,8 @@ export function fit_command(input, options, starts) {
   for (const [name, value] of Object.entries(options)) {
     if (value === null || value === "" || value === false || value === undefined) continue;
     if (name === "index" || name === "average")
-      for (const each of value) words.push(`--${name}`, quoted(each));
-    else if (value === true) words.push(`--${name.replaceAll("_", "-")}`);
+      for (const each of value) words.push(option_word(name), quoted(each));
+    else if (value === true) words.push(option_word(name));
     else if (WORDS[name]) words.push(WORDS[name], quoted(String(value)));
   }
   return words.join(" ");

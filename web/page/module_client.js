@@ -12,12 +12,12 @@ export class ModuleClient {
     this.folders = 0;
   }
 
-  // The answer, or an Error with the module's sentence.
+  // The answer, or an Error with the module's sentence, without the folders of this storage.
   ask(name, about = {}) {
     const text = this.module.ccall("varokel_ask", "string", ["string", "string"],
       [name, JSON.stringify(about)]);
     const answer = JSON.parse(text);
-    if (answer.error !== undefined) throw new Error(answer.error);
+    if (answer.error !== undefined) throw new Error(answer.error.replaceAll(/\/work\d+\//g, ""));
     return answer.value;
   }
 

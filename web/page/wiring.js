@@ -162,17 +162,7 @@ export function wire_buttons(app) {
   click("out", () => zoom(1 / 0.7));
   click("taller", () => acts.taller(1.3));
   click("lower", () => acts.taller(1 / 1.3));
-  click("import-again", async () => {
-    if (app.files.length === 0) throw new Error("The files themselves are not kept; open them again.");
-    const before = app.options;
-    app.options = options_of_fields();
-    try {
-      await app.import(app.files, app.inputs, bench.text);
-    } catch (error) {
-      app.options = before;
-      throw error;
-    }
-  });
+  click("import-again", () => app.import_again(options_of_fields()));
   click("erase", () => app.erase_kept());
   click("empty-open", () => by_id("file-input").click());
   click("empty-example", () => app.open_example());

@@ -7,7 +7,7 @@ import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { gzipSync } from "node:zlib";
 import test from "node:test";
-import { bench, example, load_example, now, page_file, ready, shot, status, text_of, until } from "../browser.mjs";
+import { bench, example, load_example, now, open_page, page_file, ready, shot, status, text_of, until } from "../browser.mjs";
 import { tree } from "../start.mjs";
 
 // Waits until the browser's storage has this text of the table, and a spectrum.
@@ -51,6 +51,44 @@ test("files come by the button, packed and with a sidecar; damaged ones leave th
     assert.equal(await text_of(), whole);
   }
   await shot("damaged");
+  assert.deepEqual(now.troubles, []);
+});
+
+test("a file that does not say enough waits for it under File, and what was shown stays until then", async () => {
+  await load_example();
+  const shown = await bench((b) => b.spectrum.name), field = (name) => `[data-option="${name}"]`;
+  const text = Array.from({ length: 64 }, (_, i) => `${Math.exp(-i / 20) * Math.cos(i)} ${Math.exp(-i / 20) * Math.sin(i)}`).join("\n");
+  const give = (name) => now.page.setInputFiles("#file-input", [{ name, mimeType: "", buffer: Buffer.from(text) }, { name: "peaks.txt", mimeType: "", buffer: Buffer.from("name  type  frequency  lorentz\nA  lorentz  1 Hz  5\n") }]);
+  await give("points.txt");
+  await now.page.waitForFunction(() => document.getElementById("status").classList.contains("bad") && !window.varokel.busy);
+  assert.match(await status(), /^points\.txt: dwell time unknown; .*--bandwidth/); // no folder of the page's own
+  assert.equal(await bench((b) => b.spectrum.name), shown);
+  assert.ok(await now.page.isVisible(field("bandwidth")));
+  assert.match(await now.page.locator("#option-fields label", { has: now.page.locator(field("bandwidth")) }).textContent(), /--bandwidth/); // as the message calls it
+  await shot("unread");
+  // given up, the fields are those of what is shown
+  await now.page.click("#leave-unread");
+  assert.equal(await now.page.locator("#leave-unread").count(), 0);
+  await give("points.txt");
+  await now.page.waitForSelector("#leave-unread");
+  await now.page.fill(field("bandwidth"), "wide");
+  await now.page.click("#import-again");
+  assert.match(await status(), /Spectral width .*expected a number/);
+  await now.page.fill(field("bandwidth"), "1000");
+  await now.page.click("#import-again");
+  await until((b) => b.spectrum.name === "points" && b.entries.length === 1);
+  assert.equal(await now.page.inputValue(field("bandwidth")), "1000");
+  assert.equal(await now.page.locator("#leave-unread").count(), 0);
+  await now.page.click("#tab-save");
+  assert.match(await now.page.textContent("#command"), /points\.txt .*--bandwidth 1000/);
+  // and it can be the first that is opened
+  const fresh = await open_page();
+  await fresh.setInputFiles("#file-input", [{ name: "first.txt", mimeType: "", buffer: Buffer.from(text) }]);
+  await fresh.waitForSelector("#leave-unread");
+  await fresh.fill(field("dwell_time"), "0.001");
+  await fresh.click("#import-again");
+  await fresh.waitForFunction(() => window.varokel.bench.spectrum?.name === "first");
+  await fresh.context().close();
   assert.deepEqual(now.troubles, []);
 });
 
