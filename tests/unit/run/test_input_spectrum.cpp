@@ -76,6 +76,14 @@ TEST(noise, of_an_inverted_window_is_the_root_of_what_was_there) {
     EXPECT_EQ(sigma, 0.5);
 }
 
+TEST(noise, of_a_window_that_begins_before_the_signal_is_of_its_points_in_it) {
+    const support::temporary_folder folder;
+    read_ramp(folder, 16, 16, -5, 4); // 0 1 2 3
+    EXPECT_EQ(ap_noise, 9);
+    EXPECT_DOUBLE_EQ(sigma, std::sqrt(1.25));
+    EXPECT_DOUBLE_EQ(sigma_im, 2.0 * std::sqrt(1.25));
+}
+
 TEST(noise, window_may_lie_behind_the_fitted_points) {
     const support::temporary_folder folder;
     read_ramp(folder, 16, 8, 12, 16); // 12 13 14 15
