@@ -6,7 +6,7 @@
 #include "files/batch/plan_head.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
-#include "files/results/run_entries.h"
+#include "files/results/fitted_entries.h"
 #include "files/results/run_files.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// fit_list.h -- the list of the files that a fit made, with their digests
+// fit_list.h -- the list of the files that a fit made, with their digests, and what changed since
 //
 // fit_files.sha256 lists what a fit left, as sha256sum(1) has it: two fields, the digest and the
 // name from the folder on. A file is what the fit made when it stands there and still has that
@@ -44,5 +44,20 @@ bool is_made_by_report(const std::string &name);
 // All files below a folder but folders, from it on and sorted; links are not followed.
 // Errors: std::filesystem::filesystem_error.
 std::vector<std::filesystem::path> files_below(const std::filesystem::path &folder);
+
+// Of the files beside optimum.json, by fit_files.sha256 of their folder, or of the one above it for
+// a fit of several spectra. Nothing is said when no list has this very optimum.json.
+struct optimum_files {
+    // Names without folder, sorted: data, start values, patterns and results that are no longer
+    // what they were when the fit ended. Names of entries and what the sidecar says of the axis are
+    // not of the fit, and may be corrected; a file that is gone has not changed.
+    std::vector<std::string> changed;
+    bool other_search = false; // there is a NAME.exl that the fit did not leave
+};
+
+// folder, name: of the spectrum, as read_run has them. lists: those that earlier spectra needed,
+// and what this one adds. Errors: bad_input for a file that cannot be read.
+optimum_files files_beside_optimum(const std::string &folder, const std::string &name,
+                                   fit_lists &lists);
 
 } // namespace tools

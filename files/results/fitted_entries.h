@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// fitted_entries.h -- entries in shown units, from the numbers of a fit
+// fitted_entries.h -- entries in shown units, from the numbers of a fit: names, values, signs
 //
 // A line of area A and phase p is the line of area -A and phase p + 180 degrees. Where areas and
 // phases are free a search may end at either. Shown is the one with a positive sum of areas; where
@@ -10,6 +10,7 @@
 #include "files/results/run_result.h"
 
 #include <array>
+#include <string>
 #include <vector>
 
 namespace tools {
@@ -55,5 +56,22 @@ double principal_phase(double degrees);
 // signs of the start values (none: 0 each); phases in (-180, 180]. Returns which were turned.
 std::vector<bool> choose_signs(std::vector<fitted_entry> &entries,
                                const std::vector<double> &start_areas);
+
+// The names of a file, one a line up to a blank or comma; lines that begin with # are remarks.
+// Errors: bad_input, naming the line, for a name that stands there twice or is not UTF-8.
+std::vector<std::string> read_names(const std::string &file);
+
+// Names of the entries: those of the file `asked` or of names.txt in the folder, of patterns that
+// of their file, else numbers. Errors: bad_input for a file with other names than entries.
+void name_entries(run_result &run, const std::string &asked);
+
+// Whether all that a line of this type has is finite.
+bool all_finite(int type, const parameter_row &row);
+
+// The description with positive areas; the covariance of areas follows, a note says so.
+void choose_signs(run_result &run);
+
+// The covariance where the areas of these entries have the other sign. Nothing without one.
+void turn_covariance(rebuilt_model &model, const std::vector<bool> &turned);
 
 } // namespace tools

@@ -3,19 +3,19 @@
 #include "files/results/run_result.h"
 
 #include "files/base/not_known.h"
+#include "files/base/sha256.h"
 #include "files/base/tool_error.h"
 #include "files/pictures/spectrum_view.h"
+#include "files/spectra/search_limits.h"
 #include "files/spectra/signal_file.h"
 #include "files/results/exl_and_mat.h"
 #include "files/results/fitted_entries.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
 #include "files/results/run_control.h"
-#include "files/results/run_entries.h"
 #include "files/results/run_files.h"
-#include "files/results/run_log.h"
-#include "files/results/run_provenance.h"
-#include "files/results/stale_optimum.h"
+#include "files/results/fit_log.h"
+#include "files/results/fit_list.h"
 
 #include "engine/noise_window.h"
 
@@ -23,6 +23,7 @@
 #include <cmath>
 #include <filesystem>
 #include <numbers>
+#include <set>
 
 namespace tools {
 
@@ -279,6 +280,40 @@ static bool take_search(run_result &run, const result_options &options) {
     read_control(run, values);
     run.entries = shown_entries({rows.begin(), rows.end()}, values, errors, run.axis);
     return true;
+}
+
+// Program, command, source and, when asked for, the digests of the files.
+static void note_provenance(run_result &run, bool hashes) {
+    const auto note = [&](const std::string &what, const std::string &value) {
+        if (!value.empty()) run.provenance.push_back({what, value});
+    };
+    note("program", run.program_version);
+    note("command", run.command);
+    const ordered_json source = run.sidecar.value("source", ordered_json::object());
+    if (source.is_object()) {
+        for (const char *const item : {"file", "format", "sha256", "index"})
+            if (source.contains(item) && !source[item].is_null())
+                note(std::string("source ") + item, source[item].is_string()
+                                                        ? source[item].get<std::string>()
+                                                        : source[item].dump());
+    }
+    if (!hashes) return;
+    std::vector<std::string> hashed = run.files_read;
+    // data that were not read, because the search left a copy: of a size that they can have
+    static constexpr std::uintmax_t largest = std::uintmax_t{8} * search_limits::points;
+    std::error_code error;
+    for (const char *const ending : {".bin", ".sdf", ".bin.ref"}) {
+        const std::string file = in_folder(run.folder, run.name + ending);
+        if (!is_file(file)) continue;
+        if (fs::file_size(file, error) <= largest)
+            hashed.insert(hashed.begin(), file);
+        else
+            note("sha256 of " + run.name + ending, "not taken, larger than any spectrum");
+    }
+    std::set<std::string> seen;
+    for (const std::string &file : hashed)
+        if (seen.insert(file).second)
+            note("sha256 of " + fs::path(file).filename().string(), sha256_of_file(file));
 }
 
 run_result read_run(const std::string &folder, const std::string &name,

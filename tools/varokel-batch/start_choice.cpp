@@ -10,7 +10,7 @@
 #include "files/results/judge_run.h"
 #include "files/problem/start_problem.h"
 #include "files/results/derived_area.h"
-#include "files/results/run_entries.h"
+#include "files/results/fitted_entries.h"
 #include "files/spectra/signal_file.h"
 #include "files/start/read_start_file.h"
 
