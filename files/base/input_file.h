@@ -27,4 +27,8 @@ std::ifstream open_input(const std::string &file);
 // Errors: bad_input, naming the file, for a line longer than longest_input_line.
 std::size_t next_line(std::istream &stream, std::string &line, const std::string &file);
 
+// Contents of a file; `expected` says in messages what should be there, such as "a table of peaks".
+// Errors: bad_input when it is not there, a folder, or cannot be read.
+std::string read_text_file(const std::string &file, const std::string &expected);
+
 } // namespace tools

@@ -3,7 +3,7 @@
 #include "files/base/read_json.h"
 
 #include "files/base/plain_text.h"
-#include "files/base/text_file.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>

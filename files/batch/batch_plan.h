@@ -5,18 +5,37 @@
 // comes first, then one spectrum a line, all lines of one length. A shard reads its own lines only.
 #pragma once
 
+#include "files/base/file_descriptor.h"
 #include "files/base/ordered_json.h"
 #include "files/batch/error_correlations.h"
-#include "files/batch/manifest_file.h"
 #include "files/spectra/spectrum_axis.h"
 #include "files/start/fit_method.h"
 #include "files/start/start_file.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace tools {
+
+// manifest.json, open and locked: runs and merges share the lock, and a new plan in the same folder
+// needs it alone. Lines are read from the file that was locked, whatever its name stands for later.
+class manifest_file {
+  public:
+    // Errors: bad_input when there is none; bad_output when a new plan is being put in its place.
+    explicit manifest_file(const std::string &name);
+    // Waits for nothing. false when somebody works with the plan.
+    bool lock_alone();
+    // false when the file ends before.
+    bool read(char *bytes, std::size_t count, long long at) const;
+    long long size() const;
+    const std::string &name() const { return name_; }
+
+  private:
+    std::string name_;
+    file_descriptor file_;
+};
 
 struct plan_axis {
     std::string name; // "x", "DIM_DYN"

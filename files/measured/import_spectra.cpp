@@ -12,6 +12,7 @@
 #include "files/measured/combined_source.h"
 #include "files/measured/reference_lines.h"
 #include "files/measured/signal_items.h"
+#include "files/measured/spectrum_conversion.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -220,6 +221,33 @@ void import_pattern(const input_options &options, const std::string &output) {
     apply_phase(fid, options.phase, nullptr);
     fid.resize(static_cast<std::size_t>(n));
     write_files({{output, signal_bytes(binary_pattern(fid))}}, files_of(*source), options.force);
+}
+
+converted_spectra spectra_of_file(const input_options &options, const spectrum_options &own,
+                                  std::size_t most) {
+    const std::unique_ptr<spectrum_source> source =
+        open_combined(options.input, options.json, options, false);
+    const choice chosen = choose_spectra(*source, options.choice);
+    spectrum_conversion conversion(*source, chosen, options, own);
+    conversion.look_at_all(own.memory);
+    converted_spectra out;
+    out.chosen = chosen.spectra.size();
+    for (std::size_t s = 0; s < chosen.spectra.size() && out.spectra.size() < most; ++s) {
+        complex_signal fid =
+            std::move(read_fids(*source, chosen.spectra, s, s + 1, conversion.used()).front());
+        if (is_all_zero(fid)) continue;
+        converted_spectrum &one = out.spectra.emplace_back();
+        one.name = source->stem + chosen.spectra[s].suffix;
+        one.sidecar = conversion.items();
+        if (const long long measured = conversion.measured_of(fid); measured < conversion.points())
+            one.sidecar["measured_points"] = measured;
+        one.points = conversion.spectrum_of(std::move(fid), nullptr, &one.sidecar);
+        conversion.describe(one.points, one.sidecar);
+    }
+    if (out.spectra.empty())
+        refuse_input(source->file, "all points are zero; expected measured points");
+    out.remarks = conversion.remarks();
+    return out;
 }
 
 } // namespace tools

@@ -5,7 +5,7 @@
 #include "files/base/tool_error.h"
 #include "files/spectra/point_range.h"
 #include "files/measured/left_in_mean.h"
-#include "files/measured/remove_stretch.h"
+#include "files/measured/remove_lines.h"
 #include "files/measured/signal_items.h"
 #include "files/measured/text_items.h"
 

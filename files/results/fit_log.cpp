@@ -4,7 +4,7 @@
 
 #include "files/base/line_text.h"
 #include "files/base/plain_text.h"
-#include "files/base/text_file.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/results/run_files.h"
 

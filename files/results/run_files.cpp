@@ -2,7 +2,7 @@
 // run_files.cpp -- names and lines of the files of a run, and the runs of a folder
 #include "files/results/run_files.h"
 
-#include "files/base/text_file.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>

@@ -5,8 +5,6 @@
 // docs/quantification.md has the formula that takes the latter four.
 #pragma once
 
-#include "files/start/table_place.h"
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +12,11 @@
 namespace tools {
 
 struct peak_table;
+
+// Where something stands in a table of peaks.
+struct table_place {
+    int line = 0, column = 0; // from 1; 0: not from a file
+};
 
 // A part of the voxel whose water has a content and relaxation of its own.
 struct water_compartment {

@@ -2,7 +2,7 @@
 // peak_table.cpp -- a table of peaks as a spectroscopist writes it: what is fitted, from where
 #include "files/start/peak_table.h"
 
-#include "files/base/text_file.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
 #include "files/start/table_keys.h"

@@ -2,7 +2,7 @@
 // read_start_file.cpp -- start value / fit control files of the three generations
 #include "files/start/read_start_file.h"
 
-#include "files/base/text_file.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// table_rows.h -- heading and rows of a table of peaks
+// table_rows.h -- heading, rows and cells of a table of peaks
 #pragma once
 
 #include "files/start/peak_table.h"

@@ -3,7 +3,7 @@
 // plan
 #include "varokel-batch/spectrum_fitter.h"
 
-#include "files/base/text_file.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 namespace tools {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // varokel_compare.cpp -- are two results of a fit the same?
-#include "files/base/text_file.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/signal_file.h"
 #include "common/command_line.h"

@@ -3,7 +3,7 @@
 // spectrum, or of a measured file
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
-#include "files/measured/spectra_of_file.h"
+#include "files/measured/import_spectra.h"
 #include "files/results/number_text.h"
 #include "files/spectra/metadata.h"
 #include "files/spectra/number_range.h"

@@ -3,7 +3,6 @@
 
 #include "files/base/read_json.h"
 #include "files/base/sha256.h"
-#include "files/base/text_file.h"
 #include "files/base/tool_error.h"
 #include "files/results/run_files.h"
 #include "files/spectra/search_limits.h"

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "files/measured/remove_lines.h"
-#include "files/measured/remove_stretch.h"
 #include "files/measured/small_matrix.h"
 
 #include <gtest/gtest.h>
