@@ -12,7 +12,7 @@ from conftest import TREE, two_line_fid
 from varokel import ExactOptions
 
 SERIES = TREE / "python" / "examples" / "c13_series" / "c13_series.fid.f32"
-DWELL = ["--dwell", "0.0009765625", "--noise", "8:119"]
+DWELL = ["--dwell", "0.0009765625", "--noise", "8:119", "--frequency", "100", "--ppm-at-carrier", "0"]
 
 
 def test_a_series_comes_in_its_order(tmp_path: Path) -> None:
