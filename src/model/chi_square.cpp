@@ -30,6 +30,10 @@ static const char advice_of_links[] =
 static const char advice_of_turbo[] =
     "How to fix: \n Interchange dependent and free line prior knowledge \n";
 
+// Of both arrays of an incremental model, which have one name in it and no line end: wording kept
+static const char no_turbo_storage[] = " Memory requested to store array xre : not available"
+                                       " Memory requested to store array xre : not available";
+
 static void derive_or_end(int k, int n_entries, double *xt, const parameter_record *fixpar,
                           const char *advice) {
     const int L = apply_prior_knowledge(k, n_entries, xt, fixpar);
@@ -111,7 +115,7 @@ void turbo_spec_fnc(const int &ap, const int &nLines, double *xt, double *par_co
     };
     if (!changed(s)) return;
     model_sum sum;
-    if (!sum.begin(CURVE_SETTING_HERE)) return;
+    if (!sum.begin(CURVE_SETTING_HERE, no_turbo_storage)) return;
     const auto exchange_curve = [&](int k) {
         const int at = pars_per_entry * (k - 1);
         sum.add(k, fixpar[at].type, xt + at, 1.0);

@@ -35,7 +35,7 @@ model_sum::~model_sum() {
     spare_points = storage_points_;
 }
 
-bool model_sum::have_storage(int ap) {
+bool model_sum::have_storage(int ap, const char *no_storage) {
     if (storage_ == nullptr) {
         storage_ = std::exchange(spare, nullptr);
         storage_points_ = std::exchange(spare_points, 0);
@@ -43,17 +43,16 @@ bool model_sum::have_storage(int ap) {
     if (storage_ != nullptr && storage_points_ >= ap) return true;
     release(storage_);
     has_kept_ = false;
-    storage_ = new_doubles(static_cast<long long>(n_arrays) * ap,
-                           " Memory requested to store dummy_re[] in spec_fnc() not available\n");
+    storage_ = new_doubles(static_cast<long long>(n_arrays) * ap, no_storage);
     storage_points_ = storage_ != nullptr ? ap : 0;
     return storage_ != nullptr;
 }
 
-bool model_sum::begin(const curve_setting &setting) {
+bool model_sum::begin(const curve_setting &setting, const char *no_storage) {
     setting_ = setting;
     const int ap = setting.ap;
     plan_ = fft_plan_of(ap);
-    if (plan_ == nullptr || !have_storage(ap)) return false;
+    if (plan_ == nullptr || !have_storage(ap, no_storage)) return false;
     double *next = storage_;
     for (double **array :
          {&re_, &im_, &lsf_re_, &lsf_im_, &work_re_, &work_im_, &kept_re_, &kept_im_}) {

@@ -26,6 +26,13 @@ struct curve_setting {
         .i_lsf = i_lsf, .pat = pat                                                                 \
     }
 
+// One request stands for the arrays that the message names.
+inline constexpr char no_model_storage[] =
+    " Memory requested to store dummy_re[] in spec_fnc() not available\n"
+    "Memory requested to store dummy_im[] in spec_fnc() not available\n"
+    "Memory requested to store t_yre[] in spec_fnc() not available\n"
+    "Memory requested to store t_yim[] in spec_fnc() not available\n";
+
 // Each sum has storage of its own, from begin on. The storage of one that ends is left to the next,
 // so that the model evaluations of a run allocate once.
 class model_sum {
@@ -35,9 +42,9 @@ class model_sum {
     model_sum(const model_sum &) = delete;
     model_sum &operator=(const model_sum &) = delete;
 
-    // Starts an empty sum. False when its storage cannot be had (a message
-    // says so), or when the points are no power of two.
-    bool begin(const curve_setting &setting);
+    // Starts an empty sum. False when its storage cannot be had (no_storage is printed), or when
+    // the points are no power of two.
+    bool begin(const curve_setting &setting, const char *no_storage = no_model_storage);
 
     // Keeps the present sum, not yet transformed, for begin_with_kept.
     void keep();
@@ -62,7 +69,7 @@ class model_sum {
     void add_line(int k, int type, const double *p, double factor_re, double factor_im);
     void add_pattern(int k, const double *p, double factor_re, double factor_im);
 
-    bool have_storage(int ap);
+    bool have_storage(int ap, const char *no_storage);
 
     curve_setting setting_{};
     const kernel::transform_plan *plan_ = nullptr;

@@ -70,7 +70,10 @@ TEST(missing_storage, of_driver_steps_and_reports_is_named) {
          " Memory requested to store signal[] in Calculate_Frequency_Domain() is not available\n",
          " Memory requested to store expi[] in Shift_Original() not available",
          " Memory requested to store expr[] in Shift_Original() not available",
-         " Memory requested to store dummy_re[] in spec_fnc() not available\n"});
+         " Memory requested to store dummy_re[] in spec_fnc() not available\n"
+         "Memory requested to store dummy_im[] in spec_fnc() not available\n"
+         "Memory requested to store t_yre[] in spec_fnc() not available\n"
+         "Memory requested to store t_yim[] in spec_fnc() not available\n"});
 }
 
 TEST(missing_storage, of_minimizers_gradient_and_bounds_is_named) {
