@@ -5,12 +5,12 @@
 // a double, so equal files are equal numbers.
 import assert from "node:assert/strict";
 import { execFileSync, spawnSync } from "node:child_process";
-import { copyFileSync, existsSync, mkdirSync, mkdtempSync, readdirSync, readFileSync, writeFileSync } from "node:fs";
-import { tmpdir } from "node:os";
+import { copyFileSync, existsSync, mkdirSync, readdirSync, readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import test from "node:test";
 import { Bench } from "../../web/page/bench.js";
 import { fit_command } from "../../web/page/files.js";
+import { own_folder } from "./own_folder.mjs";
 import { file_of, fit_spectra, import_files, module_file, module_of_build, tree } from "./start.mjs";
 
 const programs = process.env.PROGRAMS;
@@ -20,7 +20,7 @@ const run = (program, words, folder) => execFileSync(join(programs, program), wo
 // Files of an example in a folder of their own: measured ones with the table, and where the example
 // has a start file only, decays of its model and the table of that start file.
 function prepared(name) {
-  const folder = mkdtempSync(join(tmpdir(), "varokel-bits-"));
+  const folder = own_folder();
   const from = join(tree, "examples", name);
   for (const file of readdirSync(from))
     if (/\.(f32|json|pat|txt|par)$/.test(file)) copyFileSync(join(from, file), join(folder, file));
@@ -68,7 +68,7 @@ for (const name of examples) {
 }
 
 test("a series and its single spectra have the same bits", async () => {
-  const folder = mkdtempSync(join(tmpdir(), "varokel-bits-"));
+  const folder = own_folder();
   mkdirSync(join(folder, "in"));
   run("varokel-simulate", [join(tree, "examples/single_line/start.par"), "-o", "in/series.nii", "--noise", "0.01", "--seed", "1", "--grid", "3,2,1", "--frequency", "123.2", "--nucleus", "1H", "--ppm-at-carrier", "4.7"], folder);
   const text = run("varokel-start", ["--from", join(tree, "examples/single_line/start.par")], folder);
@@ -141,7 +141,7 @@ function raw_file(points, coils, averages) {
 }
 
 test("what is done to raw data is what the command does that the page writes", async () => {
-  const folder = mkdtempSync(join(tmpdir(), "varokel-bits-"));
+  const folder = own_folder();
   writeFileSync(join(folder, "raw.nii"), raw_file(512, 3, 4));
   writeFileSync(join(folder, "peaks.txt"), "name  type  area  frequency  lorentz  phase\nNAA  lorentz  ?  2 ppm  4  ?\n");
   const options = { combine_coils: true, align_averages: true, remove_water: "4.2:5.2", water_order: 20, reference_peak: "NAA 2.01 ppm +- 0.3" };

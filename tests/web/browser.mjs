@@ -5,10 +5,10 @@
 // WEB_BUILD the folder of varokel.html, SHOTS (may be missing) a folder for pictures of each state.
 // A Firefox as it is installed is driven by WebDriver BiDi.
 import assert from "node:assert/strict";
-import { existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, statSync } from "node:fs";
+import { existsSync, mkdirSync, readFileSync, rmSync, statSync } from "node:fs";
 import { createRequire } from "node:module";
-import { tmpdir } from "node:os";
 import { join } from "node:path";
+import { own_folder } from "./own_folder.mjs";
 import { tree } from "./start.mjs";
 
 const driver = createRequire(join(process.env.DRIVER, "x.js"))("playwright-core");
@@ -17,7 +17,7 @@ export const page_file = `file://${process.env.WEB_BUILD}/varokel.html`;
 export const example = (name) => join(tree, "examples", name);
 export const grid_file = (name) => join(process.env.GRID, name); // made by the script that runs this
 
-const downloads = mkdtempSync(join(tmpdir(), "varokel-downloads-"));
+const downloads = own_folder();
 
 // What the tests of a run share; page: the one that most of them use.
 export const now = { browser: null, page: null, troubles: [], requests: [] };
@@ -51,7 +51,6 @@ export async function begin() {
 }
 export async function end() {
   await now.browser?.close();
-  rmSync(downloads, { recursive: true, force: true });
 }
 
 export async function shot(name, of = now.page) {

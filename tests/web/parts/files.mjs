@@ -2,12 +2,12 @@
 // files.mjs -- files that are opened, whole and damaged, and work that is kept
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
-import { mkdtempSync, readFileSync, writeFileSync } from "node:fs";
-import { tmpdir } from "node:os";
+import { readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { gzipSync } from "node:zlib";
 import test from "node:test";
 import { bench, example, load_example, now, open_page, page_file, ready, shot, status, text_of, until } from "../browser.mjs";
+import { own_folder } from "../own_folder.mjs";
 import { tree } from "../start.mjs";
 
 // Waits until the browser's storage has this text of the table, and a spectrum.
@@ -19,7 +19,7 @@ const kept = (text) => now.page.waitForFunction((text) => Object.keys(localStora
 }), text);
 
 test("files come by the button, packed and with a sidecar; damaged ones leave the work alone", async () => {
-  const folder = mkdtempSync(join(tmpdir(), "varokel-web-"));
+  const folder = own_folder();
   const put = (name, bytes) => { writeFileSync(join(folder, name), bytes); return join(folder, name); };
   await now.page.setInputFiles("#file-input", [example("c13_kidney/c13_kidney.fid.f32"), example("c13_kidney/c13_kidney.fid.json"), example("c13_kidney/peaks.txt")]);
   await now.page.waitForFunction(() => window.varokel.bench.entries.length === 4);
