@@ -12,13 +12,18 @@ for folder in kernel engine library src files tools web; do
     if [ -d "$folder" ]; then folders+=("$folder"); fi
 done
 [ ${#folders[@]} -gt 0 ] || { echo "no folders of sources"; exit 1; }
-count=0 bad=0
-while IFS= read -r file; do
-    count=$((count + 1))
-    if ! head -n 3 "$file" | grep -qE "^(//| \*) $(basename "$file" | sed 's/\./\\./g') -- [^ ]"; then
-        echo "$file: its first lines do not say what it is"
-        bad=$((bad + 1))
-    fi
-done < <(find "${folders[@]}" \( -name '*.h' -o -name '*.cpp' -o -name '*.js' \) ! -path '*/node_modules/*' | LC_ALL=C sort)
-echo "$count files, $bad without a head"
-[ "$count" -gt 0 ] && [ "$bad" = 0 ]
+find "${folders[@]}" \( -name '*.h' -o -name '*.cpp' -o -name '*.js' \) ! -path '*/node_modules/*' -print0 |
+    LC_ALL=C sort -z | xargs -0 awk '
+    FNR == 1 { name = FILENAME; sub(/.*\//, "", name) }
+    (index($0, "// " name " -- ") == 1 || index($0, " * " name " -- ") == 1) && substr($0, length(name) + 8) ~ /^[^ ]/ {
+        known[FILENAME] = 1
+    }
+    FNR == 3 { nextfile }
+    END {
+        for (i = 1; i < ARGC; i++) if (!(ARGV[i] in known)) {
+            print ARGV[i] ": its first lines do not say what it is"
+            bad++
+        }
+        print ARGC - 1 " files, " bad + 0 " without a head"
+        exit bad > 0 || ARGC == 1
+    }' || exit 1
