@@ -172,7 +172,7 @@ static std::string file_name_of(const std::string &metabolite, std::set<std::str
 static std::string basis_sidecar(const basis_options &options, const basis_header &header,
                                  const pattern_grid &grid, const ordered_json &patterns) {
     ordered_json sidecar;
-    sidecar["content"] = "binary patterns: spectra, conjugated and reversed";
+    sidecar["content"] = std::string(patterns_content) + ": spectra, conjugated and reversed";
     sidecar["points"] = grid.points;
     sidecar["dwell_time_s"] = grid.dwell_time;
     sidecar["hz_per_point"] = 1.0 / (grid.dwell_time * static_cast<double>(grid.points));

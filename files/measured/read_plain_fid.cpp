@@ -6,6 +6,7 @@
 #include "files/spectra/metadata.h"
 #include "files/spectra/signal_file.h"
 #include "files/measured/name_dimensions.h"
+#include "files/measured/signal_items.h"
 #include "files/measured/text_items.h"
 
 #include <bit>
@@ -82,12 +83,26 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
     return read;
 }
 
+// Spectra and patterns that varokel-import made lie beside a JSON, as floats, too.
+static void refuse_made_of_fids(const std::string &file, const std::string &json) {
+    const std::string content = metadata(json).text("content").value_or("");
+    if (content.starts_with(spectrum_content))
+        throw tool_error(bad_input,
+                         file + ": a centred spectrum, says " + json +
+                             "; expected FIDs. It is imported already: open the file "
+                             "that was measured (varokel-start, varokel and "
+                             "varokel-plot take the spectrum, varokel-batch its folder)");
+    if (content.starts_with(patterns_content))
+        throw tool_error(bad_input, file + ": patterns, says " + json + "; expected FIDs");
+}
+
 void apply_json(spectrum_source &source, const std::string &json, long long points_in_file,
                 const std::optional<long long> &points) {
     if (json.empty()) {
         split_into_spectra(source, points_in_file, points);
         return;
     }
+    refuse_made_of_fids(source.file, json);
     const json_facts about = read_json_facts(json, points_in_file);
     source.facts = about.facts;
     source.companions.push_back(json);

@@ -106,7 +106,8 @@ void settle_facts(spectrum_source &source, const spectrum_options &own) {
 ordered_json common_items(const spectrum_source &source, bool conjugated, bool rises, long long n) {
     const signal_facts &facts = source.facts;
     ordered_json items;
-    items["content"] = "centred spectrum, complex, little-endian float32; carrier at point n/2";
+    items["content"] =
+        std::string(spectrum_content) + ", complex, little-endian float32; carrier at point n/2";
     items["points"] = n;
     items["dwell_time_s"] = *facts.dwell_time;
     items["hz_per_point"] = 1.0 / (*facts.dwell_time * static_cast<double>(n));

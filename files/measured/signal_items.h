@@ -6,8 +6,13 @@
 #include "files/measured/spectrum_source.h"
 
 #include <string>
+#include <string_view>
 
 namespace tools {
+
+// How item "content" of a sidecar begins: what the file beside it holds.
+inline constexpr std::string_view spectrum_content = "centred spectrum";
+inline constexpr std::string_view patterns_content = "binary patterns";
 
 // What is known about all outputs, options first; guesses are added to those of the source.
 // Errors: wrong_usage for options that contradict each other, bad_input without a dwell time.

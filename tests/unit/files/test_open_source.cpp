@@ -136,6 +136,19 @@ TEST_F(a_file, has_from_the_json_only_what_it_does_not_state) {
     EXPECT_TRUE(opened(file("b.raw", raw_))->companions.empty()) << "none beside it is looked for";
 }
 
+TEST_F(a_file, that_was_imported_is_no_fid) {
+    const std::string spectrum = file("a.bin", std::string(64, '\0'));
+    const auto says = [&](const std::string &content) {
+        file("a.json", "{\"content\": \"" + content + "\", \"dwell_time_s\": 1e-3}");
+    };
+    says("centred spectrum, complex, little-endian float32; carrier at point n/2");
+    EXPECT_TRUE(has(refusal(spectrum, tools::bad_input), "a.bin: a centred spectrum, says "));
+    says("binary patterns: spectra, conjugated and reversed");
+    EXPECT_TRUE(has(refusal(spectrum, tools::bad_input), "a.bin: patterns, says "));
+    says("FIDs of a phantom");
+    EXPECT_EQ(opened(spectrum)->spectra(), 1);
+}
+
 TEST_F(a_file, of_plain_points_takes_the_json_beside_it_or_the_one_that_is_named) {
     const std::string plain = file("a.f32", std::string(64, '\0'));
     file("a.json", R"({"n_points": 4, "dwell_time_s": 1e-3})");
