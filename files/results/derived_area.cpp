@@ -116,10 +116,13 @@ std::string derived_dictionary(const table_shape &shape) {
     all["value"]["Description"] =
         "in the units of the areas [signal] or of their ratio, ppm, Hz, degrees, pH";
     all["error_1sd"]["Description"] =
-        "one standard deviation, from the covariance of all parameters, to first order";
+        "one standard deviation, from the covariance of all parameters, to first order; 0 where "
+        "all "
+        "that the value hangs on is fixed or at the edge of its window";
     all["error_2sd"]["Description"] = "two standard deviations";
     all["error_percent_1sd"] = {
-        {"Description", "one standard deviation, of the magnitude of the value, 999 at most"},
+        {"Description",
+         "one standard deviation, of the magnitude of the value, 999 at most; n/a without error"},
         {"Units", "%"}};
     all["unit"]["Description"] = "of an amount by a water reference; else n/a";
     return all.dump(2) + "\n";

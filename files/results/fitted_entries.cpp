@@ -18,8 +18,8 @@
 namespace tools {
 
 double fitted_parameter::percent_1sd() const {
-    if (!std::isfinite(error_2sd) || !std::isfinite(value) || error_2sd < 0.0) return not_known;
-    if (value == 0.0) return error_2sd == 0.0 ? not_known : 999.0;
+    if (!std::isfinite(error_2sd) || !std::isfinite(value) || !(error_2sd > 0.0)) return not_known;
+    if (value == 0.0) return 999.0;
     return std::min(999.0, 100.0 * error_1sd() / std::fabs(value));
 }
 

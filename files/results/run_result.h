@@ -27,10 +27,11 @@ struct fitted_parameter {
     int source = 0;             // entry (1-based) that a linked one follows
     double link_constant = 0.0; // area: ratio to the source; else difference, shown unit
     double value = 0.0;         // shown unit; not a number when it is not known in that unit
-    double error_2sd = 0.0;     // the program's figure; not a number when there is none
+    double error_2sd = 0.0;     // the program's figure; not a number when there is none, 0 at the
+                                // edge of a window, where the bounds take it as known
     double error_1sd() const { return 0.5 * error_2sd; }
     // of the magnitude of the value, one standard deviation, 999 at most; not a number without
-    // error
+    // error, or with one of 0, which says nothing of how well the value is known
     double percent_1sd() const;
 };
 

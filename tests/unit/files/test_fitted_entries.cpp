@@ -45,6 +45,7 @@ TEST(fitted_entries, an_error_in_percent_is_of_the_magnitude_and_999_at_most) {
     EXPECT_NEAR(known(1.0, 2.0 * 9.98).percent_1sd(), 998.0, 1e-10);
     EXPECT_EQ(known(0.0, 1.0).percent_1sd(), 999.0);
     EXPECT_EQ(known(1e300, 1e-300).percent_1sd(), 0.0);
+    EXPECT_TRUE(std::isnan(known(2.0, 0.0).percent_1sd())) << "fixed, or at the edge of a window";
     EXPECT_TRUE(std::isnan(known(0.0, 0.0).percent_1sd()));
     for (const double bad : {no_number, std::numeric_limits<double>::infinity(), -1.0})
         EXPECT_TRUE(std::isnan(known(1.0, bad).percent_1sd())) << bad;
