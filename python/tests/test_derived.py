@@ -48,6 +48,13 @@ def test_rows_are_in_ppm_and_have_the_error_of_the_covariance() -> None:
     assert width.value == fit.values[0, Quantity.LORENTZ_WIDTH]
 
 
+def test_a_shift_in_hz_where_ppm_were_meant_is_said() -> None:
+    ph = "pH(frequency(broad) - frequency(sharp), 6.77, 1, 4)"
+    with pytest.warns(varokel.VarokelWarning, match="Hz from the left edge here; derived") as said:
+        value, _ = fitted().derive(ph)
+    assert np.isnan(value) and {each.filename for each in said} == {__file__}
+
+
 def test_the_axis_of_the_spectrum_counts() -> None:
     rows = "derive: frequency(broad)\n"
     (rising,) = fitted(rows).derived()

@@ -3,14 +3,17 @@
 
 from __future__ import annotations
 
+import warnings
 from collections.abc import Sequence
 from ctypes import POINTER, byref, c_char_p, c_double, c_int
 from dataclasses import dataclass, field
+from math import isfinite
 
 import numpy as np
 
 from .arrays import ComplexArray, EntryType, FloatArray, Quantity
 from .entry_values import EntryValues
+from .errors import VarokelWarning
 from .library import Handle, Library, RefusedByLibrary, pointer_to
 from .sidecar import Sidecar
 from .starts import StartInLibrary
@@ -125,7 +128,9 @@ class ExactFit(EntryValues):
         """Value and ONE standard deviation of an expression of the fitted parameters.
 
         Such as "PCr/gATP", "frequency(Pi)-frequency(PCr)", "pH(4.9, 6.75, 3.27, 5.69)"; see
-        varokel_fit_derive in varokel.h. Raises ValueError that names the place.
+        varokel_fit_derive in varokel.h. Frequencies are Hz from the left edge: a pH of them is a
+        row "derive" of the table, whose value in ppm derived() has; what is no number for that
+        reason is a VarokelWarning. Raises ValueError that names the place.
         """
         library = self._handle.library
         value, error = c_double(), c_double()
@@ -140,6 +145,10 @@ class ExactFit(EntryValues):
             )
         except RefusedByLibrary as refused:
             raise ValueError(f'"{expression}": {refused.reason}') from None
+        if "frequency" in expression and not isfinite(value.value):
+            said = f'"{expression}" is {value.value}: frequencies are Hz from the left edge here; '
+            said += 'derived() has rows "derive" of a table in ppm'
+            warnings.warn(said, VarokelWarning, stacklevel=2)
         return value.value, self.error_factor * error.value
 
     def derived(self) -> tuple[DerivedValue, ...]:
