@@ -9,6 +9,7 @@
 #include "files/measured/text_items.h"
 
 #include <array>
+#include <filesystem>
 
 namespace tools {
 
@@ -17,6 +18,33 @@ static std::string first_bytes(const std::string &file) {
     std::array<char, 256> bytes{};
     stream.read(bytes.data(), bytes.size());
     return std::string(bytes.data(), static_cast<std::size_t>(stream.gcount()));
+}
+
+// What is no plain numbers, whatever it is called, with what may be done; empty for others.
+static std::string foreign_format(const std::string &file) {
+    static const std::string converted =
+        ", which is not read here; spec2nii converts files of scanners to NIfTI-MRS, which is";
+    static const std::string written =
+        ", which is not read here; write its FIDs as NIfTI-MRS, two columns of text or float32";
+    static const std::string unpacked = "; expected FIDs. Unpack it first";
+    static const std::array<std::array<std::string, 2>, 4> beginnings{
+        {{"MATLAB 5.0 MAT-file", "a MATLAB file" + written},
+         {"\x89HDF", "HDF5" + written},
+         {"PK\x03\x04", "a zip archive" + unpacked},
+         {"\x1f\x8b", "packed by gzip" + unpacked}}};
+    const std::string bytes = first_bytes(file);
+    // 128 bytes of any kind, then this word
+    if (bytes.substr(0, 132).ends_with("DICM")) return "DICOM" + converted;
+    for (const auto &[beginning, said] : beginnings)
+        if (bytes.starts_with(beginning)) return said;
+    // in a scanner's folder, with the parameters beside
+    const std::filesystem::path path(file);
+    const std::string name = path.filename().string();
+    for (const char *const parameters : {"procpar", "acqus"})
+        if ((name == "fid" || name == "ser" || name == parameters) &&
+            std::filesystem::is_regular_file(path.parent_path() / parameters))
+            return "a scanner's file, with " + std::string(parameters) + converted;
+    return "";
 }
 
 static std::string format_of(const std::string &file) {
@@ -37,13 +65,14 @@ static std::string format_of(const std::string &file) {
     size_of_input(file, "complex points as float32");
     if (ends({".basis"}))
         refuse_usage(file, "a basis set; varokel-import basis turns it into patterns");
-    // 128 bytes of any kind, then this word, whatever the file is called
-    const bool is_dicom = first_bytes(file).substr(0, 132).ends_with("DICM");
-    if (is_dicom || ends({".dat", ".ima", ".dcm", ".7", ".mrui", ".data", ".list"}))
-        throw tool_error(bad_input, file + (is_dicom ? ": DICOM, which" : ": a format that") +
-                                        " is not read here; spec2nii converts "
-                                        "files of scanners to NIfTI-MRS, which is. --format "
-                                        "names the format of a file with an unusual ending");
+    std::string foreign = foreign_format(file);
+    if (foreign.empty() && ends({".dat", ".ima", ".dcm", ".7", ".mrui", ".data", ".list"}))
+        foreign = "a format that is not read here; spec2nii converts files of scanners to "
+                  "NIfTI-MRS, which is";
+    if (!foreign.empty())
+        throw tool_error(bad_input, file + ": " + foreign +
+                                        ". --format names the format of a file with an unusual "
+                                        "ending");
     return "float32";
 }
 
@@ -53,8 +82,14 @@ std::unique_ptr<spectrum_source> open_source(const std::string &file, const std:
     const std::string kind = format.empty() ? format_of(file) : format;
     if (kind == "float32" || kind == "text") {
         const std::string about = json.empty() ? json_beside(file) : json;
-        return kind == "text" ? read_text_columns(file, about, points)
-                              : read_plain_fid(file, about, points);
+        auto source = kind == "text" ? read_text_columns(file, about, points)
+                                     : read_plain_fid(file, about, points);
+        if (kind == "float32" && format.empty() && about.empty() &&
+            !lower_case(file).ends_with(".f32"))
+            source->guesses.push_back({"format", kind,
+                                       "neither the ending nor a JSON beside it says what the file "
+                                       "holds; --format names another"});
+        return source;
     }
     std::unique_ptr<spectrum_source> source;
     if (kind == "nifti") source = read_nifti_mrs(file);

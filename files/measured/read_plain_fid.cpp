@@ -83,10 +83,12 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
     return read;
 }
 
-// Spectra and patterns that varokel-import made lie beside a JSON, as floats, too.
+// Spectra and patterns that varokel-import made lie beside a JSON, as floats, too. That of a
+// spectrum may lie beside its FID as well.
 static void refuse_made_of_fids(const std::string &file, const std::string &json) {
-    const std::string content = metadata(json).text("content").value_or("");
-    if (content.starts_with(spectrum_content))
+    const metadata about(json);
+    const std::string content = about.text("content").value_or("");
+    if (content.starts_with(spectrum_content) && about.text("signal") == file_name(file))
         throw tool_error(bad_input,
                          file + ": a centred spectrum, says " + json +
                              "; expected FIDs. It is imported already: open the file "

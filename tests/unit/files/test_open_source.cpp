@@ -95,6 +95,43 @@ TEST_F(a_file, of_a_scanner_is_refused_with_the_way_to_go) {
     EXPECT_TRUE(has(refusal(file("a.basis", bytes), tools::wrong_usage), "varokel-import basis"));
 }
 
+TEST_F(a_file, that_begins_as_another_format_does_is_refused_by_its_name) {
+    const std::string bytes(200, '\0');
+    const auto said = [&](const std::string &beginning) {
+        return refusal(file("a.f32", beginning + bytes), tools::bad_input);
+    };
+    EXPECT_TRUE(has(said("MATLAB 5.0 MAT-file, written by"), "a MATLAB file, which is not read"));
+    EXPECT_TRUE(has(said("\x89HDF\r\n"), "HDF5, which is not read here; write its FIDs as"));
+    EXPECT_TRUE(has(said("PK\x03\x04"), "a zip archive; expected FIDs. Unpack it first"));
+    EXPECT_TRUE(has(said("\x1f\x8b\x08"), "packed by gzip; expected FIDs. Unpack it first"));
+    EXPECT_EQ(opened(file("b.f32", "MATLAB 6" + bytes), "", "", 26)->format, "float32");
+    // the numbers of a scanner's folder are not told by their bytes
+    const std::string fid = file("fid", bytes);
+    EXPECT_EQ(opened(fid, "", "", 25)->format, "float32");
+    for (const char *const parameters : {"acqus", "procpar"}) {
+        const std::string beside = file(parameters, "##TITLE= parameters");
+        for (const std::string &of : {fid, beside})
+            EXPECT_TRUE(has(refusal(of, tools::bad_input), std::string("a scanner's file, with ") +
+                                                               parameters + ", which is not"));
+        EXPECT_EQ(opened(fid, "float32", "", 25)->format, "float32") << "as the option says";
+    }
+}
+
+TEST_F(a_file, taken_for_plain_points_by_nothing_but_its_ending_is_a_guess) {
+    const std::string bytes(64, '\0');
+    const auto guesses = [&](const std::string &file, const std::string &format = "") {
+        std::string items;
+        const auto source = opened(file, format, "", 8);
+        for (const auto &each : source->guesses) items += each.item;
+        return items;
+    };
+    EXPECT_EQ(guesses(file("a.dump", bytes)), "format");
+    EXPECT_EQ(guesses(file("b.dump", bytes), "float32"), "");
+    EXPECT_EQ(guesses(file("a.F32", bytes)), "");
+    file("c.json", R"({"dwell_time_s": 1e-3})");
+    EXPECT_EQ(guesses(file("c.dump", bytes)), "");
+}
+
 TEST_F(a_file, that_is_not_there_or_empty_is_said) {
     for (const std::string name : {"none.f32", "none.txt", "none.raw", "none.nii", "none.dat"})
         EXPECT_TRUE(has(refusal(place_.file(name), tools::bad_input), name)) << name;
@@ -139,12 +176,16 @@ TEST_F(a_file, has_from_the_json_only_what_it_does_not_state) {
 TEST_F(a_file, that_was_imported_is_no_fid) {
     const std::string spectrum = file("a.bin", std::string(64, '\0'));
     const auto says = [&](const std::string &content) {
-        file("a.json", "{\"content\": \"" + content + "\", \"dwell_time_s\": 1e-3}");
+        file("a.json",
+             "{\"signal\": \"a.bin\", \"content\": \"" + content + "\", \"dwell_time_s\": 1e-3}");
     };
     says("centred spectrum, complex, little-endian float32; carrier at point n/2");
     EXPECT_TRUE(has(refusal(spectrum, tools::bad_input), "a.bin: a centred spectrum, says "));
     says("binary patterns: spectra, conjugated and reversed");
     EXPECT_TRUE(has(refusal(spectrum, tools::bad_input), "a.bin: patterns, says "));
+    // an FID in whose folder its spectrum lies, with the sidecar of that one
+    says("centred spectrum, complex, little-endian float32; carrier at point n/2");
+    EXPECT_EQ(opened(file("a.fid.f32", std::string(64, '\0')))->facts.dwell_time, 1e-3);
     says("FIDs of a phantom");
     EXPECT_EQ(opened(spectrum)->spectra(), 1);
 }
