@@ -21,7 +21,9 @@
 static constexpr double keep_improvement = 0.001;   // above: the last jump is tested by parts
 static constexpr double small_improvement = 0.0005; // below: the search narrows
 static constexpr double coefficient_range = 2.0;    // of a lineshape coefficient, either side
-static constexpr int max_draws = 10000;             // for one value inside its range
+// For one value inside its range. A centre outside, where the blind samples may leave one, needs
+// 130000 in the mean at the worst: one u1 of 2^15 gives the longest step, and its sign has to fit.
+static constexpr int max_draws = 10'000'000;
 
 static std::uint32_t generator_state = 0;
 
@@ -165,27 +167,55 @@ static void InitRandomSearch(random_search &search) {
     std::fflush(stdout);
 }
 
+// The steps around a centre, up or down by the width of the range times exp(|2 u1| s).
+struct narrowed_steps {
+    double lo, hi, centre, width, s;
+
+    narrowed_steps(const search_range &range, double centre_of_steps, double minus_k_squared)
+        : lo(range.lo), hi(range.hi), centre(centre_of_steps), width(hi - lo), s(minus_k_squared) {}
+
+    double end(double sign, double exponent) const {
+        return centre + sign * width * kernel::exp(exponent);
+    }
+    bool is_inside(double x) const { return lo < x && x < hi; }
+
+    // Whether any step ends inside. From outside it is the longest one, from an end of the range
+    // the one next to it (of 2 u1, which has 2^13 values to 1), from within the shortest.
+    bool can_end_inside() const {
+        for (const double way : {0.0, 0x1p-13, 3.0})
+            for (const double sign : {-1.0, 1.0})
+                if (is_inside(end(sign, way * s))) return true;
+        return false;
+    }
+    // Steps with a smaller exponent do not reach the range from outside; with room for rounding.
+    double least_exponent() const {
+        const double outside = centre >= hi ? centre - hi : lo - centre;
+        return outside > 0.0 ? kernel::log(outside / width) - 1e-6 : 3.0 * s;
+    }
+};
+
 // A value around the best one of parameter i, strictly inside its range. Where there is none, the
 // best one stays, and that is said once a search.
 static double narrowed_sample(const random_search &search, double s, int i) {
     const search_range &range = search.range[i];
-    const double centre = search.par_min[i];
-    const int draws = range.lo < range.hi ? max_draws : 0;
+    const narrowed_steps steps(range, search.par_min[i], s);
+    const int draws = steps.can_end_inside() ? max_draws : 0;
+    const double least_exponent = draws > 0 ? steps.least_exponent() : 0.0;
     for (int draw = 0; draw < draws; ++draw) {
         const double u1 = deviate();
         const double u2 = deviate();
-        const double sign = u2 == 0.0 ? 1.0 : u2 / std::fabs(u2);
-        const double x =
-            centre + sign * (range.hi - range.lo) * kernel::exp(std::fabs(2.0 * u1) * s);
-        if (range.lo < x && x < range.hi) return x;
+        const double exponent = std::fabs(2.0 * u1) * s;
+        if (exponent < least_exponent) continue;
+        const double x = steps.end(u2 == 0.0 ? 1.0 : u2 / std::fabs(u2), exponent);
+        if (steps.is_inside(x)) return x;
     }
     if (search.reported[i] == 0) {
         std::printf("parameter %d : no value inside its search range %e to %e was found, "
                     "old value %e kept\n",
-                    i, range.lo, range.hi, centre);
+                    i, range.lo, range.hi, steps.centre);
         search.reported[i] = 1;
     }
-    return centre;
+    return steps.centre;
 }
 
 static void RandomPar(random_search &search, int k) {

@@ -163,6 +163,40 @@ TEST(ran_minimize, empty_range_keeps_the_value_and_says_so_once) {
     EXPECT_EQ(said.find(text, at + 1), std::string::npos);
 }
 
+// The blind samples find a frequency nearly a width above its range, where no later sample goes:
+// each of those is drawn until it lies inside, one in 30000 draws at level 20.
+TEST(ran_minimize, samples_around_a_value_outside_its_range_are_drawn_until_one_is_inside) {
+    make_search();
+    amp_fit = width_fit = phase_fit = voigt_fit = 0;
+    for (int k = 0; k < 2; ++k) {
+        const double truth = par_copy[5 * k + 1];
+        fixpar[5 * k + 1].min = truth - 3.8;
+        fixpar[5 * k + 1].max = truth - 1.8;
+        par[5 * k + 1] = truth - 2.0;
+    }
+    const double truth = par_copy[1];
+    const std::string said = support::stdout_of([] { search(60, 20); });
+    EXPECT_GT(par[1], fixpar[1].max);
+    EXPECT_NEAR(par[1], truth, 0.2);
+    EXPECT_NE(said.find("k-value  20  "), std::string::npos);
+    EXPECT_EQ(said.find("no value inside"), std::string::npos);
+}
+
+// From an end of its range the first levels find values; from about 530 on all steps but the
+// longest, which ends at the other end, are lost in rounding.
+TEST(ran_minimize, value_at_an_end_of_its_range_is_kept_where_steps_are_lost_in_rounding) {
+    make_search();
+    amp_fit = width_fit = phase_fit = voigt_fit = 0;
+    fixpar[1].min = par[1];
+    fixpar[1].max = par[1] + 64.0;
+    fixpar[6].fixed_to = 2;
+    for (int i = 0; i < ap; ++i) wre[i] = wim[i] = 0.0; // level: nothing improves
+    const std::string few = support::stdout_of([] { search(2, 20); });
+    EXPECT_EQ(few.find("no value inside"), std::string::npos);
+    const std::string many = support::stdout_of([] { search(2, 1000); });
+    EXPECT_NE(many.find("no value inside"), std::string::npos);
+}
+
 TEST(ran_minimize, perfect_start_counts_as_no_improvement_and_ends) {
     make_search();
     chi_square_of(par);
