@@ -74,6 +74,7 @@ struct batch_plan {
     long long keep = 0; // fits kept for pictures: the worst so many; all when it is `spectra`
 
     std::string file(const std::string &name) const { return folder + "/" + name; }
+    bool has_amounts() const { return head.contains("water"); } // by a water reference
 };
 
 // Reads head and start file, and finds out whether they and all other files of the plan are what

@@ -2,7 +2,6 @@
 // batch_table.cpp -- records of fits as rows of tables, and as values of maps
 #include "files/batch/batch_table.h"
 
-#include "files/base/not_known.h"
 #include "files/batch/plan_head.h"
 #include "files/results/judge_run.h"
 #include "files/results/number_text.h"
@@ -12,22 +11,36 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <set>
+#include <string_view>
 
 namespace tools {
 
-const char *map_name(map_quantity quantity) {
-    static const char *const names[] = {"area",         "area_error_1sd", "area_error_percent_1sd",
-                                        "frequency",    "shift",          "gauss_fwhm",
-                                        "lorentz_fwhm", "phase",          "quality",
-                                        "noise_sd",     "iterations"};
-    return names[static_cast<int>(quantity)];
-}
+#define OF_ENTRY(expression) [](const fit_record &, const fitted_entry &e) { return expression; }
+#define OF_FIT(expression)                                                                         \
+    [](const fit_record &r, const fitted_entry &) { return static_cast<double>(expression); }
 
-const char *map_unit(map_quantity quantity) {
-    static const char *const units[] = {"[signal]", "[signal]",  "[%]", "[Hz]",     "[ppm]", "[Hz]",
-                                        "[Hz]",     "[degrees]", "[1]", "[signal]", "[1]"};
-    return units[static_cast<int>(quantity)];
+// Those of an entry first.
+static constexpr map_quantity maps[] = {
+    {"area", "[signal]", OF_ENTRY(e.area.value)},
+    {"area_error_1sd", "[signal]", OF_ENTRY(e.area.error_1sd())},
+    {"area_error_percent_1sd", "[%]", OF_ENTRY(e.area.percent_1sd())},
+    {"frequency", "[Hz]", OF_ENTRY(e.frequency.value)},
+    {"shift", "[ppm]", OF_ENTRY(e.ppm)},
+    {"gauss_fwhm", "[Hz]", OF_ENTRY(e.gauss_width.value)},
+    {"lorentz_fwhm", "[Hz]", OF_ENTRY(e.lorentz_width.value)},
+    {"phase", "[degrees]", OF_ENTRY(e.phase.value)},
+    {"quality", "[1]", OF_FIT(r.figures[0])},
+    {"noise_sd", "[signal]", OF_FIT(r.figures[1])},
+    {"iterations", "[1]", OF_FIT(r.iterations)}};
+static constexpr std::size_t maps_of_entry = 8;
+
+#undef OF_ENTRY
+#undef OF_FIT
+
+std::span<const map_quantity> every_map() {
+    return maps;
 }
 
 static std::vector<std::string> texts_of(const ordered_json &list) {
@@ -84,8 +97,8 @@ batch_table::batch_table(const batch_plan &plan) : plan_(plan) {
         for (std::size_t q = 0; q < row.link.size(); ++q) row.link[q] = entry.parameters[q].link;
         start_areas_.push_back(entry.parameters[area_of].value);
     }
-    shape_ = table_shape_of(plan);
-    for (const std::string &header : {results_header(), quality_header()}) {
+    const table_shape shape = table_shape_of(plan);
+    for (const std::string &header : {results_header(shape), quality_header(shape)}) {
         std::set<std::string> columns;
         for (const std::string &column : split(header.substr(0, header.find('\n')), '\t'))
             if (!columns.insert(column).second)
@@ -197,46 +210,19 @@ batch_rows batch_table::rows_of(const planned_spectrum &spectrum, const fit_reco
 
 std::vector<map_quantity> batch_table::entry_maps(std::size_t entry) const {
     const int type = plan_.start.entries[entry].type;
-    std::vector<map_quantity> maps = {map_quantity::area, map_quantity::area_error,
-                                      map_quantity::area_percent, map_quantity::frequency};
-    if (plan_.scale.mhz && plan_.scale.ppm_at_carrier) maps.push_back(map_quantity::frequency_ppm);
-    if (is_used(gauss_of, type)) maps.push_back(map_quantity::gauss_width);
-    if (is_used(lorentz_of, type)) maps.push_back(map_quantity::lorentz_width);
-    maps.push_back(map_quantity::phase);
-    return maps;
+    std::vector<map_quantity> own;
+    for (const map_quantity &each : every_map().first(maps_of_entry)) {
+        const std::string_view name = each.name;
+        if ((name != "shift" || plan_.scale.knows_ppm()) &&
+            (name != "gauss_fwhm" || is_used(gauss_of, type)) &&
+            (name != "lorentz_fwhm" || is_used(lorentz_of, type)))
+            own.push_back(each);
+    }
+    return own;
 }
 
 std::vector<map_quantity> batch_table::fit_maps() const {
-    return {map_quantity::quality, map_quantity::noise, map_quantity::iterations};
-}
-
-double batch_table::value_of(map_quantity quantity, const fit_record &record,
-                             const fitted_entry &entry) {
-    switch (quantity) {
-    case map_quantity::area:
-        return entry.area.value;
-    case map_quantity::area_error:
-        return entry.area.error_1sd();
-    case map_quantity::area_percent:
-        return entry.area.percent_1sd();
-    case map_quantity::frequency:
-        return entry.frequency.value;
-    case map_quantity::frequency_ppm:
-        return entry.ppm;
-    case map_quantity::gauss_width:
-        return entry.gauss_width.value;
-    case map_quantity::lorentz_width:
-        return entry.lorentz_width.value;
-    case map_quantity::phase:
-        return entry.phase.value;
-    case map_quantity::quality:
-        return record.figures[0];
-    case map_quantity::noise:
-        return record.figures[1];
-    case map_quantity::iterations:
-        return record.iterations;
-    }
-    return not_known;
+    return {std::begin(maps) + maps_of_entry, std::end(maps)};
 }
 
 } // namespace tools

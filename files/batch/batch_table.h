@@ -11,31 +11,19 @@
 #include "files/results/fitted_entries.h"
 #include "files/results/results_table.h"
 
+#include <span>
 #include <string>
 #include <vector>
 
 namespace tools {
 
-enum class map_quantity {
-    area,
-    area_error,
-    area_percent,
-    frequency,
-    frequency_ppm,
-    gauss_width,
-    lorentz_width,
-    phase,
-    quality,
-    noise,
-    iterations
+// What a map of a batch shows: of an entry in shown units, or of the fit as a whole.
+struct map_quantity {
+    const char *name, *unit;
+    // Not a number where there is none. entry: one of entries_of.
+    double (*value)(const fit_record &record, const fitted_entry &entry);
 };
-static constexpr map_quantity every_map[] = {
-    map_quantity::area,          map_quantity::area_error,    map_quantity::area_percent,
-    map_quantity::frequency,     map_quantity::frequency_ppm, map_quantity::gauss_width,
-    map_quantity::lorentz_width, map_quantity::phase,         map_quantity::quality,
-    map_quantity::noise,         map_quantity::iterations};
-const char *map_name(map_quantity quantity);
-const char *map_unit(map_quantity quantity);
+std::span<const map_quantity> every_map();
 
 // Of results.tsv, one for each entry, and of quality.tsv, with what they say.
 struct batch_rows {
@@ -50,10 +38,6 @@ std::vector<std::string> places_of(const batch_plan &plan, const planned_spectru
 class batch_table {
   public:
     explicit batch_table(const batch_plan &plan);
-    std::string results_header() const { return tools::results_header(shape_); }
-    std::string quality_header() const { return tools::quality_header(shape_); }
-    std::string results_dictionary() const { return tools::results_dictionary(shape_); }
-    std::string quality_dictionary() const { return tools::quality_dictionary(shape_); }
     batch_rows rows_of(const planned_spectrum &spectrum, const fit_record &record) const;
 
     // As a single fit of the spectrum has it, without its signals.
@@ -63,9 +47,6 @@ class batch_table {
     std::vector<map_quantity> fit_maps() const;
     // In shown units, without names and heights.
     std::vector<fitted_entry> entries_of(const fit_record &record) const;
-    // Not a number where there is none. entry: one of entries_of, for a quantity of an entry.
-    static double value_of(map_quantity quantity, const fit_record &record,
-                           const fitted_entry &entry);
 
   private:
     std::vector<fitted_entry> entries_of(const fit_record &record, std::vector<bool> &turned) const;
@@ -73,7 +54,6 @@ class batch_table {
     run_result common_; // what holds for all fits
     std::vector<linked_entry> rows_;
     std::vector<double> start_areas_;
-    table_shape shape_;
 };
 
 } // namespace tools

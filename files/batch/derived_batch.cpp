@@ -14,7 +14,7 @@ namespace tools {
 std::vector<std::string> expressions_of(const batch_plan &plan,
                                         const std::vector<expression_list> &lists) {
     const std::string manifest = plan.file("manifest.json");
-    if (has_amounts(plan))
+    if (plan.has_amounts())
         for (const auto &each : plan.head.at("water").at("amounts"))
             check_derived_area(plan.entry_names, plan.folder,
                                each.at("name").get<std::string>() + "=" +
@@ -37,10 +37,6 @@ std::vector<std::string> expressions_of(const batch_plan &plan,
     return all;
 }
 
-bool has_amounts(const batch_plan &plan) {
-    return plan.head.contains("water");
-}
-
 std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_lines &lines,
                                          all_parts &parts,
                                          const std::vector<std::string> &expressions) {
@@ -49,7 +45,7 @@ std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_line
     for (const std::string &text : expressions)
         columns.push_back({derived_name(text), derived_expression(text), "", none, none});
     const std::vector<water_area> water = read_water_areas(plan);
-    if (has_amounts(plan))
+    if (plan.has_amounts())
         for (const auto &each : plan.head.at("water").at("amounts"))
             columns.push_back({each.at("name").get<std::string>(),
                                each.at("expression").get<std::string>() + by_water,
@@ -94,10 +90,6 @@ std::string derived_table(const batch_plan &plan, const plan_lines &lines,
         }
     }
     return text;
-}
-
-std::string derived_table_dictionary(const batch_plan &plan) {
-    return derived_dictionary(table_shape_of(plan));
 }
 
 } // namespace tools

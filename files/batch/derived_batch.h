@@ -35,12 +35,8 @@ std::vector<derived_column> derive_batch(const batch_plan &plan, const plan_line
                                          all_parts &parts,
                                          const std::vector<std::string> &expressions);
 
-// Whether a plan has amounts by water.
-bool has_amounts(const batch_plan &plan);
-
-// derived.tsv and the JSON that describes it: a row for each expression of each spectrum.
+// derived.tsv: a row for each expression of each spectrum.
 std::string derived_table(const batch_plan &plan, const plan_lines &lines,
                           const std::vector<derived_column> &columns);
-std::string derived_table_dictionary(const batch_plan &plan);
 
 } // namespace tools

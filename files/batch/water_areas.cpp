@@ -17,7 +17,7 @@ void write_water_areas(const std::string &file, const std::vector<water_area> &a
 }
 
 std::vector<water_area> read_water_areas(const batch_plan &plan) {
-    if (!plan.head.contains("water")) return {};
+    if (!plan.has_amounts()) return {};
     const std::string file = plan.file("water.f64");
     const auto size = static_cast<std::size_t>(plan.spectra) * sizeof(water_area);
     std::error_code error;

@@ -34,8 +34,8 @@ static void fill_tables(const batch_plan &plan, const plan_lines &lines, all_par
     const batch_table table(plan);
     std::map<finding_kind, long long> found;
     long long fitted = 0;
-    results.add(table.results_header());
-    quality.add(table.quality_header());
+    results.add(results_header(table_shape_of(plan)));
+    quality.add(quality_header(table_shape_of(plan)));
     for (long long number = 0; number < plan.spectra; ++number) {
         const long long line = line_of_number[static_cast<std::size_t>(number)];
         const planned_spectrum spectrum = lines.read(line);
@@ -83,8 +83,8 @@ std::vector<std::string> map_files_of(const std::vector<std::string> &entry_name
     std::vector<std::string> stems = stems_of(entry_names), files;
     stems.emplace_back("fit");
     for (const std::string &stem : stems)
-        for (const map_quantity each : every_map)
-            files.push_back(stem + "_" + map_name(each) + ".nii.gz");
+        for (const map_quantity &each : every_map())
+            files.push_back(stem + "_" + each.name + ".nii.gz");
     return files;
 }
 
@@ -139,7 +139,7 @@ static void write_derived(const batch_plan &plan, const plan_lines &lines, all_p
                           std::vector<std::string> &names) {
     const std::vector<derived_column> columns = derive_batch(plan, lines, parts, expressions);
     write_files({{plan.file("derived.tsv"), derived_table(plan, lines, columns)},
-                 {plan.file("derived.json"), derived_table_dictionary(plan)}},
+                 {plan.file("derived.json"), derived_dictionary(table_shape_of(plan))}},
                 {}, true);
     if (!plan.grid) return;
     make_map_folder(plan);
@@ -184,12 +184,12 @@ static void write_maps(const batch_plan &plan, const plan_lines &lines, all_part
             if (record.state != fit_state::fitted) continue;
             const fitted_entry own = table.entries_of(record)[entry];
             for (std::size_t m = 0; m < group.size(); ++m)
-                maps[m][shape.place_of(spectrum)] = batch_table::value_of(group[m], record, own);
+                maps[m][shape.place_of(spectrum)] = group[m].value(record, own);
         }
         for (std::size_t m = 0; m < group.size(); ++m) {
-            const std::string name = plan.file("maps/") + stem + map_name(group[m]) + ".nii.gz";
+            const std::string name = plan.file("maps/") + stem + group[m].name + ".nii.gz";
             write_map(name, plan.file("voxels.nii"), shape.sizes, maps[m],
-                      title + std::string(map_name(group[m])) + " " + map_unit(group[m]));
+                      title + group[m].name + " " + group[m].unit);
             names.push_back(name);
         }
     };
@@ -265,7 +265,7 @@ int merge_batch(const merge_options &options) {
         names.push_back(plan.file("pictures.f32"));
         names.push_back(plan.file("pictures.tsv"));
     }
-    if (!expressions.empty() || has_amounts(plan))
+    if (!expressions.empty() || plan.has_amounts())
         names.insert(names.end(), {plan.file("derived.tsv"), plan.file("derived.json")});
     const output_batch check({}, options.force);
     for (const std::string &name : names) check.refuse_overwriting(name);
@@ -279,14 +279,14 @@ int merge_batch(const merge_options &options) {
     // results.tsv says that all is there and of one merge: the first to go and the last to come
     std::error_code error;
     fs::remove(plan.file("results.tsv"), error);
-    const batch_table table(plan);
-    write_files({{plan.file("results.json"), table.results_dictionary()},
-                 {plan.file("quality.json"), table.quality_dictionary()}},
+    const table_shape shape = table_shape_of(plan);
+    write_files({{plan.file("results.json"), results_dictionary(shape)},
+                 {plan.file("quality.json"), quality_dictionary(shape)}},
                 {}, true);
     std::vector<std::string> maps; // there may be hundreds: their folder is named, not each
     if (plan.grid) write_maps(plan, lines, parts, maps);
     if (options.force) remove_derived(plan);
-    if (!expressions.empty() || has_amounts(plan))
+    if (!expressions.empty() || plan.has_amounts())
         write_derived(plan, lines, parts, expressions, maps);
     if (plan.keep > 0) write_curves(plan, lines, parts.shards());
     quality.finish();

@@ -127,7 +127,7 @@ static void derive_more(tools::batch_view &batch, const report_options &options,
     const std::string names[] = {(fs::path(output) / "derived.tsv").string(),
                                  (fs::path(output) / "derived.json").string()};
     tools::write_files({{names[0], tools::derived_table(plan, lines, columns)},
-                        {names[1], tools::derived_table_dictionary(plan)}},
+                        {names[1], tools::derived_dictionary(tools::table_shape_of(plan))}},
                        {}, options.force);
     written.insert(written.end(), std::begin(names), std::end(names));
 }
