@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cerrno>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -28,6 +29,18 @@ class file_descriptor {
 
     bool is_open() const { return number_ >= 0; }
     int number() const { return number_; }
+    // As many bytes as there is room for, from this place on, however often the system is
+    // interrupted. false when the file ends before, or cannot be read.
+    bool read_at(std::span<char> bytes, long long at) const {
+        while (!bytes.empty()) {
+            const ssize_t count = ::pread(number_, bytes.data(), bytes.size(), at);
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) return false;
+            bytes = bytes.subspan(static_cast<std::size_t>(count));
+            at += count;
+        }
+        return true;
+    }
     // The caller's from now on.
     int release() { return std::exchange(number_, -1); }
     // false, and errno says why, when the system could not keep all that was written.

@@ -27,6 +27,15 @@ static const char *kind_of(fs::file_type type) {
     }
 }
 
+bool is_file(const std::string &file) {
+    std::error_code error;
+    return fs::is_regular_file(file, error);
+}
+
+std::string in_folder(const std::string &folder, const std::string &file) {
+    return (fs::path(folder) / file).string();
+}
+
 void refuse_no_file(const std::string &file) {
     if (file.starts_with("/dev/") || file.starts_with("/proc/")) return;
     std::error_code error;

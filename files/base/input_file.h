@@ -15,6 +15,10 @@ namespace tools {
 inline constexpr std::size_t largest_text_file = std::size_t{1} << 28;
 inline constexpr std::size_t longest_input_line = std::size_t{1} << 24;
 
+// Whether a file is there, links followed, that is no folder, pipe or device.
+bool is_file(const std::string &file);
+std::string in_folder(const std::string &folder, const std::string &file);
+
 // Errors: bad_input when the name leads to a pipe, a socket or a device. What the shell hands over
 // as a file, below /dev/ or /proc/, is taken as it is; so is what is not there.
 void refuse_no_file(const std::string &file);

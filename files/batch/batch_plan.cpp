@@ -17,7 +17,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace tools {
 
@@ -141,18 +140,6 @@ manifest_file::manifest_file(const std::string &name)
 
 bool manifest_file::lock_alone() {
     return flock(file_.number(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
-}
-
-bool manifest_file::read(char *bytes, std::size_t count, long long at) const {
-    while (count > 0) {
-        const ssize_t got = pread(file_.number(), bytes, count, at);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        bytes += got;
-        count -= static_cast<std::size_t>(got);
-        at += got;
-    }
-    return true;
 }
 
 long long manifest_file::size() const {

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,7 @@ class manifest_file {
     // Waits for nothing. false when somebody works with the plan.
     bool lock_alone();
     // false when the file ends before.
-    bool read(char *bytes, std::size_t count, long long at) const;
+    bool read(std::span<char> bytes, long long at) const { return file_.read_at(bytes, at); }
     long long size() const;
     const std::string &name() const { return name_; }
 

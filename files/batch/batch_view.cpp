@@ -26,8 +26,7 @@ namespace tools {
 namespace fs = std::filesystem;
 
 bool is_batch(const std::string &folder) {
-    std::error_code error;
-    return fs::is_regular_file(fs::path(folder) / "manifest.json", error);
+    return is_file(in_folder(folder, "manifest.json"));
 }
 
 batch_view::batch_view(const std::string &run_folder) : folder(run_folder) {
@@ -42,8 +41,8 @@ batch_view::batch_view(const std::string &run_folder) : folder(run_folder) {
     const std::string from = fs::is_directory(patterns, error) && !fs::is_empty(patterns, error)
                                  ? patterns.string()
                                  : folder;
-    const std::string control = fs::absolute(fs::path(folder) / "start.par").string();
-    if (fs::is_regular_file(control, error)) start = rebuild_model(from, control, {});
+    const std::string control = fs::absolute(in_folder(folder, "start.par")).string();
+    if (is_file(control)) start = rebuild_model(from, control, {});
 }
 
 void batch_view::read_manifest() {
@@ -61,8 +60,7 @@ void batch_view::read_manifest() {
         for (const ordered_json &guess : plan.head["guessed"])
             if (guess.is_string()) guesses.push_back(guess.get<std::string>());
     const std::string file = plan.file("sidecar.json");
-    std::error_code error;
-    if (fs::is_regular_file(file, error)) {
+    if (is_file(file)) {
         const metadata sidecar(file);
         repetition_time = sidecar.positive_number("repetition_time_s");
         for (std::string &note : notes_of_sidecar(sidecar)) notes.push_back(std::move(note));
@@ -89,8 +87,7 @@ void batch_view::read_manifest() {
 static std::map<std::string, std::string> units_of(const std::string &table) {
     std::map<std::string, std::string> units;
     const std::string file = fs::path(table).replace_extension(".json").string();
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) return units;
+    if (!is_file(file)) return units;
     const ordered_json all = json_of_file(file);
     if (!all.is_object()) return units;
     for (const auto &[name, about] : all.items())
@@ -122,7 +119,7 @@ std::size_t batch_view::spectrum_of(const table_reader &table, std::size_t colum
 }
 
 void batch_view::read_quality() {
-    const std::string file = (fs::path(folder) / "quality.tsv").string();
+    const std::string file = in_folder(folder, "quality.tsv");
     table_reader table(file);
     const std::size_t name = table.column("spectrum"), status = table.column("status");
     const std::size_t reason = table.column("reason"), quality = table.column("fit_quality");
@@ -165,9 +162,8 @@ void batch_view::read_quality() {
 
 // A row for each derived value of each spectrum.
 void batch_view::read_derived() {
-    const std::string file = (fs::path(folder) / "derived.tsv").string();
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) return;
+    const std::string file = in_folder(folder, "derived.tsv");
+    if (!is_file(file)) return;
     table_reader table(file);
     const std::size_t spectrum = table.column("spectrum"), name = table.column("name");
     const std::size_t value = table.column("value"), sd = table.column("error_1sd");
@@ -192,7 +188,7 @@ void batch_view::read_derived() {
 }
 
 void batch_view::read_results() {
-    const std::string file = (fs::path(folder) / "results.tsv").string();
+    const std::string file = in_folder(folder, "results.tsv");
     table_reader table(file);
     static const char *const names[batch_quantities] = {"area",
                                                         "area_error_1sd",
@@ -232,9 +228,8 @@ void batch_view::read_results() {
 }
 
 void batch_view::find_curves() {
-    const std::string file = (fs::path(folder) / "pictures.tsv").string();
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) return; // no fits were kept
+    const std::string file = in_folder(folder, "pictures.tsv");
+    if (!is_file(file)) return; // no fits were kept
     table_reader table(file);
     const std::size_t row = table.column("row"), number = table.column("number");
     const bool has_digests = table.has("sha256"); // merges of before wrote none
@@ -272,7 +267,7 @@ static std::optional<std::string> bytes_of(const std::string &file, long long pl
 }
 
 complex_signal batch_view::data_of(std::size_t spectrum) const {
-    const std::string file = (fs::path(folder) / "spectra.f32").string();
+    const std::string file = in_folder(folder, "spectra.f32");
     const auto bytes = bytes_of(file, static_cast<long long>(spectrum), points);
     if (!bytes || sha256_of(*bytes) != spectra[spectrum].sha256)
         refuse_input(file, spectra[spectrum].name +
@@ -285,7 +280,7 @@ std::optional<complex_signal> batch_view::fit_of(std::size_t spectrum) const {
     const auto found = curves_.find(spectrum);
     if (found == curves_.end()) return std::nullopt;
     const auto &[place, digest] = found->second;
-    const std::string file = (fs::path(folder) / "pictures.f32").string();
+    const std::string file = in_folder(folder, "pictures.f32");
     const auto bytes = bytes_of(file, place, points);
     if (!bytes) return std::nullopt;
     if (!digest.empty() && sha256_of(*bytes) != digest)

@@ -12,7 +12,6 @@
 #include <tuple>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace tools {
 
@@ -101,9 +100,8 @@ part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)
     : plan_(plan), shard_(shard),
       file_(open((shard.stem + ".part").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)),
       bytes_(record_size(plan.records), '\0') {
-    char head[shard_head_size];
-    if (pread(file_.number(), head, shard_head_size, 0) != static_cast<ssize_t>(shard_head_size) ||
-        std::string(head, shard_head_size) != plan.id)
+    std::string head(shard_head_size, '\0');
+    if (!file_.read_at(head, 0) || head != plan.id)
         throw tool_error(bad_input, shard.stem +
                                         ".part: missing or of another plan, though its "
                                         "marker is there; remove " +
@@ -114,12 +112,10 @@ const fit_record &part_reader::read(long long line) {
     const long long place = line - shard_.first;
     if (line < shard_.first || line >= shard_.stop)
         throw tool_error(bad_input, shard_.stem + ".part: has no line " + std::to_string(line));
-    const off_t at = static_cast<off_t>(shard_head_size) +
-                     static_cast<off_t>(place) * static_cast<off_t>(bytes_.size());
-    if (pread(file_.number(), bytes_.data(), bytes_.size(), at) !=
-            static_cast<ssize_t>(bytes_.size()) ||
-        !read_record(bytes_.data(), plan_.records, record_) || record_.line != line ||
-        record_.state == fit_state::withdrawn)
+    const long long at =
+        static_cast<long long>(shard_head_size) + place * static_cast<long long>(bytes_.size());
+    if (!file_.read_at(bytes_, at) || !read_record(bytes_.data(), plan_.records, record_) ||
+        record_.line != line || record_.state == fit_state::withdrawn)
         throw tool_error(bad_input, shard_.stem + ".part: damaged; remove " + shard_.stem +
                                         ".done and run the shard again");
     return record_;

@@ -30,7 +30,7 @@ std::string text_of_head(const manifest_file &file, long long &begin) {
         const std::size_t known = text.size();
         const std::size_t more = std::min<std::size_t>(1 << 16, size - known);
         text.resize(known + more);
-        if (!file.read(text.data() + known, more, static_cast<long long>(known))) break;
+        if (!file.read({text.data() + known, more}, static_cast<long long>(known))) break;
         const std::size_t at = text.find(mark, known < mark.size() ? 0 : known - mark.size());
         if (at == text.npos) continue;
         begin = static_cast<long long>(at + mark.size());

@@ -57,18 +57,16 @@ plan_lines::plan_lines(const batch_plan &plan) : plan_(plan) {
         refuse_manifest(name, "has another number of blocks than it says");
     if (hash.digits() != plan.list_sha256)
         refuse_manifest(name, "has a list of spectra that was changed");
-    if (char end[sizeof spectra_end] = "";
-        !plan.file_read->read(end, strlen(spectra_end),
-                              plan.list_begin + plan.spectra * plan.line_bytes) ||
-        std::strcmp(end, spectra_end) != 0)
+    std::string end(strlen(spectra_end), '\0');
+    if (!plan.file_read->read(end, plan.list_begin + plan.spectra * plan.line_bytes) ||
+        end != spectra_end)
         refuse_manifest(name, "does not end behind its list");
 }
 
 std::string plan_lines::text_of(long long line) const {
     std::string text(static_cast<std::size_t>(plan_.line_bytes), '\0');
     if (line < 0 || line >= plan_.spectra ||
-        !plan_.file_read->read(text.data(), text.size(),
-                               plan_.list_begin + line * plan_.line_bytes))
+        !plan_.file_read->read(text, plan_.list_begin + line * plan_.line_bytes))
         text.clear();
     return text;
 }

@@ -61,28 +61,23 @@ shard_journal::shard_journal(const batch_plan &plan, const std::string &stem, lo
       offset_(static_cast<std::size_t>(stop - first), -1) {
     const std::string name = stem + ".journal";
     file_ = open_own(name);
-    const std::size_t size = record_size(plan.records);
-    char head[shard_head_size];
-    const ssize_t got = pread(file_.number(), head, shard_head_size, 0);
-    if (got == static_cast<ssize_t>(shard_head_size) &&
-        std::string(head, shard_head_size) != plan.id) {
-        refuse_input(name, "belongs to another plan; remove it, or plan into a fresh folder");
-    }
-    if (got < static_cast<ssize_t>(shard_head_size)) {
+    std::string head(shard_head_size, '\0');
+    if (!file_.read_at(head, 0)) {
         if (ftruncate(file_.number(), 0) != 0) refuse_writing(name);
         append(file_, end_, plan.id, name);
-    } else {
+    } else if (head == plan.id) {
         end_ = shard_head_size;
+    } else {
+        refuse_input(name, "belongs to another plan; remove it, or plan into a fresh folder");
     }
-    std::string bytes(size, '\0');
+    std::string bytes(record_size(plan.records), '\0');
     fit_record record;
-    while (pread(file_.number(), bytes.data(), size, end_) == static_cast<ssize_t>(size) &&
-           read_record(bytes.data(), plan.records, record) && record.line >= first &&
-           record.line < stop) {
+    while (file_.read_at(bytes, end_) && read_record(bytes.data(), plan.records, record) &&
+           record.line >= first && record.line < stop) {
         const bool counts = record.state != fit_state::withdrawn;
         finished_ += static_cast<int>(counts) - static_cast<int>(has(record.line));
         offset_[at(record.line)] = counts ? end_ : -1;
-        end_ += static_cast<long long>(size);
+        end_ += static_cast<long long>(bytes.size());
     }
     if (ftruncate(file_.number(), end_) != 0) refuse_writing(name); // a torn end
     take_curves();
@@ -101,10 +96,7 @@ void shard_journal::take_curves() {
     std::string bytes(static_cast<std::size_t>(size), '\0');
     for (curves_end_ = 0; curves_end_ + size <= there; curves_end_ += size) {
         curve_head head{};
-        if (pread(curves_.number(), bytes.data(), bytes.size(), curves_end_) !=
-                static_cast<ssize_t>(bytes.size()) ||
-            !read_curve(plan_, bytes, head))
-            break;
+        if (!curves_.read_at(bytes, curves_end_) || !read_curve(plan_, bytes, head)) break;
         // a curve comes before its record: without one the fit is done again
         if (head.line < first_ || head.line >= stop_ || !has(head.line)) continue;
         last[head.line] = {head.quality, head.line, curves_end_};
@@ -118,11 +110,9 @@ void shard_journal::take_curves() {
 }
 
 fit_record shard_journal::read(long long line) const {
-    const std::size_t size = record_size(plan_.records);
-    std::string bytes(size, '\0');
+    std::string bytes(record_size(plan_.records), '\0');
     fit_record record;
-    if (pread(file_.number(), bytes.data(), size, offset_[at(line)]) !=
-            static_cast<ssize_t>(size) ||
+    if (!file_.read_at(bytes, offset_[at(line)]) ||
         !read_record(bytes.data(), plan_.records, record))
         throw tool_error(bad_input, stem_ + ".journal: was changed while this program works on it");
     return record;
@@ -163,11 +153,7 @@ void shard_journal::take_part(const finished_shard &done) {
     std::string bytes(static_cast<std::size_t>(curve_size(plan_)), '\0');
     curve_head head{};
     const auto next_curve = [&] {
-        if (!curves.is_open() ||
-            pread(curves.number(), bytes.data(), bytes.size(), next) !=
-                static_cast<ssize_t>(bytes.size()) ||
-            !read_curve(plan_, bytes, head))
-            head.line = -1;
+        if (!curves.read_at(bytes, next) || !read_curve(plan_, bytes, head)) head.line = -1;
         next += static_cast<long long>(bytes.size());
     };
     next_curve();
@@ -255,9 +241,8 @@ void shard_journal::finish() {
         std::string bytes(static_cast<std::size_t>(curve_size(plan_)), '\0');
         for (const kept_curve &curve : curves) {
             curve_head head{};
-            if (pread(curves_.number(), bytes.data(), bytes.size(), curve.offset) !=
-                    static_cast<ssize_t>(bytes.size()) ||
-                !read_curve(plan_, bytes, head) || head.line != curve.line)
+            if (!curves_.read_at(bytes, curve.offset) || !read_curve(plan_, bytes, head) ||
+                head.line != curve.line)
                 throw tool_error(bad_input, stem_ + ".fitted: was changed while this program works "
                                                     "on it");
             part.add(bytes);

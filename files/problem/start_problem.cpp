@@ -2,12 +2,11 @@
 // start_problem.cpp -- between start files and the problems of the engine
 #include "files/problem/start_problem.h"
 
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/start/pattern_file.h"
 
 #include "engine/noise_window.h"
-
-#include <filesystem>
 
 namespace tools {
 
@@ -108,9 +107,8 @@ std::vector<complex_signal> patterns_of(const start_file &start,
         if (entry.type != pattern_entry) continue;
         std::string found;
         for (const std::string &folder : folders) {
-            const std::string file = (std::filesystem::path(folder) / entry.pattern_file).string();
-            std::error_code error;
-            if (found.empty() && std::filesystem::is_regular_file(file, error)) found = file;
+            const std::string file = in_folder(folder, entry.pattern_file);
+            if (found.empty() && is_file(file)) found = file;
         }
         if (found.empty())
             throw tool_error(bad_input, "pattern file " + entry.pattern_file +

@@ -2,7 +2,6 @@
 // run_files.cpp -- names and lines of the files of a run, and the runs of a folder
 #include "files/results/run_files.h"
 
-#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
@@ -11,15 +10,6 @@
 namespace tools {
 
 namespace fs = std::filesystem;
-
-bool is_file(const std::string &file) {
-    std::error_code error;
-    return fs::is_regular_file(file, error);
-}
-
-std::string in_folder(const std::string &folder, const std::string &file) {
-    return (fs::path(folder) / file).string();
-}
 
 std::vector<std::string> split(const std::string &line, char at) {
     std::vector<std::string> parts;

@@ -2,13 +2,12 @@
 // run_files.h -- names and lines of the files of a run, and the runs of a folder
 #pragma once
 
+#include "files/base/input_file.h"
+
 #include <string>
 #include <vector>
 
 namespace tools {
-
-bool is_file(const std::string &file);
-std::string in_folder(const std::string &folder, const std::string &file);
 
 // Parts of a line between separators, one more than there are of these.
 std::vector<std::string> split(const std::string &line, char at);

@@ -3,6 +3,7 @@
 #include "files/start/make_start.h"
 
 #include "files/base/format_text.h"
+#include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/spectra/search_limits.h"
 #include "files/start/table_strategy.h"
@@ -16,7 +17,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 
 namespace tools {
 
@@ -54,9 +54,8 @@ bool start_maker::estimates() const {
 static std::string find_pattern(const peak_table &table, const table_row &row,
                                 const std::vector<std::string> &folders) {
     for (const std::string &folder : folders) {
-        const std::string file = (std::filesystem::path(folder) / row.pattern_file).string();
-        std::error_code error;
-        if (std::filesystem::is_regular_file(file, error)) return file;
+        const std::string file = in_folder(folder, row.pattern_file);
+        if (is_file(file)) return file;
     }
     std::string looked;
     for (const std::string &folder : folders) looked += (looked.empty() ? "" : ", ") + folder;
