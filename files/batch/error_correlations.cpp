@@ -13,8 +13,7 @@ std::vector<parameter_place> free_parameters(const start_file &start) {
     std::vector<parameter_place> places;
     for (std::size_t k = 0; k < start.entries.size(); ++k)
         for (int q = 0; q < quantities; ++q)
-            if (is_used(q, start.entries[k].type) &&
-                start.entries[k].parameters[static_cast<std::size_t>(q)].link == 0)
+            if (is_used(q, start.entries[k].type) && start.entries[k].of(q).link == 0)
                 places.push_back({k, q});
     return places;
 }
@@ -57,7 +56,7 @@ static tie tie_of(const start_file &start, const std::vector<parameter_place> &p
     const std::size_t begin = p.entry;
     // no chain is longer than there are entries: what goes round in a circle ends here
     for (std::size_t steps = 0; steps <= start.entries.size(); ++steps) {
-        const int link = start.entries[p.entry].parameters[static_cast<std::size_t>(p.of)].link;
+        const int link = start.entries[p.entry].of(p.of).link;
         if (link == 0) break;
         if (link < 1 || static_cast<std::size_t>(link) > start.entries.size() ||
             static_cast<std::size_t>(link) - 1 == p.entry)

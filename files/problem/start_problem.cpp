@@ -22,7 +22,7 @@ bool is_freed(const start_file &start, int group) {
 engine::parameter parameter_of(const start_file &start, std::size_t k, int q, bool freed,
                                bool windows) {
     const start_entry &entry = start.entries[k];
-    const start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
+    const start_parameter &own = entry.of(q);
     const double unit = points_of_unit(q, entry.type, start.hz_per_point);
     engine::parameter out;
     out.start = own.value * unit;
@@ -38,8 +38,7 @@ engine::parameter parameter_of(const start_file &start, std::size_t k, int q, bo
         out.source = own.link - 1;
         if (own.link < 0 || own.link > static_cast<int>(start.entries.size())) return out;
         const start_entry &other = start.entries[static_cast<std::size_t>(own.link - 1)];
-        const double theirs = other.parameters[static_cast<std::size_t>(q)].value *
-                              points_of_unit(q, other.type, start.hz_per_point);
+        const double theirs = other.of(q).value * points_of_unit(q, other.type, start.hz_per_point);
         if (q == area_of)
             out.factor = out.start / theirs;
         else
@@ -138,9 +137,8 @@ start_file with_values(const start_file &start,
         start_entry &entry = out.entries[k];
         for (int q = 0; q < quantities; ++q)
             if (is_used(q, entry.type))
-                entry.parameters[static_cast<std::size_t>(q)].value =
-                    values_in_points[k][static_cast<std::size_t>(quantity_of(q))] /
-                    points_of_unit(q, entry.type, start.hz_per_point);
+                entry.of(q).value = values_in_points[k][static_cast<std::size_t>(quantity_of(q))] /
+                                    points_of_unit(q, entry.type, start.hz_per_point);
     }
     for (std::size_t j = 0; j < lineshape.size() && 2 * j + 1 < out.lineshape.size(); ++j) {
         out.lineshape[2 * j] = lineshape[j].real();

@@ -32,9 +32,7 @@ class linked_values {
     origin resolve(std::size_t row, int q, start_parameter &own) const;
 
   private:
-    const table_cell &cell(std::size_t row, int q) const {
-        return table_.rows[row].cells[static_cast<std::size_t>(q)];
-    }
+    const table_cell &cell(std::size_t row, int q) const { return table_.rows[row].of(q); }
     std::size_t source_of(std::size_t row, int q) const;
     double in_file(std::size_t row, int q, double value, table_unit unit, bool is_offset) const;
     double place_in_file(std::size_t row) const;

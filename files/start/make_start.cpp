@@ -249,9 +249,7 @@ void start_maker::estimate(const complex_signal &spectrum, start_result &result)
     std::vector<estimated_entry> entries(n);
     for (std::size_t k = 0; k < n; ++k) {
         const origin &area = p.origins[k][area_of], &phase = p.origins[k][phase_of];
-        const auto value = [&](int q) {
-            return result.start.entries[k].parameters[static_cast<std::size_t>(q)].value;
-        };
+        const auto value = [&](int q) { return result.start.entries[k].of(q).value; };
         entries[k] = {area.entry,  area.factor,  !area.unknown,  value(area_of),
                       phase.entry, phase.offset, !phase.unknown, value(phase_of)};
     }
@@ -334,8 +332,7 @@ std::string start_result::left_out() const {
     std::string of;
     for (const start_entry &entry : start.entries)
         for (int q = 0; q < quantities; ++q)
-            if (entry.parameters[static_cast<std::size_t>(q)].window)
-                of += (of.empty() ? "" : ", ") + entry.name + " " + name_of(q);
+            if (entry.of(q).window) of += (of.empty() ? "" : ", ") + entry.name + " " + name_of(q);
     if (of.empty()) return of;
     return "windows that a start file has no place for: " + of +
            "; exact fits of the table itself hold them";

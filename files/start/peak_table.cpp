@@ -50,7 +50,7 @@ static void check_names(const peak_table &table) {
 static void check_widths(const peak_table &table) {
     for (const table_row &row : table.rows) {
         for (const int q : {gauss_of, lorentz_of}) {
-            const table_cell &cell = row.cells[static_cast<std::size_t>(q)];
+            const table_cell &cell = row.of(q);
             const bool used = is_used(q, row.type);
             const bool zero = cell.kind == cell_kind::number && cell.value == 0.0;
             if (used && cell.kind == cell_kind::unused && row.type != pattern_entry)
@@ -63,7 +63,7 @@ static void check_widths(const peak_table &table) {
                               " width; expected \"-\"");
         }
         for (const int q : {gauss_of, lorentz_of}) {
-            const table_cell &cell = row.cells[static_cast<std::size_t>(q)];
+            const table_cell &cell = row.of(q);
             if (row.type != pattern_entry && cell.kind == cell_kind::number && cell.value < 0.0)
                 refuse_at(table, cell.place,
                           row.name + ": a " + name_of(q) + " width of " +

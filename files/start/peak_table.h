@@ -42,6 +42,8 @@ struct table_row {
     std::string pattern_file;
     bool takes_lineshape = true; // in fit mode 3
     std::array<table_cell, quantities> cells;
+    table_cell &of(int q) { return cells[static_cast<std::size_t>(q)]; }
+    const table_cell &of(int q) const { return cells[static_cast<std::size_t>(q)]; }
     table_place place;
 };
 

@@ -131,8 +131,7 @@ static void read_strategy_step(word_reader &words, start_file &start) {
 static void read_starting_values(word_reader &words, start_file &start) {
     for (start_entry &entry : start.entries) {
         words.word();
-        for (int q = 0; q < quantities; ++q)
-            entry.parameters[static_cast<std::size_t>(q)].value = words.real(name_of(q));
+        for (int q = 0; q < quantities; ++q) entry.of(q).value = words.real(name_of(q));
     }
 }
 
@@ -226,7 +225,7 @@ static start_file read_keyword_format(word_reader &words, bool is_version_3) {
             if (type != entry.type)
                 words.refuse(std::to_string(type),
                              "the type of the lines above it, " + std::to_string(entry.type));
-            read_record(words, start, entry.parameters[static_cast<std::size_t>(q)]);
+            read_record(words, start, entry.of(q));
         }
     }
     words.expect("lsf_coefs");

@@ -34,11 +34,11 @@ static std::string shown_value(int q, const start_entry &entry, double value,
 
 static std::string state_of(int q, std::size_t k, const start_file &start, const table_axis &axis) {
     const start_entry &entry = start.entries[k];
-    const start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
+    const start_parameter &own = entry.of(q);
     if (own.link == static_cast<int>(k) + 1) return "fixed";
     if (own.link != 0) {
         const auto l = static_cast<std::size_t>(own.link - 1);
-        const double source = start.entries[l].parameters[static_cast<std::size_t>(q)].value;
+        const double source = start.entries[l].of(q).value;
         const std::string whom = "tied to " + name_or_number(start, l);
         if (q == area_of) return whom + format(", %.6g times its area", own.value / source);
         double apart = own.value - source;
@@ -64,7 +64,7 @@ static std::string state_of(int q, std::size_t k, const start_file &start, const
 
 // ", held from 10 to 20 Hz", or above or below an edge.
 static std::string window_text(int q, const start_entry &entry, double hz, const table_axis &axis) {
-    const auto &window = entry.parameters[static_cast<std::size_t>(q)].window;
+    const auto &window = entry.of(q).window;
     if (!window) return "";
     double low = window->first, high = window->second;
     const char *unit = q == phase_of ? " degrees" : "";
@@ -119,7 +119,7 @@ static std::string entry_text(const start_file &start, std::size_t k, const tabl
                        (entry.takes_lineshape == 1 ? ", takes the fitted lineshape" : "") + "\n";
     for (const int q : {area_of, frequency_of, gauss_of, lorentz_of, phase_of}) {
         if (!is_used(q, entry.type)) continue;
-        const start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
+        const start_parameter &own = entry.of(q);
         text += format("   %-10s ", name_of(q)) + shown_value(q, entry, own.value, start, axis) +
                 "; " + shown_state(q, k, start, axis) + "\n";
     }

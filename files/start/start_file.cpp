@@ -116,7 +116,7 @@ static void check_links(const start_file &start, const auto &refuse) {
     for (int k = 0; k < count; ++k) {
         const auto at = static_cast<std::size_t>(k);
         for (int q = 0; q < quantities; ++q) {
-            const start_parameter &own = start.entries[at].parameters[static_cast<std::size_t>(q)];
+            const start_parameter &own = start.entries[at].of(q);
             const std::string which = entry_label(start, at) + ", " + name_of(q) + ": ";
             if (!std::isfinite(own.value))
                 refuse(which + "no finite number; expected one within single precision");
@@ -125,7 +125,7 @@ static void check_links(const start_file &start, const auto &refuse) {
                 refuse(which + "tied to entry " + std::to_string(own.link) +
                        ", which does not exist");
             const start_entry &other = start.entries[static_cast<std::size_t>(own.link - 1)];
-            const start_parameter &source = other.parameters[static_cast<std::size_t>(q)];
+            const start_parameter &source = other.of(q);
             if (q == area_of && source.value == 0.0)
                 refuse(which + "tied to an area of 0, which gives no ratio; give that one a value");
             if (is_width(q) && other.type != start.entries[at].type)
@@ -192,8 +192,7 @@ void refuse_what_fails(const start_file &start, const std::string &source, fit_m
     if (start.ranges == 1 || start.ranges == 3)
         for (std::size_t k = 0; k < start.entries.size(); ++k)
             for (int q = 0; q < quantities; ++q) {
-                const start_parameter &own =
-                    start.entries[k].parameters[static_cast<std::size_t>(q)];
+                const start_parameter &own = start.entries[k].of(q);
                 if (own.link != 0 || !own.range) continue;
                 if (!(own.range->first <= own.value && own.value <= own.range->second))
                     refuse(entry_label(start, k) + ", " + name_of(q) +

@@ -45,6 +45,8 @@ struct start_entry {
     int takes_lineshape = 0;
     std::string pattern_file;
     std::array<start_parameter, quantities> parameters;
+    start_parameter &of(int q) { return parameters[static_cast<std::size_t>(q)]; }
+    const start_parameter &of(int q) const { return parameters[static_cast<std::size_t>(q)]; }
 };
 
 // Columns of a strategy line behind algorithm and truncation, those of the quantities first.

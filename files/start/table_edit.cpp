@@ -210,7 +210,7 @@ static double in_unit(const table_axis &axis, int quantity, bool is_pattern, dou
 std::string number_cell(const peak_table &table, std::size_t row, int quantity, double value,
                         const table_axis &axis, const std::string &before, cell_digits digits) {
     const table_row &own = table.rows.at(row);
-    const table_cell &cell = own.cells[static_cast<std::size_t>(quantity)];
+    const table_cell &cell = own.of(quantity);
     const bool is_number = cell.kind == cell_kind::number;
     table_unit unit = is_number ? cell.unit : table_unit::none;
     if (quantity == frequency_of && unit == table_unit::none)

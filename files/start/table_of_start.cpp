@@ -58,8 +58,8 @@ static std::string cell_value(int q, const start_entry &entry, double value,
 static std::string tied_text(int q, const start_entry &entry, const start_entry &source,
                              const std::string &name, const start_file &start,
                              const table_axis &axis) {
-    const double own = entry.parameters[static_cast<std::size_t>(q)].value;
-    const double of_source = source.parameters[static_cast<std::size_t>(q)].value;
+    const double own = entry.of(q).value;
+    const double of_source = source.of(q).value;
     if (q == area_of)
         return own == of_source
                    ? "=" + name
@@ -80,7 +80,7 @@ static std::string table_cell_text(int q, std::size_t k, const start_file &start
                                    const std::vector<std::string> &names, const table_axis &axis,
                                    std::vector<std::string> &lost) {
     const start_entry &entry = start.entries[k];
-    const start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
+    const start_parameter &own = entry.of(q);
     if (!is_used(q, entry.type)) {
         if (own.value != 0.0 || own.link == 0)
             lost.push_back(names[k] + ": the " + name_of(q) + " width " + single_digits(own.value) +

@@ -296,8 +296,7 @@ table_row read_row(const peak_table &table, const std::vector<table_column> &col
                       "value, \"-\" is for none)");
     table_row row;
     row.place = {line, cells.front().column};
-    for (const int q : {area_of, phase_of})
-        row.cells[static_cast<std::size_t>(q)].kind = cell_kind::estimate;
+    for (const int q : {area_of, phase_of}) row.of(q).kind = cell_kind::estimate;
     for (std::size_t c = 0; c < columns.size(); ++c) {
         const table_text_cell &raw = cells[c];
         switch (columns[c].what) {
@@ -324,13 +323,13 @@ table_row read_row(const peak_table &table, const std::vector<table_column> &col
             if (cell.kind == cell_kind::unused &&
                 (columns[c].quantity == area_of || columns[c].quantity == phase_of))
                 cell.kind = cell_kind::estimate;
-            row.cells[static_cast<std::size_t>(columns[c].quantity)] = cell;
+            row.of(columns[c].quantity) = cell;
             break;
         }
         }
     }
     for (int q = 0; q < quantities; ++q) { // places of absent columns, for messages
-        table_cell &cell = row.cells[static_cast<std::size_t>(q)];
+        table_cell &cell = row.of(q);
         if (cell.place.line == 0) cell.place = {line, 0};
     }
     return row;

@@ -209,7 +209,7 @@ void add_default_ranges(start_file &start) {
     for (start_entry &entry : start.entries) {
         const double fwhm = rough_fwhm(entry, start.hz_per_point);
         for (int q = 0; q < quantities; ++q) {
-            start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
+            start_parameter &own = entry.of(q);
             if (own.link != 0 || own.range) continue;
             const double v = own.value;
             double low = 0.5 * v, high = 2.0 * v;

@@ -24,8 +24,8 @@ double points_of_unit(int quantity, int type, double hz_per_point) {
 engine::values_of_entry values_in_points(const start_entry &entry, double hz_per_point) {
     engine::values_of_entry out;
     for (int q = 0; q < quantities; ++q)
-        out[static_cast<std::size_t>(q)] = entry.parameters[static_cast<std::size_t>(q)].value *
-                                           points_of_unit(q, entry.type, hz_per_point);
+        out[static_cast<std::size_t>(q)] =
+            entry.of(q).value * points_of_unit(q, entry.type, hz_per_point);
     return out;
 }
 

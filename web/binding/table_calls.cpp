@@ -95,9 +95,8 @@ static const char *state_of(const start_parameter &own, std::size_t entry) {
 
 static ordered_json parameter_for_page(const current_model &now, std::size_t k, int q) {
     const tools::start_entry &entry = now.start.start.entries[k];
-    const start_parameter &own = entry.parameters[static_cast<std::size_t>(q)];
-    const tools::table_cell &cell =
-        now.table->rows[now.row_of[k]].cells[static_cast<std::size_t>(q)];
+    const start_parameter &own = entry.of(q);
+    const tools::table_cell &cell = now.table->rows[now.row_of[k]].of(q);
     const double to_points = tools::points_of_unit(q, entry.type, now.facts.hz_per_point);
     ordered_json out = {{"value", number_for_page(own.value)},
                         {"points", number_for_page(own.value * to_points)},
