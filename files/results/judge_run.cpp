@@ -95,8 +95,7 @@ static std::vector<finding> reasons_of(const run_result &run) {
         const std::optional<finding_kind> kind = finding_of_text(cause.what);
         finding said = {kind.value_or(finding_kind::remark),
                         kind ? level_of(*kind, run.quality) : finding_level::amber,
-                        cause_text(cause, names),
-                        {}};
+                        cause_text(cause, names)};
         for (const int entry : cause.entries)
             if (entry >= 1) said.entries.push_back(static_cast<std::size_t>(entry - 1));
         moved = moved || kind == finding_kind::moved;
@@ -104,23 +103,17 @@ static std::vector<finding> reasons_of(const run_result &run) {
     }
     const std::optional<double> distance = run.optimum->search_distance;
     if (distance && !(*distance <= far_search) && !moved)
-        reasons.push_back({finding_kind::moved,
-                           finding_level::note,
+        reasons.push_back({finding_kind::moved, finding_level::note,
                            "the search ended " + short_number(*distance) +
-                               " bounds from the optimum, whose values are given",
-                           {}});
+                               " bounds from the optimum, whose values are given"});
     if (run.optimum->begin_time)
-        reasons.push_back({finding_kind::remark,
-                           finding_level::amber,
-                           begin_time_text(*run.optimum->begin_time),
-                           {}});
+        reasons.push_back({finding_kind::remark, finding_level::amber,
+                           begin_time_text(*run.optimum->begin_time)});
     if (run.optimum->verdict == "not_finished" &&
         std::none_of(reasons.begin(), reasons.end(),
                      [](const finding &each) { return each.kind == finding_kind::not_finished; }))
-        reasons.push_back({finding_kind::not_finished,
-                           finding_level::amber,
-                           "the exact fit stopped at its limit of evaluations",
-                           {}});
+        reasons.push_back({finding_kind::not_finished, finding_level::amber,
+                           "the exact fit stopped at its limit of evaluations"});
     return reasons;
 }
 

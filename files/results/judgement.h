@@ -66,8 +66,8 @@ std::vector<finding_kind> all_findings();
 struct finding {
     finding_kind kind;
     finding_level level;
-    std::string text;                 // a sentence
-    std::vector<std::size_t> entries; // that it is about, from 0; empty: the whole fit
+    std::string text;                      // a sentence
+    std::vector<std::size_t> entries = {}; // that it is about, from 0; empty: the whole fit
 };
 
 struct fit_judgement {

@@ -26,10 +26,6 @@ struct spectrum_column {
     spectrum_cell cell;
 };
 
-std::string count_text(long long value) {
-    return std::to_string(value);
-}
-
 #define VALUE(expression)                                                                          \
     [](const run_result &, const fitted_entry &e) { return table_number(expression); }
 #define LINK(parameter, is_area)                                                                   \
@@ -50,7 +46,7 @@ const entry_column entry_columns[] = {
          return std::string(status_text(run.judgement.status));
      }},
     {"entry", "", "number of the entry in the control file, from 1; lines first, then patterns",
-     [](const run_result &, const fitted_entry &e) { return count_text(e.number); }},
+     [](const run_result &, const fitted_entry &e) { return std::to_string(e.number); }},
     {"name", "", "name of the entry",
      [](const run_result &, const fitted_entry &e) { return text_cell(e.name); }},
     {"type", "", "type of the entry",
@@ -98,6 +94,9 @@ const entry_column entry_columns[] = {
 #undef VALUE
 #undef LINK
 
+#define FITTED(text)                                                                               \
+    [](const run_result &run) { return run.fitted ? std::string(text) : std::string("n/a"); }
+
 #define FIGURE(expression) [](const run_result &run) { return table_number(expression); }
 
 #define OPTIMUM(member)                                                                            \
@@ -115,15 +114,9 @@ const spectrum_column spectrum_columns[] = {
          const std::string &why = run.judgement.reason;
          return text_cell(why + (why.empty() || run.remark.empty() ? "" : "; ") + run.remark);
      }},
-    {"entries", "1", "lines and patterns of the model",
-     [](const run_result &run) {
-         return run.fitted ? count_text(static_cast<long long>(run.entries.size()))
-                           : std::string("n/a");
-     }},
+    {"entries", "1", "lines and patterns of the model", FITTED(std::to_string(run.entries.size()))},
     {"free_parameters", "1", "parameters that were fitted",
-     [](const run_result &run) {
-         return run.fitted ? count_text(run.free_parameters) : std::string("n/a");
-     }},
+     FITTED(std::to_string(run.free_parameters))},
     {"fit_quality", "1",
      "root mean square of the residual in the fitted points over the noise standard deviation",
      FIGURE(run.quality)},
@@ -138,14 +131,10 @@ const spectrum_column spectrum_columns[] = {
     {"snr", "1", "highest magnitude of the model in the fitted points over noise_sd_real",
      FIGURE(run.snr)},
     {"last_step_iterations", "1", "iterations of the last step",
-     [](const run_result &run) {
-         return run.fitted ? count_text(run.iterations) : std::string("n/a");
-     }},
+     FITTED(std::to_string(run.iterations))},
     {"method", "",
      "exact: the optimum by the engine; both: the fitter's search first; classic: the search alone",
-     [](const run_result &run) {
-         return !run.fitted ? std::string("n/a") : run.optimum ? run.optimum->method : "classic";
-     }},
+     FITTED(run.optimum ? run.optimum->method : "classic")},
     {"verdict", "", "what may be said of the exact fit",
      [](const run_result &run) {
          return run.optimum ? text_cell(run.optimum->verdict) : std::string("n/a");
@@ -157,8 +146,7 @@ const spectrum_column spectrum_columns[] = {
      OPTIMUM(search_distance.value_or(not_known))},
     {"starts", "1", "starts that were tried",
      [](const run_result &run) {
-         return run.optimum ? count_text(static_cast<long long>(run.optimum->starts.size()))
-                            : std::string("n/a");
+         return run.optimum ? std::to_string(run.optimum->starts.size()) : std::string("n/a");
      }},
     {"reasons", "", "of the verdict, with their entries",
      [](const run_result &run) {
@@ -176,6 +164,7 @@ const spectrum_column spectrum_columns[] = {
      [](const run_result &run) { return text_cell(run.judgement.words()); }},
 };
 
+#undef FITTED
 #undef FIGURE
 #undef OPTIMUM
 
