@@ -129,8 +129,8 @@ static std::string take_options(const varokel_options &given, const varokel_prob
                    std::to_string(added.values.size()) + " entries, not " +
                    std::to_string(problem.of.entries.size());
         for (engine::values_of_entry &v : added.values)
-            for (int q = 0; q < engine::quantities; ++q) {
-                double &value = v[static_cast<std::size_t>(q)];
+            for (const engine::quantity q : engine::every_quantity) {
+                double &value = v[q];
                 value /= unit_of(q, problem.of.when.hz_per_point);
                 if (!std::isfinite(value))
                     return "the start \"" + added.name + "\" has a value that is not finite";
@@ -333,8 +333,7 @@ int varokel_fit_derive(const varokel_fit *fit, varokel_workspace *workspace, con
         const auto unit = [&](engine::quantity q) { return unit_of(q, fit->hz_per_point); };
         std::vector<engine::values_of_entry> values = fit->found.values;
         for (engine::values_of_entry &v : values)
-            for (int q = 0; q < engine::quantities; ++q)
-                v[static_cast<std::size_t>(q)] *= unit(static_cast<engine::quantity>(q));
+            for (const engine::quantity q : engine::every_quantity) v[q] *= unit(q);
         const engine::result<engine::derived_value> f =
             engine::evaluate(expression, {fit->names, "the fit"}, values);
         if (!f) return refuse(workspace->failed, VAROKEL_BAD_EXPRESSION, f.why().reason);

@@ -43,8 +43,7 @@ entry_covariance::entry_covariance(const model &of, std::span<const double> x,
         columns_[static_cast<std::size_t>(c) * (n + 1)] = std::numeric_limits<double>::infinity();
     for (int k = 0; k < of.map().entries(); ++k) {
         std::array<affine, quantities> &own = by_.emplace_back();
-        for (int q = 0; q < quantities; ++q)
-            own[static_cast<std::size_t>(q)] = of.map().of(k, static_cast<quantity>(q));
+        for (const quantity q : every_quantity) own[q] = of.map().of(k, q);
     }
 }
 

@@ -275,9 +275,9 @@ result<derived_value> evaluate(const std::string &text, const expression_names &
 std::vector<weighted_parameter> weighted_parameters(const derived_value &f) {
     std::vector<weighted_parameter> out;
     for (std::size_t k = 0; k < f.by.size(); ++k)
-        for (int q = 0; q < quantities; ++q)
-            if (const double weight = f.by[k][static_cast<std::size_t>(q)]; weight != 0.0)
-                out.push_back({static_cast<int>(k), static_cast<quantity>(q), weight});
+        for (const quantity q : every_quantity)
+            if (const double weight = f.by[k][q]; weight != 0.0)
+                out.push_back({static_cast<int>(k), q, weight});
     return out;
 }
 

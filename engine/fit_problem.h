@@ -21,6 +21,8 @@ enum class line_type { gaussian = 1, lorentzian, voigt, pattern };
 // The five parameters of an entry.
 enum quantity : int { area, frequency, gauss_width, phase, lorentz_width, quantities };
 
+inline constexpr quantity every_quantity[] = {area, frequency, gauss_width, phase, lorentz_width};
+
 enum class link { fixed, free, tied };
 
 // A parameter that is tied is factor x (the same parameter of entry `source`) + offset.

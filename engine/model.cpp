@@ -91,8 +91,7 @@ bool model::together(const std::vector<entry> &entries, int a, int b) const {
     const entry &second = entries[static_cast<std::size_t>(b)];
     if (first.type == line_type::pattern || second.type == line_type::pattern) return false;
     if (first.takes_lineshape != second.takes_lineshape) return false;
-    for (int i = 0; i < quantities; ++i) {
-        const quantity q = static_cast<quantity>(i);
+    for (const quantity q : every_quantity) {
         const affine &x = map_.of(a, q), &y = map_.of(b, q);
         if (x.column != y.column) return false;
         if (q == area) {

@@ -101,9 +101,7 @@ void model_workspace::broaden(const model &of, double fwhm) {
 
 void model_workspace::take_values(const model &of, std::span<const double> x) {
     for (std::size_t k = 0; k < values_.size(); ++k)
-        for (int i = 0; i < quantities; ++i)
-            values_[k][static_cast<std::size_t>(i)] =
-                of.map_.value(static_cast<int>(k), static_cast<quantity>(i), x);
+        values_[k] = of.map_.values(static_cast<int>(k), x);
     if (!of.lineshape_.empty()) make_lineshape(of, x);
 }
 

@@ -125,12 +125,7 @@ optimum trial_series::report(std::span<const double> given) {
         if (difference < verdict_limits::same_good && !other_areas.empty())
             add_minimum(out.judged, difference, other_areas);
     }
-    for (int k = 0; k < of_.map().entries(); ++k) {
-        values_of_entry &values = out.values.emplace_back();
-        for (int q = 0; q < quantities; ++q)
-            values[static_cast<std::size_t>(q)] =
-                of_.map().value(k, static_cast<quantity>(q), best.x);
-    }
+    for (int k = 0; k < of_.map().entries(); ++k) out.values.push_back(of_.map().values(k, best.x));
     out.at_bound.resize(out.values.size());
     for (int c = 0; c < of_.map().columns(); ++c)
         out.at_bound[static_cast<std::size_t>(of_.map().at(c).entry)]

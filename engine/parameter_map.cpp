@@ -74,17 +74,16 @@ std::optional<failure> parameter_map::add_columns(const std::vector<entry> &entr
     of_.resize(entries.size());
     for (int k = 0; k < n; ++k) {
         const entry &e = entries[static_cast<std::size_t>(k)];
-        for (int i = 0; i < quantities; ++i) {
-            const quantity q = static_cast<quantity>(i);
+        for (const quantity q : every_quantity) {
             if (!is_used(q, e.type)) continue;
-            const std::string fault = fault_of(e.of[i], q, k, n);
+            const std::string fault = fault_of(e.of[q], q, k, n);
             if (!fault.empty()) return refuse(k, q, fault);
-            if (e.of[i].how != link::free) continue;
-            double lower = e.of[i].lower, start = e.of[i].start;
+            if (e.of[q].how != link::free) continue;
+            double lower = e.of[q].lower, start = e.of[q].start;
             if (is_width(q)) lower = std::max(lower, 0.0);
             if (q == gauss_width) start = std::fabs(start); // only its square is seen
-            of_[static_cast<std::size_t>(k)][i] = {columns(), 1.0, 0.0};
-            columns_.push_back({k, q, q == gauss_width, start, lower, e.of[i].upper, start});
+            of_[static_cast<std::size_t>(k)][q] = {columns(), 1.0, 0.0};
+            columns_.push_back({k, q, q == gauss_width, start, lower, e.of[q].upper, start});
         }
     }
     return std::nullopt;
@@ -139,9 +138,8 @@ result<parameter_map> parameter_map::make(const std::vector<entry> &entries) {
     if (const auto fault = map.add_columns(entries)) return *fault;
     for (int k = 0; k < map.entries(); ++k) {
         const entry &e = entries[static_cast<std::size_t>(k)];
-        for (int i = 0; i < quantities; ++i) {
-            const quantity q = static_cast<quantity>(i);
-            if (!is_used(q, e.type) || e.of[i].how == link::free) continue;
+        for (const quantity q : every_quantity) {
+            if (!is_used(q, e.type) || e.of[q].how == link::free) continue;
             if (const auto fault = map.resolve(entries, k, q)) return *fault;
         }
     }
@@ -163,6 +161,12 @@ double parameter_map::value(int entry, quantity q, std::span<const double> x) co
     if (a.column < 0) return a.offset;
     const double own = x[static_cast<std::size_t>(a.column)];
     return a.factor * (at(a.column).squared ? std::sqrt(own) : own) + a.offset;
+}
+
+std::array<double, quantities> parameter_map::values(int entry, std::span<const double> x) const {
+    std::array<double, quantities> all;
+    for (const quantity q : every_quantity) all[q] = value(entry, q, x);
+    return all;
 }
 
 double parameter_map::slope(int c, std::span<const double> x) const {

@@ -57,6 +57,7 @@ class parameter_map {
 
     // Value of a parameter for the columns x.
     double value(int entry, quantity q, std::span<const double> x) const;
+    std::array<double, quantities> values(int entry, std::span<const double> x) const;
     // dy/dx of a column: 1, or that of the root.
     double slope(int c, std::span<const double> x) const;
     // Columns from parameters: those of the free ones, moved into their windows.

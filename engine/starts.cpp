@@ -122,8 +122,7 @@ static bool is_own(const affine &by, std::span<const int> movers) {
 
 static bool may_change_places(const model &of, std::span<const int> movers, int k, int l) {
     if (of.is_pattern(k) || !of.alike(k, l)) return false;
-    for (int i = 0; i < quantities; ++i) {
-        const quantity q = static_cast<quantity>(i);
+    for (const quantity q : every_quantity) {
         const affine &a = of.map().of(k, q), &b = of.map().of(l, q);
         const bool same =
             a.column == b.column && a.factor == b.factor && a.offset == b.offset && q != frequency;
@@ -136,8 +135,8 @@ std::vector<std::pair<int, int>> interchangeable(const model &of) {
     std::vector<std::pair<int, int>> out;
     std::vector<int> movers(static_cast<std::size_t>(of.map().columns()), 0), own;
     for (int k = 0; k < of.map().entries(); ++k) {
-        for (int q = 0; q < quantities; ++q) {
-            const int c = of.map().of(k, static_cast<quantity>(q)).column;
+        for (const quantity q : every_quantity) {
+            const int c = of.map().of(k, q).column;
             if (c >= 0) ++movers[static_cast<std::size_t>(c)];
         }
     }
@@ -151,8 +150,8 @@ std::vector<std::pair<int, int>> interchangeable(const model &of) {
 
 void restore_order(const model &of, std::span<const std::pair<int, int>> pairs,
                    std::span<const double> given, minimum &found) {
-    const auto column = [&](int k, int q) {
-        return static_cast<std::size_t>(of.map().of(k, static_cast<quantity>(q)).column);
+    const auto column = [&](int k, quantity q) {
+        return static_cast<std::size_t>(of.map().of(k, q).column);
     };
     // each exchange takes away one pair in the wrong order or more
     for (std::size_t pass = 0; pass < pairs.size(); ++pass) {
@@ -161,17 +160,16 @@ void restore_order(const model &of, std::span<const std::pair<int, int>> pairs,
             const std::size_t a = column(k, frequency), b = column(l, frequency);
             if ((given[a] - given[b]) * (found.x[a] - found.x[b]) >= 0.0) continue;
             bool fits = true;
-            for (int q = 0; q < quantities; ++q) {
-                const affine &x = of.map().of(k, static_cast<quantity>(q));
-                const affine &y = of.map().of(l, static_cast<quantity>(q));
+            for (const quantity q : every_quantity) {
+                const affine &x = of.map().of(k, q), &y = of.map().of(l, q);
                 if (x.column == y.column) continue;
                 const double to_x = found.x[column(l, q)], to_y = found.x[column(k, q)];
                 fits = fits && of.map().inside(x.column, to_x) == to_x &&
                        of.map().inside(y.column, to_y) == to_y;
             }
             if (!fits) continue;
-            for (int q = 0; q < quantities; ++q) {
-                if (of.map().of(k, static_cast<quantity>(q)).column < 0) continue;
+            for (const quantity q : every_quantity) {
+                if (of.map().of(k, q).column < 0) continue;
                 std::swap(found.x[column(k, q)], found.x[column(l, q)]);
                 std::swap(found.at_bound[column(k, q)], found.at_bound[column(l, q)]);
             }

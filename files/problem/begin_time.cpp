@@ -196,11 +196,8 @@ std::optional<begin_time_hint> suggest_begin_time(const engine::fit_problem &pro
     const engine::result<engine::model> given = engine::model::make(problem);
     if (!given) return std::nullopt;
     const std::vector<double> x = given->starts();
-    std::vector<engine::values_of_entry> starts(problem.entries.size());
-    for (std::size_t k = 0; k < starts.size(); ++k)
-        for (int q = 0; q < engine::quantities; ++q)
-            starts[k][static_cast<std::size_t>(q)] =
-                given->map().value(static_cast<int>(k), static_cast<engine::quantity>(q), x);
+    std::vector<engine::values_of_entry> starts;
+    for (int k = 0; k < given->map().entries(); ++k) starts.push_back(given->map().values(k, x));
     engine::fit_options how;
     how.extra.push_back({"with links", without.values});
     how.watch = watch;

@@ -19,15 +19,13 @@ double distance(const engine::fit_problem &problem, const engine::optimum &found
                 const std::vector<engine::values_of_entry> &searched) {
     double farthest = 0.0;
     for (std::size_t k = 0; k < problem.entries.size(); ++k) {
-        for (int q = 0; q < engine::quantities; ++q) {
-            const engine::quantity of = static_cast<engine::quantity>(q);
-            if (problem.entries[k].of[static_cast<std::size_t>(q)].how != engine::link::free)
-                continue;
+        for (const engine::quantity of : engine::every_quantity) {
+            if (problem.entries[k].of[of].how != engine::link::free) continue;
             const double bound = found.covariance.error(static_cast<int>(k), of);
             if (!(bound > 0.0) || !std::isfinite(bound)) continue;
-            double theirs = searched[k][static_cast<std::size_t>(q)];
+            double theirs = searched[k][of];
             if (of == engine::gauss_width) theirs = std::fabs(theirs);
-            const double off = theirs - found.values[k][static_cast<std::size_t>(q)];
+            const double off = theirs - found.values[k][of];
             farthest = std::max(farthest, std::fabs(off) / bound);
         }
     }
@@ -40,16 +38,15 @@ std::string held_text(const engine::fit_problem &problem, const engine::optimum 
                                         "Lorentz width"};
     std::string text;
     for (std::size_t k = 0; k < problem.entries.size(); ++k)
-        for (int q = 0; q < engine::quantities; ++q) {
-            if (!found.is_at_bound(static_cast<int>(k), static_cast<engine::quantity>(q))) continue;
-            const auto at = static_cast<std::size_t>(q);
+        for (const engine::quantity q : engine::every_quantity) {
+            if (!found.is_at_bound(static_cast<int>(k), q)) continue;
             const char *unit = q == engine::area ? "" : q == engine::phase ? " degrees" : " Hz";
-            double value = found.values[k][at];
+            double value = found.values[k][q];
             if (q == engine::gauss_width) value *= kernel::gauss_fwhm_per_width;
             if (q == engine::frequency && problem.entries[k].pattern < 0)
                 value -= static_cast<double>(problem.when.points / 2); // from the carrier
             if (*unit == ' ' && q != engine::phase) value *= problem.when.hz_per_point;
-            text += format("%s%s %.6g%s of #%zu", text.empty() ? "" : ", ", names[at], value, unit,
+            text += format("%s%s %.6g%s of #%zu", text.empty() ? "" : ", ", names[q], value, unit,
                            k + 1);
         }
     return text;
@@ -78,10 +75,9 @@ optimum_record record_of(const engine::fit_problem &problem, const engine::optim
     out.lineshape = found.lineshape;
     out.held.resize(problem.entries.size());
     for (std::size_t k = 0; k < problem.entries.size(); ++k)
-        for (int q = 0; q < engine::quantities; ++q) {
-            out.held[k][static_cast<std::size_t>(q)] =
-                found.is_at_bound(static_cast<int>(k), static_cast<engine::quantity>(q));
-            const engine::parameter &p = problem.entries[k].of[static_cast<std::size_t>(q)];
+        for (const engine::quantity q : engine::every_quantity) {
+            out.held[k][q] = found.is_at_bound(static_cast<int>(k), q);
+            const engine::parameter &p = problem.entries[k].of[q];
             if (p.how == engine::link::fixed) continue;
             if (std::isfinite(p.lower) || std::isfinite(p.upper))
                 out.windows.push_back({static_cast<int>(k) + 1, q, p.lower, p.upper});

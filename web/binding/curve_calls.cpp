@@ -56,10 +56,7 @@ static void draw_components(current_model &now, const std::vector<double> &x) {
         drawn.values.assign(static_cast<std::size_t>(entries), {});
     }
     for (int k = 0; k < entries; ++k) {
-        engine::values_of_entry own;
-        for (int q = 0; q < engine::quantities; ++q)
-            own[static_cast<std::size_t>(q)] =
-                model.map().value(k, static_cast<engine::quantity>(q), x);
+        const engine::values_of_entry own = model.map().values(k, x);
         engine::values_of_entry &before = drawn.values[static_cast<std::size_t>(k)];
         if (!all && same(own, before)) continue;
         ordered_json array = array_for_page("component " + std::to_string(k),
@@ -100,9 +97,7 @@ ordered_json show_curves(const ordered_json &asked) {
     out["values"] = ordered_json::array();
     for (int k = 0; k < model.map().entries(); ++k) {
         ordered_json row = ordered_json::array();
-        for (int q = 0; q < engine::quantities; ++q)
-            row.push_back(
-                number_for_page(model.map().value(k, static_cast<engine::quantity>(q), x)));
+        for (const double value : model.map().values(k, x)) row.push_back(number_for_page(value));
         out["values"].push_back(std::move(row));
     }
     return out;
