@@ -168,3 +168,36 @@ test("what is done to raw data is what the command does that the page writes", a
   await assert.rejects(imported({ ...options, reference_peak: "two" }), /--reference-peak two/);
   await assert.rejects(imported({ ...options, combine_coils: false, align_averages: false, eddy: true }), /--reference/);
 });
+
+test("amounts by the water of the voxel are those of varokel-fit --water, and of the formula", async () => {
+  const folder = own_folder(), names = ["brain_press30.SDAT", "brain_press30.SPAR", "brain_press30_water.SDAT", "brain_press30_water.SPAR"];
+  for (const name of names) copyFileSync(join(tree, "tests/tools/data", name), join(folder, name));
+  const table = `name  type  area  frequency  lorentz  phase
+NAA  lorentz  ? > 0  2.0 ppm +- 0.1 ppm  6  ?
+Cr  lorentz  ? > 0  3.0 ppm +- 0.1 ppm  =NAA  =NAA
+interval: 1.9 to 2.1 ppm, 2.9 to 3.1 ppm
+water: tissue, content=0.78 kg/kg, t1=1.1 s, t2=80 ms
+amount: NAA, protons=3, t1=1.4 s, t2=280 ms
+amount: both = NAA+Cr, protons=3
+`;
+  writeFileSync(join(folder, "peaks.txt"), table);
+  const options = { water: names[2], water_scale: 0.5, echo_time: 0.04 };
+  const command = fit_command(names[0], options, 0);
+  assert.match(command, /--water brain_press30_water\.SDAT --water-scale 0\.5 --echo-time 0\.04$/);
+  execFileSync("sh", ["-c", `"$PROGRAMS"/${command}`], { cwd: folder, stdio: ["ignore", "pipe", "pipe"] });
+  const imported = (own, text = table) => import_files(with_vectors, { files: names.map((name) => file_of(join(folder, name))), inputs: [names[0]], options: own, table: text });
+  const { spectra, said } = await imported(options);
+  assert.ok(said.some((text) => /^water of brain_press30_water\.SDAT: area /.test(text)), said.join(" | "));
+  const { fits } = await fit_spectra(with_vectors, { spectra, text: table });
+  const theirs = (file) => readFileSync(join(folder, "run", file), "utf8");
+  assert.equal(with_vectors.ask("heads").derived + fits[0].derived.map((each) => each.row).join(""), theirs("derived.tsv"));
+  const [naa] = fits[0].derived, left = (t1, t2) => Math.exp(-0.04 / t2) * (1 - Math.exp(-2 / t1)); // the water's own echo time is 0.03 s
+  const of_water = Math.exp(-0.03 / 0.08) * (1 - Math.exp(-2 / 1.1)), area = JSON.parse(spectra[0].json).water_reference.area;
+  const wanted = (1e6 / 18.01528) * (2 / 3) * (fits[0].entries[0].area.value / (0.5 * area)) * ((0.78 * of_water) / left(1.4, 0.28));
+  assert.equal(naa.unit, "mmol/kg wet weight");
+  assert.ok(Math.abs(naa.value / wanted - 1) < 1e-9, `${naa.value} is not ${wanted}`);
+  await assert.rejects(imported({ water_scale: 2 }), /--water-scale is of the file of --water/);
+  await assert.rejects(imported({ ...options, water_scale: -1 }), /--water-scale: expected a number above 0/);
+  await assert.rejects(imported(options, table.replaceAll(/^amount.*$/gm, "")), /no row "amount"/);
+  await assert.rejects(imported({ water: "other.SDAT" }), /^Error: other\.SDAT: no such file/);
+});

@@ -6,6 +6,7 @@
 #include "files/base/tool_error.h"
 #include "files/measured/combined_source.h"
 #include "files/measured/import_spectra.h"
+#include "files/results/water_item.h"
 #include "files/start/peak_table.h"
 #include "files/start/table_keys.h"
 
@@ -55,6 +56,20 @@ void take_source(const option_reader &options, tools::input_options &input) {
     options.take("dimensions", input.dimensions);
 }
 
+// The water of the same voxel, if any, for amounts.
+tools::water_options water_of(const option_reader &options) {
+    tools::water_options water;
+    options.take("water", water.file);
+    options.take("water_scale", water.scale);
+    options.take("echo_time", water.echo_time);
+    options.take("repetition_time", water.repetition_time);
+    for (const auto &[word, number] :
+         {std::pair("--water-scale", water.scale), std::pair("--echo-time", water.echo_time),
+          std::pair("--repetition-time", water.repetition_time)})
+        if (number && !(*number > 0.0)) tools::refuse_usage(word, "expected a number above 0");
+    return water;
+}
+
 } // namespace
 
 ordered_json list_dimensions(const ordered_json &asked) {
@@ -96,9 +111,14 @@ ordered_json import_files(const ordered_json &asked) {
     options.take("remove_water", spectrum.remove_water);
     options.take("water_order", spectrum.water_order);
     options.take("reference_peak", spectrum.reference_text);
+    const std::string table = asked.value("table", "");
+    const tools::water_options water = water_of(options);
+    if (!water.file.empty() || water.scale)
+        tools::check_amounts(water, tools::parse_peak_table(table, table_name));
+    input.coils_beside =
+        tools::has_coils(water.file, input) || tools::has_coils(spectrum.reference, input);
     std::optional<tools::reference_peak> of_table;
-    if (const auto text = asked.find("table"); text != asked.end())
-        of_table = reference_of(text->get<std::string>());
+    if (!table.empty()) of_table = reference_of(table);
     spectrum.reference_peak = tools::settled_reference(spectrum.reference_text, of_table);
 
     ordered_json out = {{"names", ordered_json::array()}, {"said", ordered_json::array()}};
@@ -108,6 +128,11 @@ ordered_json import_files(const ordered_json &asked) {
     };
     for (const std::string &text : tools::import_spectra(input, spectrum, listener))
         out["said"].push_back(text);
+    if (!water.file.empty())
+        for (const std::string &text :
+             tools::add_water(water, input, spectrum, tools::parse_peak_table(table, table_name),
+                              spectrum.folder, out["names"].get<std::vector<std::string>>()))
+            out["said"].push_back(text);
     return out;
 }
 

@@ -22,8 +22,10 @@ const MOST_AT_REST = 2 ** 25; // bytes of spectra after which the worker's stora
 const PART = 32; // spectra that go to the worker at once
 const MOST_WITH_FILES = 256; // fits of a series whose own files are kept
 
-// The row that sets the ppm axis of what is imported; "" without one.
-const reference_row = (text) => /^\s*reference\s*:.*$/im.exec(text ?? "")?.[0].trim() ?? "";
+// Rows of a table that count when a file is read: the one that sets the ppm axis and, with water, those
+// of amounts.
+const import_rows = (text, options) => ((text ?? "").match(options.water ? /^\s*(reference|amount|water|te|tr)\s*:.*$/gim : /^\s*reference\s*:.*$/im) ?? [])
+  .map((row) => row.trim()).join("\n");
 
 export class App {
   constructor(client, runner, example, storage) {
@@ -130,14 +132,14 @@ export class App {
     }
   }
   async import(files, inputs, table) {
-    const wanted = inputs.filter((name) => name !== this.options.reference);
+    const wanted = inputs.filter((name) => name !== this.options.reference && name !== this.options.water);
     const made = await this.work.run({ kind: "import", files, inputs: wanted, options: this.options, table }, "Reading");
     this.options = made.options;
     this.unread = null;
     if (made.packed.pool.length > MOST_AT_REST) this.runner.rest();
     this.files = files;
     this.inputs = inputs;
-    this.axis_of = reference_row(table);
+    this.read_with = import_rows(table, this.options);
     this.said = made.said;
     this.dimensions = made.dimensions;
     this.result.series = null;
@@ -182,8 +184,8 @@ export class App {
   can_fit() {
     this.need_spectrum();
     if (this.bench.error) throw new Error(`The table has an error: ${this.bench.error.text}`);
-    if (this.axis_of !== undefined && this.axis_of !== reference_row(this.bench.text))
-      throw new Error("The row \"reference\" sets the ppm axis when a file is read: press Import again under File.");
+    if (this.read_with !== undefined && this.read_with !== import_rows(this.bench.text, this.options))
+      throw new Error(`The row "reference"${this.options.water ? " and those of amounts count" : " sets the ppm axis"} when a file is read: press Import again under File.`);
     if (this.bench.entries.length === 0) throw new Error("The table has no lines yet: double-click a peak.");
     if (this.bench.table.why_not_exact) throw new Error(this.bench.table.why_not_exact);
   }

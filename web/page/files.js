@@ -43,6 +43,7 @@ const WORDS = {
   dwell_time: "--dwell", bandwidth: "--bandwidth", mhz: "--frequency", ppm_at_carrier: "--ppm-at-carrier",
   begin_time: "--begin-time", nucleus: "--nucleus", axis: "--axis", noise: "--noise", reference: "--reference",
   dimensions: "--dimensions", reference_peak: "--reference-peak", remove_water: "--remove-water", water_order: "--water-order",
+  water: "--water", water_scale: "--water-scale", echo_time: "--echo-time", repetition_time: "--repetition-time",
 };
 
 // The option of the programs that a field of the page is.

@@ -63,7 +63,7 @@ export class ResultPane {
   // What rows "derive" and "amount" of the table ask for.
   derived(fit) {
     const is_short = this.bench.table?.amounts > 0 && !fit.derived.some((each) => each.unit);
-    const note = is_short ? element("p", { class: "help" }, "Rows \"amount\" of the table need the water of the same voxel: varokel-fit --water FILE.") : null;
+    const note = is_short ? element("p", { class: "help" }, "Rows \"amount\" of the table need the water of the same voxel: open its file with the data, and name it under File.") : null;
     if (fit.derived.length === 0) return note;
     const rows = fit.derived.map((each) => element("tr", {}, element("th", { scope: "row", title: each.expression }, each.name),
       cell(`${each.shown}${each.unit ? ` ${each.unit}` : ""}`), cell(each.percent === "n/a" ? "n/a" : `${each.percent} %`)));

@@ -93,7 +93,7 @@ async function import_task(client, task, progress) {
     for (const [name, size] of Object.entries(of_input)) dimensions[name] = Math.max(size, dimensions[name] ?? 1);
     const options = { ...task.options, index: index_of(task.options, of_input) };
     if (options.index.length > 0) used.index = options.index;
-    if (options.reference) options.reference = `${folder}/${renamed.get(options.reference) ?? options.reference}`;
+    for (const name of ["reference", "water"]) if (options[name]) options[name] = `${folder}/${renamed.get(options[name]) ?? options[name]}`;
     const about = { ...options, input: `${folder}/${renamed.get(input)}`, folder: out };
     if (task.table) about.table = task.table;
     const made = client.ask("import", about);

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // fits.mjs -- fits of one spectrum, and what is taken away
 import assert from "node:assert/strict";
+import { join } from "node:path";
 import test from "node:test";
-import { bench, fit, load_example, now, saved, shot, text_of } from "../browser.mjs";
+import { bench, fit, idle, load_example, now, open_files, saved, shot, text_of, until } from "../browser.mjs";
+import { tree } from "../start.mjs";
 
 test("an accepted fit is in the table; going back leaves it alone", async () => {
   await load_example();
@@ -37,6 +39,30 @@ test("what the table derives is shown with errors, taken away, and amounts witho
   await bench((b) => b.set_text(b.text.replace("PCr/GATP", "PCr/NAA")));
   assert.match(await now.page.textContent("#error"), /NAA/);
   await bench((b) => b.undo());
+});
+
+test("amounts come with a water that is named under File, and their rows count when it is read", async () => {
+  const data = (name) => join(tree, "tests/tools/data", name), water = "brain_press30_water.SDAT";
+  await open_files(...["brain_press30.SDAT", "brain_press30.SPAR", water, "brain_press30_water.SPAR"].map(data));
+  await until((b) => b.spectra.length === 2 && b.spectrum.name.startsWith("brain_press30"));
+  await idle();
+  await bench((b) => b.set_text("name  type  area  frequency  lorentz  phase\nNAA  lorentz  ?  2 ppm  6  ?\ninterval: 1.9 to 2.1 ppm\nwater: tissue, content=0.78 kg/kg\namount: NAA, protons=3\n"));
+  await now.page.click("#tab-file");
+  await now.page.evaluate(() => { document.getElementById("options").open = true; });
+  await now.page.fill('[data-option="water"]', water);
+  await now.page.click("#import-again");
+  await until((b) => b.spectra.length === 1); // the water is none of the spectra
+  await fit();
+  assert.match(await now.page.textContent("#derived"), /mmol\/kg wet weight/);
+  assert.match(await now.page.textContent("#about"), /water of brain_press30_water\.SDAT/);
+  await bench((b) => b.set_text(b.text.replace("protons=3", "protons=9")));
+  await now.page.click("#fit");
+  await now.page.waitForFunction(() => /those of amounts count when a file is read: press Import again/.test(document.getElementById("status").textContent));
+  await now.page.click("#tab-file");
+  await now.page.click("#import-again");
+  await idle();
+  await fit();
+  assert.deepEqual(now.troubles, []);
 });
 
 test("rows derive whose names mean something to a browser or a spreadsheet are shown as text", async () => {
