@@ -361,10 +361,11 @@ std::vector<std::string> spectrum_conversion::remarks() const {
                        (source_.spectra() > 1
                             ? " at most; " + std::to_string(with_zeros_) + " FIDs have such zeros"
                             : std::string()));
-    if (measured_ > 0 && measured_ < points_)
+    const std::string factor = measured_ > 0 ? short_factor(points_, measured_) : "1";
+    if (factor != "1") // one point of 4096 is no news
         said.push_back("the noise of neighbouring points is not independent after filling: tables "
                        "and pages multiply the error bounds of the fit by " +
-                       short_factor(points_, measured_) +
+                       factor +
                        ", the square root of points over measured points; its own files hold "
                        "them as they are");
     if (unknown_noise_ > 0)

@@ -272,11 +272,12 @@ static void judge_origin(const run_result &run, finding_list &found) {
     for (const auto &remarks : {run.log_remarks, run.start_warnings})
         for (const std::string &text : remarks)
             found.add(finding_kind::remark, finding_level::amber, text);
-    if (run.axis.error_factor() > 1.0)
+    // one point of 4096 is no news
+    if (const std::string factor = short_number(run.axis.error_factor()); factor != "1")
         found.add(finding_kind::filled, finding_level::note,
                   std::to_string(run.axis.measured) + " of " + std::to_string(run.axis.points) +
                       " points were measured, the others are zeros: error bounds here are " +
-                      short_number(run.axis.error_factor()) +
+                      factor +
                       " times those of the fit, which takes the noise of all points as "
                       "independent");
     for (const auto &guesses : {guesses_of_sidecar(run.sidecar), run.start_guesses})

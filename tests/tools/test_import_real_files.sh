@@ -53,6 +53,8 @@ for item in '"spectrometer_mhz": 297.219948' '"dwell_time_s": 8.33e-05' '"nucleu
     holds run/brain_steam11.json "$item"
 done
 holds err 'no unit of time'
+holds err 'filled with zeros from 4095 to 4096 points'
+lacks err 'not independent after filling' # by 1.0001
 for name in brain_press30 brain_steam11; do
     line $name 2.01 0.03
     line $name 3.03 0.03

@@ -125,6 +125,7 @@ holds err '--resize 16 fills with zeros, --resize 8 cuts'
 status 2 "$import" twelve.f32 -o run --dwell 0.001 --resize 12
 status 0 "$import" twelve.f32 -o run --dwell 0.001 --resize 16
 holds err 'filled with zeros from 12 to 16'
+holds err 'multiply the error bounds of the fit by 1.15,'
 head -12 fids.txt >short.txt
 { cat short.txt; yes '0 0' | head -4; } | dft 0.5 0 >wanted
 values run/twelve.bin >got
