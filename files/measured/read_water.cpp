@@ -76,6 +76,7 @@ namespace {
 struct water_and_data {
     std::unique_ptr<spectrum_source> water, data;
     choice of_water, of_data;
+    std::string mean_said; // where another mean is taken of the water than of the data
 
     bool one_water() const { return of_water.spectra.size() == 1; }
     // Weights differ from spectrum to spectrum, so then does what one water gives.
@@ -85,6 +86,26 @@ struct water_and_data {
     }
 };
 } // namespace
+
+// A water that was measured another number of times than the data is the mean of its own: it is not
+// one of each of theirs.
+static void take_mean_water(const choice_options &options, water_and_data &both) {
+    const std::string repeated = "DIM_DYN";
+    const std::vector<source_axis> &axes = both.water->axes;
+    const auto axis = std::find_if(axes.begin(), axes.end(), [&](const source_axis &each) {
+        return each.name == repeated && each.size > 1;
+    });
+    if (axis == axes.end()) return;
+    choice_options mean = options;
+    std::erase_if(mean.index, [&](const std::string &each) {
+        return each == "all" || each.starts_with(repeated + "=");
+    });
+    mean.average.push_back(repeated);
+    both.of_water = choose_spectra(*both.water, mean, true);
+    both.mean_said = "the mean of its " + std::to_string(axis->size) + " FIDs of " + repeated +
+                     " is taken, since the data have " +
+                     std::to_string(both.of_data.spectra.size()) + " spectra";
+}
 
 static water_and_data open_both(const std::string &file, const input_options &options,
                                 const spectrum_options &own) {
@@ -101,7 +122,10 @@ static water_and_data open_both(const std::string &file, const input_options &op
                                " s; expected water that was measured alike");
     both.of_data = choose_spectra(data, options.choice);
     both.of_water = choose_spectra(water, options.choice, true);
-    const std::size_t waters = both.of_water.spectra.size(), spectra = both.of_data.spectra.size();
+    const std::size_t spectra = both.of_data.spectra.size();
+    if (both.of_water.spectra.size() != 1 && both.of_water.spectra.size() != spectra)
+        take_mean_water(options.choice, both);
+    const std::size_t waters = both.of_water.spectra.size();
     if (waters != 1 && waters != spectra)
         refuse_input(file, "gives " + std::to_string(waters) + " FIDs of water for " +
                                std::to_string(spectra) + " spectra; expected one, or one for each");
@@ -122,6 +146,7 @@ static water_file facts_of(const water_and_data &both, long long memory) {
     read.data_averages = both.data->facts.averages;
     read.data_echo_time = both.data->facts.echo_time;
     read.data_repetition_time = both.data->facts.repetition_time;
+    if (!both.mean_said.empty()) read.warnings.push_back(both.mean_said);
     const std::string cancelled = warning_of_means(*both.water, both.of_water.spectra, memory);
     if (!cancelled.empty()) read.warnings.push_back(cancelled);
     read.combined_alone = both.water_is_weighted() && !both.data->notes.contains("coils_combined");

@@ -33,7 +33,8 @@ struct water_file {
 // Given:
 //   file      of water without suppression, read with the options of the data (format, coils,
 //             averages, index) as far as they hold for it. Its coils are combined with the weights
-//             of the data, so that the ratio of both holds whatever these are
+//             of the data, so that the ratio of both holds whatever these are. Of repetitions
+//             (DIM_DYN) that are of another number than the spectra, the mean is taken, and said
 //   options   own: of the data
 //   which     of the spectra that the options choose, rising; nothing: all of them, and what is no
 //             water is an error. Of these, spectra without water are passed over and counted

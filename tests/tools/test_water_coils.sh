@@ -73,4 +73,26 @@ holds err 'times as high in the data as one gain and the averages that the files
 true_that "by 20" near "$(sed -n 's/.*the gain, --water-scale \([0-9.]*\) holds.*/\1/p' err)" 20 3
 status 0 "$programs/varokel-fit" louder.nii peaks.txt --water water.nii --water-scale 20 -o scaled --method exact
 true_that "NAA in its unit, $(amount scaled NAA value)" near "$(amount scaled NAA value)" "$(amount run NAA value)" 1e-5
+# a water measured another number of times than the data: the mean of its FIDs, here of 1 and 0.5, which is said
+# repeated FACTOR... : each point times each factor
+repeated() {
+    perl -e 'my @in = map { [split] } <STDIN>; for my $f (@ARGV) { printf "%.9g %.9g\n", $f * $_->[0], $f * $_->[1] for @in }' -- "$@" |
+        perl "$tree/tests/tools/fid_file.pl" nifti dims=1,1,1,1024,$# \
+            json='{"SpectrometerFrequency": [123.25], "ResonantNucleus": ["1H"], "EchoTime": 0.03, "RepetitionTime": 2.0, "dim_5": "DIM_DYN"}'
+}
+points data | repeated 1 1 1 >brain_dyn.nii
+points water | repeated 1 0.5 >water_dyn.nii
+status 0 "$programs/varokel-fit" brain_dyn.nii peaks.txt --water water_dyn.nii --index all -o dyn --method exact
+holds err 'water_dyn.nii: the mean of its 2 FIDs of DIM_DYN is taken, since the data have 3 spectra'
+true_that "NAA by the mean water $(amount dyn NAA value | head -1)" \
+    near "$(amount dyn NAA value | head -1)" "$(perl -e 'print $ARGV[0] / 0.75' "$(amount run NAA value)")" 1e-3
+true_that 'each of the data has an amount' test "$(amount dyn NAA value | wc -l)" = 3
+status 0 "$programs/varokel-batch" plan brain_dyn.nii --peaks peaks.txt --water water_dyn.nii -o dyn_plan
+holds err 'the mean of its 2 FIDs of DIM_DYN is taken'
+# as many as the data are one for each
+points data | repeated 1 1 >brain_two.nii
+status 0 "$programs/varokel-fit" brain_two.nii peaks.txt --water water_dyn.nii --index all -o two --method exact
+lacks err 'the mean of its'
+true_that 'the second is by the second water' near "$(amount two NAA value | tail -1)" "$(perl -e 'print $ARGV[0] / 0.5' "$(amount run NAA value)")" 1e-3
 finish
+
