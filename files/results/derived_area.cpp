@@ -116,8 +116,8 @@ std::string derived_dictionary(const table_shape &shape) {
     all["value"]["Description"] =
         "in the units of the areas [signal] or of their ratio, ppm, Hz, degrees, pH";
     all["error_1sd"]["Description"] =
-        "one standard deviation, from the covariance of all parameters, to first order; 0 where all "
-        "that the value hangs on is fixed or at the edge of its window";
+        "one standard deviation, from the covariance of all parameters, to first order; 0 where "
+        "all that the value hangs on is fixed or at the edge of its window";
     all["error_2sd"]["Description"] = "two standard deviations";
     all["error_percent_1sd"] = {
         {"Description",
