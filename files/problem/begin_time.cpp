@@ -75,8 +75,8 @@ std::vector<double> agreeing_times(const std::vector<turned_line> &lines, double
     static constexpr std::size_t most = 6;
     const double step = std::max(1.0 / (40.0 * span), longest_begin_time / most_steps);
     std::vector<double> height;
-    for (double t = -step; t < longest_begin_time + 1.5 * step; t += step)
-        height.push_back(std::abs(common_turn(lines, t)));
+    for (int i = -1; i * step < longest_begin_time + 1.5 * step; ++i)
+        height.push_back(std::abs(common_turn(lines, i * step)));
     std::vector<std::pair<double, double>> tops;
     for (std::size_t i = 1; i + 1 < height.size(); ++i)
         if (height[i] >= height[i - 1] && height[i] > height[i + 1])
