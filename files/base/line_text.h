@@ -23,6 +23,11 @@ inline std::string lower_case(std::string_view text) {
     return small;
 }
 
+// Whether a list with commas between, and no blanks, has a word.
+inline bool has_word(std::string_view list, std::string_view word) {
+    return ("," + std::string(list) + ",").find("," + std::string(word) + ",") != std::string::npos;
+}
+
 inline bool says(std::string_view line, std::string_view text) {
     return line.find(text) != line.npos;
 }

@@ -102,22 +102,21 @@ part_reader::part_reader(const batch_plan &plan, const finished_shard &shard)
       bytes_(record_size(plan.records), '\0') {
     std::string head(shard_head_size, '\0');
     if (!file_.read_at(head, 0) || head != plan.id)
-        throw tool_error(bad_input, shard.stem +
-                                        ".part: missing or of another plan, though its "
-                                        "marker is there; remove " +
-                                        shard.stem + ".done and run the shard again");
+        refuse_input(shard.stem + ".part",
+                     "missing or of another plan, though its marker is there; remove " +
+                         shard.stem + ".done and run the shard again");
 }
 
 const fit_record &part_reader::read(long long line) {
     const long long place = line - shard_.first;
     if (line < shard_.first || line >= shard_.stop)
-        throw tool_error(bad_input, shard_.stem + ".part: has no line " + std::to_string(line));
+        refuse_input(shard_.stem + ".part", "has no line " + std::to_string(line));
     const long long at =
         static_cast<long long>(shard_head_size) + place * static_cast<long long>(bytes_.size());
     if (!file_.read_at(bytes_, at) || !read_record(bytes_.data(), plan_.records, record_) ||
         record_.line != line || record_.state == fit_state::withdrawn)
-        throw tool_error(bad_input, shard_.stem + ".part: damaged; remove " + shard_.stem +
-                                        ".done and run the shard again");
+        refuse_input(shard_.stem + ".part",
+                     "damaged; remove " + shard_.stem + ".done and run the shard again");
     return record_;
 }
 

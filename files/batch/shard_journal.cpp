@@ -114,7 +114,7 @@ fit_record shard_journal::read(long long line) const {
     fit_record record;
     if (!file_.read_at(bytes, offset_[at(line)]) ||
         !read_record(bytes.data(), plan_.records, record))
-        throw tool_error(bad_input, stem_ + ".journal: was changed while this program works on it");
+        refuse_input(stem_ + ".journal", "was changed while this program works on it");
     return record;
 }
 
@@ -243,8 +243,7 @@ void shard_journal::finish() {
             curve_head head{};
             if (!curves_.read_at(bytes, curve.offset) || !read_curve(plan_, bytes, head) ||
                 head.line != curve.line)
-                throw tool_error(bad_input, stem_ + ".fitted: was changed while this program works "
-                                                    "on it");
+                refuse_input(stem_ + ".fitted", "was changed while this program works on it");
             part.add(bytes);
         }
         marker["curves_sha256"] = part.finish();

@@ -19,7 +19,6 @@
 
 namespace tools {
 
-static constexpr int mrs_extension = 44; // code of the JSON among the header extensions
 static constexpr int seconds = 8, milliseconds = 16, microseconds = 24; // units of time
 static constexpr int complex64 = 32, complex128 = 1792;                 // types of points
 

@@ -4,11 +4,14 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tools {
+
+inline constexpr std::int32_t mrs_extension = 44; // code of NIfTI-MRS: JSON
 
 // The voxels of an image and where they lie. Voxel (x, y, z) has index x + nx (y + ny z). As it
 // stands it is one voxel at a place that is not known.

@@ -57,8 +57,6 @@ complex_signal nifti_fid_of_spectrum(const complex_signal &spectrum, bool ppm_ri
     return fid;
 }
 
-static constexpr std::int32_t mrs_extension = 44; // code of the JSON among the header extensions
-
 nifti_geometry geometry_of_nifti(const std::string &file) {
     return read_nifti_header(file, mrs_extension).geometry;
 }

@@ -3,6 +3,7 @@
 // click
 #include "files/pages/overview_page.h"
 
+#include "files/base/line_text.h"
 #include "files/base/tool_error.h"
 #include "files/pictures/markup.h"
 #include "files/pictures/spectrum_view.h"
@@ -59,9 +60,7 @@ static bool is_fitted(const batch_spectrum &spectrum) {
 static bool has_signal(const batch_view &batch, std::size_t spectrum) {
     const std::string &words = batch.spectra[spectrum].warnings;
     return batch.spectra[spectrum].verdict != finding_text(finding_kind::undetermined) &&
-           ("," + words + ",")
-                   .find(std::string(",") + finding_text(finding_kind::undetermined) + ",") ==
-               std::string::npos;
+           !has_word(words, finding_text(finding_kind::undetermined));
 }
 
 // Those with results: first those with signal, each by falling quality number. One that ran away
@@ -115,9 +114,7 @@ static ordered_json warnings_of(const batch_view &batch, std::size_t spectrum) {
     for (std::string word; std::getline(words, word, ',');) {
         list[word] = ordered_json::array();
         for (std::size_t k = 0; k < batch.entries.size(); ++k)
-            if (("," + batch.warnings_of(spectrum, k) + ",").find("," + word + ",") !=
-                std::string::npos)
-                list[word].push_back(k);
+            if (has_word(batch.warnings_of(spectrum, k), word)) list[word].push_back(k);
     }
     return list;
 }

@@ -147,10 +147,9 @@ ordered_json amounts_item(const amount_rows &rows, const water_measurement &wate
 }
 
 static void refuse_item(const run_result &run, const json_error &error) {
-    throw tool_error(bad_input, run.name +
-                                    ".json: item water_reference is not as varokel-fit "
-                                    "writes it (" +
-                                    error.what() + ")");
+    refuse_input(run.name + ".json",
+                 std::string("item water_reference is not as varokel-fit writes it (") +
+                     error.what() + ")");
 }
 
 std::vector<derived_area> amounts_of(const run_result &run) {

@@ -69,15 +69,16 @@ std::vector<spreadsheet_row> read_spreadsheet(const std::string &file, run_resul
     for (const std::string &word : split(lines[0], '\t'))
         if (!trimmed(word).empty())
             (run.command += run.command.empty() ? "" : " ") += trimmed(word);
-    run.mode = trimmed(lines[2]);
     const std::vector<std::string> summary = split(std::string(trimmed(lines[3])), '\t');
     if (summary.size() != 10)
-        throw tool_error(bad_input, file + ", line 4: " + std::to_string(summary.size()) +
-                                        " columns; expected the 10 figures of a fit");
+        refuse_input(file + ", line 4",
+                     std::to_string(summary.size()) + " columns; expected the 10 figures of a fit");
+    double unweighted = 0.0; // which nobody asks for, but has to be there
+    int weighting_type = 0;  // likewise
     double *const figures[] = {&run.quality,    &run.noise_re,  &run.noise_im,
-                               &run.chi_before, &run.chi_after, &run.chi_unweighted};
+                               &run.chi_before, &run.chi_after, &unweighted};
     for (std::size_t i = 0; i < 6; ++i) *figures[i] = number_of(file, 3, summary[i]);
-    int *const counts[] = {&run.iterations, &run.weighting, &run.free_parameters};
+    int *const counts[] = {&run.iterations, &weighting_type, &run.free_parameters};
     for (std::size_t i = 0; i < 3; ++i) *counts[i] = count_of(file, 3, summary[6 + i]);
     std::vector<spreadsheet_row> rows;
     for (std::size_t l = 4; l < lines.size(); ++l) {

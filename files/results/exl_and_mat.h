@@ -17,7 +17,7 @@ struct spreadsheet_row : linked_entry {
     parameter_row value, error;
 };
 
-// The entries of a .exl; its command, mode and figures go into the run. Errors: bad_input, naming
+// The entries of a .exl; its command and figures go into the run. Errors: bad_input, naming
 // file and line.
 std::vector<spreadsheet_row> read_spreadsheet(const std::string &file, run_result &run);
 

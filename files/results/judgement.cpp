@@ -2,6 +2,8 @@
 // judgement.cpp -- the words of status, level and findings, as tables and pages have them
 #include "files/results/judgement.h"
 
+#include "files/base/line_text.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -99,8 +101,7 @@ finding_level fit_judgement::level() const {
 
 static void add_word(std::string &list, finding_kind kind) {
     const std::string word = finding_text(kind);
-    if (("," + list + ",").find("," + word + ",") == std::string::npos)
-        list += (list.empty() ? "" : ",") + word;
+    if (!has_word(list, word)) list += (list.empty() ? "" : ",") + word;
 }
 
 std::string fit_judgement::words() const {

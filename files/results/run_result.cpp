@@ -218,7 +218,6 @@ static void take_optimum(run_result &run) {
                             (2.0 * static_cast<double>(run.control.points_in_intervals))) /
                   run.noise_re;
     run.chi_after = run.control.chi_in_intervals;
-    run.weighting = 1;
     run.iterations = run.optimum->linearizations;
     std::vector<linked_entry> rows(n);
     std::vector<parameter_row> values(n), errors = run.control.parameter_errors;

@@ -69,12 +69,12 @@ struct run_result {
     rebuilt_model start;                   // of the start values; read is false without them
     std::optional<optimum_record> optimum; // of an exact fit, whose values all of this is about
 
-    std::string command, mode;
+    std::string command;
     // figures that no file states are not a number
     double quality = not_known, quality_before = not_known;
     double noise_re = not_known, noise_im = not_known;
-    double chi_before = not_known, chi_after = not_known, chi_unweighted = not_known;
-    int iterations = 0, weighting = 0, free_parameters = 0;
+    double chi_before = not_known, chi_after = not_known;
+    int iterations = 0, free_parameters = 0;
     double snr = not_known;
     bool has_errors = false;
     // Errors of sums and ratios can be had: how the errors of the parameters hang together is

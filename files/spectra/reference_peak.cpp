@@ -253,7 +253,6 @@ found_reference reference_search::found() const {
     if (axis_.ppm_at_carrier) out.shift = out.ppm_at_carrier - *axis_.ppm_at_carrier;
     out.half_width = half_width_;
     out.guessed_width = !wanted_.half_width;
-    out.width_ppm = best.width * hz / hz_per_ppm;
     if (peaks.size() > 1 && 2.0 * peaks[1].prominence > best.prominence) {
         out.other_ppm = wanted_.ppm + sense * (peaks[1].point - out.point) * hz / hz_per_ppm;
         out.other_height = peaks[1].height / best.height;

@@ -33,7 +33,6 @@ struct found_reference {
     bool guessed_width = false;      // not given
     std::optional<double> other_ppm; // of a second peak more than half as high, on the new axis
     double other_height = 0.0;       // of it, over the height of the first
-    double width_ppm = 0.0;          // full width of the peak at half its magnitude
     long long spectra = 0;           // that were looked at
     long long own = 0;               // of these, that have a peak of their own above the noise
     long long away = 0;              // of those, that have it more than its width away

@@ -56,7 +56,6 @@ run_result one_line() {
     run.noise_im = 0.7;
     run.chi_before = 1000.0;
     run.chi_after = 100.0;
-    run.chi_unweighted = 90.0;
     run.snr = 33.0;
     run.iterations = 17;
     run.free_parameters = 5;
