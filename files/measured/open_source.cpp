@@ -27,11 +27,13 @@ static std::string foreign_format(const std::string &file) {
     static const std::string written =
         ", which is not read here; write its FIDs as NIfTI-MRS, two columns of text or float32";
     static const std::string unpacked = "; expected FIDs. Unpack it first";
-    static const std::array<std::array<std::string, 2>, 4> beginnings{
+    // long enough that no measured number begins so by chance
+    static const std::array<std::array<std::string, 2>, 5> beginnings{
         {{"MATLAB 5.0 MAT-file", "a MATLAB file" + written},
-         {"\x89HDF", "HDF5" + written},
+         {"MATLAB 7.3 MAT-file", "a MATLAB file" + written},
+         {"\x89HDF\r\n\x1a\n", "HDF5" + written},
          {"PK\x03\x04", "a zip archive" + unpacked},
-         {"\x1f\x8b", "packed by gzip" + unpacked}}};
+         {"\x1f\x8b\x08", "packed by gzip" + unpacked}}};
     const std::string bytes = first_bytes(file);
     // 128 bytes of any kind, then this word
     if (bytes.substr(0, 132).ends_with("DICM")) return "DICOM" + converted;
@@ -40,9 +42,10 @@ static std::string foreign_format(const std::string &file) {
     // in a scanner's folder, with the parameters beside
     const std::filesystem::path path(file);
     const std::string name = path.filename().string();
+    std::error_code error;
     for (const char *const parameters : {"procpar", "acqus"})
         if ((name == "fid" || name == "ser" || name == parameters) &&
-            std::filesystem::is_regular_file(path.parent_path() / parameters))
+            std::filesystem::is_regular_file(path.parent_path() / parameters, error))
             return "a scanner's file, with " + std::string(parameters) + converted;
     return "";
 }
