@@ -84,11 +84,15 @@ json_facts read_json_facts(const std::string &json, long long points_in_file) {
 }
 
 // Spectra and patterns that varokel-import made lie beside a JSON, as floats, too. That of a
-// spectrum may lie beside its FID as well.
+// spectrum may lie beside its FID as well. The JSON of others may have these items for anything.
 static void refuse_made_of_fids(const std::string &file, const std::string &json) {
     const metadata about(json);
-    const std::string content = about.text("content").value_or("");
-    if (content.starts_with(spectrum_content) && about.text("signal") == file_name(file))
+    const auto text = [&](const char *item) {
+        const auto found = about.items().find(item);
+        return found != about.items().end() && found->is_string() ? found->get<std::string>() : "";
+    };
+    const std::string content = text("content");
+    if (content.starts_with(spectrum_content) && text("signal") == file_name(file))
         throw tool_error(bad_input,
                          file + ": a centred spectrum, says " + json +
                              "; expected FIDs. It is imported already: open the file "

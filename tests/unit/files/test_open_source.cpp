@@ -195,6 +195,8 @@ TEST_F(a_file, that_was_imported_is_no_fid) {
     EXPECT_EQ(opened(file("a.fid.f32", std::string(64, '\0')))->facts.dwell_time, 1e-3);
     says("FIDs of a phantom");
     EXPECT_EQ(opened(spectrum)->spectra(), 1);
+    file("a.json", R"({"signal": 1, "content": ["FIDs"], "dwell_time_s": 1e-3})");
+    EXPECT_EQ(opened(spectrum)->spectra(), 1) << "items of others";
 }
 
 TEST_F(a_file, of_plain_points_takes_the_json_beside_it_or_the_one_that_is_named) {
