@@ -9,7 +9,7 @@
 
 namespace tools {
 
-static bool same_axis(const source_axis &axis, std::size_t number, const std::string &name) {
+bool is_called(const source_axis &axis, std::size_t number, const std::string &name) {
     std::string wanted = lower_case(name), own = lower_case(axis.name);
     if (wanted == own || wanted + "s" == own || wanted == own + "s") return true;
     if (own.starts_with("dim_") && wanted == own.substr(4)) return true;
@@ -22,7 +22,7 @@ static std::optional<std::size_t> axis_named(const spectrum_source &source, cons
                                              const char *option, bool pass_over_missing) {
     std::string names;
     for (std::size_t a = 0; a < source.axes.size(); ++a) {
-        if (same_axis(source.axes[a], a, name)) return a;
+        if (is_called(source.axes[a], a, name)) return a;
         if (source.axes[a].size > 1) names += (names.empty() ? "" : ", ") + source.axes[a].name;
     }
     if (pass_over_missing) return std::nullopt;

@@ -14,6 +14,9 @@ struct choice_options {
     std::vector<std::string> average; // "AXIS"
 };
 
+// Whether options call this axis so; number: of the axis in its source.
+bool is_called(const source_axis &axis, std::size_t number, const std::string &name);
+
 // One output: the mean of one or more FIDs of the input.
 struct chosen_spectrum {
     std::string suffix;             // of the output's name: "_3_4_0_coil2"; empty for the only one

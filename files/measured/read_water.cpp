@@ -87,24 +87,51 @@ struct water_and_data {
 };
 } // namespace
 
+// What options take of an axis: "all", a place, "mean"; empty where they do not name it.
+static std::string taken_of(const spectrum_source &source, std::size_t number,
+                            const choice_options &options) {
+    const auto is_axis = [&](const std::string &name) {
+        return is_called(source.axes[number], number, name);
+    };
+    if (std::any_of(options.average.begin(), options.average.end(), is_axis)) return "mean";
+    std::string taken;
+    for (const std::string &text : options.index) {
+        const std::size_t equals = text.find('=');
+        if (equals == text.npos) // of the only axis with several
+            taken = text;
+        else if (is_axis(text.substr(0, equals)))
+            taken = text.substr(equals + 1);
+    }
+    return taken;
+}
+
 // A water that was measured another number of times than the data is the mean of its own: it is not
 // one of each of theirs.
-static void take_mean_water(const choice_options &options, water_and_data &both) {
+static void choose_water(const choice_options &options, water_and_data &both) {
     const std::string repeated = "DIM_DYN";
     const std::vector<source_axis> &axes = both.water->axes;
     const auto axis = std::find_if(axes.begin(), axes.end(), [&](const source_axis &each) {
         return each.name == repeated && each.size > 1;
     });
-    if (axis == axes.end()) return;
+    const auto number = static_cast<std::size_t>(axis - axes.begin());
+    const std::string taken = axis == axes.end() ? "" : taken_of(*both.water, number, options);
+    const std::size_t spectra = both.of_data.spectra.size();
+    if (axis == axes.end() || !taken.empty())
+        both.of_water = choose_spectra(*both.water, options, true);
+    if (axis == axes.end() || !(taken.empty() || taken == "all")) return;
+    if (taken == "all" && both.of_water.spectra.size() == spectra &&
+        voxels_of(*both.water) == voxels_of(*both.data))
+        return;
     choice_options mean = options;
     std::erase_if(mean.index, [&](const std::string &each) {
-        return each == "all" || each.starts_with(repeated + "=");
+        const std::size_t equals = each.find('=');
+        return equals == each.npos || is_called(*axis, number, each.substr(0, equals));
     });
     mean.average.push_back(repeated);
     both.of_water = choose_spectra(*both.water, mean, true);
     both.mean_said = "the mean of its " + std::to_string(axis->size) + " FIDs of " + repeated +
-                     " is taken, since the data have " +
-                     std::to_string(both.of_data.spectra.size()) + " spectra";
+                     " is taken, since the data have " + std::to_string(spectra) +
+                     (spectra == 1 ? " spectrum" : " spectra");
 }
 
 static water_and_data open_both(const std::string &file, const input_options &options,
@@ -121,11 +148,8 @@ static water_and_data open_both(const std::string &file, const input_options &op
                                shortest(*data.facts.dwell_time) +
                                " s; expected water that was measured alike");
     both.of_data = choose_spectra(data, options.choice);
-    both.of_water = choose_spectra(water, options.choice, true);
-    const std::size_t spectra = both.of_data.spectra.size();
-    if (both.of_water.spectra.size() != 1 && both.of_water.spectra.size() != spectra)
-        take_mean_water(options.choice, both);
-    const std::size_t waters = both.of_water.spectra.size();
+    choose_water(options.choice, both);
+    const std::size_t waters = both.of_water.spectra.size(), spectra = both.of_data.spectra.size();
     if (waters != 1 && waters != spectra)
         refuse_input(file, "gives " + std::to_string(waters) + " FIDs of water for " +
                                std::to_string(spectra) + " spectra; expected one, or one for each");

@@ -74,10 +74,12 @@ true_that "by 20" near "$(sed -n 's/.*the gain, --water-scale \([0-9.]*\) holds.
 status 0 "$programs/varokel-fit" louder.nii peaks.txt --water water.nii --water-scale 20 -o scaled --method exact
 true_that "NAA in its unit, $(amount scaled NAA value)" near "$(amount scaled NAA value)" "$(amount run NAA value)" 1e-5
 # a water measured another number of times than the data: the mean of its FIDs, here of 1 and 0.5, which is said
-# repeated FACTOR... : each point times each factor
+# repeated FACTOR... [dims=...] : each point times each factor
 repeated() {
+    local dims=dims=1,1,1,1024,$#
+    case ${!#} in dims=*) dims=${!#}; set -- "${@:1:$#-1}" ;; esac
     perl -e 'my @in = map { [split] } <STDIN>; for my $f (@ARGV) { printf "%.9g %.9g\n", $f * $_->[0], $f * $_->[1] for @in }' -- "$@" |
-        perl "$tree/tests/tools/fid_file.pl" nifti dims=1,1,1,1024,$# \
+        perl "$tree/tests/tools/fid_file.pl" nifti "$dims" \
             json='{"SpectrometerFrequency": [123.25], "ResonantNucleus": ["1H"], "EchoTime": 0.03, "RepetitionTime": 2.0, "dim_5": "DIM_DYN"}'
 }
 points data | repeated 1 1 1 >brain_dyn.nii
@@ -87,6 +89,15 @@ holds err 'water_dyn.nii: the mean of its 2 FIDs of DIM_DYN is taken, since the 
 true_that "NAA by the mean water $(amount dyn NAA value | head -1)" \
     near "$(amount dyn NAA value | head -1)" "$(perl -e 'print $ARGV[0] / 0.75' "$(amount run NAA value)")" 1e-3
 true_that 'each of the data has an amount' test "$(amount dyn NAA value | wc -l)" = 3
+status 0 "$programs/varokel-fit" brain_dyn.nii peaks.txt --water water_dyn.nii --index dyn=all -o by_name --method exact
+true_that 'by another name of the dimension alike' cmp dyn/derived.tsv by_name/derived.tsv
+status 0 "$programs/varokel-fit" brain.nii peaks.txt --water water_dyn.nii -o combined_before --method exact
+holds err 'water_dyn.nii: the mean of its 2 FIDs of DIM_DYN is taken, since the data have 1 spectrum'
+true_that 'data of one FID, too' near "$(amount combined_before NAA value)" "$(amount dyn NAA value | head -1)" 1e-3
+# a mean of every voxel is no water of one
+points water | repeated 1 1 1 0.5 0.5 0.5 dims=3,1,1,1024,2 >water_grid.nii
+status 3 "$programs/varokel-fit" brain_dyn.nii peaks.txt --water water_grid.nii --average DIM_DYN -o none
+holds err 'water_grid.nii: gives 3 FIDs of water for 1 spectra'
 status 0 "$programs/varokel-batch" plan brain_dyn.nii --peaks peaks.txt --water water_dyn.nii -o dyn_plan
 holds err 'the mean of its 2 FIDs of DIM_DYN is taken'
 # as many as the data are one for each
@@ -95,4 +106,3 @@ status 0 "$programs/varokel-fit" brain_two.nii peaks.txt --water water_dyn.nii -
 lacks err 'the mean of its'
 true_that 'the second is by the second water' near "$(amount two NAA value | tail -1)" "$(perl -e 'print $ARGV[0] / 0.5' "$(amount run NAA value)")" 1e-3
 finish
-
