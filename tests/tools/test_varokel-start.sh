@@ -206,6 +206,15 @@ status 0 "$start" --from old.par
 holds out 'A     lorentz  2     150 Hz'
 holds out 'interval: 100 to 200 points'
 
+# two entries of one name would make a table that nobody reads, wherever the names come from
+mkdir twice
+cp fit/compact.par twice/compact.par
+printf '# entries\nA\nB\n\nC\nB\nP\n' >twice/names.txt
+status 3 "$start" --from twice/compact.par
+holds err 'twice/names.txt, line 6: name B stands there twice'
+status 3 "$start" --from fit/compact.par --names twice/names.txt
+holds err 'twice/names.txt, line 6: name B stands there twice'
+
 # A fit may end with negative widths, which no table has.
 awk -v OFS='\t' '/^number/ { block = 1 } /^#1/ { block = 0 }
     block && $1 == 1 { $4 = -$4; $6 = -$6 } block && $1 == 4 { $6 = -$6 } { print }' sharp.par >negative.par

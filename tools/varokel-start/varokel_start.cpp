@@ -3,6 +3,7 @@
 #include "files/base/input_file.h"
 #include "files/base/output_file.h"
 #include "files/base/tool_error.h"
+#include "files/results/fitted_entries.h"
 #include "files/spectra/signal_file.h"
 #include "files/start/make_start.h"
 #include "files/start/read_start_file.h"
@@ -109,18 +110,8 @@ static void take_names(const options &own, tools::start_file &start,
                        std::vector<std::string> &inputs) {
     std::string file = own.names;
     if (file.empty()) file = (fs::path(folder_of(own.from)) / "names.txt").string();
-    std::ifstream stream = tools::open_input(file);
-    if (!stream) {
-        if (own.names.empty()) return;
-        throw tool_error(tools::bad_input,
-                         file + ": cannot be opened; expected a name of an entry on each line");
-    }
-    std::vector<std::string> names;
-    for (std::string line; tools::next_line(stream, line, file) > 0;) {
-        const std::size_t begin = line.find_first_not_of(" \t\r");
-        if (begin == std::string::npos || line[begin] == '#') continue;
-        names.push_back(line.substr(begin, line.find_first_of(" \t\r,", begin) - begin));
-    }
+    if (own.names.empty() && !tools::is_file(file)) return;
+    const std::vector<std::string> names = tools::read_names(file);
     if (names.size() != start.entries.size()) {
         const std::string text = file + ": " + std::to_string(names.size()) + " names, but " +
                                  own.from + " has " + std::to_string(start.entries.size()) +
