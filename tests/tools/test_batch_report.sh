@@ -114,6 +114,15 @@ cp imported/series_2.bin kept.bin
 head -c 1016 kept.bin >imported/series_2.bin
 status 3 "$batch" plan imported --start same/start.par -o other
 holds err "series_2.bin: holds 127 points; expected the 128 of its sidecar"
+# in the order in which people count, as in a report: leading zeros change nothing
+mkdir counted
+for name in s1 s02 s2 s10; do
+    cp kept.bin counted/$name.bin
+    cp imported/series_2.json counted/$name.json
+done
+status 0 "$batch" plan counted --start same/start.par -o counted_plan
+true_that "spectra of a folder by their numbers" test \
+    "$(grep -o '"s[0-9]*"' counted_plan/manifest.json | tr -d '\n')" = '"s1""s02""s2""s10"'
 
 # The limit of iterations, reached by some: who ends at the tolerance in the last iteration has
 # converged, which only the log tells.

@@ -5,13 +5,13 @@
 #include "files/base/input_file.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
+#include "files/results/run_files.h"
 #include "files/spectra/signal_file.h"
 
 #include "engine/noise_window.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <numeric>
 
@@ -44,10 +44,7 @@ static std::vector<std::string> names_in(const std::string &folder) {
     if (names.empty())
         throw tool_error(bad_input, folder + ": no NAME.bin with NAME.json; expected the folder "
                                              "that varokel-import filled");
-    // 2 before 10
-    std::sort(names.begin(), names.end(), [](const std::string &one, const std::string &other) {
-        return strverscmp(one.c_str(), other.c_str()) < 0;
-    });
+    std::sort(names.begin(), names.end(), in_natural_order);
     return names;
 }
 
