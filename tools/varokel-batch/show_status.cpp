@@ -6,9 +6,9 @@
 #include "files/batch/finished_shard.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <vector>
 
 namespace tools {
@@ -19,12 +19,9 @@ int show_status(const std::string &folder) {
     const batch_plan plan = read_plan(folder);
     const plan_lines lines(plan);
     const std::vector<finished_shard> done = finished_shards(plan, lines);
-    std::array<long long, 4> count = {}; // by fit_state
+    std::map<fit_state, long long> count;
     long long reached = 0;
     std::string missing;
-    const auto of_state = [&](fit_state state) -> long long & {
-        return count[static_cast<std::size_t>(state)];
-    };
     const auto miss = [&](long long first, long long stop) {
         if (first < stop)
             missing += "missing: spectra " + std::to_string(first) + " to " +
@@ -33,20 +30,19 @@ int show_status(const std::string &folder) {
     for (const finished_shard &each : done) {
         miss(reached, each.first);
         if (each.first >= reached) {
-            of_state(fit_state::fitted) += each.fitted;
-            of_state(fit_state::failed) += each.failed;
-            of_state(fit_state::not_tried) += each.not_tried;
+            count[fit_state::fitted] += each.fitted;
+            count[fit_state::failed] += each.failed;
+            count[fit_state::not_tried] += each.not_tried;
         } else { // some were counted with the shard before, of another number of shards
             part_reader part(plan, each);
-            for (long long line = reached; line < each.stop; ++line)
-                ++of_state(part.read(line).state);
+            for (long long line = reached; line < each.stop; ++line) ++count[part.read(line).state];
         }
         reached = each.stop;
     }
     miss(reached, plan.spectra);
-    const long long failed = of_state(fit_state::failed);
-    std::cout << "spectra " << plan.spectra << "\nfitted " << of_state(fit_state::fitted)
-              << "\nfailed " << failed << "\nnot tried " << of_state(fit_state::not_tried) << '\n';
+    const long long failed = count[fit_state::failed];
+    std::cout << "spectra " << plan.spectra << "\nfitted " << count[fit_state::fitted]
+              << "\nfailed " << failed << "\nnot tried " << count[fit_state::not_tried] << '\n';
     long long of = 0;
     std::error_code error;
     std::vector<std::string> open;
