@@ -64,7 +64,7 @@ static exit_status status_of(const std::error_code &code) {
 }
 
 // Every error that a body may end with, in one place: its text and its status.
-static int end_of(const char *program, const std::function<int()> &body, std::string &said) {
+static int end_of(const std::string &program, const std::function<int()> &body, std::string &said) {
     try {
         return body();
     } catch (const tool_error &error) {
@@ -83,15 +83,24 @@ static int end_of(const char *program, const std::function<int()> &body, std::st
     } catch (const std::exception &error) {
         said = std::string("the input could not be worked on (") + error.what() + ")";
     } catch (...) {
-        said = std::string("an error that ") + program + " does not know; is the input damaged?";
+        said = "an error that " + program + " does not know; is the input damaged?";
     }
     return bad_input;
 }
 
-int run_tool(const char *program, const std::function<int()> &body) {
+int run_tool(option_parser &options, int argc, const char *const *argv,
+             const std::function<int()> &body) {
     clean_up_at_signals();
+    CLI::App &app = options.inner();
+    const std::string program = app.get_name();
     std::string said;
-    const int status = end_of(program, body, said);
+    const int status = end_of(
+        program,
+        [&] {
+            const std::optional<int> end = parse_command_line(app, argc, argv);
+            return end ? *end : body();
+        },
+        said);
     std::cout.flush();
     if (!said.empty()) {
         std::cerr << program << ": " << said << '\n';
@@ -102,15 +111,6 @@ int run_tool(const char *program, const std::function<int()> &body) {
         return bad_output;
     }
     return status;
-}
-
-int run_tool(option_parser &options, int argc, const char *const *argv,
-             const std::function<int()> &body) {
-    CLI::App &app = options.inner();
-    return run_tool(app.get_name().c_str(), [&] {
-        const std::optional<int> end = parse_command_line(app, argc, argv);
-        return end ? *end : body();
-    });
 }
 
 } // namespace tools

@@ -14,14 +14,11 @@ namespace tools {
 void common_options(option_parser &app, const std::string &example,
                     const std::string &good = "0 all right");
 
-// Runs the body of a program and returns its exit status: that of the body, or that of the error
-// it ended with, whose text goes to standard error behind the program's name. Results that could
-// not be written to standard output count as bad_output.
-int run_tool(const char *program, const std::function<int()> &body);
-
 // Runs a program: its command line, and unless that asks for --help, --version or a completion
-// (printed on standard output) or has a mistake (named on standard error, wrong_usage), its body,
-// as above. Returns the exit status.
+// (printed on standard output) or has a mistake (named on standard error, wrong_usage), its body.
+// Returns the exit status: that of the body, or that of the error it ended with, whose text goes to
+// standard error behind the program's name. Results that could not be written to standard output
+// count as bad_output.
 int run_tool(option_parser &app, int argc, const char *const *argv,
              const std::function<int()> &body);
 

@@ -24,7 +24,9 @@ struct ended {
 
 ended end_of(const std::function<int()> &body) {
     testing::internal::CaptureStderr();
-    const int status = tools::run_tool("varokel-thing", body);
+    tools::option_parser app("Does a thing.", "varokel-thing");
+    const char *const words[] = {"varokel-thing"};
+    const int status = tools::run_tool(app, 1, words, body);
     return {status, testing::internal::GetCapturedStderr()};
 }
 
