@@ -7,6 +7,7 @@
 #include "files/base/input_file.h"
 #include "files/base/tool_error.h"
 #include "files/results/run_files.h"
+#include "files/results/run_result.h"
 
 #include <algorithm>
 #include <cstdlib>
