@@ -196,3 +196,38 @@ TEST(judgement, a_verdict_stands_in_place_of_what_is_found_here) {
     EXPECT_EQ(judged.reason, "not_finished: no end within its evaluations (500)");
     EXPECT_EQ(judged.words(), "not_finished"); // of the residual it had nothing to say
 }
+
+TEST(judgement, a_line_is_outside_from_half_a_point_beside_the_fitted_intervals) {
+    run_result run = good_run();
+    run.control.read = true;
+    run.control.hz_per_point = 2.0;
+    run.control.steps[1].intervals = {{10, 20}, {40, 50}};
+    run.axis.points = run.axis.measured = 64;
+    run.entries[0].frequency.value = 30.0; // point 15
+    const auto is_outside = [&](double point) {
+        run.entries[1].frequency.value = 2.0 * point;
+        EXPECT_EQ(judge(run).words_of(0), "");
+        const std::string words = judge(run).words_of(1);
+        EXPECT_TRUE(words.empty() || words == "outside") << words;
+        return !words.empty();
+    };
+    for (const double point : {9.5, 20.5, 39.5, 50.5}) EXPECT_FALSE(is_outside(point)) << point;
+    for (const double point : {0.0, 9.4, 20.6, 39.4, 50.6}) EXPECT_TRUE(is_outside(point)) << point;
+    EXPECT_EQ(judge(run).level(), finding_level::red);
+    run.entries[1].type = tools::pattern_entry; // whose frequency is a shift
+    EXPECT_EQ(judge(run).words(), "");
+}
+
+TEST(judgement, zeros_that_were_filled_in_are_told_from_the_first_digit_that_they_move) {
+    run_result run = good_run();
+    run.axis.points = 1024;
+    const auto said = [&](long long measured) {
+        run.axis.measured = measured;
+        const auto findings = judge(run).findings;
+        return findings.empty() ? "" : findings[0].text;
+    };
+    for (const long long measured : {0, 1014, 1023, 1024}) EXPECT_EQ(said(measured), "");
+    EXPECT_EQ(said(1013).find("1013 of 1024 points were measured"), 0U);
+    EXPECT_NE(said(256).find("are 2 times those of the fit"), std::string::npos);
+    EXPECT_EQ(judge(run).level(), finding_level::note);
+}
