@@ -73,9 +73,8 @@ static std::string format_of(const std::string &file) {
         foreign = "a format that is not read here; spec2nii converts files of scanners to "
                   "NIfTI-MRS, which is";
     if (!foreign.empty())
-        throw tool_error(bad_input, file + ": " + foreign +
-                                        ". --format names the format of a file with an unusual "
-                                        "ending");
+        refuse_input(file,
+                     foreign + ". --format names the format of a file with an unusual ending");
     return "float32";
 }
 

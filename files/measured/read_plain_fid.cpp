@@ -93,13 +93,12 @@ static void refuse_made_of_fids(const std::string &file, const std::string &json
     };
     const std::string content = text("content");
     if (content.starts_with(spectrum_content) && text("signal") == file_name(file))
-        throw tool_error(bad_input,
-                         file + ": a centred spectrum, says " + json +
-                             "; expected FIDs. It is imported already: open the file "
-                             "that was measured (varokel-start, varokel and "
-                             "varokel-plot take the spectrum, varokel-batch its folder)");
+        refuse_input(file, "a centred spectrum, says " + json +
+                               "; expected FIDs. It is imported already: open the file that was "
+                               "measured (varokel-start, varokel and varokel-plot take the "
+                               "spectrum, varokel-batch its folder)");
     if (content.starts_with(patterns_content))
-        throw tool_error(bad_input, file + ": patterns, says " + json + "; expected FIDs");
+        refuse_input(file, "patterns, says " + json + "; expected FIDs");
 }
 
 void apply_json(spectrum_source &source, const std::string &json, long long points_in_file,
