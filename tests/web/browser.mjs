@@ -84,6 +84,14 @@ export const handle = (name, kind = "line") => now.page.evaluate(([name, kind]) 
     : { x: box.x + scene.axis.x(point), y: box.y + scene.y(height) };
 }, [name, kind]);
 
+// Waits until the browser's storage has this text of the table, and a spectrum.
+export const kept = (text) => now.page.waitForFunction((text) => Object.keys(localStorage).some((key) => {
+  try {
+    const own = JSON.parse(localStorage.getItem(key));
+    return own.text === text && own.spectra.length > 0;
+  } catch { return false; }
+}), text);
+
 // ---- hands ----
 
 export async function drag(from, dx, dy) {

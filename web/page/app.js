@@ -133,6 +133,7 @@ export class App {
   }
   async import(files, inputs, table) {
     const wanted = inputs.filter((name) => name !== this.options.reference && name !== this.options.water);
+    if (wanted.length === 0) throw new Error(`${inputs.join(", ")}: no data beside it; open their file together with that of the water or reference.`);
     const made = await this.work.run({ kind: "import", files, inputs: wanted, options: this.options, table }, "Reading");
     this.options = made.options;
     this.unread = null;
@@ -185,7 +186,7 @@ export class App {
     this.need_spectrum();
     if (this.bench.error) throw new Error(`The table has an error: ${this.bench.error.text}`);
     if (this.read_with !== undefined && this.read_with !== import_rows(this.bench.text, this.options))
-      throw new Error(`The row "reference"${this.options.water ? " and those of amounts count" : " sets the ppm axis"} when a file is read: press Import again under File.`);
+      throw new Error(`The row "reference"${this.options.water ? " and those of amounts count" : " sets the ppm axis"} when a file is read: ${this.files.length > 0 ? "press Import again under File" : "open the files again"}.`);
     if (this.bench.entries.length === 0) throw new Error("The table has no lines yet: double-click a peak.");
     if (this.bench.table.why_not_exact) throw new Error(this.bench.table.why_not_exact);
   }
@@ -317,7 +318,7 @@ export class App {
     this.timer = setTimeout(() => {
       const { bench } = this;
       if (!bench.spectrum) return;
-      const said = save(this.storage, { text: bench.text, spectra: bench.spectra, current: bench.current, patterns: bench.patterns, options: this.options });
+      const said = save(this.storage, { text: bench.text, spectra: bench.spectra, current: bench.current, patterns: bench.patterns, options: this.options, read_with: this.read_with });
       if (said && said !== this.kept_said) this.say(said, true);
       this.kept_said = said;
     }, 400);
@@ -331,6 +332,7 @@ export class App {
     }
     this.guard(() => {
       this.options = kept.options ?? {};
+      this.read_with = kept.read_with;
       this.bench.patterns = kept.patterns;
       this.bench.put_spectra(spectra_of(repacked(kept.spectra)));
       this.bench.open(Math.max(0, Math.min(kept.current, kept.spectra.length - 1)));

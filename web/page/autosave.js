@@ -15,7 +15,7 @@ export const bytes_of_text = (text) => Uint8Array.from(atob(text), (c) => c.char
 const to_keep = ({ name, input, json, bin, reference }) => ({ name, input, json, bin: text_of_bytes(bin), reference: reference && text_of_bytes(reference) });
 const from_kept = (spectrum) => ({ ...spectrum, bin: bytes_of_text(spectrum.bin), reference: spectrum.reference && bytes_of_text(spectrum.reference) });
 
-// Of a page: {text, spectra, current, patterns, options, inputs}.
+// Of a page: {text, spectra, current, patterns, options, read_with}.
 // Returns "" or a sentence about what could not be kept.
 export function save(storage, state) {
   const put = (spectra, current) => storage.setItem(KEY, JSON.stringify({ form: FORM, ...state, current,
@@ -32,7 +32,7 @@ export function save(storage, state) {
     return "The browser's storage is too small for all spectra; the table and this spectrum are kept.";
   } catch { /* not even that */ }
   try {
-    storage.setItem(KEY, JSON.stringify({ form: FORM, text: state.text, spectra: [], patterns: [], current: -1, options: {}, inputs: [] }));
+    storage.setItem(KEY, JSON.stringify({ form: FORM, text: state.text, spectra: [], patterns: [], current: -1, options: {} }));
     return "The browser's storage is too small for the spectrum; the table alone is kept.";
   } catch {
     return "The browser keeps nothing for this page; take peaks.txt away before you close it.";

@@ -17,7 +17,7 @@ const OPTIONS = [
   ["average", "Average over", "dimensions such as DIM_DYN", "list", "such as DIM_DYN"], ["reference", "Reference line", "name of an opened file"],
   ["reference_peak", "Reference peak", "sets the ppm axis: its name and shift, such as NAA 2.01 ppm", "text", "NAA 2.01 ppm"], ["remove_water", "Remove lines", "such as residual water, from:to in ppm", "text", "4.2:5.1"],
   ["water_order", "Order of removal", "damped oscillations that describe the FID for it, 1 to 200; empty: by what is left", "number", ""],
-  ["water", "Water for amounts", "name of an opened file: FID of the water of the same voxel, for rows amount: of the table"], ["water_scale", "Factor of the water", "from its unit to that of the data: gain, sums of averages; empty: 1", "number", "1"],
+  ["water", "Water for amounts", "name of an opened file: FID of the water of the same voxel, for rows amount: of the table", "text", "name of an opened file"], ["water_scale", "Factor of the water", "from its unit to that of the data: gain, sums of averages; empty: 1", "number", "1"],
   ["echo_time", "Echo time [s]", "for amounts, where neither file nor table say it", "number", ""], ["repetition_time", "Repetition time [s]", "for amounts, where neither file nor table say it", "number", ""],
 ];
 // Switches; dimension: that the file has to have, or the switch is not offered.

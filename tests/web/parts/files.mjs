@@ -6,17 +6,9 @@ import { readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { gzipSync } from "node:zlib";
 import test from "node:test";
-import { bench, example, load_example, now, open_page, page_file, ready, shot, status, text_of, until } from "../browser.mjs";
+import { bench, example, kept, load_example, now, open_page, page_file, ready, shot, status, text_of, until } from "../browser.mjs";
 import { own_folder } from "../own_folder.mjs";
 import { tree } from "../start.mjs";
-
-// Waits until the browser's storage has this text of the table, and a spectrum.
-const kept = (text) => now.page.waitForFunction((text) => Object.keys(localStorage).some((key) => {
-  try {
-    const own = JSON.parse(localStorage.getItem(key));
-    return own.text === text && own.spectra.length > 0;
-  } catch { return false; }
-}), text);
 
 test("files come by the button, packed and with a sidecar; damaged ones leave the work alone", async () => {
   const folder = own_folder();

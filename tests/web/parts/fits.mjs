@@ -3,7 +3,7 @@
 import assert from "node:assert/strict";
 import { join } from "node:path";
 import test from "node:test";
-import { bench, fit, idle, load_example, now, open_files, saved, shot, text_of, until } from "../browser.mjs";
+import { bench, fit, idle, kept, load_example, now, open_files, ready, saved, shot, text_of, until } from "../browser.mjs";
 import { tree } from "../start.mjs";
 
 test("an accepted fit is in the table; going back leaves it alone", async () => {
@@ -62,6 +62,24 @@ test("amounts come with a water that is named under File, and their rows count w
   await now.page.click("#import-again");
   await idle();
   await fit();
+  // they count for work that comes back, too, whose files are not there any more
+  await kept(await text_of());
+  await now.page.reload();
+  await ready();
+  await until((b) => b.entries.length === 1);
+  await fit();
+  await bench((b) => b.set_text(b.text.replace("protons=9", "protons=6")));
+  await now.page.click("#fit");
+  await now.page.waitForFunction(() => /those of amounts count when a file is read: open the files again/.test(document.getElementById("status").textContent));
+  // nothing is left to fit where the water is all that was opened
+  await open_files(...[water, "brain_press30_water.SPAR"].map(data));
+  await until((b) => b.spectrum.name === "brain_press30_water");
+  await idle();
+  await now.page.click("#tab-file");
+  await now.page.evaluate(() => { document.getElementById("options").open = true; });
+  await now.page.fill('[data-option="water"]', water);
+  await now.page.click("#import-again");
+  await now.page.waitForFunction(() => /brain_press30_water\.SDAT: no data beside it/.test(document.getElementById("status").textContent));
   assert.deepEqual(now.troubles, []);
 });
 
