@@ -83,8 +83,8 @@ void trial_series::relocate(std::span<const double> given) {
     static constexpr int most_rounds = 8;
     for (int round = 0; round < most_rounds; ++round) {
         ws_.linearize(of_, lowest().x);
-        std::vector<relocation> moves =
-            relocations(of_, ws_, lowest().x, given, -verdict_limits::same_good);
+        const double same_good = verdict_limits::same_good / told_by(of_, 1.0);
+        std::vector<relocation> moves = relocations(of_, ws_, lowest().x, given, -same_good);
         if (moves.size() > most_moves) moves.resize(most_moves);
         const std::size_t before = lowest_;
         for (const relocation &move : moves) {
@@ -117,11 +117,11 @@ optimum trial_series::report(std::span<const double> given) {
             const double off = std::fabs(ends_[i].x[at] - best.x[at]) * slope;
             if (!(variance > 0.0) || !std::isfinite(variance)) continue;
             farthest = std::max(farthest, off / std::sqrt(variance));
-            if (of_.map().at(c).of == area && off * off > variance)
+            if (of_.map().at(c).of == area && told_by(of_, off * off) > variance)
                 other_areas.push_back(of_.map().at(c).entry);
         }
-        reports_[i].same = farthest < 0.1;
-        const double difference = ends_[i].sum_of_squares - best.sum_of_squares;
+        reports_[i].same = farthest * std::sqrt(told_by(of_, 1.0)) < 0.1;
+        const double difference = told_by(of_, ends_[i].sum_of_squares - best.sum_of_squares);
         if (difference < verdict_limits::same_good && !other_areas.empty())
             add_minimum(out.judged, difference, other_areas);
     }

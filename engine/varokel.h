@@ -238,8 +238,9 @@ int varokel_fit_reasons(const varokel_fit *fit);
 /* Any of the last five may be NULL. What is pointed at lives as long as the fit.
  *   what      VAROKEL_NOT_FINISHED to VAROKEL_AT_BOUND
  *   number    expected decrease for not_finished, difference of the sums of squares for
- *             several_minima (both in units of the noise variance), quality or whiteness for
- *             misfit, quality for noise_wrong, else the number of entries
+ *             several_minima (both in units of the noise variance; filled zeros count for
+ *             nothing), quality or whiteness for misfit, quality for noise_wrong, else the number
+ *             of entries
  *   entries   int[entry_count], those it is about */
 int varokel_fit_reason(const varokel_fit *fit, int reason, int *what, double *number,
                        const char **text, const int **entries, int *entry_count);

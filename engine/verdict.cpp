@@ -70,19 +70,23 @@ whiteness whiteness_of(const model &of, std::span<const double> residual) {
     return out;
 }
 
+// Noise of m points that zeros fill up to n is 1/n^2 of the sum of m variances at each of n points,
+// of which m tell: squares over all of them are n/m of those of the measurement.
+double told_by(const model &of, double squares) {
+    return squares * (static_cast<double>(of.measured()) / of.points());
+}
+
 double quality_of(const model &of, double sum_of_squares) {
     const double part = static_cast<double>(of.when().kept - of.when().ignored) / of.points();
     const double degrees = std::max(1.0, part * of.rows() - of.columns());
-    // Noise of m points that zeros fill up to n is 1/n^2 of the sum of m variances at each of n
-    // points, of which m tell: where the residual is noise, n/m of what the degrees let expect.
-    const double filled = static_cast<double>(of.measured()) / of.points();
-    return std::sqrt(sum_of_squares * filled / degrees);
+    return std::sqrt(told_by(of, sum_of_squares) / degrees);
 }
 
 // Whether there is a residual at all besides what search and rounding leave.
 static bool is_seen(const model &of, double sum_of_squares) {
     const double rms = std::sqrt(sum_of_squares / of.rows()) * of.noise_sd();
-    return sum_of_squares > verdict_limits::seen && rms > verdict_limits::stored * of.data_rms();
+    return told_by(of, sum_of_squares) > verdict_limits::seen &&
+           rms > verdict_limits::stored * of.data_rms();
 }
 
 static void add(verdict &to, finding what, double number, std::vector<int> entries,
@@ -182,13 +186,13 @@ verdict judge(const model &of, const minimum &found, const entry_covariance &cov
               std::span<const double> residual, std::span<const double> start) {
     verdict out;
     // below the rounding of the sum itself there is nothing to be had
+    const double left = told_by(of, found.expected_decrease);
     const double allowed =
         found.end == search_end::at_rounding
-            ? std::max(verdict_limits::expected_decrease, 1e-11 * found.sum_of_squares)
+            ? std::max(verdict_limits::expected_decrease, 1e-11 * told_by(of, found.sum_of_squares))
             : verdict_limits::expected_decrease;
-    if (!(found.expected_decrease <= allowed))
-        add(out, finding::not_finished, found.expected_decrease, {},
-            "the search ended before the minimum");
+    if (!(left <= allowed))
+        add(out, finding::not_finished, left, {}, "the search ended before the minimum");
     const auto add_entries = [&](finding what, const std::vector<int> &columns, const char *text) {
         const std::vector<int> entries = entries_of(of, columns);
         if (!entries.empty()) add(out, what, static_cast<double>(entries.size()), entries, text);

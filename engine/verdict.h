@@ -24,8 +24,8 @@ enum class finding {
 const char *name_of(finding what);
 
 // number: expected decrease [noise_sd^2] for not_finished; difference of the sums of squares
-// [noise_sd^2] for several_minima; quality_of, or the larger of the two whiteness figures, for
-// misfit; quality_of for noise_wrong; else the number of entries.
+// [noise_sd^2] for several_minima, both as told_by has them; quality_of, or the larger of the two
+// whiteness figures, for misfit; quality_of for noise_wrong; else the number of entries.
 struct reason {
     finding what;
     double number;
@@ -38,7 +38,8 @@ struct verdict {
     std::vector<reason> reasons; // empty for optimum
 };
 
-// Limits of the verdict.
+// Limits of the verdict; sums of squares and their differences are held against them as told_by has
+// them.
 struct verdict_limits {
     static constexpr double expected_decrease =
         1e-4;                                // [noise_sd^2], every parameter within 0.01 bound
@@ -66,6 +67,11 @@ struct whiteness {
     double runs, lag_1;
 };
 whiteness whiteness_of(const model &of, std::span<const double> residual);
+
+// A sum of squares over the points of a spectrum, or a difference of two, as the measurement tells
+// it: where zeros fill the decay, n points say what m that were measured do, m/n of the sum. What
+// zeros do not fill stays as it is. [noise_sd^2]
+double told_by(const model &of, double squares);
 
 // Root of the reduced chi-square: sqrt(sum of squares / degrees of freedom), where points of a cut
 // decay count for what they tell, and so do the squares of one that zeros fill: 1 when the residual
