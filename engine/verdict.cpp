@@ -126,7 +126,7 @@ static std::vector<int> exchanged(const model &of, const minimum &found,
             if (before * after >= 0.0) continue;
             const double variance = covariance.of_columns(a, a) + covariance.of_columns(b, b) -
                                     2.0 * covariance.of_columns(a, b);
-            if (after * after > 4.0 * variance) columns.insert(columns.end(), {a, b});
+            if (told_by(of, after * after) > 4.0 * variance) columns.insert(columns.end(), {a, b});
         }
     }
     return columns;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 
 using engine::finding;
 using engine::verdict_limits;
@@ -64,6 +65,35 @@ TEST(filled_spectrum, is_finished_where_what_the_measurement_tells_is_used_up) {
         // where the sum itself is rounded by more, that is the limit
         EXPECT_EQ(judged(0.999e-11 * 1e9, 1e9, at_rounding).what, finding::optimum) << times;
         EXPECT_EQ(judged(1.001e-11 * 1e9, 1e9, at_rounding).what, finding::not_finished) << times;
+    }
+}
+
+TEST(filled_spectrum, has_lines_that_changed_places_where_the_measurement_tells_them_apart) {
+    for (const int times : {1, 2, 8}) {
+        const auto problem =
+            filled(support::problem_with_lines(128, {{5, 50, 2}, {2, 75, 3}}, 0.05, 1), times);
+        const auto model = engine::model::make(problem);
+        ASSERT_TRUE(model);
+        engine::model_workspace ws;
+        ws.prepare(*model);
+        auto found = engine::searcher().run(*model, ws, model->starts(), {});
+        ws.linearize(*model, found.x);
+        const engine::entry_covariance covariance(*model, found.x, ws.products(), found.at_bound);
+        const int a = model->map().of(0, engine::frequency).column;
+        const int b = model->map().of(1, engine::frequency).column;
+        const double variance = covariance.of_columns(a, a) + covariance.of_columns(b, b) -
+                                2.0 * covariance.of_columns(a, b);
+        const auto changed = [&](double errors) {
+            const double error = std::sqrt(times * variance); // n/m of what n points let expect
+            found.x[static_cast<std::size_t>(b)] =
+                found.x[static_cast<std::size_t>(a)] - errors * error;
+            const auto judged =
+                judge(*model, found, covariance, ws.residual(*model), model->starts());
+            return std::any_of(judged.reasons.begin(), judged.reasons.end(),
+                               [](const auto &r) { return r.text == "lines that changed places"; });
+        };
+        EXPECT_FALSE(changed(1.99)) << times;
+        EXPECT_TRUE(changed(2.01)) << times;
     }
 }
 
