@@ -12,7 +12,7 @@
 #include "files/pages/page_frame.h"
 #include "files/pages/page_texts.h"
 #include "files/pages/report_facts.h"
-#include "files/results/judgement.h"
+#include "files/results/findings.h"
 
 #include "kernel/line_width.h"
 

@@ -10,7 +10,7 @@
 #include "files/results/rebuilt_model.h"
 #include "files/results/fit_list.h"
 #include "files/results/fit_log.h"
-#include "files/results/judgement.h"
+#include "files/results/findings.h"
 
 #include <array>
 #include <optional>

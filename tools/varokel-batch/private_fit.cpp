@@ -5,7 +5,7 @@
 #include "files/base/own_files.h"
 #include "files/base/tool_error.h"
 #include "files/results/fit_log.h"
-#include "files/results/judgement.h"
+#include "files/results/findings.h"
 #include "files/results/rebuilt_model.h"
 #include "files/spectra/signal_file.h"
 

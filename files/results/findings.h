@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// judgement.h -- what a reader of a fit should know before its numbers: findings and their words
+// findings.h -- what a reader of a fit should know before its numbers: findings and their words
 #pragma once
 
 #include <cstddef>

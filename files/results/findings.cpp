@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// judgement.cpp -- the words of status, level and findings, as tables and pages have them
-#include "files/results/judgement.h"
+// findings.cpp -- the words of status, level and findings, as tables and pages have them
+#include "files/results/findings.h"
 
 #include "files/base/line_text.h"
 
