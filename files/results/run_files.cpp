@@ -2,6 +2,7 @@
 // run_files.cpp -- names and lines of the files of a run, and the runs of a folder
 #include "files/results/run_files.h"
 
+#include "files/base/natural_order.h"
 #include "files/base/tool_error.h"
 
 #include <algorithm>
@@ -26,30 +27,6 @@ std::vector<std::string> lines_of(const std::string &file, const std::string &ex
     std::vector<std::string> lines = split(read_text_file(file, expected), '\n');
     if (lines.back().empty()) lines.pop_back();
     return lines;
-}
-
-bool in_natural_order(const std::string &a, const std::string &b) {
-    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-    std::size_t i = 0, j = 0;
-    while (i < a.size() && j < b.size()) {
-        if (!is_digit(a[i]) || !is_digit(b[j])) {
-            if (a[i] != b[j]) return a[i] < b[j];
-            ++i;
-            ++j;
-            continue;
-        }
-        const auto number_at = [&](const std::string &text, std::size_t &at) {
-            const std::size_t begin = at;
-            while (at < text.size() && is_digit(text[at])) ++at;
-            const std::size_t first = std::min(text.find_first_not_of('0', begin), at);
-            return text.substr(first, at - first);
-        };
-        const std::string m = number_at(a, i), n = number_at(b, j);
-        if (m.size() != n.size()) return m.size() < n.size();
-        if (m != n) return m < n;
-    }
-    if (a.size() - i != b.size() - j) return a.size() - i < b.size() - j;
-    return a < b; // 01 and 1
 }
 
 std::vector<std::string> spectra_of_folder(const std::string &folder) {

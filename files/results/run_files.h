@@ -15,9 +15,6 @@ std::vector<std::string> split(const std::string &line, char at);
 std::vector<std::string> lines_of(const std::string &file,
                                   const std::string &expected = "the lines of a fit");
 
-// Orders names so that series_2 comes before series_10.
-bool in_natural_order(const std::string &a, const std::string &b);
-
 // The spectra of a folder, in natural order: every NAME with a NAME.exl, or with a NAME.bin and its
 // sidecar NAME.json. Errors: bad_input for a folder that cannot be read.
 std::vector<std::string> spectra_of_folder(const std::string &folder);

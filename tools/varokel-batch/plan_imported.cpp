@@ -3,9 +3,9 @@
 #include "varokel-batch/plan_draft.h"
 
 #include "files/base/input_file.h"
+#include "files/base/natural_order.h"
 #include "files/base/read_json.h"
 #include "files/base/tool_error.h"
-#include "files/results/run_files.h"
 #include "files/spectra/signal_file.h"
 
 #include "engine/noise_window.h"

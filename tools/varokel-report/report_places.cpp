@@ -2,6 +2,7 @@
 // report_places.cpp -- which spectra a report is about, and what it calls them
 #include "varokel-report/report_places.h"
 
+#include "files/base/natural_order.h"
 #include "files/base/tool_error.h"
 #include "files/results/run_files.h"
 
