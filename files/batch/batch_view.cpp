@@ -52,6 +52,7 @@ void batch_view::read_manifest() {
     axes = plan.axes;
     entries = plan.entry_names;
     scale = plan.scale;
+    noise_window = plan.head.at("scale").value("noise_window", ordered_json());
     const std::string manifest = plan.file("manifest.json");
     const metadata source = metadata(manifest, plan.head).inside("source");
     notes = notes_of_sidecar(source);

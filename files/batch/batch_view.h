@@ -76,6 +76,7 @@ class batch_view {
     std::vector<std::string> entries;
     long long points = 0;
     spectrum_axis scale;
+    ordered_json noise_window; // of the manifest: its points, and who chose them; may be nothing
     std::vector<batch_column> further;
     // Label of the region in which each spectrum lies, 0 for none; empty where nobody gave any.
     std::vector<long long> regions;

@@ -204,6 +204,22 @@ static void add_numbers(const batch_view &batch, ordered_json &all) {
                                               : ordered_json(float_text(column.errors))}});
 }
 
+static std::string chosen_noise_of(const batch_view &batch) {
+    return chosen_noise(batch.noise_window, batch.start.noise_first, batch.start.noise_stop);
+}
+
+// What was guessed at import, by the table, and where nobody said which points hold only noise.
+static std::vector<std::string> guesses_of(const batch_view &batch) {
+    std::vector<std::string> all = batch.guesses;
+    const std::string chosen = chosen_noise_of(batch);
+    if (batch.start.read && chosen.starts_with("quietest"))
+        all.push_back("noise window = " +
+                      stretch_text(batch.scale, batch.points, batch.start.noise_first,
+                                   batch.start.noise_stop - 1) +
+                      " (" + chosen + "); look at it before you trust the error bounds");
+    return all;
+}
+
 // Model, axis, and what is marked on it.
 static void add_spectrum_scale(const batch_view &batch, ordered_json &all) {
     const auto [first, last] = shown_points(batch);
@@ -218,9 +234,10 @@ static void add_spectrum_scale(const batch_view &batch, ordered_json &all) {
     if (!batch.start.read || noise.first >= noise.second) return;
     const std::string hidden = out_of_sight_text(noise, {first, last});
     if (hidden != out_of_sight) all["noise"] = {noise.first - first, noise.second - first};
+    const std::string chosen = chosen_noise_of(batch);
     all["noiseText"] =
         "Noise window: " + stretch_text(batch.scale, batch.points, noise.first, noise.second) +
-        hidden + ".";
+        (chosen.empty() ? "" : " (" + chosen + ")") + hidden + ".";
 }
 
 static ordered_json values_of(const batch_view &batch) {
@@ -289,7 +306,7 @@ static std::string body_of(const batch_view &batch, const std::vector<std::size_
         "tables results.tsv and quality.tsv hold all numbers.</p></noscript>\n"
         "<div id=\"controls\" class=\"tools\"></div>\n"
         "<div class=\"columns\"><div id=\"maps\"></div><div id=\"detail\"></div></div>\n" +
-        list_below("Done before the fits", batch.notes) + list_below("Guessed", batch.guesses) +
+        list_below("Done before the fits", batch.notes) + list_below("Guessed", guesses_of(batch)) +
         worst_table(batch, order) + not_fitted_table(batch) +
         "<p class=\"muted\">Errors are Cram\u00e9r-Rao bounds of one standard deviation (1 SD); "
         "the program\u2019s own files hold two. Fit quality 1 means that the residual is "

@@ -96,23 +96,30 @@ std::string out_of_sight_text(std::pair<long long, long long> points,
     return all ? "" : ", in part outside of this picture";
 }
 
-static std::string noise_text(const run_result &run) {
-    if (!run.control.read || run.control.noise_stop - run.control.noise_first < 2) return "";
-    std::string text =
-        "noise window: " +
-        stretch_text(run.axis, run.points(), run.control.noise_first, run.control.noise_stop - 1);
-    const ordered_json window = run.sidecar.value("noise_window", ordered_json::object());
-    if (!window.is_object()) return text;
-    // of the table's own window the sidecar knows nothing
-    const auto is = [&](const char *item, int value) {
+std::string chosen_noise(const ordered_json &window, long long first, long long stop) {
+    if (!window.is_object()) return "";
+    const auto is = [&](const char *item, long long value) {
         const auto at = window.find(item);
         return at != window.end() && at->is_number_integer() && *at == value;
     };
-    const auto how = window.find("chosen_by");
-    if (how != window.end() && how->is_string() && is("first", run.control.noise_first) &&
-        is("stop", run.control.noise_stop))
-        text += " (" + how->get<std::string>() + ")";
-    return text;
+    const auto how = window.find("chosen_by"), among = window.find("shared_by_spectra");
+    if (how == window.end() || !how->is_string() || !is("first", first) || !is("stop", stop))
+        return "";
+    const std::string text = how->get<std::string>();
+    return among != window.end() && among->is_number_integer() && among->get<long long>() > 1
+               ? text + " of " + among->dump() + " spectra"
+               : text;
+}
+
+static std::string noise_text(const run_result &run) {
+    const rebuilt_model &control = run.control;
+    if (!control.read || control.noise_stop - control.noise_first < 2) return "";
+    const std::string chosen =
+        chosen_noise(run.sidecar.value("noise_window", ordered_json::object()), control.noise_first,
+                     control.noise_stop);
+    return "noise window: " +
+           stretch_text(run.axis, run.points(), control.noise_first, control.noise_stop - 1) +
+           (chosen.empty() ? "" : " (" + chosen + ")");
 }
 
 std::string caption_of(const run_result &run) {

@@ -30,5 +30,9 @@ std::string out_of_sight_text(std::pair<long long, long long> points,
 // "points 10 to 137, -20.1 to -15.2 ppm", of so many points in all.
 std::string stretch_text(const spectrum_axis &axis, long long points, long long first,
                          long long last);
+// Who chose the noise window: "option", "metadata", "quietest stretch of 8 spectra", as the item
+// noise_window of a sidecar or manifest has it; empty where that names other points than these, for
+// of a window of the table of peaks it knows nothing.
+std::string chosen_noise(const ordered_json &window, long long first, long long stop);
 
 } // namespace tools

@@ -73,6 +73,14 @@ status 0 "$batch" plan grid.f32 "${plan[@]}" --noise 448:575 -o wrong
 status 0 "$batch" run wrong
 status 0 "$batch" merge wrong
 holds err "noise_wrong, 7 of 8 fits: the residual is smaller than the noise"
+if [ -x "$programs/varokel-report" ]; then # who chose the window stands on the page, a guess among the guesses
+    status 0 "$programs/varokel-report" grid --force
+    true_that "said where it is shown" grep -q '"noiseText": *"Noise window: points [^"]* (quietest stretch of 8 spectra)' grid/overview.html
+    true_that "said among the guesses" grep -q '<li>noise window = points [^<]* (quietest stretch of 8 spectra); look at it' grid/overview.html
+    status 0 "$programs/varokel-report" wrong --force
+    true_that "what was asked for is no guess" grep -q '"noiseText": *"Noise window: points 448 to 575, [^"]* (option)' wrong/overview.html
+    lacks wrong/overview.html 'noise window = '
+fi
 true_that "red in all but the corner" test "$(column level wrong/quality.tsv | grep -c '^red$')" -ge 7
 
 # --- zeros behind the measured points: the bounds are those of what was measured
