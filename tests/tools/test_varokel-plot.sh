@@ -86,6 +86,21 @@ true_that 'phase of 90 degrees turns the imaginary part into the real one' cmp -
 # phi_1 i/n at point 4 of 16 is a quarter of it
 status 0 "$plot" turned -o turned.svg --phi-1 360 --force
 true_that 'first-order phase' cmp -s turned.svg plain.svg
+# the delay of the sidecar is taken off, and what is left turned upright, which is said; options go before
+# it. The spike at point 4 of 16 has 90 degrees; 720 4/16 = 180 of them off leaves -90.
+printf '{ "phi_1_degrees": 720 }' >turned.json
+status 0 "$plot" turned -o delayed.svg
+holds err 'a first-order phase of 720 degrees, that of the delay, is taken off'
+holds err 'a phase of -90 degrees is taken off'
+true_that 'upright without its delay' cmp -s delayed.svg plain.svg
+status 0 "$plot" turned -o delayed.svg --phase -90 --force
+holds err 'a first-order phase of 720 degrees'
+lacks err 'upright'
+true_that 'of the sidecar beside --phase' cmp -s delayed.svg plain.svg
+status 0 "$plot" turned -o delayed.svg --phi-1 360 --force
+true_that 'nothing said of a phase that was asked for' test ! -s err
+true_that '--phi-1 goes before the sidecar' cmp -s delayed.svg plain.svg
+rm turned.json
 
 # a run is found under its data file's name, and with header files
 status 0 "$plot" run.bin -o bin.svg

@@ -115,6 +115,27 @@ static std::pair<double, double> phases_of(const tools::complex_signal &x,
     return {tools::upright_phase(x, phi_1), phi_1};
 }
 
+// Those of a run: without a delay its points are drawn as they are.
+static std::pair<double, double> phases_of_run(const tools::complex_signal &data,
+                                               const tools::metadata &sidecar,
+                                               const plot_options &options) {
+    if (options.phi_1 || sidecar.number("phi_1_degrees").value_or(0.0) == 0.0)
+        return {options.phase.value_or(0.0), options.phi_1.value_or(0.0)};
+    return phases_of(data, sidecar, options);
+}
+
+// What was taken off without being asked for.
+static void tell_phases(const plot_options &options, std::pair<double, double> taken) {
+    const auto [phase, phi_1] = taken;
+    if (!options.phi_1 && phi_1 != 0.0)
+        std::cerr << "varokel-plot: a first-order phase of " << tools::short_number(phi_1)
+                  << " degrees, that of the delay, is taken off; --phi-1 0 leaves it\n";
+    if (!options.phase && phase != 0.0)
+        std::cerr << "varokel-plot: a phase of " << tools::short_number(phase)
+                  << " degrees is taken off, so that the strongest lines stand upright; --phase 0 "
+                     "draws the points as they are\n";
+}
+
 static int plot_spectrum(const plot_options &options, const tools::complex_signal &x,
                          const tools::metadata &sidecar, const std::vector<std::string> &inputs) {
     if (x.size() < 2)
@@ -128,10 +149,7 @@ static int plot_spectrum(const plot_options &options, const tools::complex_signa
     const auto [phase, phi_1] = phases_of(x, sidecar, options);
     plot.data = tools::real_part(x, 0, x.size(), phase, phi_1);
     take_window(sidecar, plot);
-    if (!options.phase && phase != 0.0)
-        std::cerr << "varokel-plot: a phase of " << tools::short_number(phase)
-                  << " degrees is taken off, so that the strongest lines stand upright; --phase 0 "
-                     "draws the points as they are\n";
+    tell_phases(options, {phase, phi_1});
     return draw(options, plot, inputs);
 }
 
@@ -177,6 +195,10 @@ static int plot_run(const plot_options &options) {
     const tools::metadata sidecar = sidecar_of(options, options.run);
     plot.axis = tools::plot_axis_of(with_options(tools::axis_of_sidecar(sidecar), options),
                                     options.axis, n);
+    const auto taken = phases_of_run(tools::read_points(names[0], 0, n), sidecar, options);
+    const auto upright = [&](const complex_signal &of, std::size_t first) {
+        return tools::real_part(of, first, length, taken.first, taken.second);
+    };
     std::vector<double> *const curves[] = {&plot.data, &plot.fit, &plot.residual};
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (tools::count_points(names[i]) != n)
@@ -184,8 +206,7 @@ static int plot_run(const plot_options &options) {
                                                    std::to_string(tools::count_points(names[i])) +
                                                    " points, but " + names[0] + " has " +
                                                    std::to_string(n) + "; are they of one run?");
-        *curves[i] = tools::real_part(tools::read_points(names[i], 0, n), 0, length,
-                                      options.phase.value_or(0.0), options.phi_1.value_or(0.0));
+        *curves[i] = upright(tools::read_points(names[i], 0, n), 0);
     }
     if (options.components) {
         const std::string file = tools::signal_of_run(options.run, ".nln0");
@@ -196,11 +217,11 @@ static int plot_run(const plot_options &options) {
                                                    std::to_string(n));
         const complex_signal all = tools::read_points(file, 0, points);
         for (std::size_t first = 0; first < all.size(); first += length)
-            plot.components.push_back(tools::real_part(
-                all, first, length, options.phase.value_or(0.0), options.phi_1.value_or(0.0)));
+            plot.components.push_back(upright(all, first));
     }
 
     take_window(sidecar, plot);
+    tell_phases(options, taken);
     return draw(options, plot, names);
 }
 
@@ -241,11 +262,11 @@ static void add_plot_options(tools::option_parser &app, plot_options &options) {
                    "shade this noise window (default: of the sidecar)");
     app.add_option("--view FIRST:LAST", options.view, "points shown (default: all)");
     app.add_option("--phase P", options.phase,
-                   "zero-order phase to take off [degrees] (default: 0 of a fit, else what turns "
-                   "the strongest lines upright)");
+                   "zero-order phase to take off [degrees] (default: what turns the strongest "
+                   "lines upright; 0 of a fit without a delay)");
     app.add_option("--phi-1 P", options.phi_1,
                    "first-order phase to take off, phi__1 of the control "
-                   "file [degrees]");
+                   "file [degrees] (default: that of the delay in the sidecar)");
     app.add_flag("--components", options.components, "also draw each line and pattern (RUN.nln0)");
     app.add_option("--title TEXT", options.title, "heading of the picture");
     app.add_option("--bandwidth HZ", options.bandwidth, "spectral width of a measured file [Hz]",
