@@ -278,7 +278,7 @@ static std::string worst_table(const batch_view &batch, const std::vector<std::s
                 element("th", "scope=\"row\"", spectrum.name) + "<td class=\"text\">" +
                 element("span", "class=\"badge " + escaped_markup(spectrum.level) + "\"",
                         badge_text(spectrum.status, spectrum.level)) +
-                "</td><td>" + short_number(spectrum.quality) + "</td>";
+                "</td><td>" + quality_number(spectrum.quality) + "</td>";
         if (with_snr) html += "<td>" + short_number(spectrum.snr) + "</td>";
         html += element("td", "class=\"wrap\"", spaced_words(spectrum.warnings)) +
                 element("td", "class=\"wrap\"", spectrum.reason) + "</tr>\n";

@@ -168,8 +168,8 @@ static std::string figure(const std::string &what, const std::string &value) {
 
 std::string figures_of(const run_result &run) {
     std::string html = "<dl class=\"figures\">\n";
-    html += figure("fit quality (1: residual is noise)", short_number(run.quality));
-    html += figure("with the start values", short_number(run.quality_before));
+    html += figure("fit quality (1: residual is noise)", quality_number(run.quality));
+    html += figure("with the start values", quality_number(run.quality_before));
     html += figure("chi-square before", short_number(run.chi_before));
     html += figure("chi-square after", short_number(run.chi_after));
     html += figure("noise SD, real part", short_number(run.noise_re));

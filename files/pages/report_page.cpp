@@ -179,7 +179,7 @@ void report_page::add(const reported_run &reported) {
     contents_ += "<tr><th scope=\"row\">" +
                  element("a", "href=\"#spectrum-" + std::to_string(added_) + "\"", run.name) +
                  "</th><td class=\"text\">" + badge_of(run) + "</td><td>" +
-                 short_number(run.quality) + "</td><td>" + short_number(run.snr) + "</td><td>" +
+                 quality_number(run.quality) + "</td><td>" + short_number(run.snr) + "</td><td>" +
                  std::to_string(run.warnings.size()) + "</td></tr>\n";
 }
 

@@ -201,12 +201,12 @@ static void judge_noise(const run_result &run, finding_list &found) {
     if (run.quality > amber_quality)
         found.add(finding_kind::misfit,
                   run.quality > red_quality ? finding_level::red : finding_level::amber,
-                  "the residual is " + short_number(run.quality) +
+                  "the residual is " + quality_number(run.quality) +
                       " times the noise: the model leaves signal over, and the error bounds, "
                       "which know of noise only, are too small");
     if (run.quality < least_quality)
         found.add(finding_kind::noise_wrong, finding_level::red,
-                  "the residual is smaller than the noise (" + short_number(run.quality) +
+                  "the residual is smaller than the noise (" + quality_number(run.quality) +
                       " of it): the noise window holds signal, or there are too many parameters");
 }
 

@@ -23,6 +23,11 @@ std::string short_number(double value) {
     return printed("%.*g", 3, value);
 }
 
+std::string quality_number(double quality) {
+    const bool two = std::fabs(quality) >= 0.1 && std::fabs(quality) < 99.995;
+    return two ? printed("%.*f", 2, quality) : short_number(quality);
+}
+
 std::string table_number(double value) {
     if (!std::isfinite(value)) return "n/a";
     return printed("%.*g", 9, value);

@@ -9,6 +9,9 @@ namespace tools {
 // Three significant digits, whole numbers from 1000 to a million, "n/a" for what is no finite
 // number.
 std::string short_number(double value);
+// A fit quality: two digits behind the point, so that 1.10 stands below 1.09; below 0.1 and
+// from 100 on as above.
+std::string quality_number(double quality);
 // A value and its standard deviation for a reader: two digits of the deviation, and the value to
 // the same place, both in one notation (with a power of ten from a million on, below 0.0001, and
 // where the place is the eighth behind the point or one farther). Without a deviation above 0 five

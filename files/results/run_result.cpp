@@ -92,8 +92,9 @@ static void note_alignment(run_result &run) {
         return;
     }
     const double hz = points * (run.start.read ? run.start.hz_per_point : run.control.hz_per_point);
-    std::string text = "before the fit all entries were aligned with the spectrum by " +
-                       short_number(points) + " points, " + short_number(hz) + " Hz";
+    std::string text =
+        "before the fit all entries were aligned with the spectrum by " + short_number(points) +
+        (std::fabs(points) == 1.0 ? " point, " : " points, ") + short_number(hz) + " Hz";
     if (run.axis.mhz) {
         const double sense = run.axis.ppm_rises_with_points ? 1.0 : -1.0;
         text += ", " + short_number(sense * hz / *run.axis.mhz) + " ppm";

@@ -46,6 +46,9 @@ holds err 'aligned with the spectrum by 15 points, 60 Hz'
 if [ -x "$programs/varokel-report" ]; then
     holds up/report.html 'aligned with the spectrum by 15 points, 60 Hz'
 fi
+fid_of 4 0 one.fid.f32
+status 0 "$fit" one.fid.f32 peaks.txt --dwell 0.00048828125 --noise 400:500 -o one --no-report
+holds err 'aligned with the spectrum by 1 point, 4 Hz'
 # bounds: 0.1 of an area, 0.3 Hz; five of them
 for line in 'A 6 60' 'B 3 180' 'C 2 -200'; do
     read -r name area hertz <<<"$line"

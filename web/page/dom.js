@@ -18,3 +18,6 @@ export function element(tag, attributes = {}, ...children) {
 
 export const number_text = (value, digits = 4) =>
   value === null || value === undefined ? "n/a" : String(Number(value.toPrecision(digits)));
+// Two digits behind the point, so that 1.10 stands below 1.09; of data without noise three digits.
+export const quality_text = (value) =>
+  value >= 0.1 && value < 99.995 ? value.toFixed(2) : number_text(value, 3);

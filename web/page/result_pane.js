@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // result_pane.js -- values with errors, verdict, correlations; a series as table and map
-import { by_id, element, number_text } from "./dom.js";
+import { by_id, element, number_text, quality_text } from "./dom.js";
 
 const MOST_PAIRS = 40; // correlations that are listed
 const MOST_ROWS = 100; // spectra that are listed at once
@@ -29,7 +29,7 @@ export class ResultPane {
     const level = fit.judgement.level;
     return element("div", { class: `verdict ${level}` },
       element("strong", {}, `${fit.judgement.status}: ${fit.optimum?.verdict ?? "no optimum"}`),
-      ` · quality ${number_text(fit.quality, 3)} · ${fit.free_parameters} free parameters`,
+      ` · quality ${quality_text(fit.quality)} · ${fit.free_parameters} free parameters`,
       element("ul", {}, ...fit.judgement.findings.map((each) => element("li", {}, each.text)),
         ...fit.notes.map((text) => element("li", {}, text))));
   }
@@ -138,7 +138,7 @@ export class ResultPane {
     const first = Math.min(this.series.first, fits.length - 1);
     const rows = fits.slice(first, first + MOST_ROWS).map((fit, k) => element("tr", {},
       element("th", { scope: "row" }, element("button", { onclick: () => this.app.guard(() => this.app.open_spectrum(first + k, text === this.bench.text ? fit : null)) }, fit.name)),
-      cell(fit.fitted ? fit.optimum?.verdict ?? "" : "not fitted", fit.fitted ? "" : "red"), cell(number_text(fit.quality, 3)),
+      cell(fit.fitted ? fit.optimum?.verdict ?? "" : "not fitted", fit.fitted ? "" : "red"), cell(quality_text(fit.quality)),
       ...(fit.fitted ? [...fit.entries.map((entry) => entry.area), ...fit.derived].map((own) => cell(own.shown)) : [element("td", { colspan: Math.max(1, names.length + derived.length), class: "wrap" }, fit.error ?? fit.why_not)])));
     return [element("h2", {}, `${fits.length} spectra${failed ? `, ${failed} not fitted` : ""}`),
       ...(text === this.bench.text ? [] : [element("p", { class: "help" }, "The table has changed since these were fitted.")]),

@@ -11,6 +11,7 @@
 #include <string>
 
 using tools::percent_number;
+using tools::quality_number;
 using tools::value_with_error;
 using tools::with_error;
 
@@ -99,4 +100,19 @@ TEST(number_text, what_is_no_error_and_no_number) {
     EXPECT_EQ(percent_number(99.6), "100");
     EXPECT_EQ(percent_number(999.0), "999"); // what the tables are capped at
     EXPECT_EQ(percent_number(std::nan("")), "n/a");
+}
+
+TEST(quality_number, has_two_digits_behind_the_point_where_three_digits_are_no_more) {
+    EXPECT_EQ(quality_number(1.1), "1.10");
+    EXPECT_EQ(quality_number(1.0), "1.00");
+    EXPECT_EQ(quality_number(0.1), "0.10");
+    EXPECT_EQ(quality_number(0.0999), "0.0999");
+    EXPECT_EQ(quality_number(1.2e-7), "1.2e-07"); // of data without noise, not 0.00
+    EXPECT_EQ(quality_number(0.0), "0");
+    EXPECT_EQ(quality_number(12.345), "12.35");
+    EXPECT_EQ(quality_number(99.99), "99.99");
+    EXPECT_EQ(quality_number(99.996), "100");
+    EXPECT_EQ(quality_number(1e300), "1e+300");
+    EXPECT_EQ(quality_number(inf), "n/a");
+    EXPECT_EQ(quality_number(std::nan("")), "n/a");
 }
