@@ -99,6 +99,43 @@ const tools::start_entry *entry_of(const varokel_start *start, int entry) {
     return &start->made.start.entries[static_cast<std::size_t>(entry)];
 }
 
+// The points that an axis of these start values has, whatever else it knows.
+void take_points(varokel_start &of) {
+    of.axis.points = of.made.start.points;
+    of.axis.hz_per_point = of.made.start.hz_per_point;
+}
+
+// An expression of a fit of these start values, frequencies as they are shown. what: before the
+// message for one that is none.
+int evaluate_as_shown(const varokel_start &start, const std::string &expression,
+                      const std::string &what, const varokel_fit &fit, varokel_failure &failed,
+                      double *value, double *error) {
+    if (fit.found.values.size() != start.made.start.entries.size())
+        return refuse(failed, VAROKEL_BAD_ARGUMENT, "a fit of other start values");
+    const auto unit = [&](int q) {
+        return engine::unit_of(q, fit.hz_per_point) *
+               (q == engine::frequency ? start.axis.shown_hertz() : 1.0);
+    };
+    std::vector<engine::values_of_entry> values = fit.found.values;
+    for (std::size_t k = 0; k < values.size(); ++k) {
+        const bool is_shift = start.made.start.entries[k].type == tools::pattern_entry;
+        for (std::size_t q = 0; q < values[k].size(); ++q)
+            values[k][q] =
+                q == engine::frequency
+                    ? start.axis.shown_frequency(values[k][q] * fit.hz_per_point, is_shift)
+                    : values[k][q] * unit(static_cast<int>(q));
+    }
+    const engine::result<engine::derived_value> f =
+        engine::evaluate(expression, {fit.names, "the fit"}, values);
+    if (!f) return refuse(failed, VAROKEL_BAD_EXPRESSION, what + f.why().reason);
+    if (value != nullptr) *value = f->value;
+    if (error != nullptr)
+        *error = engine::error_of(*f, [&](int k, engine::quantity q, int l, engine::quantity r) {
+            return fit.found.covariance.of(k, q, l, r) * unit(q) * unit(r);
+        });
+    return VAROKEL_OK;
+}
+
 } // namespace
 
 int varokel_table_read(const char *text, const char *name, varokel_workspace *workspace,
@@ -177,7 +214,9 @@ int varokel_start_read(const char *text, const char *name, varokel_workspace *wo
         tools::start_result made;
         made.start = tools::parse_start_file(text, file);
         tools::refuse_what_fails(made.start, file, tools::fit_method::exact);
-        *start = finished(std::move(made), {}).release();
+        auto out = finished(std::move(made), {});
+        take_points(*out);
+        *start = out.release();
         return int{VAROKEL_OK};
     });
 }
@@ -236,34 +275,28 @@ int varokel_start_derive(const varokel_start *start, int row, const varokel_fit 
         return VAROKEL_BAD_ARGUMENT;
     return reading(workspace, [&](varokel_failure &failed) {
         const varokel_start::row &of = start->derived[static_cast<std::size_t>(row)];
-        if (fit->found.values.size() != start->made.start.entries.size())
-            return refuse(failed, VAROKEL_BAD_ARGUMENT, "a fit of other start values");
-        const auto unit = [&](int q) {
-            return engine::unit_of(q, fit->hz_per_point) *
-                   (q == engine::frequency ? start->axis.shown_hertz() : 1.0);
-        };
-        std::vector<engine::values_of_entry> values = fit->found.values;
-        for (std::size_t k = 0; k < values.size(); ++k) {
-            const bool is_shift = start->made.start.entries[k].type == tools::pattern_entry;
-            for (std::size_t q = 0; q < values[k].size(); ++q)
-                values[k][q] =
-                    q == engine::frequency
-                        ? start->axis.shown_frequency(values[k][q] * fit->hz_per_point, is_shift)
-                        : values[k][q] * unit(static_cast<int>(q));
-        }
-        const engine::result<engine::derived_value> f =
-            engine::evaluate(of.expression, {fit->names, "the fit"}, values);
-        if (!f)
-            return refuse(failed, VAROKEL_BAD_EXPRESSION,
-                          of.name + " = " + of.expression + ", " + f.why().reason);
         if (name != nullptr) *name = of.name.c_str();
         if (expression != nullptr) *expression = of.expression.c_str();
-        if (value != nullptr) *value = f->value;
-        if (error != nullptr)
-            *error =
-                engine::error_of(*f, [&](int k, engine::quantity q, int l, engine::quantity r) {
-                    return fit->found.covariance.of(k, q, l, r) * unit(q) * unit(r);
-                });
+        return evaluate_as_shown(*start, of.expression, of.name + " = " + of.expression + ", ",
+                                 *fit, failed, value, error);
+    });
+}
+
+int varokel_start_evaluate(const varokel_start *start, const char *expression,
+                           const varokel_fit *fit, varokel_workspace *workspace, double *value,
+                           double *error) {
+    if (start == nullptr || expression == nullptr || fit == nullptr) return VAROKEL_BAD_ARGUMENT;
+    return reading(workspace, [&](varokel_failure &failed) {
+        return evaluate_as_shown(*start, expression, "", *fit, failed, value, error);
+    });
+}
+
+int varokel_start_set_axis(varokel_start *start, const char *sidecar,
+                           varokel_workspace *workspace) {
+    if (start == nullptr || sidecar == nullptr) return VAROKEL_BAD_ARGUMENT;
+    return reading(workspace, [&](varokel_failure &) {
+        start->axis = tools::axis_of_sidecar(tools::metadata::of_text(sidecar, "sidecar"));
+        take_points(*start);
         return int{VAROKEL_OK};
     });
 }

@@ -85,6 +85,12 @@ int varokel_start_derived_rows(const varokel_start *start);
 int varokel_start_derive(const varokel_start *start, int row, const varokel_fit *fit,
                          varokel_workspace *workspace, const char **name, const char **expression,
                          double *value, double *error);
+/* The same of any expression, see varokel_fit_derive, which has Hz from the left edge. */
+int varokel_start_evaluate(const varokel_start *start, const char *expression,
+                           const varokel_fit *fit, varokel_workspace *workspace, double *value,
+                           double *error);
+/* The ppm of start values that were read, which know none; sidecar: text of the JSON. */
+int varokel_start_set_axis(varokel_start *start, const char *sidecar, varokel_workspace *workspace);
 /* How many rows "amount" the table has; they need the water of varokel-fit --water. */
 int varokel_start_amount_rows(const varokel_start *start);
 /* The text of the start value file, version 3, that varokel-start writes; it lives until the next

@@ -50,9 +50,28 @@ def test_rows_are_in_ppm_and_have_the_error_of_the_covariance() -> None:
 
 def test_a_shift_in_hz_where_ppm_were_meant_is_said() -> None:
     ph = "pH(frequency(broad) - frequency(sharp), 6.77, 1, 4)"
-    with pytest.warns(varokel.VarokelWarning, match="Hz from the left edge here; derived") as said:
-        value, _ = fitted().derive(ph)
+    unknown = fitted("", replace(KNOWN, ppm_at_carrier=None))
+    with pytest.warns(varokel.VarokelWarning, match="Hz from the carrier where the axis has no ppm") as said:
+        value, _ = unknown.derive(ph)
     assert np.isnan(value) and {each.filename for each in said} == {__file__}
+
+
+def test_any_expression_is_what_its_row_would_be() -> None:
+    fit = fitted()
+    for row in fit.derived():
+        assert fit.derive(row.expression) == (row.value, row.sd)
+    with pytest.raises(ValueError, match='"Pi/sharp": .*no entry "Pi"'):
+        fit.derive("Pi/sharp")
+
+
+def test_start_values_that_were_read_have_the_ppm_of_the_sidecar() -> None:
+    known = varokel.fit(spectrum(), two_lines(), sidecar=KNOWN)
+    value, sd = known.derive("frequency(#2)")
+    assert value == pytest.approx(known.ppm[1], rel=1e-14)
+    assert sd == pytest.approx(known.errors[1, Quantity.FREQUENCY] / 100.0, rel=1e-12)
+    value, sd = varokel.fit(spectrum(), two_lines()).derive("frequency(#2)")
+    assert value == pytest.approx(known.frequencies_hz[1] - 512.0, abs=1e-9)
+    assert sd == pytest.approx(known.errors[1, Quantity.FREQUENCY], rel=1e-12)
 
 
 def test_the_axis_of_the_spectrum_counts() -> None:

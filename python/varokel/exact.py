@@ -199,11 +199,11 @@ def _start_values(
             sidecar = replace(sidecar, noise_window=options.noise_window)
         return start_of_table(library, start, points, sidecar, folder)
     if isinstance(start, StartFile):
-        made = start_of_file(library, start.to_text(), "start file", folder)
+        made = start_of_file(library, start.to_text(), "start file", sidecar, folder)
     elif isinstance(start, str):
-        made = start_of_file(library, start, "start file", folder)
+        made = start_of_file(library, start, "start file", sidecar, folder)
     else:
-        made = start_of_file(library, Path(start).read_bytes(), start, folder)
+        made = start_of_file(library, Path(start).read_bytes(), start, sidecar, folder)
     missing = set(made.patterns) - set(options.patterns or {})
     if missing:
         raise ValueError(f"no contents given for pattern {', '.join(sorted(missing))}")

@@ -128,26 +128,27 @@ class ExactFit(EntryValues):
         """Value and ONE standard deviation of an expression of the fitted parameters.
 
         Such as "PCr/gATP", "frequency(Pi)-frequency(PCr)", "pH(4.9, 6.75, 3.27, 5.69)"; see
-        varokel_fit_derive in varokel.h. Frequencies are Hz from the left edge: a pH of them is a
-        row "derive" of the table, whose value in ppm derived() has; what is no number for that
-        reason is a VarokelWarning. Raises ValueError that names the place.
+        varokel_fit_derive in varokel.h. As a row "derive" of a table has it: frequencies in ppm,
+        Hz from the carrier where the axis has no ppm; what is no number for that reason is a
+        VarokelWarning. Raises ValueError that names the place.
         """
         library = self._handle.library
         value, error = c_double(), c_double()
         try:
             library.call(
-                "fit_derive",
+                "start_evaluate",
+                self._start,
+                expression.encode(),
                 self._handle,
                 library.create("workspace"),
-                expression.encode(),
                 byref(value),
                 byref(error),
             )
         except RefusedByLibrary as refused:
             raise ValueError(f'"{expression}": {refused.reason}') from None
         if "frequency" in expression and not isfinite(value.value):
-            said = f'"{expression}" is {value.value}: frequencies are Hz from the left edge here; '
-            said += 'derived() has rows "derive" of a table in ppm'
+            said = f'"{expression}" is {value.value}: frequencies are in ppm, Hz from the carrier '
+            said += "where the axis has no ppm"
             warnings.warn(said, VarokelWarning, stacklevel=2)
         return value.value, self.error_factor * error.value
 
@@ -155,8 +156,8 @@ class ExactFit(EntryValues):
         """What the rows "derive" of the table of peaks ask for, in their order; () without any.
 
         As varokel-fit gives them: frequencies in ppm (Hz from the carrier when the axis has no
-        ppm), where derive() has Hz from the left edge. Rows "amount" are in none of them, which
-        notes say: they need the water of varokel-fit --water. Raises ValueError that names the row.
+        ppm). Rows "amount" are in none of them, which notes say: they need the water of varokel-fit
+        --water. Raises ValueError that names the row.
         """
         return tuple(self._derived(row) for row in self._rows())
 

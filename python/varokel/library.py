@@ -48,7 +48,6 @@ _SIGNATURES: dict[str, list[type]] = {
     "fit_reason": [_handle, c_int, _ints, _doubles, POINTER(c_char_p), POINTER(_ints), _ints],
     "fit_start": [_handle, c_int, POINTER(c_char_p), _doubles, _doubles, _ints],
     "fit_spectrum": [_handle, _handle, c_int, _doubles, c_size_t],
-    "fit_derive": [_handle, _handle, c_char_p, _doubles, _doubles],
     "table_read": [c_char_p, c_char_p, _handle, _handle_out],
     "table_add_folder": [_handle, c_char_p],
     "table_start": [_handle, c_char_p, _doubles, c_int, _handle, _handle_out],
@@ -68,6 +67,8 @@ _SIGNATURES: dict[str, list[type]] = {
         _doubles,
         _doubles,
     ],
+    "start_evaluate": [_handle, c_char_p, _handle, _handle, _doubles, _doubles],
+    "start_set_axis": [_handle, c_char_p, _handle],
     "start_problem": [_handle, _doubles, c_int, c_double, _doubles, _handle, _handle_out],
     "error_factor": [c_char_p, _handle, _doubles],
 }

@@ -85,11 +85,19 @@ def start_of_table(
 
 
 def start_of_file(
-    library: Library, text: str | bytes, file: str | PathLike[str], folder: str | None = None
+    library: Library,
+    text: str | bytes,
+    file: str | PathLike[str],
+    sidecar: Sidecar | None,
+    folder: str | None = None,
 ) -> StartInLibrary:
-    """Start values of a start value file's text. Raises RefusedByLibrary, with the line."""
+    """Start values of a start value file's text; the sidecar has their ppm. Raises
+    RefusedByLibrary, with the line."""
     own = text if isinstance(text, bytes) else _text(text)
-    made = library.make("start", "start_read", own, _path(file), library.create("workspace"))
+    workspace = library.create("workspace")
+    made = library.make("start", "start_read", own, _path(file), workspace)
+    if sidecar is not None:
+        library.call("start_set_axis", made, _text(sidecar.to_json("spectrum.bin")), workspace)
     if folder is not None:
         library.call("start_add_folder", made, _path(folder))
     return _described(library, made)

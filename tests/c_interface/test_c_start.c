@@ -203,9 +203,20 @@ static void rows_of_the_table_are_derived(void) {
               VAROKEL_OK);
         CHECK(strcmp(name, "half") == 0 && strcmp(expression, "PCr/2") == 0);
         CHECK(near_to(value, values[0] / 2.0, 1e-12) && near_to(error, errors[0] / 2.0, 1e-12));
-        CHECK(varokel_start_derive(start, 1, fit, w, NULL, NULL, &value, &error) == VAROKEL_OK);
+        CHECK(varokel_start_derive(start, 1, fit, w, NULL, &expression, &value, &error) ==
+              VAROKEL_OK);
         CHECK(near_to(value, i == 0 ? values[6] - 256.0 : 1.5 + (values[6] - 256.0) / 100.0, 1e-9));
         CHECK(near_to(error, i == 0 ? errors[6] : errors[6] / 100.0, 1e-9 * errors[6]));
+        {
+            double own = -1.0, bound = -1.0;
+            CHECK(varokel_start_evaluate(start, expression, fit, w, &own, &bound) == VAROKEL_OK);
+            CHECK(own == value && bound == error);
+            CHECK(varokel_start_evaluate(start, "ATP/x", fit, w, NULL, NULL) ==
+                  VAROKEL_BAD_EXPRESSION);
+            CHECK(varokel_start_evaluate(start, NULL, fit, w, NULL, NULL) == VAROKEL_BAD_ARGUMENT);
+            CHECK(varokel_start_set_axis(start, "no JSON", w) == VAROKEL_BAD_INPUT);
+            CHECK(varokel_start_set_axis(start, NULL, w) == VAROKEL_BAD_ARGUMENT);
+        }
         CHECK(varokel_start_derive(start, 2, fit, w, NULL, NULL, NULL, NULL) ==
               VAROKEL_BAD_EXPRESSION);
         CHECK(strstr(varokel_workspace_message(w), "ATP/x, ") != NULL);
