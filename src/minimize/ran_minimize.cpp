@@ -17,6 +17,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 
 static constexpr double keep_improvement = 0.001;   // above: the last jump is tested by parts
 static constexpr double small_improvement = 0.0005; // below: the search narrows
