@@ -36,32 +36,49 @@ engine::reason reason_of(const engine::verdict &judged, finding what) {
     return found == judged.reasons.end() ? engine::reason{finding::optimum, 0.0, {}, ""} : *found;
 }
 
+// Two lines of 128 points, filled, at their optimum; what was found may be changed before it is
+// judged.
+class two_lines {
+  public:
+    explicit two_lines(int times)
+        : model_(engine::model::make(
+              filled(support::problem_with_lines(128, {{5, 50, 2}, {2, 75, 3}}, 0.05, 1), times))) {
+        ws_.prepare(*model_);
+        found = engine::searcher().run(*model_, ws_, model_->starts(), {});
+        ws_.linearize(*model_, found.x);
+        covariance = engine::entry_covariance(*model_, found.x, ws_.products(), found.at_bound);
+    }
+    int frequency_of(int entry) const { return model_->map().of(entry, engine::frequency).column; }
+    engine::verdict judged() const {
+        return judge(*model_, found, covariance, ws_.residual(*model_), model_->starts());
+    }
+
+    engine::minimum found;
+    engine::entry_covariance covariance;
+
+  private:
+    decltype(engine::model::make({})) model_;
+    mutable engine::model_workspace ws_;
+};
+
 } // namespace
 
 // A fit that was stopped with something left to be had.
 TEST(filled_spectrum, is_finished_where_what_the_measurement_tells_is_used_up) {
     for (const int times : {1, 2, 8}) {
-        const auto problem =
-            filled(support::problem_with_lines(128, {{5, 50, 2}, {2, 75, 3}}, 0.05, 1), times);
-        const auto model = engine::model::make(problem);
-        ASSERT_TRUE(model);
-        engine::model_workspace ws;
-        ws.prepare(*model);
-        auto found = engine::searcher().run(*model, ws, model->starts(), {});
-        ws.linearize(*model, found.x);
-        const engine::entry_covariance covariance(*model, found.x, ws.products(), found.at_bound);
+        two_lines fit(times);
         const auto judged = [&](double left, double sum_of_squares, engine::search_end end) {
-            found.end = end;
-            found.expected_decrease = left * times;
-            found.sum_of_squares = sum_of_squares * times;
-            return reason_of(judge(*model, found, covariance, ws.residual(*model), model->starts()),
-                             finding::not_finished);
+            fit.found.end = end;
+            fit.found.expected_decrease = left * times;
+            fit.found.sum_of_squares = sum_of_squares * times;
+            return reason_of(fit.judged(), finding::not_finished);
         };
         using enum engine::search_end;
-        const double limit = verdict_limits::expected_decrease;
-        EXPECT_EQ(judged(0.999 * limit, 250.0, at_minimum).what, finding::optimum) << times;
-        EXPECT_EQ(judged(1.001 * limit, 250.0, at_minimum).what, finding::not_finished) << times;
-        EXPECT_DOUBLE_EQ(judged(1.001 * limit, 250.0, at_minimum).number, 1.001 * limit) << times;
+        const double allowed = verdict_limits::expected_decrease;
+        EXPECT_EQ(judged(0.999 * allowed, 250.0, at_minimum).what, finding::optimum) << times;
+        EXPECT_EQ(judged(1.001 * allowed, 250.0, at_minimum).what, finding::not_finished) << times;
+        EXPECT_DOUBLE_EQ(judged(1.001 * allowed, 250.0, at_minimum).number, 1.001 * allowed)
+            << times;
         // where the sum itself is rounded by more, that is the limit
         EXPECT_EQ(judged(0.999e-11 * 1e9, 1e9, at_rounding).what, finding::optimum) << times;
         EXPECT_EQ(judged(1.001e-11 * 1e9, 1e9, at_rounding).what, finding::not_finished) << times;
@@ -70,25 +87,15 @@ TEST(filled_spectrum, is_finished_where_what_the_measurement_tells_is_used_up) {
 
 TEST(filled_spectrum, has_lines_that_changed_places_where_the_measurement_tells_them_apart) {
     for (const int times : {1, 2, 8}) {
-        const auto problem =
-            filled(support::problem_with_lines(128, {{5, 50, 2}, {2, 75, 3}}, 0.05, 1), times);
-        const auto model = engine::model::make(problem);
-        ASSERT_TRUE(model);
-        engine::model_workspace ws;
-        ws.prepare(*model);
-        auto found = engine::searcher().run(*model, ws, model->starts(), {});
-        ws.linearize(*model, found.x);
-        const engine::entry_covariance covariance(*model, found.x, ws.products(), found.at_bound);
-        const int a = model->map().of(0, engine::frequency).column;
-        const int b = model->map().of(1, engine::frequency).column;
-        const double variance = covariance.of_columns(a, a) + covariance.of_columns(b, b) -
-                                2.0 * covariance.of_columns(a, b);
+        two_lines fit(times);
+        const int a = fit.frequency_of(0), b = fit.frequency_of(1);
+        const double variance = fit.covariance.of_columns(a, a) + fit.covariance.of_columns(b, b) -
+                                2.0 * fit.covariance.of_columns(a, b);
         const auto changed = [&](double errors) {
             const double error = std::sqrt(times * variance); // n/m of what n points let expect
-            found.x[static_cast<std::size_t>(b)] =
-                found.x[static_cast<std::size_t>(a)] - errors * error;
-            const auto judged =
-                judge(*model, found, covariance, ws.residual(*model), model->starts());
+            fit.found.x[static_cast<std::size_t>(b)] =
+                fit.found.x[static_cast<std::size_t>(a)] - errors * error;
+            const auto judged = fit.judged();
             return std::any_of(judged.reasons.begin(), judged.reasons.end(),
                                [](const auto &r) { return r.text == "lines that changed places"; });
         };
